@@ -1,0 +1,39 @@
+# vantory_add_test(NAME SOURCES... [LIBRARIES libs...] [TIMEOUT seconds] [DISPLAY] [BUS])
+#
+# A QtTest program. With DISPLAY it runs in an X server with a window manager of its own, with BUS
+# on session and system buses of its own; both come from tests/support/with_desktop.
+function(vantory_add_test name)
+    cmake_parse_arguments(TEST "DISPLAY;BUS" "TIMEOUT" "LIBRARIES" ${ARGN})
+    add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
+    target_link_libraries(${name} PRIVATE vantory_options Qt6::Test ${TEST_LIBRARIES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
+    target_compile_definitions(${name} PRIVATE
+        VANTORY_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
+        VANTORY_TEST_SUPPORT="${PROJECT_SOURCE_DIR}/tests/support"
+    )
+    set(wrapper "")
+    if(TEST_DISPLAY)
+        list(APPEND wrapper --display)
+    endif()
+    if(TEST_BUS)
+        list(APPEND wrapper --bus)
+    endif()
+    if(wrapper)
+        add_test(NAME ${name}
+            COMMAND ${PROJECT_SOURCE_DIR}/tests/support/with_desktop ${wrapper} -- $<TARGET_FILE:${name}>)
+    else()
+        add_test(NAME ${name} COMMAND ${name})
+        set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+    endif()
+    if(NOT TEST_TIMEOUT)
+        set(TEST_TIMEOUT 60)
+    endif()
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${TEST_TIMEOUT})
+    if(VANTORY_SANITIZERS MATCHES "thread")
+        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+            "TSAN_OPTIONS=ignore_noninstrumented_modules=1 suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+    elseif(VANTORY_SANITIZERS MATCHES "address")
+        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+            "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp")
+    endif()
+endfunction()

@@ -1,0 +1,305 @@
+#include "simulator/Player.h"
+
+#include <algorithm>
+
+#include <QProcess>
+
+#include "simulator/AgentLink.h"
+
+namespace {
+
+using enum Step::Kind;
+
+// More of a message than this is not shown.
+constexpr qsizetype kShownCharacters = 400;
+
+bool needsLink(Step::Kind kind)
+{
+    return kind == Send || kind == Expect || kind == ExpectEnd || kind == Refuse || kind == Close ||
+           kind == Reset;
+}
+
+QString shown(const QByteArray& message)
+{
+    const QString text = scriptText(message);
+    if (text.size() <= kShownCharacters)
+        return text;
+    return u"%1... (%2 bytes)"_qs.arg(text.first(kShownCharacters)).arg(message.size());
+}
+
+} // namespace
+
+Player::Player(AgentLink& link, OnFailure onFailure, const QDir& screenshots)
+    : m_link(link), m_onFailure(onFailure), m_screenshots(screenshots)
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &Player::onTime);
+    connect(&link, &AgentLink::linked, this, &Player::onLinked);
+    connect(&link, &AgentLink::received, this, &Player::onReceived);
+    connect(&link, &AgentLink::ended, this, &Player::onEnded);
+    connect(&link, &AgentLink::turnedAway, this,
+            [this] { say(u"another agent came and was closed: one at a time"_qs); });
+    connect(&link, &AgentLink::sent, this, [this](const QByteArray& message) {
+        Q_EMIT said(Voice::Service, shown(message));
+        if (m_current && m_current->kind == Send) // else its time is over already
+            done();
+    });
+}
+
+void Player::add(const Step& step)
+{
+    m_steps.push_back(step);
+    startNextLater();
+}
+
+void Player::finish()
+{
+    m_noMoreSteps = true;
+    startNextLater();
+}
+
+void Player::onLinked()
+{
+    say(u"the agent is linked"_qs);
+    m_inbox.clear(); // what the link before has left
+    check();
+}
+
+void Player::onReceived(const QByteArray& message)
+{
+    const bool isIgnored = std::ranges::any_of(
+        m_ignored, [&](const Pattern& pattern) { return pattern.matches(message); });
+    Q_EMIT said(Voice::Agent, shown(message) + (isIgnored ? u"  (ignored)"_qs : QString()));
+    if (isIgnored)
+        return;
+    m_inbox += message;
+    check();
+}
+
+void Player::onEnded(bool byAgent)
+{
+    say(byAgent ? u"the agent has closed the link"_qs : u"the link is closed"_qs);
+    m_endedByAgent = byAgent;
+    m_leftUnexpected = byAgent && !m_wrappingUp && !(m_current && m_current->kind == Close);
+    if (m_wrappingUp)
+        Q_EMIT finished(m_failed ? 1 : 0);
+    else
+        check();
+}
+
+// Later, so that no step begins inside the signal that ended the one before.
+void Player::startNextLater()
+{
+    QMetaObject::invokeMethod(this, &Player::startNext, Qt::QueuedConnection);
+}
+
+void Player::startNext()
+{
+    if (m_current || m_wrappingUp)
+        return;
+    if (m_steps.empty()) {
+        if (m_noMoreSteps)
+            wrapUp();
+        return;
+    }
+    if (!m_hasAccepted && needsLink(m_steps.front().kind)) {
+        Step accept = *parseScriptLine(u"accept"_qs).step;
+        accept.place = m_steps.front().place;
+        m_steps.push_front(accept);
+    }
+    m_current = std::move(m_steps.front());
+    m_steps.pop_front();
+    begin();
+}
+
+// Some steps are over at once; the others wait for what check() looks at, for the timer, for the
+// link or for a process.
+void Player::begin()
+{
+    const Step& step = *m_current;
+    if (step.kind != Send)
+        say(step.kind == Say ? step.text : step.source);
+    switch (step.kind) {
+    case Say:
+        return done();
+    case Ignore:
+        m_ignored += step.pattern;
+        m_inbox.removeIf([&](const QByteArray& message) { return step.pattern.matches(message); });
+        return done();
+    case Reset:
+        m_link.reset();
+        return done();
+    case Screenshot:
+        return takeScreenshot();
+    case Run:
+        return runShell(step.text);
+    case Accept:
+        m_hasAccepted = true;
+        m_leftUnexpected = false;
+        break;
+    case Send:
+        m_link.send(step.message);
+        break;
+    case Close:
+        m_link.close();
+        break;
+    default:
+        break;
+    }
+    m_timer.start(step.time);
+    check();
+}
+
+// Looks whether what has come decides the current step.
+void Player::check()
+{
+    if (!m_current)
+        return;
+    switch (m_current->kind) {
+    case Accept:
+        if (m_link.isLinked())
+            done();
+        break;
+    case Close:
+        if (!m_link.isLinked())
+            done();
+        break;
+    case Send:
+        if (!m_link.isLinked())
+            fail(u"the agent is not linked"_qs);
+        break;
+    case Expect:
+        checkExpect();
+        break;
+    case ExpectEnd:
+        checkExpectEnd();
+        break;
+    case Refuse:
+        checkRefuse();
+        break;
+    default:
+        break;
+    }
+}
+
+void Player::checkExpect()
+{
+    if (!m_inbox.isEmpty()) {
+        const QByteArray message = m_inbox.takeFirst();
+        if (m_current->pattern.matches(message))
+            done();
+        else
+            fail(u"instead came \"%1\""_qs.arg(shown(message)));
+    } else if (!m_link.isLinked()) {
+        fail(u"the agent has left"_qs);
+    }
+}
+
+void Player::checkExpectEnd()
+{
+    if (!m_inbox.isEmpty()) {
+        fail(u"instead came \"%1\""_qs.arg(shown(m_inbox.takeFirst())));
+    } else if (!m_link.isLinked()) {
+        m_leftUnexpected = false;
+        if (m_endedByAgent)
+            done();
+        else
+            fail(u"it was not the agent that closed the link"_qs);
+    }
+}
+
+void Player::checkRefuse()
+{
+    const auto refused = std::ranges::find_if(
+        m_inbox, [this](const QByteArray& message) { return m_current->pattern.matches(message); });
+    if (refused != m_inbox.end())
+        fail(u"\"%1\" came"_qs.arg(shown(*refused)));
+    else if (!m_link.isLinked())
+        fail(u"the agent has left, so nothing could come"_qs);
+}
+
+void Player::onTime()
+{
+    const Step::Kind kind = m_current->kind;
+    if (kind == Wait || kind == Refuse)
+        done();
+    else if (kind == Send)
+        fail(u"the agent has not read it in time"_qs);
+    else if (kind == Accept)
+        fail(u"no agent came in time"_qs);
+    else if (kind == ExpectEnd)
+        fail(u"the agent has not left in time"_qs);
+    else
+        fail(u"nothing came in time"_qs);
+}
+
+void Player::takeScreenshot()
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+        say(u"(no DISPLAY: no screenshot)"_qs);
+        done();
+        return;
+    }
+    m_screenshots.mkpath(u"."_qs); // where that fails, the command does, and says why
+    const QString file =
+        u"%1-%2.png"_qs.arg(++m_screenshotCount, 2, 10, QChar(u'0')).arg(m_current->text);
+    const QString command =
+        qEnvironmentVariable("VANTORY_SCREENSHOT_COMMAND", u"import -window root"_qs);
+    runShell(command + u" \"$1\""_qs, m_screenshots.absoluteFilePath(file));
+}
+
+void Player::runShell(const QString& command, const QString& argument)
+{
+    auto* process = new QProcess(this);
+    process->setProcessChannelMode(QProcess::ForwardedChannels);
+    process->setStandardInputFile(QProcess::nullDevice());
+    connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    connect(process, &QProcess::finished, this, [this](int code, QProcess::ExitStatus status) {
+        if (status == QProcess::NormalExit && code == 0)
+            done();
+        else if (status == QProcess::NormalExit)
+            fail(u"the command ended with status %1"_qs.arg(code));
+        else
+            fail(u"the command was ended by a signal"_qs);
+    });
+    connect(process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) // any other: it has finished too
+            fail(u"/bin/sh cannot be started"_qs);
+    });
+    process->start(u"/bin/sh"_qs, {u"-c"_qs, command, u"sh"_qs, argument});
+}
+
+void Player::done()
+{
+    m_timer.stop();
+    m_current.reset();
+    startNextLater();
+}
+
+void Player::fail(const QString& reason)
+{
+    QStringList line{m_current->source, reason};
+    if (!m_current->place.isEmpty())
+        line.prepend(m_current->place);
+    Q_EMIT said(Voice::Failure, line.join(u": "_qs));
+    m_failed = true;
+    if (m_onFailure == OnFailure::Stop) {
+        m_steps.clear();
+        m_noMoreSteps = true;
+    }
+    done();
+}
+
+void Player::wrapUp()
+{
+    m_wrappingUp = true;
+    if (m_leftUnexpected && m_onFailure == OnFailure::Stop && !m_failed) {
+        Q_EMIT said(Voice::Failure, u"the agent has left and no step expected it"_qs);
+        m_failed = true;
+    }
+    if (m_link.isLinked())
+        m_link.close(); // its end is ours
+    else
+        Q_EMIT finished(m_failed ? 1 : 0);
+}

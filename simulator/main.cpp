@@ -1,0 +1,111 @@
+#include <cstdio>
+#include <optional>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+
+#include "simulator/AgentLink.h"
+#include "simulator/Console.h"
+#include "simulator/Player.h"
+#include "simulator/Script.h"
+
+// A stand-in for the support service: what the agent is linked to in demos and tests, played by a
+// person at the terminal or by a script.
+
+namespace {
+
+constexpr int kCannotBegin = 2; // exit status; nothing has been played
+
+struct Options {
+    quint16 port = 0;
+    QString scriptFile; // empty: lines are typed
+    QDir screenshots;
+};
+
+const auto kIntroduction =
+    u"Stands in for the service that the agent is linked to, on 127.0.0.1.\n\n"
+    "Without a script, lines are read from standard input until it ends. A line that begins with\n"
+    "a script command is carried out, any other is sent as it is.\n\n"_qs;
+const auto kRemarks =
+    u"\n\"<- \" is a message from the agent, \"-> \" one to it, \"   \" a step, \"!! \" a "
+    u"failure.\n"
+    "Exit status: 0, 1 when a step failed, 2 when nothing could be begun. Screenshots are taken\n"
+    "by $VANTORY_SCREENSHOT_COMMAND with the file's path after it, else by \"import -window root\"."_qs;
+
+// None when the command line is wrong.
+std::optional<Options> readOptions(const QCoreApplication& application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(kIntroduction + scriptHelp() + kRemarks);
+    parser.addHelpOption();
+    parser.addOption({u"port"_qs, u"Port to listen on; 0: a free one."_qs, u"N"_qs, u"0"_qs});
+    parser.addOption({u"script"_qs, u"Play this script."_qs, u"FILE"_qs});
+    parser.addOption({u"screenshots"_qs, u"Folder for screenshots."_qs, u"DIR"_qs, u"."_qs});
+    parser.process(application);
+
+    bool isPort = false;
+    const Options options{.port = parser.value(u"port"_qs).toUShort(&isPort),
+                          .scriptFile = parser.value(u"script"_qs),
+                          .screenshots = QDir(parser.value(u"screenshots"_qs))};
+    if (!isPort || !parser.positionalArguments().isEmpty())
+        return std::nullopt;
+    return options;
+}
+
+Script readScript(const QString& fileName)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return {{}, {u"%1: %2"_qs.arg(fileName, file.errorString())}};
+    return parseScript(QString::fromUtf8(file.readAll()), fileName);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    Console console;
+    const std::optional<Options> options = readOptions(application);
+    if (!options) {
+        console.print(Voice::Failure, u"bad port, or an argument too many; see --help"_qs);
+        return kCannotBegin;
+    }
+    const bool isScripted = !options->scriptFile.isEmpty();
+    const Script script = isScripted ? readScript(options->scriptFile) : Script();
+    for (const QString& error : script.errors)
+        console.print(Voice::Failure, error);
+    if (!script.errors.isEmpty())
+        return kCannotBegin;
+
+    AgentLink link;
+    if (!link.listen(options->port)) {
+        console.print(Voice::Failure, u"port %1: %2"_qs.arg(options->port).arg(link.listenError()));
+        return kCannotBegin;
+    }
+    std::printf("listening on port %d\n", int{link.port()});
+    std::fflush(stdout);
+    qputenv("VANTORY_SIMULATOR_PORT", QByteArray::number(link.port()));
+
+    Player player(link, isScripted ? Player::OnFailure::Stop : Player::OnFailure::GoOn,
+                  options->screenshots);
+    QObject::connect(&player, &Player::said, &console, &Console::print);
+    QObject::connect(&player, &Player::finished, &application, &QCoreApplication::exit);
+    if (isScripted) {
+        for (const Step& step : script.steps)
+            player.add(step);
+        player.finish();
+    } else {
+        QObject::connect(&console, &Console::typed, &player, [&](const QString& line) {
+            const ParsedLine parsed = parseTypedLine(line);
+            if (parsed.step)
+                player.add(*parsed.step);
+            else if (!parsed.error.isEmpty())
+                console.print(Voice::Failure, parsed.error);
+        });
+        QObject::connect(&console, &Console::inputEnded, &player, &Player::finish);
+        console.startReading();
+    }
+    return QCoreApplication::exec();
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <chrono>
+
+// How long the agent waits for what. One place, so that tests can shorten it; the program itself
+// never changes a value. Main thread, before the waits begin.
+struct Intervals {
+    using milliseconds = std::chrono::milliseconds;
+
+    milliseconds untilSettings{5'000};      // from the start to the settings window
+    milliseconds untilStatusRequest{5'000}; // from the start to asking for a status
+    milliseconds userUpdate{60'000};        // between two looks at the user's full name
+    milliseconds restartRequest{2'000};     // for the restart request to leave
+    milliseconds showConnection{2'000};     // from a session's start to the status window
+    milliseconds hideConnection{5'000};     // from the last session's end to its closing
+    milliseconds clock{1'000};              // between two looks at a running clock
+    milliseconds departure{8'000};          // from a chat member's departure to its notice
+
+    static Intervals& current();
+};

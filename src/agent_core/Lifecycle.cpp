@@ -1,0 +1,194 @@
+#include "agent_core/AppDelegate.h"
+
+#include <thread>
+
+#include <QMenu>
+#include <QTimer>
+
+#include "agent_core/Intervals.h"
+#include "logging/Logs.h"
+#include "platform/Account.h"
+#include "platform/ConsoleSession.h"
+#include "platform/MainBundle.h"
+#include "platform/MainQueue.h"
+#include "platform/PreferredLanguages.h"
+#include "platform/ProgramEnd.h"
+#include "platform/StatusItem.h"
+#include "service_link/Protocol.h"
+#include "windows/ConnectionStatus.h"
+
+namespace {
+
+// The console user's name while nobody is logged in.
+const QLatin1String kLoginWindow("loginwindow");
+// The full name of the system's own account, which is nobody's.
+const QLatin1String kSystemAdministrator("System Administrator");
+
+} // namespace
+
+AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
+    : m_checkMessage(std::move(checkMessage)), m_connectionStatus(new ConnectionStatus)
+{
+    connectionStatus = m_connectionStatus.get();
+}
+
+AppDelegate::~AppDelegate()
+{
+    statusBarUpdate = nullptr;
+    statusBarItem = nullptr;
+    statusBarMenu = nullptr;
+    client = nullptr;
+    connectionStatus = nullptr;
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    LogDestination().cleanUp();
+    LogErrorDestination().cleanUp();
+    readAppName();
+    getOemName(QStringLiteral("oemName"), oemName);
+    logHostAndUser();
+    getDisconnectedIconVisisble();
+    getAllowToLeaveChat();
+    getShowConnectionDetail();
+    getDisplaySettings();
+    readConsoleUser();
+    changeLanguageNeeded();
+    setUI();
+    getOemName(QStringLiteral("oemCompany"), companyName);
+    cleanMainMenu();
+    getPortUI();
+    permissions_process();
+    startClient();
+    systemTray();
+    startTimers();
+}
+
+void AppDelegate::readAppName()
+{
+    const QVariant name = MainBundle::infoValue(QStringLiteral("CFBundleName"));
+    if (name.typeId() != QMetaType::QString) {
+        fatalState(QStringLiteral("CFBundleName is missing from the application's Info.plist"));
+    }
+    appName = name.toString();
+}
+
+void AppDelegate::logHostAndUser()
+{
+    if (const auto host = Account::hostName()) {
+        printLog(*host);
+        printLog(Account::loginName());
+    }
+}
+
+void AppDelegate::readConsoleUser()
+{
+    const auto consoleUser = ConsoleSession::consoleUser();
+    if (!consoleUser) {
+        printErrorLog(QStringLiteral("failed to get username"));
+    }
+    username = consoleUser.value_or(QString());
+}
+
+bool AppDelegate::isAtLoginWindow()
+{
+    return username == kLoginWindow;
+}
+
+void AppDelegate::changeLanguageNeeded()
+{
+    language = languageFor(preferredLanguages());
+}
+
+void AppDelegate::startClient()
+{
+    m_client = std::make_unique<Client>(QStringLiteral("localhost"), portUI, m_checkMessage);
+    client = m_client.get();
+    // From here on the link's queue may read what was set so far, and an end from outside takes
+    // the whole way.
+    isStarted = true;
+    client->start();
+}
+
+void AppDelegate::startTimers()
+{
+    const Intervals& intervals = Intervals::current();
+    settingsShowTimer =
+        startTimer(intervals.untilSettings, Repeats::No, [this] { waitingSettings(); });
+    if (!isAtLoginWindow()) {
+        connnectionStatusTimer =
+            startTimer(intervals.untilStatusRequest, Repeats::No, &AppDelegate::requestStatus);
+    }
+    userTimer = startTimer(intervals.userUpdate, Repeats::Yes, &AppDelegate::updateUser);
+}
+
+void AppDelegate::requestStatus()
+{
+    printLog(QStringLiteral("request status in case it is not updated."));
+    send(Protocol::requestConnectionsStatus());
+}
+
+void AppDelegate::updateUser()
+{
+    if (sessions.isEmpty()) {
+        return;
+    }
+    const QString fullName = Account::fullName();
+    if (fullName == kSystemAdministrator || fullName == userfullname) {
+        return;
+    }
+    printLog(fullName + QStringLiteral(" is in active Session"));
+    send(Protocol::updateUser(fullName));
+    userfullname = fullName; // also without a link: it is not reported twice
+}
+
+void AppDelegate::quitDisplay()
+{
+    if (!restart_daemon_at_close_only) {
+        send(Protocol::requestRestart());
+    }
+    applicationWillTerminate();
+}
+
+void AppDelegate::applicationWillTerminate()
+{
+    if (terminating.exchange(true)) {
+        return;
+    }
+    if (!isStarted) {
+        endProgram(0);
+    }
+    // At once and not after the wait: from another thread the main loop goes on meanwhile.
+    if (MainQueue::isMainThread()) {
+        stopTimers();
+    } else {
+        MainQueue::post(&AppDelegate::stopTimers);
+    }
+    if (restart_daemon_at_close_only && !isAtLoginWindow()) {
+        send(Protocol::requestRestart());
+        // Time for the request to leave before the process ends.
+        std::this_thread::sleep_for(Intervals::current().restartRequest);
+    }
+    if (client != nullptr) {
+        client->stop();
+    }
+    endProgram(0);
+}
+
+QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repeats,
+                                std::function<void()> action)
+{
+    auto* const timer = new QTimer(connectionStatus); // lives no longer than what it acts upon
+    timer->setSingleShot(repeats == Repeats::No);
+    QObject::connect(timer, &QTimer::timeout, timer, std::move(action));
+    timer->start(interval);
+    return timer;
+}
+
+void AppDelegate::stopTimers()
+{
+    for (const auto& timer : {connectionShowTimer, connnectionStatusTimer, connectionNotShowTimer,
+                              userTimer, settingsShowTimer}) {
+        delete timer.data();
+    }
+}

@@ -1,0 +1,24 @@
+#include "agent_core/AppDelegate.h"
+
+#include "platform/MainQueue.h"
+
+void AppDelegate::send(const QString& command)
+{
+    if (client != nullptr) {
+        client->send(command);
+    }
+}
+
+void AppDelegate::updateSystemTrayIcon()
+{
+    MainQueue::post([] {
+        if (statusBarUpdate) {
+            statusBarUpdate();
+        }
+    });
+}
+
+bool AppDelegate::isTerminating()
+{
+    return terminating;
+}

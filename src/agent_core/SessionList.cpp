@@ -1,0 +1,13 @@
+#include "agent_core/AppDelegate.h"
+
+#include <algorithm>
+
+void AppDelegate::removeConnectionSession(qint64 session)
+{
+    const auto found =
+        std::find_if(sessions.cbegin(), sessions.cend(),
+                     [session](const SessionInfo& info) { return info.session == session; });
+    if (found != sessions.cend()) {
+        sessions.erase(found);
+    }
+}

@@ -1,0 +1,134 @@
+#include "agent_core/AppDelegate.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QKeySequence>
+#include <QMenu>
+#include <QStyle>
+
+#include "agent_core/StatusBarRules.h"
+#include "logging/Logs.h"
+#include "platform/BundleImages.h"
+#include "platform/ChildProcess.h"
+#include "platform/MainBundle.h"
+#include "platform/StatusItem.h"
+#include "windows/ConnectionStatus.h"
+
+namespace {
+
+// Where the live line of the connections stands in the menu.
+constexpr qsizetype kConnectionPosition = 2;
+
+QString menuText(const QString& text)
+{
+    return QString(text).replace(u'&', QLatin1String("&&")); // shown, not a mnemonic
+}
+
+QIcon statusIcon(const QString& name)
+{
+    const auto icon = BundleImages::icon(name);
+    return icon ? *icon : QApplication::style()->standardIcon(QStyle::SP_ComputerIcon);
+}
+
+QString connectivityLabel(const std::optional<JsonData>& labels)
+{
+    return labels ? labels->info(AppDelegate::language).MainMenu.connection
+                  : QStringLiteral("Connection");
+}
+
+template <typename Action>
+QAction* addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut,
+                 const QString& symbol, Action action)
+{
+    auto* const item = new QAction(menuText(title), &menu);
+    item->setShortcut(shortcut);
+    if (const auto picture = BundleImages::icon(symbol)) {
+        item->setIcon(*picture);
+    }
+    QObject::connect(item, &QAction::triggered, &menu, action);
+    menu.addAction(item);
+    return item;
+}
+
+} // namespace
+
+void AppDelegate::systemTray()
+{
+    const auto labels = getLanguageLabel();
+    const auto titles = labels ? labels->info(language) : JsonData::Info();
+
+    m_statusItem = std::make_unique<StatusItem>(QStringLiteral("vantoryAgent"), oemName);
+    statusBarItem = m_statusItem.get();
+    statusBarItem->setIcon(statusIcon(
+        StatusBarRules::iconName(disconnectedIconVisible, gatewayConnectionStatus, false)));
+
+    m_menu = std::make_unique<QMenu>(menuText(oemName));
+    statusBarMenu = m_menu.get();
+    addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, QStringLiteral("wrench"),
+            [this] { settings(); });
+    addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, QStringLiteral("gear"),
+            &AppDelegate::permissions);
+    addItem(*m_menu, connectivityLabel(labels), {}, {}, &AppDelegate::connectionDisplay);
+    m_menu->addSeparator();
+    addItem(*m_menu, titles.About.about, {}, QStringLiteral("questionmark.circle"),
+            &AppDelegate::about);
+    statusBarItem->setMenu(statusBarMenu);
+
+    statusBarUpdate = &AppDelegate::showStatusInStatusBar;
+}
+
+void AppDelegate::showStatusInStatusBar()
+{
+    statusBarItem->setIcon(statusIcon(StatusBarRules::iconName(
+        disconnectedIconVisible, gatewayConnectionStatus, !sessions.isEmpty())));
+
+    const QList<QAction*> items = statusBarMenu->actions();
+    if (items.size() <= kConnectionPosition) {
+        fatalState(QStringLiteral("The status bar's menu has lost its items"));
+    }
+    const QString title = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
+    QAction* const item =
+        addItem(*statusBarMenu, title, {}, StatusBarRules::connectionSymbol(sessions.size()),
+                &AppDelegate::connectionDisplay);
+    statusBarMenu->insertAction(items.at(kConnectionPosition), item);
+    delete items.at(kConnectionPosition);
+    statusBarItem->setToolTip(sessions.isEmpty() ? oemName : title);
+}
+
+QString AppDelegate::getConnectivityLabel()
+{
+    return connectivityLabel(getLanguageLabel());
+}
+
+void AppDelegate::cleanMainMenu()
+{
+    if (MainMenu) {
+        MainMenu->clear();
+    }
+}
+
+void AppDelegate::permissions_process()
+{
+    portUI = StatusBarRules::portArgument(QCoreApplication::arguments()).value_or(portUI);
+    restart_daemon_at_close_only = true;
+}
+
+void AppDelegate::permissions()
+{
+    const QString application = MainBundle::path().replace(QLatin1String("vantoryAgent.app"),
+                                                           QLatin1String("vantoryPermissions.app"));
+    if (const auto error =
+            ChildProcess::start(application + QStringLiteral("/vantoryPermissions"), {})) {
+        printErrorLog(*error);
+    }
+}
+
+void AppDelegate::connectionDisplay()
+{
+    if (isTerminating()) {
+        return;
+    }
+    connectionStatus->refresh(true);
+    connectionStatus->config();
+    connectionStatus->present();
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include "service_link/PayloadRecords.h"
+
+// What the status bar shows, told without a status bar.
+namespace StatusBarRules {
+
+// The icon's resource: not linked (where that may be shown) before in session before linked.
+[[nodiscard]] QString iconName(bool disconnectedIconVisible, bool isConnected, bool hasSessions);
+
+// The menu's line of the connections: the label, and behind a colon who is in session. The blank
+// before each comma is meant.
+[[nodiscard]] QString connectionTitle(const QString& label, const QList<SessionInfo>& sessions);
+
+// The symbol beside that line; empty without a session.
+[[nodiscard]] QString connectionSymbol(qsizetype sessionCount);
+
+// The port that the command line asks for: the last argument "port=N" decides. None where there is
+// no such argument or the last one is no number from 0 to 65535.
+[[nodiscard]] std::optional<quint16> portArgument(const QStringList& arguments);
+
+} // namespace StatusBarRules

@@ -1,0 +1,207 @@
+#include "localisation/Translate.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringDecoder>
+
+#include "logging/Logs.h"
+#include "platform/MainBundle.h"
+
+namespace {
+
+using Info = JsonData::Info;
+
+struct Label {
+    const char16_t* section;
+    const char16_t* key;
+    QString& (*field)(Info&);
+};
+
+#define LABEL_AS(section, key, field)                                                              \
+    {                                                                                              \
+        u## #section, u## #key, [](Info& info) -> QString& { return info.section.field; }          \
+    }
+#define LABEL(section, key) LABEL_AS(section, key, key)
+
+// In the document's order.
+const Label kLabels[] = {
+    LABEL(Common, quit),
+    LABEL(Common, select),
+    LABEL(Common, cancel),
+    LABEL(Common, apply),
+    LABEL(Common, start),
+    LABEL(Common, restart),
+    LABEL(Common, refresh),
+    LABEL(Common, terminate),
+    LABEL(Common, ok),
+    LABEL(Common, reset),
+    LABEL(Common, reject),
+    LABEL(Common, accept),
+    LABEL(Common, _import),
+    LABEL_AS(Common, export, export_),
+    LABEL(Common, send),
+    LABEL(Common, update),
+    LABEL(MainMenu, permissions),
+    LABEL(MainMenu, connection),
+    LABEL(MainMenu, settings),
+    LABEL(MainMenu, status),
+    LABEL(Main, agent),
+    LABEL(Main, control),
+    LABEL(UserAck, user_ack_title),
+    LABEL(UserAck, user_ack_desc),
+    LABEL(Connection, agent),
+    LABEL(Connection, ready),
+    LABEL(Connection, account_invalid),
+    LABEL(Connection, no_gateway),
+    LABEL(Connection, conn_status_title),
+    LABEL(Connection, device),
+    LABEL(Connection, abort_connection_label),
+    LABEL(About, about),
+    LABEL(About, agent),
+    LABEL(About, version),
+    LABEL(About, build),
+    LABEL(Message, received),
+    LABEL(Message, from),
+    LABEL(Message, automatic),
+    LABEL(Message, seconds),
+    LABEL(Chat, chat),
+    LABEL(Chat, joined),
+    LABEL(Chat, left),
+    LABEL(Settings, managed),
+    LABEL(Settings, sessionCode),
+    LABEL(Settings, accountId),
+    LABEL(Settings, platform),
+    LABEL(Security, username),
+    LABEL(Security, password),
+    LABEL(error, regionTitle),
+    LABEL(error, regionMsg1),
+    LABEL(error, regionMsg2),
+    LABEL(error, accountIdTitle),
+    LABEL(error, accountIdMsg),
+    LABEL(error, sessionCodeTitle),
+    LABEL(error, sessionCodeMsg),
+};
+
+#undef LABEL
+#undef LABEL_AS
+
+struct Record {
+    const char16_t* key;
+    Info JsonData::*info;
+};
+
+const Record kRecords[] = {
+    {u"En", &JsonData::En}, {u"Fr", &JsonData::Fr}, {u"Es", &JsonData::Es}, {u"It", &JsonData::It},
+    {u"Ge", &JsonData::Ge}, {u"Ko", &JsonData::Ko}, {u"Pt", &JsonData::Pt},
+};
+
+// A document, or what is wrong with it.
+struct Decoded {
+    std::optional<JsonData> document;
+    QString error;
+};
+
+Decoded decode(const QByteArray& bytes)
+{
+    QJsonParseError parseError;
+    const QJsonDocument json = QJsonDocument::fromJson(bytes, &parseError);
+    if (!json.isObject()) {
+        return {std::nullopt, parseError.error != QJsonParseError::NoError
+                                  ? parseError.errorString()
+                                  : QStringLiteral("the document is not an object")};
+    }
+    const QJsonObject root = json.object();
+    JsonData document;
+    for (const Record& record : kRecords) {
+        const QString language = QString::fromUtf16(record.key);
+        const QJsonObject info = root.value(language).toObject();
+        for (const Label& label : kLabels) {
+            const QString section = QString::fromUtf16(label.section);
+            const QString key = QString::fromUtf16(label.key);
+            const QJsonValue text = info.value(section).toObject().value(key);
+            if (!text.isString()) {
+                return {std::nullopt,
+                        QStringLiteral("no text at %1.%2.%3").arg(language, section, key)};
+            }
+            label.field(document.*record.info) = text.toString();
+        }
+    }
+    return {std::move(document), QString()};
+}
+
+// The document is expected in UTF-8; a byte order mark of another Unicode encoding is heeded.
+Decoded read(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {std::nullopt, file.errorString()};
+    }
+    const QByteArray bytes = file.readAll();
+    const auto encoding = QStringConverter::encodingForData(bytes);
+    QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
+    const QString text = decoder.decode(bytes);
+    if (decoder.hasError()) {
+        return {std::nullopt, QStringLiteral("the document is not Unicode text")};
+    }
+    return decode(text.toUtf8());
+}
+
+} // namespace
+
+const JsonData::Info& JsonData::info(Language language) const
+{
+    switch (language) {
+    case Language::English:
+        return En;
+    case Language::French:
+        return Fr;
+    case Language::Italian:
+        return It;
+    case Language::Spanish:
+        return Es;
+    case Language::German:
+        return Ge;
+    case Language::Korean:
+        return Ko;
+    case Language::Portuguese:
+        return Pt;
+    }
+    return En;
+}
+
+std::optional<JsonData> getLanguageLabel()
+{
+    const auto path = MainBundle::resourcePath(QStringLiteral("translate"), QStringLiteral("json"));
+    if (!path) {
+        fatalState(QStringLiteral("translate.json is missing from the application's resources"));
+    }
+    Decoded decoded = read(*path);
+    if (!decoded.document) {
+        printErrorLog(QStringLiteral("error to get language: ") + decoded.error);
+    }
+    return std::move(decoded.document);
+}
+
+Language languageFor(const QStringList& preferredLanguages)
+{
+    if (preferredLanguages.isEmpty()) {
+        fatalState(QStringLiteral("the system names no preferred language"));
+    }
+    struct Prefix {
+        const char16_t* text;
+        Language language;
+    };
+    static constexpr Prefix kPrefixes[] = {
+        {u"en", Language::English},    {u"fr", Language::French}, {u"it", Language::Italian},
+        {u"es", Language::Spanish},    {u"de", Language::German}, {u"ko", Language::Korean},
+        {u"pt", Language::Portuguese},
+    };
+    const QString prefix = preferredLanguages.constFirst().left(2);
+    for (const Prefix& known : kPrefixes) {
+        if (prefix == QStringView(known.text)) {
+            return known.language;
+        }
+    }
+    return Language::English;
+}

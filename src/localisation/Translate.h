@@ -1,0 +1,82 @@
+#pragma once
+
+#include <optional>
+
+#include <QString>
+#include <QStringList>
+
+// The languages that the program speaks. The order is the enumeration's own; the label document
+// lists its records in another one.
+enum class Language { English, French, Italian, Spanish, German, Korean, Portuguese };
+
+// The language label document: every text that the person sees, in seven languages side by side.
+// Sections and fields bear their keys' names, oddities included ("error" in lower case, "_import"
+// with its underscore): the keys are the installation's, which supplies the document. Only "export"
+// is a word that the language keeps for itself, so its field has an underscore behind it.
+struct JsonData {
+    // One language.
+    struct Info {
+        struct Common {
+            QString quit, select, cancel, apply, start, restart, refresh, terminate, ok, reset,
+                reject, accept, _import, export_, send, update;
+        };
+        struct MainMenu {
+            QString permissions, connection, settings, status;
+        };
+        struct Main {
+            QString agent, control;
+        };
+        struct UserAck {
+            QString user_ack_title, user_ack_desc;
+        };
+        struct Connection {
+            QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
+                abort_connection_label;
+        };
+        struct About {
+            QString about, agent, version, build;
+        };
+        struct Message {
+            QString received, from, automatic, seconds;
+        };
+        struct Chat {
+            QString chat, joined, left;
+        };
+        struct Settings {
+            QString managed, sessionCode, accountId, platform;
+        };
+        struct Security {
+            QString username, password;
+        };
+        struct error {
+            QString regionTitle, regionMsg1, regionMsg2, accountIdTitle, accountIdMsg,
+                sessionCodeTitle, sessionCodeMsg;
+        };
+
+        struct Common Common;
+        struct MainMenu MainMenu;
+        struct Main Main;
+        struct UserAck UserAck;
+        struct Connection Connection;
+        struct About About;
+        struct Message Message;
+        struct Chat Chat;
+        struct Settings Settings;
+        struct Security Security;
+        struct error error;
+    };
+
+    Info En, Fr, Es, It, Ge, Ko, Pt;
+
+    // The record of a language, by name and never by position.
+    [[nodiscard]] const Info& info(Language language) const;
+};
+
+// Reads and decodes the whole document afresh, so that an edited one takes effect at the next look.
+// None where it cannot be read or decoded as a whole; then the error log has one line. A bundle
+// without the document is a broken installation and ends the program. Any thread.
+[[nodiscard]] std::optional<JsonData> getLanguageLabel();
+
+// The language of the first preference alone, by its first two letters as they stand; English where
+// the program does not speak it. An empty list ends the program.
+[[nodiscard]] Language languageFor(const QStringList& preferredLanguages);

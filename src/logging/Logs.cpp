@@ -1,0 +1,117 @@
+#include "logging/Logs.h"
+
+#include <cstdlib>
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QFile>
+#include <QStringEncoder>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/FilePaths.h"
+
+namespace {
+
+constexpr mode_t kSharedMode = 0666;
+
+// An open log file; closed when it goes. Never follows a link, never waits for a pipe's reader, and
+// writes into nothing but a regular file: the directory is shared.
+class OpenFile {
+public:
+    OpenFile(const QString& path, int flags)
+        : m_descriptor(::open(QFile::encodeName(path).constData(),
+                              flags | O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY,
+                              kSharedMode))
+    {
+        struct stat status = {};
+        if (m_descriptor >= 0 &&
+            (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
+            ::close(m_descriptor);
+            m_descriptor = -1;
+        }
+    }
+    ~OpenFile()
+    {
+        if (isOpen()) {
+            ::close(m_descriptor);
+        }
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
+    [[nodiscard]] int descriptor() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+void append(const LogDestination& destination, const QString& message)
+{
+    const QString time =
+        QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    // One write, so that lines of several threads never tear.
+    destination.write(time + u' ' + message + u'\n');
+}
+
+} // namespace
+
+LogDestination::LogDestination()
+    : LogDestination(QStringLiteral("/Halvern/vantoryAgent/logs/vantoryAgent.stdout"))
+{}
+
+LogDestination::LogDestination(const QString& pathBelowApplicationSupport)
+    : m_path(
+          FilePaths::rooted(FilePaths::applicationSupportDirectory() + pathBelowApplicationSupport))
+{}
+
+void LogDestination::write(const QString& text) const
+{
+    QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
+    const QByteArray bytes = encoder.encode(text);
+    if (encoder.hasError()) {
+        return;
+    }
+    const OpenFile file(m_path, O_APPEND);
+    if (file.isOpen()) {
+        // A full disk loses the line, nothing else.
+        [[maybe_unused]] const auto written =
+            ::write(file.descriptor(), bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    }
+}
+
+void LogDestination::cleanUp() const
+{
+    const OpenFile existing(m_path, O_TRUNC);
+    const OpenFile made(m_path, existing.isOpen() ? 0 : O_CREAT | O_EXCL);
+    if (made.isOpen()) {
+        // The mode at creation is cut by the umask; another person's file keeps its mode.
+        [[maybe_unused]] const auto result = ::fchmod(made.descriptor(), kSharedMode);
+    }
+}
+
+LogErrorDestination::LogErrorDestination()
+    : LogDestination(QStringLiteral("/Halvern/vantoryAgent/logs/vantoryAgent.stderr"))
+{}
+
+void printLog(const QString& message)
+{
+    append(LogDestination(), message);
+}
+
+void printErrorLog(const QString& message)
+{
+    append(LogErrorDestination(), message);
+}
+
+void fatalState(const QString& why)
+{
+    printErrorLog(why);
+    const QByteArray line = why.toLocal8Bit() + '\n';
+    [[maybe_unused]] const auto written =
+        ::write(STDERR_FILENO, line.constData(), static_cast<std::size_t>(line.size()));
+    std::abort();
+}

@@ -1,0 +1,24 @@
+#include "platform/BundleImages.h"
+
+#include <QPixmap>
+
+#include "platform/MainBundle.h"
+
+std::optional<QIcon> BundleImages::icon(const QString& name)
+{
+    QIcon icon;
+    // Both sizes whatever this screen's scale is: a status bar may ask for either.
+    for (const auto& [suffix, scale] :
+         {std::pair(QString(), 1.0), std::pair(QStringLiteral("@2x"), 2.0)}) {
+        const auto path = MainBundle::resourcePath(name + suffix, QStringLiteral("png"));
+        if (!path) {
+            continue;
+        }
+        QPixmap pixmap(*path);
+        pixmap.setDevicePixelRatio(scale);
+        if (!pixmap.isNull()) {
+            icon.addPixmap(pixmap);
+        }
+    }
+    return icon.isNull() ? std::nullopt : std::optional(icon);
+}

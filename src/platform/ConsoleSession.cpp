@@ -1,0 +1,199 @@
+#include "platform/ConsoleSession.h"
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include <QByteArray>
+
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+constexpr std::chrono::milliseconds kPatience(500);
+
+constexpr auto kService = "org.freedesktop.login1";
+constexpr auto kManagerPath = "/org/freedesktop/login1";
+constexpr auto kManager = "org.freedesktop.login1.Manager";
+constexpr auto kSeatPath = "/org/freedesktop/login1/seat/seat0";
+constexpr auto kSeat = "org.freedesktop.login1.Seat";
+constexpr auto kSession = "org.freedesktop.login1.Session";
+
+// One conversation with logind, over a connection of its own. What does not arrive before the
+// deadline, is an error, or is of another type than documented is no answer.
+class Conversation {
+public:
+    Conversation()
+    {
+        // Only begins to connect. The library's calls that wait for an answer wait for the
+        // connection too, as long as it pleases the other side; hence answerTo().
+        sd_bus* bus = nullptr;
+        if (sd_bus_open_system(&bus) >= 0) {
+            m_bus.reset(bus);
+        }
+    }
+
+    // The object path that a method of the manager returns.
+    template <typename... Arguments>
+    [[nodiscard]] std::optional<std::string> session(const char* method, const char* types,
+                                                     Arguments... arguments)
+    {
+        const Message answer = call(kManagerPath, kManager, method, types, arguments...);
+        return text(answer.get(), SD_BUS_TYPE_OBJECT_PATH);
+    }
+
+    // The session that has the seat now.
+    [[nodiscard]] std::optional<std::string> activeSession()
+    {
+        const Message answer = property(kSeatPath, kSeat, "ActiveSession", "(so)");
+        const char* id = nullptr;
+        const char* path = nullptr;
+        if (!answer || sd_bus_message_read(answer.get(), "(so)", &id, &path) <= 0 || *id == '\0') {
+            return std::nullopt; // an empty id stands for no session
+        }
+        return path;
+    }
+
+    [[nodiscard]] std::optional<std::string> sessionText(const std::string& path, const char* name)
+    {
+        const Message answer = property(path.c_str(), kSession, name, "s");
+        return text(answer.get(), SD_BUS_TYPE_STRING);
+    }
+
+    [[nodiscard]] bool sessionFlag(const std::string& path, const char* name)
+    {
+        const Message answer = property(path.c_str(), kSession, name, "b");
+        int value = 0;
+        return answer && sd_bus_message_read_basic(answer.get(), SD_BUS_TYPE_BOOLEAN, &value) > 0 &&
+               value != 0;
+    }
+
+private:
+    static Message none() { return {nullptr, &sd_bus_message_unref}; }
+
+    [[nodiscard]] static std::optional<std::string> text(sd_bus_message* answer, char type)
+    {
+        const char* value = nullptr;
+        if (answer == nullptr || sd_bus_message_read_basic(answer, type, &value) <= 0) {
+            return std::nullopt;
+        }
+        return value;
+    }
+
+    // An answer that stands before the property's value.
+    Message property(const char* path, const char* interface, const char* name, const char* type)
+    {
+        Message answer =
+            call(path, "org.freedesktop.DBus.Properties", "Get", "ss", interface, name);
+        if (!answer ||
+            sd_bus_message_enter_container(answer.get(), SD_BUS_TYPE_VARIANT, type) <= 0) {
+            return none();
+        }
+        return answer;
+    }
+
+    template <typename... Arguments>
+    Message call(const char* path, const char* interface, const char* method, const char* types,
+                 Arguments... arguments)
+    {
+        sd_bus_message* message = nullptr;
+        if (!m_bus || sd_bus_message_new_method_call(m_bus.get(), &message, kService, path,
+                                                     interface, method) < 0) {
+            return none();
+        }
+        const Message request(message, &sd_bus_message_unref);
+        if (sd_bus_message_append(message, types, arguments...) < 0) {
+            return none();
+        }
+        return answerTo(message);
+    }
+
+    // Sends the request and works for the connection, its set-up included, until the answer or the
+    // deadline comes.
+    Message answerTo(sd_bus_message* request)
+    {
+        Message answer = none();
+        const auto keep = [](sd_bus_message* message, void* target, sd_bus_error*) {
+            static_cast<Message*>(target)->reset(sd_bus_message_ref(message));
+            return 0;
+        };
+        sd_bus_slot* slot = nullptr;
+        constexpr auto kNoTimeLimit = UINT64_MAX; // the deadline is ours
+        if (sd_bus_call_async(m_bus.get(), &slot, request, keep, &answer, kNoTimeLimit) < 0) {
+            return answer;
+        }
+        const std::unique_ptr<sd_bus_slot, decltype(&sd_bus_slot_unref)> owner(slot,
+                                                                               &sd_bus_slot_unref);
+        while (!answer) {
+            const auto left =
+                std::chrono::duration_cast<std::chrono::microseconds>(m_deadline - Clock::now());
+            if (left.count() <= 0) {
+                break;
+            }
+            const int done = sd_bus_process(m_bus.get(), nullptr);
+            if (done < 0) {
+                break;
+            }
+            if (done == 0) {
+                const int waited =
+                    sd_bus_wait(m_bus.get(), static_cast<std::uint64_t>(left.count()));
+                if (waited < 0 && waited != -EINTR) {
+                    break;
+                }
+            }
+        }
+        return answer && sd_bus_message_is_method_error(answer.get(), nullptr) == 0
+                   ? std::move(answer)
+                   : none();
+    }
+
+    // Without sending what still waits: that could take long.
+    struct Close {
+        void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+    };
+
+    const Clock::time_point m_deadline = Clock::now() + kPatience;
+    std::unique_ptr<sd_bus, Close> m_bus;
+};
+
+std::optional<std::string> ownSession(Conversation& logind)
+{
+    std::optional<std::string> path;
+    if (const QByteArray id = qgetenv("XDG_SESSION_ID"); !id.isEmpty()) {
+        path = logind.session("GetSession", "s", id.constData());
+    }
+    if (!path) {
+        path = logind.session("GetSessionByPID", "u", static_cast<std::uint32_t>(::getpid()));
+    }
+    return path ? path : logind.activeSession();
+}
+
+} // namespace
+
+std::optional<QString> ConsoleSession::consoleUser()
+{
+    Conversation logind;
+    const auto session = logind.activeSession();
+    if (!session) {
+        return std::nullopt;
+    }
+    const auto kind = logind.sessionText(*session, "Class");
+    if (kind == "greeter") {
+        return QStringLiteral("loginwindow");
+    }
+    const auto name = logind.sessionText(*session, "Name");
+    return kind && name && !name->empty() ? std::optional(QString::fromStdString(*name))
+                                          : std::nullopt;
+}
+
+bool ConsoleSession::isScreenLocked()
+{
+    Conversation logind;
+    const auto session = ownSession(logind);
+    return session && logind.sessionFlag(*session, "LockedHint");
+}

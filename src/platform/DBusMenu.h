@@ -1,0 +1,136 @@
+#pragma once
+
+#include <set>
+#include <tuple>
+#include <vector>
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusVariant>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+#include <QVariantMap>
+
+class QAction;
+class QMenu;
+
+// What com.canonical.dbusmenu passes around, each with its D-Bus signature.
+
+struct DBusMenuItem { // (ia{sv})
+    int id = 0;
+    QVariantMap properties;
+
+    static auto fields(auto& self) { return std::tie(self.id, self.properties); }
+};
+
+struct DBusMenuItemKeys { // (ias)
+    int id = 0;
+    QStringList names;
+
+    static auto fields(auto& self) { return std::tie(self.id, self.names); }
+};
+
+struct DBusMenuLayout { // (ia{sv}av), the children being such structures again
+    int id = 0;
+    QVariantMap properties;
+    QVariantList children;
+
+    static auto fields(auto& self) { return std::tie(self.id, self.properties, self.children); }
+};
+
+struct DBusMenuEvent { // (isvu)
+    int id = 0;
+    QString eventId;
+    QDBusVariant data;
+    uint timestamp = 0;
+
+    static auto fields(auto& self)
+    {
+        return std::tie(self.id, self.eventId, self.data, self.timestamp);
+    }
+};
+
+// A QMenu for the hosts that draw it themselves: com.canonical.dbusmenu, version 3.
+//
+// The menu is flat: titles, pictures, shortcuts, separators, enabling and visibility. Submenus and
+// check marks are not carried. Item 0 is the menu itself; an action keeps its number for as long as
+// it lives, and a number is never given twice in a run of the program, so that a click in a menu
+// that the host has not brought up to date yet meets the right action or none.
+//
+// On the bus from construction to destruction. Whatever arrives there is from outside: a call of
+// the wrong type is refused by Qt, one with an unknown item by an error. Main thread. Internal to
+// the room.
+class DBusMenu : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
+    Q_PROPERTY(uint Version READ version CONSTANT)
+    Q_PROPERTY(QString Status READ status CONSTANT)
+    Q_PROPERTY(QString TextDirection READ textDirection)
+    Q_PROPERTY(QStringList IconThemePath READ iconThemePath CONSTANT)
+
+public:
+    explicit DBusMenu(const QDBusConnection& bus, QObject* parent = nullptr);
+    ~DBusMenu() override;
+
+    // Where the menu is found on the bus.
+    [[nodiscard]] static QString path();
+
+    // Not owned; null empties the menu.
+    void setMenu(QMenu* menu);
+
+    [[nodiscard]] uint version() const { return 3; }
+    [[nodiscard]] QString status() const;
+    [[nodiscard]] QString textDirection() const;
+    [[nodiscard]] QStringList iconThemePath() const { return {}; }
+
+public Q_SLOTS:
+    // The interface, its operations named as it names them.
+    Q_SCRIPTABLE uint GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
+                                DBusMenuLayout& layout);
+    Q_SCRIPTABLE QList<DBusMenuItem> GetGroupProperties(const QList<int>& ids,
+                                                        const QStringList& propertyNames);
+    Q_SCRIPTABLE QDBusVariant GetProperty(int id, const QString& name);
+    Q_SCRIPTABLE void Event(int id, const QString& eventId, const QDBusVariant& data,
+                            uint timestamp);
+    Q_SCRIPTABLE QList<int> EventGroup(const QList<DBusMenuEvent>& events);
+    Q_SCRIPTABLE bool AboutToShow(int id);
+    Q_SCRIPTABLE QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors);
+
+Q_SIGNALS:
+    Q_SCRIPTABLE void ItemsPropertiesUpdated(const QList<DBusMenuItem>& updated,
+                                             const QList<DBusMenuItemKeys>& removed);
+    Q_SCRIPTABLE void LayoutUpdated(uint revision, int parent);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    struct Numbered {
+        int id = 0;
+        QPointer<QAction> action;
+    };
+
+    [[nodiscard]] QList<QAction*> actions() const;
+    // Gives the action a number where it has none yet.
+    int idOf(QAction* action);
+    // Null for item 0 and for what is not in the menu (any more).
+    [[nodiscard]] QAction* actionOf(int id) const;
+    [[nodiscard]] bool isKnown(int id) const;
+    [[nodiscard]] QVariantMap propertiesOf(int id) const;
+    bool takeEvent(int id, const QString& eventId, uint timestamp);
+    void refuse(int id);
+    void tellChanges();
+
+    QDBusConnection m_bus;
+    QPointer<QMenu> m_menu;
+    std::vector<Numbered> m_numbers;
+    uint m_revision = 0;
+
+    // What the hosts have not been told yet: many changes made in one go are told once.
+    QTimer m_untold;
+    std::set<int> m_changed;
+};

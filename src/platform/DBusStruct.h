@@ -1,0 +1,35 @@
+#pragma once
+
+#include <concepts>
+#include <tuple>
+
+#include <QDBusArgument>
+
+// Sends plain structs over the bus as D-Bus structures.
+//
+// The struct has a static `fields(self)` that ties its members in the order of the signature. One
+// call of qDBusRegisterMetaType for it, and for every list of it that is sent as a value of its
+// own, makes it known to the bus. Internal to the room.
+template <typename T>
+concept DBusStruct = requires(T& value)
+{
+    T::fields(value);
+};
+
+template <DBusStruct T>
+QDBusArgument& operator<<(QDBusArgument& argument, const T& value)
+{
+    argument.beginStructure();
+    std::apply([&](const auto&... field) { (argument << ... << field); }, T::fields(value));
+    argument.endStructure();
+    return argument;
+}
+
+template <DBusStruct T>
+const QDBusArgument& operator>>(const QDBusArgument& argument, T& value)
+{
+    argument.beginStructure();
+    std::apply([&](auto&... field) { (argument >> ... >> field); }, T::fields(value));
+    argument.endStructure();
+    return argument;
+}

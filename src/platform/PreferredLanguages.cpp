@@ -1,0 +1,35 @@
+#include "platform/PreferredLanguages.h"
+
+#include <algorithm>
+
+#include <QStringView>
+
+namespace {
+
+// "pt_BR.UTF-8@euro" without what follows the territory.
+QString languageOf(QStringView locale)
+{
+    const auto* const end =
+        std::find_if(locale.begin(), locale.end(), [](QChar c) { return c == u'.' || c == u'@'; });
+    return locale.first(end - locale.begin()).toString();
+}
+
+} // namespace
+
+QStringList preferredLanguages()
+{
+    QStringList languages;
+    const QString list = qEnvironmentVariable("LANGUAGE");
+    for (const QStringView piece : QStringView(list).split(u':')) {
+        languages.append(languageOf(piece));
+    }
+    for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        if (const QString locale = qEnvironmentVariable(variable); !locale.isEmpty()) {
+            languages.append(languageOf(locale));
+            break;
+        }
+    }
+    languages.removeAll(QString());
+    languages.removeDuplicates();
+    return languages.isEmpty() ? QStringList(QStringLiteral("C")) : languages;
+}

@@ -1,0 +1,8 @@
+#include "platform/ProgramEnd.h"
+
+#include <unistd.h>
+
+void endProgram(int status)
+{
+    ::_exit(status);
+}

@@ -1,0 +1,56 @@
+#include "platform/SerialQueue.h"
+
+#include <pthread.h>
+
+SerialQueue::SerialQueue(std::string label) : m_label(std::move(label)), m_thread([this] { run(); })
+{
+    // The system keeps fifteen characters of a thread's name.
+    ::pthread_setname_np(m_thread.native_handle(), m_label.substr(0, 15).c_str());
+}
+
+SerialQueue::~SerialQueue()
+{
+    stop();
+}
+
+void SerialQueue::stop()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_changed.notify_all();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void SerialQueue::post(std::function<void()> work)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_work.push_back(std::move(work));
+    }
+    m_changed.notify_all();
+}
+
+bool SerialQueue::isCurrent() const
+{
+    return m_thread.get_id() == std::this_thread::get_id();
+}
+
+void SerialQueue::run()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_stopping || !m_work.empty(); });
+        if (m_stopping) {
+            return;
+        }
+        const auto work = std::move(m_work.front());
+        m_work.pop_front();
+        lock.unlock();
+        work();
+        lock.lock();
+    }
+}

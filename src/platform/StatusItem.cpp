@@ -1,0 +1,314 @@
+#include "platform/StatusItem.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <thread>
+
+#include <QCursor>
+#include <QDBusAbstractInterface>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QPointer>
+#include <QScreen>
+#include <QSystemTrayIcon>
+#include <QTextDocument>
+#include <QThread>
+
+#include "platform/MainQueue.h"
+#include "platform/StatusNotifierItem.h"
+
+namespace {
+
+const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+
+// The signals of one watcher process. Made with the process's unique name: with a well-known one
+// this class would ask the bus who owns it, and wait for the answer.
+class WatcherSignals : public QDBusAbstractInterface {
+    Q_OBJECT
+
+public:
+    WatcherSignals(const QString& uniqueName, const QDBusConnection& bus)
+        : QDBusAbstractInterface(uniqueName, QStringLiteral("/StatusNotifierWatcher"),
+                                 "org.kde.StatusNotifierWatcher", bus, nullptr)
+    {}
+
+Q_SIGNALS:
+    void StatusNotifierHostRegistered();
+    void StatusNotifierHostUnregistered();
+};
+
+// Calls `then` with the answer, also an error, on this thread; not any more once the context is
+// gone.
+template <typename Then>
+void ask(const QDBusConnection& bus, const QDBusMessage& question, QObject* context, Then then)
+{
+    // Without a limit: a watcher that is slow, as while a desktop starts, is late, not absent. If
+    // it ends, the bus answers in its place.
+    constexpr int noLimit = std::numeric_limits<int>::max();
+    auto* const call = new QDBusPendingCallWatcher(bus.asyncCall(question, noLimit), context);
+    QObject::connect(call, &QDBusPendingCallWatcher::finished, context, [call, then] {
+        call->deleteLater();
+        then(call->reply());
+    });
+}
+
+// Where a menu of that size comes up beside an icon: below it, or above where there is no room.
+QPoint placeBeside(const QRect& icon, const QSize& menu, const QRect& screen)
+{
+    const int below = icon.bottom() + 1;
+    const int y = below + menu.height() <= screen.bottom() + 1 ? below : icon.top() - menu.height();
+    const int x = std::min(icon.left(), screen.right() + 1 - menu.width());
+    return {std::max(x, screen.left()), std::max(y, screen.top())};
+}
+
+} // namespace
+
+class StatusItem::Private : public QObject {
+public:
+    Private(const QString& id, const QString& title);
+
+    void setIcon(const QIcon& icon);
+    void setToolTip(const QString& text);
+    void setMenu(QMenu* menu);
+
+private:
+    template <typename Result>
+    void fetch(Result (*work)(), void (Private::*then)(const Result&));
+
+    void watch(const QDBusConnection& bus);
+    void setWatcher(const QString& uniqueName);
+    void askForHost();
+    void useHost();
+    void useTray();
+    void makeTray(const bool& supportsMessages);
+    void updateTray();
+    void popUpMenuAtTray();
+
+    const QString m_id;
+    const QString m_title;
+    QIcon m_icon;
+    QString m_toolTip;
+    QPointer<QMenu> m_menu;
+
+    // Never both.
+    std::unique_ptr<StatusNotifierItem> m_item;
+    std::unique_ptr<QSystemTrayIcon> m_tray;
+
+    bool m_isTrayWanted = false;
+    bool m_isTrayComing = false;
+    std::optional<QDBusConnection> m_bus;
+    std::unique_ptr<WatcherSignals> m_watcher; // also the context of the questions put to it
+    std::shared_ptr<Private*> m_self = std::make_shared<Private*>(this);
+};
+
+StatusItem::Private::Private(const QString& id, const QString& title) : m_id(id), m_title(title)
+{
+    // Whoever uses the session bus first connects to it and waits for its greeting.
+    fetch(&QDBusConnection::sessionBus, &Private::watch);
+}
+
+StatusItem::StatusItem(const QString& id, const QString& title, QObject* parent)
+    : QObject(parent), d(std::make_unique<Private>(id, title))
+{}
+
+StatusItem::~StatusItem() = default;
+
+void StatusItem::setIcon(const QIcon& icon)
+{
+    d->setIcon(icon);
+}
+
+void StatusItem::setToolTip(const QString& text)
+{
+    d->setToolTip(text);
+}
+
+void StatusItem::setMenu(QMenu* menu)
+{
+    d->setMenu(menu);
+}
+
+void StatusItem::Private::setIcon(const QIcon& icon)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    m_icon = icon;
+    if (m_item) {
+        m_item->setIcon(icon);
+    }
+    updateTray();
+}
+
+void StatusItem::Private::setToolTip(const QString& text)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    m_toolTip = text;
+    if (m_item) {
+        m_item->setToolTip(text);
+    }
+    updateTray();
+}
+
+void StatusItem::Private::setMenu(QMenu* menu)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    m_menu = menu;
+    if (m_item) {
+        m_item->setMenu(menu);
+    }
+    updateTray();
+}
+
+// Runs the work on a thread of its own, and with what it has fetched the continuation here; that
+// not any more once this object is gone.
+template <typename Result>
+void StatusItem::Private::fetch(Result (*work)(), void (Private::*then)(const Result&))
+{
+    std::thread([owner = std::weak_ptr(m_self), work, then] {
+        MainQueue::post([owner, then, result = work()] {
+            if (const auto self = owner.lock()) {
+                ((*self)->*then)(result);
+            }
+        });
+    }).detach();
+}
+
+void StatusItem::Private::watch(const QDBusConnection& bus)
+{
+    if (!bus.isConnected()) {
+        useTray();
+        return;
+    }
+    m_bus = bus;
+
+    // First the subscription, then the question: nothing falls between them.
+    auto* const owners =
+        new QDBusServiceWatcher(kWatcher, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& owner) { setWatcher(owner); });
+
+    auto question = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+    question << kWatcher;
+    ask(bus, question, this, [this](const QDBusMessage& answer) {
+        // An error stands for no owner.
+        setWatcher(answer.type() == QDBusMessage::ReplyMessage
+                       ? answer.arguments().value(0).toString()
+                       : QString());
+    });
+}
+
+void StatusItem::Private::setWatcher(const QString& uniqueName)
+{
+    if (m_watcher && m_watcher->service() == uniqueName) {
+        return;
+    }
+    m_item.reset(); // registered with the former one
+    m_watcher.reset();
+    if (uniqueName.isEmpty()) {
+        useTray();
+        return;
+    }
+    m_watcher = std::make_unique<WatcherSignals>(uniqueName, *m_bus);
+    connect(m_watcher.get(), &WatcherSignals::StatusNotifierHostRegistered, this,
+            &Private::askForHost);
+    connect(m_watcher.get(), &WatcherSignals::StatusNotifierHostUnregistered, this,
+            &Private::askForHost);
+    askForHost();
+}
+
+void StatusItem::Private::askForHost()
+{
+    // Always asked, for the signals tell of one host and there may be more.
+    auto question = QDBusMessage::createMethodCall(
+        m_watcher->service(), m_watcher->path(), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("Get"));
+    question << m_watcher->interface() << QStringLiteral("IsStatusNotifierHostRegistered");
+    ask(*m_bus, question, m_watcher.get(), [this](const QDBusMessage& answer) {
+        const auto value = qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant();
+        if (value.toBool()) {
+            useHost();
+        } else {
+            useTray();
+        }
+    });
+}
+
+void StatusItem::Private::useHost()
+{
+    m_isTrayWanted = false;
+    m_tray.reset();
+    if (!m_item) {
+        m_item = std::make_unique<StatusNotifierItem>(*m_bus, m_watcher->service(), m_id, m_title);
+        m_item->setIcon(m_icon);
+        m_item->setToolTip(m_toolTip);
+        m_item->setMenu(m_menu);
+    }
+}
+
+void StatusItem::Private::useTray()
+{
+    m_item.reset();
+    m_isTrayWanted = true;
+    if (m_tray || m_isTrayComing) {
+        return;
+    }
+    // At its first use in a program QSystemTrayIcon asks the watcher for a host, waits for the
+    // answer and keeps to it for good. Here the answer is known to be "none", which leaves it to
+    // the XEmbed tray, whenever that comes. But the waiting may not be this thread's, so the first
+    // use is on another, and one that touches no more than that question.
+    m_isTrayComing = true;
+    fetch(&QSystemTrayIcon::supportsMessages, &Private::makeTray);
+}
+
+void StatusItem::Private::makeTray(const bool& /*supportsMessages*/)
+{
+    m_isTrayComing = false;
+    if (!m_isTrayWanted) {
+        return; // a host came meanwhile
+    }
+    m_tray = std::make_unique<QSystemTrayIcon>();
+    connect(m_tray.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Trigger) {
+                    popUpMenuAtTray(); // the other button's menu is Qt's work
+                }
+            });
+    updateTray();
+}
+
+void StatusItem::Private::updateTray()
+{
+    if (!m_tray) {
+        return;
+    }
+    m_tray->setIcon(m_icon);
+    m_tray->setToolTip(Qt::mightBeRichText(m_toolTip) ? Qt::convertFromPlainText(m_toolTip)
+                                                      : m_toolTip);
+    m_tray->setContextMenu(m_menu);
+    m_tray->setVisible(!m_icon.isNull());
+}
+
+void StatusItem::Private::popUpMenuAtTray()
+{
+    if (!m_menu) {
+        return;
+    }
+    QRect icon = m_tray->geometry();
+    if (icon.isEmpty()) {
+        icon = QRect(QCursor::pos(), QSize(1, 1));
+    }
+    const QScreen* screen = QGuiApplication::screenAt(icon.center());
+    if (screen == nullptr) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    m_menu->popup(placeBeside(icon, m_menu->sizeHint(), screen->geometry()));
+}
+
+#include "StatusItem.moc"

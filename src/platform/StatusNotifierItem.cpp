@@ -1,0 +1,193 @@
+#include "platform/StatusNotifierItem.h"
+
+#include <algorithm>
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QGuiApplication>
+#include <QImage>
+#include <QMenu>
+#include <QPixmap>
+#include <QScreen>
+#include <QSize>
+#include <QtEndian>
+
+#include "platform/DBusStruct.h"
+
+namespace {
+
+// The path that a host looks at when it is told no more than a bus name.
+const QString kPath = QStringLiteral("/StatusNotifierItem");
+
+// No status bar is higher, and the pictures travel with every change.
+constexpr int kLargestPicture = 128;
+
+// The form of the name is the specification's: process and number within it.
+QString busName()
+{
+    return QStringLiteral("org.kde.StatusNotifierItem-%1-1")
+        .arg(QCoreApplication::applicationPid());
+}
+
+QDBusMessage callToBus(const QString& method)
+{
+    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                          QStringLiteral("/org/freedesktop/DBus"),
+                                          QStringLiteral("org.freedesktop.DBus"), method);
+}
+
+StatusNotifierPicture pictureOf(const QImage& source)
+{
+    const QImage image = source.convertToFormat(QImage::Format_ARGB32);
+    StatusNotifierPicture picture{image.width(), image.height(), {}};
+    picture.argb.resize(image.sizeInBytes()); // four bytes a pixel leave no padding
+    qToBigEndian<quint32>(image.constBits(), image.sizeInBytes() / 4, picture.argb.data());
+    return picture;
+}
+
+} // namespace
+
+StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString& watcher,
+                                       const QString& id, const QString& title, QObject* parent)
+    : QObject(parent), m_bus(bus), m_watcher(watcher), m_id(id), m_title(title), m_exportedMenu(bus)
+{
+    qDBusRegisterMetaType<StatusNotifierPicture>();
+    qDBusRegisterMetaType<QList<StatusNotifierPicture>>();
+    qDBusRegisterMetaType<StatusNotifierToolTip>();
+    m_bus.registerObject(kPath, this, QDBusConnection::ExportScriptableContents);
+    requestName();
+}
+
+StatusNotifierItem::~StatusNotifierItem()
+{
+    // Nobody can be told to take an item off: it goes with its name.
+    QDBusMessage release = callToBus(QStringLiteral("ReleaseName"));
+    release << busName();
+    m_bus.send(release);
+    m_bus.unregisterObject(kPath);
+}
+
+void StatusNotifierItem::requestName()
+{
+    // A name of the item's own, and not the connection's: giving it back withdraws the icon while
+    // the connection, which the accessibility bridge uses too, goes on.
+    constexpr uint doNotQueue = 4;
+    constexpr uint primaryOwner = 1;
+    constexpr uint alreadyOwner = 4;
+
+    QDBusMessage request = callToBus(QStringLiteral("RequestName"));
+    request << busName() << doNotQueue;
+    auto* const call = new QDBusPendingCallWatcher(m_bus.asyncCall(request), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+        call->deleteLater();
+        const QDBusPendingReply<uint> answer = *call;
+        const bool isOurs =
+            !answer.isError() && (answer.value() == primaryOwner || answer.value() == alreadyOwner);
+        registerAs(isOurs ? busName() : m_bus.baseService());
+    });
+}
+
+void StatusNotifierItem::registerAs(const QString& name)
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(m_watcher, QStringLiteral("/StatusNotifierWatcher"),
+                                       QStringLiteral("org.kde.StatusNotifierWatcher"),
+                                       QStringLiteral("RegisterStatusNotifierItem"));
+    call << name;
+    m_bus.send(call);
+}
+
+void StatusNotifierItem::setIcon(const QIcon& icon)
+{
+    m_icon = icon;
+    Q_EMIT NewIcon();
+}
+
+void StatusNotifierItem::setToolTip(const QString& text)
+{
+    m_toolTip = text;
+    Q_EMIT NewToolTip();
+}
+
+void StatusNotifierItem::setMenu(QMenu* menu)
+{
+    m_menu = menu;
+    m_exportedMenu.setMenu(menu);
+}
+
+QString StatusNotifierItem::category() const
+{
+    return QStringLiteral("SystemServices");
+}
+
+QString StatusNotifierItem::status() const
+{
+    return QStringLiteral("Active"); // hosts may hide an item that is "Passive"
+}
+
+QDBusObjectPath StatusNotifierItem::menu() const
+{
+    return QDBusObjectPath(DBusMenu::path());
+}
+
+QList<StatusNotifierPicture> StatusNotifierItem::pictures() const
+{
+    // The size of a common status bar, at scale 1 and 2, and whatever else there is.
+    QList<QSize> sizes = {QSize(22, 22), QSize(44, 44)};
+    sizes += m_icon.availableSizes();
+
+    QList<StatusNotifierPicture> pictures;
+    for (const QSize& size : std::as_const(sizes)) {
+        const QImage image =
+            m_icon.pixmap(size.boundedTo(QSize(kLargestPicture, kLargestPicture)), 1.0).toImage();
+        const bool isNew =
+            std::none_of(pictures.begin(), pictures.end(), [&](const StatusNotifierPicture& p) {
+                return p.width == image.width() && p.height == image.height();
+            });
+        if (!image.isNull() && isNew) {
+            pictures += pictureOf(image);
+        }
+    }
+    return pictures;
+}
+
+StatusNotifierToolTip StatusNotifierItem::toolTip() const
+{
+    // As the title, which hosts show as it is, other than the description.
+    return {{}, {}, m_toolTip, {}};
+}
+
+void StatusNotifierItem::Activate(int x, int y)
+{
+    popUpMenu({x, y});
+}
+
+void StatusNotifierItem::SecondaryActivate(int x, int y)
+{
+    popUpMenu({x, y});
+}
+
+void StatusNotifierItem::ContextMenu(int x, int y)
+{
+    popUpMenu({x, y});
+}
+
+void StatusNotifierItem::Scroll(int /*delta*/, const QString& /*orientation*/) {}
+
+void StatusNotifierItem::popUpMenu(QPoint place)
+{
+    // The place is anybody's word: it may lie on no screen.
+    const QScreen* screen = QGuiApplication::screenAt(place);
+    if (screen == nullptr) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    if (screen == nullptr || !m_menu) {
+        return;
+    }
+    const QRect area = screen->geometry();
+    m_menu->popup({std::clamp(place.x(), area.left(), area.right()),
+                   std::clamp(place.y(), area.top(), area.bottom())});
+}

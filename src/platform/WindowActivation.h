@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QtGlobal>
+
+class QWidget;
+
+// Bringing a window before the person.
+//
+// A floating window stays on top of ordinary ones. Activation (the keyboard) is asked of the window
+// manager with the true time of the person's last action in this program (EWMH _NET_ACTIVE_WINDOW
+// and _NET_WM_USER_TIME), so that a desktop that guards the focus can tell a window that the person
+// asked for from one that comes by itself. Main thread.
+namespace WindowActivation {
+
+// Watches the person's own input to the program's windows from now on. Once, after the application
+// object exists.
+void watchInput();
+
+// Notes an action of the person that reached the program by another way than its windows, with the
+// X server's time in milliseconds (a click in a status bar's menu, told over the bus). Zero means
+// that the time is not known and counts as now.
+void noteAction(quint32 serverTime);
+
+// Shows the window at the floating level, above others, and asks for the keyboard.
+void present(QWidget* window);
+
+} // namespace WindowActivation

@@ -1,0 +1,31 @@
+#include "service_link/Client.h"
+
+#include "logging/Logs.h"
+#include "platform/ProgramEnd.h"
+
+Client::Client(const QString& hostName, quint16 portNumber,
+               ClientConnection::CheckMessage checkMessage)
+    : host(hostName), port(portNumber), connection(hostName, portNumber, std::move(checkMessage))
+{}
+
+void Client::start()
+{
+    printLog(QStringLiteral("Client started %1 %2").arg(host).arg(port));
+    connection.didStopCallback = &Client::didStopCallback;
+    connection.start();
+}
+
+void Client::send(const QString& command)
+{
+    connection.send(command.toUtf8());
+}
+
+void Client::stop()
+{
+    connection.stop();
+}
+
+void Client::didStopCallback(const std::optional<NetworkError>& error)
+{
+    endProgram(error ? 1 : 0);
+}

@@ -1,0 +1,129 @@
+#include "service_link/ClientConnection.h"
+
+#include <utility>
+
+#include <QStringDecoder>
+
+#include "logging/Logs.h"
+
+namespace {
+
+std::optional<QString> decodeText(const QByteArray& data)
+{
+    // A byte order mark is part of the text: no command begins with one.
+    using Flag = QStringConverter::Flag;
+    QStringDecoder decoder(QStringConverter::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
+    QString text = decoder.decode(data);
+    return decoder.hasError() ? std::nullopt : std::optional(std::move(text));
+}
+
+} // namespace
+
+ClientConnection::ClientConnection(const QString& host, quint16 port, CheckMessage checkMessage)
+    : m_checkMessage(std::move(checkMessage)), m_connection(host, port)
+{}
+
+ClientConnection::~ClientConnection()
+{
+    m_connection.cancel();
+    m_queue.stop();
+}
+
+void ClientConnection::start()
+{
+    printLog(QStringLiteral("connection will start"));
+    m_connection.setStateHandler(
+        [this](TcpConnection::State state, const std::optional<NetworkError>& error) {
+            didChangeState(state, error);
+        });
+    setUpReceive();
+    m_connection.start(m_queue);
+}
+
+void ClientConnection::send(const QByteArray& data)
+{
+    m_connection.send(data, [this, size = data.size()](const std::optional<NetworkError>& error) {
+        if (error) {
+            connectionDidFail(*error);
+            return;
+        }
+        printLog(QStringLiteral("connection did send, data: %1 bytes").arg(size));
+    });
+}
+
+void ClientConnection::stop()
+{
+    printLog(QStringLiteral("connection will stop"));
+    end(std::nullopt);
+}
+
+void ClientConnection::didChangeState(TcpConnection::State state,
+                                      const std::optional<NetworkError>& error)
+{
+    switch (state) {
+    case TcpConnection::State::Ready:
+        printLog(QStringLiteral("Client connection ready"));
+        break;
+    case TcpConnection::State::Waiting:
+    case TcpConnection::State::Failed:
+        // Nobody waits for the service to appear: whoever starts the agent starts it again.
+        connectionDidFail(error.value_or(NetworkError{}));
+        break;
+    case TcpConnection::State::Setup:
+    case TcpConnection::State::Preparing:
+    case TcpConnection::State::Cancelled:
+        break;
+    }
+}
+
+void ClientConnection::setUpReceive()
+{
+    m_connection.receive(
+        [this](const QByteArray& data, bool isComplete, const std::optional<NetworkError>& error) {
+            didReceive(data, isComplete, error);
+        });
+}
+
+void ClientConnection::didReceive(const QByteArray& data, bool isComplete,
+                                  const std::optional<NetworkError>& error)
+{
+    if (!data.isEmpty()) {
+        const std::optional<QString> text = decodeText(data);
+        printLog(QStringLiteral("connection did receive"));
+        const std::optional<QString> command = m_checkMessage(text);
+        printLog(QStringLiteral("string: ") + command.value_or(QStringLiteral("Unknown")));
+    }
+    if (isComplete) {
+        connectionDidEnd();
+    } else if (error) {
+        connectionDidFail(*error);
+    } else {
+        setUpReceive();
+    }
+}
+
+void ClientConnection::connectionDidFail(const NetworkError& error)
+{
+    printErrorLog(QStringLiteral("connection did fail, error: ") + error.text);
+    end(error);
+}
+
+void ClientConnection::connectionDidEnd()
+{
+    printLog(QStringLiteral("connection did end"));
+    end(std::nullopt);
+}
+
+void ClientConnection::end(const std::optional<NetworkError>& error)
+{
+    m_connection.setStateHandler(nullptr);
+    m_connection.cancel();
+    DidStop callback;
+    {
+        const std::lock_guard lock(m_callbackMutex);
+        callback = std::exchange(didStopCallback, nullptr);
+    }
+    if (callback) {
+        callback(error);
+    }
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+
+#include <QString>
+
+// What the agent does when the service says something: one table, in the order in which a message
+// is compared with its commands.
+namespace MessageDispatch {
+
+// Handles the text of one receive and returns the command that it recognised: the keyword, or the
+// prefix with its "=". None where there is no text or no such command.
+//
+// Runs on the link's queue. Payloads are decoded here, remote commands run here to their end, and
+// every change of the agent's state is posted to the main thread, in order. Only
+// "disconnect_all_sessions" waits for the main thread.
+std::optional<QString> checkMessage(const std::optional<QString>& message);
+
+} // namespace MessageDispatch

@@ -1,0 +1,156 @@
+#include "service_link/PayloadRecords.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+// 2001-01-01 00:00:00 UTC, in milliseconds since the Unix epoch.
+constexpr qint64 kReferenceDate = 978'307'200'000;
+
+// Reads one record's fields; remembers whether any was missing or of another type.
+class Fields {
+public:
+    explicit Fields(QJsonObject object) : m_object(std::move(object)) {}
+
+    static Fields ofText(const QString& json)
+    {
+        const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
+        Fields fields(document.object());
+        fields.m_isGood = document.isObject();
+        return fields;
+    }
+
+    [[nodiscard]] bool areGood() const { return m_isGood; }
+
+    QString text(QLatin1String key) { return checked(key, &QJsonValue::isString).toString(); }
+
+    bool boolean(QLatin1String key) { return checked(key, &QJsonValue::isBool).toBool(); }
+
+    QJsonArray array(QLatin1String key) { return checked(key, &QJsonValue::isArray).toArray(); }
+
+    qint64 integer(QLatin1String key)
+    {
+        const QJsonValue value = checked(key, &QJsonValue::isDouble);
+        // A number that is no integer gives back whatever default is named.
+        const qint64 number = value.toInteger(0);
+        m_isGood = m_isGood && number == value.toInteger(1);
+        return number;
+    }
+
+    // Absent and null are none.
+    std::optional<double> optionalNumber(QLatin1String key)
+    {
+        if (m_object.value(key).isUndefined() || m_object.value(key).isNull()) {
+            return std::nullopt;
+        }
+        return checked(key, &QJsonValue::isDouble).toDouble();
+    }
+
+    template <typename Record>
+    std::optional<Record> ifGood(Record record) const
+    {
+        return m_isGood ? std::optional(std::move(record)) : std::nullopt;
+    }
+
+private:
+    QJsonValue checked(QLatin1String key, bool (QJsonValue::*hasType)() const)
+    {
+        QJsonValue value = m_object.value(key);
+        m_isGood = m_isGood && (value.*hasType)();
+        return value;
+    }
+
+    QJsonObject m_object;
+    bool m_isGood = true;
+};
+
+std::optional<SessionInfo> decodeSession(const QJsonValue& value)
+{
+    if (!value.isObject()) {
+        return std::nullopt;
+    }
+    Fields fields(value.toObject());
+    SessionInfo session;
+    session.session = fields.integer(QLatin1String("session"));
+    session.remoteDevice = fields.text(QLatin1String("remoteDevice"));
+    session.remoteControlUser = fields.text(QLatin1String("remoteControlUser"));
+    session.sessionDate = fields.optionalNumber(QLatin1String("sessionDate"));
+    return fields.ifGood(std::move(session));
+}
+
+} // namespace
+
+double sessionDateNow()
+{
+    return static_cast<double>(QDateTime::currentMSecsSinceEpoch() - kReferenceDate) / 1000.0;
+}
+
+std::optional<Message> decode_message(const QString& jsonData)
+{
+    Fields fields = Fields::ofText(jsonData);
+    Message message;
+    message.from = fields.text(QLatin1String("from"));
+    message.text = fields.text(QLatin1String("text"));
+    message.timeout = fields.integer(QLatin1String("timeout"));
+    message.icon = fields.integer(QLatin1String("icon"));
+    return fields.ifGood(std::move(message));
+}
+
+std::optional<StatusInfo> decode_status(const QString& jsonData)
+{
+    Fields fields = Fields::ofText(jsonData);
+    StatusInfo status;
+    status.accountIsValid = fields.boolean(QLatin1String("accountIsValid"));
+    status.gateway = fields.text(QLatin1String("gateway"));
+    status.sessionId = fields.text(QLatin1String("sessionId"));
+    const QJsonArray sessions = fields.array(QLatin1String("sessions"));
+    for (const QJsonValue& value : sessions) {
+        auto session = decodeSession(value);
+        if (!session) {
+            return std::nullopt;
+        }
+        status.sessions.append(*std::move(session));
+    }
+    return fields.ifGood(std::move(status));
+}
+
+std::optional<ChatMember> decode_chat_member(const QString& jsonData)
+{
+    Fields fields = Fields::ofText(jsonData);
+    ChatMember member;
+    member.context = fields.integer(QLatin1String("context"));
+    member.member = fields.text(QLatin1String("member"));
+    return fields.ifGood(std::move(member));
+}
+
+std::optional<ApplicationInfo> decode_application_info(const QString& jsonData)
+{
+    Fields fields = Fields::ofText(jsonData);
+    ApplicationInfo info;
+    info.session = fields.integer(QLatin1String("session"));
+    info.exec = fields.text(QLatin1String("exec"));
+    return fields.ifGood(std::move(info));
+}
+
+std::optional<ChatMessage> decode_chat_message(const QString& jsonData)
+{
+    Fields fields = Fields::ofText(jsonData);
+    ChatMessage message;
+    message.context = fields.integer(QLatin1String("context"));
+    message.from = fields.text(QLatin1String("from"));
+    message.text = fields.text(QLatin1String("text"));
+    return fields.ifGood(std::move(message));
+}
+
+std::optional<ConnectionInformation> decode_connection_information(const QString& jsonData)
+{
+    Fields fields = Fields::ofText(jsonData);
+    ConnectionInformation information;
+    information.session = fields.integer(QLatin1String("session"));
+    information.deviceName = fields.text(QLatin1String("deviceName"));
+    information.controlName = fields.text(QLatin1String("controlName"));
+    return fields.ifGood(std::move(information));
+}

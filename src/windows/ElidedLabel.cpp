@@ -1,0 +1,63 @@
+#include "windows/ElidedLabel.h"
+
+#include <QEvent>
+#include <QFontMetrics>
+
+#include "windows/PlainText.h"
+
+namespace {
+
+// Laying out more would only cost time: no window shows so much in one line.
+constexpr qsizetype kLongestLine = 1'000;
+
+} // namespace
+
+ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent)
+{
+    setTextFormat(Qt::PlainText);
+}
+
+void ElidedLabel::setFullText(const QString& text)
+{
+    if (m_fullText == text) {
+        return;
+    }
+    m_fullText = text;
+    setAccessibleName(text);
+    elide();
+    updateGeometry();
+}
+
+QSize ElidedLabel::minimumSizeHint() const
+{
+    return {0, QLabel::minimumSizeHint().height()};
+}
+
+QSize ElidedLabel::sizeHint() const
+{
+    const QString line = PlainText::singleLine(m_fullText.left(kLongestLine));
+    return {fontMetrics().horizontalAdvance(line), QLabel::sizeHint().height()};
+}
+
+void ElidedLabel::resizeEvent(QResizeEvent* event)
+{
+    QLabel::resizeEvent(event);
+    elide();
+}
+
+void ElidedLabel::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::FontChange) {
+        elide();
+    }
+}
+
+void ElidedLabel::elide()
+{
+    const QString line = PlainText::singleLine(m_fullText.left(kLongestLine));
+    const QString shown = fontMetrics().elidedText(line, Qt::ElideRight, contentsRect().width());
+    setText(shown);
+    const bool isCut = shown != line || line.size() < m_fullText.size();
+    setToolTip(isCut ? PlainText::toolTip(m_fullText) : QString());
+}
