@@ -1,6 +1,8 @@
 #include "simulator/AgentLink.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 #include <QHostAddress>
 #include <QTcpSocket>

@@ -3,6 +3,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 
 #include "simulator/AgentLink.h"
@@ -23,26 +24,31 @@ struct Options {
     QDir screenshots;
 };
 
-const auto kIntroduction =
+constexpr QStringView kIntroduction =
     u"Stands in for the service that the agent is linked to, on 127.0.0.1.\n\n"
     "Without a script, lines are read from standard input until it ends. A line that begins with\n"
-    "a script command is carried out, any other is sent as it is.\n\n"_qs;
-const auto kRemarks =
+    "a script command is carried out, any other is sent as it is.\n\n";
+constexpr QStringView kRemarks =
     u"\n\"<- \" is a message from the agent, \"-> \" one to it, \"   \" a step, \"!! \" a "
     u"failure.\n"
     "Exit status: 0, 1 when a step failed, 2 when nothing could be begun. Screenshots are taken\n"
-    "by $VANTORY_SCREENSHOT_COMMAND with the file's path after it, else by \"import -window root\"."_qs;
+    "by $VANTORY_SCREENSHOT_COMMAND with the file's path after it, else by\n"
+    "\"import -window root\".";
 
 // None when the command line is wrong.
-std::optional<Options> readOptions(const QCoreApplication& application)
+std::optional<Options> readOptions()
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(kIntroduction + scriptHelp() + kRemarks);
-    parser.addHelpOption();
+    parser.setApplicationDescription(kIntroduction.toString() + scriptHelp() + kRemarks.toString());
+    const QCommandLineOption help({u"h"_qs, u"help"_qs}, u"Show this."_qs);
+    parser.addOption(help);
     parser.addOption({u"port"_qs, u"Port to listen on; 0: a free one."_qs, u"N"_qs, u"0"_qs});
     parser.addOption({u"script"_qs, u"Play this script."_qs, u"FILE"_qs});
     parser.addOption({u"screenshots"_qs, u"Folder for screenshots."_qs, u"DIR"_qs, u"."_qs});
-    parser.process(application);
+    if (!parser.parse(QCoreApplication::arguments()))
+        return std::nullopt;
+    if (parser.isSet(help))
+        parser.showHelp(); // ends the program
 
     bool isPort = false;
     const Options options{.port = parser.value(u"port"_qs).toUShort(&isPort),
@@ -67,9 +73,9 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
     Console console;
-    const std::optional<Options> options = readOptions(application);
+    const std::optional<Options> options = readOptions();
     if (!options) {
-        console.print(Voice::Failure, u"bad port, or an argument too many; see --help"_qs);
+        console.print(Voice::Failure, u"wrong arguments; see --help"_qs);
         return kCannotBegin;
     }
     const bool isScripted = !options->scriptFile.isEmpty();
