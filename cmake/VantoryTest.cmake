@@ -1,9 +1,10 @@
-# vantory_add_test(NAME SOURCES... [LIBRARIES libs...] [TIMEOUT seconds] [DISPLAY] [BUS])
+# vantory_add_test(NAME SOURCES... [LIBRARIES libs...] [TIMEOUT seconds] [DISPLAY] [BUS] [BUNDLE])
 #
-# A QtTest program. With DISPLAY it runs in an X server with a window manager of its own, with BUS
+# A QtTest program in a folder of its own, which is its application folder; with BUNDLE it has the
+# agent's resources there, of which the test may change any. With DISPLAY it runs in an X server with a window manager of its own, with BUS
 # on session and system buses of its own; both come from tests/support/with_desktop.
 function(vantory_add_test name)
-    cmake_parse_arguments(TEST "DISPLAY;BUS" "TIMEOUT" "LIBRARIES" ${ARGN})
+    cmake_parse_arguments(TEST "DISPLAY;BUS;BUNDLE" "TIMEOUT" "LIBRARIES" ${ARGN})
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE vantory_options Qt6::Test ${TEST_LIBRARIES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
@@ -11,6 +12,14 @@ function(vantory_add_test name)
         VANTORY_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
         VANTORY_TEST_SUPPORT="${PROJECT_SOURCE_DIR}/tests/support"
     )
+    set(folder ${PROJECT_BINARY_DIR}/tests/${name}.app)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${folder})
+    if(TEST_BUNDLE)
+        add_dependencies(${name} vantory_resources)
+        add_custom_command(TARGET ${name} POST_BUILD
+            COMMAND ${CMAKE_COMMAND} -E copy_directory ${VANTORY_RESOURCES_DIR} ${folder}/Resources
+            COMMAND ${CMAKE_COMMAND} -E copy ${VANTORY_BUNDLE_DIR}/Info.plist ${folder})
+    endif()
     set(wrapper "")
     if(TEST_DISPLAY)
         list(APPEND wrapper --display)

@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <vector>
 
 #include <QApplication>
 #include <QSessionManager>
@@ -6,6 +7,7 @@
 #include <unistd.h>
 
 #include "agent_core/AppDelegate.h"
+#include "logging/Logs.h"
 #include "platform/MainQueue.h"
 #include "platform/TerminationSignals.h"
 #include "platform/WindowActivation.h"
@@ -23,6 +25,15 @@ namespace {
     }
 }
 
+// The log files are the program's only output: what the toolkit has to say is not for whoever
+// started the agent, but for what ends the program.
+void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtFatalMsg) {
+        fatalState(message);
+    }
+}
+
 // The toolkit's own quitting asks every window first, and any of them could refuse.
 class QuitFilter : public QObject {
 public:
@@ -37,35 +48,50 @@ public:
     }
 };
 
+// A window that comes up by itself must be able to stand above the others and ask for the keyboard,
+// which native Wayland lets no program do. Told by an argument and not by the environment, which
+// the programs that we start inherit.
+void preferX11(std::vector<char*>& arguments)
+{
+    static char option[] = "-platform";
+    static char platform[] = "xcb";
+    if (!arguments.empty() && qEnvironmentVariableIsSet("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        arguments.insert(arguments.begin() + 1, {option, platform});
+    }
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
     // Before any other thread exists.
     const TerminationSignals signals([] { AppDelegate::applicationWillTerminate(); });
+    qInstallMessageHandler(&handleMessage);
 
-    // A window that comes up by itself must be able to stand above the others and ask for the
-    // keyboard, which native Wayland lets no program do.
-    if (qEnvironmentVariableIsSet("DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "xcb");
-    }
-    QApplication application(argc, argv);
+    std::vector<char*> arguments(argv, argv + argc);
+    preferX11(arguments);
+    auto count = static_cast<int>(arguments.size());
+    arguments.push_back(nullptr);
+    QApplication application(count, arguments.data());
     QApplication::setApplicationName(QStringLiteral("vantoryAgent"));
-    QApplication::setApplicationDisplayName(QString());
     QApplication::setDesktopFileName(QStringLiteral("vantoryAgent"));
+    // Neither windows nor the toolkit's own helpers end the agent by going.
     QApplication::setQuitOnLastWindowClosed(false);
+    QCoreApplication::setQuitLockEnabled(false);
     application.installEventFilter(new QuitFilter(&application));
     // The service starts the agent; the desktop's session manager must not start a second one.
     QObject::connect(
         &application, &QGuiApplication::saveStateRequest, &application,
         [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); });
-    // The toolkit leaves by exit() when the display goes away: the desktop's log-out, too.
-    std::atexit(&terminate);
 
     MainQueue::attach();
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();
+    // The toolkit leaves by exit() when the display goes away: the desktop's log-out, too. Late,
+    // since exit handlers run before those of whatever was set up earlier.
+    std::atexit(&terminate);
     QApplication::exec();
     terminate();
 }

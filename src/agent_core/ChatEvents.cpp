@@ -1,9 +1,11 @@
 #include "agent_core/AppDelegate.h"
 
 #include "chat/ChatController.h"
+#include "platform/MainQueue.h"
 
 void AppDelegate::endChats(std::optional<qint64> session)
 {
+    MainQueue::assertMainThread();
     for (ChatController* const chat : chats) {
         if (!session || chat->session == *session) {
             chat->end();

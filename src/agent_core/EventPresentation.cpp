@@ -39,6 +39,7 @@ void AppDelegate::userAcknowledgeRequest(qint64 session, const QString& server,
 
 void AppDelegate::showConnectionLater(bool loop)
 {
+    MainQueue::assertMainThread();
     if (isTerminating() || showsOnConnection() == false) {
         return;
     }
@@ -64,6 +65,7 @@ void AppDelegate::showConnection()
 
 void AppDelegate::stopShowConnectionLater()
 {
+    MainQueue::assertMainThread();
     delete connectionShowTimer.data();
     if (isTerminating()) {
         return;
@@ -108,12 +110,14 @@ void AppDelegate::showConnectionAtSessionEnd()
 
 void AppDelegate::setGateway(bool isConnected, const QString& name)
 {
+    MainQueue::assertMainThread();
     gatewayConnectionStatus = isConnected;
     connectionStatus->gateway_name = name;
 }
 
 void AppDelegate::setAccountIsValid(bool isValid)
 {
+    MainQueue::assertMainThread();
     connectionStatus->accountIsValid = isValid;
 }
 
@@ -144,6 +148,7 @@ void AppDelegate::refreshOrShowConnectionLater()
 
 void AppDelegate::addSession(const SessionInfo& session)
 {
+    MainQueue::assertMainThread();
     const bool isListed =
         std::any_of(sessions.cbegin(), sessions.cend(),
                     [&](const SessionInfo& listed) { return listed.session == session.session; });
@@ -161,6 +166,7 @@ void AppDelegate::endSession(qint64 session)
 
 void AppDelegate::replaceSessions(const QList<SessionInfo>& list)
 {
+    MainQueue::assertMainThread();
     sessions = list;
     connectionStatus->sessions.clear();
     for (const SessionInfo& session : list) {

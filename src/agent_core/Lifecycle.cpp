@@ -104,10 +104,8 @@ void AppDelegate::startClient()
 {
     m_client = std::make_unique<Client>(QStringLiteral("localhost"), portUI, m_checkMessage);
     client = m_client.get();
-    // From here on the link's queue may read what was set so far, and an end from outside takes
-    // the whole way.
-    isStarted = true;
     client->start();
+    isStarted = true; // from here on an end from outside takes the whole way
 }
 
 void AppDelegate::startTimers()

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 
+#include "platform/MainQueue.h"
+
 void AppDelegate::removeConnectionSession(qint64 session)
 {
+    MainQueue::assertMainThread();
     const auto found =
         std::find_if(sessions.cbegin(), sessions.cend(),
                      [session](const SessionInfo& info) { return info.session == session; });

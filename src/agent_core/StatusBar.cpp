@@ -13,15 +13,25 @@
 #include "platform/MainBundle.h"
 #include "platform/StatusItem.h"
 #include "windows/ConnectionStatus.h"
+#include "windows/PlainText.h"
 
 namespace {
 
+// The status bar shows no more of a text than this.
+constexpr qsizetype kLongestToolTip = 250;
 // Where the live line of the connections stands in the menu.
 constexpr qsizetype kConnectionPosition = 2;
 
+// What fits a menu of a sensible width; the whole is in the item's tool tip then.
+constexpr qsizetype kLongestItem = 120;
+
 QString menuText(const QString& text)
 {
-    return QString(text).replace(u'&', QLatin1String("&&")); // shown, not a mnemonic
+    QString line = PlainText::singleLine(text);
+    if (line.size() > kLongestItem) {
+        line = line.left(kLongestItem) + u'…';
+    }
+    return line.replace(u'&', QLatin1String("&&")); // shown, not a mnemonic
 }
 
 QIcon statusIcon(const QString& name)
@@ -37,17 +47,18 @@ QString connectivityLabel(const std::optional<JsonData>& labels)
 }
 
 template <typename Action>
-QAction* addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut,
-                 const QString& symbol, Action action)
+void insertItem(QMenu& menu, QAction* before, const QString& title, const QKeySequence& shortcut,
+                const QString& symbol, Action action)
 {
     auto* const item = new QAction(menuText(title), &menu);
     item->setShortcut(shortcut);
+    item->setToolTip(title.size() > kLongestItem ? PlainText::toolTip(title) : QString());
     if (const auto picture = BundleImages::icon(symbol)) {
         item->setIcon(*picture);
     }
-    QObject::connect(item, &QAction::triggered, &menu, action);
-    menu.addAction(item);
-    return item;
+    // Not tied to the menu: it cuts all ties of an action that is moved within it.
+    QObject::connect(item, &QAction::triggered, item, action);
+    menu.insertAction(before, item);
 }
 
 } // namespace
@@ -63,15 +74,17 @@ void AppDelegate::systemTray()
         StatusBarRules::iconName(disconnectedIconVisible, gatewayConnectionStatus, false)));
 
     m_menu = std::make_unique<QMenu>(menuText(oemName));
+    m_menu->setToolTipsVisible(true);
     statusBarMenu = m_menu.get();
-    addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, QStringLiteral("wrench"),
-            [this] { settings(); });
-    addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, QStringLiteral("gear"),
-            &AppDelegate::permissions);
-    addItem(*m_menu, connectivityLabel(labels), {}, {}, &AppDelegate::connectionDisplay);
+    insertItem(*m_menu, nullptr, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S,
+               QStringLiteral("wrench"), [this] { settings(); });
+    insertItem(*m_menu, nullptr, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P,
+               QStringLiteral("gear"), &AppDelegate::permissions);
+    insertItem(*m_menu, nullptr, connectivityLabel(labels), {}, {},
+               &AppDelegate::connectionDisplay);
     m_menu->addSeparator();
-    addItem(*m_menu, titles.About.about, {}, QStringLiteral("questionmark.circle"),
-            &AppDelegate::about);
+    insertItem(*m_menu, nullptr, titles.About.about, {}, QStringLiteral("questionmark.circle"),
+               &AppDelegate::about);
     statusBarItem->setMenu(statusBarMenu);
 
     statusBarUpdate = &AppDelegate::showStatusInStatusBar;
@@ -87,12 +100,12 @@ void AppDelegate::showStatusInStatusBar()
         fatalState(QStringLiteral("The status bar's menu has lost its items"));
     }
     const QString title = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
-    QAction* const item =
-        addItem(*statusBarMenu, title, {}, StatusBarRules::connectionSymbol(sessions.size()),
-                &AppDelegate::connectionDisplay);
-    statusBarMenu->insertAction(items.at(kConnectionPosition), item);
-    delete items.at(kConnectionPosition);
-    statusBarItem->setToolTip(sessions.isEmpty() ? oemName : title);
+    QAction* const last = items.at(kConnectionPosition);
+    insertItem(*statusBarMenu, last, title, {}, StatusBarRules::connectionSymbol(sessions.size()),
+               &AppDelegate::connectionDisplay);
+    delete last;
+    statusBarItem->setToolTip(
+        sessions.isEmpty() ? oemName : PlainText::singleLine(title).left(kLongestToolTip));
 }
 
 QString AppDelegate::getConnectivityLabel()

@@ -1,9 +1,12 @@
 #include "logging/Logs.h"
 
+#include <array>
+#include <chrono>
+#include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include <QByteArray>
-#include <QDateTime>
 #include <QFile>
 #include <QStringEncoder>
 
@@ -49,12 +52,28 @@ private:
     int m_descriptor;
 };
 
+// By the system's means alone: the last lines are written while the toolkit is going.
+QString timeText()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+        1000;
+    std::tm local = {};
+    ::localtime_r(&seconds, &local);
+    std::array<char, 64> text = {};
+    const std::size_t length =
+        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S.", &local);
+    std::snprintf(text.data() + length, text.size() - length, "%03d",
+                  static_cast<int>(milliseconds));
+    return QString::fromLatin1(text.data());
+}
+
 void append(const LogDestination& destination, const QString& message)
 {
-    const QString time =
-        QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
     // One write, so that lines of several threads never tear.
-    destination.write(time + u' ' + message + u'\n');
+    destination.write(timeText() + u' ' + message + u'\n');
 }
 
 } // namespace
@@ -86,6 +105,11 @@ void LogDestination::write(const QString& text) const
 void LogDestination::cleanUp() const
 {
     const OpenFile existing(m_path, O_TRUNC);
+    if (!existing.isOpen()) {
+        // None, or one that can't be written: a link, a pipe, a file without the right. A
+        // directory or another person's file in a sticky directory stays.
+        ::unlink(QFile::encodeName(m_path).constData());
+    }
     const OpenFile made(m_path, existing.isOpen() ? 0 : O_CREAT | O_EXCL);
     if (made.isOpen()) {
         // The mode at creation is cut by the umask; another person's file keeps its mode.

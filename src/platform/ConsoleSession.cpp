@@ -1,7 +1,8 @@
 #include "platform/ConsoleSession.h"
 
+#include <cerrno>
 #include <chrono>
-#include <cstring>
+#include <cstdint>
 #include <memory>
 #include <string>
 

@@ -189,7 +189,7 @@ QString DBusMenu::status() const
 
 QString DBusMenu::textDirection() const
 {
-    return qGuiApp->isRightToLeft() ? QStringLiteral("rtl") : QStringLiteral("ltr");
+    return QGuiApplication::isRightToLeft() ? QStringLiteral("rtl") : QStringLiteral("ltr");
 }
 
 uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,

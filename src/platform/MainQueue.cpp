@@ -34,14 +34,12 @@ public:
 
     bool event(QEvent* event) override
     {
-        if (event->type() != QEvent::User) {
-            return QObject::event(event);
-        }
         std::function<void()> work;
         {
+            // Before the event is looked at: the poster wrote it under this lock.
             const std::lock_guard lock(waiting().mutex);
-            if (waiting().work.empty()) {
-                return true;
+            if (event->type() != QEvent::User || waiting().work.empty()) {
+                return QObject::event(event);
             }
             work = std::move(waiting().work.front());
             waiting().work.pop_front();
@@ -67,6 +65,11 @@ void MainQueue::attach()
     for (std::size_t i = 0; i < queue.work.size(); ++i) {
         QCoreApplication::postEvent(waker, new QEvent(QEvent::User));
     }
+}
+
+void MainQueue::assertMainThread()
+{
+    Q_ASSERT_X(isMainThread(), "MainQueue", "the agent's state belongs to the main thread");
 }
 
 bool MainQueue::isMainThread()

@@ -15,6 +15,10 @@ void attach();
 
 [[nodiscard]] bool isMainThread();
 
+// For operations that touch what belongs to the main thread: stops a debug build that calls them
+// from another one.
+void assertMainThread();
+
 // Runs the work later on the main thread. Any thread. Post values, never references to what the
 // caller owns.
 void post(std::function<void()> work);

@@ -1,6 +1,6 @@
 #include "platform/PropertyList.h"
 
-#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -84,7 +84,9 @@ public:
             }
             expanded += 8 + object->text;
             containers += object->isContainer ? 1 : 0;
-            if (expanded > kMaximumSize || containers > kMaximumContainers) {
+            // What is still to be looked at counts beforehand, or looking would need the room.
+            const quint64 pending = references.size() + object->references;
+            if (expanded + 8 * pending > kMaximumSize || containers > kMaximumContainers) {
                 return false;
             }
             for (quint64 i = 0; i < object->references; ++i) {
@@ -148,12 +150,22 @@ private:
         if (count > size()) {
             return std::nullopt;
         }
+        if (kind == Ascii || kind == Utf16) {
+            // libplist ends the program at a key with a zero character in it.
+            const quint64 width = kind == Utf16 ? 2 : 1;
+            for (quint64 i = 0; i < count; ++i) {
+                const quint64 character = number(content + i * width, width);
+                if (character == 0 || character == kNoNumber) {
+                    return std::nullopt;
+                }
+            }
+        }
         const bool isContainer = kind >= Array;
         const quint64 units = kind == Utf16 || kind == Dictionary ? 2 * count : count;
         return Object{isContainer, isContainer ? units : 0, isContainer ? 0 : units, content};
     }
 
-    const QByteArray& m_bytes;
+    const QByteArray m_bytes;
 };
 
 bool isInProportion(const QByteArray& bytes)

@@ -47,10 +47,11 @@ void SerialQueue::run()
         if (m_stopping) {
             return;
         }
-        const auto work = std::move(m_work.front());
+        auto work = std::move(m_work.front());
         m_work.pop_front();
         lock.unlock();
         work();
+        work = nullptr; // what it holds may post when it goes
         lock.lock();
     }
 }

@@ -6,7 +6,6 @@
 #include <thread>
 
 #include <QCursor>
-#include <QDBusAbstractInterface>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -25,22 +24,27 @@
 
 namespace {
 
-const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher"); // and its interface
+const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 
-// The signals of one watcher process. Made with the process's unique name: with a well-known one
-// this class would ask the bus who owns it, and wait for the answer.
-class WatcherSignals : public QDBusAbstractInterface {
+// Tells that hosts have come or gone.
+class HostSignals : public QObject {
     Q_OBJECT
 
 public:
-    WatcherSignals(const QString& uniqueName, const QDBusConnection& bus)
-        : QDBusAbstractInterface(uniqueName, QStringLiteral("/StatusNotifierWatcher"),
-                                 "org.kde.StatusNotifierWatcher", bus, nullptr)
-    {}
+    explicit HostSignals(QDBusConnection bus)
+    {
+        // Connected by text, as nowhere else: QtDBus's proxy classes, whose signals could be
+        // connected as others are, ask the bus for the sender's name and wait. And from any sender,
+        // for the same reason; what it tells is no more than that it is time to ask.
+        for (const auto& name : {QStringLiteral("StatusNotifierHostRegistered"),
+                                 QStringLiteral("StatusNotifierHostUnregistered")}) {
+            bus.connect(QString(), kWatcherPath, kWatcher, name, this, SIGNAL(changed()));
+        }
+    }
 
 Q_SIGNALS:
-    void StatusNotifierHostRegistered();
-    void StatusNotifierHostUnregistered();
+    void changed();
 };
 
 // Calls `then` with the answer, also an error, on this thread; not any more once the context is
@@ -103,7 +107,8 @@ private:
     bool m_isTrayWanted = false;
     bool m_isTrayComing = false;
     std::optional<QDBusConnection> m_bus;
-    std::unique_ptr<WatcherSignals> m_watcher; // also the context of the questions put to it
+    std::unique_ptr<HostSignals> m_hosts;
+    QString m_watcher; // the process's unique name on the bus; empty for none
     std::shared_ptr<Private*> m_self = std::make_shared<Private*>(this);
 };
 
@@ -186,7 +191,9 @@ void StatusItem::Private::watch(const QDBusConnection& bus)
     }
     m_bus = bus;
 
-    // First the subscription, then the question: nothing falls between them.
+    // First the subscriptions, then the question: nothing falls between them.
+    m_hosts = std::make_unique<HostSignals>(bus);
+    connect(m_hosts.get(), &HostSignals::changed, this, &Private::askForHost);
     auto* const owners =
         new QDBusServiceWatcher(kWatcher, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this,
@@ -206,31 +213,32 @@ void StatusItem::Private::watch(const QDBusConnection& bus)
 
 void StatusItem::Private::setWatcher(const QString& uniqueName)
 {
-    if (m_watcher && m_watcher->service() == uniqueName) {
+    if (!uniqueName.isEmpty() && uniqueName == m_watcher) {
         return;
     }
+    m_watcher = uniqueName;
     m_item.reset(); // registered with the former one
-    m_watcher.reset();
-    if (uniqueName.isEmpty()) {
+    if (m_watcher.isEmpty()) {
         useTray();
-        return;
+    } else {
+        askForHost();
     }
-    m_watcher = std::make_unique<WatcherSignals>(uniqueName, *m_bus);
-    connect(m_watcher.get(), &WatcherSignals::StatusNotifierHostRegistered, this,
-            &Private::askForHost);
-    connect(m_watcher.get(), &WatcherSignals::StatusNotifierHostUnregistered, this,
-            &Private::askForHost);
-    askForHost();
 }
 
 void StatusItem::Private::askForHost()
 {
+    if (m_watcher.isEmpty()) {
+        return;
+    }
     // Always asked, for the signals tell of one host and there may be more.
     auto question = QDBusMessage::createMethodCall(
-        m_watcher->service(), m_watcher->path(), QStringLiteral("org.freedesktop.DBus.Properties"),
+        m_watcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
         QStringLiteral("Get"));
-    question << m_watcher->interface() << QStringLiteral("IsStatusNotifierHostRegistered");
-    ask(*m_bus, question, m_watcher.get(), [this](const QDBusMessage& answer) {
+    question << kWatcher << QStringLiteral("IsStatusNotifierHostRegistered");
+    ask(*m_bus, question, this, [this, asked = m_watcher](const QDBusMessage& answer) {
+        if (asked != m_watcher) {
+            return;
+        }
         const auto value = qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant();
         if (value.toBool()) {
             useHost();
@@ -245,7 +253,7 @@ void StatusItem::Private::useHost()
     m_isTrayWanted = false;
     m_tray.reset();
     if (!m_item) {
-        m_item = std::make_unique<StatusNotifierItem>(*m_bus, m_watcher->service(), m_id, m_title);
+        m_item = std::make_unique<StatusNotifierItem>(*m_bus, m_watcher, m_id, m_title);
         m_item->setIcon(m_icon);
         m_item->setToolTip(m_toolTip);
         m_item->setMenu(m_menu);

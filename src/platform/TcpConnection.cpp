@@ -71,6 +71,18 @@ std::vector<Address> addresses(const QString& host, quint16 port)
     return result;
 }
 
+// A port that nobody listens on may be the very one that the system picks for the calling side: the
+// socket is then connected to itself.
+bool isOwnEcho(int socket)
+{
+    Address own;
+    Address peer;
+    own.length = peer.length = sizeof(sockaddr_storage);
+    return ::getsockname(socket, reinterpret_cast<sockaddr*>(&own.storage), &own.length) == 0 &&
+           ::getpeername(socket, reinterpret_cast<sockaddr*>(&peer.storage), &peer.length) == 0 &&
+           own.length == peer.length && std::memcmp(&own.storage, &peer.storage, own.length) == 0;
+}
+
 } // namespace
 
 // Shared with the callbacks that are on their way, which may outlive the connection on the queue.
@@ -175,6 +187,9 @@ private:
         }
     }
 
+    // What a read counts for while it waits: its bytes, and the room that even one byte takes.
+    static qsizetype cost(const QByteArray& data) { return data.size() + 64; }
+
     void wake()
     {
         if (m_wake >= 0) {
@@ -209,7 +224,7 @@ private:
         if (!m_incoming.empty()) {
             data = std::move(m_incoming.front());
             m_incoming.pop_front();
-            m_waitingBytes -= data.size();
+            m_waitingBytes -= cost(data);
         }
         const bool isLast = data.isEmpty();
         m_queue->post([self = shared_from_this(), data = std::move(data),
@@ -271,6 +286,9 @@ private:
         if (::connect(candidate, reinterpret_cast<const sockaddr*>(&address.storage),
                       address.length) != 0) {
             error = errno == EINPROGRESS ? awaitConnection(candidate) : errno;
+        }
+        if (error == 0 && isOwnEcho(candidate)) {
+            error = ECONNREFUSED;
         }
         if (error != 0) {
             ::close(candidate);
@@ -358,7 +376,7 @@ private:
         const std::lock_guard lock(m_mutex);
         if (got > 0) {
             m_incoming.emplace_back(m_buffer.data(), got);
-            m_waitingBytes += got;
+            m_waitingBytes += cost(m_incoming.back());
         } else if (got == 0) {
             m_ended = true;
         } else {

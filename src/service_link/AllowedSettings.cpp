@@ -68,6 +68,9 @@ std::optional<AllowedData> readAllowedSettings()
         fatalState(QStringLiteral("The allowed settings cannot be read: ") + path);
     }
     const QByteArray bytes = file.readAll();
+    if (file.error() != QFile::NoError) {
+        fatalState(QStringLiteral("The allowed settings cannot be read: ") + path);
+    }
     const auto settings = decode(bytes);
     return settings ? std::optional(settings->settings) : std::nullopt;
 }

@@ -44,10 +44,11 @@ void ClientConnection::send(const QByteArray& data)
 {
     m_connection.send(data, [this, size = data.size()](const std::optional<NetworkError>& error) {
         if (error) {
-            connectionDidFail(*error);
+            connectionDidFail(*error); // at once, whatever the queue is busy with
             return;
         }
-        printLog(QStringLiteral("connection did send, data: %1 bytes").arg(size));
+        m_queue.post(
+            [size] { printLog(QStringLiteral("connection did send, data: %1 bytes").arg(size)); });
     });
 }
 

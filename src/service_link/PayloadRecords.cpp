@@ -1,9 +1,12 @@
 #include "service_link/PayloadRecords.h"
 
+#include <limits>
+
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QVariant>
 
 namespace {
 
@@ -34,9 +37,13 @@ public:
     qint64 integer(QLatin1String key)
     {
         const QJsonValue value = checked(key, &QJsonValue::isDouble);
-        // A number that is no integer gives back whatever default is named.
+        // A number that is no integer gives back whatever default is named. What is written as an
+        // integer but beyond 64 bits has become a real number; the smallest integer is one such
+        // number's nearest.
         const qint64 number = value.toInteger(0);
-        m_isGood = m_isGood && number == value.toInteger(1);
+        const bool isBelowRange = number == std::numeric_limits<qint64>::min() &&
+                                  value.toVariant().typeId() == QMetaType::Double;
+        m_isGood = m_isGood && number == value.toInteger(1) && !isBelowRange;
         return number;
     }
 

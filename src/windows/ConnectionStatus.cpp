@@ -59,7 +59,7 @@ public:
     };
 
     explicit Window(ConnectionStatus& owner)
-        : QWidget(nullptr, Qt::Window | Qt::WindowStaysOnTopHint), inertPeriod(this), m_owner(owner)
+        : QWidget(nullptr, kFlags), inertPeriod(this), m_owner(owner)
     {
         ui.setupUi(this);
         Logo::setWindowIcon(*this);
@@ -106,6 +106,12 @@ protected:
         case QEvent::PaletteChange:
             Logo::followAppearance(*ui.logo);
             break;
+        case QEvent::WindowStateChange:
+            // What was left undone while it was minimised.
+            if (m_owner.isVisible()) {
+                m_owner.config();
+            }
+            break;
         default:
             break;
         }
@@ -132,7 +138,7 @@ ConnectionStatus::~ConnectionStatus() = default;
 
 bool ConnectionStatus::isVisible() const
 {
-    return m_window && m_window->isVisible();
+    return m_window && m_window->isVisible() && !m_window->isMinimized();
 }
 
 void ConnectionStatus::present()
@@ -146,7 +152,7 @@ void ConnectionStatus::present()
 
 void ConnectionStatus::presentByService()
 {
-    if (!isVisible()) {
+    if (!window().isActiveWindow()) {
         window().inertPeriod.begin(InertPeriod::Inputs::Keyboard);
     }
     present();
@@ -177,6 +183,7 @@ void ConnectionStatus::awakeFromNib()
     for (const Window::Slot& slot : m_window->rows) {
         slot.timing->clear();
     }
+    Logo::refresh(*m_window->ui.logo, logoChanged);
     resizeWindow(0);
 }
 
@@ -197,7 +204,8 @@ void ConnectionStatus::translate(const JsonData::Info& data)
 
 void ConnectionStatus::setPosition()
 {
-    if (m_window && m_window->screen() != nullptr) {
+    // Moving or resizing a minimised window would bring it back.
+    if (m_window && !m_window->isMinimized() && m_window->screen() != nullptr) {
         const int screenWidth = m_window->screen()->geometry().width();
         m_window->move(screenWidth - m_window->frameGeometry().width(), 0);
     }
@@ -205,7 +213,7 @@ void ConnectionStatus::setPosition()
 
 void ConnectionStatus::resizeWindow(qsizetype sessionNumber)
 {
-    if (m_window) {
+    if (m_window && !m_window->isMinimized()) {
         const bool isFull = sessionNumber < 0 || sessionNumber > kSlots;
         const qsizetype shown = isFull ? kSlots : sessionNumber;
         m_window->setFixedSize(width, height - static_cast<int>(kSlots - shown) * kSlotHeight);
@@ -255,7 +263,9 @@ void ConnectionStatus::wakeUp()
 {
     MainQueue::post([self = QPointer(this)] {
         // A window that was hidden meanwhile stays hidden.
-        if (self && self->isVisible() && self->m_window->isMinimized()) {
+        if (self && self->m_window && self->m_window->isVisible() &&
+            self->m_window->isMinimized()) {
+            self->m_window->inertPeriod.begin(InertPeriod::Inputs::Keyboard);
             self->m_window->showNormal();
         }
     });
@@ -263,6 +273,7 @@ void ConnectionStatus::wakeUp()
 
 void ConnectionStatus::config()
 {
+    MainQueue::assertMainThread();
     resizeWindow(sessions.size());
     showState();
     if (AppDelegate::sessions.isEmpty()) {

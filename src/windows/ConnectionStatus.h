@@ -26,6 +26,7 @@ public:
     ConnectionStatus();
     ~ConnectionStatus() override;
 
+    // Whether the person can see the window: a minimised one is not visible.
     [[nodiscard]] bool isVisible() const;
     // Brings the window up because the person asks for it.
     void present();

@@ -7,7 +7,7 @@
 namespace {
 
 // A tool tip of more characters than this stops being one.
-constexpr qsizetype kLongestToolTip = 2'000;
+constexpr qsizetype kLongestToolTip = 10'000;
 // Up to here a line needs no wrapping.
 constexpr qsizetype kLineOfToolTip = 80;
 
