@@ -1,0 +1,170 @@
+#pragma once
+
+#include "platform/DBusMenu.h"
+#include "platform/DBusStruct.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVirtualObject>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QUuid>
+#include <QWidget>
+#include <QWindow>
+
+// The two kinds of status bar that the program meets, for its tests.
+namespace StatusBars {
+
+using namespace Qt::StringLiterals;
+
+inline const QString kWatcher = u"org.kde.StatusNotifierWatcher"_s;
+inline const QString kItem = u"org.kde.StatusNotifierItem"_s;
+inline const QString kMenu = u"com.canonical.dbusmenu"_s;
+inline const QString kProperties = u"org.freedesktop.DBus.Properties"_s;
+
+inline constexpr int kMost = std::numeric_limits<int>::max();
+
+// A watcher with a host, or without, as a process of its own would be: a connection of its own.
+class Watcher : public QDBusVirtualObject {
+public:
+    explicit Watcher(bool isHostThere = false, int answersLeft = kMost)
+        : m_isHostThere(isHostThere), m_answersLeft(answersLeft)
+    {
+        m_bus.registerVirtualObject(u"/StatusNotifierWatcher"_s, this);
+        m_bus.interface()->registerService(kWatcher,
+                                           QDBusConnectionInterface::ReplaceExistingService,
+                                           QDBusConnectionInterface::AllowReplacement);
+    }
+
+    ~Watcher() override { QDBusConnection::disconnectFromBus(m_bus.name()); }
+
+    void setHost(bool isThere)
+    {
+        m_isHostThere = isThere;
+        m_bus.send(QDBusMessage::createSignal(u"/StatusNotifierWatcher"_s, kWatcher,
+                                              isThere ? u"StatusNotifierHostRegistered"_s
+                                                      : u"StatusNotifierHostUnregistered"_s));
+    }
+
+    void answerAtLast()
+    {
+        m_answersLeft = kMost;
+        for (const QDBusMessage& question : std::exchange(m_unanswered, {})) {
+            handleMessage(question, m_bus);
+        }
+    }
+
+    // The item that is registered and there.
+    QString item() const
+    {
+        const auto isThere = m_bus.interface()->isServiceRegistered(m_item);
+        return !m_item.isEmpty() && isThere ? m_item : QString();
+    }
+
+    // A call from the host's side. The answer comes from this thread, so it must not block.
+    QDBusMessage call(const QString& path, const QString& interface, const QString& method,
+                      const QVariantList& arguments)
+    {
+        auto question = QDBusMessage::createMethodCall(m_item, path, interface, method);
+        question.setArguments(arguments);
+        QDBusPendingCallWatcher answer(m_bus.asyncCall(question, 5000));
+        QSignalSpy(&answer, &QDBusPendingCallWatcher::finished).wait(5000);
+        return answer.reply();
+    }
+
+    QDBusMessage callMenu(const QString& method, const QVariantList& arguments)
+    {
+        return call(u"/MenuBar"_s, kMenu, method, arguments);
+    }
+
+    QVariant itemProperty(const QString& name)
+    {
+        const auto answer = call(u"/StatusNotifierItem"_s, kProperties, u"Get"_s, {kItem, name});
+        return qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant();
+    }
+
+    // The menu's items, in order.
+    QList<DBusMenuLayout> items()
+    {
+        const auto answer = callMenu(u"GetLayout"_s, {0, -1, QStringList()});
+        QList<DBusMenuLayout> items;
+        if (answer.signature() == u"u(ia{sv}av)") {
+            revision = answer.arguments().at(0).toUInt();
+            const auto root = qdbus_cast<DBusMenuLayout>(answer.arguments().at(1));
+            for (const QVariant& child : root.children) {
+                items += qdbus_cast<DBusMenuLayout>(child);
+            }
+        }
+        return items;
+    }
+
+    const QDBusConnection& bus() const { return m_bus; }
+
+    uint revision = 0;
+
+    QString introspect(const QString& /*path*/) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+    {
+        if (m_answersLeft == 0) {
+            message.setDelayedReply(true);
+            m_unanswered += message;
+        } else if (message.member() == u"RegisterStatusNotifierItem") {
+            m_item = message.arguments().value(0).toString();
+            connection.send(message.createReply());
+        } else if (message.member() == u"Get") {
+            --m_answersLeft;
+            connection.send(message.createReply(QVariant::fromValue(QDBusVariant(m_isHostThere))));
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+private:
+    QDBusConnection m_bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QUuid::createUuid().toString());
+    bool m_isHostThere;
+    int m_answersLeft;
+    QString m_item;
+    QList<QDBusMessage> m_unanswered;
+};
+
+// An XEmbed tray at an edge of the screen; gone with the object.
+class Tray {
+public:
+    explicit Tray(const char* edge)
+    {
+        m_process.start(u"trayer"_s, {u"--edge"_s, QString::fromLatin1(edge), u"--align"_s,
+                                      u"right"_s, u"--widthtype"_s, u"request"_s});
+    }
+
+    ~Tray()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    // The widget that Qt has docked in the tray, if it has.
+    static QWidget* icon()
+    {
+        const auto widgets = QApplication::topLevelWidgets();
+        const auto found = std::find_if(widgets.begin(), widgets.end(), [](const QWidget* widget) {
+            return widget->inherits("QSystemTrayIconSys") && widget->isVisible() &&
+                   widget->windowHandle()->isExposed();
+        });
+        return found == widgets.end() ? nullptr : *found;
+    }
+
+private:
+    QProcess m_process;
+};
+
+} // namespace StatusBars

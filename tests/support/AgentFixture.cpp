@@ -1,0 +1,162 @@
+#include "AgentFixture.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "agent_core/Intervals.h"
+#include "platform/MainQueue.h"
+#include "platform/ProgramEnd.h"
+#include "service_link/MessageDispatch.h"
+
+// In place of the program's own: a test that loses its process must not pass.
+void endProgram(int status)
+{
+    std::fprintf(stderr, "the program under test ended with status %d\n", status);
+    std::abort();
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+AgentFixture::AgentFixture()
+{
+    static const bool isAttached = (MainQueue::attach(), true);
+    Q_UNUSED(isAttached)
+    qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
+    qputenv("LANGUAGE", "en");
+    QDir(m_root.path()).mkpath(QStringLiteral("var/lib/Halvern/vantoryAgent/logs"));
+    resetState();
+    m_server.listen(QHostAddress::LocalHost);
+}
+
+AgentFixture::~AgentFixture()
+{
+    delegate.reset(); // before the service goes: the link's end would end the process
+}
+
+void AgentFixture::resetState()
+{
+    AppDelegate::disconnectedIconVisible = true;
+    AppDelegate::displayPlatform = AppDelegate::displayAgentType = AppDelegate::displayChange =
+        true;
+    AppDelegate::allowToLeaveChat = AppDelegate::showConnectionDetail = false;
+    AppDelegate::isManaged = true;
+    AppDelegate::gatewayConnectionStatus = false;
+    AppDelegate::sessions.clear();
+    AppDelegate::userfullname.clear();
+    AppDelegate::username.clear();
+    AppDelegate::user.clear();
+    AppDelegate::pwd.clear();
+    Intervals::current() = Intervals();
+}
+
+bool AgentFixture::start()
+{
+    const QString resources =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/Resources/");
+    writeFile(resources + QStringLiteral("oem.plist"),
+              "<plist version=\"1.0\"><dict><key>port</key><integer>" +
+                  QByteArray::number(m_server.serverPort()) + "</integer>" + options +
+                  "</dict></plist>");
+    delegate = std::make_unique<AppDelegate>(&MessageDispatch::checkMessage);
+    delegate->applicationDidFinishLaunching();
+    return QTest::qWaitFor([this] {
+        m_agent = m_agent != nullptr ? m_agent : m_server.nextPendingConnection();
+        return m_agent != nullptr && log().contains(QStringLiteral("Client connection ready"));
+    });
+}
+
+bool AgentFixture::send(const QByteArray& message)
+{
+    const auto handled = [this] { return log().filter(QStringLiteral("string: ")).size(); };
+    const auto before = handled();
+    m_agent->write(message);
+    const bool isHandled = QTest::qWaitFor([&] { return handled() > before; });
+    // What it posted to the main thread.
+    bool isDone = false;
+    MainQueue::post([&isDone] { isDone = true; });
+    return QTest::qWaitFor([&isDone] { return isDone; }) && isHandled;
+}
+
+QByteArrayList AgentFixture::sent()
+{
+    m_received += m_agent->readAll();
+    QByteArrayList messages;
+    qsizetype begin = m_received.indexOf("#####");
+    while (begin >= 0) {
+        const qsizetype next = m_received.indexOf("#####", begin + 5);
+        messages.append(m_received.mid(begin, next < 0 ? -1 : next - begin));
+        begin = next;
+    }
+    return messages;
+}
+
+void AgentFixture::forget()
+{
+    m_agent->readAll();
+    m_received.clear();
+}
+
+QStringList AgentFixture::lines(const QString& file) const
+{
+    QFile log(m_root.filePath(QStringLiteral("var/lib/Halvern/vantoryAgent/logs/") + file));
+    if (!log.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    constexpr qsizetype kTimeWidth = 24; // "yyyy-MM-dd HH:mm:ss.SSS "
+    QStringList messages;
+    const QStringList all = QString::fromUtf8(log.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    for (const QString& line : all) {
+        messages.append(line.mid(kTimeWidth));
+    }
+    return messages;
+}
+
+QStringList AgentFixture::log() const
+{
+    return lines(QStringLiteral("vantoryAgent.stdout"));
+}
+
+QStringList AgentFixture::errorLog() const
+{
+    return lines(QStringLiteral("vantoryAgent.stderr"));
+}
+
+QString AgentFixture::preferences(const QString& name) const
+{
+    return m_root.filePath(QStringLiteral("Library/Preferences/vantoryAgent/") + name);
+}
+
+void AgentFixture::allowShowing(const QByteArray& flag)
+{
+    QByteArray document = R"({"settings":{"allow_message_to_devices":true,)"
+                          R"("allow_chat_to_devices":true,)"
+                          R"("require_user_acknowledgement_for_devices":true,)"
+                          R"("allow_file_transfer_to_devices":true,)"
+                          R"("allow_devices_to_be_viewed":true)";
+    if (!flag.isEmpty()) {
+        document += ",\"show_agent_ui_on_connection\":" + flag;
+    }
+    writeFile(preferences(QStringLiteral("gateway.json")), document + "}}");
+}
+
+QWidget* AgentFixture::window() const
+{
+    const QWidgetList widgets = QApplication::topLevelWidgets();
+    for (QWidget* const widget : widgets) {
+        if (widget->objectName() == QLatin1String("ConnectionStatus")) {
+            return widget;
+        }
+    }
+    return nullptr;
+}

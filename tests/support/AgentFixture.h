@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+
+#include <QStringList>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+
+#include "agent_core/AppDelegate.h"
+#include "windows/ConnectionStatus.h"
+
+// One agent in this process, linked over real TCP to a service that the test plays.
+//
+// Its files lie in a directory of their own, its waits are short, and the type-wide state is what a
+// fresh process has. The program under test ends by ending the process; here that fails the test.
+class AgentFixture {
+public:
+    AgentFixture();
+    ~AgentFixture();
+
+    // Starts the agent and waits for its link.
+    bool start();
+
+    // Sends one message as the service, and waits until the agent's log says that it was handled.
+    bool send(const QByteArray& message);
+    // What the agent has sent since forget(), marker by marker.
+    QByteArrayList sent();
+    void forget();
+
+    // The messages of a log file, times stripped.
+    [[nodiscard]] QStringList log() const;
+    [[nodiscard]] QStringList errorLog() const;
+
+    // Where the files of the agent's preferences lie.
+    [[nodiscard]] QString preferences(const QString& name) const;
+    // Leaves allowed settings; "true", "false", or empty for a document without the flag.
+    void allowShowing(const QByteArray& flag);
+    // The bundle's options besides the port; before start().
+    QByteArray options;
+
+    [[nodiscard]] QWidget* window() const; // the status window, if there is one
+    std::unique_ptr<AppDelegate> delegate;
+
+private:
+    [[nodiscard]] QStringList lines(const QString& file) const;
+    void resetState();
+
+    QTemporaryDir m_root;
+    QTcpServer m_server;
+    QTcpSocket* m_agent = nullptr;
+    QByteArray m_received;
+};
+
+bool writeFile(const QString& path, const QByteArray& bytes);
