@@ -1,3 +1,16 @@
+# vantory_test_properties(NAME SECONDS): the time limit, and what the sanitizers are to overlook.
+function(vantory_test_properties name timeout)
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${timeout})
+    if(VANTORY_SANITIZERS MATCHES "thread")
+        # The toolkit is not built for the thread sanitizer: only our own code's accesses count.
+        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+            "TSAN_OPTIONS=ignore_noninstrumented_modules=1 die_after_fork=0 suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+    elseif(VANTORY_SANITIZERS MATCHES "address")
+        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+            "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp")
+    endif()
+endfunction()
+
 # vantory_add_test(NAME SOURCES... [LIBRARIES libs...] [TIMEOUT seconds] [DISPLAY] [BUS] [BUNDLE])
 #
 # A QtTest program in a folder of its own, which is its application folder; with BUNDLE it has the
@@ -37,12 +50,5 @@ function(vantory_add_test name)
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 60)
     endif()
-    set_tests_properties(${name} PROPERTIES TIMEOUT ${TEST_TIMEOUT})
-    if(VANTORY_SANITIZERS MATCHES "thread")
-        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
-            "TSAN_OPTIONS=ignore_noninstrumented_modules=1 suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
-    elseif(VANTORY_SANITIZERS MATCHES "address")
-        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
-            "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp")
-    endif()
+    vantory_test_properties(${name} ${TEST_TIMEOUT})
 endfunction()

@@ -46,19 +46,23 @@ QString connectivityLabel(const std::optional<JsonData>& labels)
                   : QStringLiteral("Connection");
 }
 
-template <typename Action>
-void insertItem(QMenu& menu, QAction* before, const QString& title, const QKeySequence& shortcut,
-                const QString& symbol, Action action)
+// What an item shows; it may change while a panel has the menu open.
+void dressItem(QAction* item, const QString& title, const QString& symbol)
 {
-    auto* const item = new QAction(menuText(title), &menu);
-    item->setShortcut(shortcut);
+    item->setText(menuText(title));
     item->setToolTip(title.size() > kLongestItem ? PlainText::toolTip(title) : QString());
-    if (const auto picture = BundleImages::icon(symbol)) {
-        item->setIcon(*picture);
-    }
-    // Not tied to the menu: it cuts all ties of an action that is moved within it.
+    item->setIcon(BundleImages::icon(symbol).value_or(QIcon()));
+}
+
+template <typename Action>
+void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, const QString& symbol,
+             Action action)
+{
+    auto* const item = new QAction(&menu);
+    dressItem(item, title, symbol);
+    item->setShortcut(shortcut);
     QObject::connect(item, &QAction::triggered, item, action);
-    menu.insertAction(before, item);
+    menu.addAction(item);
 }
 
 } // namespace
@@ -76,15 +80,14 @@ void AppDelegate::systemTray()
     m_menu = std::make_unique<QMenu>(menuText(oemName));
     m_menu->setToolTipsVisible(true);
     statusBarMenu = m_menu.get();
-    insertItem(*m_menu, nullptr, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S,
-               QStringLiteral("wrench"), [this] { settings(); });
-    insertItem(*m_menu, nullptr, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P,
-               QStringLiteral("gear"), &AppDelegate::permissions);
-    insertItem(*m_menu, nullptr, connectivityLabel(labels), {}, {},
-               &AppDelegate::connectionDisplay);
+    addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, QStringLiteral("wrench"),
+            [this] { settings(); });
+    addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, QStringLiteral("gear"),
+            &AppDelegate::permissions);
+    addItem(*m_menu, connectivityLabel(labels), {}, {}, &AppDelegate::connectionDisplay);
     m_menu->addSeparator();
-    insertItem(*m_menu, nullptr, titles.About.about, {}, QStringLiteral("questionmark.circle"),
-               &AppDelegate::about);
+    addItem(*m_menu, titles.About.about, {}, QStringLiteral("questionmark.circle"),
+            &AppDelegate::about);
     statusBarItem->setMenu(statusBarMenu);
 
     statusBarUpdate = &AppDelegate::showStatusInStatusBar;
@@ -100,10 +103,8 @@ void AppDelegate::showStatusInStatusBar()
         fatalState(QStringLiteral("The status bar's menu has lost its items"));
     }
     const QString title = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
-    QAction* const last = items.at(kConnectionPosition);
-    insertItem(*statusBarMenu, last, title, {}, StatusBarRules::connectionSymbol(sessions.size()),
-               &AppDelegate::connectionDisplay);
-    delete last;
+    dressItem(items.at(kConnectionPosition), title,
+              StatusBarRules::connectionSymbol(sessions.size()));
     statusBarItem->setToolTip(
         sessions.isEmpty() ? oemName : PlainText::singleLine(title).left(kLongestToolTip));
 }

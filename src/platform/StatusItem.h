@@ -17,7 +17,7 @@ class QMenu;
 // error.
 //
 // One in a program, after the application object and MainQueue::attach(). Main thread. Nothing here
-// waits for a status bar or its watcher, however long they take to answer: until a watcher that is
+// waits for the bus or for who is on it, however long they take to answer: until a watcher that is
 // there has said whether there is a host, nothing changes.
 class StatusItem : public QObject {
     Q_OBJECT
