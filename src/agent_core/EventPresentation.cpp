@@ -101,9 +101,14 @@ void AppDelegate::closeConnectionStatus()
 
 void AppDelegate::showConnectionAtSessionEnd()
 {
-    if (!isTerminating()) {
-        connectionStatus->config();
-        connectionStatus->wakeUp();
+    if (isTerminating()) {
+        return;
+    }
+    connectionStatus->config();
+    connectionStatus->wakeUp();
+    // With the last session gone and nothing said about showing, it is hidden again at once: a
+    // window that only flashes up helps nobody.
+    if (!sessions.isEmpty() || showsOnConnection()) {
         connectionStatus->presentByService();
     }
 }
