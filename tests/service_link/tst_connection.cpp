@@ -148,6 +148,7 @@ void TestConnection::keepsReadsApartWhileTheQueueIsBusy()
     }
     gate.open();
     QTRY_COMPARE(MESSAGES, sent);
+    m_connection.reset();
 }
 
 void TestConnection::dropsTextThatIsNoUnicode()
@@ -173,6 +174,7 @@ void TestConnection::sendsWhileTheQueueIsBusy()
     m_connection->send("#####disconnect_session=7");
     QTRY_COMPARE(m_peer->bytesAvailable(), 25);
     gate.open();
+    m_connection.reset(); // before the gate, at which its queue may still stand
 }
 
 void TestConnection::sendsWhatWasSaidBeforeTheLinkIsThere()
@@ -252,6 +254,7 @@ void TestConnection::noticesABrokenLinkWhileTheQueueIsBusy()
     }
     QVERIFY(m_error > 0);
     gate.open();
+    m_connection.reset(); // before the gate, at which its queue may still stand
 }
 
 void TestConnection::stopsOnce()
