@@ -31,8 +31,8 @@ class UserAcknowledgement;
 // There is one object, made by main() after the application object; it owns the controllers, the
 // timers and the link, and the type-wide pointers point at them. The state can be read in full at
 // the end of this page. Its operations stand in one source file a concern: Lifecycle, StatusBar,
-// EventPresentation, ChatEvents, SettingsWindow, and below the windows SessionList, ServiceLink and
-// BundleOptions.
+// EventPresentation, Conversations, ChatEvents, SettingsWindow, and below the windows SessionList,
+// ServiceLink and BundleOptions.
 //
 // Main thread, where nothing else is said.
 class AppDelegate : public QObject { // no Q_OBJECT: the state is linked without the windows
@@ -220,5 +220,7 @@ private:
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<StatusItem> m_statusItem;
     std::unique_ptr<ConnectionStatus> m_connectionStatus;
+    std::unique_ptr<UserAcknowledgement> m_userAcknowledge;
+    std::unique_ptr<AboutController> m_aboutView;
     QPointer<QMenu> MainMenu; // the application's own menu; this desktop's have none
 };

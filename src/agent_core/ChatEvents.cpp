@@ -2,6 +2,33 @@
 
 #include "chat/ChatController.h"
 #include "platform/MainQueue.h"
+#include "windows/ConnectionStatus.h"
+
+void AppDelegate::requestChat(qint32 token, qint32 session)
+{
+    MainQueue::post([token, session] {
+        if (isTerminating()) {
+            return;
+        }
+        // The delegate's, by way of what the delegate owns, as its timers are.
+        auto* const chat = new ChatController(connectionStatus);
+        chats.append(chat);
+        chat->set(token, session);
+        chat->refresh();
+        chat->presentByService();
+    });
+}
+
+void AppDelegate::closeChat(qint32 token)
+{
+    MainQueue::post([token] {
+        for (ChatController* const chat : chats) {
+            if (chat->token == token) {
+                chat->end();
+            }
+        }
+    });
+}
 
 void AppDelegate::endChats(std::optional<qint64> session)
 {

@@ -15,7 +15,9 @@
 #include "platform/ProgramEnd.h"
 #include "platform/StatusItem.h"
 #include "service_link/Protocol.h"
+#include "windows/AboutController.h"
 #include "windows/ConnectionStatus.h"
+#include "windows/UserAcknowlegement.h"
 
 namespace {
 
@@ -27,9 +29,12 @@ const QLatin1String kSystemAdministrator("System Administrator");
 } // namespace
 
 AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
-    : m_checkMessage(std::move(checkMessage)), m_connectionStatus(new ConnectionStatus)
+    : m_checkMessage(std::move(checkMessage)), m_connectionStatus(new ConnectionStatus),
+      m_userAcknowledge(new UserAcknowledgement), m_aboutView(new AboutController)
 {
     connectionStatus = m_connectionStatus.get();
+    userAcknowledge = m_userAcknowledge.get();
+    aboutView = m_aboutView.get();
 }
 
 AppDelegate::~AppDelegate()
@@ -38,6 +43,8 @@ AppDelegate::~AppDelegate()
     statusBarItem = nullptr;
     statusBarMenu = nullptr;
     client = nullptr;
+    aboutView = nullptr;
+    userAcknowledge = nullptr;
     connectionStatus = nullptr;
 }
 

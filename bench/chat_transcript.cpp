@@ -1,0 +1,155 @@
+// What a line costs in a chat's transcript: laid out, scrolled to and painted, with few lines above
+// it and with many; and what texts cost that nobody writes but to do harm.
+
+#include <algorithm>
+#include <memory>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTextDocument>
+
+#include <benchmark/benchmark.h>
+
+#include "chat/ChatTranscript.h"
+
+namespace {
+
+// In a window of the size that it comes up in.
+std::unique_ptr<ChatTranscript> transcriptOf(qint64 lines)
+{
+    auto transcript = std::make_unique<ChatTranscript>();
+    transcript->resize(360, 370);
+    transcript->show();
+    for (qint64 i = 0; i < lines; ++i) {
+        if (i % 5 == 0) {
+            transcript->appendHeader(QStringLiteral("Ann Carter"), i % 2 == 0, ChatColour::Text);
+        }
+        transcript->appendBody(
+            QStringLiteral("Line %1, which is long enough to be broken once in the window.").arg(i),
+            i % 2 == 0, i % 20 == 0 ? ChatColour::Green : ChatColour::Text);
+    }
+    QApplication::processEvents();
+    transcript->viewport()->repaint();
+    return transcript;
+}
+
+// Until the text is there and painted, or as much of it as comes at once.
+void appendAndPaint(ChatTranscript& transcript, const QString& text, bool isLeft)
+{
+    transcript.appendBody(text, isLeft, ChatColour::Text);
+    transcript.viewport()->repaint();
+}
+
+// The rest of a long text follows in turns of the event loop; this is the longest of them.
+double longestTurn(ChatTranscript& transcript)
+{
+    double longest = 0;
+    int length = 0;
+    do {
+        length = transcript.document()->characterCount();
+        QElapsedTimer turn;
+        turn.start();
+        QApplication::processEvents();
+        longest = std::max(longest, static_cast<double>(turn.nsecsElapsed()) / 1e6);
+    } while (transcript.document()->characterCount() > length);
+    return longest;
+}
+
+void oneMoreLine(benchmark::State& state)
+{
+    const qint64 lines = state.range(0);
+    auto transcript = transcriptOf(lines);
+    const QString text = QStringLiteral("One more line, which is long enough to be broken once.");
+    qint64 more = 0;
+    for (auto _ : state) {
+        if (++more > lines / 2 + 50) { // else it would be measured among many more than it says
+            transcript = transcriptOf(lines);
+            appendAndPaint(*transcript, text, true);
+            more = 0;
+        }
+        QElapsedTimer timer;
+        timer.start();
+        appendAndPaint(*transcript, text, more % 2 == 0);
+        state.SetIterationTime(static_cast<double>(timer.nsecsElapsed()) / 1e9);
+    }
+}
+BENCHMARK(oneMoreLine)
+    ->Arg(10)
+    ->Arg(1'000)
+    ->Arg(10'000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+
+struct Harm {
+    const char* name;
+    QString text;
+};
+
+// As much as one message of the link holds, 65,536 bytes of UTF-8.
+QList<Harm> harms()
+{
+    const auto filled = [](const QString& unit) {
+        return unit.repeated(65'000 / unit.toUtf8().size());
+    };
+    return {
+        {"words", filled(QStringLiteral("lorem ipsum "))},
+        {"no place to break", filled(QStringLiteral("a"))},
+        {"line breaks", filled(QStringLiteral("\n"))},
+        {"a thousand combining marks", u'a' + QString(1'000, QChar(0x301))},
+        {"combining marks only", filled(QString(QChar(0x301)))},
+        {"overrides", filled(QString(QChar(0x202E)))},
+        {"control characters", filled(QString(QChar(0x01)))},
+        {"NUL", filled(QString(QChar(QChar::Null)))},
+        {"joiners", filled(QString(QChar(0x200D)))},
+        {"emoji families", filled(QStringLiteral("👨‍👩‍👧‍👦"))},
+        {"Hangul", filled(QStringLiteral("한"))},
+        {"directions mixed", filled(QStringLiteral("abc مرحبا 123 "))},
+    };
+}
+
+void harmfulText(benchmark::State& state, const QString& text)
+{
+    double longest = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        const auto transcript = transcriptOf(100);
+        state.ResumeTiming();
+        appendAndPaint(*transcript, text, true);
+        state.PauseTiming();
+        longest = std::max(longest, longestTurn(*transcript));
+        state.ResumeTiming();
+    }
+    state.counters["longest turn after, ms"] = longest;
+}
+
+void lineAfter(benchmark::State& state, const QString& text)
+{
+    const auto transcript = transcriptOf(100);
+    appendAndPaint(*transcript, text, true);
+    longestTurn(*transcript);
+    for (auto _ : state) {
+        appendAndPaint(*transcript, QStringLiteral("And then?"), true);
+    }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const QApplication application(argc, argv);
+    for (const Harm& harm : harms()) {
+        const std::string name = std::string("/") + harm.name;
+        benchmark::RegisterBenchmark(("harmfulText" + name).c_str(), harmfulText, harm.text)
+            ->Iterations(10)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(("lineAfter" + name).c_str(), lineAfter, harm.text)
+            ->Iterations(10)
+            ->Unit(benchmark::kMillisecond);
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+}

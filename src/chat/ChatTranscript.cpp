@@ -1,0 +1,309 @@
+#include "chat/ChatTranscript.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QEvent>
+#include <QFocusEvent>
+#include <QMimeData>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextLayout>
+
+#include "chat/ChatText.h"
+
+namespace {
+
+// Points.
+constexpr int kDocumentMargin = 16;
+constexpr int kPaddingX = 12;
+constexpr int kPaddingY = 6;
+constexpr int kRadius = 10;
+constexpr int kFarSide = 40; // what a message leaves free on the other side
+constexpr int kHeaderSize = 14;
+
+constexpr int kKind = QTextFormat::UserProperty + 1;
+constexpr int kColour = QTextFormat::UserProperty + 2;
+// A block that goes on in the middle of a line, or behind a line break, of the block before it.
+constexpr int kContinues = QTextFormat::UserProperty + 3;
+enum Continuation { InLine = 1, NextLine };
+
+int continuationOf(const QTextBlock& block)
+{
+    return block.blockFormat().intProperty(kContinues);
+}
+
+// Whether the scroll bar stands at the end, give or take less than a line.
+bool isAtEnd(const QScrollBar& bar)
+{
+    return bar.value() >= bar.maximum() - 4;
+}
+
+} // namespace
+
+ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
+{
+    setFrameShape(QFrame::NoFrame);
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setUndoRedoEnabled(false);
+    setAcceptRichText(false);
+    setTabChangesFocus(true);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    document()->setDocumentMargin(kDocumentMargin);
+    // Where the window's design has a scroll view and in it the transcript's own view, here one
+    // widget is both; what is the transcript proper is its document.
+    document()->setObjectName(QStringLiteral("textMessages"));
+
+    m_writeTimer.setSingleShot(true);
+    connect(&m_writeTimer, &QTimer::timeout, this, &ChatTranscript::write);
+    const QScrollBar* const bar = verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this, [this, bar] { m_followsNewest = isAtEnd(*bar); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this] {
+        if (m_followsNewest) {
+            showNewest();
+        }
+    });
+}
+
+void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour colour)
+{
+    QTextCharFormat characters;
+    characters.setFontPointSize(kHeaderSize);
+    characters.setFontWeight(QFont::Bold);
+    characters.setProperty(kColour, static_cast<int>(colour));
+    append(ChatText::shownInLine(sender), Kind::Header, isLeft, characters);
+}
+
+void ChatTranscript::appendBody(const QString& text, bool isLeft, ChatColour colour)
+{
+    QTextCharFormat characters;
+    characters.setProperty(kColour, static_cast<int>(colour));
+    const Kind message = isLeft ? Kind::OperatorsMessage : Kind::OwnMessage;
+    append(ChatText::shown(text), colour == ChatColour::Text ? message : Kind::Notice, isLeft,
+           characters);
+}
+
+void ChatTranscript::showNewest()
+{
+    m_followsNewest = true;
+    verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+}
+
+bool ChatTranscript::isMessage(Kind kind)
+{
+    return kind == Kind::OperatorsMessage || kind == Kind::OwnMessage;
+}
+
+ChatTranscript::Kind ChatTranscript::kindOf(const QTextBlock& block)
+{
+    return static_cast<Kind>(block.blockFormat().intProperty(kKind));
+}
+
+void ChatTranscript::append(const QString& shown, Kind kind, bool isLeft,
+                            const QTextCharFormat& characters)
+{
+    QTextBlockFormat format = formatBehind(std::exchange(m_lastKind, kind), kind, isLeft);
+    for (const ChatText::Piece& piece : ChatText::pieces(shown)) {
+        m_waiting.push_back({piece.text.toString(), format, characters});
+        format.setTopMargin(0);
+        format.setProperty(kContinues, piece.endsLine ? NextLine : InLine);
+    }
+    if (!m_writeTimer.isActive()) {
+        write();
+    }
+}
+
+QTextBlockFormat ChatTranscript::formatBehind(Kind before, Kind kind, bool isLeft) const
+{
+    qreal gap = 8;
+    if (before == Kind::None) {
+        gap = 0;
+    } else if (kind == Kind::Header) {
+        gap = 16;
+    } else if (before == Kind::Header || (isMessage(kind) && isMessage(before))) {
+        gap = 4;
+    }
+    gap += isMessage(before) ? kPaddingY : 0;
+
+    QTextBlockFormat format;
+    format.setProperty(kKind, static_cast<int>(kind));
+    // Absolute: left is left also for a script that runs from right to left.
+    format.setAlignment((isLeft ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignAbsolute);
+    format.setTopMargin(gap + (isMessage(kind) ? kPaddingY : 0));
+    if (isMessage(kind)) {
+        format.setLeftMargin(isLeft ? kPaddingX : kFarSide + kPaddingX);
+        format.setRightMargin(isLeft ? kFarSide + kPaddingX : kPaddingX);
+    }
+    if (kind == Kind::Notice) {
+        // A name in front of our own words does not turn the sentence round.
+        format.setLayoutDirection(Qt::LeftToRight);
+    }
+    return format;
+}
+
+// Writes with a cursor of its own: the view itself is read-only for the person at all times, and
+// what the person has selected stays so.
+void ChatTranscript::write()
+{
+    const QTextCursor selection = textCursor();
+    const bool wouldGrow =
+        selection.hasSelection() && selection.selectionEnd() == document()->characterCount() - 1;
+    const int anchor = selection.anchor();
+    const int position = selection.position();
+
+    writeBlock(m_waiting.front());
+    m_waiting.pop_front();
+    if (!m_waiting.empty()) {
+        m_writeTimer.start(0); // the rest of the program has its turn
+    }
+
+    if (wouldGrow) {
+        const int scrolled = verticalScrollBar()->value();
+        QTextCursor kept(document());
+        kept.setPosition(anchor);
+        kept.setPosition(position, QTextCursor::KeepAnchor);
+        setTextCursor(kept);
+        verticalScrollBar()->setValue(scrolled);
+    }
+}
+
+void ChatTranscript::writeBlock(const Block& block)
+{
+    QTextCharFormat characters = block.characters;
+    const auto colour = static_cast<ChatColour>(characters.intProperty(kColour));
+    if (colour != ChatColour::Text) {
+        characters.setForeground(ChatColours::line(colour, palette()));
+    }
+    QTextCursor cursor(document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.beginEditBlock();
+    if (std::exchange(m_isEmpty, false)) {
+        cursor.setBlockFormat(block.format);
+        cursor.setBlockCharFormat(characters);
+    } else {
+        cursor.insertBlock(block.format, characters);
+    }
+    cursor.insertText(block.text, characters);
+    cursor.endEditBlock();
+}
+
+QTextBlock ChatTranscript::firstBlockAt(qreal y) const
+{
+    const int position = document()->documentLayout()->hitTest({0, y}, Qt::FuzzyHit);
+    QTextBlock block = document()->findBlock(position);
+    // The one before it may still reach down here, and a message is painted from its first block.
+    if (block.previous().isValid()) {
+        block = block.previous();
+    }
+    while (continuationOf(block) != 0) {
+        block = block.previous();
+    }
+    return block;
+}
+
+// The ground of a message that begins and ends with these blocks.
+QRectF ChatTranscript::bubbleOf(const QTextBlock& first, const QTextBlock& last) const
+{
+    QRectF text;
+    for (QTextBlock block = first; block != last.next(); block = block.next()) {
+        const QTextLayout* const lines = block.layout();
+        for (int i = 0; i < lines->lineCount(); ++i) {
+            text |= lines->lineAt(i).naturalTextRect().translated(lines->position());
+        }
+    }
+    return text.adjusted(-kPaddingX, -kPaddingY, kPaddingX, kPaddingY);
+}
+
+void ChatTranscript::paintEvent(QPaintEvent* event)
+{
+    paintBubbles(event->rect());
+    QTextEdit::paintEvent(event);
+}
+
+void ChatTranscript::paintBubbles(const QRect& area)
+{
+    QPainter painter(viewport());
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const int scrolled = verticalScrollBar()->value();
+    const QRectF exposed = area.translated(0, scrolled);
+    painter.translate(0, -scrolled);
+    const QColor own = ChatColours::bubble(true, palette());
+    const QColor operators = ChatColours::bubble(false, palette());
+    QTextBlock last;
+    for (QTextBlock first = firstBlockAt(exposed.top()); first.isValid(); first = last.next()) {
+        last = first;
+        while (continuationOf(last.next()) != 0) {
+            last = last.next();
+        }
+        const QRectF bubble = bubbleOf(first, last);
+        if (bubble.top() > exposed.bottom()) {
+            break;
+        }
+        if (isMessage(kindOf(first))) {
+            painter.setBrush(kindOf(first) == Kind::OwnMessage ? own : operators);
+            painter.drawRoundedRect(bubble, kRadius, kRadius);
+        }
+    }
+}
+
+void ChatTranscript::changeEvent(QEvent* event)
+{
+    QTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        recolour();
+    }
+}
+
+// The caret is for those who select with the keyboard.
+void ChatTranscript::focusInEvent(QFocusEvent* event)
+{
+    const Qt::FocusReason reason = event->reason();
+    setCursorWidth(reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ? 1 : 0);
+    QTextEdit::focusInEvent(event);
+}
+
+// Gives the notices the new palette's colours. Messages have none of their own and need nothing.
+void ChatTranscript::recolour()
+{
+    QTextCursor cursor(document());
+    cursor.beginEditBlock();
+    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+        const QTextCharFormat characters = block.charFormat();
+        const auto colour = static_cast<ChatColour>(characters.intProperty(kColour));
+        if (colour != ChatColour::Text) {
+            QTextCharFormat coloured;
+            coloured.setForeground(ChatColours::line(colour, palette()));
+            cursor.setPosition(block.position());
+            cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+            cursor.mergeCharFormat(coloured);
+        }
+    }
+    cursor.endEditBlock();
+}
+
+// Plain text only, with the line breaks that the texts had.
+QMimeData* ChatTranscript::createMimeDataFromSelection() const
+{
+    const QTextCursor selection = textCursor();
+    const int start = selection.selectionStart();
+    const int end = selection.selectionEnd();
+    QString text;
+    for (QTextBlock block = document()->findBlock(start);
+         block.isValid() && block.position() <= end; block = block.next()) {
+        if (block.position() > start && continuationOf(block) != InLine) {
+            text += u'\n';
+        }
+        const int from = qMax(start - block.position(), 0);
+        const int to = qMin(end - block.position(), block.length() - 1);
+        text += block.text().sliced(from, to - from);
+    }
+    text.replace(QChar(QChar::LineSeparator), u'\n');
+    auto* const plain = new QMimeData;
+    plain->setText(text);
+    return plain;
+}

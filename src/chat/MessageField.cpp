@@ -1,0 +1,50 @@
+#include "chat/MessageField.h"
+
+#include <algorithm>
+
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+
+#include "chat/ChatText.h"
+
+MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
+{
+    setTextMargins(4, 0, 4, 0);
+    connect(this, &QLineEdit::textChanged, this, [this] {
+        if (!m_isComposing) {
+            Q_EMIT settled();
+        }
+    });
+}
+
+void MessageField::limitTo(qsizetype characters)
+{
+    const QString cut = ChatText::firstCharacters(text(), characters);
+    if (cut.size() < text().size()) {
+        const int caret = std::min(cursorPosition(), static_cast<int>(cut.size()));
+        setText(cut);
+        setCursorPosition(caret);
+    }
+}
+
+// Return is a button's key equivalent, which acts a moment later, when what was typed meanwhile
+// would go along. So here the field takes the key for itself.
+bool MessageField::event(QEvent* event)
+{
+    const bool result = QLineEdit::event(event);
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Return) {
+        event->accept();
+    }
+    return result;
+}
+
+void MessageField::inputMethodEvent(QInputMethodEvent* event)
+{
+    // Known before the event is handled: what it commits changes the text at once.
+    const bool wasComposing = std::exchange(m_isComposing, !event->preeditString().isEmpty());
+    QLineEdit::inputMethodEvent(event);
+    if (wasComposing && !m_isComposing) {
+        Q_EMIT settled();
+    }
+}

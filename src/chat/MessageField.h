@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QLineEdit>
+
+// The field in which a message is typed. It can be held to a length without getting into an input
+// method's way: while a character is being composed the text is not touched. Main thread.
+class MessageField : public QLineEdit {
+    Q_OBJECT
+
+public:
+    explicit MessageField(QWidget* parent = nullptr);
+
+    // Cuts the text to its first so many characters as a person counts them. The caret stays.
+    void limitTo(qsizetype characters);
+
+Q_SIGNALS:
+    // The text has changed and nothing is being composed.
+    void settled();
+
+protected:
+    bool event(QEvent* event) override;
+    void inputMethodEvent(QInputMethodEvent* event) override;
+
+private:
+    bool m_isComposing = false;
+};

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QLabel>
+#include <QString>
+
+// The question of the consent dialog: one sentence, "SERVER asks ... by OPERATOR", which text() and
+// a screen reader have to the letter.
+//
+// It is shown in three paragraphs, the two names in bold on a line of their own each. So nothing in
+// a name can pass for a part of the question, reorder it, or push anything away: a name that does
+// not fit its line is elided, and the tool tip has it whole.
+class AcknowledgementText : public QLabel {
+    Q_OBJECT
+
+public:
+    explicit AcknowledgementText(QWidget* parent = nullptr);
+
+    // What is asked; the names stay.
+    void setDescription(const QString& description);
+    void setNames(const QString& server, const QString& controlUser);
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] bool hasHeightForWidth() const override { return true; }
+    [[nodiscard]] int heightForWidth(int width) const override;
+
+protected:
+    bool event(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void showSentence();
+    void elide();
+    [[nodiscard]] QFont nameFont() const;
+    [[nodiscard]] QRect descriptionRect(int width) const;
+
+    QString m_server;
+    QString m_description;
+    QString m_controlUser;
+    QString m_shownServer;
+    QString m_shownControlUser;
+    bool m_hasKeyboardFocus = false; // reached by the Tab key
+};

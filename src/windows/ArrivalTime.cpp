@@ -1,0 +1,76 @@
+#include "windows/ArrivalTime.h"
+
+#include <array>
+#include <cstdlib>
+#include <memory>
+
+#include <unicode/udat.h>
+#include <unicode/udatpg.h>
+#include <unicode/uloc.h>
+
+namespace {
+
+// What is to be shown, not in which order (UTS 35, "Date Field Symbol Table").
+constexpr QStringView kSkeleton(u"ddMMMMyyyyHHmmss");
+// More than any locale's pattern and any formatted date.
+using Buffer = std::array<UChar, 256>;
+
+using Generator = std::unique_ptr<UDateTimePatternGenerator, decltype(&udatpg_close)>;
+using Format = std::unique_ptr<UDateFormat, decltype(&udat_close)>;
+
+QByteArray icuLocale(const QString& language)
+{
+    if (language == QLatin1String("C") || language == QLatin1String("POSIX")) {
+        return "en_US_POSIX";
+    }
+    QByteArray locale = language.toUtf8();
+    if (locale.contains('-')) {
+        std::array<char, ULOC_FULLNAME_CAPACITY> buffer = {};
+        UErrorCode status = U_ZERO_ERROR;
+        const int32_t length = uloc_forLanguageTag(locale.constData(), buffer.data(),
+                                                   ULOC_FULLNAME_CAPACITY, nullptr, &status);
+        if (U_SUCCESS(status) && length > 0 && length < ULOC_FULLNAME_CAPACITY) {
+            locale = QByteArray(buffer.data(), length);
+        }
+    }
+    return locale;
+}
+
+// The offset alone: what the system says the time is, also where it names its zone in a way that
+// ICU does not know.
+QString icuZone(const QDateTime& time)
+{
+    const int offset = time.offsetFromUtc();
+    const int minutes = std::abs(offset) / 60;
+    return QStringLiteral("GMT%1%2:%3")
+        .arg(QChar(offset < 0 ? u'-' : u'+'))
+        .arg(minutes / 60, 2, 10, QChar(u'0'))
+        .arg(minutes % 60, 2, 10, QChar(u'0'));
+}
+
+} // namespace
+
+QString arrivalTime(const QDateTime& time, const QString& language)
+{
+    const QByteArray locale = icuLocale(language);
+    // Once something has failed, everything below does nothing.
+    UErrorCode status = U_ZERO_ERROR;
+    const Generator generator(udatpg_open(locale.constData(), &status), &udatpg_close);
+    Buffer pattern;
+    const int32_t patternLength = udatpg_getBestPattern(
+        generator.get(), kSkeleton.utf16(), static_cast<int32_t>(kSkeleton.size()), pattern.data(),
+        static_cast<int32_t>(pattern.size()), &status);
+
+    const QString zone = icuZone(time);
+    const Format format(udat_open(UDAT_PATTERN, UDAT_PATTERN, locale.constData(),
+                                  reinterpret_cast<const UChar*>(zone.utf16()),
+                                  static_cast<int32_t>(zone.size()), pattern.data(), patternLength,
+                                  &status),
+                        &udat_close);
+    Buffer text;
+    const int32_t length =
+        udat_format(format.get(), static_cast<UDate>(time.toMSecsSinceEpoch()), text.data(),
+                    static_cast<int32_t>(text.size()), nullptr, &status);
+    return U_SUCCESS(status) ? QString(reinterpret_cast<const QChar*>(text.data()), length)
+                             : QString();
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+
+#include <QString>
+
+// What the application's own property list says about the program. Any thread.
+namespace Bundle {
+
+// "CFBundleShortVersionString"; none where the list, the key or a text under it is missing.
+[[nodiscard]] std::optional<QString> releaseVersionNumber();
+
+// "CFBundleVersion", likewise.
+[[nodiscard]] std::optional<QString> buildVersionNumber();
+
+} // namespace Bundle

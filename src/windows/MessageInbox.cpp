@@ -1,0 +1,220 @@
+#include "windows/MessageInbox.h"
+
+#include <algorithm>
+
+#include <QDateTime>
+#include <QDialog>
+#include <QEvent>
+#include <QTimer>
+#include <QtMath>
+
+#include "agent_core/AppDelegate.h"
+#include "agent_core/Intervals.h"
+#include "chat/ChatText.h"
+#include "logging/Logs.h"
+#include "platform/BundleImages.h"
+#include "platform/PreferredLanguages.h"
+#include "platform/WindowActivation.h"
+#include "ui_MessageInbox.h"
+#include "windows/ArrivalTime.h"
+#include "windows/InertPeriod.h"
+#include "windows/Logo.h"
+#include "windows/MessageKind.h"
+#include "windows/Placement.h"
+
+namespace {
+
+// In lines and in characters of an average width: as much of the text as is seen at first.
+constexpr int kFewestLines = 3;
+constexpr int kMostLines = 12;
+constexpr int kLineLength = 56;
+
+} // namespace
+
+class MessageInbox::Window : public QDialog {
+public:
+    explicit Window(MessageInbox& owner)
+        : QDialog(nullptr, Qt::Window | Qt::WindowStaysOnTopHint), inertPeriod(this), m_owner(owner)
+    {
+        ui.setupUi(this);
+        Logo::setWindowIcon(*this);
+        Logo::showBundled(*ui.logo);
+        ui.message->installEventFilter(this);
+        connect(ui.Quit, &QPushButton::clicked, &owner, &MessageInbox::QuitAction);
+    }
+
+    void showText(const QString& text, qint64 kind)
+    {
+        m_kind = kind;
+        const QString shown = ChatText::shown(text);
+        QStringList paragraphs;
+        for (const ChatText::Piece& piece : ChatText::pieces(shown)) {
+            paragraphs.append(piece.text.toString());
+        }
+        ui.message->setPlainText(paragraphs.join(u'\n'));
+        const auto picture = BundleImages::icon(MessageKind::picture(kind));
+        ui.icon->setPixmap(picture ? picture->pixmap(ui.icon->size(), devicePixelRatioF())
+                                   : QPixmap());
+        ui.icon->setVisible(picture.has_value());
+        showColour();
+        fitToText();
+    }
+
+    // Escape and the title bar.
+    void reject() override { m_owner.stopMessage(); }
+
+    Ui::MessageInbox ui;
+    InertPeriod inertPeriod;
+
+protected:
+    void changeEvent(QEvent* event) override
+    {
+        QDialog::changeEvent(event);
+        if (event->type() == QEvent::PaletteChange) {
+            Logo::followAppearance(*ui.logo);
+        }
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (watched == ui.message && event->type() == QEvent::PaletteChange) {
+            showColour();
+        }
+        return QDialog::eventFilter(watched, event);
+    }
+
+private:
+    void showColour()
+    {
+        QPalette palette;
+        if (const auto colour =
+                MessageKind::textColour(m_kind, ui.message->palette().color(QPalette::Base))) {
+            palette.setColor(QPalette::Text, *colour);
+        }
+        ui.message->setPalette(palette);
+    }
+
+    // A short message gets a small window; a long one can be scrolled and the window made larger.
+    void fitToText()
+    {
+        const QFontMetrics metrics = ui.message->fontMetrics();
+        const int margin =
+            2 * (ui.message->frameWidth() + qCeil(ui.message->document()->documentMargin()));
+        const int width = metrics.averageCharWidth() * kLineLength;
+        // Half a line to spare: where the last line just fits, there is a scroll bar all the same.
+        const auto heightOf = [&](int lines) {
+            return (2 * lines + 1) * metrics.lineSpacing() / 2 + margin;
+        };
+        const QString start = ui.message->toPlainText().left(kMostLines * kLineLength);
+        const QRect wrapped = metrics.boundingRect(QRect(0, 0, width, QWIDGETSIZE_MAX),
+                                                   Qt::TextWordWrap | Qt::TextWrapAnywhere, start);
+        const int lines = std::clamp(qCeil(qreal(wrapped.height()) / metrics.lineSpacing()),
+                                     kFewestLines, kMostLines);
+        ui.message->setMinimumSize(width + margin, heightOf(kFewestLines));
+        layout()->activate();
+        resize(layout()->totalMinimumSize() + QSize(0, heightOf(lines) - heightOf(kFewestLines)));
+    }
+
+    MessageInbox& m_owner;
+    qint64 m_kind = 0;
+};
+
+MessageInbox::MessageInbox(QObject* parent)
+    : QObject(parent), m_window(std::make_unique<Window>(*this))
+{
+    windowDidLoad();
+}
+
+MessageInbox::~MessageInbox()
+{
+    AppDelegate::messageInbox.removeOne(this);
+}
+
+void MessageInbox::windowDidLoad()
+{
+    if (const auto labels = getLanguageLabel()) {
+        translate(labels->info(AppDelegate::language));
+    }
+}
+
+void MessageInbox::translate(const JsonData::Info& data)
+{
+    m_window->setWindowTitle(QStringLiteral("vantory"));
+    m_window->ui.ReceivedLabel->setText(data.Message.received);
+    m_window->ui.senderLabel->setText(data.Message.from);
+    m_window->ui.Quit->setText(data.Common.ok);
+}
+
+void MessageInbox::set(const QString& from, const QString& text, qint64 seconds, qint64 iconValue)
+{
+    Logo::refresh(*m_window->ui.logo, logoChanged);
+    m_window->ui.TimeLabel->setText(
+        arrivalTime(QDateTime::currentDateTime(), preferredLanguages().constFirst()));
+    m_window->ui.Sender->setFullText(from);
+    m_window->ui.message->setAccessibleName(m_window->ui.senderLabel->text() + u' ' + from);
+    m_window->showText(text, iconValue);
+
+    timeout = seconds;
+    m_window->ui.AutomaticMessage->clear();
+    if (timeout < 1) {
+        return;
+    }
+    timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &MessageInbox::changeMessage);
+    timer->start(Intervals::current().clock);
+    if (const auto labels = getLanguageLabel()) {
+        showCountDown(labels->info(AppDelegate::language));
+    }
+}
+
+void MessageInbox::present()
+{
+    QList<QPoint> others;
+    for (const MessageInbox* const message : AppDelegate::messageInbox) {
+        if (message != this) {
+            others.append(message->m_window->pos());
+        }
+    }
+    m_window->move(Placement::cascade(Placement::room(), m_window->size(), others));
+    m_window->inertPeriod.begin(InertPeriod::Inputs::Keyboard);
+    WindowActivation::present(m_window.get());
+}
+
+void MessageInbox::showCountDown(const JsonData::Info& data)
+{
+    m_window->ui.AutomaticMessage->setText(data.Message.automatic + u' ' +
+                                           QString::number(timeout) + u' ' + data.Message.seconds);
+}
+
+void MessageInbox::changeMessage()
+{
+    --timeout;
+    if (timeout < 1) {
+        stopMessage();
+    }
+    // Also when that has closed the message. The labels are read anew at each tick, so that a
+    // language's change shows while the message is open.
+    if (const auto labels = getLanguageLabel()) {
+        showCountDown(labels->info(AppDelegate::language));
+        translate(labels->info(AppDelegate::language));
+    }
+}
+
+void MessageInbox::stopMessage()
+{
+    m_window->hide();
+    const qsizetype index = AppDelegate::messageInbox.indexOf(this);
+    if (index >= 0) {
+        AppDelegate::messageInbox.removeAt(index);
+        printLog(QStringLiteral("deleted index=%1").arg(index));
+    }
+    if (timer) {
+        timer->stop(); // goes with this object: it may be the one that calls
+    }
+    deleteLater();
+}
+
+void MessageInbox::QuitAction()
+{
+    stopMessage();
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+
+#include <QColor>
+#include <QString>
+
+// How messages of different kinds look. The service numbers the kinds: 1 information, 2 question,
+// 3 caution, 4 stop; any other number is a message of no kind.
+namespace MessageKind {
+
+// The kind's picture among the bundle's resources; empty for none.
+[[nodiscard]] QString picture(qint64 kind);
+
+// The colour of the text on a background, with a contrast of 4.5:1 at least (WCAG 2.1, 1.4.3).
+// None for a message of no kind, and on a background on which the kind's colours can't be read.
+[[nodiscard]] std::optional<QColor> textColour(qint64 kind, const QColor& background);
+
+// The contrast of two colours, from 1 to 21.
+[[nodiscard]] double contrast(const QColor& one, const QColor& other);
+
+} // namespace MessageKind

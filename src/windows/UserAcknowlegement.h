@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+
+#include <QObject>
+#include <QString>
+
+#include "localisation/Translate.h"
+
+// The dialog that asks the person whether a remote operator may take control. The file's name is
+// misspelt for good: it is part of the interface.
+//
+// There is one for the agent's whole life. It has no time-out and no default answer: only its two
+// buttons answer, and neither Escape nor the title bar makes it go. A request that comes while
+// another is shown takes its place; the answer is to the latest. Main thread.
+class UserAcknowledgement : public QObject {
+public:
+    UserAcknowledgement();
+    ~UserAcknowledgement() override;
+
+    [[nodiscard]] bool isVisible() const;
+    // Brings the dialog up, deaf for its first moments. Whoever does so then gives it the request's
+    // session and names, and has it translated: the question on the screen is the last one until
+    // then.
+    void present();
+    void hide();
+
+    // Puts one language's texts in place, and the names into the question.
+    void translate(const JsonData::Info& data);
+    // Puts the names alone into the question.
+    void showNames();
+
+    // The buttons.
+    void acceptAction();
+    void declineAction();
+
+    qint64 session = 0;
+    QString serverName;
+    QString controlUserName; // stays after an answer
+
+private:
+    class Window;
+
+    Window& window();
+    void windowDidLoad();
+    void answer(const QString& command);
+
+    std::unique_ptr<Window> m_window;
+};

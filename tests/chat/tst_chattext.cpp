@@ -1,0 +1,149 @@
+#include <QPalette>
+#include <QTest>
+#include <QTextBoundaryFinder>
+
+#include "chat/ChatColours.h"
+#include "chat/ChatPlacement.h"
+#include "chat/ChatText.h"
+
+namespace {
+
+const QString kFamily = u"👨‍👩‍👧‍👦"_qs;
+const QString kScotland = u"🏴󠁧󠁢󠁳󠁣󠁴󠁿"_qs;
+const QString kAccented = u"e\u0301"_qs;
+const QString kJamo = u"\u1100\u1161\u11A8"_qs; // one syllable in three parts
+
+} // namespace
+
+// The rules of a chat that need no window.
+class TestChatText : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void firstCharacters_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("cut");
+        const auto row = [](const char* name, const QString& unit) {
+            QTest::newRow(name) << unit.repeated(200) << unit.repeated(128);
+        };
+        row("letters", u"a"_qs);
+        row("emoji families", kFamily);
+        row("a flag spelt out", kScotland);
+        row("flags", u"🇰🇷"_qs);
+        row("accents", kAccented);
+        row("syllables in parts", kJamo);
+        QTest::newRow("129, the last in two parts")
+            << QString(128, u'a') + kAccented << QString(128, u'a');
+        QTest::newRow("128, the last in two parts")
+            << QString(127, u'a') + kAccented << QString(127, u'a') + kAccented;
+        QTest::newRow("half an emoji at the end")
+            << QString(128, u'a') + kFamily.first(1) << QString(128, u'a');
+    }
+    void firstCharacters()
+    {
+        QFETCH(QString, text);
+        QTEST(ChatText::firstCharacters(text, 128), "cut");
+    }
+
+    void shown_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("shown");
+        const auto same = [](const char* name, const QString& text) {
+            QTest::newRow(name) << text << text;
+        };
+        same("emoji", kFamily + kScotland + u"❤️‍🔥👍🏽"_qs);
+        same("marks of direction", u"א\u200F!\u200E"_qs);
+        same("markup", u"<b>&amp;</b>\thttp://host"_qs);
+        same("Tibetan", u"རྒྱུུ"_qs);
+        QTest::newRow("line breaks") << u"a\r\nb\rc\nd\u0085e\u2029f\v"_qs
+                                     << u"a\u2028b\u2028c\u2028d\u2028e\u2028f\u2028"_qs;
+        QTest::newRow("controls and NUL")
+            << u"a\u0001\u001B[1mb\u009F"_qs + QChar(u'\0') << u"a\uFFFD\uFFFD[1mb\uFFFD\uFFFD"_qs;
+        QTest::newRow("direction overridden")
+            << u"\u202Eabc\u202C \u2066\u202Bd\u2069"_qs << u"abc d"_qs;
+        QTest::newRow("the text engine's own")
+            << u"a\uFFFC\uFDD0b\uFDD1"_qs << u"a\uFFFD\uFFFDb\uFFFD"_qs;
+        QTest::newRow("half an emoji") << QString(QChar(0xD83D)) + u'a' << u"\uFFFDa"_qs;
+        QTest::newRow("a thousand marks")
+            << u'a' + QString(1000, QChar(0x301)) + u'b' << u'a' + QString(8, QChar(0x301)) + u'b';
+        QTest::newRow("marks held together by joiners")
+            << u'a' + u"\u0301\u200D"_qs.repeated(9)
+            << u'a' + u"\u0301\u200D"_qs.repeated(8) + QChar(0x200D);
+    }
+    void shown()
+    {
+        QFETCH(QString, text);
+        QTEST(ChatText::shown(text), "shown");
+        QVERIFY(!ChatText::shownInLine(text).contains(QChar(QChar::LineSeparator)));
+    }
+
+    void pieces_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("isApartAtCharacters");
+        QTest::newRow("empty") << QString() << true;
+        QTest::newRow("no place to break") << QString(65'000, u'a') << true;
+        QTest::newRow("words") << u"lorem ipsum "_qs.repeated(5'000) << true;
+        QTest::newRow("lines") << u"lorem\u2028ipsum "_qs.repeated(5'000) << true;
+        QTest::newRow("families") << kFamily.repeated(2'000) << true;
+        QTest::newRow("pairs, one off") << u'a' + u"🙂"_qs.repeated(2'000) << true;
+        QTest::newRow("one endless character") << u"🙂\u200D"_qs.repeated(2'000) << false;
+    }
+    void pieces()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, isApartAtCharacters);
+        QString joined;
+        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+        const QList<ChatText::Piece> pieces = ChatText::pieces(text);
+        for (const ChatText::Piece& piece : pieces) {
+            QVERIFY(piece.text.size() <= ChatText::kLongestPiece);
+            QVERIFY(piece.text.isValidUtf16());
+            finder.setPosition(joined.size());
+            QVERIFY(joined.isEmpty() || !isApartAtCharacters || finder.isAtBoundary());
+            joined += piece.text;
+            joined += piece.endsLine ? QString(QChar(QChar::LineSeparator)) : QString();
+        }
+        QCOMPARE(joined, text);
+    }
+
+    void coloursCanBeRead()
+    {
+        for (const char* const name : {"white", "black", "#777777", "#fdf6e3", "#002b36", "red"}) {
+            const QColor base = QColor(QLatin1String(name));
+            QPalette palette;
+            palette.setColor(QPalette::Base, base);
+            palette.setColor(QPalette::Text, base.lightness() < 128 ? Qt::white : Qt::black);
+            for (const ChatColour colour : {ChatColour::Green, ChatColour::Red}) {
+                QVERIFY2(ChatColours::contrast(ChatColours::line(colour, palette), base) >= 4.5,
+                         name);
+            }
+            const QColor text = ChatColours::line(ChatColour::Text, palette);
+            const double least = std::min(4.5, ChatColours::contrast(text, base));
+            for (const bool isOwn : {false, true}) {
+                const QColor ground = ChatColours::bubble(isOwn, palette);
+                QVERIFY2(ChatColours::contrast(text, ground) >= least, name);
+            }
+        }
+        QCOMPARE(ChatColours::contrast(Qt::white, Qt::black), 21.0);
+    }
+
+    void windowsComeUpApart()
+    {
+        const QRect room(1920, 30, 800, 570);
+        const QSize frame(360, 512);
+        QList<QPoint> taken;
+        for (int i = 0; i < 8; ++i) {
+            const QPoint place = ChatPlacement::next(room, frame, taken);
+            QVERIFY(room.contains(QRect(place, frame)) && !taken.contains(place));
+            taken.append(place);
+        }
+        // Larger than the screen: the title bar can still be reached.
+        QCOMPARE(ChatPlacement::next(QRect(5, 6, 300, 200), frame, {}), QPoint(5, 6));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestChatText)
+#include "tst_chattext.moc"
