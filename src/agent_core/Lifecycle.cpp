@@ -16,6 +16,8 @@
 #include "platform/StatusItem.h"
 #include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"
+#include "windows/SecurityAccess.h"
+#include "windows/SettingsWindow.h"
 
 namespace {
 
@@ -39,6 +41,7 @@ AppDelegate::~AppDelegate()
     statusBarMenu = nullptr;
     client = nullptr;
     connectionStatus = nullptr;
+    access = nullptr;
 }
 
 void AppDelegate::applicationDidFinishLaunching()
