@@ -17,8 +17,9 @@ endfunction()
 # A QtTest program in a folder of its own, which is its application folder; with BUNDLE it has the
 # agent's resources there, of which the test may change any. With DISPLAY it runs in an X server with a window manager of its own, with BUS
 # on session and system buses of its own; both come from tests/support/with_desktop.
+# A STARTER is given the program to run and does all that itself.
 function(vantory_add_test name)
-    cmake_parse_arguments(TEST "DISPLAY;BUS;BUNDLE" "TIMEOUT" "LIBRARIES" ${ARGN})
+    cmake_parse_arguments(TEST "DISPLAY;BUS;BUNDLE" "TIMEOUT;STARTER" "LIBRARIES" ${ARGN})
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE vantory_options Qt6::Test ${TEST_LIBRARIES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
@@ -41,7 +42,9 @@ function(vantory_add_test name)
     if(TEST_BUS)
         list(APPEND wrapper --bus)
     endif()
-    if(wrapper)
+    if(TEST_STARTER)
+        add_test(NAME ${name} COMMAND ${TEST_STARTER} $<TARGET_FILE:${name}>)
+    elseif(wrapper)
         add_test(NAME ${name}
             COMMAND ${PROJECT_SOURCE_DIR}/tests/support/with_desktop ${wrapper} -- $<TARGET_FILE:${name}>)
     else()

@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QString>
 
+#include "agent_core/SettingsTexts.h"
 #include "localisation/Translate.h"
 #include "service_link/Client.h"
 #include "service_link/PayloadRecords.h"
@@ -23,6 +24,7 @@ class QAction;
 class QMenu;
 class QTimer;
 class SecurityAccess;
+class SettingsWindow;
 class StatusItem;
 class UserAcknowledgement;
 
@@ -146,9 +148,22 @@ public:
 
     // --- Settings window ---
 
+    // Reads the window's texts; the window itself is made when somebody opens it.
     void setUI();
+    // Fills the window from the settings file, and locks it.
     void updateSettings();
+    // Opens the window by itself where nothing is configured yet.
     void waitingSettings();
+    void enableSettings();
+    void disableSettings();
+    // The window's actions.
+    void managedCheck();
+    void unlockSettings();
+    void applyAction();
+    void cancelAction();
+
+    SettingsTexts settingsTexts;
+    std::unique_ptr<SettingsWindow> window; // made when it is first opened
 
     // ===== State that is set before the link starts and read anywhere afterwards =====
 
@@ -215,6 +230,11 @@ private:
     void startClient();
     void startTimers();
 
+    SettingsWindow& settingsWindow();
+    void prepareSettingsWindow();
+    void closeSettings();
+    void finishApply();
+
     const ClientConnection::CheckMessage m_checkMessage;
     std::unique_ptr<Client> m_client;
     std::unique_ptr<QMenu> m_menu;
@@ -222,5 +242,8 @@ private:
     std::unique_ptr<ConnectionStatus> m_connectionStatus;
     std::unique_ptr<UserAcknowledgement> m_userAcknowledge;
     std::unique_ptr<AboutController> m_aboutView;
+    std::unique_ptr<SecurityAccess> m_access;
+    QPointer<QTimer> m_restartWait; // after new settings
+    bool m_opensSettingsAfterRestartWait = false;
     QPointer<QMenu> MainMenu; // the application's own menu; this desktop's have none
 };

@@ -11,6 +11,8 @@ struct BackendSettings {
     QString sessionCode;  // six digits
     QString accountId;    // a UUID as text
     QString platform;     // empty for production, else "staging" or "testing"
+
+    bool operator==(const BackendSettings&) const = default;
 };
 
 // The settings file's place, root directory included.

@@ -17,6 +17,8 @@
 #include "service_link/Protocol.h"
 #include "windows/AboutController.h"
 #include "windows/ConnectionStatus.h"
+#include "windows/SecurityAccess.h"
+#include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
 
 namespace {
@@ -46,6 +48,7 @@ AppDelegate::~AppDelegate()
     aboutView = nullptr;
     userAcknowledge = nullptr;
     connectionStatus = nullptr;
+    access = nullptr;
 }
 
 void AppDelegate::applicationDidFinishLaunching()

@@ -1,0 +1,220 @@
+#include "platform/LocalAccounts.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <QFile>
+
+#include <dlfcn.h>
+#include <grp.h>
+#include <pwd.h>
+#include <security/pam_appl.h>
+#include <unistd.h>
+
+#include "platform/Account.h"
+#include "platform/BoundedProcess.h"
+#include "platform/SecretText.h"
+
+namespace {
+
+constexpr std::chrono::minutes kLongestAnswer(1);
+
+struct AccountRecord {
+    QByteArray name; // as the database has it
+    gid_t group = 0;
+};
+
+// Calls one of the database's reentrant functions with a buffer that is large enough.
+template <typename Call>
+bool lookUp(std::vector<char>& buffer, Call call)
+{
+    constexpr std::size_t kMaximumEntry = 16 * 1024 * 1024; // groups may have many members
+    buffer.resize(1024);
+    for (;;) {
+        const int error = call();
+        if (error == ERANGE && buffer.size() < kMaximumEntry) {
+            buffer.resize(buffer.size() * 2);
+        } else if (error != EINTR) {
+            return error == 0;
+        }
+    }
+}
+
+std::optional<AccountRecord> account(const QByteArray& name)
+{
+    std::vector<char> buffer;
+    passwd record = {};
+    passwd* found = nullptr;
+    const bool isAnswered = lookUp(buffer, [&] {
+        return ::getpwnam_r(name.constData(), &record, buffer.data(), buffer.size(), &found);
+    });
+    return isAnswered && found != nullptr
+               ? std::optional(AccountRecord{record.pw_name, record.pw_gid})
+               : std::nullopt;
+}
+
+std::optional<gid_t> groupId(const char* name)
+{
+    std::vector<char> buffer;
+    group record = {};
+    group* found = nullptr;
+    const bool isAnswered = lookUp(
+        buffer, [&] { return ::getgrnam_r(name, &record, buffer.data(), buffer.size(), &found); });
+    return isAnswered && found != nullptr ? std::optional(record.gr_gid) : std::nullopt;
+}
+
+std::optional<AccountRecord> knownAccount(const QString& name)
+{
+    const bool isFit = !name.isEmpty() && !name.startsWith(u'-') &&
+                       std::none_of(name.cbegin(), name.cend(),
+                                    [](QChar c) { return c.category() == QChar::Other_Control; });
+    return isFit ? account(name.toUtf8()) : std::nullopt;
+}
+
+// PAM, loaded when it is first needed: most agents never ask for a password.
+class Pam {
+public:
+    Pam() : m_library(::dlopen("libpam.so.0", RTLD_NOW | RTLD_LOCAL)) // stays loaded
+    {
+        if (m_library != nullptr) {
+            find(start, "pam_start");
+            find(authenticate, "pam_authenticate");
+            find(accountManagement, "pam_acct_mgmt");
+            find(end, "pam_end");
+        }
+    }
+
+    [[nodiscard]] bool isThere() const
+    {
+        return start != nullptr && authenticate != nullptr && accountManagement != nullptr &&
+               end != nullptr;
+    }
+
+    decltype(&::pam_start) start = nullptr;
+    decltype(&::pam_authenticate) authenticate = nullptr;
+    decltype(&::pam_acct_mgmt) accountManagement = nullptr;
+    decltype(&::pam_end) end = nullptr;
+
+private:
+    template <typename Function>
+    void find(Function& function, const char* name)
+    {
+        function = reinterpret_cast<Function>(::dlsym(m_library, name));
+    }
+
+    void* m_library;
+};
+
+// Answers PAM's questions: a hidden one is for the password, any other is for a person who isn't
+// there. PAM frees the answers, overwriting them.
+int converse(int count, const pam_message** messages, pam_response** responses, void* data)
+{
+    if (count <= 0 || count > PAM_MAX_NUM_MSG) {
+        return PAM_CONV_ERR;
+    }
+    const auto& password = *static_cast<const QByteArray*>(data);
+    auto* const answers = static_cast<pam_response*>(
+        std::calloc(static_cast<std::size_t>(count), sizeof(pam_response)));
+    if (answers == nullptr) {
+        return PAM_BUF_ERR;
+    }
+    bool isAnswered = true;
+    for (int i = 0; i < count; ++i) {
+        if (messages[i]->msg_style == PAM_PROMPT_ECHO_OFF) {
+            answers[i].resp = ::strdup(password.constData());
+            isAnswered = isAnswered && answers[i].resp != nullptr;
+        } else if (messages[i]->msg_style == PAM_PROMPT_ECHO_ON) {
+            isAnswered = false;
+        }
+    }
+    if (isAnswered) {
+        *responses = answers;
+        return PAM_SUCCESS;
+    }
+    for (int i = 0; i < count; ++i) {
+        if (answers[i].resp != nullptr) {
+            ::explicit_bzero(answers[i].resp, std::strlen(answers[i].resp));
+            std::free(answers[i].resp);
+        }
+    }
+    std::free(answers);
+    return PAM_CONV_ERR;
+}
+
+bool isRightForPam(const QByteArray& name, QByteArray& password)
+{
+    static const Pam pam;
+    if (!pam.isThere()) {
+        return false;
+    }
+    const pam_conv conversation = {&converse, &password};
+    pam_handle_t* handle = nullptr;
+    if (pam.start("vantoryagent", name.constData(), &conversation, &handle) != PAM_SUCCESS) {
+        return false;
+    }
+    int answer = pam.authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
+    if (answer == PAM_SUCCESS) {
+        answer = pam.accountManagement(handle, PAM_SILENT);
+    }
+    pam.end(handle, answer);
+    return answer == PAM_SUCCESS;
+}
+
+// su reads the password from its input where there is no terminal, and its exit status is the
+// command's, so zero means that it let the account in.
+bool isRightForSu(const QByteArray& name, const QByteArray& password)
+{
+    const QString merged = QStringLiteral("/usr/bin/su");
+    const QString program = QFile::exists(merged) ? merged : QStringLiteral("/bin/su");
+    QByteArray line = password + '\n';
+    const auto result =
+        BoundedProcess::run(program,
+                            {QStringLiteral("-s"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
+                             QStringLiteral(":"), QStringLiteral("--"), QString::fromUtf8(name)},
+                            line, kLongestAnswer);
+    SecretText::wipe(line);
+    return result.status == 0;
+}
+
+} // namespace
+
+bool LocalAccounts::isPasswordRight(const QString& name, const QString& password)
+{
+    constexpr qsizetype kLongestPassword = PAM_MAX_RESP_SIZE - 1;
+    const auto known = knownAccount(name);
+    QByteArray bytes = password.toUtf8();
+    bool isRight = false;
+    if (known && !bytes.isEmpty() && bytes.size() <= kLongestPassword && !bytes.contains('\n') &&
+        !bytes.contains('\0')) {
+        const bool canPamAnswer = ::geteuid() == 0 || known->name == Account::loginName().toUtf8();
+        isRight =
+            canPamAnswer ? isRightForPam(known->name, bytes) : isRightForSu(known->name, bytes);
+    }
+    SecretText::wipe(bytes);
+    return isRight;
+}
+
+bool LocalAccounts::isAdministrator(const QString& name)
+{
+    const auto known = knownAccount(name);
+    std::optional<gid_t> administrators;
+    for (const char* const candidate : {"admin", "sudo", "wheel"}) {
+        administrators = administrators ? administrators : groupId(candidate);
+    }
+    if (!known || !administrators) {
+        return false;
+    }
+    std::vector<gid_t> groups(64);
+    auto count = static_cast<int>(groups.size());
+    while (::getgrouplist(known->name.constData(), known->group, groups.data(), &count) < 0) {
+        groups.resize(std::max(groups.size() * 2, static_cast<std::size_t>(count)));
+        count = static_cast<int>(groups.size());
+    }
+    groups.resize(static_cast<std::size_t>(count));
+    return std::find(groups.cbegin(), groups.cend(), *administrators) != groups.cend();
+}

@@ -1,0 +1,181 @@
+#include "windows/SettingsWindow.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+#include <QLabel>
+#include <QLayout>
+#include <QMessageBox>
+
+#include "agent_core/SettingsRules.h"
+#include "platform/BundleImages.h"
+#include "platform/WindowActivation.h"
+#include "ui_SettingsWindow.h"
+#include "windows/InertPeriod.h"
+#include "windows/Logo.h"
+
+SettingsWindow::SettingsWindow(SettingsTexts texts)
+    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
+                           Qt::WindowStaysOnTopHint),
+      m_ui(new Ui::SettingsWindow), m_texts(std::move(texts)), m_inertPeriod(new InertPeriod(this))
+{
+    m_ui->setupUi(this);
+    Logo::setWindowIcon(*this);
+    m_ui->platformSelect->addItems(SettingsRules::platformNames());
+
+    // Room for a whole account identifier; and for the session code's row, so that nothing moves
+    // when the mode hides it.
+    const int width = fontMetrics().horizontalAdvance(QString(38, u'0'));
+    m_ui->accountIdText->setMinimumWidth(width);
+    for (QWidget* const widget :
+         std::initializer_list<QWidget*>{m_ui->sessionCodeDesc, m_ui->sessionCodeText}) {
+        QSizePolicy policy = widget->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        widget->setSizePolicy(policy);
+    }
+
+    translate();
+    setLocked(true);
+    connect(m_ui->managed, &QCheckBox::toggled, this, &SettingsWindow::modeChanged);
+    connect(m_ui->lockButton, &QPushButton::clicked, this, &SettingsWindow::lockPressed);
+    connect(m_ui->applyButton, &QPushButton::clicked, this, &SettingsWindow::applyPressed);
+    connect(m_ui->cancelButton, &QPushButton::clicked, this, &SettingsWindow::reject);
+}
+
+SettingsWindow::~SettingsWindow() = default;
+
+void SettingsWindow::translate()
+{
+    setWindowTitle(m_texts.title);
+    m_ui->managed->setText(m_texts.managed);
+    m_ui->sessionCodeDesc->setText(m_texts.sessionCode);
+    m_ui->accountIdDesc->setText(m_texts.accountId);
+    m_ui->regionDesc->setText(m_texts.region);
+    m_ui->cancelButton->setText(m_texts.cancel);
+    m_ui->sessionCodeText->setAccessibleName(m_texts.sessionCode);
+    m_ui->accountIdText->setAccessibleName(m_texts.accountId);
+    m_ui->platformSelect->setAccessibleName(m_texts.region);
+}
+
+void SettingsWindow::presentByService()
+{
+    m_inertPeriod->begin(InertPeriod::Inputs::Keyboard);
+    WindowActivation::present(this);
+}
+
+BackendSettings SettingsWindow::entries() const
+{
+    return {m_ui->managed->isChecked(), m_ui->sessionCodeText->text(), m_ui->accountIdText->text(),
+            SettingsRules::platformValue(m_ui->platformSelect->currentText())};
+}
+
+void SettingsWindow::showSettings(const BackendSettings& settings)
+{
+    m_ui->managed->setChecked(settings.managed);
+    m_ui->sessionCodeText->setText(settings.sessionCode);
+    m_ui->accountIdText->setText(settings.accountId);
+    m_ui->platformSelect->setCurrentIndex(SettingsRules::platformIndex(settings.platform));
+}
+
+void SettingsWindow::showNoSettings()
+{
+    m_ui->accountIdText->clear();
+    m_ui->platformSelect->setCurrentIndex(0);
+}
+
+void SettingsWindow::setLocked(bool isLocked)
+{
+    m_isLocked = isLocked;
+    const QString picture = isLocked ? QStringLiteral("lock") : QStringLiteral("unlock");
+    const QString words = isLocked ? m_texts.unlock : m_texts.lock;
+    m_ui->lockButton->setIcon(BundleImages::icon(picture).value_or(QIcon()));
+    m_ui->lockButton->setToolTip(words);
+    m_ui->lockButton->setAccessibleName(words);
+    for (QWidget* const widget : std::initializer_list<QWidget*>{
+             m_ui->managed, m_ui->regionDesc, m_ui->platformSelect, m_ui->accountIdDesc,
+             m_ui->accountIdText, m_ui->sessionCodeDesc, m_ui->sessionCodeText,
+             m_ui->applyButton}) {
+        widget->setEnabled(!isLocked);
+    }
+    showMode();
+    if (isLocked) {
+        m_ui->lockButton->setFocus();
+    } else {
+        QLineEdit* const first =
+            m_ui->managed->isChecked() ? m_ui->accountIdText : m_ui->sessionCodeText;
+        first->setFocus();
+        first->selectAll();
+    }
+}
+
+void SettingsWindow::followMode()
+{
+    const bool isManaged = m_ui->managed->isChecked();
+    m_ui->accountIdDesc->setEnabled(isManaged);
+    m_ui->accountIdText->setEnabled(isManaged);
+    m_ui->sessionCodeText->setEnabled(!isManaged);
+    showMode();
+}
+
+void SettingsWindow::showMode()
+{
+    const bool isManaged = m_ui->managed->isChecked();
+    m_ui->sessionCodeDesc->setVisible(!isManaged);
+    m_ui->sessionCodeText->setVisible(!isManaged);
+    m_ui->applyButton->setText(isManaged ? m_texts.applyMessage : m_texts.startMessage);
+}
+
+void SettingsWindow::showDisplayOptions(bool showsMode, bool showsRegion)
+{
+    m_ui->managed->setVisible(showsMode);
+    m_ui->regionDesc->setVisible(showsRegion);
+    m_ui->platformSelect->setVisible(showsRegion);
+}
+
+void SettingsWindow::showLock(bool isShown)
+{
+    m_ui->lockButton->setVisible(isShown);
+}
+
+void SettingsWindow::setBusy(bool isBusy)
+{
+    setEnabled(!isBusy);
+    if (isBusy) {
+        setCursor(Qt::BusyCursor);
+    } else {
+        unsetCursor();
+    }
+}
+
+void SettingsWindow::complain(const QString& title, const QString& message)
+{
+    constexpr int kWidestMessage = 400;
+    constexpr QSize kSign(32, 32);
+    auto* const alert =
+        new QMessageBox(QMessageBox::Warning, windowTitle(), title, QMessageBox::NoButton, this);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setInformativeText(message);
+    alert->addButton(m_texts.ok, QMessageBox::AcceptRole);
+    if (const auto sign = BundleImages::icon(QStringLiteral("caution"))) {
+        alert->setIconPixmap(sign->pixmap(kSign, devicePixelRatioF()));
+    }
+    const QList<QLabel*> labels = alert->findChildren<QLabel*>();
+    for (QLabel* const label : labels) {
+        label->setTextFormat(Qt::PlainText);
+        if (label->text() == message) { // in one line if it is a usual one
+            label->setWordWrap(false);
+            label->setMinimumWidth(std::min(label->sizeHint().width(), kWidestMessage));
+            label->setWordWrap(true);
+        }
+    }
+    alert->layout()->setContentsMargins(layout()->contentsMargins()); // as in this window
+    alert->open();
+}
+
+void SettingsWindow::reject()
+{
+    if (isEnabled()) {
+        Q_EMIT cancelPressed();
+    }
+}

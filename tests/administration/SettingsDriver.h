@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include "AgentFixture.h"
+
+// The settings window and the credential window of the agent under test, as a person uses them.
+namespace SettingsDriver {
+
+inline QWidget* topLevel(const char* name)
+{
+    const QWidgetList widgets = QApplication::topLevelWidgets();
+    for (QWidget* const widget : widgets) {
+        if (widget->objectName() == QLatin1String(name)) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+inline QWidget* window()
+{
+    return topLevel("window");
+}
+
+inline QWidget* question()
+{
+    return topLevel("windowInfo");
+}
+
+template <typename Widget>
+Widget* find(QWidget* in, const char* name)
+{
+    return in->findChild<Widget*>(QLatin1String(name));
+}
+
+inline QLineEdit* code()
+{
+    return find<QLineEdit>(window(), "sessionCodeText");
+}
+
+inline QPushButton* button(QWidget* in, const char* name)
+{
+    return find<QPushButton>(in, name);
+}
+
+inline void click(QWidget* in, const char* name)
+{
+    QTest::mouseClick(button(in, name), Qt::LeftButton);
+}
+
+// As from the menu; what opens is locked.
+inline bool open(const AgentFixture& agent)
+{
+    agent.delegate->settings();
+    return QTest::qWaitForWindowActive(window()) && !code()->isEnabled();
+}
+
+inline void typeCredentials(const QString& name, const QString& password)
+{
+    QTest::keyClicks(find<QLineEdit>(question(), "username"), name);
+    find<QLineEdit>(question(), "password")->setText(password);
+}
+
+} // namespace SettingsDriver
