@@ -1,4 +1,5 @@
 #include <QAccessible>
+#include <QMouseEvent>
 #include <QPushButton>
 
 #include "WindowFixture.h"
@@ -99,7 +100,11 @@ private Q_SLOTS:
         QTest::mousePress(dialog.accept, Qt::LeftButton);
         ask(u"2;other;Bob"_qs);
         QVERIFY(dialog.question->hasFocus());
-        QTest::mouseMove(dialog.accept, dialog.accept->rect().center() + QPoint(1, 1));
+        for (const QPointF place : {QPointF(-9, -9), QPointF(9, 9)}) { // off the button and back
+            QMouseEvent drag(QEvent::MouseMove, place, dialog.accept->mapToGlobal(place),
+                             Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(dialog.accept, &drag);
+        }
         QTest::mouseRelease(dialog.accept, Qt::LeftButton);
         pressByMouse(*dialog.accept);
         QTest::keyRelease(dialog.decline, Qt::Key_Space);
@@ -121,6 +126,8 @@ private Q_SLOTS:
         MainQueue::post(&AppDelegate::closeAcknowledgement);
         AppDelegate::userAcknowledgeRequest(2, u"srv"_qs, u"Bob"_qs);
         QTRY_VERIFY(dialog.window->isVisible());
+        QCoreApplication::processEvents();
+        QVERIFY(dialog.window->isVisible());
         m_agent->unlink();
         AppDelegate::userAcknowledge->acceptAction();
         QVERIFY(!dialog.window->isVisible());
