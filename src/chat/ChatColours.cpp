@@ -1,24 +1,12 @@
 #include "chat/ChatColours.h"
 
-#include <cmath>
+#include "windows/Contrast.h"
 
 namespace {
 
-constexpr double kReadable = 4.5;
 // The kinds' green and red, as everywhere in the agent.
 constexpr QColor kGreen(0x1e, 0x85, 0x48);
 constexpr QColor kRed(0xd6, 0x3a, 0x31);
-
-// WCAG 2, relative luminance.
-double luminance(const QColor& colour)
-{
-    const auto linear = [](float channel) {
-        const double c = static_cast<double>(channel);
-        return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
-           0.0722 * linear(colour.blueF());
-}
 
 QColor mixed(const QColor& base, const QColor& other, float share)
 {
@@ -30,23 +18,17 @@ QColor mixed(const QColor& base, const QColor& other, float share)
 
 } // namespace
 
-double ChatColours::contrast(const QColor& one, const QColor& other)
-{
-    const double first = luminance(one) + 0.05;
-    const double second = luminance(other) + 0.05;
-    return first > second ? first / second : second / first;
-}
-
 QColor ChatColours::readable(const QColor& wish, const QColor& background)
 {
     const QColor black(Qt::black);
     const QColor white(Qt::white);
     // One of the two always has 4.5:1.
-    const QColor& end = contrast(black, background) > contrast(white, background) ? black : white;
+    const QColor& end =
+        Contrast::ratio(black, background) > Contrast::ratio(white, background) ? black : white;
     constexpr int kSteps = 50;
     for (int step = 0; step < kSteps; ++step) {
         const QColor colour = mixed(wish, end, static_cast<float>(step) / kSteps);
-        if (contrast(colour, background) >= kReadable) {
+        if (Contrast::ratio(colour, background) >= Contrast::kReadable) {
             return colour;
         }
     }
@@ -73,5 +55,5 @@ QColor ChatColours::bubble(bool isOwn, const QPalette& palette)
     const QColor tint =
         isOwn ? mixed(base, palette.color(QPalette::Highlight), 0.2F) : mixed(base, text, 0.08F);
     // Where a palette has little contrast to begin with, none of it is given away.
-    return contrast(text, tint) >= kReadable ? tint : base;
+    return Contrast::ratio(text, tint) >= Contrast::kReadable ? tint : base;
 }

@@ -13,9 +13,6 @@ enum class ChatColour {
 // The colours of a transcript, drawn from the palette. Main thread.
 namespace ChatColours {
 
-// How far apart two colours are for the eye, from 1 to 21 (WCAG 2, contrast ratio).
-[[nodiscard]] double contrast(const QColor& one, const QColor& other);
-
 // The colour nearest to the one that is wished for that can be read on the background: 4.5:1.
 [[nodiscard]] QColor readable(const QColor& wish, const QColor& background);
 

@@ -16,7 +16,6 @@
 #include "agent_core/AppDelegate.h"
 #include "agent_core/Intervals.h"
 #include "chat/ChatPlacement.h"
-#include "chat/ChatText.h"
 #include "logging/Logs.h"
 #include "platform/Account.h"
 #include "platform/MainQueue.h"
@@ -26,7 +25,9 @@
 #include "windows/ConnectionStatus.h"
 #include "windows/InertPeriod.h"
 #include "windows/Logo.h"
+#include "windows/Placement.h"
 #include "windows/PlainText.h"
+#include "windows/ShownText.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ std::optional<QString> chatMessageData(qint32 token, const QString& message)
 // "Anna has joined".
 QString notice(const QString& name, const std::optional<QString>& label, const QString& fallback)
 {
-    return ChatText::shownInLine(name) + u' ' + label.value_or(fallback);
+    return ShownText::shownInLine(name) + u' ' + label.value_or(fallback);
 }
 
 std::optional<QString> chatLabel(QString JsonData::Info::Chat::*label)
@@ -110,12 +111,8 @@ public:
                 taken.append(chat->m_window->pos());
             }
         }
-        const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
-        if (screen == nullptr) {
-            screen = QGuiApplication::primaryScreen();
-        }
         const QSize frame = size() + QSize(0, kTitleBar);
-        move(ChatPlacement::next(screen->availableGeometry(), frame, taken));
+        move(ChatPlacement::next(Placement::room(), frame, taken));
     }
 
     Ui::ChatController ui;

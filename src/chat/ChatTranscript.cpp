@@ -12,7 +12,7 @@
 #include <QTextDocument>
 #include <QTextLayout>
 
-#include "chat/ChatText.h"
+#include "windows/ShownText.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour
     characters.setFontPointSize(kHeaderSize);
     characters.setFontWeight(QFont::Bold);
     characters.setProperty(kColour, static_cast<int>(colour));
-    append(ChatText::shownInLine(sender), Kind::Header, isLeft, characters);
+    append(ShownText::shownInLine(sender), Kind::Header, isLeft, characters);
 }
 
 void ChatTranscript::appendBody(const QString& text, bool isLeft, ChatColour colour)
@@ -83,7 +83,7 @@ void ChatTranscript::appendBody(const QString& text, bool isLeft, ChatColour col
     QTextCharFormat characters;
     characters.setProperty(kColour, static_cast<int>(colour));
     const Kind message = isLeft ? Kind::OperatorsMessage : Kind::OwnMessage;
-    append(ChatText::shown(text), colour == ChatColour::Text ? message : Kind::Notice, isLeft,
+    append(ShownText::shown(text), colour == ChatColour::Text ? message : Kind::Notice, isLeft,
            characters);
 }
 
@@ -107,7 +107,7 @@ void ChatTranscript::append(const QString& shown, Kind kind, bool isLeft,
                             const QTextCharFormat& characters)
 {
     QTextBlockFormat format = formatBehind(std::exchange(m_lastKind, kind), kind, isLeft);
-    for (const ChatText::Piece& piece : ChatText::pieces(shown)) {
+    for (const ShownText::Piece& piece : ShownText::pieces(shown)) {
         m_waiting.push_back({piece.text.toString(), format, characters});
         format.setTopMargin(0);
         format.setProperty(kContinues, piece.endsLine ? NextLine : InLine);

@@ -5,7 +5,7 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 
-#include "chat/ChatText.h"
+#include "windows/ShownText.h"
 
 MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
 {
@@ -19,7 +19,7 @@ MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
 
 void MessageField::limitTo(qsizetype characters)
 {
-    const QString cut = ChatText::firstCharacters(text(), characters);
+    const QString cut = ShownText::firstCharacters(text(), characters);
     if (cut.size() < text().size()) {
         const int caret = std::min(cursorPosition(), static_cast<int>(cut.size()));
         setText(cut);

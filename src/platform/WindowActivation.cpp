@@ -120,4 +120,9 @@ void WindowActivation::present(QWidget* window)
     } else {
         window->activateWindow();
     }
+    // Hidden and shown again at once, a window has never lost the desktop's focus, but the toolkit
+    // has forgotten that it is the active one.
+    if (QGuiApplication::focusWindow() == window->windowHandle()) {
+        QApplication::setActiveWindow(window);
+    }
 }

@@ -7,8 +7,8 @@
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
-#include "chat/ChatText.h"
 #include "windows/PlainText.h"
+#include "windows/ShownText.h"
 
 namespace {
 
@@ -22,14 +22,14 @@ constexpr qsizetype kLongestTip = 900;
 
 QString line(const QString& name)
 {
-    return ChatText::shownInLine(name.size() <= kLongestName
-                                     ? name
-                                     : name.left(kLongestName / 2) + name.right(kLongestName / 2));
+    return ShownText::shownInLine(name.size() <= kLongestName
+                                      ? name
+                                      : name.left(kLongestName / 2) + name.right(kLongestName / 2));
 }
 
 QString tip(const QString& name)
 {
-    const QString shown = ChatText::shownInLine(name.left(kLongestTip));
+    const QString shown = ShownText::shownInLine(name.left(kLongestTip));
     return name.size() > kLongestTip ? shown + u'…' : shown;
 }
 

@@ -10,7 +10,6 @@
 
 #include "agent_core/AppDelegate.h"
 #include "agent_core/Intervals.h"
-#include "chat/ChatText.h"
 #include "logging/Logs.h"
 #include "platform/BundleImages.h"
 #include "platform/PreferredLanguages.h"
@@ -21,6 +20,7 @@
 #include "windows/Logo.h"
 #include "windows/MessageKind.h"
 #include "windows/Placement.h"
+#include "windows/ShownText.h"
 
 namespace {
 
@@ -46,9 +46,9 @@ public:
     void showText(const QString& text, qint64 kind)
     {
         m_kind = kind;
-        const QString shown = ChatText::shown(text);
+        const QString shown = ShownText::shown(text);
         QStringList paragraphs;
-        for (const ChatText::Piece& piece : ChatText::pieces(shown)) {
+        for (const ShownText::Piece& piece : ShownText::pieces(shown)) {
             paragraphs.append(piece.text.toString());
         }
         ui.message->setPlainText(paragraphs.join(u'\n'));

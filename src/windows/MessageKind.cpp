@@ -1,12 +1,10 @@
 #include "windows/MessageKind.h"
 
-#include <algorithm>
 #include <array>
-#include <cmath>
+
+#include "windows/Contrast.h"
 
 namespace {
-
-constexpr double kReadable = 4.5;
 
 struct Look {
     const char16_t* picture;
@@ -28,16 +26,6 @@ const Look* look(qint64 kind)
     return isKnown ? &kLooks.at(static_cast<std::size_t>(kind - 1)) : nullptr;
 }
 
-// Relative luminance (WCAG 2.1).
-double luminance(const QColor& colour)
-{
-    const auto linear = [](double part) {
-        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
-           0.0722 * linear(colour.blueF());
-}
-
 } // namespace
 
 QString MessageKind::picture(qint64 kind)
@@ -50,16 +38,10 @@ std::optional<QColor> MessageKind::textColour(qint64 kind, const QColor& backgro
 {
     if (const Look* const known = look(kind)) {
         for (const QColor shade : {QColor(known->onLight), QColor(known->onDark)}) {
-            if (contrast(shade, background) >= kReadable) {
+            if (Contrast::ratio(shade, background) >= Contrast::kReadable) {
                 return shade;
             }
         }
     }
     return std::nullopt;
-}
-
-double MessageKind::contrast(const QColor& one, const QColor& other)
-{
-    const auto [dark, light] = std::minmax({luminance(one), luminance(other)});
-    return (light + 0.05) / (dark + 0.05);
 }

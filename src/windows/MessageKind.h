@@ -16,7 +16,4 @@ namespace MessageKind {
 // None for a message of no kind, and on a background on which the kind's colours can't be read.
 [[nodiscard]] std::optional<QColor> textColour(qint64 kind, const QColor& background);
 
-// The contrast of two colours, from 1 to 21.
-[[nodiscard]] double contrast(const QColor& one, const QColor& other);
-
 } // namespace MessageKind

@@ -117,11 +117,6 @@ void UserAcknowledgement::present()
     Window& shown = window();
     shown.startAnew();
     WindowActivation::present(&shown);
-    // Hidden by an answer and shown again at once, the window never lost the desktop's focus, but
-    // the toolkit has forgotten that it is the active one.
-    if (QGuiApplication::focusWindow() == shown.windowHandle()) {
-        QApplication::setActiveWindow(&shown);
-    }
 }
 
 void UserAcknowledgement::hide()

@@ -12,7 +12,7 @@ PLACES = [
     ("logging", r"src/logging/", "platform"),
     ("localisation", r"src/localisation/", "platform logging"),
     ("link", r"src/service_link/", "platform logging"),
-    ("kit", r"src/windows/(ElidedLabel|InertPeriod|Logo|PlainText|Placement)\.", "platform"),
+    ("kit", r"src/windows/(Contrast|ElidedLabel|InertPeriod|Logo|Placement|PlainText|ShownText)\.", "platform"),
     ("state", r"src/agent_core/(AppDelegate\.h|BackendSettings|BundleOptions|Intervals|ServiceLink"
               r"|SessionList|SessionMonitor|Settings(Rules|Texts)|StatusBarRules)",
      "platform logging localisation link"),

@@ -16,6 +16,7 @@
 #include "agent_core/Intervals.h"
 #include "chat/ChatController.h"
 #include "platform/Account.h"
+#include "windows/Contrast.h"
 
 namespace {
 
@@ -382,7 +383,7 @@ private Q_SLOTS:
         messages().setPalette(dark);
         const QTextBlock notice = messages().document()->begin();
         const QColor colour = notice.begin().fragment().charFormat().foreground().color();
-        QVERIFY(ChatColours::contrast(colour, dark.color(QPalette::Base)) >= 4.5);
+        QVERIFY(Contrast::ratio(colour, dark.color(QPalette::Base)) >= 4.5);
         QVERIFY(m_agent->send(leaves(u"<i>Bob"_qs)));
         QVERIFY(!AppDelegate::chats.constFirst()->leaved); // not before its time
         QVERIFY(m_agent->send(leaves(u"Ann"_qs)));

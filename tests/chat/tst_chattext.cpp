@@ -4,7 +4,8 @@
 
 #include "chat/ChatColours.h"
 #include "chat/ChatPlacement.h"
-#include "chat/ChatText.h"
+#include "windows/Contrast.h"
+#include "windows/ShownText.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ private Q_SLOTS:
     void firstCharacters()
     {
         QFETCH(QString, text);
-        QTEST(ChatText::firstCharacters(text, 128), "cut");
+        QTEST(ShownText::firstCharacters(text, 128), "cut");
     }
 
     void shown_data()
@@ -75,8 +76,8 @@ private Q_SLOTS:
     void shown()
     {
         QFETCH(QString, text);
-        QTEST(ChatText::shown(text), "shown");
-        QVERIFY(!ChatText::shownInLine(text).contains(QChar(QChar::LineSeparator)));
+        QTEST(ShownText::shown(text), "shown");
+        QVERIFY(!ShownText::shownInLine(text).contains(QChar(QChar::LineSeparator)));
     }
 
     void pieces_data()
@@ -97,9 +98,9 @@ private Q_SLOTS:
         QFETCH(bool, isApartAtCharacters);
         QString joined;
         QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-        const QList<ChatText::Piece> pieces = ChatText::pieces(text);
-        for (const ChatText::Piece& piece : pieces) {
-            QVERIFY(piece.text.size() <= ChatText::kLongestPiece);
+        const QList<ShownText::Piece> pieces = ShownText::pieces(text);
+        for (const ShownText::Piece& piece : pieces) {
+            QVERIFY(piece.text.size() <= ShownText::kLongestPiece);
             QVERIFY(piece.text.isValidUtf16());
             finder.setPosition(joined.size());
             QVERIFY(joined.isEmpty() || !isApartAtCharacters || finder.isAtBoundary());
@@ -117,17 +118,16 @@ private Q_SLOTS:
             palette.setColor(QPalette::Base, base);
             palette.setColor(QPalette::Text, base.lightness() < 128 ? Qt::white : Qt::black);
             for (const ChatColour colour : {ChatColour::Green, ChatColour::Red}) {
-                QVERIFY2(ChatColours::contrast(ChatColours::line(colour, palette), base) >= 4.5,
-                         name);
+                QVERIFY2(Contrast::ratio(ChatColours::line(colour, palette), base) >= 4.5, name);
             }
             const QColor text = ChatColours::line(ChatColour::Text, palette);
-            const double least = std::min(4.5, ChatColours::contrast(text, base));
+            const double least = std::min(4.5, Contrast::ratio(text, base));
             for (const bool isOwn : {false, true}) {
                 const QColor ground = ChatColours::bubble(isOwn, palette);
-                QVERIFY2(ChatColours::contrast(text, ground) >= least, name);
+                QVERIFY2(Contrast::ratio(text, ground) >= least, name);
             }
         }
-        QCOMPARE(ChatColours::contrast(Qt::white, Qt::black), 21.0);
+        QCOMPARE(Contrast::ratio(Qt::white, Qt::black), 21.0);
     }
 
     void windowsComeUpApart()

@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include "WindowFixture.h"
+#include "windows/Contrast.h"
 #include "windows/ElidedLabel.h"
 #include "windows/MessageInbox.h"
 #include "windows/MessageKind.h"
@@ -69,7 +70,7 @@ private Q_SLOTS:
                 QApplication::setPalette(palette);
                 QTRY_COMPARE(message(window)->palette().color(QPalette::Base), ground);
                 const QColor text = message(window)->palette().color(QPalette::Text);
-                QVERIFY(MessageKind::contrast(text, ground) >= 4.5);
+                QVERIFY(Contrast::ratio(text, ground) >= 4.5);
                 QCOMPARE(text != palette.color(QPalette::Text), isKnown);
             }
             QVERIFY(!MessageKind::textColour(kind, QColor(0x80, 0x80, 0x80)));

@@ -4,8 +4,8 @@
 #include <QString>
 #include <QStringView>
 
-// What becomes of the texts of a chat, the person's and the operators'. Any thread.
-namespace ChatText {
+// Texts of conversations, the person's and the operators', as windows can show them. Any thread.
+namespace ShownText {
 
 // The first so many characters as a person counts them: grapheme clusters (UAX #29), so that no
 // accent, no part of an emoji and no syllable is cut off its base.
@@ -35,4 +35,4 @@ inline constexpr qsizetype kLongestPiece = 1'000;
 // point into the text; an empty text is one empty piece.
 [[nodiscard]] QList<Piece> pieces(QStringView shown);
 
-} // namespace ChatText
+} // namespace ShownText

@@ -1,4 +1,4 @@
-#include "chat/ChatText.h"
+#include "windows/ShownText.h"
 
 #include <optional>
 
@@ -90,29 +90,29 @@ private:
 // Where the piece at the front of a longer text is to end.
 qsizetype endOfPiece(QStringView text)
 {
-    const QStringView reach = text.first(ChatText::kLongestPiece);
-    const QStringView secondHalf = reach.sliced(ChatText::kLongestPiece / 2);
+    const QStringView reach = text.first(ShownText::kLongestPiece);
+    const QStringView secondHalf = reach.sliced(ShownText::kLongestPiece / 2);
     for (const QChar breakable : {QChar(QChar::LineSeparator), QChar(u' ')}) {
         const qsizetype found = secondHalf.lastIndexOf(breakable);
         if (found >= 0) {
-            return ChatText::kLongestPiece / 2 + found + 1;
+            return ShownText::kLongestPiece / 2 + found + 1;
         }
     }
     // A few more code units, to see whether the last character goes on behind the reach.
-    const QStringView seen = text.first(qMin(text.size(), ChatText::kLongestPiece + 32));
+    const QStringView seen = text.first(qMin(text.size(), ShownText::kLongestPiece + 32));
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, seen.data(), seen.size());
-    finder.setPosition(ChatText::kLongestPiece);
+    finder.setPosition(ShownText::kLongestPiece);
     const qsizetype boundary =
         finder.isAtBoundary() ? finder.position() : finder.toPreviousBoundary();
     if (boundary > 0) {
         return boundary;
     }
-    return ChatText::kLongestPiece - (reach.back().isHighSurrogate() ? 1 : 0);
+    return ShownText::kLongestPiece - (reach.back().isHighSurrogate() ? 1 : 0);
 }
 
 } // namespace
 
-QString ChatText::firstCharacters(const QString& text, qsizetype count)
+QString ShownText::firstCharacters(const QString& text, qsizetype count)
 {
     if (text.size() <= count) {
         return text;
@@ -126,17 +126,17 @@ QString ChatText::firstCharacters(const QString& text, qsizetype count)
     return text.first(finder.position());
 }
 
-QString ChatText::shown(const QString& text)
+QString ShownText::shown(const QString& text)
 {
     return Cleaner(QChar::LineSeparator).clean(text);
 }
 
-QString ChatText::shownInLine(const QString& text)
+QString ShownText::shownInLine(const QString& text)
 {
     return Cleaner(u' ').clean(text);
 }
 
-QList<ChatText::Piece> ChatText::pieces(QStringView shown)
+QList<ShownText::Piece> ShownText::pieces(QStringView shown)
 {
     QList<Piece> result;
     while (shown.size() > kLongestPiece) {
