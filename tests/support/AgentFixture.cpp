@@ -88,6 +88,12 @@ bool AgentFixture::send(const QByteArray& message)
     return QTest::qWaitFor([&isDone] { return isDone; }) && isHandled;
 }
 
+void AgentFixture::write(const QByteArray& message)
+{
+    m_agent->write(message);
+    m_agent->flush();
+}
+
 QByteArrayList AgentFixture::sent()
 {
     m_received += m_agent->readAll();

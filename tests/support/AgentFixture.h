@@ -24,6 +24,8 @@ public:
 
     // Sends one message as the service, and waits until the agent's log says that it was handled.
     bool send(const QByteArray& message);
+    // Sends one message and waits for nothing.
+    void write(const QByteArray& message);
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
     void forget();
