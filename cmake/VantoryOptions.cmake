@@ -28,6 +28,9 @@ if(VANTORY_SANITIZERS)
     target_compile_options(vantory_options INTERFACE
         -fsanitize=${VANTORY_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(vantory_options INTERFACE -fsanitize=${VANTORY_SANITIZERS})
+    # PAM's modules load libcrypt late; the sanitizers' own crypt() looks for it only at the start.
+    target_link_options(vantory_options INTERFACE
+        -Wl,--push-state,--no-as-needed -lcrypt -Wl,--pop-state)
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
     target_compile_options(vantory_options INTERFACE
         -fstack-protector-strong $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)

@@ -25,7 +25,7 @@ const QString kPath = QStringLiteral("/StatusNotifierItem");
 // No status bar is higher, and the pictures travel with every change.
 constexpr int kLargestPicture = 128;
 
-// The form of the name is the specification's: process and number within it.
+// The form of the name is the standard's: process and number within it.
 QString busName()
 {
     return QStringLiteral("org.kde.StatusNotifierItem-%1-1")
