@@ -139,7 +139,10 @@ void AppDelegate::closeSettings()
 void AppDelegate::applyAction()
 {
     MainQueue::assertMainThread();
-    const BackendSettings entries = settingsWindow().entries();
+    if (settingsWindow().isLocked()) {
+        return; // its button is off then; nothing else may come this way either
+    }
+    const BackendSettings entries = window->entries();
     const auto stored = read_BackendSettingsPlist(backendSettingsPath());
     switch (SettingsRules::complaint(entries)) {
     case SettingsRules::Complaint::AccountId:
