@@ -3,7 +3,6 @@
 #include "platform/DBusMenu.h"
 #include "platform/DBusStruct.h"
 
-#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -69,9 +68,10 @@ public:
     }
 
     // A call from the host's side. The answer comes from this thread, so it must not block.
-    QDBusMessage call(const QString& path, const QString& interface, const QString& method,
+    QDBusMessage call(const QString& interface, const QString& method,
                       const QVariantList& arguments)
     {
+        const auto path = interface == kMenu ? u"/MenuBar"_s : u"/StatusNotifierItem"_s;
         auto question = QDBusMessage::createMethodCall(m_item, path, interface, method);
         question.setArguments(arguments);
         QDBusPendingCallWatcher answer(m_bus.asyncCall(question, 5000));
@@ -79,24 +79,18 @@ public:
         return answer.reply();
     }
 
-    QDBusMessage callMenu(const QString& method, const QVariantList& arguments)
-    {
-        return call(u"/MenuBar"_s, kMenu, method, arguments);
-    }
-
     QVariant itemProperty(const QString& name)
     {
-        const auto answer = call(u"/StatusNotifierItem"_s, kProperties, u"Get"_s, {kItem, name});
+        const auto answer = call(kProperties, u"Get"_s, {kItem, name});
         return qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant();
     }
 
     // The menu's items, in order.
     QList<DBusMenuLayout> items()
     {
-        const auto answer = callMenu(u"GetLayout"_s, {0, -1, QStringList()});
+        const auto answer = call(kMenu, u"GetLayout"_s, {0, -1, QStringList()});
         QList<DBusMenuLayout> items;
         if (answer.signature() == u"u(ia{sv}av)") {
-            revision = answer.arguments().at(0).toUInt();
             const auto root = qdbus_cast<DBusMenuLayout>(answer.arguments().at(1));
             for (const QVariant& child : root.children) {
                 items += qdbus_cast<DBusMenuLayout>(child);
@@ -106,8 +100,6 @@ public:
     }
 
     const QDBusConnection& bus() const { return m_bus; }
-
-    uint revision = 0;
 
     QString introspect(const QString& /*path*/) const override { return {}; }
 
@@ -155,12 +147,13 @@ public:
     // The widget that Qt has docked in the tray, if it has.
     static QWidget* icon()
     {
-        const auto widgets = QApplication::topLevelWidgets();
-        const auto found = std::find_if(widgets.begin(), widgets.end(), [](const QWidget* widget) {
-            return widget->inherits("QSystemTrayIconSys") && widget->isVisible() &&
-                   widget->windowHandle()->isExposed();
-        });
-        return found == widgets.end() ? nullptr : *found;
+        for (QWidget* const widget : QApplication::topLevelWidgets()) {
+            if (widget->inherits("QSystemTrayIconSys") && widget->isVisible() &&
+                widget->windowHandle()->isExposed()) {
+                return widget;
+            }
+        }
+        return nullptr;
     }
 
 private:

@@ -1,9 +1,9 @@
 #include "platform/ConsoleSession.h"
+#include "platform/DBusStruct.h"
 
 #include <csignal>
 #include <memory>
 
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -15,31 +15,15 @@
 #include <QTest>
 
 #include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 // A seat's active session as logind tells it.
 struct Place {
     QString id;
     QDBusObjectPath path;
+
+    static auto fields(auto& self) { return std::tie(self.id, self.path); }
 };
-
-QDBusArgument& operator<<(QDBusArgument& argument, const Place& place)
-{
-    argument.beginStructure();
-    argument << place.id << place.path;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, Place& place)
-{
-    argument.beginStructure();
-    argument >> place.id >> place.path;
-    argument.endStructure();
-    return argument;
-}
 
 namespace {
 
@@ -90,8 +74,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(m_bus->interface()->isServiceRegistered(kService).value(), 20'000);
 
         for (const QString& id : kSessions) { // the last is active
-            QVERIFY(
-                call(kRoot, kMock, u"AddSession"_qs, {id, u"seat0"_qs, 1000U, u"ann"_qs, true}));
+            call(kRoot, kMock, u"AddSession"_qs, {id, u"seat0"_qs, 1000U, u"ann"_qs, true});
         }
         setKnown(u"GetSession"_qs, u"s"_qs, u"'own'"_qs, u"own"_qs);
     }
@@ -102,125 +85,64 @@ private Q_SLOTS:
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_address);
         qunsetenv("XDG_SESSION_ID");
         setActive(placeOf(u"front"_qs));
-        setSession(u"front"_qs, u"Class"_qs, u"user"_qs);
-        setSession(u"front"_qs, u"Name"_qs, u"ann"_qs);
-        for (const QString& id : kSessions) {
-            setSession(id, u"LockedHint"_qs, false);
-        }
+        setFront(u"Class"_qs, u"user"_qs);
+        setFront(u"Name"_qs, u"ann"_qs);
+        lock({});
         setProcessSession(false);
-    }
-
-    void consoleUser_data()
-    {
-        QTest::addColumn<QVariant>("active");
-        QTest::addColumn<QVariant>("kind");
-        QTest::addColumn<QVariant>("name");
-        QTest::addColumn<QString>("expected"); // empty: none
-        const auto row = [](const char* what, const QVariant& active, const QVariant& kind,
-                            const QVariant& name, const QString& expected = {}) {
-            QTest::newRow(what) << active << kind << name << expected;
-        };
-        const QVariant front = placeOf(u"front"_qs);
-        const QVariant user = u"user"_qs;
-        const QVariant ann = u"ann"_qs;
-        row("a person", front, user, ann, u"ann"_qs);
-        row("a greeter", front, u"greeter"_qs, u"gdm"_qs, u"loginwindow"_qs);
-        row("nobody", placeOf({}), user, ann);
-        row("a session that has gone", placeOf(u"gone"_qs), user, ann);
-        row("an active session of another type", u"front"_qs, user, ann);
-        row("a class of another type", front, 1, ann);
-        row("a name of another type", front, user, true);
-        row("no name", front, user, QString());
     }
 
     void consoleUser()
     {
-        QFETCH(const QVariant, active);
-        QFETCH(const QVariant, kind);
-        QFETCH(const QVariant, name);
-        QFETCH(const QString, expected);
-        setActive(active);
-        setSession(u"front"_qs, u"Class"_qs, kind);
-        setSession(u"front"_qs, u"Name"_qs, name);
-        const auto console = ConsoleSession::consoleUser();
-        QCOMPARE(console.has_value(), !expected.isEmpty());
-        QCOMPARE(console.value_or(QString()), expected);
-    }
-
-    void screenLock_data()
-    {
-        QTest::addColumn<QByteArray>("id"); // XDG_SESSION_ID
-        QTest::addColumn<bool>("isInSession");
-        QTest::addColumn<QString>("asked"); // the session that is expected to be asked
-        QTest::newRow("the named one") << QByteArray("own") << true << u"own"_qs;
-        QTest::newRow("the process's") << QByteArray() << true << u"process"_qs;
-        QTest::newRow("unknown name") << QByteArray("c9") << true << u"process"_qs;
-        QTest::newRow("name of no text") << QByteArray("\xFF") << true << u"process"_qs;
-        QTest::newRow("the seat's") << QByteArray("c9") << false << u"front"_qs;
+        QCOMPARE(ConsoleSession::consoleUser(), u"ann"_qs);
+        setFront(u"Name"_qs, QString());
+        QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
+        setFront(u"Name"_qs, true); // of another type than documented
+        QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
+        setFront(u"Class"_qs, u"greeter"_qs);
+        QCOMPARE(ConsoleSession::consoleUser(), u"loginwindow"_qs);
+        for (const QVariant& place : {placeOf({}), placeOf(u"gone"_qs), QVariant(u"front"_qs)}) {
+            setActive(place);
+            QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
+        }
     }
 
     void screenLock()
     {
-        QFETCH(const QByteArray, id);
-        QFETCH(const bool, isInSession);
-        QFETCH(const QString, asked);
-        qputenv("XDG_SESSION_ID", id);
-        setProcessSession(isInSession);
-        for (const QString& session : kSessions) {
-            setSession(session, u"LockedHint"_qs, true);
-            QCOMPARE(ConsoleSession::isScreenLocked(), session == asked);
-            setSession(session, u"LockedHint"_qs, false);
-        }
-        setSession(asked, u"LockedHint"_qs, u"yes"_qs);
-        QVERIFY(!ConsoleSession::isScreenLocked());
-    }
-
-    void noAnswerMeansNobodyAndUnlocked_data()
-    {
-        QTest::addColumn<QString>("what");
-        for (const char* const what :
-             {"no bus", "a socket that never answers", "a bus that hangs", "a logind that hangs"}) {
-            QTest::newRow(what) << QString::fromUtf8(what);
+        const std::tuple<QByteArray, bool, QString> expectations[] = {
+            {"own", true, u"own"_qs}, // XDG_SESSION_ID, whether the process is in a session
+            {"c9", true, u"process"_qs},
+            {"\xFF", true, u"process"_qs},
+            {"", false, u"front"_qs},
+        };
+        for (const auto& [id, isInSession, asked] : expectations) {
+            qputenv("XDG_SESSION_ID", id);
+            setProcessSession(isInSession);
+            for (const QString& session : kSessions) {
+                lock(session);
+                QCOMPARE(ConsoleSession::isScreenLocked(), session == asked);
+            }
         }
     }
 
     void noAnswerMeansNobodyAndUnlocked()
     {
-        QFETCH(const QString, what);
-        setSession(u"front"_qs, u"LockedHint"_qs, true);
-        QVERIFY(ConsoleSession::isScreenLocked());
-
-        // Listening is enough: the system accepts for us.
-        const QByteArray silent = m_directory.filePath(what).toUtf8();
-        const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un name = {AF_UNIX, {}};
-        qstrncpy(name.sun_path, silent.constData(), sizeof name.sun_path);
-        ::bind(listener, reinterpret_cast<const sockaddr*>(&name), sizeof name);
-        const QProcess* halted = nullptr;
-        if (what == u"a bus that hangs") {
-            halted = &m_daemon;
-        } else if (what == u"a logind that hangs") {
-            halted = &m_logind;
-        } else {
-            qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + silent);
-            QVERIFY(what == u"no bus" || ::listen(listener, 5) == 0);
+        lock(u"front"_qs);
+        for (const QProcess* const hanging : {&m_daemon, &m_logind}) {
+            QTRY_VERIFY(ConsoleSession::isScreenLocked());
+            ::kill(static_cast<pid_t>(hanging->processId()), SIGSTOP);
+            QElapsedTimer timer;
+            timer.start();
+            const auto user = ConsoleSession::consoleUser();
+            const bool isLocked = ConsoleSession::isScreenLocked();
+            const qint64 elapsed = timer.elapsed();
+            ::kill(static_cast<pid_t>(hanging->processId()), SIGCONT);
+            QCOMPARE(user, std::nullopt);
+            QVERIFY(!isLocked);
+            QVERIFY2(elapsed < 10'000, "two questions of half a second each");
         }
-        const auto signal = [halted](int number) {
-            if (halted != nullptr) {
-                ::kill(static_cast<pid_t>(halted->processId()), number);
-            }
-        };
-        signal(SIGSTOP);
-        QElapsedTimer timer;
-        timer.start();
-        const auto user = ConsoleSession::consoleUser();
-        const bool isLocked = ConsoleSession::isScreenLocked();
-        const qint64 elapsed = timer.elapsed();
-        signal(SIGCONT);
-        ::close(listener);
-        QCOMPARE(user, std::nullopt);
-        QVERIFY(!isLocked);
-        QVERIFY2(elapsed < 10'000, "two questions of half a second each");
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere");
+        QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
+        QVERIFY(!ConsoleSession::isScreenLocked());
     }
 
     void cleanupTestCase()
@@ -232,30 +154,36 @@ private Q_SLOTS:
     }
 
 private:
-    [[nodiscard]] bool call(const QString& path, const QString& interface, const QString& method,
-                            const QVariantList& arguments)
+    void call(const QString& path, const QString& interface, const QString& method,
+              const QVariantList& arguments)
     {
         auto message = QDBusMessage::createMethodCall(kService, path, interface, method);
         message.setArguments(arguments);
-        return m_bus->call(message).type() == QDBusMessage::ReplyMessage;
+        QCOMPARE(m_bus->call(message).type(), QDBusMessage::ReplyMessage);
     }
 
-    void set(const QString& path, const QString& interface, const QString& name,
-             const QVariant& value)
+    void set(const QString& path, const QString& kind, const QString& name, const QVariant& value)
     {
-        QVERIFY(call(path, u"org.freedesktop.DBus.Properties"_qs, u"Set"_qs,
-                     {interface, name, QVariant::fromValue(QDBusVariant(value))}));
+        call(path, u"org.freedesktop.DBus.Properties"_qs, u"Set"_qs,
+             {kService + u'.' + kind, name, QVariant::fromValue(QDBusVariant(value))});
     }
 
     void setActive(const QVariant& place)
     {
-        set(kRoot + u"/seat/seat0"_qs, u"org.freedesktop.login1.Seat"_qs, u"ActiveSession"_qs,
-            place);
+        set(kRoot + u"/seat/seat0"_qs, u"Seat"_qs, u"ActiveSession"_qs, place);
     }
 
-    void setSession(const QString& id, const QString& name, const QVariant& value)
+    void setFront(const QString& name, const QVariant& value)
     {
-        set(sessionPath(id), u"org.freedesktop.login1.Session"_qs, name, value);
+        set(sessionPath(u"front"_qs), u"Session"_qs, name, value);
+    }
+
+    // This one alone.
+    void lock(const QString& locked)
+    {
+        for (const QString& id : kSessions) {
+            set(sessionPath(id), u"Session"_qs, u"LockedHint"_qs, id == locked);
+        }
     }
 
     // Lets a method of the manager know one argument, and the session that it stands for.
@@ -266,8 +194,8 @@ private:
             u"if args[0] != %1:\n"
             "    raise dbus.exceptions.DBusException('none', name='org.test.NoSession')\n"
             "ret = '%2'"_qs.arg(argument, sessionPath(id));
-        QVERIFY(call(kRoot, kMock, u"AddMethod"_qs,
-                     {u"org.freedesktop.login1.Manager"_qs, method, type, u"o"_qs, code}));
+        call(kRoot, kMock, u"AddMethod"_qs,
+             {u"org.freedesktop.login1.Manager"_qs, method, type, u"o"_qs, code});
     }
 
     // Whether logind counts this process to the session "process".
