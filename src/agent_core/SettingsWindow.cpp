@@ -92,6 +92,7 @@ void AppDelegate::updateSettings()
 void AppDelegate::enableSettings()
 {
     settingsWindow().setLocked(false);
+    window->ignoreHeldKey(); // the Return that ended the question for a password applies nothing
     window->showDisplayOptions(displayAgentType, displayPlatform);
 }
 
@@ -108,6 +109,9 @@ void AppDelegate::managedCheck()
 
 void AppDelegate::unlockSettings()
 {
+    if (isTerminating()) {
+        return;
+    }
     if (!settingsWindow().isLocked()) {
         disableSettings();
         return;
@@ -139,8 +143,10 @@ void AppDelegate::closeSettings()
 void AppDelegate::applyAction()
 {
     MainQueue::assertMainThread();
-    if (settingsWindow().isLocked()) {
-        return; // its button is off then; nothing else may come this way either
+    // Locked, its button is off; nothing else may come this way either. And once the end has begun
+    // nothing is written that it would cut short.
+    if (settingsWindow().isLocked() || isTerminating()) {
+        return;
     }
     const BackendSettings entries = window->entries();
     const auto stored = read_BackendSettingsPlist(backendSettingsPath());

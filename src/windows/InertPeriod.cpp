@@ -38,6 +38,12 @@ void InertPeriod::begin(Inputs inputs)
     QCoreApplication::instance()->installEventFilter(this); // once, however often it is called
 }
 
+void InertPeriod::ignoreHeldKey()
+{
+    m_isKeyHeld = true;
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
 bool InertPeriod::eventFilter(QObject* watched, QEvent* event)
 {
     const auto* const widget = qobject_cast<QWidget*>(watched);

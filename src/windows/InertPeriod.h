@@ -22,6 +22,10 @@ public:
     // Begins the period, or begins it again.
     void begin(Inputs inputs);
 
+    // For a window that the person goes on in: only a key that is held down from before is not
+    // heard until it is let go.
+    void ignoreHeldKey();
+
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

@@ -5,6 +5,7 @@
 
 #include <QDialog>
 #include <QLineEdit>
+#include <QSignalBlocker>
 #include <QWindow>
 
 #include "agent_core/AppDelegate.h"
@@ -51,7 +52,13 @@ public:
         // The field's own characters, before it lets go of them.
         QString typed = ui.password->text();
         SecretText::wipe(typed);
-        ui.password->clear();
+        // And what it remembers to undo, letter by letter: dropping that keeps the room, which new
+        // letters then overwrite.
+        constexpr qsizetype kFiller = 512;
+        const QSignalBlocker blocker(ui.password);
+        ui.password->setText(QString());
+        ui.password->insert(QString(kFiller, u'*'));
+        ui.password->setText(QString());
     }
 
     void clearFields()

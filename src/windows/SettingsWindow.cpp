@@ -58,6 +58,11 @@ void SettingsWindow::translate()
     m_ui->platformSelect->setAccessibleName(m_texts.region);
 }
 
+void SettingsWindow::ignoreHeldKey()
+{
+    m_inertPeriod->ignoreHeldKey();
+}
+
 void SettingsWindow::presentByService()
 {
     m_inertPeriod->begin(InertPeriod::Inputs::Keyboard);

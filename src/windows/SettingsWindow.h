@@ -26,6 +26,8 @@ public:
     ~SettingsWindow() override;
 
     void presentByService();
+    // Keeps the window deaf to a key that is held down already.
+    void ignoreHeldKey();
 
     [[nodiscard]] BackendSettings entries() const;
     void showSettings(const BackendSettings& settings);
