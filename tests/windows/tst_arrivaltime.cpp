@@ -11,36 +11,24 @@ private Q_SLOTS:
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("text");
 
-        QTest::newRow("English") << "en_US"
-                                 << "March 05, 2025 at 21:03:09";
-        QTest::newRow("French") << "fr_FR"
-                                << "05 mars 2025 à 21:03:09";
-        QTest::newRow("Italian") << "it_IT"
-                                 << "05 marzo 2025 alle ore 21:03:09";
-        QTest::newRow("Spanish") << "es_ES"
-                                 << "05 de marzo de 2025, 21:03:09";
-        QTest::newRow("German") << "de"
-                                << "05. März 2025 um 21:03:09";
-        QTest::newRow("Korean") << "ko_KR"
-                                << "2025년 3월 05일 21:03:09";
-        QTest::newRow("Portuguese") << "pt_BR"
-                                    << "05 de março de 2025 às 21:03:09";
-        QTest::newRow("BCP 47") << "en-GB"
-                                << "05 March 2025 at 21:03:09";
-        QTest::newRow("C") << "C"
-                           << "March 05, 2025 at 21:03:09";
-        QTest::newRow("own digits") << "ar_EG"
-                                    << "٠٥ مارس ٢٠٢٥ في ٢١:٠٣:٠٩";
-        QTest::newRow("own calendar and digits") << "fa_IR"
-                                                 << "۱۵ اسفند ۱۴۰۳ ساعت ۲۱:۰۳:۰۹";
-        QTest::newRow("Buddhist years") << "th_TH"
-                                        << "05 มีนาคม 2568 เวลา 21:03:09";
-        QTest::newRow("calendar named") << "th-TH-u-ca-buddhist"
-                                        << "05 มีนาคม 2568 เวลา 21:03:09";
-        QTest::newRow("another calendar") << "th-TH-u-ca-gregory"
-                                          << "05 มีนาคม 2025 เวลา 21:03:09";
-        QTest::newRow("years of an era") << "ja-JP-u-ca-japanese"
-                                         << "令和7年3月05日 21:03:09";
+        const auto row = [](const char* name, const char* language, const char* text) {
+            QTest::newRow(name) << language << text;
+        };
+        row("English", "en_US", "March 05, 2025 at 21:03:09");
+        row("French", "fr_FR", "05 mars 2025 à 21:03:09");
+        row("Italian", "it_IT", "05 marzo 2025 alle ore 21:03:09");
+        row("Spanish", "es_ES", "05 de marzo de 2025, 21:03:09");
+        row("German", "de", "05. März 2025 um 21:03:09");
+        row("Korean", "ko_KR", "2025년 3월 05일 21:03:09");
+        row("Portuguese", "pt_BR", "05 de março de 2025 às 21:03:09");
+        row("BCP 47", "en-GB", "05 March 2025 at 21:03:09");
+        row("C", "C", "March 05, 2025 at 21:03:09");
+        row("own digits", "ar_EG", "٠٥ مارس ٢٠٢٥ في ٢١:٠٣:٠٩");
+        row("own calendar and digits", "fa_IR", "۱۵ اسفند ۱۴۰۳ ساعت ۲۱:۰۳:۰۹");
+        row("Buddhist years", "th_TH", "05 มีนาคม 2568 เวลา 21:03:09");
+        row("calendar named", "th-TH-u-ca-buddhist", "05 มีนาคม 2568 เวลา 21:03:09");
+        row("another calendar", "th-TH-u-ca-gregory", "05 มีนาคม 2025 เวลา 21:03:09");
+        row("years of an era", "ja-JP-u-ca-japanese", "令和7年3月05日 21:03:09");
     }
 
     void isWrittenAsTheLocaleDoes()
