@@ -12,13 +12,9 @@ namespace SettingsDriver {
 
 inline QWidget* topLevel(const char* name)
 {
-    const QWidgetList widgets = QApplication::topLevelWidgets();
-    for (QWidget* const widget : widgets) {
-        if (widget->objectName() == QLatin1String(name)) {
-            return widget;
-        }
-    }
-    return nullptr;
+    QWidgetList found = QApplication::topLevelWidgets();
+    found.removeIf([=](QWidget* widget) { return widget->objectName() != QLatin1String(name); });
+    return found.value(0);
 }
 
 inline QWidget* window()

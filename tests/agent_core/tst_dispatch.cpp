@@ -1,10 +1,8 @@
 #include <QMenu>
 #include <QTest>
-#include <QTimer>
 
 #include "AgentFixture.h"
 #include "agent_core/Intervals.h"
-#include "agent_core/SessionMonitor.h"
 #include "agent_core/StatusBarRules.h"
 #include "platform/Account.h"
 
@@ -40,13 +38,11 @@ QString state()
         shown.append(QString::number(info.session) + info.controlName);
     }
     const auto valid = AppDelegate::connectionStatus->accountIsValid;
-    return QStringLiteral("%1 '%2' account %3 [%4] [%5]")
-        .arg(AppDelegate::gatewayConnectionStatus ? QStringLiteral("linked")
-                                                  : QStringLiteral("not linked"),
-             AppDelegate::connectionStatus->gateway_name,
-             valid ? (*valid ? QStringLiteral("valid") : QStringLiteral("invalid"))
-                   : QStringLiteral("unknown"),
-             own.join(u' '), shown.join(u' '));
+    return u"%1 '%2' account %3 [%4] [%5]"_qs.arg(
+        AppDelegate::gatewayConnectionStatus ? u"linked"_qs : u"not linked"_qs,
+        AppDelegate::connectionStatus->gateway_name,
+        valid ? (*valid ? u"valid"_qs : u"invalid"_qs) : u"unknown"_qs, own.join(u' '),
+        shown.join(u' '));
 }
 
 } // namespace
@@ -55,344 +51,272 @@ QString state()
 class TestDispatch : public QObject {
     Q_OBJECT
 
+private:
+    std::unique_ptr<AgentFixture> m_agent;
+
 private Q_SLOTS:
     void init() { m_agent = std::make_unique<AgentFixture>(); }
     void cleanup() { m_agent.reset(); }
 
-    void messages_data();
-    void messages();
-    void logLinesStandInTheOrderOfTheSteps();
-    void remoteCommandsAnswer();
-    void windowComesUpLater_data();
-    void windowComesUpLater();
-    void windowAfterTheLastSession_data();
-    void windowAfterTheLastSession();
-    void nothingComesUpAtTheLoginWindow();
-    void startsItsTimers();
-    void reportsTheUserOnce();
-    void menuNamesWhoIsInSession();
-    void iconNames_data();
-    void iconNames();
-    void ports_data();
-    void ports();
+    void messages_data()
+    {
+        QTest::addColumn<QByteArrayList>("sent");
+        QTest::addColumn<QString>("after");
+        QTest::addColumn<QString>("recognised"); // of the last message
 
-private:
-    std::unique_ptr<AgentFixture> m_agent;
-};
-
-void TestDispatch::messages_data()
-{
-    QTest::addColumn<QByteArrayList>("sent");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QString>("recognised"); // of the last message
-
-    const auto row = [](const char* name, const QByteArrayList& sent, const char* after,
-                        const char* recognised) {
-        QTest::newRow(name) << sent << QString::fromUtf8(after) << QString::fromUtf8(recognised);
-    };
-    const QByteArray up = "connected_gateway=gw";
-    row("linked", {up}, "linked 'gw' account unknown [] []", "connected_gateway=");
-    row("gateway down", {up, "disconnected_gateway"}, "not linked '' account unknown [] []",
-        "disconnected_gateway");
-    row("gateway down with a reason", {up, "disconnected_gateway=why"},
-        "not linked '' account unknown [] []", "disconnected_gateway=");
-    row("gateway down with an empty reason", {up, "disconnected_gateway="},
-        "not linked '' account unknown [] []", "disconnected_gateway=");
-    row("account invalid", {up, "account_invalid"}, "not linked 'gw' account invalid [] []",
-        "account_invalid");
-    row("session", {connected(7, "A")}, "not linked '' account unknown [7A] [7A]",
-        "connected_session=");
-    row("the same session again", {connected(7, "A"), connected(8, "B"), connected(7, "C")},
-        "not linked '' account unknown [7A 8B] [7A 8B]", "connected_session=");
-    row("session ended", {connected(7, "A"), connected(8, "B"), "disconnected_session=7"},
-        "not linked '' account unknown [8B] [8B]", "disconnected_session=");
-    row("unknown session ended", {connected(7, "A"), "disconnected_session=9"},
-        "not linked '' account unknown [7A] [7A]", "disconnected_session=");
-    row("session ended without a number", {connected(7, "A"), "disconnected_session=7 "},
-        "not linked '' account unknown [7A] [7A]", "disconnected_session=");
-    row("all sessions ended", {connected(7, "A"), connected(8, "B"), "disconnect_all_sessions"},
-        "not linked '' account unknown [] []", "disconnect_all_sessions");
-    row("status",
-        {connected(1, "Z"), status("true", "gw", session(7, "A") + ',' + session(8, "B"))},
-        "linked 'gw' account valid [7A 8B] [7A 8B]", "status=");
-    row("status without a gateway", {up, status("true", "", "")}, "linked 'gw' account valid [] []",
-        "status=");
-    row("status of an invalid account", {up, connected(7, "A"), status("false", "x", "")},
-        "not linked 'gw' account invalid [7A] [7A]", "status=");
-    row("status that does not decode", {up, connected(7, "A"), "status={\"accountIsValid\":true}"},
-        "linked 'gw' account unknown [7A] [7A]", "status=");
-    row("half a payload", {connected(7, "A").chopped(1)}, "not linked '' account unknown [] []",
-        "connected_session=");
-    row("two commands in one read", {"connected_gateway=a" + up},
-        "linked 'aconnected_gateway=gw' account unknown [] []", "connected_gateway=");
-    for (const char* const unknown :
-         {"x", "Status={}", "#####status={}", "account_invalid ",
-          "close_acknowledgement=", "status", "connected_gateway", " ", "\xff\xfe"}) {
-        row(unknown, {unknown}, "not linked '' account unknown [] []", "Unknown");
+        const auto row = [](const char* name, const QByteArrayList& sent, const char* after,
+                            const char* recognised) {
+            QTest::newRow(name) << sent << QString::fromUtf8(after)
+                                << QString::fromUtf8(recognised);
+        };
+        const QByteArray up = "connected_gateway=gw";
+        row("linked", {up}, "linked 'gw' account unknown [] []", "connected_gateway=");
+        row("gateway down", {up, "disconnected_gateway"}, "not linked '' account unknown [] []",
+            "disconnected_gateway");
+        row("account invalid", {up, "account_invalid"}, "not linked 'gw' account invalid [] []",
+            "account_invalid");
+        row("the same session again", {connected(7, "A"), connected(8, "B"), connected(7, "C")},
+            "not linked '' account unknown [7A 8B] [7A 8B]", "connected_session=");
+        row("session ended", {connected(7, "A"), connected(8, "B"), "disconnected_session=7"},
+            "not linked '' account unknown [8B] [8B]", "disconnected_session=");
+        row("unknown session ended", {connected(7, "A"), "disconnected_session=9"},
+            "not linked '' account unknown [7A] [7A]", "disconnected_session=");
+        row("session ended without a number", {connected(7, "A"), "disconnected_session=7 "},
+            "not linked '' account unknown [7A] [7A]", "disconnected_session=");
+        row("all sessions ended", {connected(7, "A"), connected(8, "B"), "disconnect_all_sessions"},
+            "not linked '' account unknown [] []", "disconnect_all_sessions");
+        row("status",
+            {connected(1, "Z"), status("true", "gw", session(7, "A") + ',' + session(8, "B"))},
+            "linked 'gw' account valid [7A 8B] [7A 8B]", "status=");
+        row("status without a gateway", {up, status("true", "", "")},
+            "linked 'gw' account valid [] []", "status=");
+        row("status of an invalid account", {up, connected(7, "A"), status("false", "x", "")},
+            "not linked 'gw' account invalid [7A] [7A]", "status=");
+        row("status that does not decode",
+            {up, connected(7, "A"), "status={\"accountIsValid\":true}"},
+            "linked 'gw' account unknown [7A] [7A]", "status=");
+        row("half a payload", {connected(7, "A").chopped(1)}, "not linked '' account unknown [] []",
+            "connected_session=");
+        row("two commands in one read", {"connected_gateway=a" + up},
+            "linked 'aconnected_gateway=gw' account unknown [] []", "connected_gateway=");
+        for (const char* const unknown :
+             {"x", "Status={}", "#####status={}", "account_invalid ",
+              "close_acknowledgement=", "status", "connected_gateway", " ", "\xff\xfe"}) {
+            row(unknown, {unknown}, "not linked '' account unknown [] []", "Unknown");
+        }
+        for (const char* const idle :
+             {"user_acknowledgement=1;srv", "user_acknowledgement=x;srv;bob", "request_chat=5,",
+              "request_chat=5,x", "close_chat=99999999999", "receive_chat={}",
+              "receive_message={\"from\":1}", "chat_joined_member=", "chat_left_member=[]"}) {
+            const QByteArray text(idle);
+            row(idle, {text}, "not linked '' account unknown [] []",
+                text.left(text.indexOf('=') + 1).constData());
+        }
     }
-    for (const char* const idle :
-         {"user_acknowledgement=1;srv", "user_acknowledgement=x;srv;bob", "request_chat=5,",
-          "request_chat=5,x", "close_chat=x", "close_chat=99999999999", "receive_chat={}",
-          "receive_message={\"from\":1}", "chat_joined_member=", "chat_left_member=[]"}) {
-        const QByteArray text(idle);
-        row(idle, {text}, "not linked '' account unknown [] []",
-            text.left(text.indexOf('=') + 1).constData());
+
+    void messages()
+    {
+        QFETCH(QByteArrayList, sent);
+        QVERIFY(m_agent->start());
+        for (const QByteArray& message : sent) {
+            QVERIFY2(m_agent->send(message), message);
+        }
+        QTEST(state(), "after");
+        QTEST(m_agent->log().last().mid(8), "recognised");
+        QCOMPARE(m_agent->sent(), QByteArrayList());
+        // The next message still works.
+        QVERIFY(m_agent->send("connected_gateway=next"));
+        QVERIFY(state().startsWith(QLatin1String("linked 'next'")));
     }
-}
 
-void TestDispatch::messages()
-{
-    QFETCH(QByteArrayList, sent);
-    QVERIFY(m_agent->start());
-    for (const QByteArray& message : sent) {
-        QVERIFY2(m_agent->send(message), message);
+    void logLinesStandInTheOrderOfTheSteps()
+    {
+        QVERIFY(m_agent->start());
+        const QStringList before = m_agent->log();
+        const QByteArrayList sent = {"disconnected_gateway=why", connected(7, "A"),
+                                     "user_acknowledgement=x;srv;bob", "status=", "?"};
+        for (const QByteArray& message : sent) {
+            QVERIFY(m_agent->send(message));
+        }
+        const QString receive = u"connection did receive"_qs;
+        QCOMPARE(m_agent->log().mid(before.size()),
+                 (QStringList{receive, u"gateway not connected"_qs,
+                              u"gateway not connected: why"_qs, u"string: disconnected_gateway="_qs,
+                              receive, QString::fromUtf8(connected(7, "A")),
+                              u"session connected"_qs, u"string: connected_session="_qs, receive,
+                              u"user_acknowledgement=x;srv;bob"_qs,
+                              u"string: user_acknowledgement="_qs, receive, u"status received"_qs,
+                              u"string: status="_qs, receive, u"string: Unknown"_qs}));
     }
-    QTEST(state(), "after");
-    QTEST(m_agent->log().last().mid(8), "recognised");
-    QCOMPARE(m_agent->sent(), QByteArrayList());
-    // The next message still works.
-    QVERIFY(m_agent->send("connected_gateway=next"));
-    QVERIFY(state().startsWith(QLatin1String("linked 'next'")));
-}
 
-void TestDispatch::logLinesStandInTheOrderOfTheSteps()
-{
-    QVERIFY(m_agent->start());
-    QStringList expected = {Account::hostName().value(), Account::loginName(),
-                            QStringLiteral("Client started localhost %1").arg(AppDelegate::portUI),
-                            QStringLiteral("connection will start"),
-                            QStringLiteral("Client connection ready")};
-    QCOMPARE(m_agent->log(), expected);
-    QCOMPARE(m_agent->errorLog(), QStringList{QStringLiteral("failed to get username")});
+    void remoteCommandsAnswer()
+    {
+        QVERIFY(m_agent->start());
+        QVERIFY(m_agent->send(R"(execute_command={"session":-7,"exec":"exit 3"})"));
+        QVERIFY(m_agent->send(R"(execute_application={"session":8,"exec":"exit 5"})"));
+        QVERIFY(m_agent->send(R"(execute_command={"session":"8","exec":"exit 5"})"));
+        QVERIFY(m_agent->send("execute_application="));
+        QTRY_COMPARE(m_agent->sent(),
+                     (QByteArrayList{"#####result_command={ \"session\" : -7, \"status\" : 3 }",
+                                     "#####result_command={ \"session\" : 8, \"status\" : 5 }",
+                                     "#####result_command_failed_to_read",
+                                     "#####result_command_failed_to_read"}));
+        QCOMPARE(m_agent->log().filter(u"status="_qs), QStringList{u"status=3"_qs});
+    }
 
-    const QByteArrayList sent = {"disconnected_gateway=why", connected(7, "A"),
-                                 "user_acknowledgement=x;srv;bob", "status=", "?"};
-    for (const QByteArray& message : sent) {
+    void windowComesUpLater_data()
+    {
+        QTest::addColumn<QByteArray>("allowed"); // "-": no file
+        QTest::addColumn<QByteArray>("message");
+        QTest::addColumn<bool>("comes");
+
+        const QByteArray session7 = connected(7, "A");
+        QTest::newRow("no settings") << QByteArray("-") << session7 << true;
+        QTest::newRow("allowed") << QByteArray("true") << session7 << true;
+        QTest::newRow("not allowed") << QByteArray("false") << session7 << false;
+        QTest::newRow("status with a session")
+            << QByteArray("-") << status("true", "gw", session(7, "A")) << true;
+        QTest::newRow("status without one") << QByteArray("-") << status("true", "gw", "") << false;
+    }
+
+    void windowComesUpLater()
+    {
+        QFETCH(QByteArray, allowed);
+        QFETCH(QByteArray, message);
+        QFETCH(bool, comes);
+        if (allowed != "-") {
+            m_agent->allowShowing(allowed);
+        }
+        Intervals::current().showConnection = std::chrono::milliseconds(50);
+        QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(message));
+        QVERIFY(!AppDelegate::connectionStatus->isVisible());
+        if (comes) {
+            QTRY_VERIFY(AppDelegate::connectionStatus->isVisible());
+            // Asked again for a window that is there anyway.
+            QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####request=connections_status"});
+        } else {
+            QTest::qWait(200);
+            QVERIFY(!AppDelegate::connectionStatus->isVisible());
+        }
     }
-    const QString receive = QStringLiteral("connection did receive");
-    QCOMPARE(m_agent->log().mid(5),
-             (QStringList{receive, QStringLiteral("gateway not connected"),
-                          QStringLiteral("gateway not connected: why"),
-                          QStringLiteral("string: disconnected_gateway="), receive,
-                          QString::fromUtf8(connected(7, "A")), QStringLiteral("session connected"),
-                          QStringLiteral("string: connected_session="), receive,
-                          QStringLiteral("user_acknowledgement=x;srv;bob"),
-                          QStringLiteral("string: user_acknowledgement="), receive,
-                          QStringLiteral("status received"), QStringLiteral("string: status="),
-                          receive, QStringLiteral("string: Unknown")}));
-}
 
-void TestDispatch::remoteCommandsAnswer()
-{
-    QVERIFY(m_agent->start());
-    QVERIFY(m_agent->send(R"(execute_command={"session":-7,"exec":"exit 3"})"));
-    QVERIFY(m_agent->send(R"(execute_application={"session":8,"exec":"exit 5"})"));
-    QVERIFY(m_agent->send(R"(execute_command={"session":"8","exec":"exit 5"})"));
-    QVERIFY(m_agent->send("execute_application="));
-    QTRY_COMPARE(m_agent->sent(),
-                 (QByteArrayList{"#####result_command={ \"session\" : -7, \"status\" : 3 }",
-                                 "#####result_command={ \"session\" : 8, \"status\" : 5 }",
-                                 "#####result_command_failed_to_read",
-                                 "#####result_command_failed_to_read"}));
-    QCOMPARE(m_agent->log().filter(QStringLiteral("status=")),
-             QStringList{QStringLiteral("status=3")});
-}
+    void windowAfterTheLastSession_data()
+    {
+        QTest::addColumn<QByteArray>("allowed");
+        QTest::addColumn<QByteArray>("end");
+        QTest::addColumn<bool>("visible"); // at once
+        QTest::addColumn<bool>("staying"); // after the wait
 
-void TestDispatch::windowComesUpLater_data()
-{
-    QTest::addColumn<QByteArray>("allowed"); // "-": no file
-    QTest::addColumn<QByteArray>("message");
-    QTest::addColumn<bool>("comes");
-
-    const QByteArray session7 = connected(7, "A");
-    QTest::newRow("no settings") << QByteArray("-") << session7 << true;
-    QTest::newRow("not set") << QByteArray() << session7 << true;
-    QTest::newRow("allowed") << QByteArray("true") << session7 << true;
-    QTest::newRow("not allowed") << QByteArray("false") << session7 << false;
-    QTest::newRow("status with a session")
-        << QByteArray("-") << status("true", "gw", session(7, "A")) << true;
-    QTest::newRow("status without one") << QByteArray("-") << status("true", "gw", "") << false;
-}
-
-void TestDispatch::windowComesUpLater()
-{
-    QFETCH(QByteArray, allowed);
-    QFETCH(QByteArray, message);
-    QFETCH(bool, comes);
-    if (allowed != "-") {
-        m_agent->allowShowing(allowed);
+        const QByteArray last = "disconnected_session=7";
+        QTest::newRow("no settings: hidden at once") << QByteArray("-") << last << false << false;
+        QTest::newRow("not allowed: brought up all the same")
+            << QByteArray("false") << last << true << true;
+        QTest::newRow("allowed: closes after a while")
+            << QByteArray("true") << last << true << false;
+        QTest::newRow("all at once, allowed")
+            << QByteArray("true") << QByteArray("disconnect_all_sessions") << true << false;
+        QTest::newRow("all at once, not allowed")
+            << QByteArray("false") << QByteArray("disconnect_all_sessions") << false << false;
     }
-    Intervals::current().showConnection = std::chrono::milliseconds(50);
-    QVERIFY(m_agent->start());
-    QVERIFY(m_agent->send(message));
-    QVERIFY(!AppDelegate::connectionStatus->isVisible());
-    if (comes) {
-        QTRY_VERIFY(AppDelegate::connectionStatus->isVisible());
-        // Asked again for a window that is there anyway.
-        QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####request=connections_status"});
-    } else {
+
+    void windowAfterTheLastSession()
+    {
+        QFETCH(QByteArray, allowed);
+        QFETCH(QByteArray, end);
+        if (allowed != "-") {
+            m_agent->allowShowing(allowed);
+        }
+        Intervals::current().showConnection = std::chrono::hours(1);
+        Intervals::current().hideConnection = std::chrono::milliseconds(300);
+        QVERIFY(m_agent->start());
+        QVERIFY(m_agent->send(connected(7, "A")));
+        QVERIFY(m_agent->send(end));
+        QTEST(AppDelegate::connectionStatus->isVisible(), "visible");
+        QTest::qWait(600);
+        QTEST(AppDelegate::connectionStatus->isVisible(), "staying");
+    }
+
+    void nothingComesUpAtTheLoginWindow()
+    {
+        Intervals::current().showConnection = std::chrono::milliseconds(50);
+        Intervals::current().untilStatusRequest = std::chrono::milliseconds(50);
+        QVERIFY(m_agent->start());
+        AppDelegate::username = u"loginwindow"_qs;
+        QVERIFY(m_agent->send(connected(7, "A")));
+        QVERIFY(m_agent->send(status("true", "gw", session(7, "A"))));
         QTest::qWait(200);
         QVERIFY(!AppDelegate::connectionStatus->isVisible());
+        // A session's end shows it even there.
+        QVERIFY(m_agent->send("disconnected_session=9"));
+        QVERIFY(AppDelegate::connectionStatus->isVisible());
     }
-}
 
-void TestDispatch::windowAfterTheLastSession_data()
-{
-    QTest::addColumn<QByteArray>("allowed");
-    QTest::addColumn<QByteArray>("end");
-    QTest::addColumn<bool>("visible"); // at once
-    QTest::addColumn<bool>("staying"); // after the wait
-
-    const QByteArray last = "disconnected_session=7";
-    QTest::newRow("no settings: hidden at once") << QByteArray("-") << last << false << false;
-    QTest::newRow("not allowed: brought up all the same")
-        << QByteArray("false") << last << true << true;
-    QTest::newRow("allowed: closes after a while") << QByteArray("true") << last << true << false;
-    QTest::newRow("unknown session: brought up")
-        << QByteArray("-") << QByteArray("disconnected_session=9") << true << true;
-    QTest::newRow("all at once, allowed")
-        << QByteArray("true") << QByteArray("disconnect_all_sessions") << true << false;
-    QTest::newRow("all at once, not allowed")
-        << QByteArray("false") << QByteArray("disconnect_all_sessions") << false << false;
-}
-
-void TestDispatch::windowAfterTheLastSession()
-{
-    QFETCH(QByteArray, allowed);
-    QFETCH(QByteArray, end);
-    if (allowed != "-") {
-        m_agent->allowShowing(allowed);
+    void reportsTheUserOnce()
+    {
+        QVERIFY(m_agent->start());
+        AppDelegate::updateUser();
+        QVERIFY(m_agent->send(connected(7, "A")));
+        AppDelegate::updateUser();
+        AppDelegate::updateUser();
+        QTRY_COMPARE(m_agent->sent(),
+                     QByteArrayList{"#####update_user=" + Account::fullName().toUtf8()});
     }
-    Intervals::current().showConnection = std::chrono::hours(1);
-    Intervals::current().hideConnection = std::chrono::milliseconds(300);
-    QVERIFY(m_agent->start());
-    QVERIFY(m_agent->send(connected(7, "A")));
-    QVERIFY(m_agent->send(end));
-    QTEST(AppDelegate::connectionStatus->isVisible(), "visible");
-    QTest::qWait(600);
-    QTEST(AppDelegate::connectionStatus->isVisible(), "staying");
-}
 
-void TestDispatch::nothingComesUpAtTheLoginWindow()
-{
-    Intervals::current().showConnection = std::chrono::milliseconds(50);
-    Intervals::current().untilStatusRequest = std::chrono::milliseconds(50);
-    QVERIFY(m_agent->start());
-    AppDelegate::username = QStringLiteral("loginwindow");
-    QVERIFY(m_agent->send(connected(7, "A")));
-    QVERIFY(m_agent->send(status("true", "gw", session(7, "A"))));
-    QTest::qWait(200);
-    QVERIFY(!AppDelegate::connectionStatus->isVisible());
-    // A session's end shows it even there.
-    QVERIFY(m_agent->send("disconnected_session=9"));
-    QVERIFY(AppDelegate::connectionStatus->isVisible());
-}
+    void menuNamesWhoIsInSession()
+    {
+        QVERIFY(m_agent->start());
+        const QString nobody = u"Settings|Permissions|Connection|-|About"_qs;
+        const auto titles = [] {
+            QStringList result;
+            for (const QAction* const item : AppDelegate::statusBarMenu->actions()) {
+                result.append(item->isSeparator() ? u"-"_qs : item->text());
+            }
+            return result.join(u'|');
+        };
+        QCOMPARE(titles(), nobody);
+        QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
+        QVERIFY(m_agent->send(connected(8, "B")));
+        QTRY_COMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_qs);
+        QVERIFY(!AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
+        AppDelegate::statusBarMenu->actions().at(2)->trigger();
+        QVERIFY(AppDelegate::connectionStatus->isVisible());
+        QVERIFY(m_agent->send("disconnect_all_sessions"));
+        QTRY_COMPARE(titles(), nobody);
+        QVERIFY(AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
+    }
 
-void TestDispatch::startsItsTimers()
-{
-    QVERIFY(m_agent->start());
-    QVERIFY(AppDelegate::settingsShowTimer->isSingleShot());
-    QCOMPARE(AppDelegate::settingsShowTimer->interval(), 5'000);
-    QVERIFY(AppDelegate::connnectionStatusTimer->isSingleShot());
-    QCOMPARE(AppDelegate::connnectionStatusTimer->interval(), 5'000);
-    QVERIFY(!AppDelegate::userTimer->isSingleShot());
-    QCOMPARE(AppDelegate::userTimer->interval(), 60'000);
-    AppDelegate::requestStatus();
-    QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####request=connections_status"});
-}
+    void iconNames()
+    {
+        const auto& icon = StatusBarRules::iconName;
+        QCOMPARE(icon(true, false, false), u"appIcon-22-disconnected"_qs);
+        QCOMPARE(icon(true, false, true), u"appIcon-22-disconnected"_qs);
+        QCOMPARE(icon(false, false, true), u"appIcon-22-session"_qs); // not to be shown
+        QCOMPARE(icon(true, true, false), u"appIcon-22-connected"_qs);
+        QCOMPARE(icon(true, true, true), u"appIcon-22-session"_qs);
+    }
 
-void TestDispatch::reportsTheUserOnce()
-{
-    QVERIFY(m_agent->start());
-    AppDelegate::updateUser();
-    QVERIFY(m_agent->send(connected(7, "A")));
-    AppDelegate::updateUser();
-    AppDelegate::updateUser();
-    QTRY_COMPARE(m_agent->sent(),
-                 QByteArrayList{"#####update_user=" + Account::fullName().toUtf8()});
-    m_agent->forget();
-    AppDelegate::userfullname.clear();
-    Client* const client = std::exchange(AppDelegate::client, nullptr);
-    AppDelegate::updateUser(); // remembered although nobody heard it
-    AppDelegate::client = client;
-    AppDelegate::updateUser();
-    ActiveSessionMonitor().isInActiveSession();
-    QTRY_COMPARE(m_agent->sent(),
-                 QByteArrayList{"#####update_user=" + Account::loginName().toUtf8()});
-}
+    void ports_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("port"); // -1: as it was
 
-void TestDispatch::menuNamesWhoIsInSession()
-{
-    QVERIFY(m_agent->start());
-    const auto titles = [] {
-        QStringList result;
-        for (const QAction* const item : AppDelegate::statusBarMenu->actions()) {
-            result.append(item->isSeparator() ? QStringLiteral("-") : item->text());
+        QTest::newRow("none") << QStringList{u"agent"_qs, u"6000"_qs} << -1;
+        QTest::newRow("one") << QStringList{u"port=6000"_qs} << 6000;
+        QTest::newRow("the last decides") << QStringList{u"port=6000"_qs, u"port=6001"_qs} << 6001;
+        for (const char* const bad : {"abc", "", "70000", "-1", "6000x", " 6000"}) {
+            QTest::newRow(bad) << QStringList{u"port=6000"_qs, u"port="_qs + QLatin1String(bad)}
+                               << -1;
         }
-        return result.join(u'|');
-    };
-    QCOMPARE(titles(), QStringLiteral("Settings|Permissions|Connection|-|About"));
-    QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
-    QVERIFY(m_agent->send(connected(8, "B")));
-    QTRY_COMPARE(titles(),
-                 QStringLiteral("Settings|Permissions|Connection: A && <b>B</b> , B|-|About"));
-    QVERIFY(!AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
-    AppDelegate::statusBarMenu->actions().at(2)->trigger();
-    QVERIFY(AppDelegate::connectionStatus->isVisible());
-    QVERIFY(m_agent->send("disconnect_all_sessions"));
-    QTRY_COMPARE(titles(), QStringLiteral("Settings|Permissions|Connection|-|About"));
-    QVERIFY(AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
-}
-
-void TestDispatch::iconNames_data()
-{
-    QTest::addColumn<bool>("shows");
-    QTest::addColumn<bool>("linked");
-    QTest::addColumn<bool>("session");
-    QTest::addColumn<QString>("name");
-
-    QTest::newRow("not linked") << true << false << false << "appIcon-22-disconnected";
-    QTest::newRow("not linked before in session")
-        << true << false << true << "appIcon-22-disconnected";
-    QTest::newRow("not linked, not to be shown")
-        << false << false << false << "appIcon-22-connected";
-    QTest::newRow("in session, not linked, not to be shown")
-        << false << false << true << "appIcon-22-session";
-    QTest::newRow("linked") << true << true << false << "appIcon-22-connected";
-    QTest::newRow("in session") << true << true << true << "appIcon-22-session";
-}
-
-void TestDispatch::iconNames()
-{
-    QFETCH(bool, shows);
-    QFETCH(bool, linked);
-    QFETCH(bool, session);
-    QTEST(StatusBarRules::iconName(shows, linked, session), "name");
-}
-
-void TestDispatch::ports_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("port"); // -1: as it was
-
-    QTest::newRow("none") << QStringList{QStringLiteral("agent"), QStringLiteral("6000")} << -1;
-    QTest::newRow("one") << QStringList{QStringLiteral("port=6000")} << 6000;
-    QTest::newRow("the last decides")
-        << QStringList{QStringLiteral("port=6000"), QStringLiteral("port=6001")} << 6001;
-    for (const char* const bad : {"abc", "", "70000", "-1", "6000x", " 6000"}) {
-        QTest::newRow(bad) << QStringList{QStringLiteral("port=6000"),
-                                          QStringLiteral("port=") + QLatin1String(bad)}
-                           << -1;
     }
-}
 
-void TestDispatch::ports()
-{
-    QFETCH(QStringList, arguments);
-    const auto port = StatusBarRules::portArgument(arguments);
-    QTEST(port ? int(*port) : -1, "port");
-}
+    void ports()
+    {
+        QFETCH(QStringList, arguments);
+        const auto port = StatusBarRules::portArgument(arguments);
+        QTEST(port ? int(*port) : -1, "port");
+    }
+};
 
 QTEST_MAIN(TestDispatch)
 #include "tst_dispatch.moc"

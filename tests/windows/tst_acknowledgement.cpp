@@ -1,6 +1,5 @@
 #include <QAccessible>
 #include <QElapsedTimer>
-#include <QMouseEvent>
 #include <QPushButton>
 #include <QTest>
 
@@ -101,11 +100,6 @@ private Q_SLOTS:
         QTest::mousePress(m_accept, Qt::LeftButton);
         ask("2;other;Bob");
         QVERIFY(m_question->hasFocus());
-        for (const QPointF place : {QPointF(-9, -9), QPointF(9, 9)}) { // off the button and back
-            QMouseEvent drag(QEvent::MouseMove, place, m_accept->mapToGlobal(place), Qt::NoButton,
-                             Qt::LeftButton, Qt::NoModifier);
-            QApplication::sendEvent(m_accept, &drag);
-        }
         QTest::mouseRelease(m_accept, Qt::LeftButton);
         pressByMouse(*m_accept);
         QTest::keyRelease(m_decline, Qt::Key_Space);
