@@ -51,6 +51,7 @@ void AppDelegate::showMessageInbox(const QString& sender, const QString& text, q
         messageInbox.append(message);
         message->set(sender, text, timeout, icon);
         message->present();
+        userAcknowledge->stayInFront(); // a question is never hidden by a message
     });
 }
 

@@ -258,7 +258,7 @@ void ChatController::showMembers()
 {
     QStringList names;
     for (const QString& name : std::as_const(members)) {
-        names.append(PlainText::singleLine(name));
+        names.append(ShownText::shownInLine(name));
     }
     m_window->ui.Messages->setToolTip(PlainText::toolTip(names.join(u'\n')));
 }

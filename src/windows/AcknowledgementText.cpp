@@ -135,18 +135,21 @@ void AcknowledgementText::paintEvent(QPaintEvent*)
     QPainter painter(this);
     const QRect description = descriptionRect(width());
     const int nameHeight = QFontMetrics(nameFont()).height();
-    const auto draw = [&](const QRect& place, const QString& text, const QFont& textFont) {
+    const auto draw = [&](const QRect& place, const QString& text, const QFont& textFont,
+                          int lines) {
         // Towers of accents stay in their own line.
         painter.setClipRect(place);
         painter.setFont(textFont);
         const int direction =
             text.isRightToLeft() ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight;
-        style()->drawItemText(&painter, place, Qt::AlignLeft | Qt::TextWordWrap | direction,
-                              palette(), isEnabled(), text, foregroundRole());
+        style()->drawItemText(&painter, place, Qt::AlignLeft | lines | direction, palette(),
+                              isEnabled(), text, foregroundRole());
     };
-    draw({0, 0, width(), nameHeight}, m_shownServer, nameFont());
-    draw({0, description.top(), width(), description.height()}, m_description, font());
-    draw({0, description.bottom() + 1 + kGap, width(), nameHeight}, m_shownControlUser, nameFont());
+    draw({0, 0, width(), nameHeight}, m_shownServer, nameFont(), Qt::TextSingleLine);
+    draw({0, description.top(), width(), description.height()}, m_description, font(),
+         Qt::TextWordWrap);
+    draw({0, description.bottom() + 1 + kGap, width(), nameHeight}, m_shownControlUser, nameFont(),
+         Qt::TextSingleLine);
     if (m_hasKeyboardFocus) {
         painter.setClipping(false);
         QStyleOptionFocusRect option;

@@ -4,6 +4,7 @@
 #include <QFontMetrics>
 
 #include "windows/PlainText.h"
+#include "windows/ShownText.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ QSize ElidedLabel::minimumSizeHint() const
 
 QSize ElidedLabel::sizeHint() const
 {
-    const QString line = PlainText::singleLine(m_fullText.left(kLongestLine));
+    const QString line = ShownText::shownInLine(m_fullText.left(kLongestLine));
     return {fontMetrics().horizontalAdvance(line), QLabel::sizeHint().height()};
 }
 
@@ -55,9 +56,9 @@ void ElidedLabel::changeEvent(QEvent* event)
 
 void ElidedLabel::elide()
 {
-    const QString line = PlainText::singleLine(m_fullText.left(kLongestLine));
+    const QString line = ShownText::shownInLine(m_fullText.left(kLongestLine));
     const QString shown = fontMetrics().elidedText(line, Qt::ElideRight, contentsRect().width());
     setText(shown);
     const bool isCut = shown != line || line.size() < m_fullText.size();
-    setToolTip(isCut ? PlainText::toolTip(m_fullText) : QString());
+    setToolTip(isCut ? PlainText::toolTip(ShownText::shownInLine(m_fullText)) : QString());
 }

@@ -33,7 +33,8 @@ InertPeriod::InertPeriod(QWidget* window) : QObject(window), m_window(window)
 void InertPeriod::begin(Inputs inputs)
 {
     m_inputs = inputs;
-    m_isKeyHeld = false;
+    // One pressed just before may begin to repeat only when the period is over.
+    m_isKeyHeld = true;
     m_period.start(kLength);
     QCoreApplication::instance()->installEventFilter(this); // once, however often it is called
 }
@@ -63,7 +64,6 @@ bool InertPeriod::isToBeDropped(QEvent* event)
     case QEvent::KeyPress: {
         const bool isRepeat = static_cast<QKeyEvent*>(event)->isAutoRepeat();
         if (isOn) {
-            m_isKeyHeld = true;
             return true;
         }
         // A key that another window saw pressed repeats here.

@@ -34,5 +34,5 @@ private:
     QWidget* const m_window;
     QTimer m_period;
     Inputs m_inputs = Inputs::Keyboard;
-    bool m_isKeyHeld = false; // one that was pressed during the period
+    bool m_isKeyHeld = false; // perhaps, until a key is pressed anew
 };

@@ -11,6 +11,24 @@ constexpr qsizetype kLongestToolTip = 10'000;
 // Up to here a line needs no wrapping.
 constexpr qsizetype kLineOfToolTip = 80;
 
+// Puts places to break a line at into runs without a blank, which a tool tip would show as one line
+// of any width.
+QString breakable(const QString& text)
+{
+    constexpr QChar kZeroWidthSpace(0x200b);
+    QString result;
+    qsizetype run = 0;
+    for (const QChar c : text) {
+        run = c.isSpace() ? 0 : run + 1;
+        if (run > kLineOfToolTip && !c.isLowSurrogate() && !c.isMark()) {
+            result += kZeroWidthSpace;
+            run = 1;
+        }
+        result += c;
+    }
+    return result;
+}
+
 } // namespace
 
 QString PlainText::toolTip(const QString& text)
@@ -22,6 +40,7 @@ QString PlainText::toolTip(const QString& text)
     if (shown.size() < text.size()) {
         shown += u'…';
     }
+    shown = breakable(shown);
     return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(shown.toHtmlEscaped());
 }
 

@@ -119,6 +119,13 @@ void UserAcknowledgement::present()
     WindowActivation::present(&shown);
 }
 
+void UserAcknowledgement::stayInFront()
+{
+    if (m_window && m_window->isVisible()) {
+        m_window->raise();
+    }
+}
+
 void UserAcknowledgement::hide()
 {
     if (m_window) {

@@ -23,6 +23,9 @@ public:
     // session and names, and has it translated: the question on the screen is the last one until
     // then.
     void present();
+    // Puts a dialog that is being shown above a window that has come up since; the keyboard stays
+    // where it is.
+    void stayInFront();
     void hide();
 
     // Puts one language's texts in place, and the names into the question.
