@@ -38,7 +38,7 @@ int continuationOf(const QTextBlock& block)
 // Whether the scroll bar stands at the end, give or take less than a line.
 bool isAtEnd(const QScrollBar& bar)
 {
-    return bar.value() >= bar.maximum() - 4;
+    return bar.sliderPosition() >= bar.maximum() - 4;
 }
 
 } // namespace
@@ -61,7 +61,10 @@ ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
     m_writeTimer.setSingleShot(true);
     connect(&m_writeTimer, &QTimer::timeout, this, &ChatTranscript::write);
     const QScrollBar* const bar = verticalScrollBar();
-    connect(bar, &QScrollBar::valueChanged, this, [this, bar] { m_followsNewest = isAtEnd(*bar); });
+    // Only what the person does with it tells whether they read further up: the layout moves it
+    // too.
+    connect(bar, &QScrollBar::actionTriggered, this,
+            [this, bar] { m_followsNewest = isAtEnd(*bar); });
     connect(bar, &QScrollBar::rangeChanged, this, [this] {
         if (m_followsNewest) {
             showNewest();
