@@ -1,14 +1,11 @@
-# vantory_test_properties(NAME SECONDS): the time limit, and what the sanitizers are to overlook.
+# vantory_test_properties(NAME SECONDS): the time limit, and what the thread sanitizer is to overlook.
 function(vantory_test_properties name timeout)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${timeout})
     if(VANTORY_SANITIZERS MATCHES "thread")
         # The toolkit is not built for the thread sanitizer: only our own code's accesses count.
         # Threads that run when the process ends are meant.
         set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
-            "TSAN_OPTIONS=ignore_noninstrumented_modules=1 die_after_fork=0 report_thread_leaks=0 suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
-    elseif(VANTORY_SANITIZERS MATCHES "address")
-        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
-            "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp")
+            "TSAN_OPTIONS=ignore_noninstrumented_modules=1 die_after_fork=0 report_thread_leaks=0")
     endif()
 endfunction()
 

@@ -34,11 +34,6 @@ void SerialQueue::post(std::function<void()> work)
     m_changed.notify_all();
 }
 
-bool SerialQueue::isCurrent() const
-{
-    return m_thread.get_id() == std::this_thread::get_id();
-}
-
 void SerialQueue::run()
 {
     std::unique_lock lock(m_mutex);

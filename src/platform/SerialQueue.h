@@ -24,11 +24,6 @@ public:
     // from the queue itself.
     void stop();
 
-    // Whether the caller is a piece of this queue's work.
-    [[nodiscard]] bool isCurrent() const;
-
-    [[nodiscard]] const std::string& label() const { return m_label; }
-
 private:
     void run();
 
