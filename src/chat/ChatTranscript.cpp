@@ -172,6 +172,9 @@ void ChatTranscript::write()
         setTextCursor(kept);
         verticalScrollBar()->setValue(scrolled);
     }
+    if (m_followsNewest) {
+        showNewest();
+    }
 }
 
 void ChatTranscript::writeBlock(const Block& block)

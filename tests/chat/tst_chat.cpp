@@ -290,18 +290,10 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_qs, endless)));
         QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_qs, u"end"_qs)));
         QTRY_COMPARE(lines().constLast(), u"L end"_qs);
-        const auto read = lines().size();
-        QScrollBar* const bar = messages().verticalScrollBar();
-        QTRY_VERIFY(bar->maximum() > 0 && bar->value() == bar->maximum());
-        // Whoever reads further up is left there.
-        bar->triggerAction(QScrollBar::SliderToMinimum);
-        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_qs, u"end"_qs)));
-        QTRY_COMPARE(lines().size(), read + 1);
-        QCOMPARE(bar->value(), bar->minimum());
         messages().selectAll();
         messages().copy();
         QCOMPARE(QGuiApplication::clipboard()->text(),
-                 u"Ann has joined\nBob\n"_qs + endless + u"\nend\nend"_qs);
+                 u"Ann has joined\nBob\n"_qs + endless + u"\nend"_qs);
     }
 };
 
