@@ -8,9 +8,9 @@
 
 #include "agent_core/AppDelegate.h"
 #include "logging/Logs.h"
-#include "platform/MainQueue.h"
-#include "platform/TerminationSignals.h"
-#include "platform/WindowActivation.h"
+#include "platform/desktop/WindowActivation.h"
+#include "platform/processes/TerminationSignals.h"
+#include "platform/threads/MainQueue.h"
 #include "service_link/MessageDispatch.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <QFileInfo>
 
 #include "logging/Logs.h"
-#include "platform/FilePaths.h"
-#include "platform/PropertyList.h"
+#include "platform/files/FilePaths.h"
+#include "platform/files/PropertyList.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <limits>
 
-#include "platform/MainBundle.h"
-#include "platform/PropertyList.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/PropertyList.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "agent_core/AppDelegate.h"
 
 #include "chat/ChatController.h"
-#include "platform/MainQueue.h"
+#include "platform/threads/MainQueue.h"
 #include "windows/ConnectionStatus.h"
 
 void AppDelegate::requestChat(qint32 token, qint32 session)

@@ -1,7 +1,7 @@
 #include "agent_core/AppDelegate.h"
 
 #include "logging/Logs.h"
-#include "platform/MainQueue.h"
+#include "platform/threads/MainQueue.h"
 #include "windows/AboutController.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/MessageInbox.h"

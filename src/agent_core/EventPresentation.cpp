@@ -5,8 +5,8 @@
 #include <QTimer>
 
 #include "agent_core/Intervals.h"
-#include "platform/ConsoleSession.h"
-#include "platform/MainQueue.h"
+#include "platform/accounts/ConsoleSession.h"
+#include "platform/threads/MainQueue.h"
 #include "service_link/AllowedSettings.h"
 #include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"

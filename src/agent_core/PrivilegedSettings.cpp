@@ -10,9 +10,9 @@
 #include <QFileInfo>
 
 #include "logging/Logs.h"
-#include "platform/BoundedProcess.h"
-#include "platform/FilePaths.h"
-#include "platform/SecretText.h"
+#include "platform/files/FilePaths.h"
+#include "platform/processes/BoundedProcess.h"
+#include "platform/processes/SecretText.h"
 
 namespace {
 

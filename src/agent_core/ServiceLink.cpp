@@ -1,6 +1,6 @@
 #include "agent_core/AppDelegate.h"
 
-#include "platform/MainQueue.h"
+#include "platform/threads/MainQueue.h"
 
 void AppDelegate::send(const QString& command)
 {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/MainQueue.h"
+#include "platform/threads/MainQueue.h"
 
 void AppDelegate::removeConnectionSession(qint64 session)
 {

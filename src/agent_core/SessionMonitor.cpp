@@ -2,7 +2,7 @@
 
 #include "agent_core/AppDelegate.h"
 #include "logging/Logs.h"
-#include "platform/Account.h"
+#include "platform/accounts/Account.h"
 #include "service_link/Protocol.h"
 
 void ActiveSessionMonitor::isInActiveSession() const

@@ -8,10 +8,10 @@
 
 #include "agent_core/StatusBarRules.h"
 #include "logging/Logs.h"
-#include "platform/BundleImages.h"
-#include "platform/ChildProcess.h"
-#include "platform/MainBundle.h"
-#include "platform/StatusItem.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/desktop/StatusItem.h"
+#include "platform/files/MainBundle.h"
+#include "platform/processes/ChildProcess.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/PlainText.h"
 

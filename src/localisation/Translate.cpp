@@ -6,7 +6,7 @@
 #include <QStringDecoder>
 
 #include "logging/Logs.h"
-#include "platform/MainBundle.h"
+#include "platform/files/MainBundle.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/FilePaths.h"
+#include "platform/files/FilePaths.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <QJsonObject>
 
 #include "logging/Logs.h"
-#include "platform/FilePaths.h"
+#include "platform/files/FilePaths.h"
 
 namespace {
 

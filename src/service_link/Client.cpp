@@ -1,7 +1,7 @@
 #include "service_link/Client.h"
 
 #include "logging/Logs.h"
-#include "platform/ProgramEnd.h"
+#include "platform/processes/ProgramEnd.h"
 
 Client::Client(const QString& hostName, quint16 portNumber,
                ClientConnection::CheckMessage checkMessage)

@@ -7,8 +7,8 @@
 #include <QByteArray>
 #include <QString>
 
-#include "platform/SerialQueue.h"
-#include "platform/TcpConnection.h"
+#include "platform/network/TcpConnection.h"
+#include "platform/threads/SerialQueue.h"
 
 // The link to the service: the receive loop, and what is sent.
 //

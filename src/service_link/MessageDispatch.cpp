@@ -4,7 +4,7 @@
 
 #include "agent_core/AppDelegate.h"
 #include "logging/Logs.h"
-#include "platform/MainQueue.h"
+#include "platform/threads/MainQueue.h"
 #include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"

@@ -3,7 +3,7 @@
 #include <QFileInfo>
 
 #include "logging/Logs.h"
-#include "platform/ChildProcess.h"
+#include "platform/processes/ChildProcess.h"
 
 namespace {
 

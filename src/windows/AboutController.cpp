@@ -5,7 +5,7 @@
 
 #include "agent_core/AppDelegate.h"
 #include "logging/Logs.h"
-#include "platform/WindowActivation.h"
+#include "platform/desktop/WindowActivation.h"
 #include "ui_AboutController.h"
 #include "windows/Bundle+extensions.h"
 #include "windows/Logo.h"

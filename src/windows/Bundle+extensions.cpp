@@ -1,6 +1,6 @@
 #include "windows/Bundle+extensions.h"
 
-#include "platform/MainBundle.h"
+#include "platform/files/MainBundle.h"
 
 namespace {
 

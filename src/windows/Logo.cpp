@@ -5,8 +5,8 @@
 #include <QLabel>
 #include <QPixmap>
 
-#include "platform/BundleImages.h"
-#include "platform/FilePaths.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/files/FilePaths.h"
 
 namespace {
 

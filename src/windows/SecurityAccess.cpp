@@ -9,12 +9,12 @@
 #include <QWindow>
 
 #include "agent_core/AppDelegate.h"
-#include "platform/BundleImages.h"
-#include "platform/LocalAccounts.h"
-#include "platform/MainQueue.h"
-#include "platform/SecretText.h"
-#include "platform/WindowActivation.h"
-#include "platform/Worker.h"
+#include "platform/accounts/LocalAccounts.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/desktop/WindowActivation.h"
+#include "platform/processes/SecretText.h"
+#include "platform/threads/MainQueue.h"
+#include "platform/threads/Worker.h"
 #include "ui_SecurityAccess.h"
 #include "windows/Logo.h"
 

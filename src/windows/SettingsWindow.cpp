@@ -8,8 +8,8 @@
 #include <QMessageBox>
 
 #include "agent_core/SettingsRules.h"
-#include "platform/BundleImages.h"
-#include "platform/WindowActivation.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/desktop/WindowActivation.h"
 #include "ui_SettingsWindow.h"
 #include "windows/InertPeriod.h"
 #include "windows/Logo.h"

@@ -8,8 +8,8 @@
 #include <QMouseEvent>
 
 #include "agent_core/AppDelegate.h"
-#include "platform/BundleImages.h"
-#include "platform/WindowActivation.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/desktop/WindowActivation.h"
 #include "service_link/Protocol.h"
 #include "ui_UserAcknowlegement.h"
 #include "windows/InertPeriod.h"

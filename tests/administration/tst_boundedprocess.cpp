@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/BoundedProcess.h"
+#include "platform/processes/BoundedProcess.h"
 
 using std::chrono::milliseconds;
 

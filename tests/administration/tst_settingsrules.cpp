@@ -4,7 +4,7 @@
 #include <QTest>
 
 #include "agent_core/SettingsRules.h"
-#include "platform/SecretText.h"
+#include "platform/processes/SecretText.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "AgentFixture.h"
 #include "agent_core/Intervals.h"
 #include "agent_core/StatusBarRules.h"
-#include "platform/Account.h"
+#include "platform/accounts/Account.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "AgentFixture.h"
 #include "agent_core/Intervals.h"
 #include "chat/ChatController.h"
-#include "platform/Account.h"
+#include "platform/accounts/Account.h"
 
 namespace {
 

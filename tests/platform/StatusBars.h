@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/DBusMenu.h"
-#include "platform/DBusStruct.h"
+#include "platform/desktop/DBusMenu.h"
+#include "platform/desktop/DBusStruct.h"
 
 #include <limits>
 #include <utility>

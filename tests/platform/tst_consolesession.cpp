@@ -1,5 +1,5 @@
-#include "platform/ConsoleSession.h"
-#include "platform/DBusStruct.h"
+#include "platform/accounts/ConsoleSession.h"
+#include "platform/desktop/DBusStruct.h"
 
 #include <csignal>
 #include <memory>

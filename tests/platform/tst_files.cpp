@@ -1,7 +1,7 @@
-#include "platform/Account.h"
-#include "platform/MainBundle.h"
-#include "platform/PreferredLanguages.h"
-#include "platform/PropertyList.h"
+#include "platform/accounts/Account.h"
+#include "platform/accounts/PreferredLanguages.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/PropertyList.h"
 
 #include <optional>
 

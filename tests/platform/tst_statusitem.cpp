@@ -1,8 +1,8 @@
 #include "StatusBars.h"
 
-#include "platform/MainQueue.h"
-#include "platform/StatusItem.h"
-#include "platform/StatusNotifierItem.h"
+#include "platform/desktop/StatusItem.h"
+#include "platform/desktop/StatusNotifierItem.h"
+#include "platform/threads/MainQueue.h"
 
 #include <functional>
 #include <map>

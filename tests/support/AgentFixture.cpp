@@ -10,8 +10,8 @@
 #include <cstdlib>
 
 #include "agent_core/Intervals.h"
-#include "platform/MainQueue.h"
-#include "platform/ProgramEnd.h"
+#include "platform/processes/ProgramEnd.h"
+#include "platform/threads/MainQueue.h"
 #include "service_link/MessageDispatch.h"
 
 // In place of the program's own: a test that loses its process must not pass.

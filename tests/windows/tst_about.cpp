@@ -4,7 +4,7 @@
 #include <QTest>
 
 #include "AgentFixture.h"
-#include "platform/MainBundle.h"
+#include "platform/files/MainBundle.h"
 #include "windows/Bundle+extensions.h"
 
 class TestAbout : public QObject {

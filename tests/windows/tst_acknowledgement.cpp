@@ -5,8 +5,8 @@
 
 #include "AgentFixture.h"
 #include "agent_core/Intervals.h"
-#include "platform/MainQueue.h"
-#include "platform/WindowActivation.h"
+#include "platform/desktop/WindowActivation.h"
+#include "platform/threads/MainQueue.h"
 #include "windows/AcknowledgementText.h"
 #include "windows/UserAcknowlegement.h"
 

@@ -11,7 +11,7 @@
 
 #include "AgentFixture.h"
 #include "agent_core/Intervals.h"
-#include "platform/WindowActivation.h"
+#include "platform/desktop/WindowActivation.h"
 #include "windows/Contrast.h"
 #include "windows/MessageInbox.h"
 #include "windows/MessageKind.h"

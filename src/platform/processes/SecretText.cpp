@@ -1,4 +1,4 @@
-#include "platform/SecretText.h"
+#include "platform/processes/SecretText.h"
 
 #include <cstring>
 

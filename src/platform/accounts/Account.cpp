@@ -1,4 +1,4 @@
-#include "platform/Account.h"
+#include "platform/accounts/Account.h"
 
 #include <cerrno>
 #include <vector>

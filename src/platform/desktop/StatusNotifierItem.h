@@ -12,7 +12,7 @@
 #include <QPointer>
 #include <QString>
 
-#include "platform/DBusMenu.h"
+#include "platform/desktop/DBusMenu.h"
 
 class QMenu;
 

@@ -6,7 +6,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "platform/ChildProcess.h"
+#include "platform/processes/ChildProcess.h"
 
 // Starting a program that is given something to read, or a password in its arguments, and that must
 // come to an end.

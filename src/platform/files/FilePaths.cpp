@@ -1,4 +1,4 @@
-#include "platform/FilePaths.h"
+#include "platform/files/FilePaths.h"
 
 #include <QDir>
 #include <QFileInfo>

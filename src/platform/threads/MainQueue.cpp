@@ -1,4 +1,4 @@
-#include "platform/MainQueue.h"
+#include "platform/threads/MainQueue.h"
 
 #include <condition_variable>
 #include <deque>

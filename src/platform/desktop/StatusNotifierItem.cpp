@@ -1,4 +1,4 @@
-#include "platform/StatusNotifierItem.h"
+#include "platform/desktop/StatusNotifierItem.h"
 
 #include <algorithm>
 
@@ -15,7 +15,7 @@
 #include <QSize>
 #include <QtEndian>
 
-#include "platform/DBusStruct.h"
+#include "platform/desktop/DBusStruct.h"
 
 namespace {
 

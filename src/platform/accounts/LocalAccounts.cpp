@@ -1,4 +1,4 @@
-#include "platform/LocalAccounts.h"
+#include "platform/accounts/LocalAccounts.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,9 +16,9 @@
 #include <security/pam_appl.h>
 #include <unistd.h>
 
-#include "platform/Account.h"
-#include "platform/BoundedProcess.h"
-#include "platform/SecretText.h"
+#include "platform/accounts/Account.h"
+#include "platform/processes/BoundedProcess.h"
+#include "platform/processes/SecretText.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/Worker.h"
+#include "platform/threads/Worker.h"
 
 #include <system_error>
 #include <thread>

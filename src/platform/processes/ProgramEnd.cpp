@@ -1,4 +1,4 @@
-#include "platform/ProgramEnd.h"
+#include "platform/processes/ProgramEnd.h"
 
 #include <unistd.h>
 

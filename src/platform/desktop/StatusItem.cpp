@@ -1,4 +1,4 @@
-#include "platform/StatusItem.h"
+#include "platform/desktop/StatusItem.h"
 
 #include <algorithm>
 #include <limits>
@@ -19,8 +19,8 @@
 #include <QTextDocument>
 #include <QThread>
 
-#include "platform/MainQueue.h"
-#include "platform/StatusNotifierItem.h"
+#include "platform/desktop/StatusNotifierItem.h"
+#include "platform/threads/MainQueue.h"
 
 namespace {
 

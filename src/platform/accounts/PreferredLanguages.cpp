@@ -1,4 +1,4 @@
-#include "platform/PreferredLanguages.h"
+#include "platform/accounts/PreferredLanguages.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "platform/TcpConnection.h"
+#include "platform/network/TcpConnection.h"
 
 #include <QList>
 
@@ -23,7 +23,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "platform/SerialQueue.h"
+#include "platform/threads/SerialQueue.h"
 
 namespace {
 

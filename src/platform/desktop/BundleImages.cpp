@@ -1,8 +1,8 @@
-#include "platform/BundleImages.h"
+#include "platform/desktop/BundleImages.h"
 
 #include <QPixmap>
 
-#include "platform/MainBundle.h"
+#include "platform/files/MainBundle.h"
 
 std::optional<QIcon> BundleImages::icon(const QString& name)
 {

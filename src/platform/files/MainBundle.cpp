@@ -1,6 +1,6 @@
-#include "platform/MainBundle.h"
+#include "platform/files/MainBundle.h"
 
-#include "platform/PropertyList.h"
+#include "platform/files/PropertyList.h"
 
 #include <QByteArray>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "platform/ChildProcess.h"
+#include "platform/processes/ChildProcess.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "platform/BoundedProcess.h"
+#include "platform/processes/BoundedProcess.h"
 
 #include <algorithm>
 #include <array>
@@ -18,7 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/SecretText.h"
+#include "platform/processes/SecretText.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/ConsoleSession.h"
+#include "platform/accounts/ConsoleSession.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "platform/DBusMenu.h"
+#include "platform/desktop/DBusMenu.h"
 
 #include <algorithm>
 
@@ -12,8 +12,8 @@
 #include <QMenu>
 #include <QPixmap>
 
-#include "platform/DBusStruct.h"
-#include "platform/WindowActivation.h"
+#include "platform/desktop/DBusStruct.h"
+#include "platform/desktop/WindowActivation.h"
 
 namespace {
 
