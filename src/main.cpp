@@ -7,11 +7,11 @@
 #include <unistd.h>
 
 #include "agent_core/AppDelegate.h"
+#include "dispatch/MessageDispatch.h"
 #include "logging/Logs.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/TerminationSignals.h"
 #include "platform/threads/MainQueue.h"
-#include "service_link/MessageDispatch.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <QPointer>
 #include <QString>
 
-#include "agent_core/SettingsTexts.h"
 #include "localisation/Translate.h"
+#include "records/SettingsTexts.h"
 #include "service_link/Client.h"
 #include "service_link/PayloadRecords.h"
 

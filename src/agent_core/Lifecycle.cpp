@@ -5,7 +5,6 @@
 #include <QMenu>
 #include <QTimer>
 
-#include "agent_core/Intervals.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/ConsoleSession.h"
@@ -14,6 +13,7 @@
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "windows/AboutController.h"
 #include "windows/ConnectionStatus.h"

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include "agent_core/SettingsFile.h"
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
 #include "platform/processes/BoundedProcess.h"

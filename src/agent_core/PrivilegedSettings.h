@@ -2,8 +2,8 @@
 
 #include <QString>
 
-#include "agent_core/BackendSettings.h"
 #include "agent_core/SettingsRules.h"
+#include "records/BackendSettings.h"
 
 // Replacing the stored settings, which belong to root: the one place where the agent changes the
 // machine. It takes seconds, a minute a step at the most, so it runs away from the main thread.

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "agent_core/BackendSettings.h"
+#include "records/BackendSettings.h"
 
 // An account's name and password, as an administrator has typed them and as they were checked.
 struct Credentials {

@@ -1,4 +1,4 @@
-#include "agent_core/SettingsTexts.h"
+#include "records/SettingsTexts.h"
 
 namespace {
 

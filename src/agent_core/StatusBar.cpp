@@ -12,8 +12,8 @@
 #include "platform/desktop/StatusItem.h"
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ChildProcess.h"
+#include "window_kit/PlainText.h"
 #include "windows/ConnectionStatus.h"
-#include "windows/PlainText.h"
 
 namespace {
 

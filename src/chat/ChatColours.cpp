@@ -1,6 +1,6 @@
 #include "chat/ChatColours.h"
 
-#include "windows/Contrast.h"
+#include "window_kit/Contrast.h"
 
 namespace {
 

@@ -14,20 +14,20 @@
 #include <QWindow>
 
 #include "agent_core/AppDelegate.h"
-#include "agent_core/Intervals.h"
 #include "chat/ChatPlacement.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "ui_ChatController.h"
+#include "window_kit/InertPeriod.h"
+#include "window_kit/Logo.h"
+#include "window_kit/Placement.h"
+#include "window_kit/PlainText.h"
+#include "window_kit/ShownText.h"
 #include "windows/ConnectionStatus.h"
-#include "windows/InertPeriod.h"
-#include "windows/Logo.h"
-#include "windows/Placement.h"
-#include "windows/PlainText.h"
-#include "windows/ShownText.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <QTextDocument>
 #include <QTextLayout>
 
-#include "windows/ShownText.h"
+#include "window_kit/ShownText.h"
 
 namespace {
 

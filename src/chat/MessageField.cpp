@@ -5,7 +5,7 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 
-#include "windows/ShownText.h"
+#include "window_kit/ShownText.h"
 
 MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
 {

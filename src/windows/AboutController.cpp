@@ -7,9 +7,9 @@
 #include "logging/Logs.h"
 #include "platform/desktop/WindowActivation.h"
 #include "ui_AboutController.h"
+#include "window_kit/Logo.h"
+#include "window_kit/Placement.h"
 #include "windows/Bundle+extensions.h"
-#include "windows/Logo.h"
-#include "windows/Placement.h"
 
 namespace {
 

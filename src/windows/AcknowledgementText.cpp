@@ -7,8 +7,8 @@
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
-#include "windows/PlainText.h"
-#include "windows/ShownText.h"
+#include "window_kit/PlainText.h"
+#include "window_kit/ShownText.h"
 
 namespace {
 

@@ -10,17 +10,17 @@
 #include <QWindow>
 
 #include "agent_core/AppDelegate.h"
-#include "agent_core/Intervals.h"
 #include "chat/ChatController.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "ui_ConnectionStatus.h"
-#include "windows/ElidedLabel.h"
-#include "windows/InertPeriod.h"
-#include "windows/Logo.h"
-#include "windows/PlainText.h"
+#include "window_kit/ElidedLabel.h"
+#include "window_kit/InertPeriod.h"
+#include "window_kit/Logo.h"
+#include "window_kit/PlainText.h"
 #include "windows/SessionClock.h"
 
 namespace {

@@ -9,18 +9,18 @@
 #include <QtMath>
 
 #include "agent_core/AppDelegate.h"
-#include "agent_core/Intervals.h"
 #include "logging/Logs.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/WindowActivation.h"
+#include "records/Intervals.h"
 #include "ui_MessageInbox.h"
+#include "window_kit/InertPeriod.h"
+#include "window_kit/Logo.h"
+#include "window_kit/Placement.h"
+#include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
-#include "windows/InertPeriod.h"
-#include "windows/Logo.h"
 #include "windows/MessageKind.h"
-#include "windows/Placement.h"
-#include "windows/ShownText.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "windows/Contrast.h"
+#include "window_kit/Contrast.h"
 
 namespace {
 

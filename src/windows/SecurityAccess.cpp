@@ -16,7 +16,7 @@
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 #include "ui_SecurityAccess.h"
-#include "windows/Logo.h"
+#include "window_kit/Logo.h"
 
 struct SecurityAccess::Check {
     QString username;

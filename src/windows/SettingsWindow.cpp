@@ -11,8 +11,8 @@
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/WindowActivation.h"
 #include "ui_SettingsWindow.h"
-#include "windows/InertPeriod.h"
-#include "windows/Logo.h"
+#include "window_kit/InertPeriod.h"
+#include "window_kit/Logo.h"
 
 SettingsWindow::SettingsWindow(SettingsTexts texts)
     : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |

@@ -5,8 +5,8 @@
 #include <QDialog>
 #include <QString>
 
-#include "agent_core/BackendSettings.h"
-#include "agent_core/SettingsTexts.h"
+#include "records/BackendSettings.h"
+#include "records/SettingsTexts.h"
 
 class InertPeriod;
 

@@ -12,9 +12,9 @@
 #include "platform/desktop/WindowActivation.h"
 #include "service_link/Protocol.h"
 #include "ui_UserAcknowlegement.h"
-#include "windows/InertPeriod.h"
-#include "windows/Logo.h"
-#include "windows/Placement.h"
+#include "window_kit/InertPeriod.h"
+#include "window_kit/Logo.h"
+#include "window_kit/Placement.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <sys/stat.h>
 
 #include "SettingsDriver.h"
-#include "agent_core/BackendSettings.h"
-#include "agent_core/Intervals.h"
+#include "agent_core/SettingsFile.h"
 #include "agent_core/SettingsRules.h"
+#include "records/Intervals.h"
 #include "windows/SecurityAccess.h"
 
 using namespace SettingsDriver;

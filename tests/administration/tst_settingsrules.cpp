@@ -3,6 +3,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "agent_core/SettingsFile.h"
 #include "agent_core/SettingsRules.h"
 #include "platform/processes/SecretText.h"
 

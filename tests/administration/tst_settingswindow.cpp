@@ -6,7 +6,7 @@
 #include <QMessageBox>
 
 #include "SettingsDriver.h"
-#include "agent_core/BackendSettings.h"
+#include "agent_core/SettingsFile.h"
 #include "windows/SecurityAccess.h"
 
 using namespace SettingsDriver;

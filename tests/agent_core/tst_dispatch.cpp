@@ -2,9 +2,9 @@
 #include <QTest>
 
 #include "AgentFixture.h"
-#include "agent_core/Intervals.h"
 #include "agent_core/StatusBarRules.h"
 #include "platform/accounts/Account.h"
+#include "records/Intervals.h"
 
 namespace {
 

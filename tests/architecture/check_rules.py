@@ -6,19 +6,20 @@ import sys
 
 # Each place may include what it names, and itself; the first pattern that fits a file is its place.
 PLACES = [
-    ("main", r"src/main\.cpp", "platform logging dispatch state"),
-    ("dispatch", r"src/service_link/MessageDispatch\.", "platform logging link state"),
+    ("main", r"src/main\.cpp", "platform logging dispatch state core"),
+    ("dispatch", r"src/dispatch/", "platform logging records link state"),
     ("platform", r"src/platform/", ""),
     ("logging", r"src/logging/", "platform"),
     ("localisation", r"src/localisation/", "platform logging"),
-    ("link", r"src/service_link/", "platform logging"),
-    ("kit", r"src/windows/(Contrast|ElidedLabel|InertPeriod|Logo|Placement|PlainText|ShownText)\.", "platform"),
-    ("state", r"src/agent_core/(AppDelegate\.h|BackendSettings|BundleOptions|Intervals|ServiceLink"
-              r"|SessionList|SessionMonitor|Settings(Rules|Texts)|StatusBarRules)",
-     "platform logging localisation link"),
-    ("core", r"src/agent_core/", "platform logging localisation link kit state windows chat"),
-    ("windows", r"src/windows/", "platform logging localisation link kit state chat"),
-    ("chat", r"src/chat/", "platform logging localisation link kit state"),
+    ("records", r"src/records/", "localisation"),
+    ("link", r"src/service_link/", "platform logging records"),
+    ("kit", r"src/window_kit/", "platform"),
+    ("state", r"src/agent_core/(AppDelegate\.h|BundleOptions|ServiceLink"
+              r"|SessionList|SessionMonitor|Settings(File|Rules|Texts)|StatusBarRules)",
+     "platform logging localisation records link"),
+    ("core", r"src/agent_core/", "platform logging localisation records link kit state windows chat"),
+    ("windows", r"src/windows/", "platform logging localisation records link kit state chat"),
+    ("chat", r"src/chat/", "platform logging localisation records link kit state"),
     ("simulator", r"simulator/", ""),
 ]
 # Includes that no header may have: generated ones and the system's.
@@ -33,7 +34,7 @@ NOWHERE = [
     (re.compile(r"\bon_\w+_clicked\b"), r"\.(cpp|h|ui)$", "a connection by name"),
     (re.compile(r"^(<<<<<<<|=======|>>>>>>>)"), r".", "a merge's remains"),
 ]
-ALLOWED = {("src/platform/StatusItem.cpp", "an old Qt habit")}  # the bus's signals have no other way
+ALLOWED = {("src/platform/desktop/StatusItem.cpp", "an old Qt habit")}  # the bus's signals have no other way
 
 
 def place(path):

@@ -12,9 +12,9 @@
 #include <QTimer>
 
 #include "AgentFixture.h"
-#include "agent_core/Intervals.h"
 #include "chat/ChatController.h"
 #include "platform/accounts/Account.h"
+#include "records/Intervals.h"
 
 namespace {
 

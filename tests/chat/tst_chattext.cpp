@@ -2,7 +2,7 @@
 #include <QTextBoundaryFinder>
 
 #include "chat/ChatPlacement.h"
-#include "windows/ShownText.h"
+#include "window_kit/ShownText.h"
 
 namespace {
 

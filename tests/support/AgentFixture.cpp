@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "agent_core/Intervals.h"
+#include "dispatch/MessageDispatch.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
-#include "service_link/MessageDispatch.h"
+#include "records/Intervals.h"
 
 // In place of the program's own: a test that loses its process must not pass.
 void endProgram(int status)

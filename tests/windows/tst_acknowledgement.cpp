@@ -4,9 +4,9 @@
 #include <QTest>
 
 #include "AgentFixture.h"
-#include "agent_core/Intervals.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
 #include "windows/AcknowledgementText.h"
 #include "windows/UserAcknowlegement.h"
 

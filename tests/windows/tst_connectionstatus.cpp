@@ -5,7 +5,7 @@
 #include <QTimer>
 
 #include "AgentFixture.h"
-#include "agent_core/Intervals.h"
+#include "records/Intervals.h"
 #include "windows/SessionClock.h"
 
 // The connection status window on a real screen, with a real window manager.

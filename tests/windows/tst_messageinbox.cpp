@@ -10,9 +10,9 @@
 #include <QTimer>
 
 #include "AgentFixture.h"
-#include "agent_core/Intervals.h"
 #include "platform/desktop/WindowActivation.h"
-#include "windows/Contrast.h"
+#include "records/Intervals.h"
+#include "window_kit/Contrast.h"
 #include "windows/MessageInbox.h"
 #include "windows/MessageKind.h"
 

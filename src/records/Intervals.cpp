@@ -1,4 +1,4 @@
-#include "agent_core/Intervals.h"
+#include "records/Intervals.h"
 
 Intervals& Intervals::current()
 {

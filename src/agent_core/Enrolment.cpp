@@ -5,14 +5,14 @@
 #include <QFileInfo>
 #include <QTimer>
 
-#include "agent_core/BackendSettings.h"
-#include "agent_core/Intervals.h"
 #include "agent_core/PrivilegedSettings.h"
+#include "agent_core/SettingsFile.h"
 #include "agent_core/SettingsRules.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/SecretText.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
+#include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"

@@ -1,4 +1,4 @@
-#include "windows/Contrast.h"
+#include "window_kit/Contrast.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "windows/Placement.h"
+#include "window_kit/Placement.h"
 
 #include <algorithm>
 

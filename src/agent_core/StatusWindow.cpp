@@ -4,9 +4,9 @@
 
 #include <QTimer>
 
-#include "agent_core/Intervals.h"
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
 #include "service_link/AllowedSettings.h"
 #include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"

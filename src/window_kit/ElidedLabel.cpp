@@ -1,10 +1,10 @@
-#include "windows/ElidedLabel.h"
+#include "window_kit/ElidedLabel.h"
 
 #include <QEvent>
 #include <QFontMetrics>
 
-#include "windows/PlainText.h"
-#include "windows/ShownText.h"
+#include "window_kit/PlainText.h"
+#include "window_kit/ShownText.h"
 
 namespace {
 

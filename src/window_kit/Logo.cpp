@@ -1,4 +1,4 @@
-#include "windows/Logo.h"
+#include "window_kit/Logo.h"
 
 #include <QFileInfo>
 #include <QImageReader>

@@ -1,4 +1,4 @@
-#include "windows/ShownText.h"
+#include "window_kit/ShownText.h"
 
 #include <optional>
 

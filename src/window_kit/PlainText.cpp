@@ -1,4 +1,4 @@
-#include "windows/PlainText.h"
+#include "window_kit/PlainText.h"
 
 #include <algorithm>
 

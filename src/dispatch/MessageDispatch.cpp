@@ -1,4 +1,4 @@
-#include "service_link/MessageDispatch.h"
+#include "dispatch/MessageDispatch.h"
 
 #include <QStringList>
 

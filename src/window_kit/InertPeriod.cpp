@@ -1,4 +1,4 @@
-#include "windows/InertPeriod.h"
+#include "window_kit/InertPeriod.h"
 
 #include <chrono>
 

@@ -1,4 +1,4 @@
-#include "agent_core/BackendSettings.h"
+#include "agent_core/SettingsFile.h"
 
 #include <QFileInfo>
 
