@@ -12,6 +12,8 @@
 
 #include "chat/ChatTranscript.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // In a window of the size that it comes up in.
@@ -22,11 +24,11 @@ std::unique_ptr<ChatTranscript> transcriptOf(qint64 lines)
     transcript->show();
     for (qint64 i = 0; i < lines; ++i) {
         if (i % 5 == 0) {
-            transcript->appendHeader(QStringLiteral("Ann Carter"), i % 2 == 0, ChatColour::Text);
+            transcript->appendHeader(u"Ann Carter"_s, i % 2 == 0, ChatColour::Text);
         }
         transcript->appendBody(
-            QStringLiteral("Line %1, which is long enough to be broken once in the window.").arg(i),
-            i % 2 == 0, i % 20 == 0 ? ChatColour::Green : ChatColour::Text);
+            u"Line %1, which is long enough to be broken once in the window."_s.arg(i), i % 2 == 0,
+            i % 20 == 0 ? ChatColour::Green : ChatColour::Text);
     }
     QApplication::processEvents();
     transcript->viewport()->repaint();
@@ -59,7 +61,7 @@ void oneMoreLine(benchmark::State& state)
 {
     const qint64 lines = state.range(0);
     auto transcript = transcriptOf(lines);
-    const QString text = QStringLiteral("One more line, which is long enough to be broken once.");
+    const QString text = u"One more line, which is long enough to be broken once."_s;
     qint64 more = 0;
     for (auto _ : state) {
         if (++more > lines / 2 + 50) { // else it would be measured among many more than it says
@@ -92,18 +94,18 @@ QList<Harm> harms()
         return unit.repeated(65'000 / unit.toUtf8().size());
     };
     return {
-        {"words", filled(QStringLiteral("lorem ipsum "))},
-        {"no place to break", filled(QStringLiteral("a"))},
-        {"line breaks", filled(QStringLiteral("\n"))},
+        {"words", filled(u"lorem ipsum "_s)},
+        {"no place to break", filled(u"a"_s)},
+        {"line breaks", filled(u"\n"_s)},
         {"a thousand combining marks", u'a' + QString(1'000, QChar(0x301))},
         {"combining marks only", filled(QString(QChar(0x301)))},
         {"overrides", filled(QString(QChar(0x202E)))},
         {"control characters", filled(QString(QChar(0x01)))},
         {"NUL", filled(QString(QChar(QChar::Null)))},
         {"joiners", filled(QString(QChar(0x200D)))},
-        {"emoji families", filled(QStringLiteral("👨‍👩‍👧‍👦"))},
-        {"Hangul", filled(QStringLiteral("한"))},
-        {"directions mixed", filled(QStringLiteral("abc مرحبا 123 "))},
+        {"emoji families", filled(u"👨‍👩‍👧‍👦"_s)},
+        {"Hangul", filled(u"한"_s)},
+        {"directions mixed", filled(u"abc مرحبا 123 "_s)},
     };
 }
 
@@ -128,7 +130,7 @@ void lineAfter(benchmark::State& state, const QString& text)
     appendAndPaint(*transcript, text, true);
     longestTurn(*transcript);
     for (auto _ : state) {
-        appendAndPaint(*transcript, QStringLiteral("And then?"), true);
+        appendAndPaint(*transcript, u"And then?"_s, true);
     }
 }
 

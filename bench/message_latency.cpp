@@ -11,14 +11,16 @@
 
 #include "AgentFixture.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QWidget* exposedMessage()
 {
     const QWidgetList widgets = QApplication::topLevelWidgets();
     const auto found = std::find_if(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
-        return widget->objectName() == QLatin1String("MessageInbox") &&
-               widget->windowHandle() != nullptr && widget->windowHandle()->isExposed();
+        return widget->objectName() == "MessageInbox"_L1 && widget->windowHandle() != nullptr &&
+               widget->windowHandle()->isExposed();
     });
     return found != widgets.cend() ? *found : nullptr;
 }

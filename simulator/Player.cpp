@@ -6,6 +6,8 @@
 
 #include "simulator/AgentLink.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using enum Step::Kind;
@@ -24,7 +26,7 @@ QString shown(const QByteArray& message)
     const QString text = scriptText(message);
     if (text.size() <= kShownCharacters)
         return text;
-    return u"%1... (%2 bytes)"_qs.arg(text.first(kShownCharacters)).arg(message.size());
+    return u"%1... (%2 bytes)"_s.arg(text.first(kShownCharacters)).arg(message.size());
 }
 
 } // namespace
@@ -39,7 +41,7 @@ Player::Player(AgentLink& link, OnFailure onFailure, const QDir& screenshots)
     connect(&link, &AgentLink::received, this, &Player::onReceived);
     connect(&link, &AgentLink::ended, this, &Player::onEnded);
     connect(&link, &AgentLink::turnedAway, this,
-            [this] { say(u"another agent came and was closed: one at a time"_qs); });
+            [this] { say(u"another agent came and was closed: one at a time"_s); });
     connect(&link, &AgentLink::sent, this, [this](const QByteArray& message) {
         Q_EMIT said(Voice::Service, shown(message));
         if (m_current && m_current->kind == Send) // else its time is over already
@@ -61,7 +63,7 @@ void Player::finish()
 
 void Player::onLinked()
 {
-    say(u"the agent is linked"_qs);
+    say(u"the agent is linked"_s);
     m_inbox.clear(); // what the link before has left
     check();
 }
@@ -70,7 +72,7 @@ void Player::onReceived(const QByteArray& message)
 {
     const bool isIgnored = std::ranges::any_of(
         m_ignored, [&](const Pattern& pattern) { return pattern.matches(message); });
-    Q_EMIT said(Voice::Agent, shown(message) + (isIgnored ? u"  (ignored)"_qs : QString()));
+    Q_EMIT said(Voice::Agent, shown(message) + (isIgnored ? u"  (ignored)"_s : QString()));
     if (isIgnored)
         return;
     m_inbox += message;
@@ -79,7 +81,7 @@ void Player::onReceived(const QByteArray& message)
 
 void Player::onEnded(bool byAgent)
 {
-    say(byAgent ? u"the agent has closed the link"_qs : u"the link is closed"_qs);
+    say(byAgent ? u"the agent has closed the link"_s : u"the link is closed"_s);
     m_endedByAgent = byAgent;
     m_leftUnexpected = byAgent && !m_wrappingUp && !(m_current && m_current->kind == Close);
     if (m_wrappingUp)
@@ -104,7 +106,7 @@ void Player::startNext()
         return;
     }
     if (!m_hasAccepted && needsLink(m_steps.front().kind)) {
-        Step accept = *parseScriptLine(u"accept"_qs).step;
+        Step accept = *parseScriptLine(u"accept"_s).step;
         accept.place = m_steps.front().place;
         m_steps.push_front(accept);
     }
@@ -167,7 +169,7 @@ void Player::check()
         break;
     case Send:
         if (!m_link.isLinked())
-            fail(u"the agent is not linked"_qs);
+            fail(u"the agent is not linked"_s);
         break;
     case Expect:
         checkExpect();
@@ -190,22 +192,22 @@ void Player::checkExpect()
         if (m_current->pattern.matches(message))
             done();
         else
-            fail(u"instead came \"%1\""_qs.arg(shown(message)));
+            fail(u"instead came \"%1\""_s.arg(shown(message)));
     } else if (!m_link.isLinked()) {
-        fail(u"the agent has left"_qs);
+        fail(u"the agent has left"_s);
     }
 }
 
 void Player::checkExpectEnd()
 {
     if (!m_inbox.isEmpty()) {
-        fail(u"instead came \"%1\""_qs.arg(shown(m_inbox.takeFirst())));
+        fail(u"instead came \"%1\""_s.arg(shown(m_inbox.takeFirst())));
     } else if (!m_link.isLinked()) {
         m_leftUnexpected = false;
         if (m_endedByAgent)
             done();
         else
-            fail(u"it was not the agent that closed the link"_qs);
+            fail(u"it was not the agent that closed the link"_s);
     }
 }
 
@@ -214,9 +216,9 @@ void Player::checkRefuse()
     const auto refused = std::ranges::find_if(
         m_inbox, [this](const QByteArray& message) { return m_current->pattern.matches(message); });
     if (refused != m_inbox.end())
-        fail(u"\"%1\" came"_qs.arg(shown(*refused)));
+        fail(u"\"%1\" came"_s.arg(shown(*refused)));
     else if (!m_link.isLinked())
-        fail(u"the agent has left, so nothing could come"_qs);
+        fail(u"the agent has left, so nothing could come"_s);
 }
 
 void Player::onTime()
@@ -225,28 +227,28 @@ void Player::onTime()
     if (kind == Wait || kind == Refuse)
         done();
     else if (kind == Send)
-        fail(u"the agent has not read it in time"_qs);
+        fail(u"the agent has not read it in time"_s);
     else if (kind == Accept)
-        fail(u"no agent came in time"_qs);
+        fail(u"no agent came in time"_s);
     else if (kind == ExpectEnd)
-        fail(u"the agent has not left in time"_qs);
+        fail(u"the agent has not left in time"_s);
     else
-        fail(u"nothing came in time"_qs);
+        fail(u"nothing came in time"_s);
 }
 
 void Player::takeScreenshot()
 {
     if (qEnvironmentVariableIsEmpty("DISPLAY")) {
-        say(u"(no DISPLAY: no screenshot)"_qs);
+        say(u"(no DISPLAY: no screenshot)"_s);
         done();
         return;
     }
-    m_screenshots.mkpath(u"."_qs); // where that fails, the command does, and says why
+    m_screenshots.mkpath(u"."_s); // where that fails, the command does, and says why
     const QString file =
-        u"%1-%2.png"_qs.arg(++m_screenshotCount, 2, 10, QChar(u'0')).arg(m_current->text);
+        u"%1-%2.png"_s.arg(++m_screenshotCount, 2, 10, QChar(u'0')).arg(m_current->text);
     const QString command =
-        qEnvironmentVariable("VANTORY_SCREENSHOT_COMMAND", u"import -window root"_qs);
-    runShell(command + u" \"$1\""_qs, m_screenshots.absoluteFilePath(file));
+        qEnvironmentVariable("VANTORY_SCREENSHOT_COMMAND", u"import -window root"_s);
+    runShell(command + u" \"$1\""_s, m_screenshots.absoluteFilePath(file));
 }
 
 void Player::runShell(const QString& command, const QString& argument)
@@ -259,15 +261,15 @@ void Player::runShell(const QString& command, const QString& argument)
         if (status == QProcess::NormalExit && code == 0)
             done();
         else if (status == QProcess::NormalExit)
-            fail(u"the command ended with status %1"_qs.arg(code));
+            fail(u"the command ended with status %1"_s.arg(code));
         else
-            fail(u"the command was ended by a signal"_qs);
+            fail(u"the command was ended by a signal"_s);
     });
     connect(process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart) // any other: it has finished too
-            fail(u"/bin/sh cannot be started"_qs);
+            fail(u"/bin/sh cannot be started"_s);
     });
-    process->start(u"/bin/sh"_qs, {u"-c"_qs, command, u"sh"_qs, argument});
+    process->start(u"/bin/sh"_s, {u"-c"_s, command, u"sh"_s, argument});
 }
 
 void Player::done()
@@ -282,7 +284,7 @@ void Player::fail(const QString& reason)
     QStringList line{m_current->source, reason};
     if (!m_current->place.isEmpty())
         line.prepend(m_current->place);
-    Q_EMIT said(Voice::Failure, line.join(u": "_qs));
+    Q_EMIT said(Voice::Failure, line.join(u": "_s));
     m_failed = true;
     if (m_onFailure == OnFailure::Stop) {
         m_steps.clear();
@@ -295,7 +297,7 @@ void Player::wrapUp()
 {
     m_wrappingUp = true;
     if (m_leftUnexpected && m_onFailure == OnFailure::Stop && !m_failed) {
-        Q_EMIT said(Voice::Failure, u"the agent has left and no step expected it"_qs);
+        Q_EMIT said(Voice::Failure, u"the agent has left and no step expected it"_s);
         m_failed = true;
     }
     if (m_link.isLinked())

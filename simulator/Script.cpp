@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -65,7 +67,7 @@ constexpr QStringView kHelpEnd =
 
 QString firstWord(const QString& line)
 {
-    static const QRegularExpression blank(u"\\s"_qs);
+    static const QRegularExpression blank(u"\\s"_s);
     return line.section(blank, 0, 0);
 }
 
@@ -108,7 +110,7 @@ ParsedLine LineReader::read(const Command& command, const QString& line)
     step.source = line;
     step.time = takeLimit(command, rest);
     if (rest.isEmpty() != (command.argument == Argument::None))
-        fail(u"usage: %1 %2"_qs.arg(command.name, command.usage).trimmed());
+        fail(u"usage: %1 %2"_s.arg(command.name, command.usage).trimmed());
 
     switch (command.argument) {
     case Argument::None:
@@ -142,28 +144,28 @@ milliseconds LineReader::takeLimit(const Command& command, QString& rest)
 {
     if (command.limit.isEmpty())
         return command.defaultLimit;
-    const QRegularExpression limit(u"^(.*\\s)?%1\\s+(\\S+)$"_qs.arg(command.limit));
+    const QRegularExpression limit(u"^(.*\\s)?%1\\s+(\\S+)$"_s.arg(command.limit));
     const QRegularExpressionMatch match = limit.match(rest);
     if (match.hasMatch()) {
         rest = match.captured(1).trimmed();
         return seconds(match.captured(2));
     }
     if (command.defaultLimit == kNone)
-        fail(u"usage: %1 %2"_qs.arg(command.name, command.usage));
+        fail(u"usage: %1 %2"_s.arg(command.name, command.usage));
     return command.defaultLimit;
 }
 
 milliseconds LineReader::seconds(const QString& text)
 {
-    static const QRegularExpression decimal(u"^[0-9]{1,5}(\\.[0-9]{1,6})?$"_qs);
+    static const QRegularExpression decimal(u"^[0-9]{1,5}(\\.[0-9]{1,6})?$"_s);
     if (!decimal.match(text).hasMatch())
-        fail(u"\"%1\" is not a number of seconds"_qs.arg(text));
+        fail(u"\"%1\" is not a number of seconds"_s.arg(text));
     return milliseconds(qRound64(text.toDouble() * 1000));
 }
 
 QByteArray LineReader::message(const QString& text)
 {
-    static const QRegularExpression escape(u"\\\\(?:([nt\\\\])|x([0-9A-Fa-f]{2}))?"_qs);
+    static const QRegularExpression escape(u"\\\\(?:([nt\\\\])|x([0-9A-Fa-f]{2}))?"_s);
     QByteArray bytes;
     qsizetype copied = 0;
     for (auto matches = escape.globalMatch(text); matches.hasNext();) {
@@ -171,7 +173,7 @@ QByteArray LineReader::message(const QString& text)
         bytes += QStringView(text).sliced(copied, match.capturedStart() - copied).toUtf8();
         copied = match.capturedEnd();
         if (match.capturedLength() == 1)
-            fail(u"unknown escape in \"%1\"; a backslash is written \\\\"_qs.arg(text));
+            fail(u"unknown escape in \"%1\"; a backslash is written \\\\"_s.arg(text));
         else if (match.hasCaptured(2))
             bytes += QByteArray::fromHex(match.captured(2).toLatin1());
         else
@@ -185,7 +187,7 @@ QByteArray LineReader::fileContent(const QString& name)
     QFile file(m_folder.filePath(name));
     const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     if (content.isEmpty())
-        fail(u"\"%1\" cannot be read or is empty"_qs.arg(file.fileName()));
+        fail(u"\"%1\" cannot be read or is empty"_s.arg(file.fileName()));
     return content;
 }
 
@@ -195,15 +197,15 @@ Pattern LineReader::pattern(const QString& text)
         return {message(text), std::nullopt};
     const QRegularExpression regex(text.sliced(1, text.size() - 2));
     if (!regex.isValid())
-        fail(u"bad regular expression: %1"_qs.arg(regex.errorString()));
+        fail(u"bad regular expression: %1"_s.arg(regex.errorString()));
     return {{}, regex};
 }
 
 QString LineReader::pictureName(const QString& name)
 {
-    static const QRegularExpression plain(u"^[A-Za-z0-9_][A-Za-z0-9._-]*$"_qs);
+    static const QRegularExpression plain(u"^[A-Za-z0-9_][A-Za-z0-9._-]*$"_s);
     if (!plain.match(name).hasMatch())
-        fail(u"\"%1\" is not a plain file name"_qs.arg(name));
+        fail(u"\"%1\" is not a plain file name"_s.arg(name));
     return name;
 }
 
@@ -221,7 +223,7 @@ ParsedLine parseScriptLine(const QString& line, const QDir& folder)
         return {};
     if (const Command* command = findCommand(firstWord(source)))
         return LineReader(folder).read(*command, source);
-    return {std::nullopt, u"unknown command \"%1\""_qs.arg(firstWord(source))};
+    return {std::nullopt, u"unknown command \"%1\""_s.arg(firstWord(source))};
 }
 
 Script parseScript(const QString& text, const QString& fileName)
@@ -231,12 +233,12 @@ Script parseScript(const QString& text, const QString& fileName)
     const QStringList lines = text.split(u'\n');
     for (qsizetype i = 0; i < lines.size(); ++i) {
         ParsedLine parsed = parseScriptLine(lines[i], folder);
-        const QString place = u"%1:%2"_qs.arg(fileName).arg(i + 1);
+        const QString place = u"%1:%2"_s.arg(fileName).arg(i + 1);
         if (parsed.step) {
             parsed.step->place = place;
             script.steps += *parsed.step;
         } else if (!parsed.error.isEmpty()) {
-            script.errors += u"%1: %2"_qs.arg(place, parsed.error);
+            script.errors += u"%1: %2"_s.arg(place, parsed.error);
         }
     }
     return script;
@@ -257,9 +259,9 @@ ParsedLine parseTypedLine(const QString& line)
 
 QString scriptHelp()
 {
-    QString help = u"Script commands, one a line:\n"_qs;
+    QString help = u"Script commands, one a line:\n"_s;
     for (const Command& command : kCommands)
-        help += u"  %1 %2\n      %3\n"_qs.arg(command.name, command.usage, command.meaning);
+        help += u"  %1 %2\n      %3\n"_s.arg(command.name, command.usage, command.meaning);
     return help.append(kHelpEnd);
 }
 
@@ -268,13 +270,13 @@ QString scriptText(const QByteArray& message)
     QString text;
     for (const QChar character : QString::fromUtf8(message)) {
         if (character == u'\\')
-            text += u"\\\\"_qs;
+            text += u"\\\\"_s;
         else if (character == u'\n')
-            text += u"\\n"_qs;
+            text += u"\\n"_s;
         else if (character == u'\t')
-            text += u"\\t"_qs;
+            text += u"\\t"_s;
         else if (character.unicode() < 0x20 || character.unicode() == 0x7f)
-            text += u"\\x%1"_qs.arg(static_cast<uint>(character.unicode()), 2, 16, QChar(u'0'));
+            text += u"\\x%1"_s.arg(static_cast<uint>(character.unicode()), 2, 16, QChar(u'0'));
         else
             text += character;
     }

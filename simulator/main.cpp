@@ -11,6 +11,8 @@
 #include "simulator/Player.h"
 #include "simulator/Script.h"
 
+using namespace Qt::StringLiterals;
+
 // A stand-in for the support service: what the agent is linked to in demos and tests, played by a
 // person at the terminal or by a script.
 
@@ -40,20 +42,20 @@ std::optional<Options> readOptions()
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(kIntroduction.toString() + scriptHelp() + kRemarks.toString());
-    const QCommandLineOption help({u"h"_qs, u"help"_qs}, u"Show this."_qs);
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this."_s);
     parser.addOption(help);
-    parser.addOption({u"port"_qs, u"Port to listen on; 0: a free one."_qs, u"N"_qs, u"0"_qs});
-    parser.addOption({u"script"_qs, u"Play this script."_qs, u"FILE"_qs});
-    parser.addOption({u"screenshots"_qs, u"Folder for screenshots."_qs, u"DIR"_qs, u"."_qs});
+    parser.addOption({u"port"_s, u"Port to listen on; 0: a free one."_s, u"N"_s, u"0"_s});
+    parser.addOption({u"script"_s, u"Play this script."_s, u"FILE"_s});
+    parser.addOption({u"screenshots"_s, u"Folder for screenshots."_s, u"DIR"_s, u"."_s});
     if (!parser.parse(QCoreApplication::arguments()))
         return std::nullopt;
     if (parser.isSet(help))
         parser.showHelp(); // ends the program
 
     bool isPort = false;
-    const Options options{.port = parser.value(u"port"_qs).toUShort(&isPort),
-                          .scriptFile = parser.value(u"script"_qs),
-                          .screenshots = QDir(parser.value(u"screenshots"_qs))};
+    const Options options{.port = parser.value(u"port"_s).toUShort(&isPort),
+                          .scriptFile = parser.value(u"script"_s),
+                          .screenshots = QDir(parser.value(u"screenshots"_s))};
     if (!isPort || !parser.positionalArguments().isEmpty())
         return std::nullopt;
     return options;
@@ -63,7 +65,7 @@ Script readScript(const QString& fileName)
 {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
-        return {{}, {u"%1: %2"_qs.arg(fileName, file.errorString())}};
+        return {{}, {u"%1: %2"_s.arg(fileName, file.errorString())}};
     return parseScript(QString::fromUtf8(file.readAll()), fileName);
 }
 
@@ -75,7 +77,7 @@ int main(int argc, char* argv[])
     Console console;
     const std::optional<Options> options = readOptions();
     if (!options) {
-        console.print(Voice::Failure, u"wrong arguments; see --help"_qs);
+        console.print(Voice::Failure, u"wrong arguments; see --help"_s);
         return kCannotBegin;
     }
     const bool isScripted = !options->scriptFile.isEmpty();
@@ -87,7 +89,7 @@ int main(int argc, char* argv[])
 
     AgentLink link;
     if (!link.listen(options->port)) {
-        console.print(Voice::Failure, u"port %1: %2"_qs.arg(options->port).arg(link.listenError()));
+        console.print(Voice::Failure, u"port %1: %2"_s.arg(options->port).arg(link.listenError()));
         return kCannotBegin;
     }
     std::printf("listening on port %d\n", int{link.port()});

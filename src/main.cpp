@@ -13,6 +13,8 @@
 #include "platform/processes/TerminationSignals.h"
 #include "platform/threads/MainQueue.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Whatever ends the main loop is an orderly end. It never comes back: where another thread is
@@ -74,8 +76,8 @@ int main(int argc, char* argv[])
     auto count = static_cast<int>(arguments.size());
     arguments.push_back(nullptr);
     QApplication application(count, arguments.data());
-    QApplication::setApplicationName(QStringLiteral("vantoryAgent"));
-    QApplication::setDesktopFileName(QStringLiteral("vantoryAgent"));
+    QApplication::setApplicationName(u"vantoryAgent"_s);
+    QApplication::setDesktopFileName(u"vantoryAgent"_s);
     // Neither windows nor the toolkit's own helpers end the agent by going.
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);

@@ -4,12 +4,13 @@
 #include <QSystemTrayIcon>
 #include <QTcpSocket>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
     QTcpSocket socket;
-    socket.connectToHost(QStringLiteral("localhost"),
-                         QString::fromLocal8Bit(argv[1]).mid(5).toUShort());
+    socket.connectToHost(u"localhost"_s, QString::fromLocal8Bit(argv[1]).mid(5).toUShort());
     QPixmap picture(22, 22);
     picture.fill(Qt::darkCyan);
     QSystemTrayIcon icon{QIcon(picture)};

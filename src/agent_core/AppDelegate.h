@@ -16,6 +16,8 @@
 #include "service_link/Client.h"
 #include "service_link/PayloadRecords.h"
 
+using namespace Qt::StringLiterals;
+
 class AboutController;
 class ChatController;
 class ConnectionStatus;
@@ -168,8 +170,8 @@ public:
     // ===== State that is set before the link starts and read anywhere afterwards =====
 
     static inline bool disconnectedIconVisible = true;
-    static inline QString oemName = QStringLiteral("KRD");
-    static inline QString companyName = QStringLiteral("Halvern");
+    static inline QString oemName = u"KRD"_s;
+    static inline QString companyName = u"Halvern"_s;
     static inline QString appName;
     static inline QString username; // the console user's; read once
     static inline quint16 portUI = 62188;

@@ -5,11 +5,13 @@
 #include "platform/files/MainBundle.h"
 #include "platform/files/PropertyList.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QVariant option(const QString& key)
 {
-    const auto path = MainBundle::resourcePath(QStringLiteral("oem"), QStringLiteral("plist"));
+    const auto path = MainBundle::resourcePath(u"oem"_s, u"plist"_s);
     const auto options = path ? PropertyList::readDictionary(*path) : std::nullopt;
     return options ? options->value(key) : QVariant();
 }
@@ -37,31 +39,30 @@ void AppDelegate::getOemName(const QString& key, QString& target)
 
 void AppDelegate::getDisconnectedIconVisisble()
 {
-    readBoolean(QStringLiteral("disconnected_icon_visible"), disconnectedIconVisible);
+    readBoolean(u"disconnected_icon_visible"_s, disconnectedIconVisible);
 }
 
 void AppDelegate::getAllowToLeaveChat()
 {
-    readBoolean(QStringLiteral("allow_to_leave_chat"), allowToLeaveChat);
+    readBoolean(u"allow_to_leave_chat"_s, allowToLeaveChat);
 }
 
 void AppDelegate::getShowConnectionDetail()
 {
-    readBoolean(QStringLiteral("show_connection_detail"), showConnectionDetail);
+    readBoolean(u"show_connection_detail"_s, showConnectionDetail);
 }
 
 void AppDelegate::getDisplaySettings()
 {
     // A chain on purpose: an installer that leaves out a key leaves the rest at their defaults.
-    [[maybe_unused]] const bool all =
-        readBoolean(QStringLiteral("show_platform"), displayPlatform) &&
-        readBoolean(QStringLiteral("show_agent_type"), displayAgentType) &&
-        readBoolean(QStringLiteral("enable_change"), displayChange);
+    [[maybe_unused]] const bool all = readBoolean(u"show_platform"_s, displayPlatform) &&
+                                      readBoolean(u"show_agent_type"_s, displayAgentType) &&
+                                      readBoolean(u"enable_change"_s, displayChange);
 }
 
 void AppDelegate::getPortUI()
 {
-    const QVariant value = option(QStringLiteral("port"));
+    const QVariant value = option(u"port"_s);
     if (value.typeId() != QMetaType::LongLong) {
         return;
     }

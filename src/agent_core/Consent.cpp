@@ -7,6 +7,8 @@
 #include "windows/MessageInbox.h"
 #include "windows/UserAcknowlegement.h"
 
+using namespace Qt::StringLiterals;
+
 void AppDelegate::presentAcknowledgement(qint64 session, const QString& server,
                                          const QString& controlName)
 {
@@ -14,9 +16,8 @@ void AppDelegate::presentAcknowledgement(qint64 session, const QString& server,
         if (isTerminating()) {
             return;
         }
-        printLog(QStringLiteral("User Ack Request. session: ") + QString::number(session) +
-                 QStringLiteral(" for server: ") + server + QStringLiteral(" with user: ") +
-                 controlName);
+        printLog(u"User Ack Request. session: "_s + QString::number(session) + u" for server: "_s +
+                 server + u" with user: "_s + controlName);
         userAcknowledge->present();
         userAcknowledge->session = session;
         userAcknowledge->serverName = server;

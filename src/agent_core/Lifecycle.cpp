@@ -21,12 +21,14 @@
 #include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The console user's name while nobody is logged in.
-const QLatin1String kLoginWindow("loginwindow");
+const QLatin1StringView kLoginWindow = "loginwindow"_L1;
 // The full name of the system's own account, which is nobody's.
-const QLatin1String kSystemAdministrator("System Administrator");
+const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
 
 } // namespace
 
@@ -56,7 +58,7 @@ void AppDelegate::applicationDidFinishLaunching()
     LogDestination().cleanUp();
     LogErrorDestination().cleanUp();
     readAppName();
-    getOemName(QStringLiteral("oemName"), oemName);
+    getOemName(u"oemName"_s, oemName);
     logHostAndUser();
     getDisconnectedIconVisisble();
     getAllowToLeaveChat();
@@ -65,7 +67,7 @@ void AppDelegate::applicationDidFinishLaunching()
     readConsoleUser();
     changeLanguageNeeded();
     setUI();
-    getOemName(QStringLiteral("oemCompany"), companyName);
+    getOemName(u"oemCompany"_s, companyName);
     cleanMainMenu();
     getPortUI();
     permissions_process();
@@ -76,9 +78,9 @@ void AppDelegate::applicationDidFinishLaunching()
 
 void AppDelegate::readAppName()
 {
-    const QVariant name = MainBundle::infoValue(QStringLiteral("CFBundleName"));
+    const QVariant name = MainBundle::infoValue(u"CFBundleName"_s);
     if (name.typeId() != QMetaType::QString) {
-        fatalState(QStringLiteral("CFBundleName is missing from the application's Info.plist"));
+        fatalState(u"CFBundleName is missing from the application's Info.plist"_s);
     }
     appName = name.toString();
 }
@@ -95,7 +97,7 @@ void AppDelegate::readConsoleUser()
 {
     const auto consoleUser = ConsoleSession::consoleUser();
     if (!consoleUser) {
-        printErrorLog(QStringLiteral("failed to get username"));
+        printErrorLog(u"failed to get username"_s);
     }
     username = consoleUser.value_or(QString());
 }
@@ -112,7 +114,7 @@ void AppDelegate::changeLanguageNeeded()
 
 void AppDelegate::startClient()
 {
-    m_client = std::make_unique<Client>(QStringLiteral("localhost"), portUI, m_checkMessage);
+    m_client = std::make_unique<Client>(u"localhost"_s, portUI, m_checkMessage);
     client = m_client.get();
     client->start();
     isStarted = true; // from here on an end from outside takes the whole way
@@ -132,7 +134,7 @@ void AppDelegate::startTimers()
 
 void AppDelegate::requestStatus()
 {
-    printLog(QStringLiteral("request status in case it is not updated."));
+    printLog(u"request status in case it is not updated."_s);
     send(Protocol::requestConnectionsStatus());
 }
 
@@ -145,7 +147,7 @@ void AppDelegate::updateUser()
     if (fullName == kSystemAdministrator || fullName == userfullname) {
         return;
     }
-    printLog(fullName + QStringLiteral(" is in active Session"));
+    printLog(fullName + u" is in active Session"_s);
     send(Protocol::updateUser(fullName));
     userfullname = fullName; // also without a link: it is not reported twice
 }

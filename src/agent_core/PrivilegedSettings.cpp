@@ -15,6 +15,8 @@
 #include "platform/processes/BoundedProcess.h"
 #include "platform/processes/SecretText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -29,21 +31,19 @@ fs::path systemPath(const QString& path)
 // Runs a command line that holds a password, and overwrites it.
 void runInShell(QString line, const QString& purpose)
 {
-    QStringList arguments = {QStringLiteral("-c"), line};
-    const auto result =
-        BoundedProcess::run(QStringLiteral("/bin/bash"), arguments, {}, kLongestShell);
+    QStringList arguments = {u"-c"_s, line};
+    const auto result = BoundedProcess::run(u"/bin/bash"_s, arguments, {}, kLongestShell);
     arguments.clear();
     SecretText::wipe(line);
     if (!result.status) {
-        printErrorLog(
-            QStringLiteral("The shell that is to %1 failed: %2").arg(purpose, result.error));
+        printErrorLog(u"The shell that is to %1 failed: %2"_s.arg(purpose, result.error));
     }
 }
 
 QString chownProgram()
 {
-    const QString usual = QStringLiteral("/usr/sbin/chown");
-    return QFile::exists(usual) ? usual : QStringLiteral("/usr/bin/chown");
+    const QString usual = u"/usr/sbin/chown"_s;
+    return QFile::exists(usual) ? usual : u"/usr/bin/chown"_s;
 }
 
 // A directory goes with all that is in it.
@@ -73,8 +73,7 @@ std::vector<fs::path> entries(const fs::path& directory)
 
 void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QString& path)
 {
-    runInShell(SettingsRules::removeCommand(credentials, path),
-               QStringLiteral("remove the settings"));
+    runInShell(SettingsRules::removeCommand(credentials, path), u"remove the settings"_s);
 }
 
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
@@ -82,7 +81,7 @@ void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credential
 {
     runInShell(SettingsRules::writeCommand(credentials, SettingsRules::propertyList(setting),
                                            backendSettingsPath(), chownProgram()),
-               QStringLiteral("write the settings"));
+               u"write the settings"_s);
 }
 
 void PrivilegedSettings::replace(const Credentials& credentials, const BackendSettings& setting)
@@ -96,9 +95,9 @@ void PrivilegedSettings::replace(const Credentials& credentials, const BackendSe
             removeWithOwnRights(entry);
         }
     }
-    const QString other = FilePaths::rooted(
-        FilePaths::libraryDirectory() + QStringLiteral("/Application Support/Halvern/vantoryAgent/"
-                                                       "ostrand_settings.json"));
+    const QString other = FilePaths::rooted(FilePaths::libraryDirectory() +
+                                            u"/Application Support/Halvern/vantoryAgent/"
+                                            "ostrand_settings.json"_s);
     if (QFileInfo::exists(other)) {
         removeWithOwnRights(systemPath(other));
     }

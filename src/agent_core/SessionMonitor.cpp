@@ -5,9 +5,11 @@
 #include "platform/accounts/Account.h"
 #include "service_link/Protocol.h"
 
+using namespace Qt::StringLiterals;
+
 void ActiveSessionMonitor::isInActiveSession() const
 {
     const QString user = Account::loginName();
-    printLog(user + QStringLiteral(" is in active Session"));
+    printLog(user + u" is in active Session"_s);
     AppDelegate::send(Protocol::updateUser(user));
 }

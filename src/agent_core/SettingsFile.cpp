@@ -6,6 +6,8 @@
 #include "platform/files/FilePaths.h"
 #include "platform/files/PropertyList.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::optional<QString> text(const QVariantMap& dictionary, const QString& key)
@@ -19,32 +21,32 @@ std::optional<QString> text(const QVariantMap& dictionary, const QString& key)
 QString backendSettingsPath()
 {
     return FilePaths::rooted(FilePaths::libraryDirectory() +
-                             QStringLiteral("/Preferences/vantoryAgent/"
-                                            "com.halvern.vantory.agent.settings.plist"));
+                             u"/Preferences/vantoryAgent/"
+                             "com.halvern.vantory.agent.settings.plist"_s);
 }
 
 std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path)
 {
     if (!QFileInfo::exists(path)) {
-        printErrorLog(QStringLiteral("File %1 is not present").arg(path));
+        printErrorLog(u"File %1 is not present"_s.arg(path));
         return std::nullopt;
     }
     const auto dictionary = PropertyList::readDictionary(path);
     if (!dictionary) {
-        printErrorLog(QStringLiteral("Unable to get dictionary from path"));
+        printErrorLog(u"Unable to get dictionary from path"_s);
         return std::nullopt;
     }
-    const auto accountId = text(*dictionary, QStringLiteral("accountID"));
-    const auto platform = text(*dictionary, QStringLiteral("platform"));
+    const auto accountId = text(*dictionary, u"accountID"_s);
+    const auto platform = text(*dictionary, u"platform"_s);
     if (!accountId || !platform) {
         return std::nullopt;
     }
-    const QVariant managed = dictionary->value(QStringLiteral("managed"));
+    const QVariant managed = dictionary->value(u"managed"_s);
     BackendSettings settings;
     settings.managed = managed.typeId() == QMetaType::Bool && managed.toBool();
-    settings.sessionCode = text(*dictionary, QStringLiteral("sessionCode")).value_or(QString());
+    settings.sessionCode = text(*dictionary, u"sessionCode"_s).value_or(QString());
     settings.accountId = *accountId;
-    if (*platform == QLatin1String("testing") || *platform == QLatin1String("staging")) {
+    if (*platform == "testing"_L1 || *platform == "staging"_L1) {
         settings.platform = *platform;
     }
     return settings;

@@ -7,9 +7,11 @@
 
 #include "service_link/Protocol.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QLatin1String kProduction("production");
+const QLatin1StringView kProduction = "production"_L1;
 
 // A command that runs as root is the password on the input of a sudo that becomes the named
 // account, and within it another one that becomes root. One's own name costs the first nothing, so
@@ -37,7 +39,7 @@ QString joined(std::initializer_list<QStringView> pieces)
 
 QStringList SettingsRules::platformNames()
 {
-    return {kProduction, QStringLiteral("staging"), QStringLiteral("testing")};
+    return {kProduction, u"staging"_s, u"testing"_s};
 }
 
 int SettingsRules::platformIndex(const QString& platform)
@@ -77,20 +79,20 @@ SettingsRules::Complaint SettingsRules::complaint(const BackendSettings& entries
 QString SettingsRules::propertyList(const BackendSettings& settings)
 {
     const auto string = [](const QString& value) {
-        return QLatin1String("    <string>") + value + QLatin1String("</string>\n");
+        return "    <string>"_L1 + value + "</string>\n"_L1;
     };
-    return QLatin1String("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                         "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-                         "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-                         "<plist version=\"1.0\">\n"
-                         "<dict>\n"
-                         "    <key>managed</key>\n") +
-           QLatin1String(settings.managed ? "    <true/>\n" : "    <false/>\n") +
-           QLatin1String("    <key>sessionCode</key>\n") + string(settings.sessionCode) +
-           QLatin1String("    <key>accountID</key>\n") + string(settings.accountId) +
-           QLatin1String("    <key>platform</key>\n") + string(settings.platform) +
-           QLatin1String("</dict>\n"
-                         "</plist>");
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+           "<plist version=\"1.0\">\n"
+           "<dict>\n"
+           "    <key>managed</key>\n"_L1 +
+           QLatin1StringView(settings.managed ? "    <true/>\n" : "    <false/>\n") +
+           "    <key>sessionCode</key>\n"_L1 + string(settings.sessionCode) +
+           "    <key>accountID</key>\n"_L1 + string(settings.accountId) +
+           "    <key>platform</key>\n"_L1 + string(settings.platform) +
+           "</dict>\n"
+           "</plist>"_L1;
 }
 
 QString SettingsRules::removeCommand(const Credentials& credentials, const QString& path)

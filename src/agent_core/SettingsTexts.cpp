@@ -1,5 +1,7 @@
 #include "records/SettingsTexts.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // What the lock button does. The label document has no words for it, so they stand here.
@@ -11,19 +13,19 @@ LockWords lockWords(Language language)
 {
     switch (language) {
     case Language::English:
-        return {QStringLiteral("Unlock"), QStringLiteral("Lock")};
+        return {u"Unlock"_s, u"Lock"_s};
     case Language::French:
-        return {QStringLiteral("Déverrouiller"), QStringLiteral("Verrouiller")};
+        return {u"Déverrouiller"_s, u"Verrouiller"_s};
     case Language::Italian:
-        return {QStringLiteral("Sblocca"), QStringLiteral("Blocca")};
+        return {u"Sblocca"_s, u"Blocca"_s};
     case Language::Spanish:
-        return {QStringLiteral("Desbloquear"), QStringLiteral("Bloquear")};
+        return {u"Desbloquear"_s, u"Bloquear"_s};
     case Language::German:
-        return {QStringLiteral("Entsperren"), QStringLiteral("Sperren")};
+        return {u"Entsperren"_s, u"Sperren"_s};
     case Language::Korean:
-        return {QStringLiteral("잠금 해제"), QStringLiteral("잠금")};
+        return {u"잠금 해제"_s, u"잠금"_s};
     case Language::Portuguese:
-        return {QStringLiteral("Desbloquear"), QStringLiteral("Bloquear")};
+        return {u"Desbloquear"_s, u"Bloquear"_s};
     }
     return {};
 }
@@ -33,7 +35,7 @@ LockWords lockWords(Language language)
 void SettingsTexts::translate(const JsonData& labels, Language language)
 {
     const JsonData::Info& info = labels.info(language);
-    title = QStringLiteral("vantory - ") + info.MainMenu.settings;
+    title = u"vantory - "_s + info.MainMenu.settings;
     managed = info.Settings.managed;
     sessionCode = info.Settings.sessionCode;
     accountId = info.Settings.accountId;

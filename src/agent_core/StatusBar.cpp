@@ -15,6 +15,8 @@
 #include "window_kit/PlainText.h"
 #include "windows/ConnectionStatus.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The status bar shows no more of a text than this.
@@ -31,7 +33,7 @@ QString menuText(const QString& text)
     if (line.size() > kLongestItem) {
         line = line.left(kLongestItem) + u'…';
     }
-    return line.replace(u'&', QLatin1String("&&")); // shown, not a mnemonic
+    return line.replace(u'&', "&&"_L1); // shown, not a mnemonic
 }
 
 QIcon statusIcon(const QString& name)
@@ -42,8 +44,7 @@ QIcon statusIcon(const QString& name)
 
 QString connectivityLabel(const std::optional<JsonData>& labels)
 {
-    return labels ? labels->info(AppDelegate::language).MainMenu.connection
-                  : QStringLiteral("Connection");
+    return labels ? labels->info(AppDelegate::language).MainMenu.connection : u"Connection"_s;
 }
 
 // What an item shows; it may change while a panel has the menu open.
@@ -72,7 +73,7 @@ void AppDelegate::systemTray()
     const auto labels = getLanguageLabel();
     const auto titles = labels ? labels->info(language) : JsonData::Info();
 
-    m_statusItem = std::make_unique<StatusItem>(QStringLiteral("vantoryAgent"), oemName);
+    m_statusItem = std::make_unique<StatusItem>(u"vantoryAgent"_s, oemName);
     statusBarItem = m_statusItem.get();
     statusBarItem->setIcon(statusIcon(
         StatusBarRules::iconName(disconnectedIconVisible, gatewayConnectionStatus, false)));
@@ -80,14 +81,13 @@ void AppDelegate::systemTray()
     m_menu = std::make_unique<QMenu>(menuText(oemName));
     m_menu->setToolTipsVisible(true);
     statusBarMenu = m_menu.get();
-    addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, QStringLiteral("wrench"),
+    addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, u"wrench"_s,
             [this] { settings(); });
-    addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, QStringLiteral("gear"),
+    addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, u"gear"_s,
             &AppDelegate::permissions);
     addItem(*m_menu, connectivityLabel(labels), {}, {}, &AppDelegate::connectionDisplay);
     m_menu->addSeparator();
-    addItem(*m_menu, titles.About.about, {}, QStringLiteral("questionmark.circle"),
-            &AppDelegate::about);
+    addItem(*m_menu, titles.About.about, {}, u"questionmark.circle"_s, &AppDelegate::about);
     statusBarItem->setMenu(statusBarMenu);
 
     statusBarUpdate = &AppDelegate::showStatusInStatusBar;
@@ -100,7 +100,7 @@ void AppDelegate::showStatusInStatusBar()
 
     const QList<QAction*> items = statusBarMenu->actions();
     if (items.size() <= kConnectionPosition) {
-        fatalState(QStringLiteral("The status bar's menu has lost its items"));
+        fatalState(u"The status bar's menu has lost its items"_s);
     }
     const QString title = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
     dressItem(items.at(kConnectionPosition), title,
@@ -129,10 +129,9 @@ void AppDelegate::permissions_process()
 
 void AppDelegate::permissions()
 {
-    const QString application = MainBundle::path().replace(QLatin1String("vantoryAgent.app"),
-                                                           QLatin1String("vantoryPermissions.app"));
-    if (const auto error =
-            ChildProcess::start(application + QStringLiteral("/vantoryPermissions"), {})) {
+    const QString application =
+        MainBundle::path().replace("vantoryAgent.app"_L1, "vantoryPermissions.app"_L1);
+    if (const auto error = ChildProcess::start(application + u"/vantoryPermissions"_s, {})) {
         printErrorLog(*error);
     }
 }

@@ -6,13 +6,14 @@
 
 #include "service_link/Protocol.h"
 
+using namespace Qt::StringLiterals;
+
 QString StatusBarRules::iconName(bool disconnectedIconVisible, bool isConnected, bool hasSessions)
 {
     if (disconnectedIconVisible && !isConnected) {
-        return QStringLiteral("appIcon-22-disconnected");
+        return u"appIcon-22-disconnected"_s;
     }
-    return hasSessions ? QStringLiteral("appIcon-22-session")
-                       : QStringLiteral("appIcon-22-connected");
+    return hasSessions ? u"appIcon-22-session"_s : u"appIcon-22-connected"_s;
 }
 
 QString StatusBarRules::connectionTitle(const QString& label, const QList<SessionInfo>& sessions)
@@ -22,7 +23,7 @@ QString StatusBarRules::connectionTitle(const QString& label, const QList<Sessio
     }
     QString title = label + u':';
     for (const SessionInfo& session : sessions) {
-        title += title.endsWith(u':') ? QStringLiteral(" ") : QStringLiteral(" , ");
+        title += title.endsWith(u':') ? u" "_s : u" , "_s;
         title += session.remoteControlUser;
     }
     return title;
@@ -34,16 +35,16 @@ QString StatusBarRules::connectionSymbol(qsizetype sessionCount)
     case 0:
         return {};
     case 1:
-        return QStringLiteral("person.crop.circle.fill");
+        return u"person.crop.circle.fill"_s;
     default:
-        return QStringLiteral("person.crop.circle.fill.badge.plus");
+        return u"person.crop.circle.fill.badge.plus"_s;
     }
 }
 
 std::optional<quint16> StatusBarRules::portArgument(const QStringList& arguments)
 {
     std::optional<quint16> port;
-    const QLatin1String prefix("port=");
+    const QLatin1StringView prefix = "port="_L1;
     for (const QString& argument : arguments) {
         if (!argument.startsWith(prefix)) {
             continue;

@@ -29,6 +29,8 @@
 #include "window_kit/ShownText.h"
 #include "windows/ConnectionStatus.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr Qt::WindowFlags kFlags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
@@ -44,8 +46,7 @@ std::optional<QString> chatMessageData(qint32 token, const QString& message)
     if (!message.isValidUtf16()) {
         return std::nullopt;
     }
-    const QJsonObject object{{QStringLiteral("token"), token},
-                             {QStringLiteral("message"), message}};
+    const QJsonObject object{{u"token"_s, token}, {u"message"_s, message}};
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
 
@@ -171,7 +172,7 @@ void ChatController::refresh()
     const auto& ui = m_window->ui;
     if (const auto labels = getLanguageLabel()) {
         const JsonData::Info& info = labels->info(AppDelegate::language);
-        m_window->setWindowTitle(QStringLiteral("vantory - ") + info.Chat.chat);
+        m_window->setWindowTitle(u"vantory - "_s + info.Chat.chat);
         Window::setText(*ui.Quit, info.Common.quit);
         Window::setText(*ui.Send, info.Common.send);
         ui.Messages->setAccessibleName(info.Chat.chat);
@@ -215,10 +216,9 @@ void ChatController::joinedMember(const QString& name)
         }
         self->members.append(name);
         self->showMembers();
-        self->display(
-            QString(),
-            notice(name, chatLabel(&JsonData::Info::Chat::joined), QStringLiteral("has joined")),
-            true, ChatColour::Green);
+        self->display(QString(),
+                      notice(name, chatLabel(&JsonData::Info::Chat::joined), u"has joined"_s), true,
+                      ChatColour::Green);
     });
 }
 
@@ -233,10 +233,9 @@ void ChatController::leftMember(const QString& name)
         }
         self->members.removeAll(name);
         self->showMembers();
-        self->display(
-            QString(),
-            notice(name, chatLabel(&JsonData::Info::Chat::left), QStringLiteral("has left")), true,
-            ChatColour::Red);
+        self->display(QString(),
+                      notice(name, chatLabel(&JsonData::Info::Chat::left), u"has left"_s), true,
+                      ChatColour::Red);
         if (!AppDelegate::allowToLeaveChat) {
             self->allowToLeave(true);
         }
@@ -344,7 +343,7 @@ void ChatController::SendAction()
     if (const auto data = chatMessageData(token, text)) {
         AppDelegate::send(Protocol::sendChat(*data));
     } else {
-        printErrorLog(QStringLiteral("the message is not valid Unicode text"));
+        printErrorLog(u"the message is not valid Unicode text"_s);
     }
     // Also a line that could not be sent.
     displayMessage(Account::fullName(), text, false, ChatColour::Text);
@@ -358,7 +357,7 @@ void ChatController::controlTextDidChange()
 
 void ChatController::windowWillClose()
 {
-    printLog(QStringLiteral("close chat: ") + QString::number(token));
+    printLog(u"close chat: "_s + QString::number(token));
     AppDelegate::send(Protocol::closeChat(token));
 }
 

@@ -14,6 +14,8 @@
 
 #include "window_kit/ShownText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Points.
@@ -56,7 +58,7 @@ ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
     document()->setDocumentMargin(kDocumentMargin);
     // Where the window's design has a scroll view and in it the transcript's own view, here one
     // widget is both; what is the transcript proper is its document.
-    document()->setObjectName(QStringLiteral("textMessages"));
+    document()->setObjectName(u"textMessages"_s);
 
     m_writeTimer.setSingleShot(true);
     connect(&m_writeTimer, &QTimer::timeout, this, &ChatTranscript::write);

@@ -9,6 +9,8 @@
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // One message, taken apart.
@@ -26,13 +28,13 @@ void postGatewayDown()
 
 void disconnectedGateway(const Received&)
 {
-    printLog(QStringLiteral("gateway not connected"));
+    printLog(u"gateway not connected"_s);
     postGatewayDown();
 }
 
 void disconnectAllSessions(const Received&)
 {
-    printLog(QStringLiteral("disconnect all sessions"));
+    printLog(u"disconnect all sessions"_s);
     MainQueue::post([] { AppDelegate::replaceSessions({}); });
     AppDelegate::updateSystemTrayIcon();
     MainQueue::postAndWait([] {
@@ -63,15 +65,15 @@ void userAcknowledgement(const Received& received)
 
 void disconnectedGatewayReason(const Received& received)
 {
-    printLog(QStringLiteral("gateway not connected"));
-    printLog(QStringLiteral("gateway not connected: ") + received.payload);
+    printLog(u"gateway not connected"_s);
+    printLog(u"gateway not connected: "_s + received.payload);
     postGatewayDown();
 }
 
 void connectedSession(const Received& received)
 {
     printLog(received.text);
-    printLog(QStringLiteral("session connected"));
+    printLog(u"session connected"_s);
     const auto information = decode_connection_information(received.payload);
     if (!information) {
         return;
@@ -90,7 +92,7 @@ void connectedSession(const Received& received)
 
 void disconnectedSession(const Received& received)
 {
-    printLog(QStringLiteral("session not connected"));
+    printLog(u"session not connected"_s);
     const auto session = Protocol::parseInteger64(received.payload);
     if (!session) {
         return;
@@ -124,7 +126,7 @@ void requestChat(const Received& received)
 {
     const QStringList pieces = received.payload.split(u',');
     if (pieces.size() < 2) {
-        fatalState(QStringLiteral("request_chat= without a session"));
+        fatalState(u"request_chat= without a session"_s);
     }
     const auto token = Protocol::parseInteger32(pieces.at(0));
     const auto session = Protocol::parseInteger32(pieces.at(1));
@@ -164,7 +166,7 @@ void chatLeftMember(const Received& received)
 
 void execute(const Received& received, qint64 (*run)(const QString&))
 {
-    printLog(QStringLiteral("get= ") + received.payload);
+    printLog(u"get= "_s + received.payload);
     const auto info = decode_application_info(received.payload);
     AppDelegate::send(info ? Protocol::resultCommand(info->session, run(info->exec))
                            : Protocol::resultCommandFailedToRead());
@@ -182,7 +184,7 @@ void executeApplication(const Received& received)
 
 void connectedGateway(const Received& received)
 {
-    printLog(QStringLiteral("gateway connected"));
+    printLog(u"gateway connected"_s);
     MainQueue::post([name = received.payload] { AppDelegate::setGateway(true, name); });
     AppDelegate::updateSystemTrayIcon();
     MainQueue::post(&AppDelegate::refreshConnectionStatus);
@@ -210,7 +212,7 @@ void postStatus(const StatusInfo& status)
 
 void status(const Received& received)
 {
-    printLog(QStringLiteral("status received"));
+    printLog(u"status received"_s);
     if (const auto status = decode_status(received.payload)) {
         postStatus(*status);
     }

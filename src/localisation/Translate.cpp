@@ -8,6 +8,8 @@
 #include "logging/Logs.h"
 #include "platform/files/MainBundle.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Info = JsonData::Info;
@@ -109,7 +111,7 @@ Decoded decode(const QByteArray& bytes)
     if (!json.isObject()) {
         return {std::nullopt, parseError.error != QJsonParseError::NoError
                                   ? parseError.errorString()
-                                  : QStringLiteral("the document is not an object")};
+                                  : u"the document is not an object"_s};
     }
     const QJsonObject root = json.object();
     JsonData document;
@@ -121,8 +123,7 @@ Decoded decode(const QByteArray& bytes)
             const QString key = QString::fromUtf16(label.key);
             const QJsonValue text = info.value(section).toObject().value(key);
             if (!text.isString()) {
-                return {std::nullopt,
-                        QStringLiteral("no text at %1.%2.%3").arg(language, section, key)};
+                return {std::nullopt, u"no text at %1.%2.%3"_s.arg(language, section, key)};
             }
             label.field(document.*record.info) = text.toString();
         }
@@ -142,7 +143,7 @@ Decoded read(const QString& path)
     QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
     const QString text = decoder.decode(bytes);
     if (decoder.hasError()) {
-        return {std::nullopt, QStringLiteral("the document is not Unicode text")};
+        return {std::nullopt, u"the document is not Unicode text"_s};
     }
     return decode(text.toUtf8());
 }
@@ -172,13 +173,13 @@ const JsonData::Info& JsonData::info(Language language) const
 
 std::optional<JsonData> getLanguageLabel()
 {
-    const auto path = MainBundle::resourcePath(QStringLiteral("translate"), QStringLiteral("json"));
+    const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
     if (!path) {
-        fatalState(QStringLiteral("translate.json is missing from the application's resources"));
+        fatalState(u"translate.json is missing from the application's resources"_s);
     }
     Decoded decoded = read(*path);
     if (!decoded.document) {
-        printErrorLog(QStringLiteral("error to get language: ") + decoded.error);
+        printErrorLog(u"error to get language: "_s + decoded.error);
     }
     return std::move(decoded.document);
 }
@@ -186,7 +187,7 @@ std::optional<JsonData> getLanguageLabel()
 Language languageFor(const QStringList& preferredLanguages)
 {
     if (preferredLanguages.isEmpty()) {
-        fatalState(QStringLiteral("the system names no preferred language"));
+        fatalState(u"the system names no preferred language"_s);
     }
     struct Prefix {
         const char16_t* text;

@@ -16,6 +16,8 @@
 
 #include "platform/files/FilePaths.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr mode_t kSharedMode = 0666;
@@ -79,7 +81,7 @@ void append(const LogDestination& destination, const QString& message)
 } // namespace
 
 LogDestination::LogDestination()
-    : LogDestination(QStringLiteral("/Halvern/vantoryAgent/logs/vantoryAgent.stdout"))
+    : LogDestination(u"/Halvern/vantoryAgent/logs/vantoryAgent.stdout"_s)
 {}
 
 LogDestination::LogDestination(const QString& pathBelowApplicationSupport)
@@ -118,7 +120,7 @@ void LogDestination::cleanUp() const
 }
 
 LogErrorDestination::LogErrorDestination()
-    : LogDestination(QStringLiteral("/Halvern/vantoryAgent/logs/vantoryAgent.stderr"))
+    : LogDestination(u"/Halvern/vantoryAgent/logs/vantoryAgent.stderr"_s)
 {}
 
 void printLog(const QString& message)

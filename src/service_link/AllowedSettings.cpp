@@ -8,12 +8,13 @@
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::optional<AllowedSettings> decode(const QByteArray& bytes)
 {
-    const QJsonValue value =
-        QJsonDocument::fromJson(bytes).object().value(QLatin1String("settings"));
+    const QJsonValue value = QJsonDocument::fromJson(bytes).object().value("settings"_L1);
     if (!value.isObject()) {
         return std::nullopt;
     }
@@ -23,13 +24,12 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
         bool AllowedData::*field;
     };
     static constexpr Required kRequired[] = {
-        {QLatin1String("allow_message_to_devices"), &AllowedData::allow_message_to_devices},
-        {QLatin1String("allow_chat_to_devices"), &AllowedData::allow_chat_to_devices},
-        {QLatin1String("require_user_acknowledgement_for_devices"),
+        {"allow_message_to_devices"_L1, &AllowedData::allow_message_to_devices},
+        {"allow_chat_to_devices"_L1, &AllowedData::allow_chat_to_devices},
+        {"require_user_acknowledgement_for_devices"_L1,
          &AllowedData::require_user_acknowledgement_for_devices},
-        {QLatin1String("allow_file_transfer_to_devices"),
-         &AllowedData::allow_file_transfer_to_devices},
-        {QLatin1String("allow_devices_to_be_viewed"), &AllowedData::allow_devices_to_be_viewed},
+        {"allow_file_transfer_to_devices"_L1, &AllowedData::allow_file_transfer_to_devices},
+        {"allow_devices_to_be_viewed"_L1, &AllowedData::allow_devices_to_be_viewed},
     };
     AllowedSettings result;
     for (const Required& required : kRequired) {
@@ -39,7 +39,7 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
         }
         result.settings.*required.field = flag.toBool();
     }
-    const QJsonValue shows = object.value(QLatin1String("show_agent_ui_on_connection"));
+    const QJsonValue shows = object.value("show_agent_ui_on_connection"_L1);
     if (shows.isBool()) {
         result.settings.show_agent_ui_on_connection = shows.toBool();
     } else if (!shows.isUndefined() && !shows.isNull()) {
@@ -52,8 +52,8 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
 
 std::optional<AllowedData> readAllowedSettings()
 {
-    const QString path = FilePaths::rooted(
-        FilePaths::libraryDirectory() + QStringLiteral("/Preferences/vantoryAgent/gateway.json"));
+    const QString path = FilePaths::rooted(FilePaths::libraryDirectory() +
+                                           u"/Preferences/vantoryAgent/gateway.json"_s);
     const QFileInfo info(path);
     if (!info.exists()) {
         return std::nullopt;
@@ -65,11 +65,11 @@ std::optional<AllowedData> readAllowedSettings()
         if (!QFileInfo::exists(path)) {
             return std::nullopt;
         }
-        fatalState(QStringLiteral("The allowed settings cannot be read: ") + path);
+        fatalState(u"The allowed settings cannot be read: "_s + path);
     }
     const QByteArray bytes = file.readAll();
     if (file.error() != QFile::NoError) {
-        fatalState(QStringLiteral("The allowed settings cannot be read: ") + path);
+        fatalState(u"The allowed settings cannot be read: "_s + path);
     }
     const auto settings = decode(bytes);
     return settings ? std::optional(settings->settings) : std::nullopt;

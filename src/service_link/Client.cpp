@@ -3,6 +3,8 @@
 #include "logging/Logs.h"
 #include "platform/processes/ProgramEnd.h"
 
+using namespace Qt::StringLiterals;
+
 Client::Client(const QString& hostName, quint16 portNumber,
                ClientConnection::CheckMessage checkMessage)
     : host(hostName), port(portNumber), connection(hostName, portNumber, std::move(checkMessage))
@@ -10,7 +12,7 @@ Client::Client(const QString& hostName, quint16 portNumber,
 
 void Client::start()
 {
-    printLog(QStringLiteral("Client started %1 %2").arg(host).arg(port));
+    printLog(u"Client started %1 %2"_s.arg(host).arg(port));
     connection.didStopCallback = &Client::didStopCallback;
     connection.start();
 }

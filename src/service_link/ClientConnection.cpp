@@ -6,6 +6,8 @@
 
 #include "logging/Logs.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::optional<QString> decodeText(const QByteArray& data)
@@ -31,7 +33,7 @@ ClientConnection::~ClientConnection()
 
 void ClientConnection::start()
 {
-    printLog(QStringLiteral("connection will start"));
+    printLog(u"connection will start"_s);
     m_connection.setStateHandler(
         [this](TcpConnection::State state, const std::optional<NetworkError>& error) {
             didChangeState(state, error);
@@ -47,14 +49,13 @@ void ClientConnection::send(const QByteArray& data)
             connectionDidFail(*error); // at once, whatever the queue is busy with
             return;
         }
-        m_queue.post(
-            [size] { printLog(QStringLiteral("connection did send, data: %1 bytes").arg(size)); });
+        m_queue.post([size] { printLog(u"connection did send, data: %1 bytes"_s.arg(size)); });
     });
 }
 
 void ClientConnection::stop()
 {
-    printLog(QStringLiteral("connection will stop"));
+    printLog(u"connection will stop"_s);
     end(std::nullopt);
 }
 
@@ -63,7 +64,7 @@ void ClientConnection::didChangeState(TcpConnection::State state,
 {
     switch (state) {
     case TcpConnection::State::Ready:
-        printLog(QStringLiteral("Client connection ready"));
+        printLog(u"Client connection ready"_s);
         break;
     case TcpConnection::State::Waiting:
     case TcpConnection::State::Failed:
@@ -90,9 +91,9 @@ void ClientConnection::didReceive(const QByteArray& data, bool isComplete,
 {
     if (!data.isEmpty()) {
         const std::optional<QString> text = decodeText(data);
-        printLog(QStringLiteral("connection did receive"));
+        printLog(u"connection did receive"_s);
         const std::optional<QString> command = m_checkMessage(text);
-        printLog(QStringLiteral("string: ") + command.value_or(QStringLiteral("Unknown")));
+        printLog(u"string: "_s + command.value_or(u"Unknown"_s));
     }
     if (isComplete) {
         connectionDidEnd();
@@ -105,13 +106,13 @@ void ClientConnection::didReceive(const QByteArray& data, bool isComplete,
 
 void ClientConnection::connectionDidFail(const NetworkError& error)
 {
-    printErrorLog(QStringLiteral("connection did fail, error: ") + error.text);
+    printErrorLog(u"connection did fail, error: "_s + error.text);
     end(error);
 }
 
 void ClientConnection::connectionDidEnd()
 {
-    printLog(QStringLiteral("connection did end"));
+    printLog(u"connection did end"_s);
     end(std::nullopt);
 }
 

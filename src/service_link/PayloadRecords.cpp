@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QVariant>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // 2001-01-01 00:00:00 UTC, in milliseconds since the Unix epoch.
@@ -81,10 +83,10 @@ std::optional<SessionInfo> decodeSession(const QJsonValue& value)
     }
     Fields fields(value.toObject());
     SessionInfo session;
-    session.session = fields.integer(QLatin1String("session"));
-    session.remoteDevice = fields.text(QLatin1String("remoteDevice"));
-    session.remoteControlUser = fields.text(QLatin1String("remoteControlUser"));
-    session.sessionDate = fields.optionalNumber(QLatin1String("sessionDate"));
+    session.session = fields.integer("session"_L1);
+    session.remoteDevice = fields.text("remoteDevice"_L1);
+    session.remoteControlUser = fields.text("remoteControlUser"_L1);
+    session.sessionDate = fields.optionalNumber("sessionDate"_L1);
     return fields.ifGood(std::move(session));
 }
 
@@ -99,10 +101,10 @@ std::optional<Message> decode_message(const QString& jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     Message message;
-    message.from = fields.text(QLatin1String("from"));
-    message.text = fields.text(QLatin1String("text"));
-    message.timeout = fields.integer(QLatin1String("timeout"));
-    message.icon = fields.integer(QLatin1String("icon"));
+    message.from = fields.text("from"_L1);
+    message.text = fields.text("text"_L1);
+    message.timeout = fields.integer("timeout"_L1);
+    message.icon = fields.integer("icon"_L1);
     return fields.ifGood(std::move(message));
 }
 
@@ -110,10 +112,10 @@ std::optional<StatusInfo> decode_status(const QString& jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     StatusInfo status;
-    status.accountIsValid = fields.boolean(QLatin1String("accountIsValid"));
-    status.gateway = fields.text(QLatin1String("gateway"));
-    status.sessionId = fields.text(QLatin1String("sessionId"));
-    const QJsonArray sessions = fields.array(QLatin1String("sessions"));
+    status.accountIsValid = fields.boolean("accountIsValid"_L1);
+    status.gateway = fields.text("gateway"_L1);
+    status.sessionId = fields.text("sessionId"_L1);
+    const QJsonArray sessions = fields.array("sessions"_L1);
     for (const QJsonValue& value : sessions) {
         auto session = decodeSession(value);
         if (!session) {
@@ -128,8 +130,8 @@ std::optional<ChatMember> decode_chat_member(const QString& jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     ChatMember member;
-    member.context = fields.integer(QLatin1String("context"));
-    member.member = fields.text(QLatin1String("member"));
+    member.context = fields.integer("context"_L1);
+    member.member = fields.text("member"_L1);
     return fields.ifGood(std::move(member));
 }
 
@@ -137,8 +139,8 @@ std::optional<ApplicationInfo> decode_application_info(const QString& jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     ApplicationInfo info;
-    info.session = fields.integer(QLatin1String("session"));
-    info.exec = fields.text(QLatin1String("exec"));
+    info.session = fields.integer("session"_L1);
+    info.exec = fields.text("exec"_L1);
     return fields.ifGood(std::move(info));
 }
 
@@ -146,9 +148,9 @@ std::optional<ChatMessage> decode_chat_message(const QString& jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     ChatMessage message;
-    message.context = fields.integer(QLatin1String("context"));
-    message.from = fields.text(QLatin1String("from"));
-    message.text = fields.text(QLatin1String("text"));
+    message.context = fields.integer("context"_L1);
+    message.from = fields.text("from"_L1);
+    message.text = fields.text("text"_L1);
     return fields.ifGood(std::move(message));
 }
 
@@ -156,8 +158,8 @@ std::optional<ConnectionInformation> decode_connection_information(const QString
 {
     Fields fields = Fields::ofText(jsonData);
     ConnectionInformation information;
-    information.session = fields.integer(QLatin1String("session"));
-    information.deviceName = fields.text(QLatin1String("deviceName"));
-    information.controlName = fields.text(QLatin1String("controlName"));
+    information.session = fields.integer("session"_L1);
+    information.deviceName = fields.text("deviceName"_L1);
+    information.controlName = fields.text("controlName"_L1);
     return fields.ifGood(std::move(information));
 }

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString marked(const QString& command)
 {
-    return QStringLiteral("#####") + command;
+    return u"#####"_s + command;
 }
 
 QString withNumber(const QString& prefix, qint64 number)
@@ -27,60 +29,59 @@ std::optional<QString> Protocol::InboundCommand::payloadOf(const QString& messag
 
 QString Protocol::requestConnectionsStatus()
 {
-    return marked(QStringLiteral("request=connections_status"));
+    return marked(u"request=connections_status"_s);
 }
 
 QString Protocol::requestRestart()
 {
-    return marked(QStringLiteral("request=restart"));
+    return marked(u"request=restart"_s);
 }
 
 QString Protocol::updateUser(const QString& name)
 {
-    return marked(QStringLiteral("update_user=")) + name;
+    return marked(u"update_user="_s) + name;
 }
 
 QString Protocol::acceptConnection(qint64 session)
 {
-    return withNumber(QStringLiteral("accept_connection="), session);
+    return withNumber(u"accept_connection="_s, session);
 }
 
 QString Protocol::declineConnection(qint64 session)
 {
-    return withNumber(QStringLiteral("decline_connection="), session);
+    return withNumber(u"decline_connection="_s, session);
 }
 
 QString Protocol::disconnectSession(qint64 session)
 {
-    return withNumber(QStringLiteral("disconnect_session="), session);
+    return withNumber(u"disconnect_session="_s, session);
 }
 
 QString Protocol::closeChat(qint32 token)
 {
-    return withNumber(QStringLiteral("close_chat="), token);
+    return withNumber(u"close_chat="_s, token);
 }
 
 QString Protocol::chatRequest(qint64 session)
 {
-    return withNumber(QStringLiteral("chat_request="), session);
+    return withNumber(u"chat_request="_s, session);
 }
 
 QString Protocol::sendChat(const QString& json)
 {
-    return marked(QStringLiteral("send_chat=")) + json;
+    return marked(u"send_chat="_s) + json;
 }
 
 QString Protocol::resultCommand(qint64 session, qint64 status)
 {
     // Built as text to the letter, blanks included: the service compares it so.
-    return marked(QStringLiteral("result_command={ \"session\" : %1, \"status\" : %2 }")
-                      .arg(session)
-                      .arg(status));
+    return marked(
+        u"result_command={ \"session\" : %1, \"status\" : %2 }"_s.arg(session).arg(status));
 }
 
 QString Protocol::resultCommandFailedToRead()
 {
-    return marked(QStringLiteral("result_command_failed_to_read"));
+    return marked(u"result_command_failed_to_read"_s);
 }
 
 std::optional<qint64> Protocol::parseInteger64(QStringView text)

@@ -5,6 +5,8 @@
 #include "logging/Logs.h"
 #include "platform/processes/ChildProcess.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 kCouldNotStart = 1;
@@ -15,14 +17,13 @@ enum class StatusLog { Written, Omitted };
 qint64 runShell(const QString& script, StatusLog statusLog)
 {
     // The last argument only becomes the script's name in the shell's own messages.
-    const auto result = ChildProcess::run(QStringLiteral("/bin/sh"),
-                                          {QStringLiteral("-c"), script, QStringLiteral("&")});
+    const auto result = ChildProcess::run(u"/bin/sh"_s, {u"-c"_s, script, u"&"_s});
     if (!result.status) {
         printErrorLog(result.error);
         return kCouldNotStart;
     }
     if (statusLog == StatusLog::Written) {
-        printLog(QStringLiteral("status=") + QString::number(*result.status));
+        printLog(u"status="_s + QString::number(*result.status));
     }
     return *result.status;
 }
@@ -41,22 +42,22 @@ QString withoutQuotes(const QString& word)
 
 qint64 RemoteCommands::executeCommand(const QString& text)
 {
-    const bool isApplicationStart = text.contains(QLatin1String("/Applications/")) &&
-                                    text.contains(QLatin1String(".app/Contents/MacOS/"));
+    const bool isApplicationStart =
+        text.contains("/Applications/"_L1) && text.contains(".app/Contents/MacOS/"_L1);
     if (isApplicationStart) {
         if (!QFileInfo::exists(withoutQuotes(getCommand(text)))) {
             return kNoSuchApplication;
         }
         // The shell leaves it in the background and returns at once.
-        return runShell(text + QStringLiteral(" &"), StatusLog::Written);
+        return runShell(text + u" &"_s, StatusLog::Written);
     }
-    printLog(QStringLiteral("command=") + text);
+    printLog(u"command="_s + text);
     return runShell(text, StatusLog::Written);
 }
 
 qint64 RemoteCommands::executeApplication(const QString& text)
 {
-    printLog(QStringLiteral("command=") + text);
+    printLog(u"command="_s + text);
     return runShell(text, StatusLog::Omitted);
 }
 

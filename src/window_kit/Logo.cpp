@@ -8,6 +8,8 @@
 #include "platform/desktop/BundleImages.h"
 #include "platform/files/FilePaths.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr QSize kSize(160, 36);
@@ -15,7 +17,7 @@ constexpr QSize kSize(160, 36);
 QString customPath()
 {
     return FilePaths::rooted(FilePaths::libraryDirectory() +
-                             QStringLiteral("/Preferences/vantoryAgent/custom-logo.png"));
+                             u"/Preferences/vantoryAgent/custom-logo.png"_s);
 }
 
 bool hasCustom()
@@ -51,8 +53,7 @@ void showCustom(QLabel& logo)
 void Logo::showBundled(QLabel& logo)
 {
     const bool isDark = logo.palette().color(QPalette::Window).lightness() < 128;
-    const auto picture =
-        BundleImages::icon(isDark ? QStringLiteral("image-dark") : QStringLiteral("image-light"));
+    const auto picture = BundleImages::icon(isDark ? u"image-dark"_s : u"image-light"_s);
     if (picture) {
         logo.setPixmap(picture->pixmap(kSize, logo.devicePixelRatioF()));
     }
@@ -80,7 +81,7 @@ void Logo::setWindowIcon(QWidget& window)
     QIcon all;
     for (const char* const name : {"vantoryAgent-16", "vantoryAgent-32", "vantoryAgent-48",
                                    "vantoryAgent", "vantoryAgent-128", "vantoryAgent-256"}) {
-        const auto icon = BundleImages::icon(QLatin1String(name));
+        const auto icon = BundleImages::icon(QLatin1StringView(name));
         const QList<QSize> sizes = icon ? icon->availableSizes() : QList<QSize>();
         for (const QSize& size : sizes) {
             all.addPixmap(icon->pixmap(size, 1.0));

@@ -4,6 +4,8 @@
 
 #include <QTextDocument>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A tool tip of more characters than this stops being one.
@@ -41,7 +43,7 @@ QString PlainText::toolTip(const QString& text)
         shown += u'…';
     }
     shown = breakable(shown);
-    return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(shown.toHtmlEscaped());
+    return u"<p style=\"white-space:pre-wrap\">%1</p>"_s.arg(shown.toHtmlEscaped());
 }
 
 QString PlainText::singleLine(const QString& text)

@@ -11,6 +11,8 @@
 #include "window_kit/Placement.h"
 #include "windows/Bundle+extensions.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr Qt::WindowFlags kFlags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
@@ -20,8 +22,7 @@ constexpr Qt::WindowFlags kFlags = Qt::Window | Qt::CustomizeWindowHint | Qt::Wi
 QString required(const std::optional<QString>& number, const char* key)
 {
     if (!number) {
-        fatalState(QLatin1String(key) +
-                   QStringLiteral(" is missing from the application's Info.plist"));
+        fatalState(QLatin1StringView(key) + u" is missing from the application's Info.plist"_s);
     }
     return *number;
 }
@@ -86,13 +87,13 @@ void AboutController::windowDidLoad()
 void AboutController::translate(const JsonData::Info& data)
 {
     Ui::AboutController& ui = window().ui;
-    m_window->setWindowTitle(QStringLiteral("vantory - ") + data.About.about);
-    ui.agentName->setText(QStringLiteral("vantory Agent"));
-    ui.versionName->setText(data.About.version + QStringLiteral(": ") +
+    m_window->setWindowTitle(u"vantory - "_s + data.About.about);
+    ui.agentName->setText(u"vantory Agent"_s);
+    ui.versionName->setText(data.About.version + u": "_s +
                             required(Bundle::releaseVersionNumber(), "CFBundleShortVersionString"));
     ui.Quit->setText(data.Common.quit);
-    ui.copyright->setText(QStringLiteral("© 2026 Halvern. All rights reserved."));
-    ui.BuildLabel->setText(data.About.build + QStringLiteral(": ") +
+    ui.copyright->setText(u"© 2026 Halvern. All rights reserved."_s);
+    ui.BuildLabel->setText(data.About.build + u": "_s +
                            required(Bundle::buildVersionNumber(), "CFBundleVersion"));
 }
 

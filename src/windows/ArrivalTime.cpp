@@ -8,6 +8,8 @@
 #include <unicode/udatpg.h>
 #include <unicode/uloc.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // What is to be shown, not in which order (UTS 35, "Date Field Symbol Table").
@@ -20,7 +22,7 @@ using Format = std::unique_ptr<UDateFormat, decltype(&udat_close)>;
 
 QByteArray icuLocale(const QString& language)
 {
-    if (language == QLatin1String("C") || language == QLatin1String("POSIX")) {
+    if (language == "C"_L1 || language == "POSIX"_L1) {
         return "en_US_POSIX";
     }
     QByteArray locale = language.toUtf8();
@@ -42,8 +44,7 @@ QString icuZone(const QDateTime& time)
 {
     const int offset = time.offsetFromUtc();
     const int minutes = std::abs(offset) / 60;
-    return QStringLiteral("GMT%1%2:%3")
-        .arg(QChar(offset < 0 ? u'-' : u'+'))
+    return u"GMT%1%2:%3"_s.arg(QChar(offset < 0 ? u'-' : u'+'))
         .arg(minutes / 60, 2, 10, QChar(u'0'))
         .arg(minutes % 60, 2, 10, QChar(u'0'));
 }

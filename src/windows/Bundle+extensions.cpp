@@ -2,6 +2,8 @@
 
 #include "platform/files/MainBundle.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::optional<QString> text(const QString& key)
@@ -14,10 +16,10 @@ std::optional<QString> text(const QString& key)
 
 std::optional<QString> Bundle::releaseVersionNumber()
 {
-    return text(QStringLiteral("CFBundleShortVersionString"));
+    return text(u"CFBundleShortVersionString"_s);
 }
 
 std::optional<QString> Bundle::buildVersionNumber()
 {
-    return text(QStringLiteral("CFBundleVersion"));
+    return text(u"CFBundleVersion"_s);
 }

@@ -23,6 +23,8 @@
 #include "window_kit/PlainText.h"
 #include "windows/SessionClock.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qsizetype kSlots = 2;
@@ -80,9 +82,9 @@ public:
     {
         Logo::showBundled(*ui.logo);
         for (const Slot& slot : rows) {
-            slot.sign->setPixmap(picture(QStringLiteral("appIcon-22-session"), *slot.sign));
-            slot.chat->setIcon(BundleImages::icon(QStringLiteral("chat")).value_or(QIcon()));
-            slot.abort->setIcon(BundleImages::icon(QStringLiteral("abort")).value_or(QIcon()));
+            slot.sign->setPixmap(picture(u"appIcon-22-session"_s, *slot.sign));
+            slot.chat->setIcon(BundleImages::icon(u"chat"_s).value_or(QIcon()));
+            slot.abort->setIcon(BundleImages::icon(u"abort"_s).value_or(QIcon()));
         }
     }
 
@@ -195,7 +197,7 @@ void ConnectionStatus::translate(const JsonData::Info& data)
     if (!m_window) {
         return;
     }
-    m_window->setWindowTitle(QStringLiteral("vantory - ") + data.Connection.conn_status_title);
+    m_window->setWindowTitle(u"vantory - "_s + data.Connection.conn_status_title);
     for (const Window::Slot& slot : m_window->rows) {
         nameButton(slot.abort, data.Connection.abort_connection_label);
         nameButton(slot.chat, data.Chat.chat);
@@ -297,9 +299,7 @@ void ConnectionStatus::showState()
     }
     const bool isLinked = AppDelegate::gatewayConnectionStatus;
     QLabel& sign = *m_window->ui.gateway_status;
-    sign.setPixmap(picture(isLinked ? QStringLiteral("status-available")
-                                    : QStringLiteral("status-unavailable"),
-                           sign));
+    sign.setPixmap(picture(isLinked ? u"status-available"_s : u"status-unavailable"_s, sign));
     sign.setAccessibleName(isLinked ? ready : no_gateway);
     if (AppDelegate::showConnectionDetail) {
         sign.setToolTip(PlainText::toolTip(gateway_name));

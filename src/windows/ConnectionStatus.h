@@ -12,6 +12,8 @@
 #include "localisation/Translate.h"
 #include "service_link/PayloadRecords.h"
 
+using namespace Qt::StringLiterals;
+
 class QTimer;
 
 // The small window at the top right of the screen that tells whether the machine is linked and who
@@ -64,9 +66,9 @@ public:
     QString gateway_name; // shown as a tool tip only
     QList<ConnectionInformation> sessions;
     // The texts of the agent's state; in English until a label document has been read.
-    QString ready = QStringLiteral("Agent ready");
-    QString no_gateway = QStringLiteral("No gateway available");
-    QString account_invalid = QStringLiteral("Account is blocked or no longer exists");
+    QString ready = u"Agent ready"_s;
+    QString no_gateway = u"No gateway available"_s;
+    QString account_invalid = u"Account is blocked or no longer exists"_s;
     std::optional<bool> accountIsValid; // none until the service has said so
     bool logoChanged = false;
     QPointer<QTimer> sessionTimer;

@@ -22,6 +22,8 @@
 #include "windows/ArrivalTime.h"
 #include "windows/MessageKind.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // In lines and in characters of an average width: as much of the text as is seen at first.
@@ -139,7 +141,7 @@ void MessageInbox::windowDidLoad()
 
 void MessageInbox::translate(const JsonData::Info& data)
 {
-    m_window->setWindowTitle(QStringLiteral("vantory"));
+    m_window->setWindowTitle(u"vantory"_s);
     m_window->ui.ReceivedLabel->setText(data.Message.received);
     m_window->ui.senderLabel->setText(data.Message.from);
     m_window->ui.Quit->setText(data.Common.ok);
@@ -206,7 +208,7 @@ void MessageInbox::stopMessage()
     const qsizetype index = AppDelegate::messageInbox.indexOf(this);
     if (index >= 0) {
         AppDelegate::messageInbox.removeAt(index);
-        printLog(QStringLiteral("deleted index=%1").arg(index));
+        printLog(u"deleted index=%1"_s.arg(index));
     }
     if (timer) {
         timer->stop(); // goes with this object: it may be the one that calls

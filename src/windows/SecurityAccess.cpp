@@ -18,6 +18,8 @@
 #include "ui_SecurityAccess.h"
 #include "window_kit/Logo.h"
 
+using namespace Qt::StringLiterals;
+
 struct SecurityAccess::Check {
     QString username;
     QString password;
@@ -36,7 +38,7 @@ public:
     {
         ui.setupUi(this);
         Logo::setWindowIcon(*this);
-        showSign(QStringLiteral("lock-32"));
+        showSign(u"lock-32"_s);
         connect(ui.applyButton, &QPushButton::clicked, this, [this] { m_owner.applyAction(); });
         connect(ui.cancelButton, &QPushButton::clicked, this, [this] { m_owner.cancelAction(); });
     }
@@ -112,13 +114,13 @@ void SecurityAccess::refresh()
         translate(labels->info(AppDelegate::language));
     }
     window().clearFields();
-    window().showSign(QStringLiteral("lock-32"));
+    window().showSign(u"lock-32"_s);
 }
 
 void SecurityAccess::translate(const JsonData::Info& data)
 {
     Ui::SecurityAccess& ui = window().ui;
-    window().setWindowTitle(QStringLiteral("vantory"));
+    window().setWindowTitle(u"vantory"_s);
     ui.cancelButton->setText(data.Common.cancel);
     ui.applyButton->setText(data.Common.apply);
     ui.username->setPlaceholderText(data.Security.username);
@@ -176,7 +178,7 @@ void SecurityAccess::finishCheck(bool isRight)
         AppDelegate::pwd = SecretText::copy(check->password);
         window().hide();
     } else {
-        window().showSign(QStringLiteral("caution"));
+        window().showSign(u"caution"_s);
         window().ui.username->setFocus();
     }
     check->checked(isRight);

@@ -14,6 +14,8 @@
 #include "window_kit/InertPeriod.h"
 #include "window_kit/Logo.h"
 
+using namespace Qt::StringLiterals;
+
 SettingsWindow::SettingsWindow(SettingsTexts texts)
     : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                            Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
@@ -92,7 +94,7 @@ void SettingsWindow::showNoSettings()
 void SettingsWindow::setLocked(bool isLocked)
 {
     m_isLocked = isLocked;
-    const QString picture = isLocked ? QStringLiteral("lock") : QStringLiteral("unlock");
+    const QString picture = isLocked ? u"lock"_s : u"unlock"_s;
     const QString words = isLocked ? m_texts.unlock : m_texts.lock;
     m_ui->lockButton->setIcon(BundleImages::icon(picture).value_or(QIcon()));
     m_ui->lockButton->setToolTip(words);
@@ -162,7 +164,7 @@ void SettingsWindow::complain(const QString& title, const QString& message)
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->setInformativeText(message);
     alert->addButton(m_texts.ok, QMessageBox::AcceptRole);
-    if (const auto sign = BundleImages::icon(QStringLiteral("caution"))) {
+    if (const auto sign = BundleImages::icon(u"caution"_s)) {
         alert->setIconPixmap(sign->pixmap(kSign, devicePixelRatioF()));
     }
     const QList<QLabel*> labels = alert->findChildren<QLabel*>();

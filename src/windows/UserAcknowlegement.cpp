@@ -16,6 +16,8 @@
 #include "window_kit/Logo.h"
 #include "window_kit/Placement.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // No button to close it, where the window manager can leave it out: it would do nothing.
@@ -40,12 +42,11 @@ public:
     {
         ui.setupUi(this);
         Logo::setWindowIcon(*this);
-        if (const auto picture = BundleImages::icon(QStringLiteral("acknowledge"))) {
+        if (const auto picture = BundleImages::icon(u"acknowledge"_s)) {
             ui.picture->setPixmap(picture->pixmap(ui.picture->size(), devicePixelRatioF()));
         }
-        ui.declineButton->setIcon(BundleImages::icon(QStringLiteral("stop")).value_or(QIcon()));
-        ui.acceptButton->setIcon(
-            BundleImages::icon(QStringLiteral("status-available")).value_or(QIcon()));
+        ui.declineButton->setIcon(BundleImages::icon(u"stop"_s).value_or(QIcon()));
+        ui.acceptButton->setIcon(BundleImages::icon(u"status-available"_s).value_or(QIcon()));
         answerBy(*ui.declineButton, [&owner] { owner.declineAction(); });
         answerBy(*ui.acceptButton, [&owner] { owner.acceptAction(); });
     }
@@ -153,7 +154,7 @@ void UserAcknowledgement::windowDidLoad()
 void UserAcknowledgement::translate(const JsonData::Info& data)
 {
     Window& shown = window();
-    shown.setWindowTitle(QStringLiteral("vantory - ") + data.UserAck.user_ack_title);
+    shown.setWindowTitle(u"vantory - "_s + data.UserAck.user_ack_title);
     shown.ui.declineButton->setText(data.Common.reject);
     shown.ui.acceptButton->setText(data.Common.accept);
     shown.ui.user_ack_desc->setDescription(data.UserAck.user_ack_desc);

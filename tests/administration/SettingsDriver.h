@@ -13,7 +13,8 @@ namespace SettingsDriver {
 inline QWidget* topLevel(const char* name)
 {
     QWidgetList found = QApplication::topLevelWidgets();
-    found.removeIf([=](QWidget* widget) { return widget->objectName() != QLatin1String(name); });
+    found.removeIf(
+        [=](QWidget* widget) { return widget->objectName() != QLatin1StringView(name); });
     return found.value(0);
 }
 
@@ -30,7 +31,7 @@ inline QWidget* question()
 template <typename Widget>
 Widget* find(QWidget* in, const char* name)
 {
-    return in->findChild<Widget*>(QLatin1String(name));
+    return in->findChild<Widget*>(QLatin1StringView(name));
 }
 
 inline QLineEdit* code()

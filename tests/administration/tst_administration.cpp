@@ -12,6 +12,8 @@
 #include "records/Intervals.h"
 #include "windows/SecurityAccess.h"
 
+using namespace Qt::StringLiterals;
+
 using namespace SettingsDriver;
 
 namespace {
@@ -29,7 +31,7 @@ Credentials person(const char* who)
 bool asRoot(const QString& command, const QString& path)
 {
     QProcess process;
-    process.start(u"sudo"_qs, QStringList{u"-S"_qs} + command.split(u' ') + QStringList{path});
+    process.start(u"sudo"_s, QStringList{u"-S"_s} + command.split(u' ') + QStringList{path});
     process.write(person("ADMINISTRATOR").password.toUtf8() + '\n');
     process.closeWriteChannel();
     return process.waitForFinished() && process.exitCode() == 0;
@@ -111,8 +113,8 @@ private Q_SLOTS:
         Intervals::current().restartRequest = std::chrono::milliseconds(500);
         m_directory = QFileInfo(backendSettingsPath()).path();
         QVERIFY(QDir().mkpath(m_directory));
-        QVERIFY(asRoot(u"chown root:sudo"_qs, m_directory));
-        QVERIFY(asRoot(u"chmod 2775"_qs, m_directory));
+        QVERIFY(asRoot(u"chown root:sudo"_s, m_directory));
+        QVERIFY(asRoot(u"chmod 2775"_s, m_directory));
         QVERIFY(m_agent->start());
     }
     void cleanup() { m_agent.reset(); }
@@ -150,7 +152,7 @@ private Q_SLOTS:
     {
         QVERIFY(leaveOldSettings() && open(*m_agent));
         click(window(), "lockButton");
-        typeCredentials(person("ADMINISTRATOR").user, u"wrong"_qs);
+        typeCredentials(person("ADMINISTRATOR").user, u"wrong"_s);
         m_agent->forget();
         const Pulse pulse;
         click(question(), "applyButton");
@@ -164,29 +166,29 @@ private Q_SLOTS:
 
     void enrolsTwiceWithOneQuestion()
     {
-        QVERIFY(leaveOldSettings() && asRoot(u"chown root"_qs, backendSettingsPath()));
+        QVERIFY(leaveOldSettings() && asRoot(u"chown root"_s, backendSettingsPath()));
         for (const char* const name : {"custom-logo.png", ".hidden", "folder/inside"}) {
-            QVERIFY(writeFile(m_agent->preferences(QLatin1String(name)), "x"));
+            QVERIFY(writeFile(m_agent->preferences(QLatin1StringView(name)), "x"));
         }
         QVERIFY(open(*m_agent));
         unlock(person("ADMINISTRATOR"));
-        apply(u"999999"_qs);
+        apply(u"999999"_s);
         // Asked for again, it opens when the service has had its time, with what is stored now.
         code()->clear();
         m_agent->delegate->settings();
         QVERIFY(!window()->isVisible());
         QTRY_VERIFY(window()->isVisible());
-        QCOMPARE(code()->text(), u"999999"_qs);
+        QCOMPARE(code()->text(), u"999999"_s);
         m_agent->delegate->enableSettings();
         const mode_t old = ::umask(077);
-        apply(u"000123"_qs);
+        apply(u"000123"_s);
         ::umask(old);
 
         struct stat status = {};
         QCOMPARE(::stat(QFile::encodeName(backendSettingsPath()), &status), 0);
         QCOMPARE(status.st_uid, uid_t(0));
         QCOMPARE(status.st_mode & 07777, mode_t(0644));
-        QByteArray text = SettingsRules::propertyList({false, u"000123"_qs, {}, {}}).toUtf8();
+        QByteArray text = SettingsRules::propertyList({false, u"000123"_s, {}, {}}).toUtf8();
         QCOMPARE(stored(), text.replace('"', "") + '\n');
         QCOMPARE(
             QDir(m_directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
@@ -221,7 +223,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, who);
         QVERIFY(leaveOldSettings() && open(*m_agent));
         unlock(person(who));
-        apply(u"333333"_qs);
+        apply(u"333333"_s);
         QTEST(stored(), "after");
     }
 };

@@ -11,6 +11,8 @@
 
 #include "platform/processes/BoundedProcess.h"
 
+using namespace Qt::StringLiterals;
+
 using std::chrono::milliseconds;
 
 // Real shells under the conditions that the administration starts them in.
@@ -21,7 +23,7 @@ private:
     static ChildProcess::Result bash(const QString& line, const QByteArray& input = {},
                                      milliseconds limit = milliseconds(20'000))
     {
-        return BoundedProcess::run(u"/bin/bash"_qs, {u"-c"_qs, line}, input, limit);
+        return BoundedProcess::run(u"/bin/bash"_s, {u"-c"_s, line}, input, limit);
     }
 
     QTemporaryDir m_directory;
@@ -29,11 +31,11 @@ private:
 private Q_SLOTS:
     void tellsTheStatusAndPassesTheInput()
     {
-        QCOMPARE(bash(u"exit 7"_qs).status.value_or(-1), 7);
-        QCOMPARE(bash(u"kill -TERM $$"_qs).status.value_or(-1), SIGTERM);
-        const QString reads = u"IFS= read -r x; [ \"$x\" = ' ä\"$ ' ] && ! read -r y"_qs;
+        QCOMPARE(bash(u"exit 7"_s).status.value_or(-1), 7);
+        QCOMPARE(bash(u"kill -TERM $$"_s).status.value_or(-1), SIGTERM);
+        const QString reads = u"IFS= read -r x; [ \"$x\" = ' ä\"$ ' ] && ! read -r y"_s;
         QCOMPARE(bash(reads, " ä\"$ \n").status.value_or(-1), 0);
-        QVERIFY(!bash(u":"_qs, QByteArray(200'000, 'x')).status); // more than a pipe holds
+        QVERIFY(!bash(u":"_s, QByteArray(200'000, 'x')).status); // more than a pipe holds
     }
 
     void startsCleanFromAnUncleanProcess()
@@ -41,10 +43,10 @@ private Q_SLOTS:
         const mode_t old = ::umask(0);
         ::signal(SIGPIPE, SIG_IGN);
         const int leak = ::open("/dev/zero", O_RDONLY);
-        const QString file = m_directory.filePath(u"made"_qs);
+        const QString file = m_directory.filePath(u"made"_s);
         const QString line =
             u"set -e; : > '%1'; ! { : < /dev/tty; } 2>/dev/null; ! ls -l /proc/$$/fd | grep zero; "
-            "grep -qE \"^SigIgn:\\s0+$\" /proc/self/status"_qs;
+            "grep -qE \"^SigIgn:\\s0+$\" /proc/self/status"_s;
         const auto result = bash(line.arg(file));
         ::close(leak);
         ::signal(SIGPIPE, SIG_DFL);
@@ -57,8 +59,8 @@ private Q_SLOTS:
 
     void endsAtTheLimit()
     {
-        const QString file = m_directory.filePath(u"late"_qs);
-        const QString line = u"trap '' TERM; (sleep 1; : > '%1') & sleep 60"_qs;
+        const QString file = m_directory.filePath(u"late"_s);
+        const QString line = u"trap '' TERM; (sleep 1; : > '%1') & sleep 60"_s;
         QElapsedTimer clock;
         clock.start();
         const auto result = bash(line.arg(file), {}, milliseconds(200));

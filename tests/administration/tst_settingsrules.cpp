@@ -7,9 +7,11 @@
 #include "agent_core/SettingsRules.h"
 #include "platform/processes/SecretText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_qs;
+const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
 
 } // namespace
 
@@ -29,13 +31,13 @@ private Q_SLOTS:
         const auto row = [](const QString& entry, bool isCode, bool isAccount) {
             QTest::addRow("<%s>", qPrintable(entry)) << entry << isCode << isAccount;
         };
-        row(u"000123"_qs, true, false);
-        row(u"-12345"_qs, true, false); // a sign is a part of a number
+        row(u"000123"_s, true, false);
+        row(u"-12345"_s, true, false); // a sign is a part of a number
         row(kId, false, true);
         row(kId.toUpper(), false, true);
         for (const QString& wrong :
-             {QString(), u"12345"_qs, u"1234567"_qs, u"0x1234"_qs, u" 12345"_qs, u"12345\n"_qs,
-              u"123456\n"_qs, u"--1234"_qs, u"------"_qs, u"123.45"_qs, u"١٢٣٤٥٦"_qs, u"😀😀😀"_qs,
+             {QString(), u"12345"_s, u"1234567"_s, u"0x1234"_s, u" 12345"_s, u"12345\n"_s,
+              u"123456\n"_s, u"--1234"_s, u"------"_s, u"123.45"_s, u"١٢٣٤٥٦"_s, u"😀😀😀"_s,
               u'{' + kId + u'}', QString(kId).remove(u'-'), kId.chopped(1), kId + u'0',
               QString(kId).replace(1, 1, u'g'), QString(kId).replace(0, 1, u'３'), kId + u'\n'}) {
             row(wrong, false, false);
@@ -50,34 +52,33 @@ private Q_SLOTS:
         QFETCH(bool, isAccount);
         QCOMPARE(SettingsRules::complaint({false, entry, kId, {}}),
                  isCode ? Complaint::None : Complaint::SessionCode);
-        QCOMPARE(SettingsRules::complaint({true, u"123456"_qs, entry, {}}),
+        QCOMPARE(SettingsRules::complaint({true, u"123456"_s, entry, {}}),
                  isAccount ? Complaint::None : Complaint::AccountId);
     }
 
     void commandLines()
     {
-        const Credentials who = {u"ad min"_qs, u"p\"w$d"_qs};
+        const Credentials who = {u"ad min"_s, u"p\"w$d"_s};
         const QString asRoot = u"/bin/echo \"p\"w$d\" | /usr/bin/sudo -u \"ad min\" -S "
-                               "/usr/bin/sudo -S "_qs;
-        QCOMPARE(SettingsRules::removeCommand(who, u"/a/b c"_qs),
-                 asRoot + u"/bin/rm \"/a/b c\""_qs);
-        QCOMPARE(SettingsRules::writeCommand(who, u"<x a=\"1\">"_qs, u"/a/b"_qs, u"/bin/chown"_qs),
-                 asRoot + u"/bin/echo \"<x a=\"1\">\" > /a/b ; "_qs + asRoot +
-                     u"/bin/chown root  /a/b"_qs);
+                               "/usr/bin/sudo -S "_s;
+        QCOMPARE(SettingsRules::removeCommand(who, u"/a/b c"_s), asRoot + u"/bin/rm \"/a/b c\""_s);
+        QCOMPARE(SettingsRules::writeCommand(who, u"<x a=\"1\">"_s, u"/a/b"_s, u"/bin/chown"_s),
+                 asRoot + u"/bin/echo \"<x a=\"1\">\" > /a/b ; "_s + asRoot +
+                     u"/bin/chown root  /a/b"_s);
     }
 
     // The real shell writes it, with nobody but the person's rights.
     void writtenFileIsReadBack()
     {
-        const QString path = m_root.filePath(u"written.plist"_qs);
+        const QString path = m_root.filePath(u"written.plist"_s);
         for (const BackendSettings& settings :
-             {BackendSettings{false, u"000123"_qs, {}, {}},
-              BackendSettings{true, u"000123"_qs, kId, u"testing"_qs}}) {
-            QString line = SettingsRules::writeCommand({u"me"_qs, u"secret"_qs},
+             {BackendSettings{false, u"000123"_s, {}, {}},
+              BackendSettings{true, u"000123"_s, kId, u"testing"_s}}) {
+            QString line = SettingsRules::writeCommand({u"me"_s, u"secret"_s},
                                                        SettingsRules::propertyList(settings), path,
-                                                       u"/bin/true"_qs);
-            line.remove(u"/usr/bin/sudo -u \"me\" -S /usr/bin/sudo -S "_qs);
-            QCOMPARE(QProcess::execute(u"/bin/bash"_qs, {u"-c"_qs, line}), 0);
+                                                       u"/bin/true"_s);
+            line.remove(u"/usr/bin/sudo -u \"me\" -S /usr/bin/sudo -S "_s);
+            QCOMPARE(QProcess::execute(u"/bin/bash"_s, {u"-c"_s, line}), 0);
             QCOMPARE(read_BackendSettingsPlist(path), settings);
         }
     }
@@ -104,17 +105,17 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, content);
         QFETCH(bool, isRead);
-        QFile file(m_root.filePath(u"stored.plist"_qs));
+        QFile file(m_root.filePath(u"stored.plist"_s));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
         file.close();
-        const BackendSettings settings{false, {}, u"a"_qs, u"testing"_qs};
+        const BackendSettings settings{false, {}, u"a"_s, u"testing"_s};
         QCOMPARE(read_BackendSettingsPlist(file.fileName()),
                  isRead ? std::optional(settings) : std::nullopt);
     }
 
     void wipedTextIsGone()
     {
-        QString typed = u"se"_qs + u'c';
+        QString typed = u"se"_s + u'c';
         const QString shared = typed;
         SecretText::wipe(typed);
         QVERIFY(typed.isEmpty());

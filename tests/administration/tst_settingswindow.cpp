@@ -9,11 +9,13 @@
 #include "agent_core/SettingsFile.h"
 #include "windows/SecurityAccess.h"
 
+using namespace Qt::StringLiterals;
+
 using namespace SettingsDriver;
 
 namespace {
 
-const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_qs;
+const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
 
 QMessageBox* alert()
 {
@@ -63,10 +65,10 @@ private Q_SLOTS:
                  managed(), account(), button(window(), "applyButton")}) {
             QVERIFY2(!widget->isEnabled(), qPrintable(widget->objectName()));
         }
-        QCOMPARE(button(window(), "lockButton")->accessibleName(), u"Unlock"_qs);
+        QCOMPARE(button(window(), "lockButton")->accessibleName(), u"Unlock"_s);
         QVERIFY(AppDelegate::isManaged && managed()->isChecked());
         QCOMPARE(account()->text(), kId);
-        QCOMPARE(find<QComboBox>(window(), "platformSelect")->currentText(), u"testing"_qs);
+        QCOMPARE(find<QComboBox>(window(), "platformSelect")->currentText(), u"testing"_s);
         m_agent->delegate->applyAction(); // nothing may come this way
         QVERIFY(window()->isVisible());
     }
@@ -113,22 +115,22 @@ private Q_SLOTS:
         for (const bool isManaged : {false, true}) {
             managed()->setChecked(isManaged);
             QLineEdit* const field = isManaged ? account() : code();
-            field->setText(u"<b>456\n"_qs);
+            field->setText(u"<b>456\n"_s);
             click(window(), "applyButton");
             QTRY_VERIFY(alert() != nullptr);
-            QCOMPARE(alert()->text(), isManaged ? u"Account Identifier is incorrect"_qs
-                                                : u"Session code is incorrect"_qs);
+            QCOMPARE(alert()->text(), isManaged ? u"Account Identifier is incorrect"_s
+                                                : u"Session code is incorrect"_s);
             QTest::mouseClick(alert()->buttons().constFirst(), Qt::LeftButton);
             QTRY_VERIFY(alert() == nullptr);
             QVERIFY(window()->isVisible() && field->isEnabled());
-            QCOMPARE(field->text(), u"<b>456\n"_qs); // to be mended
+            QCOMPARE(field->text(), u"<b>456\n"_s); // to be mended
         }
         QVERIFY(m_agent->sent().isEmpty() && !QFileInfo::exists(backendSettingsPath()));
     }
 
     void nothingChangedWritesNothing()
     {
-        const QString logo = m_agent->preferences(u"custom-logo.png"_qs);
+        const QString logo = m_agent->preferences(u"custom-logo.png"_s);
         QVERIFY(storeSettings() && writeFile(logo, "logo") && open(*m_agent));
         m_agent->delegate->enableSettings();
         m_agent->forget();
@@ -161,13 +163,13 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(question()));
         auto* const password = find<QLineEdit>(question(), "password");
         QCOMPARE(password->echoMode(), QLineEdit::Password);
-        typeCredentials(u"-c"_qs, u"secret"_qs);
+        typeCredentials(u"-c"_s, u"secret"_s);
         QTest::keyClick(password, Qt::Key_Return);
         QVERIFY(password->text().isEmpty() && !button(question(), "applyButton")->isEnabled());
         QTRY_VERIFY(button(question(), "applyButton")->isEnabled());
         QVERIFY(!AppDelegate::access->status && question()->isVisible() && !code()->isEnabled());
         QVERIFY(AppDelegate::user.isEmpty() && AppDelegate::pwd.isEmpty());
-        typeCredentials({}, u"secret"_qs);
+        typeCredentials({}, u"secret"_s);
         QTest::keyClick(password, Qt::Key_Escape);
         QVERIFY(!question()->isVisible() && password->text().isEmpty() && window()->isVisible());
 

@@ -6,6 +6,8 @@
 #include "platform/accounts/Account.h"
 #include "records/Intervals.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray connected(int session, const QByteArray& name)
@@ -38,10 +40,10 @@ QString state()
         shown.append(QString::number(info.session) + info.controlName);
     }
     const auto valid = AppDelegate::connectionStatus->accountIsValid;
-    return u"%1 '%2' account %3 [%4] [%5]"_qs.arg(
-        AppDelegate::gatewayConnectionStatus ? u"linked"_qs : u"not linked"_qs,
+    return u"%1 '%2' account %3 [%4] [%5]"_s.arg(
+        AppDelegate::gatewayConnectionStatus ? u"linked"_s : u"not linked"_s,
         AppDelegate::connectionStatus->gateway_name,
-        valid ? (*valid ? u"valid"_qs : u"invalid"_qs) : u"unknown"_qs, own.join(u' '),
+        valid ? (*valid ? u"valid"_s : u"invalid"_s) : u"unknown"_s, own.join(u' '),
         shown.join(u' '));
 }
 
@@ -126,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(m_agent->sent(), QByteArrayList());
         // The next message still works.
         QVERIFY(m_agent->send("connected_gateway=next"));
-        QVERIFY(state().startsWith(QLatin1String("linked 'next'")));
+        QVERIFY(state().startsWith("linked 'next'"_L1));
     }
 
     void logLinesStandInTheOrderOfTheSteps()
@@ -138,15 +140,15 @@ private Q_SLOTS:
         for (const QByteArray& message : sent) {
             QVERIFY(m_agent->send(message));
         }
-        const QString receive = u"connection did receive"_qs;
+        const QString receive = u"connection did receive"_s;
         QCOMPARE(m_agent->log().mid(before.size()),
-                 (QStringList{receive, u"gateway not connected"_qs,
-                              u"gateway not connected: why"_qs, u"string: disconnected_gateway="_qs,
-                              receive, QString::fromUtf8(connected(7, "A")),
-                              u"session connected"_qs, u"string: connected_session="_qs, receive,
-                              u"user_acknowledgement=x;srv;bob"_qs,
-                              u"string: user_acknowledgement="_qs, receive, u"status received"_qs,
-                              u"string: status="_qs, receive, u"string: Unknown"_qs}));
+                 (QStringList{receive, u"gateway not connected"_s, u"gateway not connected: why"_s,
+                              u"string: disconnected_gateway="_s, receive,
+                              QString::fromUtf8(connected(7, "A")), u"session connected"_s,
+                              u"string: connected_session="_s, receive,
+                              u"user_acknowledgement=x;srv;bob"_s,
+                              u"string: user_acknowledgement="_s, receive, u"status received"_s,
+                              u"string: status="_s, receive, u"string: Unknown"_s}));
     }
 
     void remoteCommandsAnswer()
@@ -161,7 +163,7 @@ private Q_SLOTS:
                                      "#####result_command={ \"session\" : 8, \"status\" : 5 }",
                                      "#####result_command_failed_to_read",
                                      "#####result_command_failed_to_read"}));
-        QCOMPARE(m_agent->log().filter(u"status="_qs), QStringList{u"status=3"_qs});
+        QCOMPARE(m_agent->log().filter(u"status="_s), QStringList{u"status=3"_s});
     }
 
     void windowComesUpLater_data()
@@ -242,7 +244,7 @@ private Q_SLOTS:
         Intervals::current().showConnection = std::chrono::milliseconds(50);
         Intervals::current().untilStatusRequest = std::chrono::milliseconds(50);
         QVERIFY(m_agent->start());
-        AppDelegate::username = u"loginwindow"_qs;
+        AppDelegate::username = u"loginwindow"_s;
         QVERIFY(m_agent->send(connected(7, "A")));
         QVERIFY(m_agent->send(status("true", "gw", session(7, "A"))));
         QTest::qWait(200);
@@ -266,18 +268,18 @@ private Q_SLOTS:
     void menuNamesWhoIsInSession()
     {
         QVERIFY(m_agent->start());
-        const QString nobody = u"Settings|Permissions|Connection|-|About"_qs;
+        const QString nobody = u"Settings|Permissions|Connection|-|About"_s;
         const auto titles = [] {
             QStringList result;
             for (const QAction* const item : AppDelegate::statusBarMenu->actions()) {
-                result.append(item->isSeparator() ? u"-"_qs : item->text());
+                result.append(item->isSeparator() ? u"-"_s : item->text());
             }
             return result.join(u'|');
         };
         QCOMPARE(titles(), nobody);
         QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
         QVERIFY(m_agent->send(connected(8, "B")));
-        QTRY_COMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_qs);
+        QTRY_COMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_s);
         QVERIFY(!AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
         AppDelegate::statusBarMenu->actions().at(2)->trigger();
         QVERIFY(AppDelegate::connectionStatus->isVisible());
@@ -289,11 +291,11 @@ private Q_SLOTS:
     void iconNames()
     {
         const auto& icon = StatusBarRules::iconName;
-        QCOMPARE(icon(true, false, false), u"appIcon-22-disconnected"_qs);
-        QCOMPARE(icon(true, false, true), u"appIcon-22-disconnected"_qs);
-        QCOMPARE(icon(false, false, true), u"appIcon-22-session"_qs); // not to be shown
-        QCOMPARE(icon(true, true, false), u"appIcon-22-connected"_qs);
-        QCOMPARE(icon(true, true, true), u"appIcon-22-session"_qs);
+        QCOMPARE(icon(true, false, false), u"appIcon-22-disconnected"_s);
+        QCOMPARE(icon(true, false, true), u"appIcon-22-disconnected"_s);
+        QCOMPARE(icon(false, false, true), u"appIcon-22-session"_s); // not to be shown
+        QCOMPARE(icon(true, true, false), u"appIcon-22-connected"_s);
+        QCOMPARE(icon(true, true, true), u"appIcon-22-session"_s);
     }
 
     void ports_data()
@@ -301,11 +303,11 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("port"); // -1: as it was
 
-        QTest::newRow("none") << QStringList{u"agent"_qs, u"6000"_qs} << -1;
-        QTest::newRow("one") << QStringList{u"port=6000"_qs} << 6000;
-        QTest::newRow("the last decides") << QStringList{u"port=6000"_qs, u"port=6001"_qs} << 6001;
+        QTest::newRow("none") << QStringList{u"agent"_s, u"6000"_s} << -1;
+        QTest::newRow("one") << QStringList{u"port=6000"_s} << 6000;
+        QTest::newRow("the last decides") << QStringList{u"port=6000"_s, u"port=6001"_s} << 6001;
         for (const char* const bad : {"abc", "", "70000", "-1", "6000x", " 6000"}) {
-            QTest::newRow(bad) << QStringList{u"port=6000"_qs, u"port="_qs + QLatin1String(bad)}
+            QTest::newRow(bad) << QStringList{u"port=6000"_s, u"port="_s + QLatin1StringView(bad)}
                                << -1;
         }
     }

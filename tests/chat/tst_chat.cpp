@@ -16,13 +16,15 @@
 #include "platform/accounts/Account.h"
 #include "records/Intervals.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // One line or member of the chat 5, as the service tells it.
 QByteArray told(const char* command, const QString& name, const QString& text = {})
 {
     const QJsonObject payload{
-        {u"context"_qs, 5}, {u"from"_qs, name}, {u"member"_qs, name}, {u"text"_qs, text}};
+        {u"context"_s, 5}, {u"from"_s, name}, {u"member"_s, name}, {u"text"_s, text}};
     return command + QJsonDocument(payload).toJson(QJsonDocument::Compact);
 }
 
@@ -36,7 +38,7 @@ QWidgetList windows()
 template <typename Widget>
 Widget* find(const char* name)
 {
-    return windows().constFirst()->findChild<Widget*>(QLatin1String(name));
+    return windows().constFirst()->findChild<Widget*>(QLatin1StringView(name));
 }
 
 QTextEdit& messages()
@@ -51,8 +53,7 @@ QStringList lines()
     for (QTextBlock block = messages().document()->begin(); block.isValid(); block = block.next()) {
         const bool isRight = block.blockFormat().alignment().testFlag(Qt::AlignRight);
         const bool isHeader = block.begin().fragment().charFormat().fontWeight() == QFont::Bold;
-        result.append((isRight ? u"R"_qs : u"L"_qs) + (isHeader ? u"# "_qs : u" "_qs) +
-                      block.text());
+        result.append((isRight ? u"R"_s : u"L"_s) + (isHeader ? u"# "_s : u" "_s) + block.text());
     }
     return result;
 }
@@ -84,11 +85,11 @@ private:
         m_agent->options = mayLeave ? "<key>allow_to_leave_chat</key><true/>" : "";
         QVERIFY(m_agent->start());
         Intervals::current().departure = std::chrono::milliseconds(100);
-        AppDelegate::addSession({7, u"desk"_qs, u"Ann"_qs, {}});
+        AppDelegate::addSession({7, u"desk"_s, u"Ann"_s, {}});
         QVERIFY(m_agent->send("request_chat=5,7"));
         QCOMPARE(windows().size(), 1);
         QVERIFY(QTest::qWaitForWindowActive(windows().constFirst()));
-        QTRY_COMPARE(lines(), QStringList(u"L Ann has joined"_qs));
+        QTRY_COMPARE(lines(), QStringList(u"L Ann has joined"_s));
     }
 
     std::unique_ptr<AgentFixture> m_agent;
@@ -106,17 +107,17 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("said"); // "name: text"; "me" is the person, "+" a joining
         QTest::addColumn<QString>("shown");
-        const QString me = u"|R# "_qs + Account::fullName();
+        const QString me = u"|R# "_s + Account::fullName();
         QTest::newRow("speakers in turn")
-            << u"Bob: one|+: Eve|Bob: two|me: a|me: b|Eve: c"_qs
-            << u"L# Bob|L one|L Eve has joined|L two"_qs + me + u"|R a|R b|L# Eve|L c"_qs;
-        QTest::newRow("nobody speaks") << u": one"_qs << u"L one"_qs;
+            << u"Bob: one|+: Eve|Bob: two|me: a|me: b|Eve: c"_s
+            << u"L# Bob|L one|L Eve has joined|L two"_s + me + u"|R a|R b|L# Eve|L c"_s;
+        QTest::newRow("nobody speaks") << u": one"_s << u"L one"_s;
         QTest::newRow("markup is text")
-            << u"<b>B</b>: <a href='x'>&lt;</a>"_qs << u"L# <b>B</b>|L <a href='x'>&lt;</a>"_qs;
+            << u"<b>B</b>: <a href='x'>&lt;</a>"_s << u"L# <b>B</b>|L <a href='x'>&lt;</a>"_s;
         QTest::newRow("right to left")
-            << u"יוסי: שלום|me: שלום"_qs << u"L# יוסי|L שלום"_qs + me + u"|R שלום"_qs;
-        QTest::newRow("names stay in their line") << u"B\nob\u202E: one\ntwo|+: E\nve\u202E"_qs
-                                                  << u"L# B ob|L one\u2028two|L E ve has joined"_qs;
+            << u"יוסי: שלום|me: שלום"_s << u"L# יוסי|L שלום"_s + me + u"|R שלום"_s;
+        QTest::newRow("names stay in their line") << u"B\nob\u202E: one\ntwo|+: E\nve\u202E"_s
+                                                  << u"L# B ob|L one\u2028two|L E ve has joined"_s;
     }
     void transcript()
     {
@@ -124,8 +125,8 @@ private Q_SLOTS:
         QFETCH(QString, shown);
         open();
         for (const QString& entry : said.split(u'|')) {
-            const QString name = entry.section(u": "_qs, 0, 0);
-            const QString text = entry.section(u": "_qs, 1);
+            const QString name = entry.section(u": "_s, 0, 0);
+            const QString text = entry.section(u": "_s, 1);
             const qsizetype before = lines().size();
             if (name == u"me") {
                 say(text);
@@ -145,25 +146,25 @@ private Q_SLOTS:
         auto* const field = find<QLineEdit>("Message");
         QVERIFY(field->hasFocus());
         // As it was typed into another window when this one jumped up.
-        QTest::keyClicks(field, u"secret"_qs);
+        QTest::keyClicks(field, u"secret"_s);
         QTest::keyClick(field, Qt::Key_Return);
         QVERIFY(field->text().isEmpty());
         listen();
         QTest::keyClick(field, Qt::Key_Return); // nothing to send
-        QTest::keyClicks(field, u"a \"b\""_qs);
+        QTest::keyClicks(field, u"a \"b\""_s);
         QTest::keyClick(field, Qt::Key_Return);
-        QTest::keyClicks(field, u"c"_qs); // at once behind it, and not along with it
+        QTest::keyClicks(field, u"c"_s); // at once behind it, and not along with it
         QTest::keyClick(field, Qt::Key_Enter, Qt::KeypadModifier);
         QTRY_COMPARE(m_agent->sent().size(), 2);
         const QByteArray first = m_agent->sent().constFirst();
         QVERIFY(first.startsWith("#####send_chat={"));
-        const QJsonObject expected{{u"token"_qs, 5}, {u"message"_qs, u"a \"b\""_qs}};
+        const QJsonObject expected{{u"token"_s, 5}, {u"message"_s, u"a \"b\""_s}};
         QCOMPARE(QJsonDocument::fromJson(first.mid(15)).object(), expected);
 
         // Without a link it is shown all the same.
         Client* const client = std::exchange(AppDelegate::client, nullptr);
-        say(u"nobody hears"_qs);
-        QTRY_COMPARE(lines().constLast(), u"R nobody hears"_qs);
+        say(u"nobody hears"_s);
+        QTRY_COMPARE(lines().constLast(), u"R nobody hears"_s);
         AppDelegate::client = client;
     }
 
@@ -174,17 +175,17 @@ private Q_SLOTS:
         field->insert(QString(120, u'a'));
         field->setCursorPosition(3);
         field->insert(QString(20, u'b')); // as a paste does
-        QCOMPARE(field->text(), u"aaa"_qs + QString(20, u'b') + QString(105, u'a'));
+        QCOMPARE(field->text(), u"aaa"_s + QString(20, u'b') + QString(105, u'a'));
         // A syllable is written down while the next one is being composed: nothing is cut yet.
-        QInputMethodEvent composing(u"하"_qs, {});
-        composing.setCommitString(u"한"_qs);
+        QInputMethodEvent composing(u"하"_s, {});
+        composing.setCommitString(u"한"_s);
         QApplication::sendEvent(field, &composing);
         QCOMPARE(field->text().size(), 129);
         QInputMethodEvent composed;
-        composed.setCommitString(u"하"_qs);
+        composed.setCommitString(u"하"_s);
         QApplication::sendEvent(field, &composed);
         QCOMPARE(field->text().size(), 128);
-        QCOMPARE(field->text().mid(23, 3), u"한하a"_qs);
+        QCOMPARE(field->text().mid(23, 3), u"한하a"_s);
     }
 
     void closing_data()
@@ -225,8 +226,8 @@ private Q_SLOTS:
         open();
         QWidget* const window = windows().constFirst();
         QVERIFY(window->close());
-        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_qs, u"seen"_qs)));
-        QTRY_COMPARE(lines().mid(1), QStringList({u"L# Bob"_qs, u"L seen"_qs}));
+        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_s, u"seen"_s)));
+        QTRY_COMPARE(lines().mid(1), QStringList({u"L# Bob"_s, u"L seen"_s}));
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QVERIFY(window->close());
         QVERIFY(m_agent->send("close_chat=5"));
@@ -250,13 +251,13 @@ private Q_SLOTS:
         QFETCH(QByteArray, message);
         QFETCH(bool, ends);
         open(false);
-        for (const QByteArray& each : {message, message, told("chat_left_member=", u"Bob"_qs)}) {
+        for (const QByteArray& each : {message, message, told("chat_left_member=", u"Bob"_s)}) {
             QVERIFY(m_agent->send(each));
         }
         QTRY_VERIFY(AppDelegate::chats.constFirst()->findChildren<QTimer*>().isEmpty());
         QVERIFY(m_agent->send("close_chat=9")); // everything before has been shown
         QCOMPARE(lines().mid(1),                // one departure, whatever else comes
-                 QStringList(ends ? u"L Ann has left"_qs : u"L Bob has left"_qs));
+                 QStringList(ends ? u"L Ann has left"_s : u"L Bob has left"_s));
         QCOMPARE(find<QPushButton>("Send")->isEnabled(), !ends);
         QCOMPARE(find<QLineEdit>("Message")->isEnabled(), !ends);
         // Leaving is possible now.
@@ -269,15 +270,15 @@ private Q_SLOTS:
     void membersComeOnceAndOneGoes()
     {
         open();
-        QVERIFY(m_agent->send(told("chat_joined_member=", u"<i>Bob"_qs)));
-        QVERIFY(m_agent->send(told("chat_joined_member=", u"Ann"_qs)));
-        QTRY_COMPARE(messages().toolTip(), u"Ann\n<i>Bob"_qs);
-        QVERIFY(m_agent->send(told("chat_left_member=", u"<i>Bob"_qs)));
+        QVERIFY(m_agent->send(told("chat_joined_member=", u"<i>Bob"_s)));
+        QVERIFY(m_agent->send(told("chat_joined_member=", u"Ann"_s)));
+        QTRY_COMPARE(messages().toolTip(), u"Ann\n<i>Bob"_s);
+        QVERIFY(m_agent->send(told("chat_left_member=", u"<i>Bob"_s)));
         QVERIFY(!AppDelegate::chats.constFirst()->leaved); // not before its time
         QTRY_VERIFY(AppDelegate::chats.constFirst()->leaved);
         QTRY_COMPARE(lines().mid(1),
-                     QStringList({u"L <i>Bob has joined"_qs, u"L <i>Bob has left"_qs}));
-        QVERIFY(m_agent->send(told("chat_left_member=", u"Eve"_qs)));
+                     QStringList({u"L <i>Bob has joined"_s, u"L <i>Bob has left"_s}));
+        QVERIFY(m_agent->send(told("chat_left_member=", u"Eve"_s)));
         QTest::mouseClick(find<QPushButton>("Quit"), Qt::LeftButton);
         QTRY_VERIFY(windows().isEmpty()); // gone when her time comes
     }
@@ -286,14 +287,14 @@ private Q_SLOTS:
     {
         open();
         // It comes in several turns of the event loop, and what follows stays behind it.
-        const QString endless = QString(30'000, u'a') + u'\n' + u"<b>"_qs.repeated(10'000);
-        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_qs, endless)));
-        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_qs, u"end"_qs)));
-        QTRY_COMPARE(lines().constLast(), u"L end"_qs);
+        const QString endless = QString(30'000, u'a') + u'\n' + u"<b>"_s.repeated(10'000);
+        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_s, endless)));
+        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_s, u"end"_s)));
+        QTRY_COMPARE(lines().constLast(), u"L end"_s);
         messages().selectAll();
         messages().copy();
         QCOMPARE(QGuiApplication::clipboard()->text(),
-                 u"Ann has joined\nBob\n"_qs + endless + u"\nend"_qs);
+                 u"Ann has joined\nBob\n"_s + endless + u"\nend"_s);
     }
 };
 

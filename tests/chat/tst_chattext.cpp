@@ -4,12 +4,14 @@
 #include "chat/ChatPlacement.h"
 #include "window_kit/ShownText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kFamily = u"👨‍👩‍👧‍👦"_qs;
-const QString kScotland = u"🏴󠁧󠁢󠁳󠁣󠁴󠁿"_qs;
-const QString kAccented = u"e\u0301"_qs;
-const QString kJamo = u"\u1100\u1161\u11A8"_qs; // one syllable in three parts
+const QString kFamily = u"👨‍👩‍👧‍👦"_s;
+const QString kScotland = u"🏴󠁧󠁢󠁳󠁣󠁴󠁿"_s;
+const QString kAccented = u"e\u0301"_s;
+const QString kJamo = u"\u1100\u1161\u11A8"_s; // one syllable in three parts
 
 } // namespace
 
@@ -22,7 +24,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("cut");
-        for (const QString& unit : {kFamily, kScotland, u"🇰🇷"_qs, kAccented, kJamo}) {
+        for (const QString& unit : {kFamily, kScotland, u"🇰🇷"_s, kAccented, kJamo}) {
             QTest::addRow("200 of %s", qPrintable(unit))
                 << unit.repeated(200) << unit.repeated(128);
         }
@@ -44,20 +46,20 @@ private Q_SLOTS:
         const auto same = [](const char* name, const QString& text) {
             QTest::newRow(name) << text << text;
         };
-        same("emoji", kFamily + kScotland + u"❤️‍🔥👍🏽"_qs);
-        QTest::newRow("line breaks") << u"a\r\nb\rc\nd\u0085e\u2029f\v"_qs
-                                     << u"a\u2028b\u2028c\u2028d\u2028e\u2028f\u2028"_qs;
+        same("emoji", kFamily + kScotland + u"❤️‍🔥👍🏽"_s);
+        QTest::newRow("line breaks")
+            << u"a\r\nb\rc\nd\u0085e\u2029f\v"_s << u"a\u2028b\u2028c\u2028d\u2028e\u2028f\u2028"_s;
         QTest::newRow("controls and NUL")
-            << u"a\u0001\u001B[1mb\u009F"_qs + QChar(u'\0') << u"a\uFFFD\uFFFD[1mb\uFFFD\uFFFD"_qs;
+            << u"a\u0001\u001B[1mb\u009F"_s + QChar(u'\0') << u"a\uFFFD\uFFFD[1mb\uFFFD\uFFFD"_s;
         QTest::newRow("direction overridden")
-            << u"\u202Eabc\u202C \u2066\u202Bd\u2069"_qs << u"abc d"_qs;
+            << u"\u202Eabc\u202C \u2066\u202Bd\u2069"_s << u"abc d"_s;
         QTest::newRow("the text engine's own")
-            << u"a\uFFFC\uFDD0b\uFDD1"_qs << u"a\uFFFD\uFFFDb\uFFFD"_qs;
+            << u"a\uFFFC\uFDD0b\uFDD1"_s << u"a\uFFFD\uFFFDb\uFFFD"_s;
         QTest::newRow("a thousand marks")
             << u'a' + QString(1000, QChar(0x301)) + u'b' << u'a' + QString(8, QChar(0x301)) + u'b';
         QTest::newRow("marks held together by joiners")
-            << u'a' + u"\u0301\u200D"_qs.repeated(9)
-            << u'a' + u"\u0301\u200D"_qs.repeated(8) + QChar(0x200D);
+            << u'a' + u"\u0301\u200D"_s.repeated(9)
+            << u'a' + u"\u0301\u200D"_s.repeated(8) + QChar(0x200D);
     }
     void shown()
     {
@@ -71,9 +73,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("isApartAtCharacters");
         QTest::newRow("no place to break") << QString(65'000, u'a') << true;
-        QTest::newRow("lines") << u"lorem\u2028ipsum "_qs.repeated(5'000) << true;
+        QTest::newRow("lines") << u"lorem\u2028ipsum "_s.repeated(5'000) << true;
         QTest::newRow("families") << kFamily.repeated(2'000) << true;
-        QTest::newRow("one endless character") << u"🙂\u200D"_qs.repeated(2'000) << false;
+        QTest::newRow("one endless character") << u"🙂\u200D"_s.repeated(2'000) << false;
     }
     void pieces()
     {

@@ -8,6 +8,8 @@
 
 #include "localisation/Translate.h"
 
+using namespace Qt::StringLiterals;
+
 // The label document that is shipped, and what becomes of damaged ones.
 class TestTranslate : public QObject {
     Q_OBJECT
@@ -15,7 +17,7 @@ class TestTranslate : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        QFile shipped(QStringLiteral(VANTORY_SHIPPED_RESOURCES "/translate.json"));
+        QFile shipped(u"" VANTORY_SHIPPED_RESOURCES "/translate.json"_s);
         QVERIFY(shipped.open(QIODevice::ReadOnly));
         m_shipped = shipped.readAll();
         qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
@@ -30,9 +32,9 @@ private Q_SLOTS:
         const auto labels = getLanguageLabel();
         QVERIFY2(labels, errors());
         // By name: the document lists Spanish before Italian, the enumeration after it.
-        QCOMPARE(labels->info(Language::Italian).Common.cancel, QStringLiteral("Annulla"));
-        QCOMPARE(labels->info(Language::Spanish).Common.cancel, QStringLiteral("Cancelar"));
-        QCOMPARE(labels->info(Language::Korean).Chat.chat, QStringLiteral("채팅"));
+        QCOMPARE(labels->info(Language::Italian).Common.cancel, u"Annulla"_s);
+        QCOMPARE(labels->info(Language::Spanish).Common.cancel, u"Cancelar"_s);
+        QCOMPARE(labels->info(Language::Korean).Chat.chat, u"채팅"_s);
         QCOMPARE(errors(), QByteArray());
     }
 
@@ -43,11 +45,11 @@ private Q_SLOTS:
 
         const auto withLabel = [&](const char* key, const QJsonValue& value) {
             QJsonObject document = QJsonDocument::fromJson(m_shipped).object();
-            QJsonObject language = document.value(QLatin1String("Ko")).toObject();
-            QJsonObject labels = language.value(QLatin1String("Common")).toObject();
-            labels.insert(QLatin1String(key), value); // an undefined one takes it away
-            language.insert(QStringLiteral("Common"), labels);
-            document.insert(QStringLiteral("Ko"), language);
+            QJsonObject language = document.value("Ko"_L1).toObject();
+            QJsonObject labels = language.value("Common"_L1).toObject();
+            labels.insert(QLatin1StringView(key), value); // an undefined one takes it away
+            language.insert(u"Common"_s, labels);
+            document.insert(u"Ko"_s, language);
             return QJsonDocument(document).toJson();
         };
         QTest::newRow("unknown label") << withLabel("x", 5) << true;
@@ -82,8 +84,7 @@ private Q_SLOTS:
             {"eng", Language::English},
         };
         for (const auto& [preference, language] : expectations) {
-            QVERIFY2(languageFor({QLatin1String(preference), QStringLiteral("fr")}) == language,
-                     preference);
+            QVERIFY2(languageFor({QLatin1StringView(preference), u"fr"_s}) == language, preference);
         }
     }
 
@@ -96,17 +97,16 @@ private:
 
     bool install(const QByteArray& document)
     {
-        const QString folder =
-            QCoreApplication::applicationDirPath() + QStringLiteral("/Resources");
-        QFile file(folder + QStringLiteral("/translate.json"));
+        const QString folder = QCoreApplication::applicationDirPath() + u"/Resources"_s;
+        QFile file(folder + u"/translate.json"_s);
         return QDir().mkpath(folder) && file.open(QIODevice::WriteOnly) &&
                file.write(document) == document.size();
     }
 
     QByteArray m_shipped;
     QTemporaryDir m_root;
-    const QString m_logs = m_root.filePath(QStringLiteral("var/lib/Halvern/vantoryAgent/logs"));
-    const QString m_errors = m_logs + QStringLiteral("/vantoryAgent.stderr");
+    const QString m_logs = m_root.filePath(u"var/lib/Halvern/vantoryAgent/logs"_s);
+    const QString m_errors = m_logs + u"/vantoryAgent.stderr"_s;
 };
 
 QTEST_GUILESS_MAIN(TestTranslate)

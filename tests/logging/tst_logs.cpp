@@ -11,6 +11,8 @@
 
 #include "logging/Logs.h"
 
+using namespace Qt::StringLiterals;
+
 // The two log files.
 class TestLogs : public QObject {
     Q_OBJECT
@@ -27,10 +29,10 @@ private Q_SLOTS:
     {
         LogDestination().cleanUp();
         LogErrorDestination().cleanUp();
-        printLog(QStringLiteral("one\ntwo"));
+        printLog(u"one\ntwo"_s);
         printLog(QString());
-        printLog(QStringLiteral("half ") + QChar(0xd800));
-        printErrorLog(QStringLiteral("größer"));
+        printLog(u"half "_s + QChar(0xd800));
+        printErrorLog(u"größer"_s);
         const QByteArray time = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
         const QByteArray text = content(m_ordinary) + content(m_errors);
         const QByteArray lines = time + "one\ntwo\n" + time + "\n" + time + "größer\n";
@@ -57,9 +59,9 @@ private Q_SLOTS:
 
     void nothingElseIsWrittenInto()
     {
-        printLog(QStringLiteral("dropped")); // a file that is away stays away
+        printLog(u"dropped"_s); // a file that is away stays away
         QVERIFY(!QFile::exists(path(m_ordinary)));
-        QFile target(m_root->filePath(QStringLiteral("target")));
+        QFile target(m_root->filePath(u"target"_s));
         QVERIFY(target.open(QIODevice::WriteOnly) && target.write("precious") > 0);
         target.close();
         QVERIFY(target.link(path(m_ordinary)));
@@ -67,8 +69,8 @@ private Q_SLOTS:
         QCOMPARE(::mkfifo(QFile::encodeName(path(m_errors)), 0666), 0);
         LogDestination().cleanUp();
         LogErrorDestination().cleanUp();
-        printLog(QStringLiteral("dropped"));
-        printErrorLog(QStringLiteral("dropped"));
+        printLog(u"dropped"_s);
+        printErrorLog(u"dropped"_s);
         QVERIFY(target.open(QIODevice::ReadOnly));
         QCOMPARE(target.readAll(), QByteArray("precious"));
     }
@@ -78,7 +80,7 @@ private Q_SLOTS:
         LogDestination().cleanUp();
         const auto write = [] {
             for (int i = 0; i < 500; ++i) {
-                printLog(QStringLiteral("a line of a certain length"));
+                printLog(u"a line of a certain length"_s);
             }
         };
         std::thread other(write);
@@ -94,7 +96,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QString path(const QString& name) const
     {
-        return m_root->filePath(QStringLiteral("var/lib/Halvern/vantoryAgent/logs/") + name);
+        return m_root->filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s + name);
     }
     [[nodiscard]] QByteArray content(const QString& name) const
     {
@@ -103,8 +105,8 @@ private:
     }
 
     std::unique_ptr<QTemporaryDir> m_root;
-    const QString m_ordinary = QStringLiteral("vantoryAgent.stdout");
-    const QString m_errors = QStringLiteral("vantoryAgent.stderr");
+    const QString m_ordinary = u"vantoryAgent.stdout"_s;
+    const QString m_errors = u"vantoryAgent.stderr"_s;
 };
 
 QTEST_GUILESS_MAIN(TestLogs)

@@ -11,6 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr auto kReport = "--report";
@@ -21,11 +23,11 @@ int report(const char* path)
     QByteArray lines = "descriptors";
     for (int descriptor = 0; descriptor < 1024; ++descriptor) {
         if (::fcntl(descriptor, F_GETFD) >= 0) {
-            const auto link = u"/proc/self/fd/%1"_qs.arg(descriptor);
+            const auto link = u"/proc/self/fd/%1"_s.arg(descriptor);
             lines += ' ' + QFile::symLinkTarget(link).toUtf8();
         }
     }
-    QFile status(u"/proc/self/status"_qs);
+    QFile status(u"/proc/self/status"_s);
     QFile file(QString::fromUtf8(path));
     if (!status.open(QIODevice::ReadOnly) || !file.open(QIODevice::WriteOnly)) {
         return 1;
@@ -46,7 +48,7 @@ bool hasChildren()
     return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
-const QString kShell = u"/bin/sh"_qs;
+const QString kShell = u"/bin/sh"_s;
 
 } // namespace
 
@@ -63,23 +65,23 @@ private Q_SLOTS:
         const auto row = [](const char* name, const QString& text, int status) {
             QTest::newRow(name) << kShell << text << status << QString();
         };
-        row("a status of its own", u"exit 3"_qs, 3);
-        row("dies of a signal", u"kill -TERM $$"_qs, 15);
-        row("a broken pipe inside", u"sh -c 'kill -PIPE $$'"_qs, 141);
-        row("arguments whole", u"test \"$0\" = 'a  \"b\" é'"_qs, 0);
-        row("waits for input", u"cat; exit 4"_qs, 4);
-        row("much output", u"head -c 3000000 /dev/zero; head -c 3000000 /dev/zero >&2"_qs, 0);
+        row("a status of its own", u"exit 3"_s, 3);
+        row("dies of a signal", u"kill -TERM $$"_s, 15);
+        row("a broken pipe inside", u"sh -c 'kill -PIPE $$'"_s, 141);
+        row("arguments whole", u"test \"$0\" = 'a  \"b\" é'"_s, 0);
+        row("waits for input", u"cat; exit 4"_s, 4);
+        row("much output", u"head -c 3000000 /dev/zero; head -c 3000000 /dev/zero >&2"_s, 0);
         QTest::newRow("missing program")
-            << u"/nowhere/program"_qs << QString() << -1 << u"No such file or directory"_qs;
+            << u"/nowhere/program"_s << QString() << -1 << u"No such file or directory"_s;
         QTest::newRow("a zero character in an argument")
-            << kShell << QString(QChar(u'\0')) << -1 << u"Invalid argument"_qs;
+            << kShell << QString(QChar(u'\0')) << -1 << u"Invalid argument"_s;
     }
 
     void statusOrError()
     {
         QFETCH(const QString, program);
         QFETCH(const QString, script);
-        const auto result = ChildProcess::run(program, {u"-c"_qs, script, u"a  \"b\" é"_qs});
+        const auto result = ChildProcess::run(program, {u"-c"_s, script, u"a  \"b\" é"_s});
         QTEST(result.status.value_or(-1), "status");
         QTEST(result.error, "error");
         QVERIFY(!hasChildren());
@@ -88,7 +90,7 @@ private Q_SLOTS:
     void aChildInheritsNothing()
     {
         const QTemporaryDir directory;
-        const QString file = directory.filePath(u"report"_qs);
+        const QString file = directory.filePath(u"report"_s);
 
         // An agent that is itself a careless parent's child.
         constexpr int kIgnored[] = {SIGPIPE, SIGINT, SIGCHLD};
@@ -123,10 +125,10 @@ private Q_SLOTS:
     {
         const int next = ::dup(STDIN_FILENO);
         ::close(next);
-        QCOMPARE(ChildProcess::start(kShell, {u"-c"_qs, u"exit 1"_qs}), std::nullopt);
+        QCOMPARE(ChildProcess::start(kShell, {u"-c"_s, u"exit 1"_s}), std::nullopt);
         QTRY_VERIFY(!hasChildren());
         QCOMPARE(::fcntl(next, F_GETFD), -1);
-        QVERIFY(ChildProcess::start(u"/nowhere/program"_qs, {}));
+        QVERIFY(ChildProcess::start(u"/nowhere/program"_s, {}));
     }
 };
 

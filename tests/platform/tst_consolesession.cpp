@@ -17,6 +17,8 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 // A seat's active session as logind tells it.
 struct Place {
     QString id;
@@ -27,20 +29,19 @@ struct Place {
 
 namespace {
 
-const QString kService = u"org.freedesktop.login1"_qs;
-const QString kRoot = u"/org/freedesktop/login1"_qs;
-const QString kMock = u"org.freedesktop.DBus.Mock"_qs;
-const QStringList kSessions = {u"own"_qs, u"process"_qs, u"front"_qs};
+const QString kService = u"org.freedesktop.login1"_s;
+const QString kRoot = u"/org/freedesktop/login1"_s;
+const QString kMock = u"org.freedesktop.DBus.Mock"_s;
+const QStringList kSessions = {u"own"_s, u"process"_s, u"front"_s};
 
 QString sessionPath(const QString& id)
 {
-    return kRoot + u"/session/"_qs + id;
+    return kRoot + u"/session/"_s + id;
 }
 
 QVariant placeOf(const QString& id)
 {
-    return QVariant::fromValue(
-        Place{id, QDBusObjectPath(id.isEmpty() ? u"/"_qs : sessionPath(id))});
+    return QVariant::fromValue(Place{id, QDBusObjectPath(id.isEmpty() ? u"/"_s : sessionPath(id))});
 }
 
 } // namespace
@@ -53,30 +54,30 @@ class TestConsoleSession : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        if (QProcess::execute(u"/usr/bin/python3"_qs, {u"-c"_qs, u"import dbusmock"_qs}) != 0) {
+        if (QProcess::execute(u"/usr/bin/python3"_s, {u"-c"_s, u"import dbusmock"_s}) != 0) {
             QSKIP("/usr/bin/python3 has no dbusmock");
         }
-        const QString address = u"unix:path="_qs + m_directory.filePath(u"bus"_qs);
+        const QString address = u"unix:path="_s + m_directory.filePath(u"bus"_s);
         m_address = address.toUtf8();
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_address);
         for (QProcess* const process : {&m_daemon, &m_logind}) {
             process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
         }
         m_logind.setStandardOutputFile(QProcess::nullDevice()); // it tells each call
-        m_daemon.start(u"dbus-daemon"_qs, {u"--session"_qs, u"--nofork"_qs, u"--nopidfile"_qs,
-                                           u"--print-address=1"_qs, u"--address="_qs + address});
+        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s,
+                                          u"--print-address=1"_s, u"--address="_s + address});
         QVERIFY(m_daemon.waitForReadyRead());
-        m_logind.start(u"/usr/bin/python3"_qs,
-                       {u"-m"_qs, u"dbusmock"_qs, u"--system"_qs, u"--template"_qs, u"logind"_qs});
+        m_logind.start(u"/usr/bin/python3"_s,
+                       {u"-m"_s, u"dbusmock"_s, u"--system"_s, u"--template"_s, u"logind"_s});
         qDBusRegisterMetaType<Place>();
-        m_bus = std::make_unique<QDBusConnection>(
-            QDBusConnection::connectToBus(address, u"control"_qs));
+        m_bus =
+            std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(address, u"control"_s));
         QTRY_VERIFY_WITH_TIMEOUT(m_bus->interface()->isServiceRegistered(kService).value(), 20'000);
 
         for (const QString& id : kSessions) { // the last is active
-            call(kRoot, kMock, u"AddSession"_qs, {id, u"seat0"_qs, 1000U, u"ann"_qs, true});
+            call(kRoot, kMock, u"AddSession"_s, {id, u"seat0"_s, 1000U, u"ann"_s, true});
         }
-        setKnown(u"GetSession"_qs, u"s"_qs, u"'own'"_qs, u"own"_qs);
+        setKnown(u"GetSession"_s, u"s"_s, u"'own'"_s, u"own"_s);
     }
 
     // An ordinary desktop: the person at the seat, nothing locked, the process in no session.
@@ -84,23 +85,23 @@ private Q_SLOTS:
     {
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_address);
         qunsetenv("XDG_SESSION_ID");
-        setActive(placeOf(u"front"_qs));
-        setFront(u"Class"_qs, u"user"_qs);
-        setFront(u"Name"_qs, u"ann"_qs);
+        setActive(placeOf(u"front"_s));
+        setFront(u"Class"_s, u"user"_s);
+        setFront(u"Name"_s, u"ann"_s);
         lock({});
         setProcessSession(false);
     }
 
     void consoleUser()
     {
-        QCOMPARE(ConsoleSession::consoleUser(), u"ann"_qs);
-        setFront(u"Name"_qs, QString());
+        QCOMPARE(ConsoleSession::consoleUser(), u"ann"_s);
+        setFront(u"Name"_s, QString());
         QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
-        setFront(u"Name"_qs, true); // of another type than documented
+        setFront(u"Name"_s, true); // of another type than documented
         QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
-        setFront(u"Class"_qs, u"greeter"_qs);
-        QCOMPARE(ConsoleSession::consoleUser(), u"loginwindow"_qs);
-        for (const QVariant& place : {placeOf({}), placeOf(u"gone"_qs), QVariant(u"front"_qs)}) {
+        setFront(u"Class"_s, u"greeter"_s);
+        QCOMPARE(ConsoleSession::consoleUser(), u"loginwindow"_s);
+        for (const QVariant& place : {placeOf({}), placeOf(u"gone"_s), QVariant(u"front"_s)}) {
             setActive(place);
             QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
         }
@@ -109,10 +110,10 @@ private Q_SLOTS:
     void screenLock()
     {
         const std::tuple<QByteArray, bool, QString> expectations[] = {
-            {"own", true, u"own"_qs}, // XDG_SESSION_ID, whether the process is in a session
-            {"c9", true, u"process"_qs},
-            {"\xFF", true, u"process"_qs},
-            {"", false, u"front"_qs},
+            {"own", true, u"own"_s}, // XDG_SESSION_ID, whether the process is in a session
+            {"c9", true, u"process"_s},
+            {"\xFF", true, u"process"_s},
+            {"", false, u"front"_s},
         };
         for (const auto& [id, isInSession, asked] : expectations) {
             qputenv("XDG_SESSION_ID", id);
@@ -126,7 +127,7 @@ private Q_SLOTS:
 
     void noAnswerMeansNobodyAndUnlocked()
     {
-        lock(u"front"_qs);
+        lock(u"front"_s);
         for (const QProcess* const hanging : {&m_daemon, &m_logind}) {
             QTRY_VERIFY(ConsoleSession::isScreenLocked());
             ::kill(static_cast<pid_t>(hanging->processId()), SIGSTOP);
@@ -164,25 +165,25 @@ private:
 
     void set(const QString& path, const QString& kind, const QString& name, const QVariant& value)
     {
-        call(path, u"org.freedesktop.DBus.Properties"_qs, u"Set"_qs,
+        call(path, u"org.freedesktop.DBus.Properties"_s, u"Set"_s,
              {kService + u'.' + kind, name, QVariant::fromValue(QDBusVariant(value))});
     }
 
     void setActive(const QVariant& place)
     {
-        set(kRoot + u"/seat/seat0"_qs, u"Seat"_qs, u"ActiveSession"_qs, place);
+        set(kRoot + u"/seat/seat0"_s, u"Seat"_s, u"ActiveSession"_s, place);
     }
 
     void setFront(const QString& name, const QVariant& value)
     {
-        set(sessionPath(u"front"_qs), u"Session"_qs, name, value);
+        set(sessionPath(u"front"_s), u"Session"_s, name, value);
     }
 
     // This one alone.
     void lock(const QString& locked)
     {
         for (const QString& id : kSessions) {
-            set(sessionPath(id), u"Session"_qs, u"LockedHint"_qs, id == locked);
+            set(sessionPath(id), u"Session"_s, u"LockedHint"_s, id == locked);
         }
     }
 
@@ -193,16 +194,16 @@ private:
         const QString code =
             u"if args[0] != %1:\n"
             "    raise dbus.exceptions.DBusException('none', name='org.test.NoSession')\n"
-            "ret = '%2'"_qs.arg(argument, sessionPath(id));
-        call(kRoot, kMock, u"AddMethod"_qs,
-             {u"org.freedesktop.login1.Manager"_qs, method, type, u"o"_qs, code});
+            "ret = '%2'"_s.arg(argument, sessionPath(id));
+        call(kRoot, kMock, u"AddMethod"_s,
+             {u"org.freedesktop.login1.Manager"_s, method, type, u"o"_s, code});
     }
 
     // Whether logind counts this process to the session "process".
     void setProcessSession(bool isInSession)
     {
-        setKnown(u"GetSessionByPID"_qs, u"u"_qs, QString::number(isInSession ? ::getpid() : 0),
-                 u"process"_qs);
+        setKnown(u"GetSessionByPID"_s, u"u"_s, QString::number(isInSession ? ::getpid() : 0),
+                 u"process"_s);
     }
 
     QTemporaryDir m_directory;

@@ -16,6 +16,8 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Values = std::optional<QVariantMap>;
@@ -73,7 +75,7 @@ QByteArray settings(const QByteArray& sessionCode)
 int tell()
 {
     QTextStream(stdout) << MainBundle::path() << '\n'
-                        << MainBundle::infoValue(u"sessionCode"_qs).toString() << '\n'
+                        << MainBundle::infoValue(u"sessionCode"_s).toString() << '\n'
                         << Account::loginName() << '\n'
                         << Account::fullName() << '\n';
     return 0;
@@ -94,10 +96,10 @@ private Q_SLOTS:
             QTest::newRow(name) << bytes << expected;
         };
         const QByteArray good = settings("123456");
-        const QVariantMap stored = {{u"managed"_qs, true}, {u"sessionCode"_qs, u"123456"_qs}};
+        const QVariantMap stored = {{u"managed"_s, true}, {u"sessionCode"_s, u"123456"_s}};
         constexpr qsizetype kMebibyte = 1024 * 1024;
         row("the settings, whose head has no quotes", good, stored);
-        row("binary", binaryList({"\x51v"}), QVariantMap{{u"k"_qs, u"v"_qs}});
+        row("binary", binaryList({"\x51v"}), QVariantMap{{u"k"_s, u"v"_s}});
         row("the largest", good.leftJustified(kMebibyte, ' '), stored);
         row("too large", good.leftJustified(kMebibyte + 1, ' '));
         row("an unescaped <", settings("a<b"));
@@ -118,7 +120,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, bytes);
         QFETCH(const Values, expected);
         const QTemporaryDir directory;
-        const QString path = directory.filePath(u"list.plist"_qs);
+        const QString path = directory.filePath(u"list.plist"_s);
         QVERIFY(write(path, bytes));
         QCOMPARE(PropertyList::readDictionary(path), expected);
     }
@@ -126,9 +128,9 @@ private Q_SLOTS:
     void propertyListsAreRegularFiles()
     {
         const QTemporaryDir directory;
-        const QString pipe = directory.filePath(u"pipe"_qs);
+        const QString pipe = directory.filePath(u"pipe"_s);
         QCOMPARE(::mkfifo(qPrintable(pipe), 0600), 0);
-        for (const QString& path : {pipe, directory.path(), u"/missing"_qs, u"/dev/zero"_qs}) {
+        for (const QString& path : {pipe, directory.path(), u"/missing"_s, u"/dev/zero"_s}) {
             QCOMPARE(PropertyList::readDictionary(path), Values());
         }
     }
@@ -136,11 +138,11 @@ private Q_SLOTS:
     void languages()
     {
         const std::pair<QByteArrayList, QString> expectations[] = {
-            {{"", "", "", ""}, u"C"_qs}, // LANGUAGE, LC_ALL, LC_MESSAGES, LANG
-            {{"", "", "it_IT@euro", "de_DE.UTF-8"}, u"it_IT"_qs},
-            {{"", "fr_FR", "it_IT", "de_DE"}, u"fr_FR"_qs},
-            {{"ko:en_US.UTF-8:ko", "de_DE.UTF-8@euro", "", ""}, u"ko en_US de_DE"_qs},
-            {{QByteArray(9000, ':'), "", "", ".UTF-8"}, u"C"_qs},
+            {{"", "", "", ""}, u"C"_s}, // LANGUAGE, LC_ALL, LC_MESSAGES, LANG
+            {{"", "", "it_IT@euro", "de_DE.UTF-8"}, u"it_IT"_s},
+            {{"", "fr_FR", "it_IT", "de_DE"}, u"fr_FR"_s},
+            {{"ko:en_US.UTF-8:ko", "de_DE.UTF-8@euro", "", ""}, u"ko en_US de_DE"_s},
+            {{QByteArray(9000, ':'), "", "", ".UTF-8"}, u"C"_s},
         };
         for (const auto& [variables, expected] : expectations) {
             qputenv("LANGUAGE", variables[0]);
@@ -155,33 +157,32 @@ private Q_SLOTS:
     void whatAProgramFindsAroundItself()
     {
         const QTemporaryDir directory;
-        const QString program = directory.filePath(u"Grüß.app/program"_qs);
-        const QString link = directory.filePath(u"link"_qs);
-        const QString database = directory.filePath(u"passwd"_qs);
-        QVERIFY(QDir().mkpath(directory.filePath(u"Grüß.app"_qs)));
+        const QString program = directory.filePath(u"Grüß.app/program"_s);
+        const QString link = directory.filePath(u"link"_s);
+        const QString database = directory.filePath(u"passwd"_s);
+        QVERIFY(QDir().mkpath(directory.filePath(u"Grüß.app"_s)));
         QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
         QVERIFY(QFile::link(program, link));
-        QVERIFY(write(directory.filePath(u"Grüß.app/Info.plist"_qs), settings("123456")));
+        QVERIFY(write(directory.filePath(u"Grüß.app/Info.plist"_s), settings("123456")));
         const std::pair<QByteArray, QString> names[] = {
-            {"& Bell,Room 3,,", u"Ann Bell"_qs},
-            {",Room 3", u"ann"_qs},
-            {"Zo\xEB", u"Zo\uFFFD"_qs},
+            {"& Bell,Room 3,,", u"Ann Bell"_s},
+            {",Room 3", u"ann"_s},
+            {"Zo\xEB", u"Zo\uFFFD"_s},
             {QByteArray(5000, 'x'), QString(5000, u'x')},
         };
         for (const auto& [comment, name] : names) {
             QVERIFY(write(database, "ann:x:0:0:" + comment + ":/:/bin/sh\n"));
             QProcess process;
-            process.start(u"unshare"_qs,
-                          {u"--user"_qs, u"--map-root-user"_qs, u"--mount"_qs, u"sh"_qs, u"-c"_qs,
-                           u"mount --bind \"$1\" /etc/passwd && exec \"$0\" --tell"_qs, link,
+            process.start(u"unshare"_s,
+                          {u"--user"_s, u"--map-root-user"_s, u"--mount"_s, u"sh"_s, u"-c"_s,
+                           u"mount --bind \"$1\" /etc/passwd && exec \"$0\" --tell"_s, link,
                            database});
             QVERIFY(process.waitForFinished());
             if (process.exitCode() != 0) {
                 QSKIP("name spaces are not allowed here");
             }
-            QCOMPARE(
-                QString::fromUtf8(process.readAllStandardOutput()).split(u'\n').first(4),
-                QStringList({directory.filePath(u"Grüß.app"_qs), u"123456"_qs, u"ann"_qs, name}));
+            QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()).split(u'\n').first(4),
+                     QStringList({directory.filePath(u"Grüß.app"_s), u"123456"_s, u"ann"_s, name}));
         }
     }
 };

@@ -13,6 +13,8 @@
 
 #include "service_link/ClientConnection.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A queue that is busy until it is told to go on.
@@ -74,7 +76,7 @@ private Q_SLOTS:
     {
         QVERIFY(start());
         m_peer->write("first=1");
-        QTRY_COMPARE(MESSAGES, QStringList{QStringLiteral("first=1")});
+        QTRY_COMPARE(MESSAGES, QStringList{u"first=1"_s});
         // A read's worth exactly, and one byte more in the next.
         m_peer->write(QByteArray(65536, 'a'));
         m_peer->flush();
@@ -82,17 +84,17 @@ private Q_SLOTS:
         const auto before = MESSAGES.size();
         m_peer->write("b");
         QTRY_COMPARE(MESSAGES.size(), before + 1);
-        QCOMPARE(MESSAGES.last(), QStringLiteral("b"));
+        QCOMPARE(MESSAGES.last(), u"b"_s);
         m_peer->write("status=\xff\xfe"); // no Unicode
-        QTRY_COMPARE(MESSAGES.last(), QStringLiteral("(none)"));
+        QTRY_COMPARE(MESSAGES.last(), u"(none)"_s);
         m_peer->write("next");
-        QTRY_COMPARE(MESSAGES.last(), QStringLiteral("next"));
+        QTRY_COMPARE(MESSAGES.last(), u"next"_s);
     }
 
     void keepsReadsApartWhileTheQueueIsBusy()
     {
         QVERIFY(startBusy());
-        const QStringList sent = {QStringLiteral("one"), QStringLiteral("two")};
+        const QStringList sent = {u"one"_s, u"two"_s};
         for (const QString& message : sent) {
             m_peer->write(message.toUtf8());
             QVERIFY(m_peer->waitForBytesWritten());
@@ -133,7 +135,7 @@ private Q_SLOTS:
     void ends()
     {
         QFETCH(QString, how);
-        if (how == QLatin1String("refuse")) {
+        if (how == "refuse"_L1) {
             create();
             m_server->close();
             m_connection->start();
@@ -141,7 +143,7 @@ private Q_SLOTS:
             QVERIFY(start());
             m_peer->write("last words");
             QVERIFY(m_peer->waitForBytesWritten());
-            if (how == QLatin1String("close")) {
+            if (how == "close"_L1) {
                 m_peer->disconnectFromHost();
             } else {
                 QTRY_COMPARE(MESSAGES.size(), 1);
@@ -153,8 +155,8 @@ private Q_SLOTS:
         }
         QTRY_VERIFY(m_error >= 0);
         QTEST(m_error.load(), "error");
-        if (how == QLatin1String("close")) {
-            QCOMPARE(MESSAGES, QStringList{QStringLiteral("last words")});
+        if (how == "close"_L1) {
+            QCOMPARE(MESSAGES, QStringList{u"last words"_s});
         }
     }
 
@@ -184,11 +186,11 @@ private:
     void create(const std::function<void()>& onMessage = [] {})
     {
         m_connection = std::make_unique<ClientConnection>(
-            QStringLiteral("localhost"), m_server->serverPort(),
+            u"localhost"_s, m_server->serverPort(),
             [this, onMessage](const std::optional<QString>& text) {
                 onMessage();
                 const std::lock_guard lock(m_mutex);
-                m_messages.append(text.value_or(QStringLiteral("(none)")));
+                m_messages.append(text.value_or(u"(none)"_s));
                 return text;
             });
         m_connection->didStopCallback = [this](const std::optional<NetworkError>& error) {

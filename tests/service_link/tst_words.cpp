@@ -8,6 +8,8 @@
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool write(const QString& path, const QByteArray& bytes)
@@ -61,18 +63,17 @@ private Q_SLOTS:
         QTest::addColumn<bool>("decodes");
         QTest::addColumn<qint64>("timeout");
 
-        const auto row = [](const char* name, const QString& timeout, bool decodes,
-                            qint64 value = 0) {
-            QTest::newRow(name)
-                << QStringLiteral(R"({"from":"a","text":"b","icon":1,"timeout":%1})").arg(timeout)
-                << decodes << value;
-        };
-        row("integer", QStringLiteral("3"), true, 3);
-        row("exact beyond a double's digits", QStringLiteral("9007199254740993"), true,
-            9007199254740993);
-        row("beyond range", QStringLiteral("9223372036854775808"), false);
-        row("fraction", QStringLiteral("3.5"), false);
-        row("string", QStringLiteral("\"3\""), false);
+        const auto row =
+            [](const char* name, const QString& timeout, bool decodes, qint64 value = 0) {
+                QTest::newRow(name)
+                    << uR"({"from":"a","text":"b","icon":1,"timeout":%1})"_s.arg(timeout) << decodes
+                    << value;
+            };
+        row("integer", u"3"_s, true, 3);
+        row("exact beyond a double's digits", u"9007199254740993"_s, true, 9007199254740993);
+        row("beyond range", u"9223372036854775808"_s, false);
+        row("fraction", u"3.5"_s, false);
+        row("string", u"\"3\""_s, false);
         QTest::newRow("unknown key")
             << R"({"from":"a","text":"b","icon":1,"timeout":3,"x":{}})" << true << qint64(3);
         QTest::newRow("missing key")
@@ -101,12 +102,11 @@ private Q_SLOTS:
             {R"(,"sessionDate":12.5)", 12.5}};
         const auto decode = [](const char* isValid, const char* date) {
             const QString session =
-                QStringLiteral(R"({"session":7,"remoteDevice":"d","remoteControlUser":"u"%1})");
+                uR"({"session":7,"remoteDevice":"d","remoteControlUser":"u"%1})"_s;
             return decode_status(
-                QStringLiteral(
-                    R"({"accountIsValid":%1,"gateway":"g","sessionId":"s","sessions":[%2,%3]})")
-                    .arg(QLatin1String(isValid), session.arg(QString()),
-                         session.arg(QLatin1String(date))));
+                uR"({"accountIsValid":%1,"gateway":"g","sessionId":"s","sessions":[%2,%3]})"_s.arg(
+                    QLatin1StringView(isValid), session.arg(QString()),
+                    session.arg(QLatin1StringView(date))));
         };
         for (const auto& [text, date] : dates) {
             const auto status = decode("true", text);
@@ -133,7 +133,7 @@ private Q_SLOTS:
             {"\\a b", "\\a"}, // only a quoted blank clears the escape
         };
         for (const auto& [line, word] : expectations) {
-            QCOMPARE(RemoteCommands::getCommand(QString::fromUtf8(line)), QLatin1String(word));
+            QCOMPARE(RemoteCommands::getCommand(QString::fromUtf8(line)), QLatin1StringView(word));
         }
     }
 
@@ -143,18 +143,15 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("status");
         QTest::addColumn<QString>("log");
 
-        const QString app = QStringLiteral("%1/Applications/A B.app/Contents/MacOS/run");
+        const QString app = u"%1/Applications/A B.app/Contents/MacOS/run"_s;
         QTest::newRow("status") << "exit 3" << qint64(3) << "command=exit 3|status=3";
         QTest::newRow("no such program") << "/nowhere/x 2>/dev/null" << qint64(127)
                                          << "command=/nowhere/x 2>/dev/null|status=127";
         QTest::newRow("signal") << "kill -KILL $$" << qint64(9) << "command=kill -KILL $$|status=9";
-        QTest::newRow("NUL") << QStringLiteral("true") + QChar(0) + QStringLiteral("false")
-                             << qint64(1)
-                             << QStringLiteral("command=true") + QChar(0) + QStringLiteral("false");
-        QTest::newRow("application")
-            << u'\'' + app + QLatin1String("' 5") << qint64(0) << "status=0";
-        QTest::newRow("no such application")
-            << u'\'' + app + QLatin1String("x' 5") << qint64(4) << "";
+        QTest::newRow("NUL") << u"true"_s + QChar(0) + u"false"_s << qint64(1)
+                             << u"command=true"_s + QChar(0) + u"false"_s;
+        QTest::newRow("application") << u'\'' + app + "' 5"_L1 << qint64(0) << "status=0";
+        QTest::newRow("no such application") << u'\'' + app + "x' 5"_L1 << qint64(4) << "";
     }
 
     void commandStatuses()
@@ -162,25 +159,24 @@ private Q_SLOTS:
         QFETCH(QString, line);
         QFETCH(QString, log);
         QTemporaryDir root;
-        const QString app = root.filePath(QStringLiteral("Applications/A B.app/Contents/MacOS/"));
-        const QString logs = root.filePath(QStringLiteral("var/lib/Halvern/vantoryAgent/logs/"));
+        const QString app = root.filePath(u"Applications/A B.app/Contents/MacOS/"_s);
+        const QString logs = root.filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s);
         QVERIFY(QDir().mkpath(app) && QDir().mkpath(logs));
-        QVERIFY(write(app + QStringLiteral("run"), "#!/bin/sh\nsleep $1\n"));
-        QFile::setPermissions(app + QStringLiteral("run"), QFile::ReadOwner | QFile::ExeOwner);
-        QVERIFY(write(logs + QStringLiteral("vantoryAgent.stdout"), ""));
+        QVERIFY(write(app + u"run"_s, "#!/bin/sh\nsleep $1\n"));
+        QFile::setPermissions(app + u"run"_s, QFile::ReadOwner | QFile::ExeOwner);
+        QVERIFY(write(logs + u"vantoryAgent.stdout"_s, ""));
         qputenv("VANTORY_ROOT", QFile::encodeName(root.path()));
 
-        QTEST(RemoteCommands::executeCommand(line.replace(QLatin1String("%1"), root.path())),
-              "status");
+        QTEST(RemoteCommands::executeCommand(line.replace("%1"_L1, root.path())), "status");
 
-        QFile file(logs + QStringLiteral("vantoryAgent.stdout"));
+        QFile file(logs + u"vantoryAgent.stdout"_s);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QStringList lines;
         for (const QByteArray& logged : file.readAll().split('\n')) {
             lines.append(QString::fromUtf8(logged.mid(24)));
         }
         lines.removeLast();
-        QCOMPARE(lines.join(u'|'), log.replace(QLatin1String("%1"), root.path()));
+        QCOMPARE(lines.join(u'|'), log.replace("%1"_L1, root.path()));
     }
 
     void allowedSettings_data()
@@ -216,15 +212,14 @@ private Q_SLOTS:
         QTemporaryDir root;
         qputenv("VANTORY_ROOT", QFile::encodeName(root.path()));
         QVERIFY(!readAllowedSettings());
-        const QString folder = root.filePath(QStringLiteral("Library/Preferences/vantoryAgent/"));
-        QVERIFY(QDir().mkpath(folder) && write(folder + QStringLiteral("gateway.json"), document));
+        const QString folder = root.filePath(u"Library/Preferences/vantoryAgent/"_s);
+        QVERIFY(QDir().mkpath(folder) && write(folder + u"gateway.json"_s, document));
 
         const auto settings = readAllowedSettings();
-        QString result = QStringLiteral("none");
+        QString result = u"none"_s;
         if (settings) {
             const auto flag = settings->show_agent_ui_on_connection;
-            result = !flag ? QStringLiteral("not set")
-                           : (*flag ? QStringLiteral("true") : QStringLiteral("false"));
+            result = !flag ? u"not set"_s : (*flag ? u"true"_s : u"false"_s);
             QVERIFY(!settings->allow_chat_to_devices && settings->allow_devices_to_be_viewed);
         }
         QTEST(result, "result");

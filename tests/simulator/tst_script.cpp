@@ -15,6 +15,8 @@
 #include "simulator/Player.h"
 #include "simulator/Script.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The agent's end as a bare socket: only that tells an orderly end from a broken one.
@@ -57,7 +59,7 @@ private:
             reads += bytes.first(count);
             return;
         }
-        end = count == 0 ? u"closed"_qs : u"reset"_qs;
+        end = count == 0 ? u"closed"_s : u"reset"_s;
         m_notifier->setEnabled(false);
         if (!lastWords.isEmpty())
             send(lastWords);
@@ -72,7 +74,7 @@ private:
 struct Stage {
     explicit Stage(const QString& script) : player(link, Player::OnFailure::Stop, QDir())
     {
-        const Script parsed = parseScript(script, u"play"_qs);
+        const Script parsed = parseScript(script, u"play"_s);
         if (!parsed.errors.isEmpty() || !link.listen(0))
             qFatal("%s", qPrintable(parsed.errors.join(u' ')));
         QObject::connect(&player, &Player::said, [this](Voice voice, const QString& line) {
@@ -100,22 +102,15 @@ private Q_SLOTS:
     // A step that is misread and passed over would let a test pass that tests nothing.
     void everyErrorHasItsPlace()
     {
-        const QStringList lines = {u"expct x"_qs,
-                                   u"wait nan"_qs,
-                                   u"expect x within -1"_qs,
-                                   u"expect within 3"_qs,
-                                   u"refuse x"_qs,
-                                   u"close now"_qs,
-                                   u"send {\\\"}"_qs,
-                                   u"send \\x4"_qs,
-                                   u"ignore /(/"_qs,
-                                   u"screenshot ../x"_qs,
-                                   u"sendfile no-such-file"_qs};
-        const Script script = parseScript(u"say x\n"_qs + lines.join(u'\n'), u"a.script"_qs);
+        const QStringList lines = {
+            u"expct x"_s,    u"wait nan"_s,        u"expect x within -1"_s,   u"expect within 3"_s,
+            u"refuse x"_s,   u"close now"_s,       u"send {\\\"}"_s,          u"send \\x4"_s,
+            u"ignore /(/"_s, u"screenshot ../x"_s, u"sendfile no-such-file"_s};
+        const Script script = parseScript(u"say x\n"_s + lines.join(u'\n'), u"a.script"_s);
         QCOMPARE(script.steps.size(), 1);
         QCOMPARE(script.errors.size(), lines.size());
         for (qsizetype i = 0; i < lines.size(); ++i)
-            QVERIFY(script.errors[i].startsWith(u"a.script:%1: "_qs.arg(i + 2)));
+            QVERIFY(script.errors[i].startsWith(u"a.script:%1: "_s.arg(i + 2)));
     }
 
     void shownMessageCanBeSentAgain()
@@ -123,7 +118,7 @@ private Q_SLOTS:
         const QByteArray message("a\\n\n\t\x1b[31m\x7f \xC3\xBC=\"\\\"\"");
         const QString shown = scriptText(message);
         QVERIFY(!shown.contains(QChar(0x1b)));
-        QCOMPARE(parseScriptLine(u"send "_qs + shown).step->message, message);
+        QCOMPARE(parseScriptLine(u"send "_s + shown).step->message, message);
     }
 
     void play_data()
@@ -192,7 +187,7 @@ private Q_SLOTS:
 
     void sendsAreKeptApart()
     {
-        Stage stage(u"send one\nsend two\nsend three"_qs);
+        Stage stage(u"send one\nsend two\nsend three"_s);
         const FakeAgent agent(stage.link.port());
         QTRY_VERIFY(stage.status);
         QCOMPARE(agent.reads, QByteArrayList({"one", "two", "three"}));
@@ -200,18 +195,18 @@ private Q_SLOTS:
 
     void resetBreaksTheLink()
     {
-        Stage stage(u"reset"_qs);
+        Stage stage(u"reset"_s);
         const FakeAgent agent(stage.link.port());
-        QTRY_COMPARE(agent.end, u"reset"_qs);
+        QTRY_COMPARE(agent.end, u"reset"_s);
         QTRY_COMPARE(stage.status, std::optional(0));
     }
 
     void secondAgentIsTurnedAway()
     {
-        Stage stage(u"expect #####request=restart\nsend x"_qs);
+        Stage stage(u"expect #####request=restart\nsend x"_s);
         FakeAgent first(stage.link.port());
         const FakeAgent second(stage.link.port());
-        QTRY_COMPARE(second.end, u"closed"_qs);
+        QTRY_COMPARE(second.end, u"closed"_s);
         first.send("#####request=restart");
         QTRY_COMPARE(first.reads, QByteArrayList{"x"});
     }

@@ -14,6 +14,8 @@
 #include "platform/threads/MainQueue.h"
 #include "records/Intervals.h"
 
+using namespace Qt::StringLiterals;
+
 // In place of the program's own: a test that loses its process must not pass.
 void endProgram(int status)
 {
@@ -34,7 +36,7 @@ AgentFixture::AgentFixture()
     Q_UNUSED(isAttached)
     qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
     qputenv("LANGUAGE", "en");
-    QDir(m_root.path()).mkpath(QStringLiteral("var/lib/Halvern/vantoryAgent/logs"));
+    QDir(m_root.path()).mkpath(u"var/lib/Halvern/vantoryAgent/logs"_s);
     resetState();
     m_server.listen(QHostAddress::LocalHost);
 }
@@ -62,23 +64,21 @@ void AgentFixture::resetState()
 
 bool AgentFixture::start()
 {
-    const QString resources =
-        QCoreApplication::applicationDirPath() + QStringLiteral("/Resources/");
-    writeFile(resources + QStringLiteral("oem.plist"),
-              "<plist version=\"1.0\"><dict><key>port</key><integer>" +
-                  QByteArray::number(m_server.serverPort()) + "</integer>" + options +
-                  "</dict></plist>");
+    const QString resources = QCoreApplication::applicationDirPath() + u"/Resources/"_s;
+    writeFile(resources + u"oem.plist"_s, "<plist version=\"1.0\"><dict><key>port</key><integer>" +
+                                              QByteArray::number(m_server.serverPort()) +
+                                              "</integer>" + options + "</dict></plist>");
     delegate = std::make_unique<AppDelegate>(&MessageDispatch::checkMessage);
     delegate->applicationDidFinishLaunching();
     return QTest::qWaitFor([this] {
         m_agent = m_agent != nullptr ? m_agent : m_server.nextPendingConnection();
-        return m_agent != nullptr && log().contains(QStringLiteral("Client connection ready"));
+        return m_agent != nullptr && log().contains(u"Client connection ready"_s);
     });
 }
 
 bool AgentFixture::send(const QByteArray& message)
 {
-    const auto handled = [this] { return log().filter(QStringLiteral("string: ")).size(); };
+    const auto handled = [this] { return log().filter(u"string: "_s).size(); };
     const auto before = handled();
     m_agent->write(message);
     const bool isHandled = QTest::qWaitFor([&] { return handled() > before; });
@@ -115,7 +115,7 @@ void AgentFixture::forget()
 
 QStringList AgentFixture::lines(const QString& file) const
 {
-    QFile log(m_root.filePath(QStringLiteral("var/lib/Halvern/vantoryAgent/logs/") + file));
+    QFile log(m_root.filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s + file));
     if (!log.open(QIODevice::ReadOnly)) {
         return {};
     }
@@ -130,17 +130,17 @@ QStringList AgentFixture::lines(const QString& file) const
 
 QStringList AgentFixture::log() const
 {
-    return lines(QStringLiteral("vantoryAgent.stdout"));
+    return lines(u"vantoryAgent.stdout"_s);
 }
 
 QStringList AgentFixture::errorLog() const
 {
-    return lines(QStringLiteral("vantoryAgent.stderr"));
+    return lines(u"vantoryAgent.stderr"_s);
 }
 
 QString AgentFixture::preferences(const QString& name) const
 {
-    return m_root.filePath(QStringLiteral("Library/Preferences/vantoryAgent/") + name);
+    return m_root.filePath(u"Library/Preferences/vantoryAgent/"_s + name);
 }
 
 void AgentFixture::allowShowing(const QByteArray& flag)
@@ -153,14 +153,14 @@ void AgentFixture::allowShowing(const QByteArray& flag)
     if (!flag.isEmpty()) {
         document += ",\"show_agent_ui_on_connection\":" + flag;
     }
-    writeFile(preferences(QStringLiteral("gateway.json")), document + "}}");
+    writeFile(preferences(u"gateway.json"_s), document + "}}");
 }
 
 QWidget* AgentFixture::window() const
 {
     const QWidgetList widgets = QApplication::topLevelWidgets();
     for (QWidget* const widget : widgets) {
-        if (widget->objectName() == QLatin1String("ConnectionStatus")) {
+        if (widget->objectName() == "ConnectionStatus"_L1) {
             return widget;
         }
     }

@@ -7,6 +7,8 @@
 #include "platform/files/MainBundle.h"
 #include "windows/Bundle+extensions.h"
 
+using namespace Qt::StringLiterals;
+
 class TestAbout : public QObject {
     Q_OBJECT
 
@@ -21,9 +23,9 @@ private Q_SLOTS:
         AppDelegate::about();
         QTRY_VERIFY(QApplication::activeWindow() != nullptr);
         QWidget* const window = QApplication::activeWindow();
-        QCOMPARE(window->findChild<QLabel*>(u"versionName"_qs)->text(), u"Version: 3.1.0"_qs);
-        QCOMPARE(window->findChild<QLabel*>(u"BuildLabel"_qs)->text(), u"Build: 412"_qs);
-        QTest::mouseClick(window->findChild<QPushButton*>(u"Quit"_qs), Qt::LeftButton);
+        QCOMPARE(window->findChild<QLabel*>(u"versionName"_s)->text(), u"Version: 3.1.0"_s);
+        QCOMPARE(window->findChild<QLabel*>(u"BuildLabel"_s)->text(), u"Build: 412"_s);
+        QTest::mouseClick(window->findChild<QPushButton*>(u"Quit"_s), Qt::LeftButton);
         QVERIFY(!window->isVisible());
         AppDelegate::about();
         QVERIFY(window->isVisible()); // the same
@@ -32,7 +34,7 @@ private Q_SLOTS:
 private:
     static void writeBuild(const QByteArray& build)
     {
-        QVERIFY(writeFile(MainBundle::path() + u"/Info.plist"_qs,
+        QVERIFY(writeFile(MainBundle::path() + u"/Info.plist"_s,
                           "<plist version=\"1.0\"><dict><key>CFBundleName</key><string>a</string>"
                           "<key>CFBundleShortVersionString</key><string>3.1.0</string>"
                           "<key>CFBundleVersion</key>" +

@@ -10,9 +10,11 @@
 #include "windows/AcknowledgementText.h"
 #include "windows/UserAcknowlegement.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kQuestion = u" asks you to accept remote control of this computer by "_qs;
+const QString kQuestion = u" asks you to accept remote control of this computer by "_s;
 
 void pressByScreenReader(QPushButton& button)
 {
@@ -85,7 +87,7 @@ private Q_SLOTS:
         m_dialog->close();
         QVERIFY(m_dialog->isVisible());
         // Anything sent before would stand before this.
-        AppDelegate::send(u"#####end"_qs);
+        AppDelegate::send(u"#####end"_s);
         QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####end"});
     }
 
@@ -106,7 +108,7 @@ private Q_SLOTS:
         QTest::keyClick(m_decline, Qt::Key_Return);
         waitUntilAwake();
         QVERIFY(m_dialog->isVisible());
-        QCOMPARE(m_question->text(), u"other"_qs + kQuestion + u"Bob"_qs);
+        QCOMPARE(m_question->text(), u"other"_s + kQuestion + u"Bob"_s);
         pressByMouse(*m_decline);
         QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####decline_connection=2"});
     }
@@ -118,7 +120,7 @@ private Q_SLOTS:
         QVERIFY(!m_dialog->isVisible());
         // One that comes right behind stays.
         MainQueue::post(&AppDelegate::closeAcknowledgement);
-        AppDelegate::userAcknowledgeRequest(2, u"srv"_qs, u"Bob"_qs);
+        AppDelegate::userAcknowledgeRequest(2, u"srv"_s, u"Bob"_s);
         QTRY_VERIFY(m_dialog->isVisible());
         QCoreApplication::processEvents();
         QVERIFY(m_dialog->isVisible());
@@ -129,11 +131,11 @@ private Q_SLOTS:
         ask("1;srv;Ann");
         const QSize size = m_dialog->size();
         const QRect buttons = m_accept->geometry() | m_decline->geometry();
-        for (const auto& [name, isCut] : {std::pair(u"<h1>&amp;\n<b>x"_qs, false),
-                                          {u"\u202eAnn\u2067\u05d0"_qs, false},
+        for (const auto& [name, isCut] : {std::pair(u"<h1>&amp;\n<b>x"_s, false),
+                                          {u"\u202eAnn\u2067\u05d0"_s, false},
                                           {u'A' + QString(1'000, QChar(0x301)) + QChar(0), false},
                                           {QString(65'000, u'W'), true},
-                                          {u"line\n"_qs.repeated(2'000), true}}) {
+                                          {u"line\n"_s.repeated(2'000), true}}) {
             AppDelegate::userAcknowledgeRequest(2, name, name);
             QTRY_COMPARE(m_question->text(), name + kQuestion + name);
             QCoreApplication::processEvents();
@@ -150,9 +152,9 @@ private:
         QTRY_VERIFY(QApplication::activeWindow() != nullptr);
         m_dialog = QApplication::activeWindow();
         m_shown.start();
-        m_question = m_dialog->findChild<AcknowledgementText*>(u"user_ack_desc"_qs);
-        m_decline = m_dialog->findChild<QPushButton*>(u"declineButton"_qs);
-        m_accept = m_dialog->findChild<QPushButton*>(u"acceptButton"_qs);
+        m_question = m_dialog->findChild<AcknowledgementText*>(u"user_ack_desc"_s);
+        m_decline = m_dialog->findChild<QPushButton*>(u"declineButton"_s);
+        m_accept = m_dialog->findChild<QPushButton*>(u"acceptButton"_s);
     }
     void waitUntilAwake() const { QTRY_VERIFY(m_shown.elapsed() > 650); }
 

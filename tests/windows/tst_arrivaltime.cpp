@@ -2,6 +2,8 @@
 
 #include "windows/ArrivalTime.h"
 
+using namespace Qt::StringLiterals;
+
 class TestArrivalTime : public QObject {
     Q_OBJECT
 
@@ -46,7 +48,7 @@ private Q_SLOTS:
                                          std::pair("XYZ-5:15", u"01 July 2025 at 05:15:00")}) {
             qputenv("TZ", zone);
             const QDateTime time = QDateTime::fromSecsSinceEpoch(1'751'328'000);
-            QCOMPARE(arrivalTime(time, QStringLiteral("en_GB")), QString::fromUtf16(text));
+            QCOMPARE(arrivalTime(time, u"en_GB"_s), QString::fromUtf16(text));
         }
         before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
     }

@@ -8,6 +8,8 @@
 #include "records/Intervals.h"
 #include "windows/SessionClock.h"
 
+using namespace Qt::StringLiterals;
+
 // The connection status window on a real screen, with a real window manager.
 class TestConnectionStatus : public QObject {
     Q_OBJECT
@@ -16,7 +18,7 @@ private:
     template <typename Widget>
     Widget* find(const char* name)
     {
-        return m_agent->window()->findChild<Widget*>(QLatin1String(name));
+        return m_agent->window()->findChild<Widget*>(QLatin1StringView(name));
     }
     QString text(const char* name) { return find<QLabel>(name)->text(); }
     void click(const char* name) { QTest::mouseClick(find<QWidget>(name), Qt::LeftButton); }
@@ -24,15 +26,15 @@ private:
 
     static void addSession(qint64 number, const QString& name, double secondsAgo)
     {
-        AppDelegate::addSession({number, u"desk"_qs, name, sessionDateNow() - secondsAgo});
+        AppDelegate::addSession({number, u"desk"_s, name, sessionDateNow() - secondsAgo});
         AppDelegate::configConnectionStatus();
     }
 
     // Ann in the upper slot, Bob in the lower one.
     void present()
     {
-        addSession(-7, u"Ann"_qs, 65);
-        addSession(8, u"Bob"_qs, 3723);
+        addSession(-7, u"Ann"_s, 65);
+        addSession(8, u"Bob"_s, 3723);
         status().present();
         QVERIFY(QTest::qWaitForWindowActive(m_agent->window()));
         m_agent->forget();
@@ -92,12 +94,12 @@ private Q_SLOTS:
         status().present();
         QCOMPARE(words(), QString());
         status().accountIsValid = false;
-        QCOMPARE(words(), u"Account is blocked or no longer exists"_qs);
+        QCOMPARE(words(), u"Account is blocked or no longer exists"_s);
         status().accountIsValid = true;
-        QCOMPARE(words(), u"No gateway available"_qs);
-        AppDelegate::setGateway(true, u"<b>gw</b>"_qs);
+        QCOMPARE(words(), u"No gateway available"_s);
+        AppDelegate::setGateway(true, u"<b>gw</b>"_s);
         AppDelegate::showConnectionDetail = true;
-        QCOMPARE(words(), u"Agent ready"_qs);
+        QCOMPARE(words(), u"Agent ready"_s);
         QVERIFY(find<QLabel>("gateway_status")->toolTip().contains(u"&lt;b&gt;gw"));
     }
 
@@ -105,12 +107,12 @@ private Q_SLOTS:
     {
         Intervals::current().clock = std::chrono::milliseconds(20);
         present();
-        QTRY_COMPARE(text("timing") + text("timing2"), u"1:051:02:03"_qs);
-        QCOMPARE(text("ControlUserName") + text("ControlUserName2"), u"AnnBob"_qs);
+        QTRY_COMPARE(text("timing") + text("timing2"), u"1:051:02:03"_s);
+        QCOMPARE(text("ControlUserName") + text("ControlUserName2"), u"AnnBob"_s);
         AppDelegate::endSession(-7);
         status().config();
-        QCOMPARE(text("ControlUserName"), u"Bob"_qs);
-        QCOMPARE(text("timing"), u"1:02:03"_qs); // never Ann's time under Bob's name
+        QCOMPARE(text("ControlUserName"), u"Bob"_s);
+        QCOMPARE(text("timing"), u"1:02:03"_s); // never Ann's time under Bob's name
         QCOMPARE(text("timing2"), QString());
         QVERIFY(status().sessionTimer && !status().sessionTimer2);
 
@@ -122,7 +124,7 @@ private Q_SLOTS:
 
     void endButtonsFollowTheManagement()
     {
-        addSession(7, u"Ann"_qs, 5);
+        addSession(7, u"Ann"_s, 5);
         status().present();
         QVERIFY(find<QWidget>("abort")->isVisible());
         QVERIFY(!find<QWidget>("slot2")->isVisible()); // out of the keyboard's reach
@@ -159,7 +161,7 @@ private Q_SLOTS:
 
     void strayKeysEndNothing()
     {
-        addSession(7, u"Ann"_qs, 5);
+        addSession(7, u"Ann"_s, 5);
         status().presentByService();
         QVERIFY(QTest::qWaitForWindowActive(m_agent->window()));
         auto* const abort = find<QAbstractButton>("abort");
@@ -172,7 +174,7 @@ private Q_SLOTS:
 
     void longNamesStayInTheWindow()
     {
-        const QString name = QString(65'000, u'W') + u"\n<b>x</b>"_qs;
+        const QString name = QString(65'000, u'W') + u"\n<b>x</b>"_s;
         addSession(7, name, 5);
         status().present();
         QVERIFY(QTest::qWaitForWindowActive(m_agent->window()));
@@ -191,7 +193,7 @@ private Q_SLOTS:
         };
         status().present();
         const QImage bundled = shown();
-        const QString path = m_agent->preferences(u"custom-logo.png"_qs);
+        const QString path = m_agent->preferences(u"custom-logo.png"_s);
         QVERIFY(writeFile(path, "no picture"));
         QCOMPARE(shown(), bundled);
         QImage custom(4000, 1000, QImage::Format_RGB32);

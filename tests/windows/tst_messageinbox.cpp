@@ -16,6 +16,8 @@
 #include "windows/MessageInbox.h"
 #include "windows/MessageKind.h"
 
+using namespace Qt::StringLiterals;
+
 using Closing = std::function<void(QWidget*)>;
 Q_DECLARE_METATYPE(Closing)
 
@@ -23,7 +25,7 @@ namespace {
 
 QPushButton* quit(const QWidget* window)
 {
-    return window->findChild<QPushButton*>(u"Quit"_qs);
+    return window->findChild<QPushButton*>(u"Quit"_s);
 }
 
 } // namespace
@@ -50,9 +52,9 @@ private Q_SLOTS:
     {
         for (const int kind : {-1, 0, 1, 2, 3, 4, 5}) {
             const bool isKnown = kind >= 1 && kind <= 4;
-            const QWidget* const window = receive(u"Hi"_qs, 0, kind);
+            const QWidget* const window = receive(u"Hi"_s, 0, kind);
             const auto* const message = window->findChild<QPlainTextEdit*>();
-            QCOMPARE(window->findChild<QLabel*>(u"icon"_qs)->isVisible(), isKnown);
+            QCOMPARE(window->findChild<QLabel*>(u"icon"_s)->isVisible(), isKnown);
             // Open windows follow a change.
             for (const QColor& ground : {QColor(0x2d, 0x2d, 0x2d), QColor(Qt::white)}) {
                 QPalette palette(ground);
@@ -83,8 +85,8 @@ private Q_SLOTS:
     {
         QFETCH(int, timeout);
         QFETCH(Closing, close);
-        QWidget* const first = receive(u"1"_qs, timeout);
-        receive(u"2"_qs);
+        QWidget* const first = receive(u"1"_s, timeout);
+        receive(u"2"_s);
         const QPointer<MessageInbox> controller = AppDelegate::messageInbox.constFirst();
         // What was typed elsewhere as it came up closes nothing.
         QTest::keyClick(first->focusWidget(), Qt::Key_Return);
@@ -94,37 +96,37 @@ private Q_SLOTS:
         QTRY_VERIFY(controller.isNull());
         QCOMPARE(AppDelegate::messageInbox.size(), 1);
         QCOMPARE(open().size(), 1);
-        QCOMPARE(m_agent->log().filter(u"deleted index=0"_qs).size(), 1);
-        AppDelegate::send(u"#####end"_qs); // the service hears nothing else
+        QCOMPARE(m_agent->log().filter(u"deleted index=0"_s).size(), 1);
+        AppDelegate::send(u"#####end"_s); // the service hears nothing else
         QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####end"});
     }
 
     void countsDownInTheLanguageOfTheMoment()
     {
         Intervals::current().clock = std::chrono::hours(1);
-        const QWidget* const window = receive(u"Hi"_qs, 2);
+        const QWidget* const window = receive(u"Hi"_s, 2);
         MessageInbox* const controller = AppDelegate::messageInbox.constFirst();
-        const auto* const line = window->findChild<QLabel*>(u"AutomaticMessage"_qs);
-        QCOMPARE(line->text(), u"Closes automatically in 2 sec"_qs);
+        const auto* const line = window->findChild<QLabel*>(u"AutomaticMessage"_s);
+        QCOMPARE(line->text(), u"Closes automatically in 2 sec"_s);
         AppDelegate::language = Language::Spanish;
         controller->changeMessage();
-        QCOMPARE(line->text(), u"Se cerrará automáticamente en 1 s"_qs);
+        QCOMPARE(line->text(), u"Se cerrará automáticamente en 1 s"_s);
         QVERIFY(window->isVisible());
         controller->changeMessage();
         QVERIFY(!window->isVisible());
         controller->stopMessage(); // closed already: no second line
-        QCOMPARE(m_agent->log().filter(u"deleted index="_qs).size(), 1);
+        QCOMPARE(m_agent->log().filter(u"deleted index="_s).size(), 1);
     }
 
     void anyTextIsShownPlainlyAndInPlace_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("markup") << u"<img src='x'><a href='y'>&lt;</a>"_qs;
+        QTest::newRow("markup") << u"<img src='x'><a href='y'>&lt;</a>"_s;
         QTest::newRow("controls") << QString::fromLatin1("a\0\a\x1b[31m\x7f\r\nb", 12);
         QTest::newRow("towers") << (u'A' + QString(1'000, QChar(0x301))).repeated(65);
         QTest::newRow("without blanks") << QString(65'000, QChar(0xac00));
         QTest::newRow("many lines") << QString(65'000, u'\n');
-        QTest::newRow("directions") << u"a\u202e\u2067\u05d0"_qs.repeated(16'000);
+        QTest::newRow("directions") << u"a\u202e\u2067\u05d0"_s.repeated(16'000);
     }
     void anyTextIsShownPlainlyAndInPlace()
     {

@@ -11,6 +11,8 @@
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -185,7 +187,7 @@ std::optional<QString> ConsoleSession::consoleUser()
     }
     const auto kind = logind.sessionText(*session, "Class");
     if (kind == "greeter") {
-        return QStringLiteral("loginwindow");
+        return u"loginwindow"_s;
     }
     const auto name = logind.sessionText(*session, "Name");
     return kind && name && !name->empty() ? std::optional(QString::fromStdString(*name))

@@ -20,6 +20,8 @@
 #include "platform/processes/BoundedProcess.h"
 #include "platform/processes/SecretText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr std::chrono::minutes kLongestAnswer(1);
@@ -169,14 +171,12 @@ bool isRightForPam(const QByteArray& name, QByteArray& password)
 // command's, so zero means that it let the account in.
 bool isRightForSu(const QByteArray& name, const QByteArray& password)
 {
-    const QString merged = QStringLiteral("/usr/bin/su");
-    const QString program = QFile::exists(merged) ? merged : QStringLiteral("/bin/su");
+    const QString merged = u"/usr/bin/su"_s;
+    const QString program = QFile::exists(merged) ? merged : u"/bin/su"_s;
     QByteArray line = password + '\n';
-    const auto result =
-        BoundedProcess::run(program,
-                            {QStringLiteral("-s"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
-                             QStringLiteral(":"), QStringLiteral("--"), QString::fromUtf8(name)},
-                            line, kLongestAnswer);
+    const auto result = BoundedProcess::run(
+        program, {u"-s"_s, u"/bin/sh"_s, u"-c"_s, u":"_s, u"--"_s, QString::fromUtf8(name)}, line,
+        kLongestAnswer);
     SecretText::wipe(line);
     return result.status == 0;
 }

@@ -4,6 +4,8 @@
 
 #include <QStringView>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // "pt_BR.UTF-8@euro" without what follows the territory.
@@ -31,5 +33,5 @@ QStringList preferredLanguages()
     }
     languages.removeAll(QString());
     languages.removeDuplicates();
-    return languages.isEmpty() ? QStringList(QStringLiteral("C")) : languages;
+    return languages.isEmpty() ? QStringList(u"C"_s) : languages;
 }

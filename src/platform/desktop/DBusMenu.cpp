@@ -15,6 +15,8 @@
 #include "platform/desktop/DBusStruct.h"
 #include "platform/desktop/WindowActivation.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kRoot = 0;
@@ -24,13 +26,13 @@ constexpr int kRoot = 0;
 uint lastRevision = 0;
 int lastId = kRoot;
 
-const QString kType = QStringLiteral("type");
-const QString kLabel = QStringLiteral("label");
-const QString kEnabled = QStringLiteral("enabled");
-const QString kVisible = QStringLiteral("visible");
-const QString kIconData = QStringLiteral("icon-data");
-const QString kShortcut = QStringLiteral("shortcut");
-const QString kChildrenDisplay = QStringLiteral("children-display");
+const QString kType = u"type"_s;
+const QString kLabel = u"label"_s;
+const QString kEnabled = u"enabled"_s;
+const QString kVisible = u"visible"_s;
+const QString kIconData = u"icon-data"_s;
+const QString kShortcut = u"shortcut"_s;
+const QString kChildrenDisplay = u"children-display"_s;
 
 // An action's text as dbusmenu has it. There the underscore marks the mnemonic and is doubled to
 // stand for itself, as the ampersand is in Qt.
@@ -55,7 +57,7 @@ QString labelOf(const QString& text)
             category == QChar::Separator_Paragraph) {
             label += u' ';
         } else if (character == u'_') {
-            label += QStringLiteral("__");
+            label += u"__"_s;
         } else {
             label += character;
         }
@@ -85,10 +87,8 @@ QList<QStringList> shortcutOf(const QKeySequence& sequence)
         const QKeyCombination press = sequence[static_cast<uint>(i)];
         QStringList names;
         for (const auto& [modifier, name] :
-             {std::pair(Qt::ControlModifier, QStringLiteral("Control")),
-              std::pair(Qt::AltModifier, QStringLiteral("Alt")),
-              std::pair(Qt::ShiftModifier, QStringLiteral("Shift")),
-              std::pair(Qt::MetaModifier, QStringLiteral("Super"))}) {
+             {std::pair(Qt::ControlModifier, u"Control"_s), std::pair(Qt::AltModifier, u"Alt"_s),
+              std::pair(Qt::ShiftModifier, u"Shift"_s), std::pair(Qt::MetaModifier, u"Super"_s)}) {
             if (press.keyboardModifiers().testFlag(modifier)) {
                 names += name;
             }
@@ -96,9 +96,9 @@ QList<QStringList> shortcutOf(const QKeySequence& sequence)
         const QString key = QKeySequence(press.key()).toString(QKeySequence::PortableText);
         // Hosts take a list apart and join it with "+" or "-", as their toolkit has it.
         if (key == u"+") {
-            names += QStringLiteral("plus");
+            names += u"plus"_s;
         } else if (key == u"-") {
-            names += QStringLiteral("minus");
+            names += u"minus"_s;
         } else {
             names += key.size() == 1 ? key.toLower() : key;
         }
@@ -112,7 +112,7 @@ QVariantMap propertiesOfAction(const QAction& action)
     QVariantMap properties;
     properties[kVisible] = action.isVisible();
     if (action.isSeparator()) {
-        properties[kType] = QStringLiteral("separator");
+        properties[kType] = u"separator"_s;
         return properties;
     }
     properties[kLabel] = labelOf(action.text());
@@ -164,7 +164,7 @@ DBusMenu::~DBusMenu()
 QString DBusMenu::path()
 {
     // Any path would do; this one is what the hosts meet most.
-    return QStringLiteral("/MenuBar");
+    return u"/MenuBar"_s;
 }
 
 void DBusMenu::setMenu(QMenu* menu)
@@ -184,12 +184,12 @@ void DBusMenu::setMenu(QMenu* menu)
 
 QString DBusMenu::status() const
 {
-    return QStringLiteral("normal"); // the other value, "notice", asks for attention
+    return u"normal"_s; // the other value, "notice", asks for attention
 }
 
 QString DBusMenu::textDirection() const
 {
-    return QGuiApplication::isRightToLeft() ? QStringLiteral("rtl") : QStringLiteral("ltr");
+    return QGuiApplication::isRightToLeft() ? u"rtl"_s : u"ltr"_s;
 }
 
 uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
@@ -343,7 +343,7 @@ QVariantMap DBusMenu::propertiesOf(int id) const
     if (const QAction* const action = actionOf(id)) {
         return propertiesOfAction(*action);
     }
-    return {{kChildrenDisplay, QStringLiteral("submenu")}};
+    return {{kChildrenDisplay, u"submenu"_s}};
 }
 
 bool DBusMenu::takeEvent(int id, const QString& eventId, uint timestamp)
@@ -367,7 +367,7 @@ bool DBusMenu::takeEvent(int id, const QString& eventId, uint timestamp)
 
 void DBusMenu::refuse(int id)
 {
-    sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("No such item: %1").arg(id));
+    sendErrorReply(QDBusError::InvalidArgs, u"No such item: %1"_s.arg(id));
 }
 
 void DBusMenu::tellChanges()

@@ -22,10 +22,12 @@
 #include "platform/desktop/StatusNotifierItem.h"
 #include "platform/threads/MainQueue.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kWatcher = QStringLiteral("org.kde.StatusNotifierWatcher"); // and its interface
-const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
+const QString kWatcher = u"org.kde.StatusNotifierWatcher"_s; // and its interface
+const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
 
 // Tells that hosts have come or gone.
 class HostSignals : public QObject {
@@ -37,8 +39,8 @@ public:
         // Connected by text, as nowhere else: QtDBus's proxy classes, whose signals could be
         // connected as others are, ask the bus for the sender's name and wait. And from any sender,
         // for the same reason; what it tells is no more than that it is time to ask.
-        for (const auto& name : {QStringLiteral("StatusNotifierHostRegistered"),
-                                 QStringLiteral("StatusNotifierHostUnregistered")}) {
+        for (const auto& name :
+             {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s}) {
             bus.connect(QString(), kWatcherPath, kWatcher, name, this, SIGNAL(changed()));
         }
     }
@@ -199,9 +201,9 @@ void StatusItem::Private::watch(const QDBusConnection& bus)
     connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString&, const QString&, const QString& owner) { setWatcher(owner); });
 
-    auto question = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+    auto question =
+        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                       u"org.freedesktop.DBus"_s, u"GetNameOwner"_s);
     question << kWatcher;
     ask(bus, question, this, [this](const QDBusMessage& answer) {
         // An error stands for no owner.
@@ -231,10 +233,9 @@ void StatusItem::Private::askForHost()
         return;
     }
     // Always asked, for the signals tell of one host and there may be more.
-    auto question = QDBusMessage::createMethodCall(
-        m_watcher, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("Get"));
-    question << kWatcher << QStringLiteral("IsStatusNotifierHostRegistered");
+    auto question = QDBusMessage::createMethodCall(m_watcher, kWatcherPath,
+                                                   u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    question << kWatcher << u"IsStatusNotifierHostRegistered"_s;
     ask(*m_bus, question, this, [this, asked = m_watcher](const QDBusMessage& answer) {
         if (asked != m_watcher) {
             return;

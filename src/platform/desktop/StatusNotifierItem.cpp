@@ -17,10 +17,12 @@
 
 #include "platform/desktop/DBusStruct.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The path that a host looks at when it is told no more than a bus name.
-const QString kPath = QStringLiteral("/StatusNotifierItem");
+const QString kPath = u"/StatusNotifierItem"_s;
 
 // No status bar is higher, and the pictures travel with every change.
 constexpr int kLargestPicture = 128;
@@ -28,15 +30,13 @@ constexpr int kLargestPicture = 128;
 // The form of the name is the standard's: process and number within it.
 QString busName()
 {
-    return QStringLiteral("org.kde.StatusNotifierItem-%1-1")
-        .arg(QCoreApplication::applicationPid());
+    return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
 }
 
 QDBusMessage callToBus(const QString& method)
 {
-    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-                                          QStringLiteral("/org/freedesktop/DBus"),
-                                          QStringLiteral("org.freedesktop.DBus"), method);
+    return QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                          u"org.freedesktop.DBus"_s, method);
 }
 
 StatusNotifierPicture pictureOf(const QImage& source)
@@ -64,7 +64,7 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString
 StatusNotifierItem::~StatusNotifierItem()
 {
     // Nobody can be told to take an item off: it goes with its name.
-    QDBusMessage release = callToBus(QStringLiteral("ReleaseName"));
+    QDBusMessage release = callToBus(u"ReleaseName"_s);
     release << busName();
     m_bus.send(release);
     m_bus.unregisterObject(kPath);
@@ -78,7 +78,7 @@ void StatusNotifierItem::requestName()
     constexpr uint primaryOwner = 1;
     constexpr uint alreadyOwner = 4;
 
-    QDBusMessage request = callToBus(QStringLiteral("RequestName"));
+    QDBusMessage request = callToBus(u"RequestName"_s);
     request << busName() << doNotQueue;
     auto* const call = new QDBusPendingCallWatcher(m_bus.asyncCall(request), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
@@ -92,10 +92,9 @@ void StatusNotifierItem::requestName()
 
 void StatusNotifierItem::registerAs(const QString& name)
 {
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(m_watcher, QStringLiteral("/StatusNotifierWatcher"),
-                                       QStringLiteral("org.kde.StatusNotifierWatcher"),
-                                       QStringLiteral("RegisterStatusNotifierItem"));
+    QDBusMessage call = QDBusMessage::createMethodCall(m_watcher, u"/StatusNotifierWatcher"_s,
+                                                       u"org.kde.StatusNotifierWatcher"_s,
+                                                       u"RegisterStatusNotifierItem"_s);
     call << name;
     m_bus.send(call);
 }
@@ -120,12 +119,12 @@ void StatusNotifierItem::setMenu(QMenu* menu)
 
 QString StatusNotifierItem::category() const
 {
-    return QStringLiteral("SystemServices");
+    return u"SystemServices"_s;
 }
 
 QString StatusNotifierItem::status() const
 {
-    return QStringLiteral("Active"); // hosts may hide an item that is "Passive"
+    return u"Active"_s; // hosts may hide an item that is "Passive"
 }
 
 QDBusObjectPath StatusNotifierItem::menu() const

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString withoutTrailingSlashes(QString path)
@@ -27,10 +29,10 @@ QString FilePaths::rooted(const QString& absolutePath)
 
 QString FilePaths::libraryDirectory()
 {
-    return withoutTrailingSlashes(QStringLiteral(VANTORY_LIBRARY_DIR));
+    return withoutTrailingSlashes(u"" VANTORY_LIBRARY_DIR ""_s);
 }
 
 QString FilePaths::applicationSupportDirectory()
 {
-    return withoutTrailingSlashes(QStringLiteral(VANTORY_APPLICATION_SUPPORT_DIR));
+    return withoutTrailingSlashes(u"" VANTORY_APPLICATION_SUPPORT_DIR ""_s);
 }

@@ -8,6 +8,8 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 QString MainBundle::path()
 {
     // The link is read as it stands, not followed: while the package is being replaced it reads
@@ -31,12 +33,12 @@ QString MainBundle::path()
 
 std::optional<QString> MainBundle::resourcePath(const QString& name, const QString& type)
 {
-    const QString file = path() + u"/Resources/"_qs + name + u'.' + type;
+    const QString file = path() + u"/Resources/"_s + name + u'.' + type;
     return QFileInfo(file).isFile() ? std::optional(file) : std::nullopt;
 }
 
 QVariant MainBundle::infoValue(const QString& key)
 {
-    const auto info = PropertyList::readDictionary(path() + u"/Info.plist"_qs);
+    const auto info = PropertyList::readDictionary(path() + u"/Info.plist"_s);
     return info ? info->value(key) : QVariant();
 }

@@ -25,6 +25,8 @@
 
 #include "platform/threads/SerialQueue.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Address {
@@ -60,9 +62,8 @@ std::optional<Address> numericAddress(const QByteArray& text, quint16 port)
 std::vector<Address> addresses(const QString& host, quint16 port)
 {
     std::vector<Address> result;
-    const QList<QByteArray> texts = host == QLatin1String("localhost")
-                                        ? QList<QByteArray>{"127.0.0.1", "::1"}
-                                        : QList<QByteArray>{host.toLatin1()};
+    const QList<QByteArray> texts = host == "localhost"_L1 ? QList<QByteArray>{"127.0.0.1", "::1"}
+                                                           : QList<QByteArray>{host.toLatin1()};
     for (const QByteArray& text : texts) {
         if (const auto address = numericAddress(text, port)) {
             result.push_back(*address);
