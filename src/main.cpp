@@ -6,7 +6,7 @@
 
 #include <unistd.h>
 
-#include "agent_core/AppDelegate.h"
+#include "agent_state/AppDelegate.h"
 #include "dispatch/MessageDispatch.h"
 #include "logging/Logs.h"
 #include "platform/desktop/WindowActivation.h"

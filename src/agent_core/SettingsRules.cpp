@@ -11,8 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QLatin1StringView kProduction = "production"_L1;
-
 // A command that runs as root is the password on the input of a sudo that becomes the named
 // account, and within it another one that becomes root. One's own name costs the first nothing, so
 // that the second reads the password.
@@ -36,21 +34,6 @@ QString joined(std::initializer_list<QStringView> pieces)
 }
 
 } // namespace
-
-QStringList SettingsRules::platformNames()
-{
-    return {kProduction, u"staging"_s, u"testing"_s};
-}
-
-int SettingsRules::platformIndex(const QString& platform)
-{
-    return std::max(0, static_cast<int>(platformNames().indexOf(platform)));
-}
-
-QString SettingsRules::platformValue(const QString& name)
-{
-    return name == kProduction ? QString() : name;
-}
 
 bool SettingsRules::isAccountId(const QString& text)
 {

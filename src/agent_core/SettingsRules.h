@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QStringList>
 
 #include "records/BackendSettings.h"
 
@@ -13,13 +12,6 @@ struct Credentials {
 
 // What can be told about settings without a window and without touching the system. Any thread.
 namespace SettingsRules {
-
-// What the region's box offers, in its order.
-[[nodiscard]] QStringList platformNames();
-// Where a stored platform stands among them, and what is stored for the one that was chosen:
-// production is stored as an empty text.
-[[nodiscard]] int platformIndex(const QString& platform);
-[[nodiscard]] QString platformValue(const QString& name);
 
 // A UUID (RFC 9562, section 4) with its hyphens, upper or lower case, nothing around it.
 [[nodiscard]] bool isAccountId(const QString& text);

@@ -1,4 +1,4 @@
-#include "agent_core/AppDelegate.h"
+#include "agent_state/AppDelegate.h"
 
 #include <QAction>
 #include <QApplication>
@@ -10,10 +10,7 @@
 #include "logging/Logs.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
-#include "platform/files/MainBundle.h"
-#include "platform/processes/ChildProcess.h"
 #include "window_kit/PlainText.h"
-#include "windows/ConnectionStatus.h"
 
 using namespace Qt::StringLiterals;
 
@@ -42,13 +39,13 @@ QIcon statusIcon(const QString& name)
     return icon ? *icon : QApplication::style()->standardIcon(QStyle::SP_ComputerIcon);
 }
 
-QString connectivityLabel(const std::optional<JsonData>& labels)
+QString connectivityLabel(const std::optional<JsonData::Info>& labels)
 {
-    return labels ? labels->info(AppDelegate::language).MainMenu.connection : u"Connection"_s;
+    return labels ? labels->MainMenu.connection : u"Connection"_s;
 }
 
 // What an item shows; it may change while a panel has the menu open.
-void dressItem(QAction* item, const QString& title, const QString& symbol)
+void updateItem(QAction* item, const QString& title, const QString& symbol)
 {
     item->setText(menuText(title));
     item->setToolTip(title.size() > kLongestItem ? PlainText::toolTip(title) : QString());
@@ -60,7 +57,7 @@ void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, co
              Action action)
 {
     auto* const item = new QAction(&menu);
-    dressItem(item, title, symbol);
+    updateItem(item, title, symbol);
     item->setShortcut(shortcut);
     QObject::connect(item, &QAction::triggered, item, action);
     menu.addAction(item);
@@ -70,48 +67,50 @@ void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, co
 
 void AppDelegate::systemTray()
 {
-    const auto labels = getLanguageLabel();
-    const auto titles = labels ? labels->info(language) : JsonData::Info();
+    const auto known = labels();
+    const JsonData::Info titles = known.value_or(JsonData::Info());
 
-    m_statusItem = std::make_unique<StatusItem>(u"vantoryAgent"_s, oemName);
-    statusBarItem = m_statusItem.get();
-    statusBarItem->setIcon(statusIcon(
-        StatusBarRules::iconName(disconnectedIconVisible, gatewayConnectionStatus, false)));
+    m_statusItem = std::make_unique<StatusItem>(u"vantoryAgent"_s, options.oemName);
+    m_statusItem->setIcon(statusIcon(StatusBarRules::iconName(
+        options.disconnectedIconVisible, state().gatewayConnectionStatus, false)));
 
-    m_menu = std::make_unique<QMenu>(menuText(oemName));
+    m_menu = std::make_unique<QMenu>(menuText(options.oemName));
     m_menu->setToolTipsVisible(true);
-    statusBarMenu = m_menu.get();
     addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, u"wrench"_s,
             [this] { settings(); });
     addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, u"gear"_s,
             &AppDelegate::permissions);
-    addItem(*m_menu, connectivityLabel(labels), {}, {}, &AppDelegate::connectionDisplay);
+    addItem(*m_menu, connectivityLabel(known), {}, {}, &AppDelegate::connectionDisplay);
     m_menu->addSeparator();
     addItem(*m_menu, titles.About.about, {}, u"questionmark.circle"_s, &AppDelegate::about);
-    statusBarItem->setMenu(statusBarMenu);
-
-    statusBarUpdate = &AppDelegate::showStatusInStatusBar;
+    m_statusItem->setMenu(m_menu.get());
+    state().statusBarItem = m_statusItem.get();
+    state().statusBarMenu = m_menu.get();
 }
 
-void AppDelegate::showStatusInStatusBar()
+void AppDelegate::updateSystemTrayIcon()
 {
-    statusBarItem->setIcon(statusIcon(StatusBarRules::iconName(
-        disconnectedIconVisible, gatewayConnectionStatus, !sessions.isEmpty())));
+    if (state().statusBarItem == nullptr) {
+        return;
+    }
+    const QList<SessionInfo>& sessions = state().sessions.all();
+    state().statusBarItem->setIcon(statusIcon(StatusBarRules::iconName(
+        options.disconnectedIconVisible, state().gatewayConnectionStatus, !sessions.isEmpty())));
 
-    const QList<QAction*> items = statusBarMenu->actions();
+    const QList<QAction*> items = state().statusBarMenu->actions();
     if (items.size() <= kConnectionPosition) {
         fatalState(u"The status bar's menu has lost its items"_s);
     }
     const QString title = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
-    dressItem(items.at(kConnectionPosition), title,
-              StatusBarRules::connectionSymbol(sessions.size()));
-    statusBarItem->setToolTip(
-        sessions.isEmpty() ? oemName : PlainText::singleLine(title).left(kLongestToolTip));
+    updateItem(items.at(kConnectionPosition), title,
+               StatusBarRules::connectionSymbol(sessions.size()));
+    state().statusBarItem->setToolTip(
+        sessions.isEmpty() ? options.oemName : PlainText::singleLine(title).left(kLongestToolTip));
 }
 
 QString AppDelegate::getConnectivityLabel()
 {
-    return connectivityLabel(getLanguageLabel());
+    return connectivityLabel(labels());
 }
 
 void AppDelegate::cleanMainMenu()
@@ -123,25 +122,7 @@ void AppDelegate::cleanMainMenu()
 
 void AppDelegate::permissions_process()
 {
-    portUI = StatusBarRules::portArgument(QCoreApplication::arguments()).value_or(portUI);
-    restart_daemon_at_close_only = true;
-}
-
-void AppDelegate::permissions()
-{
-    const QString application =
-        MainBundle::path().replace("vantoryAgent.app"_L1, "vantoryPermissions.app"_L1);
-    if (const auto error = ChildProcess::start(application + u"/vantoryPermissions"_s, {})) {
-        printErrorLog(*error);
-    }
-}
-
-void AppDelegate::connectionDisplay()
-{
-    if (isTerminating()) {
-        return;
-    }
-    connectionStatus->refresh(true);
-    connectionStatus->config();
-    connectionStatus->present();
+    options.portUI =
+        StatusBarRules::portArgument(QCoreApplication::arguments()).value_or(options.portUI);
+    options.restart_daemon_at_close_only = true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include <QString>
@@ -76,6 +77,10 @@ struct JsonData {
 // None where it cannot be read or decoded as a whole; then the error log has one line. A bundle
 // without the document is a broken installation and ends the program. Any thread.
 [[nodiscard]] std::optional<JsonData> getLanguageLabel();
+
+// Where a window gets the labels of the chosen language from, each time that it needs them; none as
+// for getLanguageLabel().
+using LabelSource = std::function<std::optional<JsonData::Info>()>;
 
 // The language of the first preference alone, by its first two letters as they stand; English where
 // the program does not speak it. An empty list ends the program.

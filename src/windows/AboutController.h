@@ -2,18 +2,16 @@
 
 #include <memory>
 
-#include <QObject>
-
 #include "localisation/Translate.h"
 
 // The About window: which program this is, and which version of it.
 //
 // There is one for the agent's whole life; its window is made when it is first to be seen and is
 // only ever hidden. Main thread.
-class AboutController : public QObject {
+class AboutController {
 public:
-    AboutController();
-    ~AboutController() override;
+    explicit AboutController(LabelSource labels);
+    ~AboutController();
 
     // Brings the window up because the person asks for it.
     void present();
@@ -29,7 +27,6 @@ private:
     class Window;
 
     Window& window();
-    void windowDidLoad();
-
+    const LabelSource m_labels;
     std::unique_ptr<Window> m_window;
 };

@@ -7,8 +7,7 @@
 
 #include "records/BackendSettings.h"
 #include "records/SettingsTexts.h"
-
-class InertPeriod;
+#include "window_kit/AgentWindow.h"
 
 namespace Ui {
 class SettingsWindow;
@@ -18,16 +17,12 @@ class SettingsWindow;
 // what is pressed; what follows from that is the delegate's. Main thread.
 //
 // Return applies and Escape cancels; so does the title bar's close.
-class SettingsWindow : public QDialog {
+class SettingsWindow : public AgentWindow<QDialog> {
     Q_OBJECT
 
 public:
     explicit SettingsWindow(SettingsTexts texts);
     ~SettingsWindow() override;
-
-    void presentByService();
-    // Keeps the window deaf to a key that is held down already.
-    void ignoreHeldKey();
 
     [[nodiscard]] BackendSettings entries() const;
     void showSettings(const BackendSettings& settings);
@@ -64,6 +59,5 @@ private:
 
     std::unique_ptr<Ui::SettingsWindow> m_ui;
     const SettingsTexts m_texts;
-    InertPeriod* const m_inertPeriod;
     bool m_isLocked = true;
 };

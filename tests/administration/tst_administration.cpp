@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include "SettingsDriver.h"
+#include "agent_core/AdministratorCheck.h"
 #include "agent_core/SettingsFile.h"
 #include "agent_core/SettingsRules.h"
 #include "records/Intervals.h"
@@ -75,7 +76,7 @@ private:
         typeCredentials(credentials.user, credentials.password);
         click(question(), "applyButton");
         QTRY_VERIFY_WITH_TIMEOUT(code()->isEnabled(), kPatience);
-        QVERIFY(!question()->isVisible() && AppDelegate::access->status);
+        QVERIFY(!question()->isVisible() && AppDelegate::state().access->status);
     }
 
     void apply(const QString& sessionCode)
@@ -141,7 +142,7 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(QString, password);
         QFETCH(bool, isRight);
-        const auto check = &SecurityAccess::authenticateLocalAdminUser;
+        const auto check = &authenticateLocalAdminUser;
         QCOMPARE(check(name, password, false), isRight);
         if (isRight) { // whether it is an administrator counts only if asked for
             QCOMPARE(check(name, password, true), name == person("ADMINISTRATOR").user);
@@ -159,8 +160,10 @@ private Q_SLOTS:
         QVERIFY(!button(question(), "applyButton")->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(button(question(), "applyButton")->isEnabled(), kPatience);
         QVERIFY(pulse.isSteady());
-        QVERIFY(!AppDelegate::access->status && question()->isVisible() && !code()->isEnabled());
-        QVERIFY(AppDelegate::pwd.isEmpty() && !m_agent->sent().contains("#####request=restart"));
+        QVERIFY(!AppDelegate::state().access->status && question()->isVisible() &&
+                !code()->isEnabled());
+        QVERIFY(AppDelegate::state().pwd.isEmpty() &&
+                !m_agent->sent().contains("#####request=restart"));
         QCOMPARE(stored(), QByteArray("of old"));
     }
 
@@ -206,7 +209,8 @@ private Q_SLOTS:
         QTest::keyClick(question(), Qt::Key_Escape);
         QVERIFY(!question()->isVisible());
         QTest::qWait(700); // a right password takes a tenth of that
-        QVERIFY(!code()->isEnabled() && AppDelegate::user.isEmpty() && AppDelegate::pwd.isEmpty());
+        QVERIFY(!code()->isEnabled() && AppDelegate::state().user.isEmpty() &&
+                AppDelegate::state().pwd.isEmpty());
         unlock(person("ADMINISTRATOR")); // and the next one counts
     }
 

@@ -33,16 +33,16 @@ QString state()
 {
     QStringList own;
     QStringList shown;
-    for (const SessionInfo& info : AppDelegate::sessions) {
+    for (const SessionInfo& info : AppDelegate::state().sessions.all()) {
         own.append(QString::number(info.session) + info.remoteControlUser);
     }
-    for (const ConnectionInformation& info : AppDelegate::connectionStatus->sessions) {
-        shown.append(QString::number(info.session) + info.controlName);
+    for (const SessionInfo& info : AppDelegate::state().connectionStatus->sessions()) {
+        shown.append(QString::number(info.session) + info.remoteControlUser);
     }
-    const auto valid = AppDelegate::connectionStatus->accountIsValid;
+    const auto valid = AppDelegate::state().connectionStatus->accountIsValid;
     return u"%1 '%2' account %3 [%4] [%5]"_s.arg(
-        AppDelegate::gatewayConnectionStatus ? u"linked"_s : u"not linked"_s,
-        AppDelegate::connectionStatus->gateway_name,
+        AppDelegate::state().gatewayConnectionStatus ? u"linked"_s : u"not linked"_s,
+        AppDelegate::state().connectionStatus->gateway_name,
         valid ? (*valid ? u"valid"_s : u"invalid"_s) : u"unknown"_s, own.join(u' '),
         shown.join(u' '));
 }
@@ -192,14 +192,14 @@ private Q_SLOTS:
         Intervals::current().showConnection = std::chrono::milliseconds(50);
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(message));
-        QVERIFY(!AppDelegate::connectionStatus->isVisible());
+        QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
         if (comes) {
-            QTRY_VERIFY(AppDelegate::connectionStatus->isVisible());
+            QTRY_VERIFY(AppDelegate::state().connectionStatus->isVisible());
             // Asked again for a window that is there anyway.
             QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####request=connections_status"});
         } else {
             QTest::qWait(200);
-            QVERIFY(!AppDelegate::connectionStatus->isVisible());
+            QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
         }
     }
 
@@ -234,9 +234,9 @@ private Q_SLOTS:
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(connected(7, "A")));
         QVERIFY(m_agent->send(end));
-        QTEST(AppDelegate::connectionStatus->isVisible(), "visible");
+        QTEST(AppDelegate::state().connectionStatus->isVisible(), "visible");
         QTest::qWait(600);
-        QTEST(AppDelegate::connectionStatus->isVisible(), "staying");
+        QTEST(AppDelegate::state().connectionStatus->isVisible(), "staying");
     }
 
     void nothingComesUpAtTheLoginWindow()
@@ -244,14 +244,14 @@ private Q_SLOTS:
         Intervals::current().showConnection = std::chrono::milliseconds(50);
         Intervals::current().untilStatusRequest = std::chrono::milliseconds(50);
         QVERIFY(m_agent->start());
-        AppDelegate::username = u"loginwindow"_s;
+        AppDelegate::options.username = u"loginwindow"_s;
         QVERIFY(m_agent->send(connected(7, "A")));
         QVERIFY(m_agent->send(status("true", "gw", session(7, "A"))));
         QTest::qWait(200);
-        QVERIFY(!AppDelegate::connectionStatus->isVisible());
+        QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
         // A session's end shows it even there.
         QVERIFY(m_agent->send("disconnected_session=9"));
-        QVERIFY(AppDelegate::connectionStatus->isVisible());
+        QVERIFY(AppDelegate::state().connectionStatus->isVisible());
     }
 
     void reportsTheUserOnce()
@@ -271,7 +271,7 @@ private Q_SLOTS:
         const QString nobody = u"Settings|Permissions|Connection|-|About"_s;
         const auto titles = [] {
             QStringList result;
-            for (const QAction* const item : AppDelegate::statusBarMenu->actions()) {
+            for (const QAction* const item : AppDelegate::state().statusBarMenu->actions()) {
                 result.append(item->isSeparator() ? u"-"_s : item->text());
             }
             return result.join(u'|');
@@ -280,12 +280,12 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
         QVERIFY(m_agent->send(connected(8, "B")));
         QTRY_COMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_s);
-        QVERIFY(!AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
-        AppDelegate::statusBarMenu->actions().at(2)->trigger();
-        QVERIFY(AppDelegate::connectionStatus->isVisible());
+        QVERIFY(!AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
+        AppDelegate::state().statusBarMenu->actions().at(2)->trigger();
+        QVERIFY(AppDelegate::state().connectionStatus->isVisible());
         QVERIFY(m_agent->send("disconnect_all_sessions"));
         QTRY_COMPARE(titles(), nobody);
-        QVERIFY(AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
+        QVERIFY(AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
     }
 
     void iconNames()

@@ -99,7 +99,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_agent.reset();
-        QVERIFY(AppDelegate::chats.isEmpty());
+        QVERIFY(AppDelegate::state().chats.isEmpty());
         QVERIFY(windows().isEmpty());
     }
 
@@ -215,10 +215,10 @@ private Q_SLOTS:
             QTest::keyClick(find<QLineEdit>("Message"), Qt::Key_Escape);
         }
         QCOMPARE(window->isVisible(), !closes);
-        QCOMPARE(AppDelegate::chats.isEmpty(), way == u"Quit" && closes);
+        QCOMPARE(AppDelegate::state().chats.isEmpty(), way == u"Quit" && closes);
         QVERIFY(m_agent->send("close_chat=9")); // everything before has been handled
         QTRY_COMPARE(m_agent->sent(), QByteArrayList(closes ? 1 : 0, "#####close_chat=5"));
-        QTRY_COMPARE(windows().size(), AppDelegate::chats.size());
+        QTRY_COMPARE(windows().size(), AppDelegate::state().chats.size());
     }
 
     void comesBackAfterItsTitleBar()
@@ -254,7 +254,7 @@ private Q_SLOTS:
         for (const QByteArray& each : {message, message, told("chat_left_member=", u"Bob"_s)}) {
             QVERIFY(m_agent->send(each));
         }
-        QTRY_VERIFY(AppDelegate::chats.constFirst()->findChildren<QTimer*>().isEmpty());
+        QTRY_VERIFY(AppDelegate::state().chats.constFirst()->findChildren<QTimer*>().isEmpty());
         QVERIFY(m_agent->send("close_chat=9")); // everything before has been shown
         QCOMPARE(lines().mid(1),                // one departure, whatever else comes
                  QStringList(ends ? u"L Ann has left"_s : u"L Bob has left"_s));
@@ -274,8 +274,8 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(told("chat_joined_member=", u"Ann"_s)));
         QTRY_COMPARE(messages().toolTip(), u"Ann\n<i>Bob"_s);
         QVERIFY(m_agent->send(told("chat_left_member=", u"<i>Bob"_s)));
-        QVERIFY(!AppDelegate::chats.constFirst()->leaved); // not before its time
-        QTRY_VERIFY(AppDelegate::chats.constFirst()->leaved);
+        QVERIFY(!AppDelegate::state().chats.constFirst()->leaved); // not before its time
+        QTRY_VERIFY(AppDelegate::state().chats.constFirst()->leaved);
         QTRY_COMPARE(lines().mid(1),
                      QStringList({u"L <i>Bob has joined"_s, u"L <i>Bob has left"_s}));
         QVERIFY(m_agent->send(told("chat_left_member=", u"Eve"_s)));

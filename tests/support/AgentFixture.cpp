@@ -37,29 +37,13 @@ AgentFixture::AgentFixture()
     qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
     qputenv("LANGUAGE", "en");
     QDir(m_root.path()).mkpath(u"var/lib/Halvern/vantoryAgent/logs"_s);
-    resetState();
+    Intervals::current() = Intervals();
     m_server.listen(QHostAddress::LocalHost);
 }
 
 AgentFixture::~AgentFixture()
 {
     delegate.reset(); // before the service goes: the link's end would end the process
-}
-
-void AgentFixture::resetState()
-{
-    AppDelegate::disconnectedIconVisible = true;
-    AppDelegate::displayPlatform = AppDelegate::displayAgentType = AppDelegate::displayChange =
-        true;
-    AppDelegate::allowToLeaveChat = AppDelegate::showConnectionDetail = false;
-    AppDelegate::isManaged = true;
-    AppDelegate::gatewayConnectionStatus = false;
-    AppDelegate::sessions.clear();
-    AppDelegate::userfullname.clear();
-    AppDelegate::username.clear();
-    AppDelegate::user.clear();
-    AppDelegate::pwd.clear();
-    Intervals::current() = Intervals();
 }
 
 bool AgentFixture::start()

@@ -7,7 +7,7 @@
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
-#include "agent_core/AppDelegate.h"
+#include "agent_state/AppDelegate.h"
 #include "windows/ConnectionStatus.h"
 
 // One agent in this process, linked over real TCP to a service that the test plays.
@@ -46,7 +46,6 @@ public:
 
 private:
     [[nodiscard]] QStringList lines(const QString& file) const;
-    void resetState();
 
     QTemporaryDir m_root;
     QTcpServer m_server;

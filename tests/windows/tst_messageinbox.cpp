@@ -87,14 +87,14 @@ private Q_SLOTS:
         QFETCH(Closing, close);
         QWidget* const first = receive(u"1"_s, timeout);
         receive(u"2"_s);
-        const QPointer<MessageInbox> controller = AppDelegate::messageInbox.constFirst();
+        const QPointer<MessageInbox> controller = AppDelegate::state().messageInbox.constFirst();
         // What was typed elsewhere as it came up closes nothing.
         QTest::keyClick(first->focusWidget(), Qt::Key_Return);
         QVERIFY(first->isVisible());
         QTRY_VERIFY(m_shown.elapsed() > 650);
         close(first);
         QTRY_VERIFY(controller.isNull());
-        QCOMPARE(AppDelegate::messageInbox.size(), 1);
+        QCOMPARE(AppDelegate::state().messageInbox.size(), 1);
         QCOMPARE(open().size(), 1);
         QCOMPARE(m_agent->log().filter(u"deleted index=0"_s).size(), 1);
         AppDelegate::send(u"#####end"_s); // the service hears nothing else
@@ -105,10 +105,10 @@ private Q_SLOTS:
     {
         Intervals::current().clock = std::chrono::hours(1);
         const QWidget* const window = receive(u"Hi"_s, 2);
-        MessageInbox* const controller = AppDelegate::messageInbox.constFirst();
+        MessageInbox* const controller = AppDelegate::state().messageInbox.constFirst();
         const auto* const line = window->findChild<QLabel*>(u"AutomaticMessage"_s);
         QCOMPARE(line->text(), u"Closes automatically in 2 sec"_s);
-        AppDelegate::language = Language::Spanish;
+        AppDelegate::options.language = Language::Spanish;
         controller->changeMessage();
         QCOMPARE(line->text(), u"Se cerrará automáticamente en 1 s"_s);
         QVERIFY(window->isVisible());
@@ -153,7 +153,7 @@ private:
     QWidget* receive(const QString& text, qint64 timeout = 0, int kind = 0)
     {
         const QWidgetList before = open();
-        AppDelegate::showMessageInbox(text, text, timeout, kind);
+        AppDelegate::showMessageInbox({text, text, timeout, kind});
         (void)QTest::qWaitFor([&] { return open().size() > before.size(); });
         QWidgetList added = open();
         added.removeIf([&](QWidget* window) { return before.contains(window); });

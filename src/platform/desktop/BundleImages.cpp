@@ -1,6 +1,7 @@
 #include "platform/desktop/BundleImages.h"
 
 #include <QPixmap>
+#include <QWidget>
 
 #include "platform/files/MainBundle.h"
 
@@ -22,4 +23,10 @@ std::optional<QIcon> BundleImages::icon(const QString& name)
         }
     }
     return icon.isNull() ? std::nullopt : std::optional(icon);
+}
+
+QPixmap BundleImages::pixmap(const QString& name, const QWidget& place)
+{
+    const auto picture = icon(name);
+    return picture ? picture->pixmap(place.size(), place.devicePixelRatioF()) : QPixmap();
 }

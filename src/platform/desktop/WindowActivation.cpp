@@ -1,5 +1,6 @@
 #include "platform/desktop/WindowActivation.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
@@ -30,6 +31,8 @@ quint32& lastAction()
     static quint32 time = 0;
     return time;
 }
+
+std::atomic<bool> isStopped = false;
 
 class InputWatch : public QObject {
 public:
@@ -103,8 +106,16 @@ void WindowActivation::noteAction(quint32 serverTime)
     lastAction() = serverTime != 0 ? serverTime : serverTimeNow();
 }
 
+void WindowActivation::stop()
+{
+    isStopped = true;
+}
+
 void WindowActivation::present(QWidget* window)
 {
+    if (isStopped) {
+        return;
+    }
     if (!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
         window->setWindowFlag(Qt::WindowStaysOnTopHint);
     }
