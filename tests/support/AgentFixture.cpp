@@ -91,6 +91,12 @@ QByteArrayList AgentFixture::sent()
     return messages;
 }
 
+QByteArrayList AgentFixture::sentSoFar()
+{
+    m_agent->waitForReadyRead(0);
+    return sent();
+}
+
 void AgentFixture::forget()
 {
     m_agent->readAll();

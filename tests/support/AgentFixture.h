@@ -28,6 +28,8 @@ public:
     void write(const QByteArray& message);
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
+    // Likewise, without a turn of the event loop.
+    QByteArrayList sentSoFar();
     void forget();
 
     // The messages of a log file, times stripped.
