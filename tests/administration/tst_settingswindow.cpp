@@ -136,8 +136,9 @@ private Q_SLOTS:
         m_agent->forget();
         click(window(), "applyButton");
         QVERIFY(!window()->isVisible() && !code()->isEnabled());
-        QTest::qWait(100);
-        QVERIFY(m_agent->sent().isEmpty() && QFileInfo::exists(logo));
+        AppDelegate::send(u"#####end"_s); // anything sent before would stand before this
+        QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####end"});
+        QVERIFY(QFileInfo::exists(logo));
         QVERIFY(open(*m_agent)); // there is nothing to wait for
     }
 

@@ -124,6 +124,7 @@ private:
     void begin()
     {
         Intervals::current().showConnection = std::chrono::hours(1);
+        Intervals::current().untilStatusRequest = std::chrono::hours(1);
         Intervals::current().departure = std::chrono::milliseconds(1);
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send("connected_gateway=gw"));

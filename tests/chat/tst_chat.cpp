@@ -46,14 +46,20 @@ QTextEdit& messages()
     return *find<QTextEdit>("Messages");
 }
 
-// The transcript, block by block: on the left or the right, "#" for a header.
+// The transcript, block by block: on the left or the right, "#" for a header, "+" in green, "-" in
+// red.
 QStringList lines()
 {
     QStringList result;
     for (QTextBlock block = messages().document()->begin(); block.isValid(); block = block.next()) {
         const bool isRight = block.blockFormat().alignment().testFlag(Qt::AlignRight);
-        const bool isHeader = block.begin().fragment().charFormat().fontWeight() == QFont::Bold;
-        result.append((isRight ? u"R"_s : u"L"_s) + (isHeader ? u"# "_s : u" "_s) + block.text());
+        const QTextCharFormat format = block.begin().fragment().charFormat();
+        QString kind = format.fontWeight() == QFont::Bold ? u"#"_s : QString();
+        if (format.hasProperty(QTextFormat::ForegroundBrush)) {
+            const QColor colour = format.foreground().color();
+            kind = colour.green() > colour.red() ? u"+"_s : u"-"_s;
+        }
+        result.append((isRight ? u'R' : u'L') + kind + u' ' + block.text());
     }
     return result;
 }
@@ -89,7 +95,7 @@ private:
         QVERIFY(m_agent->send("request_chat=5,7"));
         QCOMPARE(windows().size(), 1);
         QVERIFY(QTest::qWaitForWindowActive(windows().constFirst()));
-        QTRY_COMPARE(lines(), QStringList(u"L Ann has joined"_s));
+        QTRY_COMPARE(lines(), QStringList(u"L+ Ann has joined"_s));
     }
 
     std::unique_ptr<AgentFixture> m_agent;
@@ -110,14 +116,14 @@ private Q_SLOTS:
         const QString me = u"|R# "_s + Account::fullName();
         QTest::newRow("speakers in turn")
             << u"Bob: one|+: Eve|Bob: two|me: a|me: b|Eve: c"_s
-            << u"L# Bob|L one|L Eve has joined|L two"_s + me + u"|R a|R b|L# Eve|L c"_s;
+            << u"L# Bob|L one|L+ Eve has joined|L two"_s + me + u"|R a|R b|L# Eve|L c"_s;
         QTest::newRow("nobody speaks") << u": one"_s << u"L one"_s;
         QTest::newRow("markup is text")
             << u"<b>B</b>: <a href='x'>&lt;</a>"_s << u"L# <b>B</b>|L <a href='x'>&lt;</a>"_s;
         QTest::newRow("right to left")
             << u"יוסי: שלום|me: שלום"_s << u"L# יוסי|L שלום"_s + me + u"|R שלום"_s;
         QTest::newRow("names stay in their line") << u"B\nob\u202E: one\ntwo|+: E\nve\u202E"_s
-                                                  << u"L# B ob|L one\u2028two|L E ve has joined"_s;
+                                                  << u"L# B ob|L one\u2028two|L+ E ve has joined"_s;
     }
     void transcript()
     {
@@ -257,7 +263,7 @@ private Q_SLOTS:
         QTRY_VERIFY(AppDelegate::state().chats.constFirst()->findChildren<QTimer*>().isEmpty());
         QVERIFY(m_agent->send("close_chat=9")); // everything before has been shown
         QCOMPARE(lines().mid(1),                // one departure, whatever else comes
-                 QStringList(ends ? u"L Ann has left"_s : u"L Bob has left"_s));
+                 QStringList(ends ? u"L- Ann has left"_s : u"L- Bob has left"_s));
         QCOMPARE(find<QPushButton>("Send")->isEnabled(), !ends);
         QCOMPARE(find<QLineEdit>("Message")->isEnabled(), !ends);
         // Leaving is possible now.
@@ -277,7 +283,7 @@ private Q_SLOTS:
         QVERIFY(!AppDelegate::state().chats.constFirst()->leaved); // not before its time
         QTRY_VERIFY(AppDelegate::state().chats.constFirst()->leaved);
         QTRY_COMPARE(lines().mid(1),
-                     QStringList({u"L <i>Bob has joined"_s, u"L <i>Bob has left"_s}));
+                     QStringList({u"L+ <i>Bob has joined"_s, u"L- <i>Bob has left"_s}));
         QVERIFY(m_agent->send(told("chat_left_member=", u"Eve"_s)));
         QTest::mouseClick(find<QPushButton>("Quit"), Qt::LeftButton);
         QTRY_VERIFY(windows().isEmpty()); // gone when her time comes

@@ -10,6 +10,7 @@
 #include <QTimer>
 
 #include "AgentFixture.h"
+#include "platform/desktop/BundleImages.h"
 #include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
 #include "window_kit/Contrast.h"
@@ -50,11 +51,21 @@ private Q_SLOTS:
 
     void aKindHasAPictureAndAReadableColour()
     {
-        for (const int kind : {-1, 0, 1, 2, 3, 4, 5}) {
-            const bool isKnown = kind >= 1 && kind <= 4;
+        struct Look {
+            int kind;
+            QString picture;
+            int hue; // in degrees: blue, green, orange, red
+        };
+        for (const auto& [kind, picture, hue] :
+             {Look{-1, {}, -1}, Look{0, {}, -1}, Look{1, u"info"_s, 213},
+              Look{2, u"question"_s, 143}, Look{3, u"caution"_s, 30}, Look{4, u"stop"_s, 4},
+              Look{5, {}, -1}}) {
+            const bool isKnown = hue >= 0;
             const QWidget* const window = receive(u"Hi"_s, 0, kind);
             const auto* const message = window->findChild<QPlainTextEdit*>();
-            QCOMPARE(window->findChild<QLabel*>(u"icon"_s)->isVisible(), isKnown);
+            const auto* const icon = window->findChild<QLabel*>(u"icon"_s);
+            QCOMPARE(icon->isVisible(), isKnown);
+            QCOMPARE(icon->pixmap().toImage(), BundleImages::pixmap(picture, *icon).toImage());
             // Open windows follow a change.
             for (const QColor& ground : {QColor(0x2d, 0x2d, 0x2d), QColor(Qt::white)}) {
                 QPalette palette(ground);
@@ -64,6 +75,7 @@ private Q_SLOTS:
                 const QColor text = message->palette().color(QPalette::Text);
                 QVERIFY(Contrast::ratio(text, ground) >= 4.5);
                 QCOMPARE(text != palette.color(QPalette::Text), isKnown);
+                QVERIFY(!isKnown || qAbs(text.hsvHue() - hue) < 15);
             }
         }
     }
