@@ -12,7 +12,7 @@
 #include "platform/desktop/StatusItem.h"
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ChildProcess.h"
-#include "window_kit/PlainText.h"
+#include "window_kit/ShownText.h"
 #include "windows/ConnectionStatus.h"
 
 using namespace Qt::StringLiterals;
@@ -26,15 +26,6 @@ constexpr qsizetype kConnectionPosition = 2;
 
 // What fits a menu of a sensible width; the whole is in the item's tool tip then.
 constexpr qsizetype kLongestItem = 120;
-
-QString menuText(const QString& text)
-{
-    QString line = PlainText::singleLine(text);
-    if (line.size() > kLongestItem) {
-        line = line.left(kLongestItem) + u'…';
-    }
-    return line.replace(u'&', "&&"_L1); // shown, not a mnemonic
-}
 
 QIcon statusIcon(const QString& name)
 {
@@ -50,8 +41,8 @@ QString connectivityLabel(const std::optional<JsonData>& labels)
 // What an item shows; it may change while a panel has the menu open.
 void dressItem(QAction* item, const QString& title, const QString& symbol)
 {
-    item->setText(menuText(title));
-    item->setToolTip(title.size() > kLongestItem ? PlainText::toolTip(title) : QString());
+    item->setText(ShownText::menuItem(title, kLongestItem));
+    item->setToolTip(title.size() > kLongestItem ? ShownText::toolTip(title) : QString());
     item->setIcon(BundleImages::icon(symbol).value_or(QIcon()));
 }
 
@@ -78,7 +69,7 @@ void AppDelegate::systemTray()
     statusBarItem->setIcon(statusIcon(
         StatusBarRules::iconName(disconnectedIconVisible, gatewayConnectionStatus, false)));
 
-    m_menu = std::make_unique<QMenu>(menuText(oemName));
+    m_menu = std::make_unique<QMenu>(ShownText::menuItem(oemName, kLongestItem));
     m_menu->setToolTipsVisible(true);
     statusBarMenu = m_menu.get();
     addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, u"wrench"_s,
@@ -106,7 +97,7 @@ void AppDelegate::showStatusInStatusBar()
     dressItem(items.at(kConnectionPosition), title,
               StatusBarRules::connectionSymbol(sessions.size()));
     statusBarItem->setToolTip(
-        sessions.isEmpty() ? oemName : PlainText::singleLine(title).left(kLongestToolTip));
+        ShownText::line(sessions.isEmpty() ? oemName : title, kLongestToolTip));
 }
 
 QString AppDelegate::getConnectivityLabel()

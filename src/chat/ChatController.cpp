@@ -25,7 +25,6 @@
 #include "window_kit/InertPeriod.h"
 #include "window_kit/Logo.h"
 #include "window_kit/Placement.h"
-#include "window_kit/PlainText.h"
 #include "window_kit/ShownText.h"
 #include "windows/ConnectionStatus.h"
 
@@ -53,7 +52,7 @@ std::optional<QString> chatMessageData(qint32 token, const QString& message)
 // "Anna has joined".
 QString notice(const QString& name, const std::optional<QString>& label, const QString& fallback)
 {
-    return ShownText::shownInLine(name) + u' ' + label.value_or(fallback);
+    return ShownText::line(name) + u' ' + label.value_or(fallback);
 }
 
 std::optional<QString> chatLabel(QString JsonData::Info::Chat::*label)
@@ -257,9 +256,9 @@ void ChatController::showMembers()
 {
     QStringList names;
     for (const QString& name : std::as_const(members)) {
-        names.append(ShownText::shownInLine(name));
+        names.append(ShownText::line(name));
     }
-    m_window->ui.Messages->setToolTip(PlainText::toolTip(names.join(u'\n')));
+    m_window->ui.Messages->setToolTip(ShownText::toolTip(names.join(u'\n')));
 }
 
 void ChatController::receiveChat(const QString& name, const QString& text)

@@ -20,7 +20,7 @@
 #include "window_kit/ElidedLabel.h"
 #include "window_kit/InertPeriod.h"
 #include "window_kit/Logo.h"
-#include "window_kit/PlainText.h"
+#include "window_kit/ShownText.h"
 #include "windows/SessionClock.h"
 
 using namespace Qt::StringLiterals;
@@ -302,7 +302,7 @@ void ConnectionStatus::showState()
     sign.setPixmap(picture(isLinked ? u"status-available"_s : u"status-unavailable"_s, sign));
     sign.setAccessibleName(isLinked ? ready : no_gateway);
     if (AppDelegate::showConnectionDetail) {
-        sign.setToolTip(PlainText::toolTip(gateway_name));
+        sign.setToolTip(ShownText::toolTip(gateway_name));
     }
     m_window->ui.agentDesc->setText(stateText());
 }
