@@ -14,7 +14,6 @@
 #include <QWindow>
 
 #include "agent_core/AppDelegate.h"
-#include "chat/ChatPlacement.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "platform/desktop/WindowActivation.h"
@@ -35,7 +34,6 @@ namespace {
 constexpr Qt::WindowFlags kFlags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                    Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
                                    Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint;
-constexpr int kTitleBar = 32; // about: known only when the window is on the screen
 constexpr qsizetype kLongestMessage = 128;
 
 // A line of the person's as it goes to the service; none where the text is no valid Unicode, which
@@ -111,8 +109,8 @@ public:
                 taken.append(chat->m_window->pos());
             }
         }
-        const QSize frame = size() + QSize(0, kTitleBar);
-        move(ChatPlacement::next(Placement::room(), frame, taken));
+        const QRect area = Placement::availableArea();
+        move(Placement::cascade(area, size(), Placement::leftSide(area, size()), taken));
     }
 
     Ui::ChatController ui;

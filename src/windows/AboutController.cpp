@@ -63,7 +63,7 @@ void AboutController::present()
     Window& shown = window();
     if (!shown.isVisible()) {
         shown.adjustSize();
-        shown.move(Placement::centre(Placement::room(), shown.size()));
+        shown.move(Placement::centre(Placement::availableArea(), shown.size()));
     }
     WindowActivation::present(&shown);
 }

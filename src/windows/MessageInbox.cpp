@@ -177,7 +177,9 @@ void MessageInbox::present()
             others.append(message->m_window->pos());
         }
     }
-    m_window->move(Placement::cascade(Placement::room(), m_window->size(), others));
+    const QRect area = Placement::availableArea();
+    const QPoint first = Placement::centre(area, m_window->size());
+    m_window->move(Placement::cascade(area, m_window->size(), first, others));
     m_window->inertPeriod.begin(InertPeriod::Inputs::Keyboard);
     WindowActivation::present(m_window.get());
 }
