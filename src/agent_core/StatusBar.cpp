@@ -10,7 +10,7 @@
 #include "logging/Logs.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
-#include "window_kit/PlainText.h"
+#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -23,15 +23,6 @@ constexpr qsizetype kConnectionPosition = 2;
 
 // What fits a menu of a sensible width; the whole is in the item's tool tip then.
 constexpr qsizetype kLongestItem = 120;
-
-QString menuText(const QString& text)
-{
-    QString line = PlainText::singleLine(text);
-    if (line.size() > kLongestItem) {
-        line = line.left(kLongestItem) + u'…';
-    }
-    return line.replace(u'&', "&&"_L1); // shown, not a mnemonic
-}
 
 QIcon statusIcon(const QString& name)
 {
@@ -47,8 +38,8 @@ QString connectivityLabel(const std::optional<JsonData::Info>& labels)
 // What an item shows; it may change while a panel has the menu open.
 void updateItem(QAction* item, const QString& title, const QString& symbol)
 {
-    item->setText(menuText(title));
-    item->setToolTip(title.size() > kLongestItem ? PlainText::toolTip(title) : QString());
+    item->setText(ShownText::menuItem(title, kLongestItem));
+    item->setToolTip(title.size() > kLongestItem ? ShownText::toolTip(title) : QString());
     item->setIcon(BundleImages::icon(symbol).value_or(QIcon()));
 }
 
@@ -74,7 +65,7 @@ void AppDelegate::systemTray()
     m_statusItem->setIcon(statusIcon(StatusBarRules::iconName(
         options.disconnectedIconVisible, state().gatewayConnectionStatus, false)));
 
-    m_menu = std::make_unique<QMenu>(menuText(options.oemName));
+    m_menu = std::make_unique<QMenu>(ShownText::menuItem(options.oemName, kLongestItem));
     m_menu->setToolTipsVisible(true);
     addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, u"wrench"_s,
             [this] { settings(); });
@@ -105,7 +96,7 @@ void AppDelegate::updateSystemTrayIcon()
     updateItem(items.at(kConnectionPosition), title,
                StatusBarRules::connectionSymbol(sessions.size()));
     state().statusBarItem->setToolTip(
-        sessions.isEmpty() ? options.oemName : PlainText::singleLine(title).left(kLongestToolTip));
+        ShownText::line(sessions.isEmpty() ? options.oemName : title, kLongestToolTip));
 }
 
 QString AppDelegate::getConnectivityLabel()

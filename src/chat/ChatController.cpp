@@ -7,20 +7,17 @@
 #include <QWidget>
 #include <QWindow>
 
-#include "chat/ChatPlacement.h"
 #include "platform/accounts/Account.h"
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Placement.h"
-#include "window_kit/PlainText.h"
 #include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kTitleBar = 32; // about: known only when the window is on the screen
 constexpr qsizetype kLongestMessage = 128;
 
 } // namespace
@@ -121,8 +118,9 @@ bool ChatController::isVisible() const
 
 void ChatController::presentBeside(const QList<QPoint>& others)
 {
-    const QSize frame = m_window->size() + QSize(0, kTitleBar);
-    m_window->move(ChatPlacement::next(Placement::room(), frame, others));
+    const QRect area = Placement::availableArea();
+    const QPoint first = Placement::leftSide(area, m_window->size());
+    m_window->move(Placement::cascade(area, m_window->size(), first, others));
     m_window->presentByService();
 }
 
@@ -146,7 +144,7 @@ QString ChatController::notice(const QString& name, QString JsonData::Info::Chat
                                const QString& fallback) const
 {
     const auto labels = m_labels();
-    return ShownText::shownInLine(name) + u' ' + (labels ? labels->Chat.*label : fallback);
+    return ShownText::line(name) + u' ' + (labels ? labels->Chat.*label : fallback);
 }
 
 void ChatController::joinedMember(const QString& name)
@@ -189,9 +187,9 @@ void ChatController::showMembers()
 {
     QStringList names;
     for (const QString& name : std::as_const(members)) {
-        names.append(ShownText::shownInLine(name));
+        names.append(ShownText::line(name));
     }
-    m_window->ui.Messages->setToolTip(PlainText::toolTip(names.join(u'\n')));
+    m_window->ui.Messages->setToolTip(ShownText::toolTip(names.join(u'\n')));
 }
 
 void ChatController::receiveChat(const QString& name, const QString& text)

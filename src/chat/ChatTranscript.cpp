@@ -80,7 +80,7 @@ void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour
     characters.setFontPointSize(kHeaderSize);
     characters.setFontWeight(QFont::Bold);
     characters.setProperty(kColour, static_cast<int>(colour));
-    append(ShownText::shownInLine(sender), Kind::Header, isLeft, characters);
+    append(ShownText::line(sender), Kind::Header, isLeft, characters);
 }
 
 void ChatTranscript::appendBody(const QString& text, bool isLeft, ChatColour colour)

@@ -52,7 +52,7 @@ void AboutController::present()
     }
     if (!shown.isVisible()) {
         shown.adjustSize();
-        shown.move(Placement::centre(Placement::room(), shown.size()));
+        shown.move(Placement::centre(Placement::availableArea(), shown.size()));
     }
     shown.present();
 }

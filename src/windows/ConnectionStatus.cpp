@@ -10,7 +10,7 @@
 #include "platform/desktop/BundleImages.h"
 #include "ui_ConnectionStatus.h"
 #include "window_kit/AgentWindow.h"
-#include "window_kit/PlainText.h"
+#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -233,7 +233,7 @@ void ConnectionStatus::showState()
         gatewayConnectionStatus ? u"status-available"_s : u"status-unavailable"_s, sign));
     sign.setAccessibleName(gatewayConnectionStatus ? ready : no_gateway);
     if (showConnectionDetail) {
-        sign.setToolTip(PlainText::toolTip(gateway_name));
+        sign.setToolTip(ShownText::toolTip(gateway_name));
     }
     m_window->ui.agentDesc->setText(stateText());
 }

@@ -151,7 +151,9 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
 
 void MessageInbox::present(const QList<QPoint>& others)
 {
-    m_window->move(Placement::cascade(Placement::room(), m_window->size(), others));
+    const QRect area = Placement::availableArea();
+    const QPoint first = Placement::centre(area, m_window->size());
+    m_window->move(Placement::cascade(area, m_window->size(), first, others));
     m_window->presentByService();
 }
 

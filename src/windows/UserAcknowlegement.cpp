@@ -52,9 +52,9 @@ public:
             letGo(*button);
         }
         ui.user_ack_desc->setFocus(Qt::OtherFocusReason);
-        if (!isVisible() || !Placement::isInSight(*this)) {
+        if (!isVisible() || !Placement::isOnOneScreen(*this)) {
             adjustSize();
-            move(Placement::centre(Placement::room(), size()));
+            move(Placement::centre(Placement::availableArea(), size()));
         }
     }
 
