@@ -294,8 +294,9 @@ private Q_SLOTS:
         open();
         // It comes in several turns of the event loop, and what follows stays behind it.
         const QString endless = QString(30'000, u'a') + u'\n' + u"<b>"_s.repeated(10'000);
-        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_s, endless)));
-        QVERIFY(m_agent->send(told("receive_chat=", u"Bob"_s, u"end"_s)));
+        // Not over the link, where the kernel may bring so much in two reads.
+        AppDelegate::receiveChat({5, u"Bob"_s, endless});
+        AppDelegate::receiveChat({5, u"Bob"_s, u"end"_s});
         QTRY_COMPARE(lines().constLast(), u"L end"_s);
         messages().selectAll();
         messages().copy();
