@@ -16,7 +16,7 @@ QVariant bundleOption(const QString& key)
     return list ? list->value(key) : QVariant();
 }
 
-// Whether the option is there as a boolean; the target keeps its value where not.
+// Returns whether the option is there as a boolean; else the target keeps its value.
 bool readBoolean(const QString& key, bool& target)
 {
     const QVariant value = bundleOption(key);
@@ -54,7 +54,7 @@ void AppDelegate::getShowConnectionDetail()
 
 void AppDelegate::getDisplaySettings()
 {
-    // A chain on purpose: an installer that leaves out a key leaves the rest at their defaults.
+    // A chain on purpose: after a missing key the others keep their defaults.
     [[maybe_unused]] const bool all = readBoolean(u"show_platform"_s, options.displayPlatform) &&
                                       readBoolean(u"show_agent_type"_s, options.displayAgentType) &&
                                       readBoolean(u"enable_change"_s, options.displayChange);

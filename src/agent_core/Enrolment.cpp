@@ -101,7 +101,7 @@ void AppDelegate::enableSettings()
 {
     settingsWindow().setLocked(false);
     window->inertPeriod
-        .ignoreHeldKey(); // the Return that ended the question for a password applies nothing
+        .ignoreHeldKey(); // the Return that entered the password must not press Apply
     window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
 }
 
@@ -159,7 +159,7 @@ void AppDelegate::cancelAction()
     closeSettings();
 }
 
-// Without the window there is nothing to be unlocked, so a question for a password goes with it.
+// Closes the question for a password, too.
 void AppDelegate::closeSettings()
 {
     m_access->cancelAction();
@@ -169,8 +169,7 @@ void AppDelegate::closeSettings()
 
 void AppDelegate::applyAction()
 {
-    // Locked, its button is off; nothing else may come this way either. And once the end has begun
-    // nothing is written that it would cut short.
+    // Once the end has begun nothing is written: it would be cut short.
     if (settingsWindow().isLocked() || isTerminating()) {
         return;
     }

@@ -28,7 +28,7 @@ namespace {
 
 // The console user's name while nobody is logged in.
 const QLatin1StringView kLoginWindow = "loginwindow"_L1;
-// The full name of the system's own account, which is nobody's.
+// The full name of the system's own account, which is no person's.
 const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
 
 } // namespace
@@ -137,7 +137,7 @@ void AppDelegate::startClient()
     m_client = std::make_unique<Client>(u"localhost"_s, options.portUI, m_checkMessage);
     client = m_client.get();
     client->start();
-    isStarted = true; // from here on an end from outside takes the whole way
+    isStarted = true; // from here on a signal runs the whole orderly end
 }
 
 void AppDelegate::startTimers()
@@ -210,7 +210,7 @@ QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repe
                                 std::function<void()> action)
 {
     auto* const timer =
-        new QTimer(state().connectionStatus); // lives no longer than what it acts upon
+        new QTimer(state().connectionStatus); // the timers act on it, and go with it
     timer->setSingleShot(repeats == Repeats::No);
     QObject::connect(timer, &QTimer::timeout, timer, std::move(action));
     timer->start(interval);

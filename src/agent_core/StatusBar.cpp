@@ -16,12 +16,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The status bar shows no more of a text than this.
+// The longest tool tip that panels show.
 constexpr qsizetype kLongestToolTip = 250;
 // Where the live line of the connections stands in the menu.
 constexpr qsizetype kConnectionPosition = 2;
 
-// What fits a menu of a sensible width; the whole is in the item's tool tip then.
+// In UTF-16 code units; a longer line is whole in its tool tip.
 constexpr qsizetype kLongestItem = 120;
 
 QIcon statusIcon(const QString& name)
@@ -35,7 +35,7 @@ QString connectivityLabel(const std::optional<JsonData::Info>& labels)
     return labels ? labels->MainMenu.connection : u"Connection"_s;
 }
 
-// What an item shows; it may change while a panel has the menu open.
+// Changes the item in place: a panel may have the menu open.
 void updateItem(QAction* item, const QString& title, const QString& symbol)
 {
     item->setText(ShownText::menuItem(title, kLongestItem));

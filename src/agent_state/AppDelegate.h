@@ -63,7 +63,7 @@ public:
     // --- BundleOptions.cpp: each reads its keys of the bundle's "oem" property list ---
 
     static void getOemName(const QString& key, QString& target);
-    // The name is misspelt for good: it is part of the interface.
+    // The name is misspelt on purpose: it is part of the interface.
     static void getDisconnectedIconVisisble();
     static void getAllowToLeaveChat();
     static void getShowConnectionDetail();

@@ -63,10 +63,10 @@ public:
     QStringList members; // each once, in the order in which they came
     QString lastUser;    // whose header was shown last
     QString from;        // with whom the chat was opened
-    // Nobody ever sets it, so the announcement in set() always happens: that is meant.
+    // Nobody ever sets it, so set() always announces the operator, on purpose.
     bool joined = false;
     // Has one writer, leftMember(): set any earlier, the notice could never come. The name is
-    // misspelt for good: it is part of the interface.
+    // misspelt on purpose: it is part of the interface.
     bool leaved = false;
     bool logoChanged = false;
 

@@ -64,7 +64,7 @@ protected:
             m_isToBePlaced = true;
             break;
         case QEvent::WindowStateChange:
-            // What was left undone while it was minimised.
+            // A minimised window was not redrawn.
             if (m_owner.isVisible()) {
                 m_owner.config();
             }

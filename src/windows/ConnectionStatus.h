@@ -37,8 +37,8 @@ public:
 
     // Puts one language's texts in place; the state's line follows at the next config().
     void translate(const JsonData::Info& data);
-    // Moves the window to the top right corner of its screen. Screens' own origins are left out of
-    // account: that is meant.
+    // Moves the window to the top right corner of its screen. Ignores the screen's own origin, on
+    // purpose.
     void setPosition();
     // Makes the window high enough for so many sessions: none, one, or two.
     void resizeWindow(qsizetype sessionNumber);

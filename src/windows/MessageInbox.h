@@ -27,8 +27,8 @@ public:
     // Fills the window. `timeout` is in seconds, below one the message stays until the person
     // closes it; the kind is one of MessageKind's numbers.
     void set(const QString& from, const QString& text, qint64 timeout, qint64 iconValue);
-    // Brings it up, deaf to the keyboard for its first moments, beside the other messages, which
-    // stand at these places.
+    // Brings it up beside the other messages, which stand at these places. At first it ignores
+    // keys.
     void present(const QList<QPoint>& others);
     [[nodiscard]] QPoint position() const;
 

@@ -34,11 +34,11 @@ public:
 
     void clearPassword()
     {
-        // The field's own characters, before it lets go of them.
+        // Overwrites the field's own characters, which setText() would only release.
         QString typed = ui.password->text();
         SecretText::wipe(typed);
-        // And what it remembers to undo, letter by letter: dropping that keeps the room, which new
-        // letters then overwrite.
+        // Overwrites the undo history, which holds each letter: setText() clears it but keeps its
+        // memory, which the next letters fill.
         constexpr qsizetype kFiller = 512;
         const QSignalBlocker blocker(ui.password);
         ui.password->setText(QString());
@@ -88,7 +88,7 @@ SecurityAccess::Window& SecurityAccess::window()
 void SecurityAccess::refresh()
 {
     if (m_isChecking) {
-        return; // its end empties them
+        return; // finishCheck() empties them
     }
     if (const auto labels = m_labels()) {
         translate(*labels);
@@ -116,7 +116,7 @@ void SecurityAccess::present(QWidget* settings)
         shown.adjustSize();
         const QRect behind = settings->frameGeometry();
         shown.move(behind.center() - shown.rect().center());
-        shown.winId(); // so that there is a window to set in front of the other
+        shown.winId(); // makes the native window, which is set in front of the other
         shown.windowHandle()->setTransientParent(settings->windowHandle());
         shown.ui.username->setFocus();
     }

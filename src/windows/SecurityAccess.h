@@ -14,8 +14,8 @@ class QWidget;
 // and then the system itself refuses the change.
 //
 // The controller lives as long as the agent; its window is made when it is first to be seen. What
-// was typed is checked elsewhere, which takes seconds; until finishCheck() or a cancelling the
-// window takes nothing. Main thread.
+// was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction() the
+// window is disabled. Main thread.
 class SecurityAccess : public QObject {
     Q_OBJECT
 
@@ -28,7 +28,7 @@ public:
     // Brings the window up, in front of the one that it is for.
     void present(QWidget* settings);
 
-    // Hands out what was typed; the password's field is emptied at once.
+    // Emits what was typed, and empties the password's field at once.
     void check();
     // The result: the window goes, or shows that the credentials are wrong. Empties both fields.
     void finishCheck(bool isRight);

@@ -17,8 +17,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Lets go of a button that is being pressed, without a click.
-void letGo(QAbstractButton& button)
+// Releases a button that is being pressed, without a click.
+void releaseWithoutClick(QAbstractButton& button)
 {
     button.setDown(false);
     const QPointF outside(-1, -1);
@@ -42,14 +42,14 @@ public:
         answerBy(*ui.acceptButton, [&owner] { owner.acceptAction(); });
     }
 
-    // What is asked may have changed under the person's hands: whatever they were about to press
-    // was meant for something else.
-    void startAnew()
+    // Begins a question. A press that began before it counts for nothing: it was meant for another
+    // question.
+    void beginQuestion()
     {
         ++m_question;
         inertPeriod.begin(InertPeriod::Inputs::KeyboardAndMouse);
         for (QPushButton* const button : {ui.declineButton, ui.acceptButton}) {
-            letGo(*button);
+            releaseWithoutClick(*button);
         }
         ui.user_ack_desc->setFocus(Qt::OtherFocusReason);
         if (!isVisible() || !Placement::isOnOneScreen(*this)) {
@@ -70,8 +70,8 @@ protected:
             AgentWindow::keyPressEvent(event);
             return;
         }
-        // There is no default button; one that the person has gone to (by the Tab key, not by a
-        // click that was not heard) may be pressed by Return.
+        // There is no default button; Return presses the one that the person has gone to with the
+        // Tab key.
         auto* const button = qobject_cast<QPushButton*>(focusWidget());
         if (button != nullptr && !event->isAutoRepeat()) {
             button->click();
@@ -101,7 +101,7 @@ UserAcknowledgement::~UserAcknowledgement() = default;
 void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
                               const QString& controlName)
 {
-    window().startAnew();
+    window().beginQuestion();
     m_window->present();
     session = askingSession;
     serverName = server;

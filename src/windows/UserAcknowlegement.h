@@ -8,7 +8,7 @@
 #include "localisation/Translate.h"
 
 // The dialog that asks the person whether a remote operator may take control. The file's name is
-// misspelt for good: it is part of the interface.
+// misspelt on purpose: it is part of the interface.
 //
 // There is one for the agent's whole life. It has no time-out and no default answer: only its two
 // buttons answer, and neither Escape nor the title bar makes it go. A request that comes while
@@ -20,10 +20,10 @@ public:
     explicit UserAcknowledgement(LabelSource labels);
     ~UserAcknowledgement() override;
 
-    // Brings the dialog up with a request, deaf for its first moments.
+    // Brings the dialog up with a request. At first it ignores keys and the mouse.
     void ask(qint64 session, const QString& server, const QString& controlName);
-    // Puts a dialog that is being shown above a window that has come up since; the keyboard stays
-    // where it is.
+    // Raises a dialog that is being shown above a window that has come up since. The keyboard focus
+    // stays where it is.
     void stayInFront();
     void hide();
 

@@ -13,6 +13,8 @@
 
 #include <xcb/xcb.h>
 
+#include "platform/threads/MainQueue.h"
+
 namespace {
 
 // X servers on this machine count their time on the monotonic clock.
@@ -113,6 +115,7 @@ void WindowActivation::stop()
 
 void WindowActivation::present(QWidget* window)
 {
+    MainQueue::assertMainThread();
     if (isStopped) {
         return;
     }
