@@ -70,14 +70,14 @@ std::vector<fs::path> entries(const fs::path& directory)
 
 void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QString& path)
 {
-    runInShell(SettingsRules::removeCommand(credentials, path), u"remove the settings"_s);
+    runInShell(SettingsCommands::remove(credentials, path), u"remove the settings"_s);
 }
 
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
                                                    const BackendSettings& setting)
 {
-    runInShell(SettingsRules::writeCommand(credentials, SettingsRules::propertyList(setting),
-                                           backendSettingsPath(), SystemPrograms::chown()),
+    runInShell(SettingsCommands::write(credentials, SettingsCommands::propertyList(setting),
+                                       backendSettingsPath(), SystemPrograms::chown()),
                u"write the settings"_s);
 }
 
