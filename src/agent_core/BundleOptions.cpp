@@ -1,9 +1,8 @@
 #include "agent_state/AppDelegate.h"
-
-#include <limits>
-
 #include "platform/files/MainBundle.h"
 #include "platform/files/PropertyList.h"
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 

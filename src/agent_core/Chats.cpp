@@ -1,12 +1,11 @@
 #include "agent_state/AppDelegate.h"
-
-#include <QJsonDocument>
-#include <QJsonObject>
-
 #include "chat/ChatController.h"
 #include "logging/Logs.h"
 #include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,4 @@
 #include "agent_state/AppDelegate.h"
-
 #include "logging/Logs.h"
 #include "platform/accounts/ConsoleSession.h"
 #include "service_link/Protocol.h"

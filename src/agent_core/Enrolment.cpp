@@ -1,15 +1,9 @@
-#include "agent_state/AppDelegate.h"
-
-#include <utility>
-
-#include <QFileInfo>
-#include <QTimer>
-
 #include "agent_core/AdministratorCheck.h"
 #include "agent_core/PrivilegedSettings.h"
 #include "agent_core/SettingsFile.h"
 #include "agent_core/SettingsLabels.h"
 #include "agent_core/SettingsRules.h"
+#include "agent_state/AppDelegate.h"
 #include "platform/processes/SecretText.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
@@ -17,6 +11,11 @@
 #include "service_link/Protocol.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
+
+#include <QFileInfo>
+#include <QTimer>
+
+#include <utility>
 
 // A name and password that are being checked, overwritten when nobody waits for the result any
 // more.

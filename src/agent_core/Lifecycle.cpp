@@ -1,10 +1,4 @@
 #include "agent_state/AppDelegate.h"
-
-#include <thread>
-
-#include <QMenu>
-#include <QTimer>
-
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/ConsoleSession.h"
@@ -21,6 +15,11 @@
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
+
+#include <QMenu>
+#include <QTimer>
+
+#include <thread>
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,4 @@
 #include "agent_state/AppDelegate.h"
-
 #include "logging/Logs.h"
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ChildProcess.h"

@@ -1,5 +1,4 @@
 #include "agent_state/AppDelegate.h"
-
 #include "logging/Logs.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/MessageInbox.h"

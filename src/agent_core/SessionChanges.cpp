@@ -1,7 +1,7 @@
-#include <algorithm>
-
 #include "agent_state/AppDelegate.h"
 #include "windows/ConnectionStatus.h"
+
+#include <algorithm>
 
 // The only code that changes the agent's list of sessions. It changes the status window's list with
 // it, so that both hold the same sessions in the same order.

@@ -1,16 +1,15 @@
+#include "agent_core/StatusBarRules.h"
 #include "agent_state/AppDelegate.h"
+#include "logging/Logs.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/desktop/StatusItem.h"
+#include "window_kit/ShownText.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QKeySequence>
 #include <QMenu>
 #include <QStyle>
-
-#include "agent_core/StatusBarRules.h"
-#include "logging/Logs.h"
-#include "platform/desktop/BundleImages.h"
-#include "platform/desktop/StatusItem.h"
-#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 

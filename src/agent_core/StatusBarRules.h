@@ -1,12 +1,12 @@
 #pragma once
 
-#include <optional>
+#include "service_link/PayloadRecords.h"
 
 #include <QList>
 #include <QString>
 #include <QStringList>
 
-#include "service_link/PayloadRecords.h"
+#include <optional>
 
 // What the status bar shows, as plain functions.
 namespace StatusBarRules {

@@ -1,14 +1,13 @@
 #include "agent_state/AppDelegate.h"
-
-#include <utility>
-
-#include <QTimer>
-
 #include "chat/ChatController.h"
 #include "records/Intervals.h"
 #include "service_link/AllowedSettings.h"
 #include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"
+
+#include <QTimer>
+
+#include <utility>
 
 namespace {
 

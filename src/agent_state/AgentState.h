@@ -1,14 +1,14 @@
 #pragma once
 
-#include <optional>
+#include "localisation/Translate.h"
+#include "records/SessionInfo.h"
+#include "records/SettingsTexts.h"
 
 #include <QList>
 #include <QPointer>
 #include <QString>
 
-#include "localisation/Translate.h"
-#include "records/SessionInfo.h"
-#include "records/SettingsTexts.h"
+#include <optional>
 
 class AboutController;
 class ChatController;

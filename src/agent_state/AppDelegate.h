@@ -1,18 +1,18 @@
 #pragma once
 
-#include <atomic>
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <optional>
+#include "agent_state/AgentState.h"
+#include "service_link/Client.h"
+#include "service_link/PayloadRecords.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QString>
 
-#include "agent_state/AgentState.h"
-#include "service_link/Client.h"
-#include "service_link/PayloadRecords.h"
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
 
 class SettingsWindow;
 struct CredentialCheck;

@@ -1,18 +1,18 @@
 #include "chat/ChatController.h"
 
-#include <utility>
-
-#include <QCloseEvent>
-#include <QTimer>
-#include <QWidget>
-#include <QWindow>
-
 #include "platform/accounts/Account.h"
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Placement.h"
 #include "window_kit/ShownText.h"
+
+#include <QCloseEvent>
+#include <QTimer>
+#include <QWidget>
+#include <QWindow>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <memory>
+#include "chat/ChatColours.h"
+#include "localisation/Translate.h"
 
 #include <QList>
 #include <QObject>
@@ -8,8 +9,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "chat/ChatColours.h"
-#include "localisation/Translate.h"
+#include <memory>
 
 // One chat with the operators of a session, and its window.
 //

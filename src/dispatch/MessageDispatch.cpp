@@ -1,13 +1,13 @@
 #include "dispatch/MessageDispatch.h"
 
-#include <QStringList>
-
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/threads/MainQueue.h"
 #include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
+
+#include <QStringList>
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
+
+#include <optional>
 
 // What the agent does when the service says something: one table, in the order in which a message
 // is compared with its commands.

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <functional>
-#include <optional>
-
 #include <QString>
 #include <QStringList>
+
+#include <functional>
+#include <optional>
 
 // The languages that the program speaks. The order is the enumeration's own; the label document
 // lists its records in another one.

@@ -1,11 +1,11 @@
 #include "service_link/PayloadRecords.h"
 
-#include <limits>
-
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QVariant>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <optional>
+#include "records/SessionInfo.h"
 
 #include <QList>
 #include <QString>
 
-#include "records/SessionInfo.h"
+#include <optional>
 
 // The JSON objects that ride behind the service's commands, as plain values.
 //

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <QEvent>
-#include <QLabel>
-
 #include "platform/desktop/WindowActivation.h"
 #include "window_kit/InertPeriod.h"
 #include "window_kit/Logo.h"
+
+#include <QEvent>
+#include <QLabel>
 
 // What all windows of the agent have in common: they stay above ordinary ones, bear the program's
 // icon, and show a logo that follows the palette. `Base` is QWidget or QDialog. Main thread.

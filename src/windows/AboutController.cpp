@@ -1,14 +1,14 @@
 #include "windows/AboutController.h"
 
-#include <utility>
-
-#include <QDialog>
-
 #include "logging/Logs.h"
 #include "ui_AboutController.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Placement.h"
 #include "windows/Bundle+extensions.h"
+
+#include <QDialog>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "localisation/Translate.h"
+
+#include <memory>
 
 // The About window: which program this is, and which version of it.
 //

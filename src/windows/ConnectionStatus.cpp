@@ -1,16 +1,16 @@
 #include "windows/ConnectionStatus.h"
 
-#include <algorithm>
-#include <utility>
+#include "platform/desktop/BundleImages.h"
+#include "ui_ConnectionStatus.h"
+#include "window_kit/AgentWindow.h"
+#include "window_kit/ShownText.h"
 
 #include <QEvent>
 #include <QScreen>
 #include <QWindow>
 
-#include "platform/desktop/BundleImages.h"
-#include "ui_ConnectionStatus.h"
-#include "window_kit/AgentWindow.h"
-#include "window_kit/ShownText.h"
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <array>
-#include <memory>
-#include <optional>
+#include "localisation/Translate.h"
+#include "records/SessionInfo.h"
+#include "windows/SessionRow.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
 
-#include "localisation/Translate.h"
-#include "records/SessionInfo.h"
-#include "windows/SessionRow.h"
+#include <array>
+#include <memory>
+#include <optional>
 
 // The small window at the top right of the screen that tells whether the machine is linked and who
 // is in session, and in which the person ends a session or asks for a chat.

@@ -1,14 +1,5 @@
 #include "windows/MessageInbox.h"
 
-#include <algorithm>
-#include <utility>
-
-#include <QDateTime>
-#include <QDialog>
-#include <QEvent>
-#include <QTimer>
-#include <QtMath>
-
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/desktop/BundleImages.h"
 #include "records/Intervals.h"
@@ -18,6 +9,15 @@
 #include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
 #include "windows/MessageKind.h"
+
+#include <QDateTime>
+#include <QDialog>
+#include <QEvent>
+#include <QTimer>
+#include <QtMath>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

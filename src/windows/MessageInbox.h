@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include "localisation/Translate.h"
 
 #include <QList>
 #include <QObject>
@@ -8,7 +8,7 @@
 #include <QPointer>
 #include <QString>
 
-#include "localisation/Translate.h"
+#include <memory>
 
 class QTimer;
 

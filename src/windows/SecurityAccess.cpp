@@ -1,17 +1,17 @@
 #include "windows/SecurityAccess.h"
 
-#include <initializer_list>
-#include <utility>
+#include "platform/desktop/BundleImages.h"
+#include "platform/processes/SecretText.h"
+#include "ui_SecurityAccess.h"
+#include "window_kit/AgentWindow.h"
 
 #include <QDialog>
 #include <QLineEdit>
 #include <QSignalBlocker>
 #include <QWindow>
 
-#include "platform/desktop/BundleImages.h"
-#include "platform/processes/SecretText.h"
-#include "ui_SecurityAccess.h"
-#include "window_kit/AgentWindow.h"
+#include <initializer_list>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
+#include "localisation/Translate.h"
 
 #include <QObject>
 #include <QString>
 
-#include "localisation/Translate.h"
+#include <memory>
 
 class QWidget;
 

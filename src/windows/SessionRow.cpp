@@ -1,14 +1,14 @@
 #include "windows/SessionRow.h"
 
-#include <utility>
-
-#include <QLabel>
-#include <QToolButton>
-
 #include "platform/desktop/BundleImages.h"
 #include "records/Intervals.h"
 #include "window_kit/ElidedLabel.h"
 #include "windows/SessionClock.h"
+
+#include <QLabel>
+#include <QToolButton>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

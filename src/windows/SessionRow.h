@@ -1,10 +1,10 @@
 #pragma once
 
-#include <optional>
+#include "records/SessionInfo.h"
 
 #include <QTimer>
 
-#include "records/SessionInfo.h"
+#include <optional>
 
 class ElidedLabel;
 class QLabel;

@@ -1,15 +1,15 @@
 #include "windows/SettingsWindow.h"
 
-#include <algorithm>
-#include <initializer_list>
+#include "platform/desktop/BundleImages.h"
+#include "ui_SettingsWindow.h"
+#include "windows/PlatformNames.h"
 
 #include <QLabel>
 #include <QLayout>
 #include <QMessageBox>
 
-#include "platform/desktop/BundleImages.h"
-#include "ui_SettingsWindow.h"
-#include "windows/PlatformNames.h"
+#include <algorithm>
+#include <initializer_list>
 
 using namespace Qt::StringLiterals;
 

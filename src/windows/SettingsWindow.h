@@ -1,13 +1,13 @@
 #pragma once
 
-#include <memory>
+#include "records/BackendSettings.h"
+#include "records/SettingsTexts.h"
+#include "window_kit/AgentWindow.h"
 
 #include <QDialog>
 #include <QString>
 
-#include "records/BackendSettings.h"
-#include "records/SettingsTexts.h"
-#include "window_kit/AgentWindow.h"
+#include <memory>
 
 namespace Ui {
 class SettingsWindow;

@@ -1,17 +1,17 @@
 #include "windows/UserAcknowlegement.h"
 
-#include <functional>
-#include <utility>
+#include "platform/desktop/BundleImages.h"
+#include "ui_UserAcknowlegement.h"
+#include "window_kit/AgentWindow.h"
+#include "window_kit/Placement.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QKeyEvent>
 #include <QMouseEvent>
 
-#include "platform/desktop/BundleImages.h"
-#include "ui_UserAcknowlegement.h"
-#include "window_kit/AgentWindow.h"
-#include "window_kit/Placement.h"
+#include <functional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
+#include "localisation/Translate.h"
 
 #include <QObject>
 #include <QString>
 
-#include "localisation/Translate.h"
+#include <memory>
 
 // The dialog that asks the person whether a remote operator may take control. The file's name is
 // misspelt on purpose: it is part of the interface.

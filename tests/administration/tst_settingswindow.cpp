@@ -1,13 +1,13 @@
-#include <functional>
+#include "SettingsDriver.h"
+#include "agent_core/SettingsFile.h"
+#include "windows/SecurityAccess.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QMessageBox>
 
-#include "SettingsDriver.h"
-#include "agent_core/SettingsFile.h"
-#include "windows/SecurityAccess.h"
+#include <functional>
 
 using namespace Qt::StringLiterals;
 

@@ -1,12 +1,12 @@
+#include "AgentFixture.h"
+#include "platform/accounts/Account.h"
+#include "records/Intervals.h"
+
 #include <QApplication>
 #include <QMenu>
 #include <QTest>
 #include <QTextEdit>
 #include <QTimer>
-
-#include "AgentFixture.h"
-#include "platform/accounts/Account.h"
-#include "records/Intervals.h"
 
 using namespace Qt::StringLiterals;
 

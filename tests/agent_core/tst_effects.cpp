@@ -1,3 +1,6 @@
+#include "AgentFixture.h"
+#include "records/Intervals.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
@@ -6,9 +9,6 @@
 #include <QTest>
 #include <QTextDocument>
 #include <QTextEdit>
-
-#include "AgentFixture.h"
-#include "records/Intervals.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,7 +1,7 @@
-#include <QTest>
-
 #include "AgentFixture.h"
 #include "agent_core/StatusBarRules.h"
+
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 

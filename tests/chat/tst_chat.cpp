@@ -1,3 +1,8 @@
+#include "AgentFixture.h"
+#include "chat/ChatController.h"
+#include "platform/accounts/Account.h"
+#include "records/Intervals.h"
+
 #include <QApplication>
 #include <QClipboard>
 #include <QInputMethodEvent>
@@ -10,11 +15,6 @@
 #include <QTextBlock>
 #include <QTextEdit>
 #include <QTimer>
-
-#include "AgentFixture.h"
-#include "chat/ChatController.h"
-#include "platform/accounts/Account.h"
-#include "records/Intervals.h"
 
 using namespace Qt::StringLiterals;
 

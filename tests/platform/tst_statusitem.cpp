@@ -1,11 +1,7 @@
 #include "StatusBars.h"
-
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/StatusNotifierItem.h"
 #include "platform/threads/MainQueue.h"
-
-#include <functional>
-#include <map>
 
 #include <QAction>
 #include <QDBusAbstractInterface>
@@ -14,6 +10,9 @@
 #include <QScreen>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <functional>
+#include <map>
 
 using namespace Qt::StringLiterals;
 using namespace StatusBars;

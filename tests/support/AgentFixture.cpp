@@ -1,5 +1,10 @@
 #include "AgentFixture.h"
 
+#include "dispatch/MessageDispatch.h"
+#include "platform/processes/ProgramEnd.h"
+#include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -8,11 +13,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-
-#include "dispatch/MessageDispatch.h"
-#include "platform/processes/ProgramEnd.h"
-#include "platform/threads/MainQueue.h"
-#include "records/Intervals.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <memory>
+#include "agent_state/AppDelegate.h"
+#include "windows/ConnectionStatus.h"
 
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
-#include "agent_state/AppDelegate.h"
-#include "windows/ConnectionStatus.h"
+#include <memory>
 
 // One agent in this process, linked over real TCP to a service that the test plays.
 //

@@ -1,13 +1,13 @@
-#include <QAccessible>
-#include <QElapsedTimer>
-#include <QPushButton>
-#include <QTest>
-
 #include "AgentFixture.h"
 #include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
 #include "windows/AcknowledgementText.h"
 #include "windows/UserAcknowlegement.h"
+
+#include <QAccessible>
+#include <QElapsedTimer>
+#include <QPushButton>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 

@@ -1,12 +1,12 @@
+#include "AgentFixture.h"
+#include "records/Intervals.h"
+#include "windows/SessionClock.h"
+
 #include <QAbstractButton>
 #include <QLabel>
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
-
-#include "AgentFixture.h"
-#include "records/Intervals.h"
-#include "windows/SessionClock.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,10 @@
-#include <functional>
-#include <limits>
+#include "AgentFixture.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/desktop/WindowActivation.h"
+#include "records/Intervals.h"
+#include "window_kit/Contrast.h"
+#include "windows/MessageInbox.h"
+#include "windows/MessageKind.h"
 
 #include <QElapsedTimer>
 #include <QLabel>
@@ -9,13 +14,8 @@
 #include <QTest>
 #include <QTimer>
 
-#include "AgentFixture.h"
-#include "platform/desktop/BundleImages.h"
-#include "platform/desktop/WindowActivation.h"
-#include "records/Intervals.h"
-#include "window_kit/Contrast.h"
-#include "windows/MessageInbox.h"
-#include "windows/MessageKind.h"
+#include <functional>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 

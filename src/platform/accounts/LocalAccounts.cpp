@@ -1,5 +1,10 @@
 #include "platform/accounts/LocalAccounts.h"
 
+#include "platform/accounts/Account.h"
+#include "platform/processes/ChildProcess.h"
+#include "platform/processes/SecretText.h"
+#include "platform/processes/SystemPrograms.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -8,17 +13,11 @@
 #include <optional>
 #include <vector>
 
-#include <QFile>
-
 #include <dlfcn.h>
 #include <grp.h>
 #include <pwd.h>
 #include <security/pam_appl.h>
 #include <unistd.h>
-
-#include "platform/accounts/Account.h"
-#include "platform/processes/BoundedProcess.h"
-#include "platform/processes/SecretText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -171,13 +170,12 @@ bool isRightForPam(const QByteArray& name, QByteArray& password)
 // command's, so zero means that it let the account in.
 bool isRightForSu(const QByteArray& name, const QByteArray& password)
 {
-    const QString merged = u"/usr/bin/su"_s;
-    const QString program = QFile::exists(merged) ? merged : u"/bin/su"_s;
-    QByteArray line = password + '\n';
-    const auto result = BoundedProcess::run(
-        program, {u"-s"_s, u"/bin/sh"_s, u"-c"_s, u":"_s, u"--"_s, QString::fromUtf8(name)}, line,
-        kLongestAnswer);
-    SecretText::wipe(line);
+    ChildProcess::Options options = {.input = password + '\n', .limit = kLongestAnswer};
+    const auto result = ChildProcess::run(SystemPrograms::su(),
+                                          {u"-s"_s, SystemPrograms::kSh.toString(), u"-c"_s, u":"_s,
+                                           u"--"_s, QString::fromUtf8(name)},
+                                          options);
+    SecretText::wipe(options.input);
     return result.status == 0;
 }
 

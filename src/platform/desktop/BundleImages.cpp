@@ -1,9 +1,9 @@
 #include "platform/desktop/BundleImages.h"
 
+#include "platform/files/MainBundle.h"
+
 #include <QPixmap>
 #include <QWidget>
-
-#include "platform/files/MainBundle.h"
 
 using namespace Qt::StringLiterals;
 

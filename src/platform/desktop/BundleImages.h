@@ -1,10 +1,10 @@
 #pragma once
 
-#include <optional>
-
 #include <QIcon>
 #include <QPixmap>
 #include <QString>
+
+#include <optional>
 
 class QWidget;
 

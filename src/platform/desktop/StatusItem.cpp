@@ -1,9 +1,7 @@
 #include "platform/desktop/StatusItem.h"
 
-#include <algorithm>
-#include <limits>
-#include <optional>
-#include <thread>
+#include "platform/desktop/StatusNotifierItem.h"
+#include "platform/threads/MainQueue.h"
 
 #include <QCursor>
 #include <QDBusConnection>
@@ -19,8 +17,10 @@
 #include <QTextDocument>
 #include <QThread>
 
-#include "platform/desktop/StatusNotifierItem.h"
-#include "platform/threads/MainQueue.h"
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 

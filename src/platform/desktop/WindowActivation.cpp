@@ -1,9 +1,6 @@
 #include "platform/desktop/WindowActivation.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <ctime>
-#include <memory>
+#include "platform/threads/MainQueue.h"
 
 #include <QApplication>
 #include <QGuiApplication>
@@ -11,9 +8,12 @@
 #include <QWidget>
 #include <QWindow>
 
-#include <xcb/xcb.h>
+#include <atomic>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
 
-#include "platform/threads/MainQueue.h"
+#include <xcb/xcb.h>
 
 namespace {
 
