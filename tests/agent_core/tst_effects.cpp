@@ -22,7 +22,7 @@ public:
         qApp->installEventFilter(this);
         // Set anew, with whatever it shows, together with the icon.
         connect(AppDelegate::state().statusBarMenu->actions().at(2), &QAction::changed, this,
-                [this] { add(u"menu "_s + lists()); });
+                [this] { add(u"menu "_s + AgentFixture::sessionLists()); });
         for (QWidget* const window : QApplication::topLevelWidgets()) {
             if (const auto* const transcript = window->findChild<QTextEdit*>(u"Messages"_s)) {
                 connect(transcript->document(), &QTextDocument::contentsChanged, this,
@@ -74,21 +74,6 @@ private:
         }
     }
 
-    // The agent's sessions, and those of the status window.
-    static QString lists()
-    {
-        QString text;
-        for (const QList<SessionInfo>& list : {AppDelegate::state().sessions.all(),
-                                               AppDelegate::state().connectionStatus->sessions()}) {
-            text += u'[';
-            for (const SessionInfo& info : list) {
-                text += QString::number(info.session) + info.remoteControlUser;
-            }
-            text += u']';
-        }
-        return text;
-    }
-
     AgentFixture& m_agent;
     QStringList m_entries;
     qsizetype m_heard = 0;
@@ -111,20 +96,11 @@ class TestEffects : public QObject {
     Q_OBJECT
 
 private:
-    static QWidget* window(const char* name)
-    {
-        for (QWidget* const widget : QApplication::topLevelWidgets()) {
-            if (widget->objectName() == QLatin1StringView(name)) {
-                return widget;
-            }
-        }
-        return nullptr;
-    }
+    static QWidget* window(const char* name) { return AgentFixture::topLevel(name); }
 
     void begin()
     {
         Intervals::current().showConnection = std::chrono::hours(1);
-        Intervals::current().untilStatusRequest = std::chrono::hours(1);
         Intervals::current().departure = std::chrono::milliseconds(1);
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send("connected_gateway=gw"));

@@ -1,6 +1,7 @@
 #include "AgentFixture.h"
 
 #include "dispatch/MessageDispatch.h"
+#include "platform/desktop/WindowActivation.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
 #include "records/Intervals.h"
@@ -32,12 +33,15 @@ bool writeFile(const QString& path, const QByteArray& bytes)
 
 AgentFixture::AgentFixture()
 {
-    static const bool isAttached = (MainQueue::attach(), true);
+    static const bool isAttached = (MainQueue::attach(), WindowActivation::watchInput(), true);
     Q_UNUSED(isAttached)
     qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
     qputenv("LANGUAGE", "en");
     QDir(m_root.path()).mkpath(u"var/lib/Halvern/vantoryAgent/logs"_s);
     Intervals::current() = Intervals();
+    // What comes by itself after the start, only where a test wants it.
+    Intervals::current().untilSettings = Intervals::current().untilStatusRequest =
+        std::chrono::hours(1);
     m_server.listen(QHostAddress::LocalHost);
 }
 
@@ -146,13 +150,24 @@ void AgentFixture::allowShowing(const QByteArray& flag)
     writeFile(preferences(u"gateway.json"_s), document + "}}");
 }
 
-QWidget* AgentFixture::window() const
+QString AgentFixture::sessionLists()
 {
-    const QWidgetList widgets = QApplication::topLevelWidgets();
-    for (QWidget* const widget : widgets) {
-        if (widget->objectName() == "ConnectionStatus"_L1) {
-            return widget;
+    QString text;
+    for (const QList<SessionInfo>& list :
+         {AppDelegate::state().sessions.all(), AppDelegate::state().connectionStatus->sessions()}) {
+        text += u'[';
+        for (const SessionInfo& info : list) {
+            text += QString::number(info.session) + info.remoteControlUser;
         }
+        text += u']';
     }
-    return nullptr;
+    return text;
+}
+
+QWidget* AgentFixture::topLevel(const char* name)
+{
+    QWidgetList found = QApplication::topLevelWidgets();
+    found.removeIf(
+        [name](const QWidget* widget) { return widget->objectName() != QLatin1StringView(name); });
+    return found.value(0);
 }

@@ -43,7 +43,11 @@ public:
     // The bundle's options besides the port; before start().
     QByteArray options;
 
-    [[nodiscard]] QWidget* window() const; // the status window, if there is one
+    // The first window of that name; null where there is none.
+    [[nodiscard]] static QWidget* topLevel(const char* name);
+    [[nodiscard]] static QWidget* window() { return topLevel("ConnectionStatus"); }
+    // The agent's sessions, and those of the status window: "[7Ann8Bob][7Ann8Bob]".
+    [[nodiscard]] static QString sessionLists();
     std::unique_ptr<AppDelegate> delegate;
 
 private:

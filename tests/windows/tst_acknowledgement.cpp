@@ -1,6 +1,4 @@
 #include "AgentFixture.h"
-#include "platform/desktop/WindowActivation.h"
-#include "records/Intervals.h"
 #include "windows/AcknowledgementText.h"
 #include "windows/UserAcknowlegement.h"
 
@@ -41,12 +39,9 @@ class TestAcknowledgement : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { WindowActivation::watchInput(); }
     void init()
     {
         m_agent = std::make_unique<AgentFixture>();
-        Intervals::current().untilSettings = std::chrono::hours(1);
-        Intervals::current().untilStatusRequest = std::chrono::hours(1);
         QVERIFY(m_agent->start());
     }
     void cleanup() { m_agent.reset(); }

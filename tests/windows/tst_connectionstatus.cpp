@@ -147,17 +147,6 @@ private Q_SLOTS:
         QVERIFY(status().isVisible());
     }
 
-    void endsNothingInAnEmptySlot()
-    {
-        present();
-        AppDelegate::removeConnectionSession(8);
-        status().config();
-        status().Abort2();
-        status().ChatAction2();
-        status().Abort();
-        QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####disconnect_session=-7"});
-    }
-
     void strayKeysEndNothing()
     {
         addSession(7, u"Ann"_s, 5);

@@ -1,6 +1,5 @@
 #include "AgentFixture.h"
 #include "platform/desktop/BundleImages.h"
-#include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
 #include "window_kit/Contrast.h"
 #include "windows/MessageInbox.h"
@@ -35,12 +34,9 @@ class TestMessageInbox : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { WindowActivation::watchInput(); }
     void init()
     {
         m_agent = std::make_unique<AgentFixture>();
-        Intervals::current().untilSettings = std::chrono::hours(1);
-        Intervals::current().untilStatusRequest = std::chrono::hours(1);
         QVERIFY(m_agent->start());
     }
     void cleanup()
