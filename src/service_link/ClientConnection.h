@@ -42,7 +42,6 @@ public:
     DidStop didStopCallback;
 
 private:
-    void didChangeState(TcpConnection::State state, const std::optional<NetworkError>& error);
     void setUpReceive();
     void didReceive(const QByteArray& data, bool isComplete,
                     const std::optional<NetworkError>& error);
