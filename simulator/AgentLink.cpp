@@ -1,11 +1,11 @@
 #include "simulator/AgentLink.h"
 
+#include <QHostAddress>
+#include <QTcpSocket>
+
 #include <algorithm>
 #include <array>
 #include <utility>
-
-#include <QHostAddress>
-#include <QTcpSocket>
 
 #include <sys/socket.h>
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <chrono>
-
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTcpServer>
 #include <QTimer>
+
+#include <chrono>
 
 class QTcpSocket;
 

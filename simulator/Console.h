@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
+#include "simulator/Voice.h"
 
 #include <QByteArray>
 #include <QObject>
 
-#include "simulator/Voice.h"
+#include <memory>
 
 class QSocketNotifier;
 

@@ -1,10 +1,10 @@
 #include "simulator/Player.h"
 
-#include <algorithm>
+#include "simulator/AgentLink.h"
 
 #include <QProcess>
 
-#include "simulator/AgentLink.h"
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 

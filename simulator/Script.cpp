@@ -1,10 +1,10 @@
 #include "simulator/Script.h"
 
-#include <algorithm>
-#include <array>
-
 #include <QFile>
 #include <QFileInfo>
+
+#include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,7 @@
 #include "chat/ChatTranscript.h"
 
+#include "window_kit/ShownText.h"
+
 #include <QAbstractTextDocumentLayout>
 #include <QEvent>
 #include <QFocusEvent>
@@ -11,8 +13,6 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextLayout>
-
-#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -80,7 +80,7 @@ void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour
     characters.setFontPointSize(kHeaderSize);
     characters.setFontWeight(QFont::Bold);
     characters.setProperty(kColour, static_cast<int>(colour));
-    append(ShownText::shownInLine(sender), Kind::Header, isLeft, characters);
+    append(ShownText::line(sender), Kind::Header, isLeft, characters);
 }
 
 void ChatTranscript::appendBody(const QString& text, bool isLeft, ChatColour colour)

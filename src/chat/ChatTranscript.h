@@ -1,6 +1,6 @@
 #pragma once
 
-#include <deque>
+#include "chat/ChatColours.h"
 
 #include <QString>
 #include <QTextBlockFormat>
@@ -8,7 +8,7 @@
 #include <QTextEdit>
 #include <QTimer>
 
-#include "chat/ChatColours.h"
+#include <deque>
 
 class QTextBlock;
 

@@ -19,6 +19,6 @@ struct AllowedSettings {
     AllowedData settings;
 };
 
-// Reads the file afresh: the service may have changed it since. None where there is no file or it
-// does not decode. A file that is there but cannot be read ends the program. Any thread.
+// Reads the file. None where there is none, or where it is larger than a mebibyte or does not
+// decode. One that is there but can't be read, or is no regular file, ends the program. Any thread.
 [[nodiscard]] std::optional<AllowedData> readAllowedSettings();

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <optional>
+#include "service_link/ClientConnection.h"
 
 #include <QString>
 
-#include "service_link/ClientConnection.h"
+#include <optional>
 
 // The agent's one link to the service on this machine, for the agent's whole life. There is no
 // second try: when the link ends the process ends, and whoever started it starts it again.

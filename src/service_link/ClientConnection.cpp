@@ -1,10 +1,10 @@
 #include "service_link/ClientConnection.h"
 
-#include <utility>
+#include "logging/Logs.h"
 
 #include <QStringDecoder>
 
-#include "logging/Logs.h"
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <functional>
-#include <mutex>
-#include <optional>
+#include "platform/network/TcpConnection.h"
+#include "platform/threads/SerialQueue.h"
 
 #include <QByteArray>
 #include <QString>
 
-#include "platform/network/TcpConnection.h"
-#include "platform/threads/SerialQueue.h"
+#include <functional>
+#include <mutex>
+#include <optional>
 
 // The link to the service: the receive loop, and what is sent.
 //

@@ -1,19 +1,15 @@
 #include "service_link/PayloadRecords.h"
 
-#include <limits>
-
-#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QVariant>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// 2001-01-01 00:00:00 UTC, in milliseconds since the Unix epoch.
-constexpr qint64 kReferenceDate = 978'307'200'000;
 
 // Reads one record's fields; remembers whether any was missing or of another type.
 class Fields {
@@ -91,11 +87,6 @@ std::optional<SessionInfo> decodeSession(const QJsonValue& value)
 }
 
 } // namespace
-
-double sessionDateNow()
-{
-    return static_cast<double>(QDateTime::currentMSecsSinceEpoch() - kReferenceDate) / 1000.0;
-}
 
 std::optional<Message> decode_message(const QString& jsonData)
 {

@@ -1,9 +1,11 @@
 #pragma once
 
-#include <optional>
+#include "records/SessionInfo.h"
 
 #include <QList>
 #include <QString>
+
+#include <optional>
 
 // The JSON objects that ride behind the service's commands, as plain values.
 //
@@ -25,18 +27,6 @@ struct ConnectionInformation {
     QString deviceName;
     QString controlName;
 };
-
-// A session that is open.
-struct SessionInfo {
-    qint64 session = 0;
-    QString remoteDevice;
-    QString remoteControlUser;
-    // When it began, in seconds since 2001-01-01 00:00:00 UTC, fractions allowed.
-    std::optional<double> sessionDate;
-};
-
-// The present moment as `SessionInfo::sessionDate` counts it.
-[[nodiscard]] double sessionDateNow();
 
 struct StatusInfo {
     bool accountIsValid = false;

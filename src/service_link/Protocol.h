@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QStringView>
+
+#include <optional>
 
 // The words of the link to the service, in both directions. They stand here and nowhere else.
 //

@@ -1,9 +1,10 @@
 #include "service_link/RemoteCommands.h"
 
-#include <QFileInfo>
-
 #include "logging/Logs.h"
 #include "platform/processes/ChildProcess.h"
+#include "platform/processes/SystemPrograms.h"
+
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -17,7 +18,8 @@ enum class StatusLog { Written, Omitted };
 qint64 runShell(const QString& script, StatusLog statusLog)
 {
     // The last argument only becomes the script's name in the shell's own messages.
-    const auto result = ChildProcess::run(u"/bin/sh"_s, {u"-c"_s, script, u"&"_s});
+    const auto result =
+        ChildProcess::run(SystemPrograms::kSh.toString(), {u"-c"_s, script, u"&"_s});
     if (!result.status) {
         printErrorLog(result.error);
         return kCouldNotStart;

@@ -1,10 +1,9 @@
 #include "window_kit/ElidedLabel.h"
 
+#include "window_kit/ShownText.h"
+
 #include <QEvent>
 #include <QFontMetrics>
-
-#include "window_kit/PlainText.h"
-#include "window_kit/ShownText.h"
 
 namespace {
 
@@ -36,7 +35,7 @@ QSize ElidedLabel::minimumSizeHint() const
 
 QSize ElidedLabel::sizeHint() const
 {
-    const QString line = ShownText::shownInLine(m_fullText.left(kLongestLine));
+    const QString line = ShownText::line(m_fullText, kLongestLine);
     return {fontMetrics().horizontalAdvance(line), QLabel::sizeHint().height()};
 }
 
@@ -56,9 +55,9 @@ void ElidedLabel::changeEvent(QEvent* event)
 
 void ElidedLabel::elide()
 {
-    const QString line = ShownText::shownInLine(m_fullText.left(kLongestLine));
+    const QString line = ShownText::line(m_fullText, kLongestLine);
     const QString shown = fontMetrics().elidedText(line, Qt::ElideRight, contentsRect().width());
     setText(shown);
-    const bool isCut = shown != line || line.size() < m_fullText.size();
-    setToolTip(isCut ? PlainText::toolTip(ShownText::shownInLine(m_fullText)) : QString());
+    const bool isCut = shown != line || m_fullText.size() > kLongestLine;
+    setToolTip(isCut ? ShownText::toolTip(ShownText::line(m_fullText)) : QString());
 }

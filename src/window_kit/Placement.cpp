@@ -1,56 +1,61 @@
 #include "window_kit/Placement.h"
 
-#include <algorithm>
-
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
 
+#include <algorithm>
+
 namespace {
 
-// The frame is there only when the window is; until then this is reckoned for it.
+// A frame's usual size: the window manager adds the frame only when it shows the window.
 constexpr QSize kFrame(8, 32);
-constexpr int kStep = 32;
-// More windows than anybody looks at; beyond, they hide each other.
-constexpr int kPlaces = 100;
+constexpr int kStep = 32; // a title bar's height
+constexpr int kMargin = 24;
+// Windows beyond this number cover each other.
+constexpr int kMostPlaces = 100;
 
-// What the room has to spare around the window.
-QSize spare(const QRect& room, const QSize& window)
+// How far a window can be moved inside the area.
+QSize spare(const QRect& area, const QSize& window)
 {
-    return (room.size() - window - kFrame).expandedTo(QSize(0, 0));
+    return (area.size() - window - kFrame).expandedTo(QSize(0, 0));
 }
 
 } // namespace
 
-QRect Placement::room()
+QRect Placement::availableArea()
 {
     const QScreen* const pointed = QGuiApplication::screenAt(QCursor::pos());
     const QScreen* const screen = pointed != nullptr ? pointed : QGuiApplication::primaryScreen();
     return screen != nullptr ? screen->availableGeometry() : QRect();
 }
 
-QPoint Placement::centre(const QRect& room, const QSize& window)
+QPoint Placement::centre(const QRect& area, const QSize& window)
 {
-    const QSize left = spare(room, window) / 2;
-    return room.topLeft() + QPoint(left.width(), left.height());
+    const QSize half = spare(area, window) / 2;
+    return area.topLeft() + QPoint(half.width(), half.height());
 }
 
-QPoint Placement::cascade(const QRect& room, const QSize& window, const QList<QPoint>& others)
+QPoint Placement::leftSide(const QRect& area, const QSize& window)
 {
-    if (others.isEmpty()) {
-        return centre(room, window);
-    }
-    const QPoint last = others.constLast() - room.topLeft();
-    const QSize range = spare(room, window) + QSize(1, 1);
+    const QSize range = spare(area, window);
+    return area.topLeft() +
+           QPoint(std::min(kMargin, range.width()), std::max(range.height() / 2 - 2 * kStep, 0));
+}
+
+QPoint Placement::cascade(const QRect& area, const QSize& window, const QPoint& first,
+                          const QList<QPoint>& taken)
+{
+    const QSize range = spare(area, window) + QSize(1, 1);
+    const QPoint start = first - area.topLeft();
     QPoint place;
-    for (int number = 1; number <= kPlaces; ++number) {
-        place = room.topLeft() + QPoint(std::max(last.x() + number * kStep, 0) % range.width(),
-                                        std::max(last.y() + number * kStep, 0) % range.height());
-        const bool isTaken =
-            std::any_of(others.cbegin(), others.cend(), [place](const QPoint& other) {
-                return (other - place).manhattanLength() < kStep;
-            });
+    for (int step = 0; step < kMostPlaces; ++step) {
+        place = area.topLeft() + QPoint((start.x() + step * kStep) % range.width(),
+                                        (start.y() + step * kStep) % range.height());
+        const bool isTaken = std::any_of(taken.cbegin(), taken.cend(), [&](const QPoint& other) {
+            return (other - place).manhattanLength() < kStep;
+        });
         if (!isTaken) {
             break;
         }
@@ -58,7 +63,7 @@ QPoint Placement::cascade(const QRect& room, const QSize& window, const QList<QP
     return place;
 }
 
-bool Placement::isInSight(const QWidget& window)
+bool Placement::isOnOneScreen(const QWidget& window)
 {
     const QList<QScreen*> screens = QGuiApplication::screens();
     return std::any_of(screens.cbegin(), screens.cend(), [&](const QScreen* screen) {

@@ -8,21 +8,27 @@
 class QWidget;
 
 // Where windows come up that have no place of their own. Main thread.
+//
+// A place is the top left corner of a window's frame; a size is the window's own, without the
+// frame. A window that is larger than the area comes up at the area's top left corner, where its
+// title bar can be reached.
 namespace Placement {
 
-// What panels leave free of the screen that the person is at: the one with the pointer, else the
-// primary one.
-[[nodiscard]] QRect room();
+// What panels leave free of the screen with the pointer, else of the primary screen.
+[[nodiscard]] QRect availableArea();
 
-// The top left corner (of the window with its frame) that puts a window into the room's middle.
-[[nodiscard]] QPoint centre(const QRect& room, const QSize& window);
+[[nodiscard]] QPoint centre(const QRect& area, const QSize& window);
 
-// Likewise for one window among several, the newest of which is the last: a step down and to the
-// right of that one, or as many steps as lead to a place at which none of them stands. Who comes to
-// the room's end goes on at its beginning.
-[[nodiscard]] QPoint cascade(const QRect& room, const QSize& window, const QList<QPoint>& others);
+// At the left and a little above the middle, so that the window covers neither the questions in the
+// middle nor the sessions at the right.
+[[nodiscard]] QPoint leftSide(const QRect& area, const QSize& window);
+
+// For one window among several: the first place that none of the others has taken, going from the
+// given place down and to the right by the height of a title bar. It wraps at the area's edges.
+[[nodiscard]] QPoint cascade(const QRect& area, const QSize& window, const QPoint& first,
+                             const QList<QPoint>& taken);
 
 // Whether the whole window lies on one screen.
-[[nodiscard]] bool isInSight(const QWidget& window);
+[[nodiscard]] bool isOnOneScreen(const QWidget& window);
 
 } // namespace Placement

@@ -1,13 +1,23 @@
 #include "window_kit/ShownText.h"
 
-#include <optional>
-
 #include <QTextBoundaryFinder>
+#include <QTextDocument>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-// Vietnamese, Hebrew with its accents and Tibetan get by with fewer.
+// Vietnamese, Hebrew with its accents and Tibetan need fewer.
 constexpr int kMostMarks = 8;
+constexpr qsizetype kLongestToolTip = 10'000;
+// A tool tip's line up to this length needs no wrapping.
+constexpr qsizetype kToolTipLine = 80;
+// Where the start of a text is shown, no more of it is read: cleaning the rest would only cost
+// time.
+constexpr qsizetype kMostRead = 2 * kLongestToolTip;
 
 bool isLineBreak(char32_t c)
 {
@@ -25,13 +35,13 @@ bool isLineBreak(char32_t c)
     }
 }
 
-// Explicit direction changes, and the controls that Unicode itself has given up.
-bool isInvisibleOrder(char32_t c)
+// An explicit direction change, or one of the controls that Unicode deprecates.
+bool isDirectionChange(char32_t c)
 {
     return (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x206F);
 }
 
-// What stands for no character: the text engine keeps objects and frames in some of these.
+// The text engine marks objects and frames with some of these.
 bool isNoCharacter(char32_t c)
 {
     return QChar::isNonCharacter(c) || (c >= 0xFFF9 && c <= 0xFFFC) ||
@@ -44,7 +54,6 @@ bool isStackingMark(char32_t c)
     return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing;
 }
 
-// Goes through a text and writes down what can be shown of it.
 class Cleaner {
 public:
     explicit Cleaner(char16_t lineBreak) : m_lineBreak(lineBreak) {}
@@ -62,7 +71,7 @@ private:
     void take(char32_t c)
     {
         const bool isAfterReturn = std::exchange(m_isAfterReturn, c == U'\r');
-        if (isInvisibleOrder(c) || (c == U'\n' && isAfterReturn)) {
+        if (isDirectionChange(c) || (c == U'\n' && isAfterReturn)) {
             return;
         }
         if (isStackingMark(c)) {
@@ -87,30 +96,97 @@ private:
     bool m_isAfterReturn = false;
 };
 
-// Where the piece at the front of a longer text is to end.
-qsizetype endOfPiece(QStringView text)
+// The last end of a character in the first so many code units of a longer text. Where they are all
+// one character, it is divided, but no surrogate pair is.
+qsizetype lastCharacterEnd(QStringView text, qsizetype longest)
 {
-    const QStringView reach = text.first(ShownText::kLongestPiece);
-    const QStringView secondHalf = reach.sliced(ShownText::kLongestPiece / 2);
+    // A few code units more show whether the last character goes on.
+    const QStringView seen = text.first(std::min(text.size(), longest + 32));
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, seen.data(), seen.size());
+    finder.setPosition(longest);
+    const qsizetype end = finder.isAtBoundary() ? longest : finder.toPreviousBoundary();
+    if (end > 0) {
+        return end;
+    }
+    return longest - (text.at(longest - 1).isHighSurrogate() ? 1 : 0);
+}
+
+qsizetype endOfFirstPiece(QStringView text)
+{
+    constexpr qsizetype kHalf = ShownText::kLongestPiece / 2;
+    const QStringView secondHalf = text.sliced(kHalf, ShownText::kLongestPiece - kHalf);
     for (const QChar breakable : {QChar(QChar::LineSeparator), QChar(u' ')}) {
         const qsizetype found = secondHalf.lastIndexOf(breakable);
         if (found >= 0) {
-            return ShownText::kLongestPiece / 2 + found + 1;
+            return kHalf + found + 1;
         }
     }
-    // A few more code units, to see whether the last character goes on behind the reach.
-    const QStringView seen = text.first(qMin(text.size(), ShownText::kLongestPiece + 32));
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, seen.data(), seen.size());
-    finder.setPosition(ShownText::kLongestPiece);
-    const qsizetype boundary =
-        finder.isAtBoundary() ? finder.position() : finder.toPreviousBoundary();
-    if (boundary > 0) {
-        return boundary;
+    return lastCharacterEnd(text, ShownText::kLongestPiece);
+}
+
+QString start(const QString& text, char16_t lineBreak, qsizetype longest)
+{
+    QString result = Cleaner(lineBreak).clean(text.left(kMostRead));
+    if (result.size() > longest) {
+        result.truncate(lastCharacterEnd(result, longest));
+    } else if (text.size() <= kMostRead) {
+        return result;
     }
-    return ShownText::kLongestPiece - (reach.back().isHighSurrogate() ? 1 : 0);
+    return result + u'…';
+}
+
+// Puts a zero width space, at which a line may break, into long runs without a blank.
+QString breakable(QStringView text)
+{
+    QString result;
+    while (text.size() > kToolTipLine) {
+        const QStringView head = text.first(kToolTipLine + 1);
+        const auto blank =
+            std::find_if(head.crbegin(), head.crend(), [](QChar c) { return c.isSpace(); });
+        if (blank != head.crend()) {
+            result += head.first(head.crend() - blank);
+            text = text.sliced(head.crend() - blank);
+        } else {
+            const qsizetype end = lastCharacterEnd(text, kToolTipLine);
+            result += text.first(end);
+            result += QChar(0x200b);
+            text = text.sliced(end);
+        }
+    }
+    result += text;
+    return result;
 }
 
 } // namespace
+
+QString ShownText::shown(const QString& text)
+{
+    return Cleaner(QChar::LineSeparator).clean(text);
+}
+
+QString ShownText::line(const QString& text)
+{
+    return Cleaner(u' ').clean(text);
+}
+
+QString ShownText::line(const QString& text, qsizetype longest)
+{
+    return start(text, u' ', longest);
+}
+
+QString ShownText::menuItem(const QString& text, qsizetype longest)
+{
+    return line(text, longest).replace(u'&', "&&"_L1);
+}
+
+QString ShownText::toolTip(const QString& text)
+{
+    const QString tip = start(text, u'\n', kLongestToolTip);
+    if (tip.size() <= kToolTipLine && !Qt::mightBeRichText(tip)) {
+        return tip;
+    }
+    return u"<p style=\"white-space:pre-wrap\">%1</p>"_s.arg(breakable(tip).toHtmlEscaped());
+}
 
 QString ShownText::firstCharacters(const QString& text, qsizetype count)
 {
@@ -126,21 +202,11 @@ QString ShownText::firstCharacters(const QString& text, qsizetype count)
     return text.first(finder.position());
 }
 
-QString ShownText::shown(const QString& text)
-{
-    return Cleaner(QChar::LineSeparator).clean(text);
-}
-
-QString ShownText::shownInLine(const QString& text)
-{
-    return Cleaner(u' ').clean(text);
-}
-
 QList<ShownText::Piece> ShownText::pieces(QStringView shown)
 {
     QList<Piece> result;
     while (shown.size() > kLongestPiece) {
-        const qsizetype end = endOfPiece(shown);
+        const qsizetype end = endOfFirstPiece(shown);
         const bool endsLine = shown.at(end - 1) == QChar::LineSeparator;
         result.append({shown.first(endsLine ? end - 1 : end), endsLine});
         shown = shown.sliced(end);

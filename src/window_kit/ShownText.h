@@ -4,35 +4,47 @@
 #include <QString>
 #include <QStringView>
 
-// Texts of conversations, the person's and the operators', as windows can show them. Any thread.
+// Text from outside (names, messages), made safe to show. Any thread.
+//
+// In what shown(), line(), menuItem() and toolTip() return, control characters, halves of surrogate
+// pairs and the characters that the text engine keeps for itself are replacement characters.
+// Explicit direction changes (UAX #9: embeddings, overrides, isolates) are removed, so that text is
+// read in the order in which it was written, and so are combining marks beyond eight in a row,
+// which would be painted over the lines around.
 namespace ShownText {
 
-// The first so many characters as a person counts them: grapheme clusters (UAX #29), so that no
-// accent, no part of an emoji and no syllable is cut off its base.
-[[nodiscard]] QString firstCharacters(const QString& text, qsizetype count);
-
-// Text from outside as a transcript can show it. Line breaks of all kinds become line separators;
-// other control characters, halves of surrogate pairs and what the text engine takes for marks of
-// its own become the replacement character. Explicit direction changes (UAX #9: embeddings,
-// overrides, isolates) go, so that what is read is in the order in which it was written, and so do
-// combining marks beyond what any language stacks, which would be painted over the lines around.
+// For several lines: every line break is a line separator.
 [[nodiscard]] QString shown(const QString& text);
 
-// The same in one line: for names.
-[[nodiscard]] QString shownInLine(const QString& text);
+// For one line, in labels and names: every line break is a blank.
+[[nodiscard]] QString line(const QString& text);
+
+// Likewise, at most so many UTF-16 code units, then '…'. It is cut between two characters.
+[[nodiscard]] QString line(const QString& text, qsizetype longest);
+
+// Likewise for a menu, where a single '&' would mark a shortcut.
+[[nodiscard]] QString menuItem(const QString& text, qsizetype longest);
+
+// For tool tips, which guess whether a text is markup and do not break the lines of plain text.
+// Line breaks stay, long lines are wrapped, and what goes beyond 10,000 code units is left out.
+[[nodiscard]] QString toolTip(const QString& text);
+
+// The first so many characters as a person counts them (grapheme clusters, UAX #29): no accent, no
+// part of an emoji and no part of a syllable is cut off. Nothing else is changed.
+[[nodiscard]] QString firstCharacters(const QString& text, qsizetype count);
 
 // A part of a long text that is laid out by itself.
 struct Piece {
     QStringView text;
-    bool endsLine = false; // whether a line break stood behind it
+    bool endsLine = false; // a line break, which is not in the text, came behind it
 };
 
-// The largest piece, in code units. The cost of laying a text out grows faster than its length
-// where it has no place to break a line.
+// The largest piece, in code units. A text without a place to break its lines costs more to lay out
+// the longer it is, and more than in proportion.
 inline constexpr qsizetype kLongestPiece = 1'000;
 
-// Takes a text as shown() made it apart, at line breaks and blanks where there are any. The pieces
-// point into the text; an empty text is one empty piece.
+// Splits what shown() has returned, at line breaks and blanks where there are any. The pieces point
+// into the text; an empty text is one empty piece.
 [[nodiscard]] QList<Piece> pieces(QStringView shown);
 
 } // namespace ShownText

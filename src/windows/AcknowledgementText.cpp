@@ -1,14 +1,13 @@
 #include "windows/AcknowledgementText.h"
 
-#include <algorithm>
+#include "window_kit/ShownText.h"
 
 #include <QFocusEvent>
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
-#include "window_kit/PlainText.h"
-#include "window_kit/ShownText.h"
+#include <algorithm>
 
 namespace {
 
@@ -22,15 +21,9 @@ constexpr qsizetype kLongestTip = 900;
 
 QString line(const QString& name)
 {
-    return ShownText::shownInLine(name.size() <= kLongestName
-                                      ? name
-                                      : name.left(kLongestName / 2) + name.right(kLongestName / 2));
-}
-
-QString tip(const QString& name)
-{
-    const QString shown = ShownText::shownInLine(name.left(kLongestTip));
-    return name.size() > kLongestTip ? shown + u'…' : shown;
+    return ShownText::line(name.size() <= kLongestName
+                               ? name
+                               : name.left(kLongestName / 2) + name.right(kLongestName / 2));
 }
 
 } // namespace
@@ -70,7 +63,8 @@ void AcknowledgementText::elide()
     m_shownServer = metrics.elidedText(server, Qt::ElideMiddle, width());
     m_shownControlUser = metrics.elidedText(controlUser, Qt::ElideRight, width());
     const bool isCut = m_shownServer != server || m_shownControlUser != controlUser;
-    setToolTip(isCut ? PlainText::toolTip(tip(m_server) + u'\n' + tip(m_controlUser)) : QString());
+    const auto tip = [](const QString& name) { return ShownText::line(name, kLongestTip); };
+    setToolTip(isCut ? ShownText::toolTip(tip(m_server) + u'\n' + tip(m_controlUser)) : QString());
     update();
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "AgentFixture.h"
+
 #include <QApplication>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
-
-#include "AgentFixture.h"
 
 // The settings window and the credential window of the agent under test, as a person uses them.
 namespace SettingsDriver {

@@ -1,11 +1,12 @@
+#include "agent_core/SettingsCommands.h"
+#include "agent_core/SettingsFile.h"
+#include "agent_core/SettingsRules.h"
+#include "platform/processes/SecretText.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include "agent_core/SettingsFile.h"
-#include "agent_core/SettingsRules.h"
-#include "platform/processes/SecretText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -61,8 +62,8 @@ private Q_SLOTS:
         const Credentials who = {u"ad min"_s, u"p\"w$d"_s};
         const QString asRoot = u"/bin/echo \"p\"w$d\" | /usr/bin/sudo -u \"ad min\" -S "
                                "/usr/bin/sudo -S "_s;
-        QCOMPARE(SettingsRules::removeCommand(who, u"/a/b c"_s), asRoot + u"/bin/rm \"/a/b c\""_s);
-        QCOMPARE(SettingsRules::writeCommand(who, u"<x a=\"1\">"_s, u"/a/b"_s, u"/bin/chown"_s),
+        QCOMPARE(SettingsCommands::remove(who, u"/a/b c"_s), asRoot + u"/bin/rm \"/a/b c\""_s);
+        QCOMPARE(SettingsCommands::write(who, u"<x a=\"1\">"_s, u"/a/b"_s, u"/bin/chown"_s),
                  asRoot + u"/bin/echo \"<x a=\"1\">\" > /a/b ; "_s + asRoot +
                      u"/bin/chown root  /a/b"_s);
     }
@@ -74,9 +75,9 @@ private Q_SLOTS:
         for (const BackendSettings& settings :
              {BackendSettings{false, u"000123"_s, {}, {}},
               BackendSettings{true, u"000123"_s, kId, u"testing"_s}}) {
-            QString line = SettingsRules::writeCommand({u"me"_s, u"secret"_s},
-                                                       SettingsRules::propertyList(settings), path,
-                                                       u"/bin/true"_s);
+            QString line = SettingsCommands::write({u"me"_s, u"secret"_s},
+                                                   SettingsCommands::propertyList(settings), path,
+                                                   u"/bin/true"_s);
             line.remove(u"/usr/bin/sudo -u \"me\" -S /usr/bin/sudo -S "_s);
             QCOMPARE(QProcess::execute(u"/bin/bash"_s, {u"-c"_s, line}), 0);
             QCOMPARE(read_BackendSettingsPlist(path), settings);

@@ -1,3 +1,5 @@
+#include "logging/Logs.h"
+
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -8,8 +10,6 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "logging/Logs.h"
 
 using namespace Qt::StringLiterals;
 

@@ -3,9 +3,6 @@
 #include "platform/desktop/DBusMenu.h"
 #include "platform/desktop/DBusStruct.h"
 
-#include <limits>
-#include <utility>
-
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -17,6 +14,9 @@
 #include <QUuid>
 #include <QWidget>
 #include <QWindow>
+
+#include <limits>
+#include <utility>
 
 // The two kinds of status bar that the program meets, for its tests.
 namespace StatusBars {

@@ -1,9 +1,6 @@
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/desktop/DBusStruct.h"
 
-#include <csignal>
-#include <memory>
-
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -13,6 +10,9 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <csignal>
+#include <memory>
 
 #include <sys/prctl.h>
 #include <unistd.h>

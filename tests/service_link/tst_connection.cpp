@@ -1,3 +1,5 @@
+#include "service_link/ClientConnection.h"
+
 #include <QDir>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -10,8 +12,6 @@
 #include <mutex>
 
 #include <sys/socket.h>
-
-#include "service_link/ClientConnection.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,10 @@
 #include "AgentFixture.h"
 
+#include "dispatch/MessageDispatch.h"
+#include "platform/processes/ProgramEnd.h"
+#include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -8,11 +13,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-
-#include "dispatch/MessageDispatch.h"
-#include "platform/processes/ProgramEnd.h"
-#include "platform/threads/MainQueue.h"
-#include "records/Intervals.h"
 
 using namespace Qt::StringLiterals;
 
@@ -37,29 +37,13 @@ AgentFixture::AgentFixture()
     qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
     qputenv("LANGUAGE", "en");
     QDir(m_root.path()).mkpath(u"var/lib/Halvern/vantoryAgent/logs"_s);
-    resetState();
+    Intervals::current() = Intervals();
     m_server.listen(QHostAddress::LocalHost);
 }
 
 AgentFixture::~AgentFixture()
 {
     delegate.reset(); // before the service goes: the link's end would end the process
-}
-
-void AgentFixture::resetState()
-{
-    AppDelegate::disconnectedIconVisible = true;
-    AppDelegate::displayPlatform = AppDelegate::displayAgentType = AppDelegate::displayChange =
-        true;
-    AppDelegate::allowToLeaveChat = AppDelegate::showConnectionDetail = false;
-    AppDelegate::isManaged = true;
-    AppDelegate::gatewayConnectionStatus = false;
-    AppDelegate::sessions.clear();
-    AppDelegate::userfullname.clear();
-    AppDelegate::username.clear();
-    AppDelegate::user.clear();
-    AppDelegate::pwd.clear();
-    Intervals::current() = Intervals();
 }
 
 bool AgentFixture::start()
@@ -105,6 +89,12 @@ QByteArrayList AgentFixture::sent()
         begin = next;
     }
     return messages;
+}
+
+QByteArrayList AgentFixture::sentSoFar()
+{
+    m_agent->waitForReadyRead(0);
+    return sent();
 }
 
 void AgentFixture::forget()

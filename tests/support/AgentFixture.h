@@ -1,14 +1,14 @@
 #pragma once
 
-#include <memory>
+#include "agent_state/AppDelegate.h"
+#include "windows/ConnectionStatus.h"
 
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
-#include "agent_core/AppDelegate.h"
-#include "windows/ConnectionStatus.h"
+#include <memory>
 
 // One agent in this process, linked over real TCP to a service that the test plays.
 //
@@ -28,6 +28,8 @@ public:
     void write(const QByteArray& message);
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
+    // Likewise, without a turn of the event loop.
+    QByteArrayList sentSoFar();
     void forget();
 
     // The messages of a log file, times stripped.
@@ -46,7 +48,6 @@ public:
 
 private:
     [[nodiscard]] QStringList lines(const QString& file) const;
-    void resetState();
 
     QTemporaryDir m_root;
     QTcpServer m_server;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
+
+#include <optional>
 
 // The session at the machine's own screen, as logind tells it over the system bus
 // (org.freedesktop.login1(5)). Each question takes half a second at the most; no logind, no seat

@@ -1,8 +1,9 @@
 #include "platform/desktop/BundleImages.h"
 
-#include <QPixmap>
-
 #include "platform/files/MainBundle.h"
+
+#include <QPixmap>
+#include <QWidget>
 
 using namespace Qt::StringLiterals;
 
@@ -22,4 +23,10 @@ std::optional<QIcon> BundleImages::icon(const QString& name)
         }
     }
     return icon.isNull() ? std::nullopt : std::optional(icon);
+}
+
+QPixmap BundleImages::pixmap(const QString& name, const QWidget& place)
+{
+    const auto picture = icon(name);
+    return picture ? picture->pixmap(place.size(), place.devicePixelRatioF()) : QPixmap();
 }

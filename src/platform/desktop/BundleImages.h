@@ -1,9 +1,12 @@
 #pragma once
 
+#include <QIcon>
+#include <QPixmap>
+#include <QString>
+
 #include <optional>
 
-#include <QIcon>
-#include <QString>
+class QWidget;
 
 // The pictures among the bundle's resources. Each lies there as NAME.png and, in twice the size,
 // NAME@2x.png. Main thread.
@@ -11,5 +14,9 @@ namespace BundleImages {
 
 // A picture in both sizes; none where the bundle has no such resource or it is no picture.
 [[nodiscard]] std::optional<QIcon> icon(const QString& name);
+
+// The picture as it fits the widget, in its size and for its screen; a null one where there is
+// none.
+[[nodiscard]] QPixmap pixmap(const QString& name, const QWidget& place);
 
 } // namespace BundleImages

@@ -1,6 +1,7 @@
 #include "platform/desktop/DBusMenu.h"
 
-#include <algorithm>
+#include "platform/desktop/DBusStruct.h"
+#include "platform/desktop/WindowActivation.h"
 
 #include <QAction>
 #include <QActionEvent>
@@ -12,8 +13,7 @@
 #include <QMenu>
 #include <QPixmap>
 
-#include "platform/desktop/DBusStruct.h"
-#include "platform/desktop/WindowActivation.h"
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <QDBusArgument>
+
 #include <concepts>
 #include <tuple>
-
-#include <QDBusArgument>
 
 // Sends plain structs over the bus as D-Bus structures.
 //

@@ -1,6 +1,6 @@
 #include "platform/desktop/StatusNotifierItem.h"
 
-#include <algorithm>
+#include "platform/desktop/DBusStruct.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
@@ -15,7 +15,7 @@
 #include <QSize>
 #include <QtEndian>
 
-#include "platform/desktop/DBusStruct.h"
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 

@@ -27,6 +27,11 @@ QString FilePaths::rooted(const QString& absolutePath)
            absolutePath;
 }
 
+QString FilePaths::preferences(const QString& name)
+{
+    return rooted(libraryDirectory() + u"/Preferences/vantoryAgent/"_s + name);
+}
+
 QString FilePaths::libraryDirectory()
 {
     return withoutTrailingSlashes(u"" VANTORY_LIBRARY_DIR ""_s);

@@ -5,22 +5,22 @@
 // Where files lie on this system.
 //
 // Every absolute path that the program itself reads or writes goes through rooted(), so that tests
-// and demonstrations can put a directory of their own before it: the one that the environment
-// variable VANTORY_ROOT names. Programs that are started, and what they open, are not moved.
-// Any thread.
+// and demonstrations can put a directory before it: the one that the environment variable
+// VANTORY_ROOT names. The paths of programs that are started, and of what these open, stay as they
+// are. Any thread.
 namespace FilePaths {
 
-// The path with the root directory before it; unchanged where none is set, and where the path is
-// not absolute. A relative root counts from the current directory; slashes at its end don't matter.
+// The path with the root directory before it; unchanged where none is set or the path is relative.
+// A relative root starts at the current directory.
 [[nodiscard]] QString rooted(const QString& absolutePath);
 
-// The two bases are not rooted: whoever opens a file puts its whole path through rooted(), and the
-// path that is written to a log or handed to another program is the true one.
+// A file of the agent's preferences, rooted: below "/Library/Preferences/vantoryAgent".
+[[nodiscard]] QString preferences(const QString& name);
 
-// The machine-wide library directory, without a trailing slash: "/Library".
+// The machine-wide library directory, without a trailing slash and not rooted: "/Library".
 [[nodiscard]] QString libraryDirectory();
 
-// The machine-wide directory for programs' own data, without a trailing slash: "/var/lib".
+// The same for programs' data: "/var/lib".
 [[nodiscard]] QString applicationSupportDirectory();
 
 } // namespace FilePaths

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QVariant>
+
+#include <optional>
 
 // The application folder that the running program stands in: NAME.app with the program, its
 // Info.plist and the directory Resources. It is where the program's file really lies, whatever link

@@ -1,5 +1,7 @@
 #include "platform/network/TcpConnection.h"
 
+#include "platform/threads/SerialQueue.h"
+
 #include <QList>
 
 #include <array>
@@ -22,8 +24,6 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include "platform/threads/SerialQueue.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,14 +1,14 @@
 #include "platform/threads/MainQueue.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
+
 #include <condition_variable>
 #include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
-
-#include <QCoreApplication>
-#include <QEvent>
-#include <QObject>
 
 namespace {
 

@@ -1,22 +1,20 @@
+#include "window_kit/ShownText.h"
+
 #include <QTest>
 #include <QTextBoundaryFinder>
-
-#include "chat/ChatPlacement.h"
-#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString kFamily = u"👨‍👩‍👧‍👦"_s;
+const QString kFamily = u"👨‍👩‍👧‍👦"_s; // eleven code units
 const QString kScotland = u"🏴󠁧󠁢󠁳󠁣󠁴󠁿"_s;
 const QString kAccented = u"e\u0301"_s;
-const QString kJamo = u"\u1100\u1161\u11A8"_s; // one syllable in three parts
+const QString kSyllable = u"\u1100\u1161\u11A8"_s; // in three parts
 
 } // namespace
 
-// The rules of a chat that need no window.
-class TestChatText : public QObject {
+class TestShownText : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -24,7 +22,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("cut");
-        for (const QString& unit : {kFamily, kScotland, u"🇰🇷"_s, kAccented, kJamo}) {
+        for (const QString& unit : {kFamily, kScotland, u"🇰🇷"_s, kAccented, kSyllable}) {
             QTest::addRow("200 of %s", qPrintable(unit))
                 << unit.repeated(200) << unit.repeated(128);
         }
@@ -43,10 +41,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("shown");
-        const auto same = [](const char* name, const QString& text) {
-            QTest::newRow(name) << text << text;
-        };
-        same("emoji", kFamily + kScotland + u"❤️‍🔥👍🏽"_s);
+        const QString emoji = kFamily + kScotland + u"❤️‍🔥👍🏽"_s;
+        QTest::newRow("emoji") << emoji << emoji;
         QTest::newRow("line breaks")
             << u"a\r\nb\rc\nd\u0085e\u2029f\v"_s << u"a\u2028b\u2028c\u2028d\u2028e\u2028f\u2028"_s;
         QTest::newRow("controls and NUL")
@@ -64,8 +60,53 @@ private Q_SLOTS:
     void shown()
     {
         QFETCH(QString, text);
-        QTEST(ShownText::shown(text), "shown");
-        QVERIFY(!ShownText::shownInLine(text).contains(QChar(QChar::LineSeparator)));
+        QFETCH(QString, shown);
+        QCOMPARE(ShownText::shown(text), shown);
+        QCOMPARE(ShownText::toolTip(text), QString(shown).replace(QChar(0x2028), u'\n'));
+        QCOMPARE(ShownText::line(text), shown.replace(QChar(0x2028), u' '));
+        QCOMPARE(ShownText::line(text, text.size()), shown);
+    }
+
+    // Every place that shows the start of a text, and how much of it.
+    void cut_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("item"); // of 12 code units
+        QTest::newRow("fits") << u"twelve units"_s << u"twelve units"_s;
+        QTest::newRow("too long") << u"A && <b>B</b>"_s << u"A &&&& <b>B</b…"_s;
+        QTest::newRow("families") << kFamily.repeated(2'000) << kFamily + u'…';
+        QTest::newRow("emoji") << u'a' + u"🙂"_s.repeated(2'000) << u"a🙂🙂🙂🙂🙂…"_s;
+        QTest::newRow("one endless character")
+            << u"🙂\u200D"_s.repeated(2'000) << u"🙂\u200D🙂\u200D🙂\u200D🙂\u200D…"_s;
+        QTest::newRow("overrides do not count")
+            << QString(900, QChar(0x202E)) + u"a\nb"_s << u"a b"_s;
+    }
+    void cut()
+    {
+        QFETCH(QString, text);
+        QTEST(ShownText::menuItem(text, 12), "item");
+    }
+
+    void toolTips_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("body"); // of the paragraph that it becomes
+        const QString blank(QChar(0x200B));
+        QTest::newRow("markup") << u"<b>B</b>\n&"_s << u"&lt;b&gt;B&lt;/b&gt;\n&amp;"_s;
+        QTest::newRow("words stay whole")
+            << QString(70, u'a') + u' ' + QString(80, u'b') + u'\n' + QString(85, u'c')
+            << QString(70, u'a') + u' ' + QString(80, u'b') + u'\n' + QString(80, u'c') + blank +
+                   QString(5, u'c');
+        QTest::newRow("emoji stay whole")
+            << kFamily.repeated(10) << kFamily.repeated(7) + blank + kFamily.repeated(3);
+        QTest::newRow("very long") << u"a "_s.repeated(32'500) << u"a "_s.repeated(5'000) + u'…';
+    }
+    void toolTips()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, body);
+        QCOMPARE(ShownText::toolTip(text),
+                 u"<p style=\"white-space:pre-wrap\">"_s + body + u"</p>"_s);
     }
 
     void pieces_data()
@@ -83,8 +124,7 @@ private Q_SLOTS:
         QFETCH(bool, isApartAtCharacters);
         QString joined;
         QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-        const QList<ShownText::Piece> pieces = ShownText::pieces(text);
-        for (const ShownText::Piece& piece : pieces) {
+        for (const ShownText::Piece& piece : ShownText::pieces(text)) {
             QVERIFY(piece.text.size() <= ShownText::kLongestPiece);
             QVERIFY(piece.text.isValidUtf16());
             finder.setPosition(joined.size());
@@ -94,21 +134,7 @@ private Q_SLOTS:
         }
         QCOMPARE(joined, text);
     }
-
-    void windowsComeUpApart()
-    {
-        const QRect room(1920, 30, 800, 570);
-        const QSize frame(360, 512);
-        QList<QPoint> taken;
-        for (int i = 0; i < 8; ++i) {
-            const QPoint place = ChatPlacement::next(room, frame, taken);
-            QVERIFY(room.contains(QRect(place, frame)) && !taken.contains(place));
-            taken.append(place);
-        }
-        // Larger than the screen: the title bar can still be reached.
-        QCOMPARE(ChatPlacement::next(QRect(5, 6, 300, 200), frame, {}), QPoint(5, 6));
-    }
 };
 
-QTEST_GUILESS_MAIN(TestChatText)
-#include "tst_chattext.moc"
+QTEST_GUILESS_MAIN(TestShownText)
+#include "tst_showntext.moc"
