@@ -55,8 +55,8 @@ void AppDelegate::requestChat(qint32 token, qint32 session)
     }
     QList<QPoint> others;
     for (const ChatController* const shown : std::as_const(state().chats)) {
-        if (shown->isVisible()) {
-            others.append(shown->position());
+        if (const auto place = shown->position()) {
+            others.append(*place);
         }
     }
     // Dies with the delegate, which owns its parent.

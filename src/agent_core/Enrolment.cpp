@@ -52,6 +52,9 @@ SettingsWindow& AppDelegate::settingsWindow()
 
 void AppDelegate::settings()
 {
+    if (isTerminating()) {
+        return;
+    }
     if (m_restartWait) {
         m_opensSettingsAfterRestartWait = true;
     } else if (!settingsWindow().isVisible()) {

@@ -18,5 +18,7 @@ void AppDelegate::permissions()
 
 void AppDelegate::about()
 {
-    state().aboutView->present();
+    if (!isTerminating()) {
+        state().aboutView->present();
+    }
 }

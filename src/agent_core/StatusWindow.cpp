@@ -30,6 +30,9 @@ void refreshWindow(ConnectionStatus& window)
 
 void AppDelegate::connectionDisplay()
 {
+    if (isTerminating()) {
+        return;
+    }
     refreshWindow(*state().connectionStatus);
     state().connectionStatus->present();
 }
@@ -108,7 +111,6 @@ void AppDelegate::closeConnectionStatus()
 void AppDelegate::showAtSessionEnd()
 {
     state().connectionStatus->config();
-    state().connectionStatus->wakeUp();
     // With the last session gone and nothing said about showing, it is hidden again at once: a
     // window that only flashes up helps nobody.
     if (!isTerminating() && (!state().sessions.isEmpty() || showsOnConnection())) {

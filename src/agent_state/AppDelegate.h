@@ -113,7 +113,9 @@ public:
     void cleanMainMenu();
     // Reads the command line.
     static void permissions_process();
-    // The menu's actions.
+
+    // --- MenuActions.cpp: those that open no window of another group ---
+
     static void permissions();
     static void about();
 

@@ -124,9 +124,9 @@ void ChatController::presentBeside(const QList<QPoint>& others)
     m_window->presentByService();
 }
 
-QPoint ChatController::position() const
+std::optional<QPoint> ChatController::position() const
 {
-    return m_window->pos();
+    return m_window->isVisible() ? std::optional(m_window->pos()) : std::nullopt;
 }
 
 void ChatController::set(qint32 chatToken, qint32 chatSession, const QString& operatorName)

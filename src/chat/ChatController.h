@@ -10,6 +10,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 // One chat with the operators of a session, and its window.
 //
@@ -28,7 +29,8 @@ public:
     [[nodiscard]] bool isVisible() const;
     // Brings the window up for the first time, beside the other chats, which stand at these places.
     void presentBeside(const QList<QPoint>& others);
-    [[nodiscard]] QPoint position() const;
+    // Where the window stands, also while it is minimised; none where it is closed.
+    [[nodiscard]] std::optional<QPoint> position() const;
 
     // Once, after the chat was made: which chat it is, and with whom it is opened, who is
     // announced.

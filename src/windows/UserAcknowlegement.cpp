@@ -52,6 +52,11 @@ public:
             releaseWithoutClick(*button);
         }
         ui.user_ack_desc->setFocus(Qt::OtherFocusReason);
+    }
+
+    // For the texts that it shows now.
+    void place()
+    {
         if (!isVisible() || !Placement::isOnOneScreen(*this)) {
             adjustSize();
             move(Placement::centre(Placement::availableArea(), size()));
@@ -102,7 +107,6 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
                               const QString& controlName)
 {
     window().beginQuestion();
-    m_window->present();
     session = askingSession;
     serverName = server;
     controlUserName = controlName;
@@ -111,6 +115,8 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
     if (const auto labels = m_labels()) {
         translate(*labels);
     }
+    m_window->place();
+    m_window->present();
 }
 
 void UserAcknowledgement::stayInFront()

@@ -21,7 +21,7 @@
 // The two kinds of status bar that the program meets, for its tests.
 namespace StatusBars {
 
-using namespace Qt::StringLiterals;
+using Qt::StringLiterals::operator""_s;
 
 inline const QString kWatcher = u"org.kde.StatusNotifierWatcher"_s;
 inline const QString kItem = u"org.kde.StatusNotifierItem"_s;

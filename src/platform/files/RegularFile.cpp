@@ -31,7 +31,9 @@ RegularFile::Content RegularFile::read(const QString& path, qsizetype limit)
     const Descriptor file = open(path, O_RDONLY);
     if (!file.isOpen()) {
         const int error = errno;
-        const bool exists = ::access(QFile::encodeName(path).constData(), F_OK) == 0;
+        // One that has come into being since was missing all the same.
+        const bool exists =
+            error != ENOENT && ::access(QFile::encodeName(path).constData(), F_OK) == 0;
         return failed(exists ? State::Unreadable : State::Missing, error);
     }
     Content content;
