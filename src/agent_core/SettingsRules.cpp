@@ -12,6 +12,24 @@ namespace {
 
 const QLatin1StringView kProduction = "production"_L1;
 
+// A UUID (RFC 9562, section 4) with its hyphens, upper or lower case.
+bool isAccountId(const QString& text)
+{
+    constexpr QStringView kForm = u"xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+    const auto isHexDigit = [](QChar c) {
+        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+    };
+    return std::equal(
+        text.cbegin(), text.cend(), kForm.cbegin(), kForm.cend(),
+        [&](QChar c, QChar form) { return form == u'-' ? c == u'-' : isHexDigit(c); });
+}
+
+// Six characters that are a decimal number; one may be its sign.
+bool isSessionCode(const QString& text)
+{
+    return text.size() == 6 && Protocol::parseInteger32(text).has_value();
+}
+
 } // namespace
 
 QStringList SettingsRules::platformNames()
@@ -27,22 +45,6 @@ int SettingsRules::platformIndex(const QString& platform)
 QString SettingsRules::platformValue(const QString& name)
 {
     return name == kProduction ? QString() : name;
-}
-
-bool SettingsRules::isAccountId(const QString& text)
-{
-    constexpr QStringView kForm = u"xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
-    const auto isHexDigit = [](QChar c) {
-        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
-    };
-    return std::equal(
-        text.cbegin(), text.cend(), kForm.cbegin(), kForm.cend(),
-        [&](QChar c, QChar form) { return form == u'-' ? c == u'-' : isHexDigit(c); });
-}
-
-bool SettingsRules::isSessionCode(const QString& text)
-{
-    return text.size() == 6 && Protocol::parseInteger32(text).has_value();
 }
 
 SettingsRules::Complaint SettingsRules::complaint(const BackendSettings& entries)
