@@ -53,7 +53,7 @@ public:
 int main(int argc, char* argv[])
 {
     // Before any other thread exists.
-    const TerminationSignals signals([] { AppDelegate::applicationWillTerminate(); });
+    TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);
 
     auto arguments = DisplayServer::preferX11(std::vector<char*>(argv, argv + argc));

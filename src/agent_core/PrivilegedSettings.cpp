@@ -92,9 +92,8 @@ void PrivilegedSettings::replace(const Credentials& credentials, const BackendSe
             removeWithOwnRights(entry);
         }
     }
-    const QString other = FilePaths::rooted(FilePaths::libraryDirectory() +
-                                            u"/Application Support/Halvern/vantoryAgent/"
-                                            "ostrand_settings.json"_s);
+    const QString other =
+        FilePaths::library(u"Application Support/Halvern/vantoryAgent/ostrand_settings.json"_s);
     if (QFileInfo::exists(other)) {
         removeWithOwnRights(systemPath(other));
     }

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 
-bool SettingsRules::isAccountId(const QString& text)
+namespace {
+
+// A UUID (RFC 9562, section 4) with its hyphens, upper or lower case.
+bool isAccountId(const QString& text)
 {
     constexpr QStringView kForm = u"xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
     const auto isHexDigit = [](QChar c) {
@@ -17,10 +20,13 @@ bool SettingsRules::isAccountId(const QString& text)
         [&](QChar c, QChar form) { return form == u'-' ? c == u'-' : isHexDigit(c); });
 }
 
-bool SettingsRules::isSessionCode(const QString& text)
+// Six characters that are a decimal number; one may be its sign.
+bool isSessionCode(const QString& text)
 {
     return text.size() == 6 && Protocol::parseInteger32(text).has_value();
 }
+
+} // namespace
 
 SettingsRules::Complaint SettingsRules::complaint(const BackendSettings& entries)
 {

@@ -41,13 +41,10 @@ void append(const LogDestination& destination, const QString& message)
 
 } // namespace
 
-LogDestination::LogDestination()
-    : LogDestination(u"/Halvern/vantoryAgent/logs/vantoryAgent.stdout"_s)
-{}
+LogDestination::LogDestination() : LogDestination(u"vantoryAgent.stdout"_s) {}
 
-LogDestination::LogDestination(const QString& pathBelowApplicationSupport)
-    : m_path(
-          FilePaths::rooted(FilePaths::applicationSupportDirectory() + pathBelowApplicationSupport))
+LogDestination::LogDestination(const QString& name)
+    : m_path(FilePaths::applicationSupport(u"Halvern/vantoryAgent/logs/"_s + name))
 {}
 
 void LogDestination::write(const QString& text) const
@@ -65,9 +62,7 @@ void LogDestination::cleanUp() const
     SharedLogFile::startEmpty(m_path);
 }
 
-LogErrorDestination::LogErrorDestination()
-    : LogDestination(u"/Halvern/vantoryAgent/logs/vantoryAgent.stderr"_s)
-{}
+LogErrorDestination::LogErrorDestination() : LogDestination(u"vantoryAgent.stderr"_s) {}
 
 void printLog(const QString& message)
 {

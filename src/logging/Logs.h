@@ -21,7 +21,7 @@ public:
     void cleanUp() const;
 
 protected:
-    explicit LogDestination(const QString& pathBelowApplicationSupport);
+    explicit LogDestination(const QString& name);
 
 private:
     const QString m_path;

@@ -2,25 +2,18 @@
 
 #include <QString>
 
-// Where files lie on this system.
+// Where the files lie that the program itself reads and writes: absolute paths, given the part
+// below a directory of the system.
 //
-// Every absolute path that the program itself reads or writes goes through rooted(), so that tests
-// and demonstrations can put a directory before it: the one that the environment variable
-// VANTORY_ROOT names. The paths of programs that are started, and of what these open, stay as they
-// are. Any thread.
+// Tests and demonstrations put a directory before them all, the one that the environment variable
+// VANTORY_ROOT names (a relative one starts at the current directory). The paths of programs that
+// are started, and of what these open, stay as they are. Any thread.
 namespace FilePaths {
 
-// The path with the root directory before it; unchanged where none is set or the path is relative.
-// A relative root starts at the current directory.
-[[nodiscard]] QString rooted(const QString& absolutePath);
+[[nodiscard]] QString library(const QString& path);            // "/Library/PATH"
+[[nodiscard]] QString applicationSupport(const QString& path); // "/var/lib/PATH"
 
-// A file of the agent's preferences, rooted: below "/Library/Preferences/vantoryAgent".
+// The agent's preferences: "/Library/Preferences/vantoryAgent/NAME".
 [[nodiscard]] QString preferences(const QString& name);
-
-// The machine-wide library directory, without a trailing slash and not rooted: "/Library".
-[[nodiscard]] QString libraryDirectory();
-
-// The same for programs' data: "/var/lib".
-[[nodiscard]] QString applicationSupportDirectory();
 
 } // namespace FilePaths

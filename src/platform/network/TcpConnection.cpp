@@ -21,6 +21,9 @@
 
 namespace {
 
+constexpr std::size_t kLargestRead = 65536;
+constexpr qsizetype kReadAhead = 1024 * 1024; // bytes that may wait to be received
+
 NetworkError networkError(int code)
 {
     return {code, systemErrorText(code)};
@@ -254,7 +257,7 @@ private:
     const quint16 m_port;
     SerialQueue* m_queue = nullptr;
     Descriptor m_wake; // an eventfd
-    std::array<char, kMaximumReceive> m_buffer;
+    std::array<char, kLargestRead> m_buffer;
     std::thread m_thread;
 
     std::mutex m_mutex;  // guards what follows

@@ -18,7 +18,8 @@ struct NetworkError {
 // One TCP connection, which is opened once.
 //
 // It has a thread of its own, so that bytes are sent and read while the owner's queue is busy. Each
-// read of the socket is one receive. Reading pauses while a mebibyte waits to be received.
+// read of the socket, of at most 64 KiB, is one receive. Reading pauses while a mebibyte waits to
+// be received.
 class TcpConnection {
 public:
     // None when connected, else why not: nobody listens, the host can't be reached, and so on.
@@ -27,11 +28,6 @@ public:
     using Receive = std::function<void(const QByteArray& data, bool isComplete,
                                        const std::optional<NetworkError>&)>;
     using SendCompletion = std::function<void(const std::optional<NetworkError>&)>;
-
-    // The most bytes of one receive.
-    static constexpr qsizetype kMaximumReceive = 65536;
-    // How many bytes may wait to be received before reading pauses.
-    static constexpr qsizetype kReadAhead = 1024 * 1024;
 
     // The host is "localhost" (127.0.0.1, then ::1) or a numeric address.
     TcpConnection(const QString& host, quint16 port);
