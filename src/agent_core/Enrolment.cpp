@@ -120,6 +120,9 @@ void AppDelegate::managedCheck()
 
 void AppDelegate::unlockSettings()
 {
+    if (isTerminating()) {
+        return;
+    }
     if (!settingsWindow().isLocked()) {
         disableSettings();
         return;

@@ -67,6 +67,8 @@ protected:
             // A minimised window was not redrawn.
             if (m_owner.isVisible()) {
                 m_owner.config();
+                m_owner.inSession();
+                m_owner.inSession2();
             }
             break;
         default:
