@@ -31,12 +31,14 @@ constexpr std::array<QByteArrayView, 11> kAgentCommands{
 
 bool beginsMessage(QByteArrayView bytes)
 {
-    if (!bytes.startsWith(kMarker))
+    if (!bytes.startsWith(kMarker)) {
         return false;
+    }
     const QByteArrayView rest = bytes.sliced(kMarker.size());
     for (const QByteArrayView command : kAgentCommands) {
-        if (rest.startsWith(command))
+        if (rest.startsWith(command)) {
             return true;
+        }
     }
     return false;
 }
@@ -49,12 +51,13 @@ qsizetype nextMessage(const QByteArray& bytes)
     const bool isJson = equals > 0 && equals + 1 < bytes.size() && bytes[equals + 1] == '{';
     bool inString = false;
     for (qsizetype i = 1; i < bytes.size(); ++i) {
-        if (isJson && i > equals && bytes[i] == '"')
+        if (isJson && i > equals && bytes[i] == '"') {
             inString = !inString;
-        else if (inString && bytes[i] == '\\')
+        } else if (inString && bytes[i] == '\\') {
             ++i;
-        else if (!inString && beginsMessage(QByteArrayView(bytes).sliced(i)))
+        } else if (!inString && beginsMessage(QByteArrayView(bytes).sliced(i))) {
             return i;
+        }
     }
     return -1;
 }
@@ -78,8 +81,9 @@ AgentLink::AgentLink(QObject* parent) : QObject(parent)
 AgentLink::~AgentLink()
 {
     // The socket says that it ends when it is destroyed, and would find us half destroyed.
-    if (m_socket)
+    if (m_socket) {
         m_socket->disconnect(this);
+    }
 }
 
 bool AgentLink::listen(quint16 port)
@@ -113,22 +117,25 @@ void AgentLink::read()
         m_buffer.remove(0, next);
         Q_EMIT received(message);
     }
-    if (!m_buffer.isEmpty())
+    if (!m_buffer.isEmpty()) {
         m_quiet.start();
+    }
 }
 
 void AgentLink::deliverRest()
 {
     m_quiet.stop();
     const QByteArray message = std::exchange(m_buffer, {});
-    if (!message.isEmpty())
+    if (!message.isEmpty()) {
         Q_EMIT received(message);
+    }
 }
 
 void AgentLink::send(const QByteArray& message)
 {
-    if (!m_socket || message.isEmpty())
+    if (!m_socket || message.isEmpty()) {
         return;
+    }
     m_sending = message;
     const std::chrono::milliseconds since{m_sinceSent.isValid() ? m_sinceSent.elapsed()
                                                                 : kSendGap.count()};
@@ -143,24 +150,27 @@ void AgentLink::write()
 
 void AgentLink::checkSent()
 {
-    if (m_sending.isEmpty() || m_socket->bytesToWrite() > 0)
+    if (m_sending.isEmpty() || m_socket->bytesToWrite() > 0) {
         return;
+    }
     m_sinceSent.start();
     Q_EMIT sent(std::exchange(m_sending, {}));
 }
 
 void AgentLink::close()
 {
-    if (!m_socket)
+    if (!m_socket) {
         return;
+    }
     ::shutdown(static_cast<int>(m_socket->socketDescriptor()), SHUT_WR);
     m_closing.start();
 }
 
 void AgentLink::reset()
 {
-    if (!m_socket)
+    if (!m_socket) {
         return;
+    }
     const linger atOnce{.l_onoff = 1, .l_linger = 0};
     ::setsockopt(static_cast<int>(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce,
                  sizeof atOnce);

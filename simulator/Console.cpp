@@ -59,12 +59,14 @@ void Console::read()
 {
     std::array<char, 4096> chunk;
     const ssize_t count = ::read(STDIN_FILENO, chunk.data(), chunk.size());
-    if (count < 0 && (errno == EINTR || errno == EAGAIN))
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) {
         return;
+    }
     if (count <= 0) {
         m_notifier->setEnabled(false);
-        if (!m_partial.isEmpty())
+        if (!m_partial.isEmpty()) {
             Q_EMIT typed(QString::fromUtf8(std::exchange(m_partial, {})));
+        }
         Q_EMIT inputEnded();
         return;
     }

@@ -87,8 +87,9 @@ public:
 private:
     void fail(const QString& error)
     {
-        if (m_error.isEmpty())
+        if (m_error.isEmpty()) {
             m_error = error;
+        }
     }
 
     milliseconds takeLimit(const Command& command, QString& rest);
@@ -109,8 +110,9 @@ ParsedLine LineReader::read(const Command& command, const QString& line)
     step.kind = command.kind;
     step.source = line;
     step.time = takeLimit(command, rest);
-    if (rest.isEmpty() != (command.argument == Argument::None))
+    if (rest.isEmpty() != (command.argument == Argument::None)) {
         fail(u"usage: %1 %2"_s.arg(command.name, command.usage).trimmed());
+    }
 
     switch (command.argument) {
     case Argument::None:
@@ -134,32 +136,36 @@ ParsedLine LineReader::read(const Command& command, const QString& line)
         step.text = rest;
         break;
     }
-    if (!m_error.isEmpty())
+    if (!m_error.isEmpty()) {
         return {std::nullopt, m_error};
+    }
     return {step, {}};
 }
 
 // Cuts "within SECONDS" or "for SECONDS" off the end of the rest.
 milliseconds LineReader::takeLimit(const Command& command, QString& rest)
 {
-    if (command.limit.isEmpty())
+    if (command.limit.isEmpty()) {
         return command.defaultLimit;
+    }
     const QRegularExpression limit(u"^(.*\\s)?%1\\s+(\\S+)$"_s.arg(command.limit));
     const QRegularExpressionMatch match = limit.match(rest);
     if (match.hasMatch()) {
         rest = match.captured(1).trimmed();
         return seconds(match.captured(2));
     }
-    if (command.defaultLimit == kNone)
+    if (command.defaultLimit == kNone) {
         fail(u"usage: %1 %2"_s.arg(command.name, command.usage));
+    }
     return command.defaultLimit;
 }
 
 milliseconds LineReader::seconds(const QString& text)
 {
     static const QRegularExpression decimal(u"^[0-9]{1,5}(\\.[0-9]{1,6})?$"_s);
-    if (!decimal.match(text).hasMatch())
+    if (!decimal.match(text).hasMatch()) {
         fail(u"\"%1\" is not a number of seconds"_s.arg(text));
+    }
     return milliseconds(qRound64(text.toDouble() * 1000));
 }
 
@@ -172,12 +178,13 @@ QByteArray LineReader::message(const QString& text)
         const QRegularExpressionMatch match = matches.next();
         bytes += QStringView(text).sliced(copied, match.capturedStart() - copied).toUtf8();
         copied = match.capturedEnd();
-        if (match.capturedLength() == 1)
+        if (match.capturedLength() == 1) {
             fail(u"unknown escape in \"%1\"; a backslash is written \\\\"_s.arg(text));
-        else if (match.hasCaptured(2))
+        } else if (match.hasCaptured(2)) {
             bytes += QByteArray::fromHex(match.captured(2).toLatin1());
-        else
+        } else {
             bytes += match.captured(1) == u"n" ? '\n' : match.captured(1) == u"t" ? '\t' : '\\';
+        }
     }
     return bytes + QStringView(text).sliced(copied).toUtf8();
 }
@@ -186,26 +193,30 @@ QByteArray LineReader::fileContent(const QString& name)
 {
     QFile file(m_folder.filePath(name));
     const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    if (content.isEmpty())
+    if (content.isEmpty()) {
         fail(u"\"%1\" cannot be read or is empty"_s.arg(file.fileName()));
+    }
     return content;
 }
 
 Pattern LineReader::pattern(const QString& text)
 {
-    if (text.size() < 2 || !text.startsWith(u'/') || !text.endsWith(u'/'))
+    if (text.size() < 2 || !text.startsWith(u'/') || !text.endsWith(u'/')) {
         return {message(text), std::nullopt};
+    }
     const QRegularExpression regex(text.sliced(1, text.size() - 2));
-    if (!regex.isValid())
+    if (!regex.isValid()) {
         fail(u"bad regular expression: %1"_s.arg(regex.errorString()));
+    }
     return {{}, regex};
 }
 
 QString LineReader::pictureName(const QString& name)
 {
     static const QRegularExpression plain(u"^[A-Za-z0-9_][A-Za-z0-9._-]*$"_s);
-    if (!plain.match(name).hasMatch())
+    if (!plain.match(name).hasMatch()) {
         fail(u"\"%1\" is not a plain file name"_s.arg(name));
+    }
     return name;
 }
 
@@ -219,10 +230,12 @@ bool Pattern::matches(const QByteArray& message) const
 ParsedLine parseScriptLine(const QString& line, const QDir& folder)
 {
     const QString source = line.trimmed();
-    if (source.isEmpty() || source.startsWith(u'#'))
+    if (source.isEmpty() || source.startsWith(u'#')) {
         return {};
-    if (const Command* command = findCommand(firstWord(source)))
+    }
+    if (const Command* command = findCommand(firstWord(source))) {
         return LineReader(folder).read(*command, source);
+    }
     return {std::nullopt, u"unknown command \"%1\""_s.arg(firstWord(source))};
 }
 
@@ -247,8 +260,9 @@ Script parseScript(const QString& text, const QString& fileName)
 ParsedLine parseTypedLine(const QString& line)
 {
     const QString word = firstWord(line.trimmed());
-    if (word.isEmpty() || word.startsWith(u'#') || findCommand(word))
+    if (word.isEmpty() || word.startsWith(u'#') || findCommand(word)) {
         return parseScriptLine(line);
+    }
     Step step;
     step.kind = Send;
     step.source = line;
@@ -260,8 +274,9 @@ ParsedLine parseTypedLine(const QString& line)
 QString scriptHelp()
 {
     QString help = u"Script commands, one a line:\n"_s;
-    for (const Command& command : kCommands)
+    for (const Command& command : kCommands) {
         help += u"  %1 %2\n      %3\n"_s.arg(command.name, command.usage, command.meaning);
+    }
     return help.append(kHelpEnd);
 }
 
@@ -269,16 +284,17 @@ QString scriptText(const QByteArray& message)
 {
     QString text;
     for (const QChar character : QString::fromUtf8(message)) {
-        if (character == u'\\')
+        if (character == u'\\') {
             text += u"\\\\"_s;
-        else if (character == u'\n')
+        } else if (character == u'\n') {
             text += u"\\n"_s;
-        else if (character == u'\t')
+        } else if (character == u'\t') {
             text += u"\\t"_s;
-        else if (character.unicode() < 0x20 || character.unicode() == 0x7f)
+        } else if (character.unicode() < 0x20 || character.unicode() == 0x7f) {
             text += u"\\x%1"_s.arg(static_cast<uint>(character.unicode()), 2, 16, QChar(u'0'));
-        else
+        } else {
             text += character;
+        }
     }
     return text;
 }
