@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QString>
-
 #include "agent_core/SettingsCommands.h"
 #include "records/BackendSettings.h"
+
+#include <QString>
 
 // Replaces the stored settings, which belong to root: the one place where the agent changes the
 // machine. It takes seconds, at most a minute a step, so it runs on a worker thread.

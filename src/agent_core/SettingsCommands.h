@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QString>
-
 #include "records/BackendSettings.h"
+
+#include <QString>
 
 // An account's name and password, as an administrator has typed them and as they were checked.
 struct Credentials {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "records/BackendSettings.h"
+
 #include <QString>
 #include <QStringList>
-
-#include "records/BackendSettings.h"
 
 // What the settings window's entries mean and which are valid. Any thread.
 namespace SettingsRules {

@@ -1,12 +1,12 @@
 #include "service_link/PayloadRecords.h"
 
-#include <limits>
-
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QVariant>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QList>
 #include <QString>
+
+#include <optional>
 
 // The JSON objects that are the payloads of the service's commands, as plain values.
 //

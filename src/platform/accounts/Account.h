@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
+
+#include <optional>
 
 // The person who runs the program, and the machine. Any thread.
 namespace Account {

@@ -1,12 +1,12 @@
 #include "platform/accounts/ConsoleSession.h"
 
+#include <QByteArray>
+
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include <QByteArray>
 
 #include <systemd/sd-bus.h>
 #include <unistd.h>

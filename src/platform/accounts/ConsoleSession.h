@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
+
+#include <optional>
 
 // The session at the machine's own screen, as logind knows it (org.freedesktop.login1(5), on the
 // system bus). Each question takes at most half a second. Without logind, a seat or an answer in

@@ -1,8 +1,8 @@
 #include "platform/accounts/PreferredLanguages.h"
 
-#include <algorithm>
-
 #include <QStringView>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,8 @@
 #include "platform/desktop/BundleImages.h"
 
-#include <QPixmap>
-
 #include "platform/files/MainBundle.h"
+
+#include <QPixmap>
 
 using namespace Qt::StringLiterals;
 

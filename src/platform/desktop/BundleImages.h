@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QIcon>
 #include <QString>
+
+#include <optional>
 
 // The pictures among the bundle's resources: each is there as NAME.png and, in twice the size, as
 // NAME@2x.png. Main thread.

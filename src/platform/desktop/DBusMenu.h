@@ -1,9 +1,5 @@
 #pragma once
 
-#include <set>
-#include <tuple>
-#include <vector>
-
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusVariant>
@@ -14,6 +10,10 @@
 #include <QStringList>
 #include <QTimer>
 #include <QVariantMap>
+
+#include <set>
+#include <tuple>
+#include <vector>
 
 class QAction;
 class QMenu;

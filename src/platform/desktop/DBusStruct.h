@@ -1,9 +1,9 @@
 #pragma once
 
+#include <QDBusArgument>
+
 #include <concepts>
 #include <tuple>
-
-#include <QDBusArgument>
 
 // Plain structs as D-Bus structures.
 //

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-
 #include <QIcon>
 #include <QObject>
 #include <QString>
+
+#include <memory>
 
 class QMenu;
 

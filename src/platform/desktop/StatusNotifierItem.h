@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tuple>
+#include "platform/desktop/DBusMenu.h"
 
 #include <QByteArray>
 #include <QDBusConnection>
@@ -12,7 +12,7 @@
 #include <QPointer>
 #include <QString>
 
-#include "platform/desktop/DBusMenu.h"
+#include <tuple>
 
 class QMenu;
 

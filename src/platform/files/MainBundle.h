@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QVariant>
+
+#include <optional>
 
 // The application folder of the running program: NAME.app with the program, its Info.plist and the
 // directory Resources. It is the folder in which the program's file lies, also when the program was

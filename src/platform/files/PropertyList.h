@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QVariantMap>
+
+#include <optional>
 
 // Property lists, XML or binary, as values. Any thread.
 namespace PropertyList {

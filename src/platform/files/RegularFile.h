@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/files/Descriptor.h"
+
 #include <QByteArray>
 #include <QString>
-
-#include "platform/files/Descriptor.h"
 
 // Files that others may have put in place: only a regular file is opened, and never waited for. (To
 // open a named pipe would wait until somebody else opens its other end.) Any thread.

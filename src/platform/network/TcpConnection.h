@@ -1,11 +1,11 @@
 #pragma once
 
+#include <QByteArray>
+#include <QString>
+
 #include <functional>
 #include <memory>
 #include <optional>
-
-#include <QByteArray>
-#include <QString>
 
 class SerialQueue;
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <functional>
+#include "platform/files/Descriptor.h"
 
 #include <QString>
 
-#include "platform/files/Descriptor.h"
+#include <functional>
 
 // Reaching the peer of a TcpConnection. Internal to the platform.
 namespace TcpPeer {

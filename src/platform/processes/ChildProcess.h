@@ -1,11 +1,11 @@
 #pragma once
 
-#include <chrono>
-#include <optional>
-
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+
+#include <chrono>
+#include <optional>
 
 // Starting other programs. The program is an absolute path. A zero character in it or in an
 // argument can't be passed on and counts as an invalid argument: nothing is started then.
