@@ -2,9 +2,9 @@
 
 #include <optional>
 
-// What the account permits on this machine, as the service leaves it in
-// /Library/Preferences/vantoryAgent/gateway.json. Fields bear their keys' names. The agent acts on
-// `show_agent_ui_on_connection` alone, but a document counts only when all the others are there.
+// What the account permits on this machine: the service writes it to gateway.json in the agent's
+// preferences. The fields have their keys' names. The agent uses `show_agent_ui_on_connection`
+// only, but a document without one of the others is not read.
 struct AllowedData {
     bool allow_message_to_devices = false;
     bool allow_chat_to_devices = false;

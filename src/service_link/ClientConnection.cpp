@@ -12,7 +12,7 @@ namespace {
 
 std::optional<QString> decodeText(const QByteArray& data)
 {
-    // A byte order mark is part of the text: no command begins with one.
+    // A byte order mark stays in the text: no command begins with one.
     using Flag = QStringConverter::Flag;
     QStringDecoder decoder(QStringConverter::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
     QString text = decoder.decode(data);

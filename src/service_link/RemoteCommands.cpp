@@ -17,7 +17,7 @@ enum class StatusLog { Written, Omitted };
 
 qint64 runShell(const QString& script, StatusLog statusLog)
 {
-    // The last argument only becomes the script's name in the shell's own messages.
+    // The last argument is the script's name in the shell's own messages.
     const auto result =
         ChildProcess::run(SystemPrograms::kSh.toString(), {u"-c"_s, script, u"&"_s});
     if (!result.status) {
@@ -50,7 +50,7 @@ qint64 RemoteCommands::executeCommand(const QString& text)
         if (!QFileInfo::exists(withoutQuotes(getCommand(text)))) {
             return kNoSuchApplication;
         }
-        // The shell leaves it in the background and returns at once.
+        // In the background: the shell ends at once.
         return runShell(text + u" &"_s, StatusLog::Written);
     }
     printLog(u"command="_s + text);

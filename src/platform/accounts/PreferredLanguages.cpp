@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// "pt_BR.UTF-8@euro" without what follows the territory.
+// "pt_BR" for "pt_BR.UTF-8@euro".
 QString languageOf(QStringView locale)
 {
     const auto* const end =

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 std::optional<QIcon> BundleImages::icon(const QString& name)
 {
     QIcon icon;
-    // Both sizes whatever this screen's scale is: a status bar may ask for either.
+    // Both sizes on every screen: a status bar may ask for either.
     for (const auto& [suffix, scale] : {std::pair(QString(), 1.0), std::pair(u"@2x"_s, 2.0)}) {
         const auto path = MainBundle::resourcePath(name + suffix, u"png"_s);
         if (!path) {
