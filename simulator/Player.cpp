@@ -1,6 +1,7 @@
 #include "simulator/Player.h"
 
 #include <algorithm>
+#include <array>
 
 #include <QProcess>
 
@@ -12,20 +13,21 @@ namespace {
 
 using enum Step::Kind;
 
-// More of a message than this is not shown.
+// Of a longer message only the start is printed.
 constexpr qsizetype kShownCharacters = 400;
 
 bool needsLink(Step::Kind kind)
 {
-    return kind == Send || kind == Expect || kind == ExpectEnd || kind == Refuse || kind == Close ||
-           kind == Reset;
+    constexpr std::array kKinds = {Send, Expect, ExpectEnd, Refuse, Close, Reset};
+    return std::ranges::find(kKinds, kind) != kKinds.end();
 }
 
 QString shown(const QByteArray& message)
 {
     const QString text = scriptText(message);
-    if (text.size() <= kShownCharacters)
+    if (text.size() <= kShownCharacters) {
         return text;
+    }
     return u"%1... (%2 bytes)"_s.arg(text.first(kShownCharacters)).arg(message.size());
 }
 
@@ -44,8 +46,9 @@ Player::Player(AgentLink& link, OnFailure onFailure, const QDir& screenshots)
             [this] { say(u"another agent came and was closed: one at a time"_s); });
     connect(&link, &AgentLink::sent, this, [this](const QByteArray& message) {
         Q_EMIT said(Voice::Service, shown(message));
-        if (m_current && m_current->kind == Send) // else its time is over already
+        if (m_current && m_current->kind == Send) { // not when its time is over
             done();
+        }
     });
 }
 
@@ -64,7 +67,7 @@ void Player::finish()
 void Player::onLinked()
 {
     say(u"the agent is linked"_s);
-    m_inbox.clear(); // what the link before has left
+    m_inbox.clear(); // of the link before
     check();
 }
 
@@ -73,8 +76,9 @@ void Player::onReceived(const QByteArray& message)
     const bool isIgnored = std::ranges::any_of(
         m_ignored, [&](const Pattern& pattern) { return pattern.matches(message); });
     Q_EMIT said(Voice::Agent, shown(message) + (isIgnored ? u"  (ignored)"_s : QString()));
-    if (isIgnored)
+    if (isIgnored) {
         return;
+    }
     m_inbox += message;
     check();
 }
@@ -84,13 +88,14 @@ void Player::onEnded(bool byAgent)
     say(byAgent ? u"the agent has closed the link"_s : u"the link is closed"_s);
     m_endedByAgent = byAgent;
     m_leftUnexpected = byAgent && !m_wrappingUp && !(m_current && m_current->kind == Close);
-    if (m_wrappingUp)
+    if (m_wrappingUp) {
         Q_EMIT finished(m_failed ? 1 : 0);
-    else
+    } else {
         check();
+    }
 }
 
-// Later, so that no step begins inside the signal that ended the one before.
+// In a later turn of the event loop: no step begins inside the signal that ended the one before.
 void Player::startNextLater()
 {
     QMetaObject::invokeMethod(this, &Player::startNext, Qt::QueuedConnection);
@@ -98,11 +103,13 @@ void Player::startNextLater()
 
 void Player::startNext()
 {
-    if (m_current || m_wrappingUp)
+    if (m_current || m_wrappingUp) {
         return;
+    }
     if (m_steps.empty()) {
-        if (m_noMoreSteps)
+        if (m_noMoreSteps) {
             wrapUp();
+        }
         return;
     }
     if (!m_hasAccepted && needsLink(m_steps.front().kind)) {
@@ -115,13 +122,14 @@ void Player::startNext()
     begin();
 }
 
-// Some steps are over at once; the others wait for what check() looks at, for the timer, for the
-// link or for a process.
+// Some steps are done at once. The others wait for a message, for the link, for the timer or for a
+// process.
 void Player::begin()
 {
     const Step& step = *m_current;
-    if (step.kind != Send)
+    if (step.kind != Send) {
         say(step.kind == Say ? step.text : step.source);
+    }
     switch (step.kind) {
     case Say:
         return done();
@@ -153,23 +161,27 @@ void Player::begin()
     check();
 }
 
-// Looks whether what has come decides the current step.
+// Ends the current step if what has come so far decides it.
 void Player::check()
 {
-    if (!m_current)
+    if (!m_current) {
         return;
+    }
     switch (m_current->kind) {
     case Accept:
-        if (m_link.isLinked())
+        if (m_link.isLinked()) {
             done();
+        }
         break;
     case Close:
-        if (!m_link.isLinked())
+        if (!m_link.isLinked()) {
             done();
+        }
         break;
     case Send:
-        if (!m_link.isLinked())
+        if (!m_link.isLinked()) {
             fail(u"the agent is not linked"_s);
+        }
         break;
     case Expect:
         checkExpect();
@@ -187,14 +199,17 @@ void Player::check()
 
 void Player::checkExpect()
 {
-    if (!m_inbox.isEmpty()) {
-        const QByteArray message = m_inbox.takeFirst();
-        if (m_current->pattern.matches(message))
-            done();
-        else
-            fail(u"instead came \"%1\""_s.arg(shown(message)));
-    } else if (!m_link.isLinked()) {
-        fail(u"the agent has left"_s);
+    if (m_inbox.isEmpty()) {
+        if (!m_link.isLinked()) {
+            fail(u"the agent has left"_s);
+        }
+        return;
+    }
+    const QByteArray message = m_inbox.takeFirst();
+    if (m_current->pattern.matches(message)) {
+        done();
+    } else {
+        fail(u"instead came \"%1\""_s.arg(shown(message)));
     }
 }
 
@@ -204,10 +219,11 @@ void Player::checkExpectEnd()
         fail(u"instead came \"%1\""_s.arg(shown(m_inbox.takeFirst())));
     } else if (!m_link.isLinked()) {
         m_leftUnexpected = false;
-        if (m_endedByAgent)
+        if (m_endedByAgent) {
             done();
-        else
+        } else {
             fail(u"it was not the agent that closed the link"_s);
+        }
     }
 }
 
@@ -215,25 +231,28 @@ void Player::checkRefuse()
 {
     const auto refused = std::ranges::find_if(
         m_inbox, [this](const QByteArray& message) { return m_current->pattern.matches(message); });
-    if (refused != m_inbox.end())
+    if (refused != m_inbox.end()) {
         fail(u"\"%1\" came"_s.arg(shown(*refused)));
-    else if (!m_link.isLinked())
+    } else if (!m_link.isLinked()) {
         fail(u"the agent has left, so nothing could come"_s);
+    }
 }
 
 void Player::onTime()
 {
-    const Step::Kind kind = m_current->kind;
-    if (kind == Wait || kind == Refuse)
-        done();
-    else if (kind == Send)
-        fail(u"the agent has not read it in time"_s);
-    else if (kind == Accept)
-        fail(u"no agent came in time"_s);
-    else if (kind == ExpectEnd)
-        fail(u"the agent has not left in time"_s);
-    else
-        fail(u"nothing came in time"_s);
+    switch (m_current->kind) {
+    case Wait:
+    case Refuse:
+        return done();
+    case Send:
+        return fail(u"the agent has not read it in time"_s);
+    case Accept:
+        return fail(u"no agent came in time"_s);
+    case ExpectEnd:
+        return fail(u"the agent has not left in time"_s);
+    default:
+        return fail(u"nothing came in time"_s);
+    }
 }
 
 void Player::takeScreenshot()
@@ -243,7 +262,7 @@ void Player::takeScreenshot()
         done();
         return;
     }
-    m_screenshots.mkpath(u"."_s); // where that fails, the command does, and says why
+    m_screenshots.mkpath(u"."_s); // where this fails, the command fails and says why
     const QString file =
         u"%1-%2.png"_s.arg(++m_screenshotCount, 2, 10, QChar(u'0')).arg(m_current->text);
     const QString command =
@@ -258,16 +277,18 @@ void Player::runShell(const QString& command, const QString& argument)
     process->setStandardInputFile(QProcess::nullDevice());
     connect(process, &QProcess::finished, process, &QObject::deleteLater);
     connect(process, &QProcess::finished, this, [this](int code, QProcess::ExitStatus status) {
-        if (status == QProcess::NormalExit && code == 0)
-            done();
-        else if (status == QProcess::NormalExit)
-            fail(u"the command ended with status %1"_s.arg(code));
-        else
+        if (status == QProcess::CrashExit) {
             fail(u"the command was ended by a signal"_s);
+        } else if (code != 0) {
+            fail(u"the command ended with status %1"_s.arg(code));
+        } else {
+            done();
+        }
     });
     connect(process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) // any other: it has finished too
+        if (error == QProcess::FailedToStart) { // after any other error it has finished
             fail(u"/bin/sh cannot be started"_s);
+        }
     });
     process->start(u"/bin/sh"_s, {u"-c"_s, command, u"sh"_s, argument});
 }
@@ -282,8 +303,9 @@ void Player::done()
 void Player::fail(const QString& reason)
 {
     QStringList line{m_current->source, reason};
-    if (!m_current->place.isEmpty())
+    if (!m_current->place.isEmpty()) {
         line.prepend(m_current->place);
+    }
     Q_EMIT said(Voice::Failure, line.join(u": "_s));
     m_failed = true;
     if (m_onFailure == OnFailure::Stop) {
@@ -300,8 +322,9 @@ void Player::wrapUp()
         Q_EMIT said(Voice::Failure, u"the agent has left and no step expected it"_s);
         m_failed = true;
     }
-    if (m_link.isLinked())
-        m_link.close(); // its end is ours
-    else
+    if (m_link.isLinked()) {
+        m_link.close(); // onEnded() goes on
+    } else {
         Q_EMIT finished(m_failed ? 1 : 0);
+    }
 }

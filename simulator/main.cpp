@@ -13,12 +13,12 @@
 
 using namespace Qt::StringLiterals;
 
-// A stand-in for the support service: what the agent is linked to in demos and tests, played by a
-// person at the terminal or by a script.
+// A stand-in for the support service in demos and tests. A person at the terminal or a script says
+// what it does.
 
 namespace {
 
-constexpr int kCannotBegin = 2; // exit status; nothing has been played
+constexpr int kCannotBegin = 2; // exit status
 
 struct Options {
     quint16 port = 0;
@@ -47,25 +47,29 @@ std::optional<Options> readOptions()
     parser.addOption({u"port"_s, u"Port to listen on; 0: a free one."_s, u"N"_s, u"0"_s});
     parser.addOption({u"script"_s, u"Play this script."_s, u"FILE"_s});
     parser.addOption({u"screenshots"_s, u"Folder for screenshots."_s, u"DIR"_s, u"."_s});
-    if (!parser.parse(QCoreApplication::arguments()))
+    if (!parser.parse(QCoreApplication::arguments())) {
         return std::nullopt;
-    if (parser.isSet(help))
+    }
+    if (parser.isSet(help)) {
         parser.showHelp(); // ends the program
+    }
 
     bool isPort = false;
     const Options options{.port = parser.value(u"port"_s).toUShort(&isPort),
                           .scriptFile = parser.value(u"script"_s),
                           .screenshots = QDir(parser.value(u"screenshots"_s))};
-    if (!isPort || !parser.positionalArguments().isEmpty())
+    if (!isPort || !parser.positionalArguments().isEmpty()) {
         return std::nullopt;
+    }
     return options;
 }
 
 Script readScript(const QString& fileName)
 {
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return {{}, {u"%1: %2"_s.arg(fileName, file.errorString())}};
+    }
     return parseScript(QString::fromUtf8(file.readAll()), fileName);
 }
 
@@ -82,10 +86,12 @@ int main(int argc, char* argv[])
     }
     const bool isScripted = !options->scriptFile.isEmpty();
     const Script script = isScripted ? readScript(options->scriptFile) : Script();
-    for (const QString& error : script.errors)
+    for (const QString& error : script.errors) {
         console.print(Voice::Failure, error);
-    if (!script.errors.isEmpty())
+    }
+    if (!script.errors.isEmpty()) {
         return kCannotBegin;
+    }
 
     AgentLink link;
     if (!link.listen(options->port)) {
@@ -101,16 +107,18 @@ int main(int argc, char* argv[])
     QObject::connect(&player, &Player::said, &console, &Console::print);
     QObject::connect(&player, &Player::finished, &application, &QCoreApplication::exit);
     if (isScripted) {
-        for (const Step& step : script.steps)
+        for (const Step& step : script.steps) {
             player.add(step);
+        }
         player.finish();
     } else {
         QObject::connect(&console, &Console::typed, &player, [&](const QString& line) {
             const ParsedLine parsed = parseTypedLine(line);
-            if (parsed.step)
+            if (parsed.step) {
                 player.add(*parsed.step);
-            else if (!parsed.error.isEmpty())
+            } else if (!parsed.error.isEmpty()) {
                 console.print(Voice::Failure, parsed.error);
+            }
         });
         QObject::connect(&console, &Console::inputEnded, &player, &Player::finish);
         console.startReading();
