@@ -1,20 +1,30 @@
 #include "simulator/AgentLink.h"
 
-#include <QHostAddress>
-#include <QTcpSocket>
-
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
+
+#include <QHostAddress>
+#include <QTcpSocket>
 
 #include <sys/socket.h>
 
 namespace {
 
+using namespace std::chrono_literals;
+
+// An agent's message is complete when no byte has come for so long.
+constexpr auto kQuietTime = 50ms;
+// The least time between two sends, so that the agent reads the first before the second comes.
+constexpr auto kSendGap = 30ms;
+// The time that the agent has to close its side after close().
+constexpr auto kCloseTime = 1s;
+
 constexpr QByteArrayView kMarker = "#####";
 
-// What may follow the marker. Spelt here and not taken from the agent's sources: a stand-in that
-// shares the agent's list would not notice a mistake in it.
+// What may follow the marker. It is written down again here: with the agent's own list the
+// simulator would not notice a mistake in it.
 constexpr std::array<QByteArrayView, 11> kAgentCommands{
     "request=connections_status",
     "request=restart",
@@ -31,20 +41,14 @@ constexpr std::array<QByteArrayView, 11> kAgentCommands{
 
 bool beginsMessage(QByteArrayView bytes)
 {
-    if (!bytes.startsWith(kMarker)) {
-        return false;
-    }
-    const QByteArrayView rest = bytes.sliced(kMarker.size());
-    for (const QByteArrayView command : kAgentCommands) {
-        if (rest.startsWith(command)) {
-            return true;
-        }
-    }
-    return false;
+    return bytes.startsWith(kMarker) &&
+           std::ranges::any_of(kAgentCommands, [bytes](QByteArrayView command) {
+               return bytes.sliced(kMarker.size()).startsWith(command);
+           });
 }
 
-// Where the message after the first one begins, -1 when none does yet. A person may type anything
-// into a chat, markers included: inside the strings of a JSON payload nothing begins.
+// Where the second message begins; -1 where there is none yet. A person may type a marker into a
+// chat, so in the strings of a JSON payload no message begins.
 qsizetype nextMessage(const QByteArray& bytes)
 {
     const qsizetype equals = bytes.indexOf('=');
@@ -66,12 +70,10 @@ qsizetype nextMessage(const QByteArray& bytes)
 
 AgentLink::AgentLink(QObject* parent) : QObject(parent)
 {
-    m_quiet.setSingleShot(true);
-    m_quiet.setInterval(kQuietTime);
-    m_gap.setSingleShot(true);
+    for (QTimer* const timer : {&m_quiet, &m_gap, &m_closing}) {
+        timer->setSingleShot(true);
+    }
     m_gap.setTimerType(Qt::PreciseTimer);
-    m_closing.setSingleShot(true);
-    m_closing.setInterval(kCloseTime);
     connect(&m_server, &QTcpServer::newConnection, this, &AgentLink::takeLinks);
     connect(&m_quiet, &QTimer::timeout, this, &AgentLink::deliverRest);
     connect(&m_gap, &QTimer::timeout, this, &AgentLink::write);
@@ -80,7 +82,7 @@ AgentLink::AgentLink(QObject* parent) : QObject(parent)
 
 AgentLink::~AgentLink()
 {
-    // The socket says that it ends when it is destroyed, and would find us half destroyed.
+    // Its destruction emits disconnected().
     if (m_socket) {
         m_socket->disconnect(this);
     }
@@ -118,7 +120,7 @@ void AgentLink::read()
         Q_EMIT received(message);
     }
     if (!m_buffer.isEmpty()) {
-        m_quiet.start();
+        m_quiet.start(kQuietTime);
     }
 }
 
@@ -133,19 +135,17 @@ void AgentLink::deliverRest()
 
 void AgentLink::send(const QByteArray& message)
 {
-    if (!m_socket || message.isEmpty()) {
+    if (!m_socket) {
         return;
     }
     m_sending = message;
-    const std::chrono::milliseconds since{m_sinceSent.isValid() ? m_sinceSent.elapsed()
-                                                                : kSendGap.count()};
-    m_gap.start(std::max(kSendGap - since, std::chrono::milliseconds{0}));
+    m_gap.start(static_cast<int>(m_nextSend.remainingTime()));
 }
 
 void AgentLink::write()
 {
     m_socket->write(m_sending);
-    m_socket->flush(); // now and in one piece, not with what might be written later
+    m_socket->flush(); // at once, as one piece
 }
 
 void AgentLink::checkSent()
@@ -153,7 +153,7 @@ void AgentLink::checkSent()
     if (m_sending.isEmpty() || m_socket->bytesToWrite() > 0) {
         return;
     }
-    m_sinceSent.start();
+    m_nextSend.setRemainingTime(kSendGap, Qt::PreciseTimer);
     Q_EMIT sent(std::exchange(m_sending, {}));
 }
 
@@ -163,7 +163,7 @@ void AgentLink::close()
         return;
     }
     ::shutdown(static_cast<int>(m_socket->socketDescriptor()), SHUT_WR);
-    m_closing.start();
+    m_closing.start(kCloseTime);
 }
 
 void AgentLink::reset()
@@ -185,7 +185,6 @@ void AgentLink::endLink(bool byAgent)
     m_socket->deleteLater();
     m_socket = nullptr;
     m_sending.clear();
-    m_sinceSent.invalidate();
     m_gap.stop();
     m_closing.stop();
     deliverRest();

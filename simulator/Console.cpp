@@ -12,47 +12,34 @@
 namespace {
 
 struct Look {
-    const char* prefix;
     const char* colour; // an SGR sequence of ECMA-48, section 8.3.117
+    const char* prefix;
 };
 
-Look lookOf(Voice voice)
-{
-    switch (voice) {
-    case Voice::Agent:
-        return {"<- ", "\033[36m"};
-    case Voice::Service:
-        return {"-> ", "\033[32m"};
-    case Voice::Failure:
-        return {"!! ", "\033[31m"};
-    case Voice::Step:
-        break;
-    }
-    return {"   ", "\033[2m"};
-}
+// In the order of Voice.
+constexpr std::array<Look, 4> kLooks = {{
+    {"\033[36m", "<- "},
+    {"\033[32m", "-> "},
+    {"\033[2m", "   "},
+    {"\033[31m", "!! "},
+}};
 
 } // namespace
 
-Console::Console(QObject* parent) : QObject(parent) {}
-
-Console::~Console() = default;
-
 void Console::print(Voice voice, const QString& line)
 {
-    std::FILE* stream = voice == Voice::Failure ? stderr : stdout;
-    const Look look = lookOf(voice);
+    std::FILE* const stream = voice == Voice::Failure ? stderr : stdout;
+    const Look& look = kLooks.at(static_cast<std::size_t>(voice));
+    const QByteArray text = look.prefix + line.toUtf8();
     const bool isColoured = ::isatty(::fileno(stream)) == 1;
-    std::fputs(isColoured ? look.colour : "", stream);
-    std::fputs(look.prefix, stream);
-    std::fputs(line.toUtf8().constData(), stream);
-    std::fputs(isColoured ? "\033[0m\n" : "\n", stream);
+    std::fputs(isColoured ? look.colour + text + "\033[0m\n" : text + '\n', stream);
     std::fflush(stream);
 }
 
 void Console::startReading()
 {
-    m_notifier = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &Console::read);
+    m_notifier = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &Console::read);
 }
 
 void Console::read()

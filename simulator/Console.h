@@ -1,23 +1,18 @@
 #pragma once
 
-#include "simulator/Voice.h"
-
 #include <QByteArray>
 #include <QObject>
 
-#include <memory>
+#include "simulator/Voice.h"
 
 class QSocketNotifier;
 
-// The terminal: prints one line for each thing that happens, and reads what is typed, without
-// stopping the event loop. There may be a file or a pipe at either end.
+// Standard input and output, line by line: a terminal, a file or a pipe. Reading does not stop the
+// event loop.
 class Console : public QObject {
     Q_OBJECT
 
 public:
-    explicit Console(QObject* parent = nullptr);
-    ~Console() override;
-
     // Failures go to standard error, everything else to standard output.
     void print(Voice voice, const QString& line);
 
@@ -31,6 +26,6 @@ Q_SIGNALS:
 private:
     void read();
 
-    std::unique_ptr<QSocketNotifier> m_notifier;
-    QByteArray m_partial; // a line whose end has not been read yet
+    QSocketNotifier* m_notifier = nullptr; // a child
+    QByteArray m_partial;                  // a line whose end has not been read yet
 };

@@ -1,10 +1,11 @@
 #include "simulator/Player.h"
 
-#include "simulator/AgentLink.h"
+#include <algorithm>
+#include <array>
 
 #include <QProcess>
 
-#include <algorithm>
+#include "simulator/AgentLink.h"
 
 using namespace Qt::StringLiterals;
 
@@ -12,13 +13,13 @@ namespace {
 
 using enum Step::Kind;
 
-// More of a message than this is not shown.
+// Of a longer message only the start is printed.
 constexpr qsizetype kShownCharacters = 400;
 
 bool needsLink(Step::Kind kind)
 {
-    return kind == Send || kind == Expect || kind == ExpectEnd || kind == Refuse || kind == Close ||
-           kind == Reset;
+    constexpr std::array kKinds = {Send, Expect, ExpectEnd, Refuse, Close, Reset};
+    return std::ranges::find(kKinds, kind) != kKinds.end();
 }
 
 QString shown(const QByteArray& message)
@@ -45,7 +46,7 @@ Player::Player(AgentLink& link, OnFailure onFailure, const QDir& screenshots)
             [this] { say(u"another agent came and was closed: one at a time"_s); });
     connect(&link, &AgentLink::sent, this, [this](const QByteArray& message) {
         Q_EMIT said(Voice::Service, shown(message));
-        if (m_current && m_current->kind == Send) { // else its time is over already
+        if (m_current && m_current->kind == Send) { // not when its time is over
             done();
         }
     });
@@ -66,7 +67,7 @@ void Player::finish()
 void Player::onLinked()
 {
     say(u"the agent is linked"_s);
-    m_inbox.clear(); // what the link before has left
+    m_inbox.clear(); // of the link before
     check();
 }
 
@@ -94,7 +95,7 @@ void Player::onEnded(bool byAgent)
     }
 }
 
-// Later, so that no step begins inside the signal that ended the one before.
+// In a later turn of the event loop: no step begins inside the signal that ended the one before.
 void Player::startNextLater()
 {
     QMetaObject::invokeMethod(this, &Player::startNext, Qt::QueuedConnection);
@@ -121,8 +122,8 @@ void Player::startNext()
     begin();
 }
 
-// Some steps are over at once; the others wait for what check() looks at, for the timer, for the
-// link or for a process.
+// Some steps are done at once. The others wait for a message, for the link, for the timer or for a
+// process.
 void Player::begin()
 {
     const Step& step = *m_current;
@@ -160,7 +161,7 @@ void Player::begin()
     check();
 }
 
-// Looks whether what has come decides the current step.
+// Ends the current step if what has come so far decides it.
 void Player::check()
 {
     if (!m_current) {
@@ -198,15 +199,17 @@ void Player::check()
 
 void Player::checkExpect()
 {
-    if (!m_inbox.isEmpty()) {
-        const QByteArray message = m_inbox.takeFirst();
-        if (m_current->pattern.matches(message)) {
-            done();
-        } else {
-            fail(u"instead came \"%1\""_s.arg(shown(message)));
+    if (m_inbox.isEmpty()) {
+        if (!m_link.isLinked()) {
+            fail(u"the agent has left"_s);
         }
-    } else if (!m_link.isLinked()) {
-        fail(u"the agent has left"_s);
+        return;
+    }
+    const QByteArray message = m_inbox.takeFirst();
+    if (m_current->pattern.matches(message)) {
+        done();
+    } else {
+        fail(u"instead came \"%1\""_s.arg(shown(message)));
     }
 }
 
@@ -237,17 +240,18 @@ void Player::checkRefuse()
 
 void Player::onTime()
 {
-    const Step::Kind kind = m_current->kind;
-    if (kind == Wait || kind == Refuse) {
-        done();
-    } else if (kind == Send) {
-        fail(u"the agent has not read it in time"_s);
-    } else if (kind == Accept) {
-        fail(u"no agent came in time"_s);
-    } else if (kind == ExpectEnd) {
-        fail(u"the agent has not left in time"_s);
-    } else {
-        fail(u"nothing came in time"_s);
+    switch (m_current->kind) {
+    case Wait:
+    case Refuse:
+        return done();
+    case Send:
+        return fail(u"the agent has not read it in time"_s);
+    case Accept:
+        return fail(u"no agent came in time"_s);
+    case ExpectEnd:
+        return fail(u"the agent has not left in time"_s);
+    default:
+        return fail(u"nothing came in time"_s);
     }
 }
 
@@ -258,7 +262,7 @@ void Player::takeScreenshot()
         done();
         return;
     }
-    m_screenshots.mkpath(u"."_s); // where that fails, the command does, and says why
+    m_screenshots.mkpath(u"."_s); // where this fails, the command fails and says why
     const QString file =
         u"%1-%2.png"_s.arg(++m_screenshotCount, 2, 10, QChar(u'0')).arg(m_current->text);
     const QString command =
@@ -273,16 +277,16 @@ void Player::runShell(const QString& command, const QString& argument)
     process->setStandardInputFile(QProcess::nullDevice());
     connect(process, &QProcess::finished, process, &QObject::deleteLater);
     connect(process, &QProcess::finished, this, [this](int code, QProcess::ExitStatus status) {
-        if (status == QProcess::NormalExit && code == 0) {
-            done();
-        } else if (status == QProcess::NormalExit) {
+        if (status == QProcess::CrashExit) {
+            fail(u"the command was ended by a signal"_s);
+        } else if (code != 0) {
             fail(u"the command ended with status %1"_s.arg(code));
         } else {
-            fail(u"the command was ended by a signal"_s);
+            done();
         }
     });
     connect(process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) { // any other: it has finished too
+        if (error == QProcess::FailedToStart) { // after any other error it has finished
             fail(u"/bin/sh cannot be started"_s);
         }
     });
@@ -319,7 +323,7 @@ void Player::wrapUp()
         m_failed = true;
     }
     if (m_link.isLinked()) {
-        m_link.close(); // its end is ours
+        m_link.close(); // onEnded() goes on
     } else {
         Q_EMIT finished(m_failed ? 1 : 0);
     }

@@ -13,18 +13,17 @@
 
 class AgentLink;
 
-// Plays steps over the link, one after the other, each when the one before is done.
+// Plays steps over the link, one after the other.
 //
-// Nothing here blocks: a step begins, and the link, the timer or a child process say when it is
-// over. What the agent sends waits in an inbox until a step takes it, so a script may look at it
-// late.
+// Nothing here blocks: a step begins, and a signal of the link, the timer or a child process ends
+// it. The agent's messages wait in an inbox until a step takes them.
 class Player : public QObject {
     Q_OBJECT
 
 public:
     enum class OnFailure {
-        Stop, // the first failure ends a script
-        GoOn, // a person who types gets to see it and types on
+        Stop, // for a script
+        GoOn, // for a person who types
     };
 
     // The link must outlive the player.
@@ -32,7 +31,7 @@ public:
 
     void add(const Step& step);
 
-    // No more steps come: when all are done the link is closed and the player has finished.
+    // No more steps come: when all are done, the link is closed and finished() is emitted.
     void finish();
 
 Q_SIGNALS:
@@ -73,9 +72,9 @@ private:
     bool m_wrappingUp = false;
     bool m_failed = false;
 
-    QList<QByteArray> m_inbox; // came, and no step has taken it
+    QList<QByteArray> m_inbox; // messages that no step has taken yet
     QList<Pattern> m_ignored;
-    bool m_hasAccepted = false;    // a first link was waited for
-    bool m_endedByAgent = false;   // of the last link
-    bool m_leftUnexpected = false; // the agent closed the link and no step has asked for it yet
+    bool m_hasAccepted = false;    // an "accept" has begun
+    bool m_endedByAgent = false;   // whether the agent closed the last link
+    bool m_leftUnexpected = false; // it did, and no step has expected that yet
 };

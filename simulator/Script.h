@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QDir>
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
@@ -12,8 +11,8 @@
 
 // Which of the agent's messages is meant.
 struct Pattern {
-    QByteArray text;                         // the whole message, marker included, to the letter
-    std::optional<QRegularExpression> regex; // where set: found anywhere in the message
+    QByteArray text;                         // the whole message with its marker, or
+    std::optional<QRegularExpression> regex; // what is found anywhere in it
 
     [[nodiscard]] bool matches(const QByteArray& message) const;
 };
@@ -22,7 +21,7 @@ struct Pattern {
 struct Step {
     enum class Kind {
         Accept,
-        Send, // also "sendfile": the file is read with the script
+        Send,
         Expect,
         ExpectEnd,
         Refuse,
@@ -36,12 +35,12 @@ struct Step {
     };
 
     Kind kind = Kind::Say;
-    QString source;                    // the line as it was written
+    QString source;                    // the whole line
     QString place;                     // "file:line"; empty for a line that was typed
     QByteArray message;                // Send
     Pattern pattern;                   // Expect, Refuse, Ignore
     QString text;                      // Screenshot: the name, Run: the command, Say: the text
-    std::chrono::milliseconds time{0}; // the limit, or how long
+    std::chrono::milliseconds time{0}; // Wait, Refuse: how long; else the limit
 };
 
 struct ParsedLine {
@@ -51,18 +50,17 @@ struct ParsedLine {
 
 struct Script {
     QList<Step> steps;
-    QStringList errors; // "file:line: what is wrong"; with any, nothing should be played
+    QStringList errors; // "file:line: what is wrong"
 };
 
-// Files that a line names without a path are looked for in the folder.
-[[nodiscard]] ParsedLine parseScriptLine(const QString& line, const QDir& folder = {});
+[[nodiscard]] ParsedLine parseScriptLine(const QString& line);
 [[nodiscard]] Script parseScript(const QString& text, const QString& fileName);
 
-// A line that was typed: a script's line, or else a text that is sent as it is.
+// A typed line is a script's line, or else a text that is sent as it is.
 [[nodiscard]] ParsedLine parseTypedLine(const QString& line);
 
-// The language's description for --help.
+// The script language, for --help.
 [[nodiscard]] QString scriptHelp();
 
-// The message as a script would write it: one line, nothing in it that a terminal would obey.
+// The message as a script has it: in one line, control characters escaped.
 [[nodiscard]] QString scriptText(const QByteArray& message);

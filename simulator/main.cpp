@@ -13,12 +13,12 @@
 
 using namespace Qt::StringLiterals;
 
-// A stand-in for the support service: what the agent is linked to in demos and tests, played by a
-// person at the terminal or by a script.
+// A stand-in for the support service in demos and tests. A person at the terminal or a script says
+// what it does.
 
 namespace {
 
-constexpr int kCannotBegin = 2; // exit status; nothing has been played
+constexpr int kCannotBegin = 2; // exit status
 
 struct Options {
     quint16 port = 0;

@@ -37,12 +37,6 @@ int continuationOf(const QTextBlock& block)
     return block.blockFormat().intProperty(kContinues);
 }
 
-// Whether the scroll bar stands at the end, give or take less than a line.
-bool isAtEnd(const QScrollBar& bar)
-{
-    return bar.sliderPosition() >= bar.maximum() - 4;
-}
-
 } // namespace
 
 ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
@@ -63,15 +57,9 @@ ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
     m_writeTimer.setSingleShot(true);
     connect(&m_writeTimer, &QTimer::timeout, this, &ChatTranscript::write);
     const QScrollBar* const bar = verticalScrollBar();
-    // Only what the person does with it tells whether they read further up: the layout moves it
-    // too.
-    connect(bar, &QScrollBar::actionTriggered, this,
-            [this, bar] { m_followsNewest = isAtEnd(*bar); });
-    connect(bar, &QScrollBar::rangeChanged, this, [this] {
-        if (m_followsNewest) {
-            showNewest();
-        }
-    });
+    // Not valueChanged(): the layout moves the bar, too.
+    connect(bar, &QScrollBar::actionTriggered, this, &ChatTranscript::notePlace);
+    connect(bar, &QScrollBar::rangeChanged, this, &ChatTranscript::keepPlace);
 }
 
 void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour colour)
@@ -94,8 +82,23 @@ void ChatTranscript::appendBody(const QString& text, bool isLeft, ChatColour col
 
 void ChatTranscript::showNewest()
 {
-    m_followsNewest = true;
-    verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+    m_place.reset();
+    keepPlace();
+}
+
+// The person has scrolled.
+void ChatTranscript::notePlace()
+{
+    const QScrollBar& bar = *verticalScrollBar();
+    // The caret in the last line leaves the margin below it out of sight.
+    const bool isAtEnd = bar.sliderPosition() >= bar.maximum() - kDocumentMargin;
+    m_place = isAtEnd ? std::nullopt : std::optional(bar.sliderPosition());
+}
+
+// A long text is laid out step by step, and until the end of that its height is wrong.
+void ChatTranscript::keepPlace()
+{
+    verticalScrollBar()->setValue(m_place.value_or(verticalScrollBar()->maximum()));
 }
 
 bool ChatTranscript::isMessage(Kind kind)
@@ -167,15 +170,11 @@ void ChatTranscript::write()
     }
 
     if (wouldGrow) {
-        const int scrolled = verticalScrollBar()->value();
         QTextCursor kept(document());
         kept.setPosition(anchor);
         kept.setPosition(position, QTextCursor::KeepAnchor);
-        setTextCursor(kept);
-        verticalScrollBar()->setValue(scrolled);
-    }
-    if (m_followsNewest) {
-        showNewest();
+        setTextCursor(kept); // scrolls to the selection
+        keepPlace();
     }
 }
 
@@ -264,6 +263,16 @@ void ChatTranscript::changeEvent(QEvent* event)
     QTextEdit::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) {
         recolour();
+    }
+}
+
+// Keys that move the caret scroll without an action of the scroll bar.
+void ChatTranscript::keyPressEvent(QKeyEvent* event)
+{
+    const int before = verticalScrollBar()->value();
+    QTextEdit::keyPressEvent(event);
+    if (verticalScrollBar()->value() != before) {
+        notePlace();
     }
 }
 

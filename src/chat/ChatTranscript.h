@@ -1,6 +1,7 @@
 #pragma once
 
-#include "chat/ChatColours.h"
+#include <deque>
+#include <optional>
 
 #include <QString>
 #include <QTextBlockFormat>
@@ -8,7 +9,7 @@
 #include <QTextEdit>
 #include <QTimer>
 
-#include <deque>
+#include "chat/ChatColours.h"
 
 class QTextBlock;
 
@@ -38,6 +39,7 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     [[nodiscard]] QMimeData* createMimeDataFromSelection() const override;
 
@@ -55,6 +57,8 @@ private:
     static Kind kindOf(const QTextBlock& block);
     void append(const QString& shown, Kind kind, bool isLeft, const QTextCharFormat& characters);
     [[nodiscard]] QTextBlockFormat formatBehind(Kind before, Kind kind, bool isLeft) const;
+    void notePlace();
+    void keepPlace();
     void write();
     void writeBlock(const Block& block);
     [[nodiscard]] QTextBlock firstBlockAt(qreal y) const;
@@ -66,5 +70,5 @@ private:
     QTimer m_writeTimer;
     Kind m_lastKind = Kind::None; // of the last block, written or waiting
     bool m_isEmpty = true;
-    bool m_followsNewest = true;
+    std::optional<int> m_place; // what the person has scrolled to; none at the newest line
 };
