@@ -1,16 +1,16 @@
 // What a line costs in a chat's transcript: laid out, scrolled to and painted, with few lines above
 // it and with many; and what texts cost that nobody writes but to do harm.
 
-#include <algorithm>
-#include <memory>
+#include "chat/ChatTranscript.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTextDocument>
 
-#include <benchmark/benchmark.h>
+#include <algorithm>
+#include <memory>
 
-#include "chat/ChatTranscript.h"
+#include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
 

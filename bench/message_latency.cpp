@@ -1,5 +1,7 @@
 // Time from a message's bytes on the wire to its window on the screen. Run it on a display with a
 // window manager (tests/support/with_desktop --display --bus); prints milliseconds.
+#include "AgentFixture.h"
+
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTest>
@@ -8,8 +10,6 @@
 
 #include <algorithm>
 #include <cstdio>
-
-#include "AgentFixture.h"
 
 using namespace Qt::StringLiterals;
 

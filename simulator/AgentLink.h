@@ -6,6 +6,8 @@
 #include <QTcpServer>
 #include <QTimer>
 
+#include <chrono>
+
 class QTcpSocket;
 
 // The service's end of the link to the agent. It listens on this machine only, for one agent at a

@@ -1,11 +1,11 @@
 #include "simulator/Console.h"
 
+#include <QSocketNotifier>
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <utility>
-
-#include <QSocketNotifier>
 
 #include <unistd.h>
 

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <deque>
-#include <optional>
+#include "simulator/Script.h"
+#include "simulator/Voice.h"
 
 #include <QDir>
 #include <QList>
 #include <QObject>
 #include <QTimer>
 
-#include "simulator/Script.h"
-#include "simulator/Voice.h"
+#include <deque>
+#include <optional>
 
 class AgentLink;
 

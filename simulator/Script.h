@@ -1,13 +1,13 @@
 #pragma once
 
-#include <chrono>
-#include <optional>
-
 #include <QByteArray>
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
+
+#include <chrono>
+#include <optional>
 
 // Which of the agent's messages is meant.
 struct Pattern {

@@ -1,15 +1,15 @@
-#include <cstdio>
-#include <optional>
+#include "simulator/AgentLink.h"
+#include "simulator/Console.h"
+#include "simulator/Player.h"
+#include "simulator/Script.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 
-#include "simulator/AgentLink.h"
-#include "simulator/Console.h"
-#include "simulator/Player.h"
-#include "simulator/Script.h"
+#include <cstdio>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 

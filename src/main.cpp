@@ -1,34 +1,32 @@
-#include <cstdlib>
-#include <vector>
+#include "agent_state/AppDelegate.h"
+#include "dispatch/MessageDispatch.h"
+#include "logging/Logs.h"
+#include "platform/desktop/DisplayServer.h"
+#include "platform/desktop/WindowActivation.h"
+#include "platform/processes/ProgramEnd.h"
+#include "platform/processes/TerminationSignals.h"
+#include "platform/threads/MainQueue.h"
 
 #include <QApplication>
 #include <QSessionManager>
 
-#include <unistd.h>
-
-#include "agent_core/AppDelegate.h"
-#include "dispatch/MessageDispatch.h"
-#include "logging/Logs.h"
-#include "platform/desktop/WindowActivation.h"
-#include "platform/processes/TerminationSignals.h"
-#include "platform/threads/MainQueue.h"
+#include <cstdlib>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// Whatever ends the main loop is an orderly end. It never comes back: where another thread is
-// already on its way to the end, that thread ends the process.
+// Every exit runs applicationWillTerminate(). It returns only where another thread has already
+// called it; that one ends the process.
 [[noreturn]] void terminate()
 {
     AppDelegate::applicationWillTerminate();
-    for (;;) {
-        ::pause();
-    }
+    waitForProgramEnd();
 }
 
-// The log files are the program's only output: what the toolkit has to say is not for whoever
-// started the agent, but for what ends the program.
+// Qt's own messages are dropped: the program writes to its log files only. Those that end the
+// program are kept.
 void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     if (type == QtFatalMsg) {
@@ -36,7 +34,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
     }
 }
 
-// The toolkit's own quitting asks every window first, and any of them could refuse.
+// Qt's own quitting would ask every window first, and any of them could refuse.
 class QuitFilter : public QObject {
 public:
     using QObject::QObject;
@@ -50,35 +48,21 @@ public:
     }
 };
 
-// A window that comes up by itself must be able to stand above the others and ask for the keyboard,
-// which native Wayland lets no program do. Told by an argument and not by the environment, which
-// the programs that we start inherit.
-void preferX11(std::vector<char*>& arguments)
-{
-    static char option[] = "-platform";
-    static char platform[] = "xcb";
-    if (!arguments.empty() && qEnvironmentVariableIsSet("DISPLAY") &&
-        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        arguments.insert(arguments.begin() + 1, {option, platform});
-    }
-}
-
 } // namespace
 
 int main(int argc, char* argv[])
 {
     // Before any other thread exists.
-    const TerminationSignals signals([] { AppDelegate::applicationWillTerminate(); });
+    TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);
 
-    std::vector<char*> arguments(argv, argv + argc);
-    preferX11(arguments);
+    auto arguments = DisplayServer::preferX11(std::vector<char*>(argv, argv + argc));
     auto count = static_cast<int>(arguments.size());
     arguments.push_back(nullptr);
     QApplication application(count, arguments.data());
     QApplication::setApplicationName(u"vantoryAgent"_s);
     QApplication::setDesktopFileName(u"vantoryAgent"_s);
-    // Neither windows nor the toolkit's own helpers end the agent by going.
+    // The agent goes on when its last window has closed.
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
     application.installEventFilter(new QuitFilter(&application));
@@ -91,8 +75,8 @@ int main(int argc, char* argv[])
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();
-    // The toolkit leaves by exit() when the display goes away: the desktop's log-out, too. Late,
-    // since exit handlers run before those of whatever was set up earlier.
+    // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
+    // last, because exit handlers run in the reverse order: this one comes first.
     std::atexit(&terminate);
     QApplication::exec();
     terminate();

@@ -1,25 +1,24 @@
-#include "agent_core/AppDelegate.h"
-
-#include <limits>
-
+#include "agent_state/AppDelegate.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/PropertyList.h"
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QVariant option(const QString& key)
+QVariant bundleOption(const QString& key)
 {
     const auto path = MainBundle::resourcePath(u"oem"_s, u"plist"_s);
-    const auto options = path ? PropertyList::readDictionary(*path) : std::nullopt;
-    return options ? options->value(key) : QVariant();
+    const auto list = path ? PropertyList::readDictionary(*path) : std::nullopt;
+    return list ? list->value(key) : QVariant();
 }
 
-// Whether the option is there as a boolean; the target keeps its value where not.
+// Returns whether the option is there as a boolean; else the target keeps its value.
 bool readBoolean(const QString& key, bool& target)
 {
-    const QVariant value = option(key);
+    const QVariant value = bundleOption(key);
     if (value.typeId() != QMetaType::Bool) {
         return false;
     }
@@ -31,7 +30,7 @@ bool readBoolean(const QString& key, bool& target)
 
 void AppDelegate::getOemName(const QString& key, QString& target)
 {
-    const QVariant value = option(key);
+    const QVariant value = bundleOption(key);
     if (value.typeId() == QMetaType::QString) {
         target = value.toString();
     }
@@ -39,35 +38,35 @@ void AppDelegate::getOemName(const QString& key, QString& target)
 
 void AppDelegate::getDisconnectedIconVisisble()
 {
-    readBoolean(u"disconnected_icon_visible"_s, disconnectedIconVisible);
+    readBoolean(u"disconnected_icon_visible"_s, options.disconnectedIconVisible);
 }
 
 void AppDelegate::getAllowToLeaveChat()
 {
-    readBoolean(u"allow_to_leave_chat"_s, allowToLeaveChat);
+    readBoolean(u"allow_to_leave_chat"_s, options.allowToLeaveChat);
 }
 
 void AppDelegate::getShowConnectionDetail()
 {
-    readBoolean(u"show_connection_detail"_s, showConnectionDetail);
+    readBoolean(u"show_connection_detail"_s, options.showConnectionDetail);
 }
 
 void AppDelegate::getDisplaySettings()
 {
-    // A chain on purpose: an installer that leaves out a key leaves the rest at their defaults.
-    [[maybe_unused]] const bool all = readBoolean(u"show_platform"_s, displayPlatform) &&
-                                      readBoolean(u"show_agent_type"_s, displayAgentType) &&
-                                      readBoolean(u"enable_change"_s, displayChange);
+    // A chain on purpose: after a missing key the others keep their defaults.
+    [[maybe_unused]] const bool all = readBoolean(u"show_platform"_s, options.displayPlatform) &&
+                                      readBoolean(u"show_agent_type"_s, options.displayAgentType) &&
+                                      readBoolean(u"enable_change"_s, options.displayChange);
 }
 
 void AppDelegate::getPortUI()
 {
-    const QVariant value = option(u"port"_s);
+    const QVariant value = bundleOption(u"port"_s);
     if (value.typeId() != QMetaType::LongLong) {
         return;
     }
     const qlonglong port = value.toLongLong();
     if (port > 0 && port <= std::numeric_limits<quint16>::max()) {
-        portUI = static_cast<quint16>(port);
+        options.portUI = static_cast<quint16>(port);
     }
 }

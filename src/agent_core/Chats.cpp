@@ -1,80 +1,115 @@
-#include "agent_core/AppDelegate.h"
-
+#include "agent_state/AppDelegate.h"
 #include "chat/ChatController.h"
-#include "platform/threads/MainQueue.h"
+#include "logging/Logs.h"
+#include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// A copy: a chat that is closed while it is walked changes the list.
+QList<ChatController*> chatsOf(qint64 token)
+{
+    QList<ChatController*> found = AppDelegate::state().chats;
+    found.removeIf([token](const ChatController* chat) { return chat->token != token; });
+    return found;
+}
+
+void sendLine(qint32 token, const QString& text)
+{
+    // The format can't hold half a surrogate pair.
+    if (!text.isValidUtf16()) {
+        printErrorLog(u"the message is not valid Unicode text"_s);
+        return;
+    }
+    const QJsonObject data{{u"token"_s, token}, {u"message"_s, text}};
+    AppDelegate::send(
+        Protocol::sendChat(QString::fromUtf8(QJsonDocument(data).toJson(QJsonDocument::Compact))));
+}
+
+void reportClosed(qint32 token)
+{
+    printLog(u"close chat: "_s + QString::number(token));
+    AppDelegate::send(Protocol::closeChat(token));
+}
+
+// Takes away every window of the chat. Each may be in the middle of its button's click.
+void removeChat(qint32 token)
+{
+    for (ChatController* const chat : chatsOf(token)) {
+        AppDelegate::state().chats.removeAll(chat);
+        chat->deleteLater();
+    }
+}
+
+} // namespace
 
 void AppDelegate::requestChat(qint32 token, qint32 session)
 {
-    MainQueue::post([token, session] {
-        if (isTerminating()) {
-            return;
+    if (isTerminating()) {
+        return;
+    }
+    QList<QPoint> others;
+    for (const ChatController* const shown : std::as_const(state().chats)) {
+        if (const auto place = shown->position()) {
+            others.append(*place);
         }
-        // The delegate's, by way of what the delegate owns, as its timers are.
-        auto* const chat = new ChatController(connectionStatus);
-        chats.append(chat);
-        chat->set(token, session);
-        chat->refresh();
-        chat->presentByService();
-    });
+    }
+    // Dies with the delegate, which owns its parent.
+    auto* const chat = new ChatController(&AppDelegate::labels, options.allowToLeaveChat,
+                                          state().connectionStatus);
+    state().chats.append(chat);
+    QObject::connect(chat, &ChatController::lineEntered, chat,
+                     [token](const QString& text) { sendLine(token, text); });
+    QObject::connect(chat, &ChatController::closed, chat, [token] { reportClosed(token); });
+    QObject::connect(chat, &ChatController::quit, chat, [token] { removeChat(token); });
+    const QList<SessionInfo>& sessions = state().sessions.all();
+    chat->set(token, session, sessions.isEmpty() ? QString() : sessions.first().remoteControlUser);
+    chat->refresh();
+    chat->presentBeside(others);
 }
 
 void AppDelegate::closeChat(qint32 token)
 {
-    MainQueue::post([token] {
-        for (ChatController* const chat : chats) {
-            if (chat->token == token) {
-                chat->end();
-            }
-        }
-    });
+    for (ChatController* const chat : chatsOf(token)) {
+        chat->wakeUp();
+        chat->end();
+    }
 }
 
 void AppDelegate::endChats(std::optional<qint64> session)
 {
-    MainQueue::assertMainThread();
-    for (ChatController* const chat : chats) {
+    for (ChatController* const chat : std::as_const(state().chats)) {
         if (!session || chat->session == *session) {
             chat->end();
         }
     }
 }
 
-void AppDelegate::wakeChats(qint64 token)
-{
-    for (ChatController* const chat : chats) {
-        if (chat->token == token) {
-            chat->wakeUp();
-        }
-    }
-}
-
 void AppDelegate::receiveChat(const ChatMessage& message)
 {
-    for (ChatController* const chat : chats) {
-        if (chat->token == message.context) {
-            chat->wakeUp();
-            chat->receiveChat(message.from, message.text);
-        }
+    for (ChatController* const chat : chatsOf(message.context)) {
+        chat->wakeUp();
+        chat->receiveChat(message.from, message.text);
     }
 }
 
 void AppDelegate::chatMemberJoined(const ChatMember& member)
 {
-    for (ChatController* const chat : chats) {
-        if (chat->token == member.context) {
-            chat->wakeUp();
-            chat->joinedMember(member.member);
-        }
+    for (ChatController* const chat : chatsOf(member.context)) {
+        chat->wakeUp();
+        chat->joinedMember(member.member);
     }
 }
 
 void AppDelegate::chatMemberLeft(const ChatMember& member)
 {
-    for (ChatController* const chat : chats) {
-        if (chat->token == member.context) {
-            chat->wakeUp();
-            chat->leftMemberLater(member.member);
-        }
+    for (ChatController* const chat : chatsOf(member.context)) {
+        chat->wakeUp();
+        chat->leftMemberLater(member.member);
     }
 }

@@ -1,14 +1,9 @@
-#include "agent_core/AppDelegate.h"
-
-#include <utility>
-
-#include <QFileInfo>
-#include <QTimer>
-
+#include "agent_core/AdministratorCheck.h"
 #include "agent_core/PrivilegedSettings.h"
 #include "agent_core/SettingsFile.h"
+#include "agent_core/SettingsLabels.h"
 #include "agent_core/SettingsRules.h"
-#include "platform/desktop/WindowActivation.h"
+#include "agent_state/AppDelegate.h"
 #include "platform/processes/SecretText.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
@@ -17,19 +12,36 @@
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
 
-// The settings window's place in the agent: who opens it, what unlocks it, and what Apply does.
+#include <QFileInfo>
+#include <QTimer>
+
+#include <utility>
+
+// A name and password that are being checked, overwritten when nobody waits for the result any
+// more.
+struct CredentialCheck {
+    CredentialCheck(const QString& name, const QString& typed)
+        : username(name), password(SecretText::copy(typed))
+    {}
+    ~CredentialCheck() { SecretText::wipe(password); }
+    CredentialCheck(const CredentialCheck&) = delete;
+    CredentialCheck& operator=(const CredentialCheck&) = delete;
+
+    QString username;
+    QString password;
+};
 
 void AppDelegate::setUI()
 {
-    if (const auto labels = getLanguageLabel()) {
-        settingsTexts.translate(*labels, language);
-    }
+    const auto known = labels();
+    state().settingsTexts =
+        known ? settingsTextsFrom(*known, options.language) : defaultSettingsTexts();
 }
 
 SettingsWindow& AppDelegate::settingsWindow()
 {
     if (!window) {
-        window = std::make_unique<SettingsWindow>(settingsTexts);
+        window = std::make_unique<SettingsWindow>(state().settingsTexts);
         connect(window.get(), &SettingsWindow::modeChanged, this, [this] { managedCheck(); });
         connect(window.get(), &SettingsWindow::lockPressed, this, [this] { unlockSettings(); });
         connect(window.get(), &SettingsWindow::applyPressed, this, [this] { applyAction(); });
@@ -47,19 +59,18 @@ void AppDelegate::settings()
         m_opensSettingsAfterRestartWait = true;
     } else if (!settingsWindow().isVisible()) {
         prepareSettingsWindow();
-        WindowActivation::present(window.get());
+        window->present();
     } else if (window->isMinimized()) {
-        WindowActivation::present(window.get());
+        window->present();
     }
 }
 
 void AppDelegate::waitingSettings()
 {
     if (QFileInfo::exists(backendSettingsPath())) {
-        if (settingsShowTimer) {
-            settingsShowTimer->stop();
-            settingsShowTimer->deleteLater(); // it is the one that calls
-            settingsShowTimer = nullptr;
+        if (QTimer* const timer = std::exchange(state().settingsShowTimer, nullptr)) {
+            timer->stop();
+            timer->deleteLater(); // it is the one that calls
         }
         return;
     }
@@ -74,14 +85,13 @@ void AppDelegate::prepareSettingsWindow()
 {
     updateSettings();
     // A first configuration stays possible where what is configured may not be changed.
-    window->showLock(displayChange || window->entries().accountId.isEmpty());
+    window->showLock(options.displayChange || window->entries().accountId.isEmpty());
 }
 
 void AppDelegate::updateSettings()
 {
-    MainQueue::assertMainThread();
     if (const auto stored = read_BackendSettingsPlist(backendSettingsPath())) {
-        isManaged = stored->managed;
+        setManaged(stored->managed);
         settingsWindow().showSettings(*stored);
     } else {
         settingsWindow().showNoSettings();
@@ -92,14 +102,15 @@ void AppDelegate::updateSettings()
 void AppDelegate::enableSettings()
 {
     settingsWindow().setLocked(false);
-    window->ignoreHeldKey(); // the Return that ended the question for a password applies nothing
-    window->showDisplayOptions(displayAgentType, displayPlatform);
+    window->inertPeriod
+        .ignoreHeldKey(); // the Return that entered the password must not press Apply
+    window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
 }
 
 void AppDelegate::disableSettings()
 {
     settingsWindow().setLocked(true);
-    window->showDisplayOptions(displayAgentType, displayPlatform);
+    window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
 }
 
 void AppDelegate::managedCheck()
@@ -116,13 +127,36 @@ void AppDelegate::unlockSettings()
         disableSettings();
         return;
     }
-    if (!m_access) {
-        m_access = std::make_unique<SecurityAccess>([this] { enableSettings(); },
-                                                    [this] { disableSettings(); });
-        access = m_access.get();
+    m_access->refresh();
+    m_access->present(window.get());
+}
+
+// Takes seconds. The result counts only where the person has not cancelled meanwhile.
+void AppDelegate::checkCredentials(const QString& username, const QString& password)
+{
+    m_check = std::make_shared<CredentialCheck>(username, password);
+    Worker::run([self = QPointer(this), check = m_check] {
+        const bool isRight = authenticateLocalAdminUser(check->username, check->password, false);
+        MainQueue::post([self, check, isRight] {
+            if (self && self->m_check == check && !isTerminating()) {
+                self->finishCheck(*check, isRight);
+            }
+        });
+    });
+}
+
+void AppDelegate::finishCheck(const CredentialCheck& check, bool isRight)
+{
+    m_access->finishCheck(isRight);
+    if (isRight) {
+        state().user = check.username;
+        SecretText::wipe(state().pwd);
+        state().pwd = SecretText::copy(check.password);
+        enableSettings();
+    } else {
+        disableSettings();
     }
-    access->refresh();
-    access->present(window.get());
+    m_check.reset();
 }
 
 void AppDelegate::cancelAction()
@@ -130,21 +164,17 @@ void AppDelegate::cancelAction()
     closeSettings();
 }
 
-// Without the window there is nothing to be unlocked, so a question for a password goes with it.
+// Closes the question for a password, too.
 void AppDelegate::closeSettings()
 {
-    if (access != nullptr) {
-        access->cancelAction();
-    }
+    m_access->cancelAction();
     settingsWindow().hide();
     disableSettings();
 }
 
 void AppDelegate::applyAction()
 {
-    MainQueue::assertMainThread();
-    // Locked, its button is off; nothing else may come this way either. And once the end has begun
-    // nothing is written that it would cut short.
+    // Once the end has begun nothing is written: it would be cut short.
     if (settingsWindow().isLocked() || isTerminating()) {
         return;
     }
@@ -152,10 +182,12 @@ void AppDelegate::applyAction()
     const auto stored = read_BackendSettingsPlist(backendSettingsPath());
     switch (SettingsRules::complaint(entries)) {
     case SettingsRules::Complaint::AccountId:
-        window->complain(settingsTexts.accountIdErrorTitle, settingsTexts.accountIdErrorMsg);
+        window->complain(state().settingsTexts.accountIdErrorTitle,
+                         state().settingsTexts.accountIdErrorMsg);
         return;
     case SettingsRules::Complaint::SessionCode:
-        window->complain(settingsTexts.sessionCodeErrorTitle, settingsTexts.sessionCodeErrorMsg);
+        window->complain(state().settingsTexts.sessionCodeErrorTitle,
+                         state().settingsTexts.sessionCodeErrorMsg);
         return;
     case SettingsRules::Complaint::None:
         break;
@@ -166,7 +198,7 @@ void AppDelegate::applyAction()
     }
     window->setBusy(true);
     Worker::run([self = QPointer(this), entries,
-                 credentials = Credentials{user, SecretText::copy(pwd)}]() mutable {
+                 credentials = Credentials{state().user, SecretText::copy(state().pwd)}]() mutable {
         PrivilegedSettings::replace(credentials, entries);
         SecretText::wipe(credentials.password);
         MainQueue::post([self] {

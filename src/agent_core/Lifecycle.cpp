@@ -1,15 +1,10 @@
-#include "agent_core/AppDelegate.h"
-
-#include <thread>
-
-#include <QMenu>
-#include <QTimer>
-
+#include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/desktop/WindowActivation.h"
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
@@ -21,36 +16,59 @@
 #include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
 
+#include <QMenu>
+#include <QTimer>
+
+#include <thread>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 // The console user's name while nobody is logged in.
 const QLatin1StringView kLoginWindow = "loginwindow"_L1;
-// The full name of the system's own account, which is nobody's.
+// The full name of the system's own account, which is no person's.
 const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
 
 } // namespace
 
 AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
-    : m_checkMessage(std::move(checkMessage)), m_connectionStatus(new ConnectionStatus),
-      m_userAcknowledge(new UserAcknowledgement), m_aboutView(new AboutController)
+    : m_checkMessage(std::move(checkMessage)),
+      m_connectionStatus(new ConnectionStatus(&AppDelegate::labels)),
+      m_userAcknowledge(new UserAcknowledgement(&AppDelegate::labels)),
+      m_aboutView(new AboutController(&AppDelegate::labels)),
+      m_access(new SecurityAccess(&AppDelegate::labels))
 {
-    connectionStatus = m_connectionStatus.get();
-    userAcknowledge = m_userAcknowledge.get();
-    aboutView = m_aboutView.get();
+    options = AgentOptions();
+    state() = AgentState();
+    state().connectionStatus = m_connectionStatus.get();
+    state().userAcknowledge = m_userAcknowledge.get();
+    state().aboutView = m_aboutView.get();
+    state().access = m_access.get();
+    connectWindows();
 }
 
 AppDelegate::~AppDelegate()
 {
-    statusBarUpdate = nullptr;
-    statusBarItem = nullptr;
-    statusBarMenu = nullptr;
     client = nullptr;
-    aboutView = nullptr;
-    userAcknowledge = nullptr;
-    connectionStatus = nullptr;
-    access = nullptr;
+    state() = AgentState();
+}
+
+// What the person does in the windows that live as long as the agent.
+void AppDelegate::connectWindows()
+{
+    connect(m_connectionStatus.get(), &ConnectionStatus::endRequested, this,
+            &AppDelegate::endSession);
+    connect(m_connectionStatus.get(), &ConnectionStatus::chatRequested, this,
+            &AppDelegate::requestChatOf);
+    connect(m_userAcknowledge.get(), &UserAcknowledgement::answered, this,
+            [](qint64 session, bool isAccepted) {
+                send(isAccepted ? Protocol::acceptConnection(session)
+                                : Protocol::declineConnection(session));
+            });
+    connect(m_access.get(), &SecurityAccess::credentialsEntered, this,
+            &AppDelegate::checkCredentials);
+    connect(m_access.get(), &SecurityAccess::cancelled, this, [this] { m_check.reset(); });
 }
 
 void AppDelegate::applicationDidFinishLaunching()
@@ -58,16 +76,17 @@ void AppDelegate::applicationDidFinishLaunching()
     LogDestination().cleanUp();
     LogErrorDestination().cleanUp();
     readAppName();
-    getOemName(u"oemName"_s, oemName);
+    getOemName(u"oemName"_s, options.oemName);
     logHostAndUser();
     getDisconnectedIconVisisble();
     getAllowToLeaveChat();
     getShowConnectionDetail();
     getDisplaySettings();
+    m_connectionStatus->showConnectionDetail = options.showConnectionDetail;
     readConsoleUser();
     changeLanguageNeeded();
     setUI();
-    getOemName(u"oemCompany"_s, companyName);
+    getOemName(u"oemCompany"_s, options.companyName);
     cleanMainMenu();
     getPortUI();
     permissions_process();
@@ -82,7 +101,7 @@ void AppDelegate::readAppName()
     if (name.typeId() != QMetaType::QString) {
         fatalState(u"CFBundleName is missing from the application's Info.plist"_s);
     }
-    appName = name.toString();
+    options.appName = name.toString();
 }
 
 void AppDelegate::logHostAndUser()
@@ -99,37 +118,37 @@ void AppDelegate::readConsoleUser()
     if (!consoleUser) {
         printErrorLog(u"failed to get username"_s);
     }
-    username = consoleUser.value_or(QString());
+    options.username = consoleUser.value_or(QString());
 }
 
 bool AppDelegate::isAtLoginWindow()
 {
-    return username == kLoginWindow;
+    return options.username == kLoginWindow;
 }
 
 void AppDelegate::changeLanguageNeeded()
 {
-    language = languageFor(preferredLanguages());
+    options.language = languageFor(preferredLanguages());
 }
 
 void AppDelegate::startClient()
 {
-    m_client = std::make_unique<Client>(u"localhost"_s, portUI, m_checkMessage);
+    m_client = std::make_unique<Client>(u"localhost"_s, options.portUI, m_checkMessage);
     client = m_client.get();
     client->start();
-    isStarted = true; // from here on an end from outside takes the whole way
+    isStarted = true; // from here on a signal runs the whole orderly end
 }
 
 void AppDelegate::startTimers()
 {
     const Intervals& intervals = Intervals::current();
-    settingsShowTimer =
+    state().settingsShowTimer =
         startTimer(intervals.untilSettings, Repeats::No, [this] { waitingSettings(); });
     if (!isAtLoginWindow()) {
-        connnectionStatusTimer =
+        state().connnectionStatusTimer =
             startTimer(intervals.untilStatusRequest, Repeats::No, &AppDelegate::requestStatus);
     }
-    userTimer = startTimer(intervals.userUpdate, Repeats::Yes, &AppDelegate::updateUser);
+    state().userTimer = startTimer(intervals.userUpdate, Repeats::Yes, &AppDelegate::updateUser);
 }
 
 void AppDelegate::requestStatus()
@@ -140,21 +159,21 @@ void AppDelegate::requestStatus()
 
 void AppDelegate::updateUser()
 {
-    if (sessions.isEmpty()) {
+    if (state().sessions.isEmpty()) {
         return;
     }
     const QString fullName = Account::fullName();
-    if (fullName == kSystemAdministrator || fullName == userfullname) {
+    if (fullName == kSystemAdministrator || fullName == state().userfullname) {
         return;
     }
     printLog(fullName + u" is in active Session"_s);
     send(Protocol::updateUser(fullName));
-    userfullname = fullName; // also without a link: it is not reported twice
+    state().userfullname = fullName; // also without a link: it is not reported twice
 }
 
 void AppDelegate::quitDisplay()
 {
-    if (!restart_daemon_at_close_only) {
+    if (!options.restart_daemon_at_close_only) {
         send(Protocol::requestRestart());
     }
     applicationWillTerminate();
@@ -168,13 +187,14 @@ void AppDelegate::applicationWillTerminate()
     if (!isStarted) {
         endProgram(0);
     }
+    WindowActivation::stop();
     // At once and not after the wait: from another thread the main loop goes on meanwhile.
     if (MainQueue::isMainThread()) {
         stopTimers();
     } else {
         MainQueue::post(&AppDelegate::stopTimers);
     }
-    if (restart_daemon_at_close_only && !isAtLoginWindow()) {
+    if (options.restart_daemon_at_close_only && !isAtLoginWindow()) {
         send(Protocol::requestRestart());
         // Time for the request to leave before the process ends.
         std::this_thread::sleep_for(Intervals::current().restartRequest);
@@ -188,7 +208,8 @@ void AppDelegate::applicationWillTerminate()
 QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repeats,
                                 std::function<void()> action)
 {
-    auto* const timer = new QTimer(connectionStatus); // lives no longer than what it acts upon
+    auto* const timer =
+        new QTimer(state().connectionStatus); // the timers act on it, and go with it
     timer->setSingleShot(repeats == Repeats::No);
     QObject::connect(timer, &QTimer::timeout, timer, std::move(action));
     timer->start(interval);
@@ -197,8 +218,27 @@ QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repe
 
 void AppDelegate::stopTimers()
 {
-    for (const auto& timer : {connectionShowTimer, connnectionStatusTimer, connectionNotShowTimer,
-                              userTimer, settingsShowTimer}) {
+    for (const auto& timer :
+         {state().connectionShowTimer, state().connnectionStatusTimer,
+          state().connectionNotShowTimer, state().userTimer, state().settingsShowTimer}) {
         delete timer.data();
     }
+}
+
+bool AppDelegate::isTerminating()
+{
+    return terminating;
+}
+
+void AppDelegate::send(const QString& command)
+{
+    if (client != nullptr) {
+        client->send(command);
+    }
+}
+
+std::optional<JsonData::Info> AppDelegate::labels()
+{
+    const auto document = getLanguageLabel();
+    return document ? std::optional(document->info(options.language)) : std::nullopt;
 }

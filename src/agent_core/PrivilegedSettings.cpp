@@ -1,19 +1,20 @@
 #include "agent_core/PrivilegedSettings.h"
 
+#include "agent_core/SettingsFile.h"
+#include "logging/Logs.h"
+#include "platform/files/FilePaths.h"
+#include "platform/processes/ChildProcess.h"
+#include "platform/processes/SecretText.h"
+#include "platform/processes/SystemPrograms.h"
+
+#include <QFile>
+#include <QFileInfo>
+
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <vector>
-
-#include <QFile>
-#include <QFileInfo>
-
-#include "agent_core/SettingsFile.h"
-#include "logging/Logs.h"
-#include "platform/files/FilePaths.h"
-#include "platform/processes/BoundedProcess.h"
-#include "platform/processes/SecretText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -28,11 +29,13 @@ fs::path systemPath(const QString& path)
     return fs::path(QFile::encodeName(path).toStdString());
 }
 
-// Runs a command line that holds a password, and overwrites it.
+// Runs a command line that holds a password, and wipes it. Everybody may read the file that it
+// writes, whatever the agent's own umask is.
 void runInShell(QString line, const QString& purpose)
 {
     QStringList arguments = {u"-c"_s, line};
-    const auto result = BoundedProcess::run(u"/bin/bash"_s, arguments, {}, kLongestShell);
+    const auto result = ChildProcess::run(SystemPrograms::kBash.toString(), arguments,
+                                          {.limit = kLongestShell, .umask = 022});
     arguments.clear();
     SecretText::wipe(line);
     if (!result.status) {
@@ -40,13 +43,7 @@ void runInShell(QString line, const QString& purpose)
     }
 }
 
-QString chownProgram()
-{
-    const QString usual = u"/usr/sbin/chown"_s;
-    return QFile::exists(usual) ? usual : u"/usr/bin/chown"_s;
-}
-
-// A directory goes with all that is in it.
+// Removes a directory with its content.
 void removeWithOwnRights(const fs::path& path)
 {
     std::error_code error;
@@ -57,7 +54,7 @@ void removeWithOwnRights(const fs::path& path)
     }
 }
 
-// All entries, hidden ones too; none of a directory that can't be read.
+// All entries, hidden ones too; none where the directory can't be read.
 std::vector<fs::path> entries(const fs::path& directory)
 {
     std::vector<fs::path> paths;
@@ -73,14 +70,14 @@ std::vector<fs::path> entries(const fs::path& directory)
 
 void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QString& path)
 {
-    runInShell(SettingsRules::removeCommand(credentials, path), u"remove the settings"_s);
+    runInShell(SettingsCommands::remove(credentials, path), u"remove the settings"_s);
 }
 
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
                                                    const BackendSettings& setting)
 {
-    runInShell(SettingsRules::writeCommand(credentials, SettingsRules::propertyList(setting),
-                                           backendSettingsPath(), chownProgram()),
+    runInShell(SettingsCommands::write(credentials, SettingsCommands::propertyList(setting),
+                                       backendSettingsPath(), SystemPrograms::chown()),
                u"write the settings"_s);
 }
 
@@ -95,9 +92,8 @@ void PrivilegedSettings::replace(const Credentials& credentials, const BackendSe
             removeWithOwnRights(entry);
         }
     }
-    const QString other = FilePaths::rooted(FilePaths::libraryDirectory() +
-                                            u"/Application Support/Halvern/vantoryAgent/"
-                                            "ostrand_settings.json"_s);
+    const QString other =
+        FilePaths::library(u"Application Support/Halvern/vantoryAgent/ostrand_settings.json"_s);
     if (QFileInfo::exists(other)) {
         removeWithOwnRights(systemPath(other));
     }

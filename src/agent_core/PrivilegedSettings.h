@@ -1,15 +1,16 @@
 #pragma once
 
-#include <QString>
-
-#include "agent_core/SettingsRules.h"
+#include "agent_core/SettingsCommands.h"
 #include "records/BackendSettings.h"
 
-// Replacing the stored settings, which belong to root: the one place where the agent changes the
-// machine. It takes seconds, a minute a step at the most, so it runs away from the main thread.
+#include <QString>
+
+// Replaces the stored settings, which belong to root: the one place where the agent changes the
+// machine. It takes seconds, at most a minute a step, so it runs on a worker thread.
 //
-// Whether a step succeeds is not asked: what the credentials allow, happens. Nothing is logged but
-// that a shell could not be started; in particular no command line, since it holds the password.
+// Nobody asks whether a step succeeds: the credentials decide what happens. The only thing logged
+// is a shell that could not be started or did not end; never a command line, which holds the
+// password.
 namespace PrivilegedSettings {
 
 // Removes a file as root.
@@ -18,9 +19,9 @@ void removeAsRoot(const Credentials& credentials, const QString& path);
 // Writes the settings file, which is root's afterwards.
 void createSettingsPlistAsRoot(const Credentials& credentials, const BackendSettings& setting);
 
-// Clears away all that was set before, then writes the new settings: the whole preferences
-// directory is emptied, logo and allowed settings included, since they came with the account that
-// the machine belonged to. What can't be deleted is told on standard output, and left.
+// Empties the preferences directory, then writes the new settings. The logo and the allowed
+// settings go too, since they came with the account that the machine belonged to. What can't be
+// deleted stays and is reported on standard output.
 void replace(const Credentials& credentials, const BackendSettings& setting);
 
 } // namespace PrivilegedSettings

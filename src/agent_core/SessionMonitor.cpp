@@ -1,6 +1,6 @@
 #include "agent_core/SessionMonitor.h"
 
-#include "agent_core/AppDelegate.h"
+#include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "service_link/Protocol.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-// Tells the service which account has become active at the desktop. The agent registers it for no
-// notification: it stands ready for an observer that does.
+// Tells the service which account has become active at the desktop. The agent itself registers it
+// for no notification.
 class ActiveSessionMonitor {
 public:
     // Reports the login name, always, unlike the periodic report of the full name, which goes out

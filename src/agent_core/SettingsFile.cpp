@@ -1,10 +1,10 @@
 #include "agent_core/SettingsFile.h"
 
-#include <QFileInfo>
-
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/PropertyList.h"
+
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -20,9 +20,7 @@ std::optional<QString> text(const QVariantMap& dictionary, const QString& key)
 
 QString backendSettingsPath()
 {
-    return FilePaths::rooted(FilePaths::libraryDirectory() +
-                             u"/Preferences/vantoryAgent/"
-                             "com.halvern.vantory.agent.settings.plist"_s);
+    return FilePaths::preferences(u"com.halvern.vantory.agent.settings.plist"_s);
 }
 
 std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path)

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <optional>
+#include "records/BackendSettings.h"
 
 #include <QString>
 
-#include "records/BackendSettings.h"
+#include <optional>
 
 // The settings file's place, root directory included.
 [[nodiscard]] QString backendSettingsPath();

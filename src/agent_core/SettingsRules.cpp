@@ -1,58 +1,15 @@
 #include "agent_core/SettingsRules.h"
 
-#include <algorithm>
-#include <initializer_list>
+#include "service_link/Protocol.h"
 
 #include <QStringView>
 
-#include "service_link/Protocol.h"
-
-using namespace Qt::StringLiterals;
+#include <algorithm>
 
 namespace {
 
-const QLatin1StringView kProduction = "production"_L1;
-
-// A command that runs as root is the password on the input of a sudo that becomes the named
-// account, and within it another one that becomes root. One's own name costs the first nothing, so
-// that the second reads the password.
-constexpr QStringView kPassword = u"/bin/echo \"";
-constexpr QStringView kAccount = u"\" | /usr/bin/sudo -u \"";
-constexpr QStringView kAsRoot = u"\" -S /usr/bin/sudo -S ";
-
-// In one piece of memory, so that a wiped line leaves nothing behind.
-QString joined(std::initializer_list<QStringView> pieces)
-{
-    qsizetype size = 0;
-    for (const QStringView piece : pieces) {
-        size += piece.size();
-    }
-    QString line;
-    line.reserve(size);
-    for (const QStringView piece : pieces) {
-        line.append(piece);
-    }
-    return line;
-}
-
-} // namespace
-
-QStringList SettingsRules::platformNames()
-{
-    return {kProduction, u"staging"_s, u"testing"_s};
-}
-
-int SettingsRules::platformIndex(const QString& platform)
-{
-    return std::max(0, static_cast<int>(platformNames().indexOf(platform)));
-}
-
-QString SettingsRules::platformValue(const QString& name)
-{
-    return name == kProduction ? QString() : name;
-}
-
-bool SettingsRules::isAccountId(const QString& text)
+// A UUID (RFC 9562, section 4) with its hyphens, upper or lower case.
+bool isAccountId(const QString& text)
 {
     constexpr QStringView kForm = u"xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
     const auto isHexDigit = [](QChar c) {
@@ -63,10 +20,13 @@ bool SettingsRules::isAccountId(const QString& text)
         [&](QChar c, QChar form) { return form == u'-' ? c == u'-' : isHexDigit(c); });
 }
 
-bool SettingsRules::isSessionCode(const QString& text)
+// Six characters that are a decimal number; one may be its sign.
+bool isSessionCode(const QString& text)
 {
     return text.size() == 6 && Protocol::parseInteger32(text).has_value();
 }
+
+} // namespace
 
 SettingsRules::Complaint SettingsRules::complaint(const BackendSettings& entries)
 {
@@ -74,38 +34,4 @@ SettingsRules::Complaint SettingsRules::complaint(const BackendSettings& entries
         return isAccountId(entries.accountId) ? Complaint::None : Complaint::AccountId;
     }
     return isSessionCode(entries.sessionCode) ? Complaint::None : Complaint::SessionCode;
-}
-
-QString SettingsRules::propertyList(const BackendSettings& settings)
-{
-    const auto string = [](const QString& value) {
-        return "    <string>"_L1 + value + "</string>\n"_L1;
-    };
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-           "<plist version=\"1.0\">\n"
-           "<dict>\n"
-           "    <key>managed</key>\n"_L1 +
-           QLatin1StringView(settings.managed ? "    <true/>\n" : "    <false/>\n") +
-           "    <key>sessionCode</key>\n"_L1 + string(settings.sessionCode) +
-           "    <key>accountID</key>\n"_L1 + string(settings.accountId) +
-           "    <key>platform</key>\n"_L1 + string(settings.platform) +
-           "</dict>\n"
-           "</plist>"_L1;
-}
-
-QString SettingsRules::removeCommand(const Credentials& credentials, const QString& path)
-{
-    const auto& [user, password] = credentials;
-    return joined({kPassword, password, kAccount, user, kAsRoot, u"/bin/rm \"", path, u"\""});
-}
-
-QString SettingsRules::writeCommand(const Credentials& credentials, const QString& text,
-                                    const QString& path, const QString& chown)
-{
-    const auto& [user, password] = credentials;
-    return joined({kPassword, password, kAccount, user, kAsRoot, u"/bin/echo \"", text, u"\" > ",
-                   path, u" ; ", //
-                   kPassword, password, kAccount, user, kAsRoot, chown, u" root ", u" ", path});
 }

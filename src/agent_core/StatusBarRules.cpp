@@ -1,10 +1,10 @@
 #include "agent_core/StatusBarRules.h"
 
-#include <limits>
+#include "service_link/Protocol.h"
 
 #include <QStringList>
 
-#include "service_link/Protocol.h"
+#include <limits>
 
 using namespace Qt::StringLiterals;
 

@@ -1,15 +1,13 @@
-#include "agent_core/AppDelegate.h"
-
-#include <algorithm>
-
-#include <QTimer>
-
-#include "platform/accounts/ConsoleSession.h"
-#include "platform/threads/MainQueue.h"
+#include "agent_state/AppDelegate.h"
+#include "chat/ChatController.h"
 #include "records/Intervals.h"
 #include "service_link/AllowedSettings.h"
 #include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"
+
+#include <QTimer>
+
+#include <utility>
 
 namespace {
 
@@ -20,161 +18,122 @@ std::optional<bool> showsOnConnection()
     return settings ? settings->show_agent_ui_on_connection : std::nullopt;
 }
 
-ConnectionInformation connectionInformation(const SessionInfo& session)
+// Reads texts and logo anew, asks the service for the status, and redraws.
+void refreshWindow(ConnectionStatus& window)
 {
-    return {session.session, session.remoteDevice, session.remoteControlUser};
+    AppDelegate::send(Protocol::requestConnectionsStatus());
+    window.refresh();
+    window.config();
 }
 
 } // namespace
 
-void AppDelegate::userAcknowledgeRequest(qint64 session, const QString& server,
-                                         const QString& controlName)
+void AppDelegate::connectionDisplay()
 {
-    if (ConsoleSession::isScreenLocked()) {
-        send(Protocol::acceptConnection(session));
+    if (isTerminating()) {
         return;
     }
-    presentAcknowledgement(session, server, controlName);
+    refreshWindow(*state().connectionStatus);
+    state().connectionStatus->present();
+}
+
+void AppDelegate::redrawIfVisible()
+{
+    if (state().connectionStatus->isVisible()) {
+        state().connectionStatus->config();
+    }
+}
+
+void AppDelegate::redrawOrShowLater()
+{
+    redrawIfVisible();
+    if (!state().connectionStatus->isVisible()) {
+        showConnectionLater(false);
+    }
 }
 
 void AppDelegate::showConnectionLater(bool loop)
 {
-    MainQueue::assertMainThread();
     if (isTerminating() || showsOnConnection() == false) {
         return;
     }
-    delete connectionShowTimer.data();
-    connectionShowTimer =
+    delete state().connectionShowTimer.data();
+    state().connectionShowTimer =
         startTimer(Intervals::current().showConnection, loop ? Repeats::Yes : Repeats::No,
                    &AppDelegate::showConnection);
 }
 
 void AppDelegate::showConnection()
 {
-    MainQueue::post([] {
-        if (isTerminating() || connectionStatus == nullptr || connectionStatus->isVisible()) {
-            return;
-        }
-        connectionStatus->refresh(true);
-        connectionStatus->config();
-        if (connectionStatus->isAnyClockRunning()) {
-            connectionStatus->presentByService();
-        }
-    });
+    ConnectionStatus& window = *state().connectionStatus;
+    if (isTerminating() || window.isVisible()) {
+        return;
+    }
+    refreshWindow(window);
+    if (window.isAnyClockRunning()) {
+        window.presentByService();
+    }
 }
 
 void AppDelegate::stopShowConnectionLater()
 {
-    MainQueue::assertMainThread();
-    delete connectionShowTimer.data();
+    delete state().connectionShowTimer.data();
     if (isTerminating()) {
         return;
     }
+    ConnectionStatus& window = *state().connectionStatus;
     const auto shows = showsOnConnection();
     if (!shows) {
-        connectionStatus->hide();
+        window.hide();
     } else if (*shows) {
-        connectionStatus->wakeUp();
-        if (!connectionStatus->isVisible()) {
-            connectionStatus->presentByService();
+        window.wakeUp();
+        if (!window.isVisible()) {
+            window.presentByService();
         }
-        delete connectionNotShowTimer.data();
-        connectionNotShowTimer = startTimer(Intervals::current().hideConnection, Repeats::No,
-                                            &AppDelegate::closeConnectionStatus);
+        delete state().connectionNotShowTimer.data();
+        state().connectionNotShowTimer = startTimer(
+            Intervals::current().hideConnection, Repeats::No, &AppDelegate::closeConnectionStatus);
     }
 }
 
 void AppDelegate::closeConnectionStatus()
 {
-    if (connectionNotShowTimer) {
-        connectionNotShowTimer->stop();
-        connectionNotShowTimer->deleteLater(); // it may be the one that calls
-        connectionNotShowTimer = nullptr;
+    if (QTimer* const timer = std::exchange(state().connectionNotShowTimer, nullptr)) {
+        timer->stop();
+        timer->deleteLater(); // it may be the one that calls
     }
-    MainQueue::post([] {
-        if (!isTerminating() && showsOnConnection() == true &&
-            connectionStatus->sessions.isEmpty()) {
-            connectionStatus->hide();
-        }
-    });
+    if (!isTerminating() && showsOnConnection() == true && state().sessions.isEmpty()) {
+        state().connectionStatus->hide();
+    }
 }
 
-void AppDelegate::showConnectionAtSessionEnd()
+// Shows the window whatever the account says about showing.
+void AppDelegate::showAtSessionEnd()
 {
-    if (isTerminating()) {
-        return;
-    }
-    connectionStatus->config();
-    connectionStatus->wakeUp();
+    state().connectionStatus->config();
     // With the last session gone and nothing said about showing, it is hidden again at once: a
     // window that only flashes up helps nobody.
-    if (!sessions.isEmpty() || showsOnConnection()) {
-        connectionStatus->presentByService();
+    if (!isTerminating() && (!state().sessions.isEmpty() || showsOnConnection())) {
+        state().connectionStatus->presentByService();
     }
 }
 
-void AppDelegate::setGateway(bool isConnected, const QString& name)
-{
-    MainQueue::assertMainThread();
-    gatewayConnectionStatus = isConnected;
-    connectionStatus->gateway_name = name;
-}
-
-void AppDelegate::setAccountIsValid(bool isValid)
-{
-    MainQueue::assertMainThread();
-    connectionStatus->accountIsValid = isValid;
-}
-
-void AppDelegate::configConnectionStatus()
-{
-    connectionStatus->config();
-}
-
-void AppDelegate::refreshConnectionStatus()
-{
-    if (connectionStatus->isVisible()) {
-        connectionStatus->config();
-    }
-}
-
-void AppDelegate::showHiddenConnectionLater()
-{
-    if (!connectionStatus->isVisible()) {
-        showConnectionLater(false);
-    }
-}
-
-void AppDelegate::refreshOrShowConnectionLater()
-{
-    refreshConnectionStatus();
-    showHiddenConnectionLater();
-}
-
-void AppDelegate::addSession(const SessionInfo& session)
-{
-    MainQueue::assertMainThread();
-    const bool isListed =
-        std::any_of(sessions.cbegin(), sessions.cend(),
-                    [&](const SessionInfo& listed) { return listed.session == session.session; });
-    if (!isListed) {
-        sessions.append(session);
-    }
-    connectionStatus->setConnection(connectionInformation(session));
-}
-
+// The person sees the session gone before the service is told, and without waiting for it.
 void AppDelegate::endSession(qint64 session)
 {
     removeConnectionSession(session);
-    connectionStatus->resetConnection(session);
+    updateSystemTrayIcon();
+    state().connectionStatus->config();
+    for (ChatController* const chat : std::as_const(state().chats)) {
+        if (chat->session == session) {
+            chat->end();
+            send(Protocol::closeChat(chat->token));
+        }
+    }
+    send(Protocol::disconnectSession(session));
 }
 
-void AppDelegate::replaceSessions(const QList<SessionInfo>& list)
+void AppDelegate::requestChatOf(qint64 session)
 {
-    MainQueue::assertMainThread();
-    sessions = list;
-    connectionStatus->sessions.clear();
-    for (const SessionInfo& session : list) {
-        connectionStatus->sessions.append(connectionInformation(session));
-    }
+    send(Protocol::chatRequest(session));
 }

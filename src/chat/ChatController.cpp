@@ -1,74 +1,36 @@
 #include "chat/ChatController.h"
 
-#include <optional>
+#include "platform/accounts/Account.h"
+#include "records/Intervals.h"
+#include "ui_ChatController.h"
+#include "window_kit/AgentWindow.h"
+#include "window_kit/Placement.h"
+#include "window_kit/ShownText.h"
 
 #include <QCloseEvent>
-#include <QCursor>
-#include <QGuiApplication>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QPointer>
-#include <QScreen>
 #include <QTimer>
 #include <QWidget>
 #include <QWindow>
 
-#include "agent_core/AppDelegate.h"
-#include "logging/Logs.h"
-#include "platform/accounts/Account.h"
-#include "platform/desktop/WindowActivation.h"
-#include "platform/threads/MainQueue.h"
-#include "records/Intervals.h"
-#include "service_link/Protocol.h"
-#include "ui_ChatController.h"
-#include "window_kit/InertPeriod.h"
-#include "window_kit/Logo.h"
-#include "window_kit/Placement.h"
-#include "window_kit/ShownText.h"
-#include "windows/ConnectionStatus.h"
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr Qt::WindowFlags kFlags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                                   Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
-                                   Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint;
 constexpr qsizetype kLongestMessage = 128;
-
-// A line of the person's as it goes to the service; none where the text is no valid Unicode, which
-// the format could not hold.
-std::optional<QString> chatMessageData(qint32 token, const QString& message)
-{
-    if (!message.isValidUtf16()) {
-        return std::nullopt;
-    }
-    const QJsonObject object{{u"token"_s, token}, {u"message"_s, message}};
-    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
-}
-
-// "Anna has joined".
-QString notice(const QString& name, const std::optional<QString>& label, const QString& fallback)
-{
-    return ShownText::line(name) + u' ' + label.value_or(fallback);
-}
-
-std::optional<QString> chatLabel(QString JsonData::Info::Chat::*label)
-{
-    const auto labels = getLanguageLabel();
-    return labels ? std::optional(labels->info(AppDelegate::language).Chat.*label) : std::nullopt;
-}
 
 } // namespace
 
-class ChatController::Window : public QWidget {
+class ChatController::Window : public AgentWindow<QWidget> {
 public:
     explicit Window(ChatController& owner)
-        : QWidget(nullptr, kFlags), inertPeriod(this), m_owner(owner)
+        : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
+                                      Qt::WindowCloseButtonHint),
+          m_owner(owner)
     {
         ui.setupUi(this);
-        Logo::setWindowIcon(*this);
-        Logo::showBundled(*ui.logo);
+        setLogo(ui.logo);
         for (QFrame* const line : {ui.headerLine, ui.footerLine}) {
             line->setForegroundRole(QPalette::Mid);
         }
@@ -97,24 +59,7 @@ public:
         }
     }
 
-    // Chooses the place where the window comes up first; from then on it is the person's.
-    void place()
-    {
-        if (std::exchange(m_isPlaced, true)) {
-            return;
-        }
-        QList<QPoint> taken;
-        for (const ChatController* const chat : AppDelegate::chats) {
-            if (chat->m_window->isVisible()) {
-                taken.append(chat->m_window->pos());
-            }
-        }
-        const QRect area = Placement::availableArea();
-        move(Placement::cascade(area, size(), Placement::leftSide(area, size()), taken));
-    }
-
     Ui::ChatController ui;
-    InertPeriod inertPeriod;
 
 protected:
     void closeEvent(QCloseEvent* event) override
@@ -128,29 +73,18 @@ protected:
         event->accept();
     }
 
-    void changeEvent(QEvent* event) override
-    {
-        QWidget::changeEvent(event);
-        if (event->type() == QEvent::PaletteChange) {
-            Logo::followAppearance(*ui.logo);
-        }
-    }
-
 private:
     ChatController& m_owner;
-    bool m_isPlaced = false;
 };
 
-ChatController::ChatController(QObject* parent)
-    : QObject(parent), m_window(std::make_unique<Window>(*this))
+ChatController::ChatController(LabelSource labels, bool allowToLeave, QObject* parent)
+    : QObject(parent), m_labels(std::move(labels)), m_allowToLeave(allowToLeave),
+      m_window(std::make_unique<Window>(*this))
 {
     windowDidLoad();
 }
 
-ChatController::~ChatController()
-{
-    AppDelegate::chats.removeAll(this);
-}
+ChatController::~ChatController() = default;
 
 void ChatController::windowDidLoad()
 {
@@ -158,22 +92,21 @@ void ChatController::windowDidLoad()
     refresh();
     connect(m_window->ui.Message, &MessageField::settled, this,
             &ChatController::controlTextDidChange);
-    if (!AppDelegate::allowToLeaveChat) {
+    if (!m_allowToLeave) {
         allowToLeave(false);
     }
-    Logo::refresh(*m_window->ui.logo, logoChanged);
+    m_window->refreshLogo(logoChanged);
 }
 
 void ChatController::refresh()
 {
     const auto& ui = m_window->ui;
-    if (const auto labels = getLanguageLabel()) {
-        const JsonData::Info& info = labels->info(AppDelegate::language);
-        m_window->setWindowTitle(u"vantory - "_s + info.Chat.chat);
-        Window::setText(*ui.Quit, info.Common.quit);
-        Window::setText(*ui.Send, info.Common.send);
-        ui.Messages->setAccessibleName(info.Chat.chat);
-        ui.Message->setAccessibleName(info.Chat.chat);
+    if (const auto labels = m_labels()) {
+        m_window->setWindowTitle(u"vantory - "_s + labels->Chat.chat);
+        Window::setText(*ui.Quit, labels->Common.quit);
+        Window::setText(*ui.Send, labels->Common.send);
+        ui.Messages->setAccessibleName(labels->Chat.chat);
+        ui.Message->setAccessibleName(labels->Chat.chat);
     }
     ui.Message->setFocus();
 }
@@ -183,40 +116,46 @@ bool ChatController::isVisible() const
     return m_window->isVisible() && !m_window->isMinimized();
 }
 
-// What the person was typing into another window until now must press nothing here.
-void ChatController::presentByService()
+void ChatController::presentBeside(const QList<QPoint>& others)
 {
-    if (!m_window->isActiveWindow()) {
-        m_window->inertPeriod.begin(InertPeriod::Inputs::Keyboard);
-    }
-    m_window->place();
-    WindowActivation::present(m_window.get());
+    const QRect area = Placement::availableArea();
+    const QPoint first = Placement::leftSide(area, m_window->size());
+    m_window->move(Placement::cascade(area, m_window->size(), first, others));
+    m_window->presentByService();
 }
 
-void ChatController::set(qint32 chatToken, qint32 chatSession)
+std::optional<QPoint> ChatController::position() const
+{
+    return m_window->isVisible() ? std::optional(m_window->pos()) : std::nullopt;
+}
+
+void ChatController::set(qint32 chatToken, qint32 chatSession, const QString& operatorName)
 {
     token = chatToken;
     session = chatSession;
-    const ConnectionStatus* const status = AppDelegate::connectionStatus;
-    from = status != nullptr && !status->sessions.isEmpty() ? status->sessions.first().controlName
-                                                            : QString();
+    from = operatorName;
     if (!joined) {
         joinedMember(from);
     }
 }
 
+// "Anna has joined".
+QString ChatController::notice(const QString& name, QString JsonData::Info::Chat::*label,
+                               const QString& fallback) const
+{
+    const auto labels = m_labels();
+    return ShownText::line(name) + u' ' + (labels ? labels->Chat.*label : fallback);
+}
+
 void ChatController::joinedMember(const QString& name)
 {
-    MainQueue::post([self = QPointer(this), name] {
-        if (!self || self->members.contains(name)) {
-            return;
-        }
-        self->members.append(name);
-        self->showMembers();
-        self->display(QString(),
-                      notice(name, chatLabel(&JsonData::Info::Chat::joined), u"has joined"_s), true,
-                      ChatColour::Green);
-    });
+    if (members.contains(name)) {
+        return;
+    }
+    members.append(name);
+    showMembers();
+    displayMessage({}, notice(name, &JsonData::Info::Chat::joined, u"has joined"_s), true,
+                   ChatColour::Green);
 }
 
 void ChatController::leftMember(const QString& name)
@@ -224,19 +163,13 @@ void ChatController::leftMember(const QString& name)
     if (std::exchange(leaved, true)) {
         return;
     }
-    MainQueue::post([self = QPointer(this), name] {
-        if (!self) {
-            return;
-        }
-        self->members.removeAll(name);
-        self->showMembers();
-        self->display(QString(),
-                      notice(name, chatLabel(&JsonData::Info::Chat::left), u"has left"_s), true,
-                      ChatColour::Red);
-        if (!AppDelegate::allowToLeaveChat) {
-            self->allowToLeave(true);
-        }
-    });
+    members.removeAll(name);
+    showMembers();
+    displayMessage({}, notice(name, &JsonData::Info::Chat::left, u"has left"_s), true,
+                   ChatColour::Red);
+    if (!m_allowToLeave) {
+        allowToLeave(true);
+    }
 }
 
 void ChatController::leftMemberLater(const QString& name)
@@ -261,36 +194,20 @@ void ChatController::showMembers()
 
 void ChatController::receiveChat(const QString& name, const QString& text)
 {
-    MainQueue::post([self = QPointer(this), name, text] {
-        if (self && self->isVisible()) {
-            self->display(name, text, true, ChatColour::Text);
-        }
-    });
+    if (isVisible()) {
+        displayMessage(name, text, true, ChatColour::Text);
+    }
 }
 
 void ChatController::wakeUp()
 {
-    MainQueue::post([self = QPointer(this)] {
-        if (self && !self->isVisible() && !AppDelegate::isTerminating()) {
-            self->presentByService();
-        }
-    });
+    if (!isVisible()) {
+        m_window->presentByService();
+    }
 }
 
 void ChatController::displayMessage(const QString& sender, const QString& message, bool left,
                                     ChatColour color)
-{
-    MainQueue::post([self = QPointer(this), sender, message, left, color] {
-        if (self) {
-            self->display(sender, message, left, color);
-        }
-    });
-}
-
-// At once, for whoever has waited for the turn already: posted again, an entry would fall behind
-// what was called after it.
-void ChatController::display(const QString& sender, const QString& message, bool left,
-                             ChatColour color)
 {
     ChatTranscript& transcript = *m_window->ui.Messages;
     if (!sender.isEmpty() && sender != lastUser) {
@@ -302,8 +219,8 @@ void ChatController::display(const QString& sender, const QString& message, bool
         transcript.showNewest();
     }
     // For each entry, the person's own included.
-    if (isVisible() && !AppDelegate::isTerminating()) {
-        presentByService();
+    if (isVisible()) {
+        m_window->presentByService();
     }
 }
 
@@ -337,11 +254,7 @@ void ChatController::SendAction()
     if (text.isEmpty()) {
         return;
     }
-    if (const auto data = chatMessageData(token, text)) {
-        AppDelegate::send(Protocol::sendChat(*data));
-    } else {
-        printErrorLog(u"the message is not valid Unicode text"_s);
-    }
+    Q_EMIT lineEntered(text);
     // Also a line that could not be sent.
     displayMessage(Account::fullName(), text, false, ChatColour::Text);
     m_window->ui.Message->clear();
@@ -354,20 +267,12 @@ void ChatController::controlTextDidChange()
 
 void ChatController::windowWillClose()
 {
-    printLog(u"close chat: "_s + QString::number(token));
-    AppDelegate::send(Protocol::closeChat(token));
+    Q_EMIT closed();
 }
 
-// One command closes the chat for the service, however many windows it has here.
 void ChatController::QuitAction()
 {
     windowWillClose();
     m_window->hide();
-    const QList<ChatController*> listed = AppDelegate::chats;
-    for (ChatController* const chat : listed) {
-        if (chat->token == token) {
-            AppDelegate::chats.removeAll(chat);
-            chat->deleteLater(); // this one is in the middle of its button's click
-        }
-    }
+    Q_EMIT quit();
 }

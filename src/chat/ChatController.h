@@ -1,36 +1,40 @@
 #pragma once
 
-#include <memory>
+#include "chat/ChatColours.h"
+#include "localisation/Translate.h"
 
+#include <QList>
 #include <QObject>
+#include <QPoint>
 #include <QString>
 #include <QStringList>
 
-#include "chat/ChatColours.h"
+#include <memory>
+#include <optional>
 
 // One chat with the operators of a session, and its window.
 //
-// The agent makes one for each chat that the service announces and lists it; the agent owns it. It
-// stays listed when the person closes the window by its title bar, and the service can bring that
-// window back; the Quit button also takes it off the list and ends its life. Whoever ends the chat,
-// the window stays, to be read, until the person closes it.
-//
-// Main thread. What moves the transcript or the window takes effect later, in the order of the
-// calls.
+// The window that the person closes by its title bar can be brought back; after the Quit button
+// whoever made the chat deletes it. Whoever ends the chat, the window stays, to be read, until the
+// person closes it. Main thread.
 class ChatController : public QObject {
+    Q_OBJECT
+
 public:
-    explicit ChatController(QObject* parent = nullptr);
-    // Takes the chat off the agent's list.
+    // `allowToLeave`: whether the person may close the window before somebody has left.
+    ChatController(LabelSource labels, bool allowToLeave, QObject* parent);
     ~ChatController() override;
 
     // Whether the person can see the window: a minimised one is not visible.
     [[nodiscard]] bool isVisible() const;
-    // Brings the window up because of what the service reports. At once.
-    void presentByService();
+    // Brings the window up for the first time, beside the other chats, which stand at these places.
+    void presentBeside(const QList<QPoint>& others);
+    // Where the window stands, also while it is minimised; none where it is closed.
+    [[nodiscard]] std::optional<QPoint> position() const;
 
-    // Once, after the chat was made: which chat it is. Announces the first operator of the sessions
-    // in the status window, whoever that is.
-    void set(qint32 token, qint32 session);
+    // Once, after the chat was made: which chat it is, and with whom it is opened, who is
+    // announced.
+    void set(qint32 token, qint32 session, const QString& from);
     void joinedMember(const QString& name);
     // Only the first departure is ever shown; the flag is set at once.
     void leftMember(const QString& name);
@@ -40,7 +44,7 @@ public:
     void receiveChat(const QString& name, const QString& text);
     // Makes the window visible again, from its icon or after it was closed.
     void wakeUp();
-    // Reads the texts anew and puts the keyboard into the message field. At once.
+    // Reads the texts anew and puts the keyboard into the message field.
     void refresh();
     // Adds an entry to the transcript, under a header where somebody else speaks than before. A
     // notice has no sender.
@@ -61,19 +65,30 @@ public:
     QStringList members; // each once, in the order in which they came
     QString lastUser;    // whose header was shown last
     QString from;        // with whom the chat was opened
-    // Nobody ever sets it, so the announcement in set() always happens: that is meant.
+    // Nobody ever sets it, so set() always announces the operator, on purpose.
     bool joined = false;
     // Has one writer, leftMember(): set any earlier, the notice could never come. The name is
-    // misspelt for good: it is part of the interface.
+    // misspelt on purpose: it is part of the interface.
     bool leaved = false;
     bool logoChanged = false;
+
+Q_SIGNALS:
+    // A line that the person has sent; at most 128 characters.
+    void lineEntered(const QString& text);
+    // The person has closed the window, by the title bar or the Quit button.
+    void closed();
+    // The Quit button, after closed().
+    void quit();
 
 private:
     class Window;
 
-    void display(const QString& sender, const QString& message, bool left, ChatColour color);
     void showMembers();
     void allowToLeave(bool isAllowed);
+    [[nodiscard]] QString notice(const QString& name, QString JsonData::Info::Chat::*label,
+                                 const QString& fallback) const;
 
+    const LabelSource m_labels;
+    const bool m_allowToLeave;
     std::unique_ptr<Window> m_window;
 };

@@ -1,5 +1,7 @@
 #include "chat/ChatTranscript.h"
 
+#include "window_kit/ShownText.h"
+
 #include <QAbstractTextDocumentLayout>
 #include <QEvent>
 #include <QFocusEvent>
@@ -11,8 +13,6 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextLayout>
-
-#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <deque>
-#include <optional>
+#include "chat/ChatColours.h"
 
 #include <QString>
 #include <QTextBlockFormat>
@@ -9,7 +8,8 @@
 #include <QTextEdit>
 #include <QTimer>
 
-#include "chat/ChatColours.h"
+#include <deque>
+#include <optional>
 
 class QTextBlock;
 

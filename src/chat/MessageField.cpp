@@ -1,11 +1,11 @@
 #include "chat/MessageField.h"
 
-#include <algorithm>
+#include "window_kit/ShownText.h"
 
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 
-#include "window_kit/ShownText.h"
+#include <algorithm>
 
 MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
 {

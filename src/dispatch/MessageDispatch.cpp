@@ -1,56 +1,48 @@
 #include "dispatch/MessageDispatch.h"
 
-#include <QStringList>
-
-#include "agent_core/AppDelegate.h"
+#include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/threads/MainQueue.h"
 #include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
 
+#include <QStringList>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// One message, taken apart.
+// One message: its whole text, and what follows the command.
 struct Received {
     const QString& text;
     const QString payload;
 };
 
-void postGatewayDown()
+// Posts an operation with the record, where there is one.
+template <typename Record>
+void post(const std::optional<Record>& record, void (*operation)(const Record&))
 {
-    MainQueue::post([] { AppDelegate::setGateway(false, QString()); });
-    AppDelegate::updateSystemTrayIcon();
-    MainQueue::post(&AppDelegate::refreshConnectionStatus);
+    if (record) {
+        MainQueue::post([operation, value = *record] { operation(value); });
+    }
 }
 
 void disconnectedGateway(const Received&)
 {
     printLog(u"gateway not connected"_s);
-    postGatewayDown();
+    MainQueue::post(&AppDelegate::gatewayDisconnected);
 }
 
 void disconnectAllSessions(const Received&)
 {
     printLog(u"disconnect all sessions"_s);
-    MainQueue::post([] { AppDelegate::replaceSessions({}); });
-    AppDelegate::updateSystemTrayIcon();
-    MainQueue::postAndWait([] {
-        AppDelegate::configConnectionStatus();
-        AppDelegate::stopShowConnectionLater();
-        AppDelegate::endChats(std::nullopt);
-    });
+    MainQueue::postAndWait(&AppDelegate::allSessionsDisconnected);
 }
 
 void accountInvalid(const Received&)
 {
-    MainQueue::post([] {
-        AppDelegate::gatewayConnectionStatus = false;
-        AppDelegate::setAccountIsValid(false);
-        AppDelegate::configConnectionStatus();
-    });
+    MainQueue::post(&AppDelegate::accountInvalid);
 }
 
 void userAcknowledgement(const Received& received)
@@ -58,8 +50,10 @@ void userAcknowledgement(const Received& received)
     printLog(received.text);
     const QStringList pieces = received.payload.split(u';', Qt::SkipEmptyParts);
     const auto session = pieces.size() == 3 ? Protocol::parseInteger64(pieces.at(0)) : std::nullopt;
-    if (session) {
-        AppDelegate::userAcknowledgeRequest(*session, pieces.at(1), pieces.at(2));
+    if (session && !AppDelegate::acceptIfScreenIsLocked(*session)) {
+        MainQueue::post([number = *session, server = pieces.at(1), user = pieces.at(2)] {
+            AppDelegate::userAcknowledgeRequest(number, server, user);
+        });
     }
 }
 
@@ -67,45 +61,26 @@ void disconnectedGatewayReason(const Received& received)
 {
     printLog(u"gateway not connected"_s);
     printLog(u"gateway not connected: "_s + received.payload);
-    postGatewayDown();
+    MainQueue::post(&AppDelegate::gatewayDisconnected);
 }
 
 void connectedSession(const Received& received)
 {
     printLog(received.text);
     printLog(u"session connected"_s);
-    const auto information = decode_connection_information(received.payload);
-    if (!information) {
-        return;
-    }
-    const SessionInfo session{information->session, information->deviceName,
-                              information->controlName, sessionDateNow()};
-    MainQueue::post([session] { AppDelegate::addSession(session); });
-    AppDelegate::updateSystemTrayIcon();
-    if (!AppDelegate::isAtLoginWindow()) {
-        MainQueue::post([] {
-            AppDelegate::configConnectionStatus();
-            AppDelegate::showHiddenConnectionLater();
-        });
+    if (const auto begun = decode_connection_information(received.payload)) {
+        const SessionInfo session{begun->session, begun->deviceName, begun->controlName,
+                                  sessionDateNow()};
+        MainQueue::post([session] { AppDelegate::sessionConnected(session); });
     }
 }
 
 void disconnectedSession(const Received& received)
 {
     printLog(u"session not connected"_s);
-    const auto session = Protocol::parseInteger64(received.payload);
-    if (!session) {
-        return;
+    if (const auto session = Protocol::parseInteger64(received.payload)) {
+        MainQueue::post([number = *session] { AppDelegate::sessionDisconnected(number); });
     }
-    MainQueue::post([number = *session] { AppDelegate::endSession(number); });
-    AppDelegate::updateSystemTrayIcon();
-    MainQueue::post([number = *session] {
-        AppDelegate::showConnectionAtSessionEnd();
-        if (AppDelegate::sessions.isEmpty()) {
-            AppDelegate::stopShowConnectionLater();
-        }
-        AppDelegate::endChats(number);
-    });
 }
 
 void closeAcknowledgement(const Received& received)
@@ -116,10 +91,7 @@ void closeAcknowledgement(const Received& received)
 
 void receiveMessage(const Received& received)
 {
-    if (const auto message = decode_message(received.payload)) {
-        AppDelegate::showMessageInbox(message->from, message->text, message->timeout,
-                                      message->icon);
-    }
+    post(decode_message(received.payload), &AppDelegate::showMessageInbox);
 }
 
 void requestChat(const Received& received)
@@ -131,37 +103,31 @@ void requestChat(const Received& received)
     const auto token = Protocol::parseInteger32(pieces.at(0));
     const auto session = Protocol::parseInteger32(pieces.at(1));
     if (token && session) {
-        AppDelegate::requestChat(*token, *session);
+        MainQueue::post(
+            [chat = *token, number = *session] { AppDelegate::requestChat(chat, number); });
     }
 }
 
 void closeChat(const Received& received)
 {
     if (const auto token = Protocol::parseInteger32(received.payload)) {
-        MainQueue::post([number = *token] { AppDelegate::wakeChats(number); });
-        AppDelegate::closeChat(*token);
+        MainQueue::post([chat = *token] { AppDelegate::closeChat(chat); });
     }
 }
 
 void receiveChat(const Received& received)
 {
-    if (const auto message = decode_chat_message(received.payload)) {
-        MainQueue::post([line = *message] { AppDelegate::receiveChat(line); });
-    }
+    post(decode_chat_message(received.payload), &AppDelegate::receiveChat);
 }
 
 void chatJoinedMember(const Received& received)
 {
-    if (const auto member = decode_chat_member(received.payload)) {
-        MainQueue::post([joined = *member] { AppDelegate::chatMemberJoined(joined); });
-    }
+    post(decode_chat_member(received.payload), &AppDelegate::chatMemberJoined);
 }
 
 void chatLeftMember(const Received& received)
 {
-    if (const auto member = decode_chat_member(received.payload)) {
-        MainQueue::post([left = *member] { AppDelegate::chatMemberLeft(left); });
-    }
+    post(decode_chat_member(received.payload), &AppDelegate::chatMemberLeft);
 }
 
 void execute(const Received& received, qint64 (*run)(const QString&))
@@ -185,40 +151,14 @@ void executeApplication(const Received& received)
 void connectedGateway(const Received& received)
 {
     printLog(u"gateway connected"_s);
-    MainQueue::post([name = received.payload] { AppDelegate::setGateway(true, name); });
-    AppDelegate::updateSystemTrayIcon();
-    MainQueue::post(&AppDelegate::refreshConnectionStatus);
-}
-
-void postStatus(const StatusInfo& status)
-{
-    if (!status.accountIsValid) {
-        // The icon is not refreshed on this path: that is meant.
-        MainQueue::post([] {
-            AppDelegate::gatewayConnectionStatus = false;
-            AppDelegate::setAccountIsValid(false);
-        });
-        return;
-    }
-    MainQueue::post([status] {
-        AppDelegate::setAccountIsValid(true);
-        if (!status.gateway.isEmpty()) {
-            AppDelegate::setGateway(true, status.gateway);
-        }
-        AppDelegate::replaceSessions(status.sessions);
-    });
-    AppDelegate::updateSystemTrayIcon();
+    MainQueue::post([name = received.payload] { AppDelegate::gatewayConnected(name); });
 }
 
 void status(const Received& received)
 {
     printLog(u"status received"_s);
-    if (const auto status = decode_status(received.payload)) {
-        postStatus(*status);
-    }
-    if (!AppDelegate::isAtLoginWindow()) {
-        MainQueue::post(&AppDelegate::refreshOrShowConnectionLater);
-    }
+    MainQueue::post(
+        [status = decode_status(received.payload)] { AppDelegate::statusReceived(status); });
 }
 
 struct Entry {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
+
+#include <optional>
 
 // What the agent does when the service says something: one table, in the order in which a message
 // is compared with its commands.
@@ -11,8 +11,9 @@ namespace MessageDispatch {
 // Handles the text of one receive and returns the command that it recognised: the keyword, or the
 // prefix with its "=". None where there is no text or no such command.
 //
-// Runs on the link's queue. Payloads are decoded here, remote commands run here to their end, and
-// every change of the agent's state is posted to the main thread, in order. Only
+// Runs on the link's queue. Payloads are decoded here, the screen's lock is asked for here, and
+// remote commands run here to their end. What a message does to the agent is one operation of
+// AppDelegate, posted to the main thread once a message, in the order of arrival. Only
 // "disconnect_all_sessions" waits for the main thread.
 std::optional<QString> checkMessage(const std::optional<QString>& message);
 

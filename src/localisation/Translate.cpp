@@ -1,12 +1,12 @@
 #include "localisation/Translate.h"
 
-#include <QFile>
+#include "logging/Logs.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/RegularFile.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringDecoder>
-
-#include "logging/Logs.h"
-#include "platform/files/MainBundle.h"
 
 using namespace Qt::StringLiterals;
 
@@ -134,11 +134,11 @@ Decoded decode(const QByteArray& bytes)
 // The document is expected in UTF-8; a byte order mark of another Unicode encoding is heeded.
 Decoded read(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {std::nullopt, file.errorString()};
+    constexpr qsizetype kLargest = 16 * 1024 * 1024;
+    const auto [state, bytes, error] = RegularFile::read(path, kLargest);
+    if (state != RegularFile::State::Read) {
+        return {std::nullopt, error};
     }
-    const QByteArray bytes = file.readAll();
     const auto encoding = QStringConverter::encodingForData(bytes);
     QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
     const QString text = decoder.decode(bytes);

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QStringList>
+
+#include <functional>
+#include <optional>
 
 // The languages that the program speaks. The order is the enumeration's own; the label document
 // lists its records in another one.
@@ -76,6 +77,10 @@ struct JsonData {
 // None where it cannot be read or decoded as a whole; then the error log has one line. A bundle
 // without the document is a broken installation and ends the program. Any thread.
 [[nodiscard]] std::optional<JsonData> getLanguageLabel();
+
+// Where a window gets the labels of the chosen language from, each time that it needs them; none as
+// for getLanguageLabel().
+using LabelSource = std::function<std::optional<JsonData::Info>()>;
 
 // The language of the first preference alone, by its first two letters as they stand; English where
 // the program does not speak it. An empty list ends the program.

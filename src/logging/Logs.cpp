@@ -1,60 +1,22 @@
 #include "logging/Logs.h"
 
+#include "platform/files/FilePaths.h"
+#include "platform/files/SharedLogFile.h"
+#include "platform/processes/ProgramEnd.h"
+
+#include <QByteArray>
+#include <QStringEncoder>
+
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
-
-#include <QByteArray>
-#include <QFile>
-#include <QStringEncoder>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "platform/files/FilePaths.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr mode_t kSharedMode = 0666;
-
-// An open log file; closed when it goes. Never follows a link, never waits for a pipe's reader, and
-// writes into nothing but a regular file: the directory is shared.
-class OpenFile {
-public:
-    OpenFile(const QString& path, int flags)
-        : m_descriptor(::open(QFile::encodeName(path).constData(),
-                              flags | O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY,
-                              kSharedMode))
-    {
-        struct stat status = {};
-        if (m_descriptor >= 0 &&
-            (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
-            ::close(m_descriptor);
-            m_descriptor = -1;
-        }
-    }
-    ~OpenFile()
-    {
-        if (isOpen()) {
-            ::close(m_descriptor);
-        }
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
-
-// By the system's means alone: the last lines are written while the toolkit is going.
+// Without the toolkit: the last lines are written while it is being taken down.
 QString timeText()
 {
     const auto now = std::chrono::system_clock::now();
@@ -74,19 +36,15 @@ QString timeText()
 
 void append(const LogDestination& destination, const QString& message)
 {
-    // One write, so that lines of several threads never tear.
     destination.write(timeText() + u' ' + message + u'\n');
 }
 
 } // namespace
 
-LogDestination::LogDestination()
-    : LogDestination(u"/Halvern/vantoryAgent/logs/vantoryAgent.stdout"_s)
-{}
+LogDestination::LogDestination() : LogDestination(u"vantoryAgent.stdout"_s) {}
 
-LogDestination::LogDestination(const QString& pathBelowApplicationSupport)
-    : m_path(
-          FilePaths::rooted(FilePaths::applicationSupportDirectory() + pathBelowApplicationSupport))
+LogDestination::LogDestination(const QString& name)
+    : m_path(FilePaths::applicationSupport(u"Halvern/vantoryAgent/logs/"_s + name))
 {}
 
 void LogDestination::write(const QString& text) const
@@ -96,32 +54,15 @@ void LogDestination::write(const QString& text) const
     if (encoder.hasError()) {
         return;
     }
-    const OpenFile file(m_path, O_APPEND);
-    if (file.isOpen()) {
-        // A full disk loses the line, nothing else.
-        [[maybe_unused]] const auto written =
-            ::write(file.descriptor(), bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    }
+    SharedLogFile::append(m_path, bytes);
 }
 
 void LogDestination::cleanUp() const
 {
-    const OpenFile existing(m_path, O_TRUNC);
-    if (!existing.isOpen()) {
-        // None, or one that can't be written: a link, a pipe, a file without the right. A
-        // directory or another person's file in a sticky directory stays.
-        ::unlink(QFile::encodeName(m_path).constData());
-    }
-    const OpenFile made(m_path, existing.isOpen() ? 0 : O_CREAT | O_EXCL);
-    if (made.isOpen()) {
-        // The mode at creation is cut by the umask; another person's file keeps its mode.
-        [[maybe_unused]] const auto result = ::fchmod(made.descriptor(), kSharedMode);
-    }
+    SharedLogFile::startEmpty(m_path);
 }
 
-LogErrorDestination::LogErrorDestination()
-    : LogDestination(u"/Halvern/vantoryAgent/logs/vantoryAgent.stderr"_s)
-{}
+LogErrorDestination::LogErrorDestination() : LogDestination(u"vantoryAgent.stderr"_s) {}
 
 void printLog(const QString& message)
 {
@@ -136,8 +77,5 @@ void printErrorLog(const QString& message)
 void fatalState(const QString& why)
 {
     printErrorLog(why);
-    const QByteArray line = why.toLocal8Bit() + '\n';
-    [[maybe_unused]] const auto written =
-        ::write(STDERR_FILENO, line.constData(), static_cast<std::size_t>(line.size()));
-    std::abort();
+    abortProgram(why.toLocal8Bit() + '\n');
 }

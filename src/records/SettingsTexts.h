@@ -2,35 +2,26 @@
 
 #include <QString>
 
-#include "localisation/Translate.h"
-
-using namespace Qt::StringLiterals;
-
-// The words of the settings window, kept from the agent's start on, so that the window itself need
-// not be there before somebody opens it. In English until a label document has been read.
+// The texts of the settings window, which is handed them when it is made.
 struct SettingsTexts {
-    QString title = u"vantory - Settings"_s;
-    QString managed = u"Centrally managed agent"_s;
-    QString sessionCode = u"Session code"_s;
-    QString accountId = u"Account identifier"_s;
-    QString region = u"Region"_s;
-    QString cancel = u"Cancel"_s;
-    QString ok = u"OK"_s;
-    QString unlock = u"Unlock"_s;
-    QString lock = u"Lock"_s;
+    QString title;
+    QString managed;
+    QString sessionCode;
+    QString accountId;
+    QString region;
+    QString cancel;
+    QString ok;
+    QString unlock;
+    QString lock;
 
-    QString accountIdErrorTitle = u"Account Identifier is incorrect"_s;
-    QString accountIdErrorMsg = u"Account Identifier must be an UUID."_s;
-    QString sessionCodeErrorTitle = u"Session code is incorrect"_s;
-    QString sessionCodeErrorMsg = u"Session code must be a number of 6 digits."_s;
-    // Nobody shows the region's texts: the agent itself connects to no region. They are kept for
-    // whoever will.
-    QString regionErrorTitle = u"Region is incorrect."_s;
-    QString regionErrorMsg1 = u"Unable to connect to"_s;
+    QString accountIdErrorTitle;
+    QString accountIdErrorMsg;
+    QString sessionCodeErrorTitle;
+    QString sessionCodeErrorMsg;
+    // Nothing shows the texts about the region: the agent itself connects to none.
+    QString regionErrorTitle;
+    QString regionErrorMsg1;
     QString regionErrorMsg2;
-    QString startMessage = u"Start"_s; // on the apply button, by session code
-    QString applyMessage = u"Apply"_s; // on the apply button, centrally managed
-
-    // Puts one language's labels in place.
-    void translate(const JsonData& labels, Language language);
+    QString startMessage; // on the apply button, enrolled by session code
+    QString applyMessage; // on the apply button, centrally managed
 };

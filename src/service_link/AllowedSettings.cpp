@@ -1,12 +1,11 @@
 #include "service_link/AllowedSettings.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
+#include "platform/files/RegularFile.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
@@ -52,25 +51,12 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
 
 std::optional<AllowedData> readAllowedSettings()
 {
-    const QString path = FilePaths::rooted(FilePaths::libraryDirectory() +
-                                           u"/Preferences/vantoryAgent/gateway.json"_s);
-    const QFileInfo info(path);
-    if (!info.exists()) {
-        return std::nullopt;
-    }
-    QFile file(path);
-    // Only a regular file: opening a pipe would wait for its writer.
-    if (!info.isFile() || !file.open(QIODevice::ReadOnly)) {
-        // The service may have taken it away since we looked.
-        if (!QFileInfo::exists(path)) {
-            return std::nullopt;
-        }
+    constexpr qsizetype kLargest = 1024 * 1024;
+    const QString path = FilePaths::preferences(u"gateway.json"_s);
+    const auto content = RegularFile::read(path, kLargest);
+    if (content.state == RegularFile::State::Unreadable) {
         fatalState(u"The allowed settings cannot be read: "_s + path);
     }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFile::NoError) {
-        fatalState(u"The allowed settings cannot be read: "_s + path);
-    }
-    const auto settings = decode(bytes);
+    const auto settings = decode(content.bytes);
     return settings ? std::optional(settings->settings) : std::nullopt;
 }

@@ -2,9 +2,9 @@
 
 #include <optional>
 
-// What the account permits on this machine, as the service leaves it in
-// /Library/Preferences/vantoryAgent/gateway.json. Fields bear their keys' names. The agent acts on
-// `show_agent_ui_on_connection` alone, but a document counts only when all the others are there.
+// What the account permits on this machine: the service writes it to gateway.json in the agent's
+// preferences. The fields have their keys' names. The agent uses `show_agent_ui_on_connection`
+// only, but a document without one of the others is not read.
 struct AllowedData {
     bool allow_message_to_devices = false;
     bool allow_chat_to_devices = false;
@@ -19,6 +19,6 @@ struct AllowedSettings {
     AllowedData settings;
 };
 
-// Reads the file afresh: the service may have changed it since. None where there is no file or it
-// does not decode. A file that is there but cannot be read ends the program. Any thread.
+// Reads the file. None where there is none, or where it is larger than a mebibyte or does not
+// decode. One that is there but can't be read, or is no regular file, ends the program. Any thread.
 [[nodiscard]] std::optional<AllowedData> readAllowedSettings();

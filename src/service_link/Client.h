@@ -1,13 +1,11 @@
 #pragma once
 
+#include "service_link/ClientConnection.h"
+#include <QString>
 #include <optional>
 
-#include <QString>
-
-#include "service_link/ClientConnection.h"
-
-// The agent's one link to the service on this machine, for the agent's whole life. There is no
-// second try: when the link ends the process ends, and whoever started it starts it again.
+// The agent's one link to the service on this machine. When it ends, or can't be made, the process
+// ends; whoever started the agent starts it again.
 class Client {
 public:
     Client(const QString& host, quint16 port, ClientConnection::CheckMessage checkMessage);
@@ -15,13 +13,13 @@ public:
     // Once, on the main thread.
     void start();
 
-    // Sends a command as one UTF-8 message. No sender waits for an answer. Any thread.
+    // Sends a command as one UTF-8 message and does not wait. Any thread.
     void send(const QString& command);
 
-    // Any thread. With the callback that start() installs this ends the process.
+    // Ends the link, and by the callback that start() sets the process. Any thread.
     void stop();
 
-    // Ends the process: status 0 when nothing failed, else 1. Any thread.
+    // Ends the process: with status 1 where there is an error, else 0. Any thread.
     [[noreturn]] static void didStopCallback(const std::optional<NetworkError>& error);
 
     const QString host;

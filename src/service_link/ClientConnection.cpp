@@ -1,10 +1,10 @@
 #include "service_link/ClientConnection.h"
 
-#include <utility>
+#include "logging/Logs.h"
 
 #include <QStringDecoder>
 
-#include "logging/Logs.h"
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -12,7 +12,7 @@ namespace {
 
 std::optional<QString> decodeText(const QByteArray& data)
 {
-    // A byte order mark is part of the text: no command begins with one.
+    // A byte order mark stays in the text: no command begins with one.
     using Flag = QStringConverter::Flag;
     QStringDecoder decoder(QStringConverter::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
     QString text = decoder.decode(data);
@@ -34,19 +34,22 @@ ClientConnection::~ClientConnection()
 void ClientConnection::start()
 {
     printLog(u"connection will start"_s);
-    m_connection.setStateHandler(
-        [this](TcpConnection::State state, const std::optional<NetworkError>& error) {
-            didChangeState(state, error);
-        });
     setUpReceive();
-    m_connection.start(m_queue);
+    m_connection.start(m_queue, [this](const std::optional<NetworkError>& error) {
+        if (error) {
+            // Not tried again: whoever starts the agent starts it again.
+            connectionDidFail(*error);
+        } else {
+            printLog(u"Client connection ready"_s);
+        }
+    });
 }
 
 void ClientConnection::send(const QByteArray& data)
 {
     m_connection.send(data, [this, size = data.size()](const std::optional<NetworkError>& error) {
         if (error) {
-            connectionDidFail(*error); // at once, whatever the queue is busy with
+            connectionDidFail(*error); // at once, also while the queue is busy
             return;
         }
         m_queue.post([size] { printLog(u"connection did send, data: %1 bytes"_s.arg(size)); });
@@ -57,25 +60,6 @@ void ClientConnection::stop()
 {
     printLog(u"connection will stop"_s);
     end(std::nullopt);
-}
-
-void ClientConnection::didChangeState(TcpConnection::State state,
-                                      const std::optional<NetworkError>& error)
-{
-    switch (state) {
-    case TcpConnection::State::Ready:
-        printLog(u"Client connection ready"_s);
-        break;
-    case TcpConnection::State::Waiting:
-    case TcpConnection::State::Failed:
-        // Nobody waits for the service to appear: whoever starts the agent starts it again.
-        connectionDidFail(error.value_or(NetworkError{}));
-        break;
-    case TcpConnection::State::Setup:
-    case TcpConnection::State::Preparing:
-    case TcpConnection::State::Cancelled:
-        break;
-    }
 }
 
 void ClientConnection::setUpReceive()
@@ -118,7 +102,6 @@ void ClientConnection::connectionDidEnd()
 
 void ClientConnection::end(const std::optional<NetworkError>& error)
 {
-    m_connection.setStateHandler(nullptr);
     m_connection.cancel();
     DidStop callback;
     {

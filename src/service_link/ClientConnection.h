@@ -1,28 +1,26 @@
 #pragma once
 
-#include <functional>
-#include <mutex>
-#include <optional>
+#include "platform/network/TcpConnection.h"
+#include "platform/threads/SerialQueue.h"
 
 #include <QByteArray>
 #include <QString>
 
-#include "platform/network/TcpConnection.h"
-#include "platform/threads/SerialQueue.h"
+#include <functional>
+#include <mutex>
+#include <optional>
 
-// The link to the service: the receive loop, and what is sent.
-//
-// Everything that arrives is handled on the queue, one receive after another. What is sent goes out
-// at once, from any thread, whatever the queue is busy with. Ended is final.
+// The link to the service: receives one message after another on a queue of its own, and sends from
+// any thread, also while that queue is busy. Once it has ended it can't be used again.
 class ClientConnection {
 public:
-    // Handles one received text (none where it was not UTF-8) and returns the command that it
-    // recognised. Runs on the queue; the next receive waits for it.
+    // Handles a received text (none where it was not UTF-8) and returns the recognised command.
+    // Runs on the queue; the next receive waits for it.
     using CheckMessage = std::function<std::optional<QString>(const std::optional<QString>&)>;
     using DidStop = std::function<void(const std::optional<NetworkError>&)>;
 
     ClientConnection(const QString& host, quint16 port, CheckMessage checkMessage);
-    // Waits for the message that is being handled, which must not wait for the caller.
+    // Waits for the message that is being handled; its handler must not wait for the caller.
     ~ClientConnection();
 
     ClientConnection(const ClientConnection&) = delete;
@@ -37,12 +35,11 @@ public:
     // Ends the connection in an orderly way. Any thread.
     void stop();
 
-    // Called once when the connection has ended, with what failed or none, on whatever thread it
-    // ended. Set before start(); whoever calls it clears it first.
+    // Called once when the connection has ended, with what failed or none, on the thread that ended
+    // it. Set before start(), and cleared before it is called.
     DidStop didStopCallback;
 
 private:
-    void didChangeState(TcpConnection::State state, const std::optional<NetworkError>& error);
     void setUpReceive();
     void didReceive(const QByteArray& data, bool isComplete,
                     const std::optional<NetworkError>& error);

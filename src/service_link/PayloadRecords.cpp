@@ -1,21 +1,17 @@
 #include "service_link/PayloadRecords.h"
 
-#include <limits>
-
-#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QVariant>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// 2001-01-01 00:00:00 UTC, in milliseconds since the Unix epoch.
-constexpr qint64 kReferenceDate = 978'307'200'000;
-
-// Reads one record's fields; remembers whether any was missing or of another type.
+// Reads the fields of one record, and notes whether one is missing or of another type.
 class Fields {
 public:
     explicit Fields(QJsonObject object) : m_object(std::move(object)) {}
@@ -24,11 +20,9 @@ public:
     {
         const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
         Fields fields(document.object());
-        fields.m_isGood = document.isObject();
+        fields.m_isValid = document.isObject();
         return fields;
     }
-
-    [[nodiscard]] bool areGood() const { return m_isGood; }
 
     QString text(QLatin1String key) { return checked(key, &QJsonValue::isString).toString(); }
 
@@ -39,13 +33,13 @@ public:
     qint64 integer(QLatin1String key)
     {
         const QJsonValue value = checked(key, &QJsonValue::isDouble);
-        // A number that is no integer gives back whatever default is named. What is written as an
-        // integer but beyond 64 bits has become a real number; the smallest integer is one such
-        // number's nearest.
+        // toInteger() returns the given default for a number that is no integer. An integer beyond
+        // 64 bits was read as a real number, and one just below the range is rounded to the
+        // smallest integer.
         const qint64 number = value.toInteger(0);
         const bool isBelowRange = number == std::numeric_limits<qint64>::min() &&
                                   value.toVariant().typeId() == QMetaType::Double;
-        m_isGood = m_isGood && number == value.toInteger(1) && !isBelowRange;
+        m_isValid = m_isValid && number == value.toInteger(1) && !isBelowRange;
         return number;
     }
 
@@ -59,21 +53,21 @@ public:
     }
 
     template <typename Record>
-    std::optional<Record> ifGood(Record record) const
+    std::optional<Record> ifValid(Record record) const
     {
-        return m_isGood ? std::optional(std::move(record)) : std::nullopt;
+        return m_isValid ? std::optional(std::move(record)) : std::nullopt;
     }
 
 private:
     QJsonValue checked(QLatin1String key, bool (QJsonValue::*hasType)() const)
     {
         QJsonValue value = m_object.value(key);
-        m_isGood = m_isGood && (value.*hasType)();
+        m_isValid = m_isValid && (value.*hasType)();
         return value;
     }
 
     QJsonObject m_object;
-    bool m_isGood = true;
+    bool m_isValid = true;
 };
 
 std::optional<SessionInfo> decodeSession(const QJsonValue& value)
@@ -87,15 +81,10 @@ std::optional<SessionInfo> decodeSession(const QJsonValue& value)
     session.remoteDevice = fields.text("remoteDevice"_L1);
     session.remoteControlUser = fields.text("remoteControlUser"_L1);
     session.sessionDate = fields.optionalNumber("sessionDate"_L1);
-    return fields.ifGood(std::move(session));
+    return fields.ifValid(std::move(session));
 }
 
 } // namespace
-
-double sessionDateNow()
-{
-    return static_cast<double>(QDateTime::currentMSecsSinceEpoch() - kReferenceDate) / 1000.0;
-}
 
 std::optional<Message> decode_message(const QString& jsonData)
 {
@@ -105,7 +94,7 @@ std::optional<Message> decode_message(const QString& jsonData)
     message.text = fields.text("text"_L1);
     message.timeout = fields.integer("timeout"_L1);
     message.icon = fields.integer("icon"_L1);
-    return fields.ifGood(std::move(message));
+    return fields.ifValid(std::move(message));
 }
 
 std::optional<StatusInfo> decode_status(const QString& jsonData)
@@ -123,7 +112,7 @@ std::optional<StatusInfo> decode_status(const QString& jsonData)
         }
         status.sessions.append(*std::move(session));
     }
-    return fields.ifGood(std::move(status));
+    return fields.ifValid(std::move(status));
 }
 
 std::optional<ChatMember> decode_chat_member(const QString& jsonData)
@@ -132,7 +121,7 @@ std::optional<ChatMember> decode_chat_member(const QString& jsonData)
     ChatMember member;
     member.context = fields.integer("context"_L1);
     member.member = fields.text("member"_L1);
-    return fields.ifGood(std::move(member));
+    return fields.ifValid(std::move(member));
 }
 
 std::optional<ApplicationInfo> decode_application_info(const QString& jsonData)
@@ -141,7 +130,7 @@ std::optional<ApplicationInfo> decode_application_info(const QString& jsonData)
     ApplicationInfo info;
     info.session = fields.integer("session"_L1);
     info.exec = fields.text("exec"_L1);
-    return fields.ifGood(std::move(info));
+    return fields.ifValid(std::move(info));
 }
 
 std::optional<ChatMessage> decode_chat_message(const QString& jsonData)
@@ -151,7 +140,7 @@ std::optional<ChatMessage> decode_chat_message(const QString& jsonData)
     message.context = fields.integer("context"_L1);
     message.from = fields.text("from"_L1);
     message.text = fields.text("text"_L1);
-    return fields.ifGood(std::move(message));
+    return fields.ifValid(std::move(message));
 }
 
 std::optional<ConnectionInformation> decode_connection_information(const QString& jsonData)
@@ -161,5 +150,5 @@ std::optional<ConnectionInformation> decode_connection_information(const QString
     information.session = fields.integer("session"_L1);
     information.deviceName = fields.text("deviceName"_L1);
     information.controlName = fields.text("controlName"_L1);
-    return fields.ifGood(std::move(information));
+    return fields.ifValid(std::move(information));
 }

@@ -1,21 +1,23 @@
 #pragma once
 
-#include <optional>
+#include "records/SessionInfo.h"
 
 #include <QList>
 #include <QString>
 
-// The JSON objects that ride behind the service's commands, as plain values.
+#include <optional>
+
+// The JSON objects that are the payloads of the service's commands, as plain values.
 //
-// All fields but `sessionDate` are required; a missing key or a value of another type makes the
-// whole record none, without a word. Unknown keys are ignored. Integers are 64 bits wide and exact:
-// 3 and 3.0 are integers, 3.5 is none. Any thread.
+// All fields but `sessionDate` are required: where a key is missing or a value is of another type,
+// the result is none, and nothing is logged. Unknown keys are ignored. Integers have 64 bits and
+// are exact: 3 and 3.0 are integers, 3.5 is not. Any thread.
 
 // A message that is pushed to the person.
 struct Message {
     QString from;
     QString text;
-    qint64 timeout = 0; // seconds until the window closes by itself; below one, it stays
+    qint64 timeout = 0; // seconds until the window closes by itself; less than one: it stays open
     qint64 icon = 0;    // the kind
 };
 
@@ -26,18 +28,6 @@ struct ConnectionInformation {
     QString controlName;
 };
 
-// A session that is open.
-struct SessionInfo {
-    qint64 session = 0;
-    QString remoteDevice;
-    QString remoteControlUser;
-    // When it began, in seconds since 2001-01-01 00:00:00 UTC, fractions allowed.
-    std::optional<double> sessionDate;
-};
-
-// The present moment as `SessionInfo::sessionDate` counts it.
-[[nodiscard]] double sessionDateNow();
-
 struct StatusInfo {
     bool accountIsValid = false;
     QString gateway; // empty where there is none
@@ -45,7 +35,7 @@ struct StatusInfo {
     QList<SessionInfo> sessions;
 };
 
-// Somebody who came into a chat or went.
+// Somebody who has joined or left a chat.
 struct ChatMember {
     qint64 context = 0; // the chat's token
     QString member;
@@ -58,9 +48,9 @@ struct ChatMessage {
     QString text;
 };
 
-// Something to run.
+// A command line to run.
 struct ApplicationInfo {
-    qint64 session = 0; // goes back with the result
+    qint64 session = 0; // is sent back with the result
     QString exec;
 };
 

@@ -74,7 +74,7 @@ QString Protocol::sendChat(const QString& json)
 
 QString Protocol::resultCommand(qint64 session, qint64 status)
 {
-    // Built as text to the letter, blanks included: the service compares it so.
+    // With exactly these blanks: the service compares the text.
     return marked(
         u"result_command={ \"session\" : %1, \"status\" : %2 }"_s.arg(session).arg(status));
 }
@@ -88,7 +88,7 @@ std::optional<qint64> Protocol::parseInteger64(QStringView text)
 {
     const bool hasSign = text.startsWith(u'-') || text.startsWith(u'+');
     const QStringView digits = text.sliced(hasSign ? 1 : 0);
-    // The toolkit's parser alone would also take blanks and other scripts' digits.
+    // Qt's own conversion would also accept blanks and the digits of other scripts.
     const bool isDecimal =
         !digits.isEmpty() &&
         std::all_of(digits.begin(), digits.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QStringView>
 
-// The words of the link to the service, in both directions. They stand here and nowhere else.
+#include <optional>
+
+// The commands between the agent and the service, in both directions; no other file spells them.
 //
-// The agent marks what it sends with "#####"; the service sends bare commands, one a read. A
-// command is UTF-8 text: a keyword that is the whole text, or a prefix ending in "=" and then the
-// payload.
+// A command is UTF-8 text: either a keyword alone, or a keyword with "=" at its end and then a
+// payload. The agent puts "#####" before each command that it sends; the service sends bare
+// commands, one in each read.
 namespace Protocol {
 
 enum class Match { Whole, Prefix };
@@ -18,12 +18,11 @@ struct InboundCommand {
     QStringView text;
     Match match;
 
-    // The payload (empty for a keyword) where the message is this command.
+    // The payload where the message is this command; empty for a keyword alone.
     [[nodiscard]] std::optional<QString> payloadOf(const QString& message) const;
 };
 
-// From the service, in the order in which a message is compared with them; the first that matches
-// is meant.
+// From the service. A message is compared with them in this order, and the first match counts.
 inline constexpr InboundCommand kDisconnectedGateway{u"disconnected_gateway", Match::Whole};
 inline constexpr InboundCommand kDisconnectAllSessions{u"disconnect_all_sessions", Match::Whole};
 inline constexpr InboundCommand kAccountInvalid{u"account_invalid", Match::Whole};
@@ -43,7 +42,7 @@ inline constexpr InboundCommand kExecuteApplication{u"execute_application=", Mat
 inline constexpr InboundCommand kConnectedGateway{u"connected_gateway=", Match::Prefix};
 inline constexpr InboundCommand kStatus{u"status=", Match::Prefix};
 
-// To the service: whole messages, marker included.
+// To the service: whole messages, with the "#####".
 [[nodiscard]] QString requestConnectionsStatus();
 [[nodiscard]] QString requestRestart();
 [[nodiscard]] QString updateUser(const QString& name);
@@ -56,7 +55,7 @@ inline constexpr InboundCommand kStatus{u"status=", Match::Prefix};
 [[nodiscard]] QString resultCommand(qint64 session, qint64 status);
 [[nodiscard]] QString resultCommandFailedToRead();
 
-// Decimal numbers as payloads hold them: an optional sign and ASCII digits, nothing else, in range.
+// A decimal number of a payload: an optional sign and ASCII digits only, in range.
 [[nodiscard]] std::optional<qint64> parseInteger64(QStringView text);
 [[nodiscard]] std::optional<qint32> parseInteger32(QStringView text);
 

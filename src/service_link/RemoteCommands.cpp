@@ -1,9 +1,10 @@
 #include "service_link/RemoteCommands.h"
 
-#include <QFileInfo>
-
 #include "logging/Logs.h"
 #include "platform/processes/ChildProcess.h"
+#include "platform/processes/SystemPrograms.h"
+
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -16,8 +17,9 @@ enum class StatusLog { Written, Omitted };
 
 qint64 runShell(const QString& script, StatusLog statusLog)
 {
-    // The last argument only becomes the script's name in the shell's own messages.
-    const auto result = ChildProcess::run(u"/bin/sh"_s, {u"-c"_s, script, u"&"_s});
+    // The last argument is the script's name in the shell's own messages.
+    const auto result =
+        ChildProcess::run(SystemPrograms::kSh.toString(), {u"-c"_s, script, u"&"_s});
     if (!result.status) {
         printErrorLog(result.error);
         return kCouldNotStart;
@@ -48,7 +50,7 @@ qint64 RemoteCommands::executeCommand(const QString& text)
         if (!QFileInfo::exists(withoutQuotes(getCommand(text)))) {
             return kNoSuchApplication;
         }
-        // The shell leaves it in the background and returns at once.
+        // In the background: the shell ends at once.
         return runShell(text + u" &"_s, StatusLog::Written);
     }
     printLog(u"command="_s + text);

@@ -1,9 +1,9 @@
 #include "window_kit/ElidedLabel.h"
 
+#include "window_kit/ShownText.h"
+
 #include <QEvent>
 #include <QFontMetrics>
-
-#include "window_kit/ShownText.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include "window_kit/InertPeriod.h"
 
-#include <chrono>
-
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QWidget>
+
+#include <chrono>
 
 namespace {
 

@@ -1,12 +1,14 @@
 #include "window_kit/Logo.h"
 
+#include "platform/desktop/BundleImages.h"
+#include "platform/files/FilePaths.h"
+#include "platform/files/RegularFile.h"
+
+#include <QBuffer>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QLabel>
 #include <QPixmap>
-
-#include "platform/desktop/BundleImages.h"
-#include "platform/files/FilePaths.h"
 
 using namespace Qt::StringLiterals;
 
@@ -16,30 +18,23 @@ constexpr QSize kSize(160, 36);
 
 QString customPath()
 {
-    return FilePaths::rooted(FilePaths::libraryDirectory() +
-                             u"/Preferences/vantoryAgent/custom-logo.png"_s);
+    return FilePaths::preferences(u"custom-logo.png"_s);
 }
 
-bool hasCustom()
+// Bytes that are no picture leave the label as it is.
+void showPicture(QLabel& logo, QByteArray& bytes)
 {
-    return QFileInfo::exists(customPath());
-}
-
-void showCustom(QLabel& logo)
-{
-    // Only a regular file: opening a pipe would wait for its writer.
-    if (!QFileInfo(customPath()).isFile()) {
-        return;
-    }
-    QImageReader reader(customPath());
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
     const QSize whole = reader.size();
     if (whole.isEmpty()) {
         return;
     }
     const qreal scale = logo.devicePixelRatioF();
-    const QSize room = kSize * scale;
-    if (whole.width() > room.width() || whole.height() > room.height()) {
-        reader.setScaledSize(whole.scaled(room, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
+    const QSize largest = kSize * scale;
+    if (whole.width() > largest.width() || whole.height() > largest.height()) {
+        reader.setScaledSize(whole.scaled(largest, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
     }
     QPixmap pixmap = QPixmap::fromImageReader(&reader);
     if (!pixmap.isNull()) {
@@ -61,8 +56,10 @@ void Logo::showBundled(QLabel& logo)
 
 void Logo::refresh(QLabel& logo, bool& logoChanged)
 {
-    if (hasCustom()) {
-        showCustom(logo);
+    constexpr qsizetype kLargestFile = 16 * 1024 * 1024;
+    auto custom = RegularFile::read(customPath(), kLargestFile);
+    if (custom.state != RegularFile::State::Missing) {
+        showPicture(logo, custom.bytes);
         logoChanged = true;
     } else if (logoChanged) {
         showBundled(logo);
@@ -71,7 +68,7 @@ void Logo::refresh(QLabel& logo, bool& logoChanged)
 
 void Logo::followAppearance(QLabel& logo)
 {
-    if (!hasCustom()) {
+    if (!QFileInfo::exists(customPath())) {
         showBundled(logo);
     }
 }

@@ -1,11 +1,11 @@
 #include "window_kit/Placement.h"
 
-#include <algorithm>
-
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
+
+#include <algorithm>
 
 namespace {
 

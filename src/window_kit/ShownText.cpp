@@ -1,10 +1,10 @@
 #include "window_kit/ShownText.h"
 
-#include <algorithm>
-#include <utility>
-
 #include <QTextBoundaryFinder>
 #include <QTextDocument>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,23 +1,18 @@
 #include "windows/AboutController.h"
 
-#include <QDialog>
-#include <QEvent>
-
-#include "agent_core/AppDelegate.h"
 #include "logging/Logs.h"
-#include "platform/desktop/WindowActivation.h"
 #include "ui_AboutController.h"
-#include "window_kit/Logo.h"
+#include "window_kit/AgentWindow.h"
 #include "window_kit/Placement.h"
 #include "windows/Bundle+extensions.h"
+
+#include <QDialog>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr Qt::WindowFlags kFlags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                                   Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
-                                   Qt::WindowStaysOnTopHint;
 
 QString required(const std::optional<QString>& number, const char* key)
 {
@@ -29,59 +24,45 @@ QString required(const std::optional<QString>& number, const char* key)
 
 } // namespace
 
-class AboutController::Window : public QDialog {
+class AboutController::Window : public AgentWindow<QDialog> {
 public:
-    explicit Window(AboutController& owner) : QDialog(nullptr, kFlags)
+    explicit Window(AboutController& owner)
+        : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint)
     {
         ui.setupUi(this);
-        Logo::setWindowIcon(*this);
-        Logo::showBundled(*ui.logo);
+        setLogo(ui.logo);
         QFont name = ui.agentName->font();
         name.setPointSizeF(name.pointSizeF() * 1.25);
         ui.agentName->setFont(name);
-        connect(ui.Quit, &QPushButton::clicked, &owner, &AboutController::QuitAction);
+        connect(ui.Quit, &QPushButton::clicked, this, [&owner] { owner.QuitAction(); });
     }
 
     Ui::AboutController ui;
-
-protected:
-    void changeEvent(QEvent* event) override
-    {
-        QDialog::changeEvent(event);
-        if (event->type() == QEvent::PaletteChange) {
-            Logo::followAppearance(*ui.logo);
-        }
-    }
 };
 
-AboutController::AboutController() = default;
+AboutController::AboutController(LabelSource labels) : m_labels(std::move(labels)) {}
 
 AboutController::~AboutController() = default;
 
 void AboutController::present()
 {
     Window& shown = window();
+    if (const auto labels = m_labels()) {
+        translate(*labels);
+    }
     if (!shown.isVisible()) {
         shown.adjustSize();
         shown.move(Placement::centre(Placement::availableArea(), shown.size()));
     }
-    WindowActivation::present(&shown);
+    shown.present();
 }
 
 AboutController::Window& AboutController::window()
 {
     if (!m_window) {
         m_window = std::make_unique<Window>(*this);
-        windowDidLoad();
     }
     return *m_window;
-}
-
-void AboutController::windowDidLoad()
-{
-    if (const auto labels = getLanguageLabel()) {
-        translate(labels->info(AppDelegate::language));
-    }
 }
 
 void AboutController::translate(const JsonData::Info& data)

@@ -1,13 +1,13 @@
 #include "windows/AcknowledgementText.h"
 
-#include <algorithm>
+#include "window_kit/ShownText.h"
 
 #include <QFocusEvent>
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
-#include "window_kit/ShownText.h"
+#include <algorithm>
 
 namespace {
 

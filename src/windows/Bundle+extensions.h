@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
+
+#include <optional>
 
 // What the application's own property list says about the program. Any thread.
 namespace Bundle {

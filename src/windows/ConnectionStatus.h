@@ -1,31 +1,28 @@
 #pragma once
 
-#include <array>
-#include <memory>
-#include <optional>
+#include "localisation/Translate.h"
+#include "records/SessionInfo.h"
+#include "windows/SessionRow.h"
 
 #include <QList>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 
-#include "localisation/Translate.h"
-#include "service_link/PayloadRecords.h"
-
-using namespace Qt::StringLiterals;
-
-class QTimer;
+#include <array>
+#include <memory>
+#include <optional>
 
 // The small window at the top right of the screen that tells whether the machine is linked and who
 // is in session, and in which the person ends a session or asks for a chat.
 //
 // The controller lives as long as the agent and takes reports whether or not its window exists; the
-// window is made when it is first to be seen. It shows two sessions at the most, a slot each: a
-// slot's name and height follow this controller's list, its clock and buttons the agent's, which
-// are kept in step. Main thread.
+// window is made when it is first to be seen. It shows the first two of its sessions, a row each.
+// Main thread.
 class ConnectionStatus : public QObject {
+    Q_OBJECT
+
 public:
-    ConnectionStatus();
+    explicit ConnectionStatus(LabelSource labels);
     ~ConnectionStatus() override;
 
     // Whether the person can see the window: a minimised one is not visible.
@@ -34,23 +31,24 @@ public:
     void present();
     // Brings it up because of what the service reports.
     void presentByService();
+    // Brings a minimised window back.
+    void wakeUp();
     void hide();
 
     // Puts one language's texts in place; the state's line follows at the next config().
     void translate(const JsonData::Info& data);
-    // Moves the window to the top right corner of its screen. Screens' own origins are left out of
-    // account: that is meant.
+    // Moves the window to the top right corner of its screen. Ignores the screen's own origin, on
+    // purpose.
     void setPosition();
     // Makes the window high enough for so many sessions: none, one, or two.
     void resizeWindow(qsizetype sessionNumber);
-    // Reads the texts and the logo anew and, if told so, asks the service for the status.
-    void refresh(bool check_status);
+    // Reads the texts and the logo anew.
+    void refresh();
     // Adds a session behind the others, unless its number is listed.
-    void setConnection(const ConnectionInformation& sessionInfo);
+    void setConnection(const SessionInfo& sessionInfo);
     void resetConnection(qint64 session);
-    // Brings a minimised window back, later on the main thread.
-    void wakeUp();
-    // Redraws the window from the current state, and starts and stops the clocks.
+    [[nodiscard]] const QList<SessionInfo>& sessions() const { return m_sessions; }
+    // Redraws the window from what it was given, and starts and stops the clocks.
     void config();
     [[nodiscard]] bool isAnyClockRunning() const;
 
@@ -63,20 +61,27 @@ public:
     void inSession();
     void inSession2();
 
-    QString gateway_name; // shown as a tool tip only
-    QList<ConnectionInformation> sessions;
-    // The texts of the agent's state; in English until a label document has been read.
-    QString ready = u"Agent ready"_s;
-    QString no_gateway = u"No gateway available"_s;
-    QString account_invalid = u"Account is blocked or no longer exists"_s;
+    // Given from outside, shown at the next config().
+    bool gatewayConnectionStatus = false;
+    QString gateway_name; // a tool tip, where `showConnectionDetail`
+    bool showConnectionDetail = false;
     std::optional<bool> accountIsValid; // none until the service has said so
+    bool isManaged = true;              // who is managed centrally may end sessions
+
+    // The texts of the agent's state; in English until a label document has been read.
+    QString ready;
+    QString no_gateway;
+    QString account_invalid;
     bool logoChanged = false;
-    QPointer<QTimer> sessionTimer;
-    QPointer<QTimer> sessionTimer2;
 
     // Points.
     static constexpr int width = 313;
     static constexpr int height = 313; // with two sessions
+
+Q_SIGNALS:
+    // The person wants that session ended, or a chat with its operator.
+    void endRequested(qint64 session);
+    void chatRequested(qint64 session);
 
 private:
     class Window;
@@ -85,15 +90,12 @@ private:
     void awakeFromNib();
     void showState();
     [[nodiscard]] QString stateText() const;
-    void startClock(qsizetype slot);
-    void stopClock(qsizetype slot);
-    void showSlots();
-    void abortSession(qsizetype slot);
-    void requestChat(qsizetype slot);
-    void tick(qsizetype slot);
-    QPointer<QTimer>& clock(qsizetype slot);
+    void abortSession(std::size_t row);
+    void requestChat(std::size_t row);
+    void tick(std::size_t row);
 
+    const LabelSource m_labels;
+    QList<SessionInfo> m_sessions;
+    std::array<SessionRow, 2> m_rows;
     std::unique_ptr<Window> m_window;
-    // Whose time a slot's clock shows.
-    std::array<std::optional<qint64>, 2> m_clockSessions;
 };

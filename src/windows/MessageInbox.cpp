@@ -1,6 +1,14 @@
 #include "windows/MessageInbox.h"
 
-#include <algorithm>
+#include "platform/accounts/PreferredLanguages.h"
+#include "platform/desktop/BundleImages.h"
+#include "records/Intervals.h"
+#include "ui_MessageInbox.h"
+#include "window_kit/AgentWindow.h"
+#include "window_kit/Placement.h"
+#include "window_kit/ShownText.h"
+#include "windows/ArrivalTime.h"
+#include "windows/MessageKind.h"
 
 #include <QDateTime>
 #include <QDialog>
@@ -8,19 +16,8 @@
 #include <QTimer>
 #include <QtMath>
 
-#include "agent_core/AppDelegate.h"
-#include "logging/Logs.h"
-#include "platform/accounts/PreferredLanguages.h"
-#include "platform/desktop/BundleImages.h"
-#include "platform/desktop/WindowActivation.h"
-#include "records/Intervals.h"
-#include "ui_MessageInbox.h"
-#include "window_kit/InertPeriod.h"
-#include "window_kit/Logo.h"
-#include "window_kit/Placement.h"
-#include "window_kit/ShownText.h"
-#include "windows/ArrivalTime.h"
-#include "windows/MessageKind.h"
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -33,14 +30,15 @@ constexpr int kLineLength = 56;
 
 } // namespace
 
-class MessageInbox::Window : public QDialog {
+class MessageInbox::Window : public AgentWindow<QDialog> {
 public:
     explicit Window(MessageInbox& owner)
-        : QDialog(nullptr, Qt::Window | Qt::WindowStaysOnTopHint), inertPeriod(this), m_owner(owner)
+        : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
+                                      Qt::WindowCloseButtonHint),
+          m_owner(owner)
     {
         ui.setupUi(this);
-        Logo::setWindowIcon(*this);
-        Logo::showBundled(*ui.logo);
+        setLogo(ui.logo);
         ui.message->installEventFilter(this);
         connect(ui.Quit, &QPushButton::clicked, &owner, &MessageInbox::QuitAction);
     }
@@ -54,10 +52,9 @@ public:
             paragraphs.append(piece.text.toString());
         }
         ui.message->setPlainText(paragraphs.join(u'\n'));
-        const auto picture = BundleImages::icon(MessageKind::picture(kind));
-        ui.icon->setPixmap(picture ? picture->pixmap(ui.icon->size(), devicePixelRatioF())
-                                   : QPixmap());
-        ui.icon->setVisible(picture.has_value());
+        const QPixmap picture = BundleImages::pixmap(MessageKind::picture(kind), *ui.icon);
+        ui.icon->setPixmap(picture);
+        ui.icon->setVisible(!picture.isNull());
         showColour();
         fitToText();
     }
@@ -66,23 +63,14 @@ public:
     void reject() override { m_owner.stopMessage(); }
 
     Ui::MessageInbox ui;
-    InertPeriod inertPeriod;
 
 protected:
-    void changeEvent(QEvent* event) override
-    {
-        QDialog::changeEvent(event);
-        if (event->type() == QEvent::PaletteChange) {
-            Logo::followAppearance(*ui.logo);
-        }
-    }
-
     bool eventFilter(QObject* watched, QEvent* event) override
     {
         if (watched == ui.message && event->type() == QEvent::PaletteChange) {
             showColour();
         }
-        return QDialog::eventFilter(watched, event);
+        return AgentWindow::eventFilter(watched, event);
     }
 
 private:
@@ -121,23 +109,15 @@ private:
     qint64 m_kind = 0;
 };
 
-MessageInbox::MessageInbox(QObject* parent)
-    : QObject(parent), m_window(std::make_unique<Window>(*this))
+MessageInbox::MessageInbox(LabelSource labels, QObject* parent)
+    : QObject(parent), m_labels(std::move(labels)), m_window(std::make_unique<Window>(*this))
 {
-    windowDidLoad();
-}
-
-MessageInbox::~MessageInbox()
-{
-    AppDelegate::messageInbox.removeOne(this);
-}
-
-void MessageInbox::windowDidLoad()
-{
-    if (const auto labels = getLanguageLabel()) {
-        translate(labels->info(AppDelegate::language));
+    if (const auto known = m_labels()) {
+        translate(*known);
     }
 }
+
+MessageInbox::~MessageInbox() = default;
 
 void MessageInbox::translate(const JsonData::Info& data)
 {
@@ -149,7 +129,7 @@ void MessageInbox::translate(const JsonData::Info& data)
 
 void MessageInbox::set(const QString& from, const QString& text, qint64 seconds, qint64 iconValue)
 {
-    Logo::refresh(*m_window->ui.logo, logoChanged);
+    m_window->refreshLogo(logoChanged);
     m_window->ui.TimeLabel->setText(
         arrivalTime(QDateTime::currentDateTime(), preferredLanguages().constFirst()));
     m_window->ui.Sender->setFullText(from);
@@ -164,24 +144,22 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &MessageInbox::changeMessage);
     timer->start(Intervals::current().clock);
-    if (const auto labels = getLanguageLabel()) {
-        showCountDown(labels->info(AppDelegate::language));
+    if (const auto labels = m_labels()) {
+        showCountDown(*labels);
     }
 }
 
-void MessageInbox::present()
+void MessageInbox::present(const QList<QPoint>& others)
 {
-    QList<QPoint> others;
-    for (const MessageInbox* const message : AppDelegate::messageInbox) {
-        if (message != this) {
-            others.append(message->m_window->pos());
-        }
-    }
     const QRect area = Placement::availableArea();
     const QPoint first = Placement::centre(area, m_window->size());
     m_window->move(Placement::cascade(area, m_window->size(), first, others));
-    m_window->inertPeriod.begin(InertPeriod::Inputs::Keyboard);
-    WindowActivation::present(m_window.get());
+    m_window->presentByService();
+}
+
+QPoint MessageInbox::position() const
+{
+    return m_window->pos();
 }
 
 void MessageInbox::showCountDown(const JsonData::Info& data)
@@ -198,24 +176,19 @@ void MessageInbox::changeMessage()
     }
     // Also when that has closed the message. The labels are read anew at each tick, so that a
     // language's change shows while the message is open.
-    if (const auto labels = getLanguageLabel()) {
-        showCountDown(labels->info(AppDelegate::language));
-        translate(labels->info(AppDelegate::language));
+    if (const auto labels = m_labels()) {
+        showCountDown(*labels);
+        translate(*labels);
     }
 }
 
 void MessageInbox::stopMessage()
 {
     m_window->hide();
-    const qsizetype index = AppDelegate::messageInbox.indexOf(this);
-    if (index >= 0) {
-        AppDelegate::messageInbox.removeAt(index);
-        printLog(u"deleted index=%1"_s.arg(index));
-    }
+    Q_EMIT closed();
     if (timer) {
-        timer->stop(); // goes with this object: it may be the one that calls
+        timer->stop();
     }
-    deleteLater();
 }
 
 void MessageInbox::QuitAction()

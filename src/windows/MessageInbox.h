@@ -1,31 +1,36 @@
 #pragma once
 
-#include <memory>
+#include "localisation/Translate.h"
 
+#include <QList>
 #include <QObject>
+#include <QPoint>
 #include <QPointer>
 #include <QString>
 
-#include "localisation/Translate.h"
+#include <memory>
 
 class QTimer;
 
 // The window of one message that was pushed to this machine: who sent it and when it came, its kind
 // and text, and the seconds until it closes by itself. Nothing is ever sent back.
 //
-// Each message has its own. Whoever makes one appends it to AppDelegate::messageInbox and fills it
-// once. When the message is closed it takes itself off that list and is deleted from the event
-// loop; one that stays open goes with its parent. Main thread.
+// Each message has its own. Whoever makes one fills it once, and deletes it when it is closed.
+// Main thread.
 class MessageInbox : public QObject {
+    Q_OBJECT
+
 public:
-    explicit MessageInbox(QObject* parent);
+    MessageInbox(LabelSource labels, QObject* parent);
     ~MessageInbox() override;
 
     // Fills the window. `timeout` is in seconds, below one the message stays until the person
     // closes it; the kind is one of MessageKind's numbers.
     void set(const QString& from, const QString& text, qint64 timeout, qint64 iconValue);
-    // Brings it up, deaf to the keyboard for its first moments, beside the other messages.
-    void present();
+    // Brings it up beside the other messages, which stand at these places. At first it ignores
+    // keys.
+    void present(const QList<QPoint>& others);
+    [[nodiscard]] QPoint position() const;
 
     // Puts one language's texts in place.
     void translate(const JsonData::Info& data);
@@ -40,11 +45,15 @@ public:
     qint64 timeout = 0; // seconds left
     bool logoChanged = false;
 
+Q_SIGNALS:
+    // By the person or by the count-down.
+    void closed();
+
 private:
     class Window;
 
-    void windowDidLoad();
     void showCountDown(const JsonData::Info& data);
 
+    const LabelSource m_labels;
     std::unique_ptr<Window> m_window;
 };

@@ -1,8 +1,8 @@
 #include "windows/MessageKind.h"
 
-#include <array>
-
 #include "window_kit/Contrast.h"
+
+#include <array>
 
 namespace {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
-
 #include <QColor>
 #include <QString>
+
+#include <optional>
 
 // How messages of different kinds look. The service numbers the kinds: 1 information, 2 question,
 // 3 caution, 4 stop; any other number is a message of no kind.

@@ -1,43 +1,27 @@
 #include "windows/SecurityAccess.h"
 
-#include <initializer_list>
-#include <utility>
+#include "platform/desktop/BundleImages.h"
+#include "platform/processes/SecretText.h"
+#include "ui_SecurityAccess.h"
+#include "window_kit/AgentWindow.h"
 
 #include <QDialog>
 #include <QLineEdit>
 #include <QSignalBlocker>
 #include <QWindow>
 
-#include "agent_core/AppDelegate.h"
-#include "platform/accounts/LocalAccounts.h"
-#include "platform/desktop/BundleImages.h"
-#include "platform/desktop/WindowActivation.h"
-#include "platform/processes/SecretText.h"
-#include "platform/threads/MainQueue.h"
-#include "platform/threads/Worker.h"
-#include "ui_SecurityAccess.h"
-#include "window_kit/Logo.h"
+#include <initializer_list>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
-struct SecurityAccess::Check {
-    QString username;
-    QString password;
-    std::function<void(bool)> checked;
-
-    ~Check() { SecretText::wipe(password); }
-};
-
-class SecurityAccess::Window : public QDialog {
+class SecurityAccess::Window : public AgentWindow<QDialog> {
 public:
     explicit Window(SecurityAccess& owner)
-        : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                               Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
-                               Qt::WindowStaysOnTopHint),
+        : AgentWindow(Qt::Dialog, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
           m_owner(owner)
     {
         ui.setupUi(this);
-        Logo::setWindowIcon(*this);
         showSign(u"lock-32"_s);
         connect(ui.applyButton, &QPushButton::clicked, this, [this] { m_owner.applyAction(); });
         connect(ui.cancelButton, &QPushButton::clicked, this, [this] { m_owner.cancelAction(); });
@@ -45,17 +29,16 @@ public:
 
     void showSign(const QString& picture)
     {
-        const auto icon = BundleImages::icon(picture);
-        ui.sign->setPixmap(icon ? icon->pixmap(ui.sign->size(), devicePixelRatioF()) : QPixmap());
+        ui.sign->setPixmap(BundleImages::pixmap(picture, *ui.sign));
     }
 
     void clearPassword()
     {
-        // The field's own characters, before it lets go of them.
+        // Overwrites the field's own characters, which setText() would only release.
         QString typed = ui.password->text();
         SecretText::wipe(typed);
-        // And what it remembers to undo, letter by letter: dropping that keeps the room, which new
-        // letters then overwrite.
+        // Overwrites the undo history, which holds each letter: setText() clears it but keeps its
+        // memory, which the next letters fill.
         constexpr qsizetype kFiller = 512;
         const QSignalBlocker blocker(ui.password);
         ui.password->setText(QString());
@@ -90,10 +73,7 @@ private:
     SecurityAccess& m_owner;
 };
 
-SecurityAccess::SecurityAccess(std::function<void()> enableSettings,
-                               std::function<void()> disableSettings)
-    : m_enableSettings(std::move(enableSettings)), m_disableSettings(std::move(disableSettings))
-{}
+SecurityAccess::SecurityAccess(LabelSource labels) : m_labels(std::move(labels)) {}
 
 SecurityAccess::~SecurityAccess() = default;
 
@@ -107,11 +87,11 @@ SecurityAccess::Window& SecurityAccess::window()
 
 void SecurityAccess::refresh()
 {
-    if (m_check) {
-        return; // it empties them itself
+    if (m_isChecking) {
+        return; // finishCheck() empties them
     }
-    if (const auto labels = getLanguageLabel()) {
-        translate(labels->info(AppDelegate::language));
+    if (const auto labels = m_labels()) {
+        translate(*labels);
     }
     window().clearFields();
     window().showSign(u"lock-32"_s);
@@ -136,73 +116,55 @@ void SecurityAccess::present(QWidget* settings)
         shown.adjustSize();
         const QRect behind = settings->frameGeometry();
         shown.move(behind.center() - shown.rect().center());
-        shown.winId(); // so that there is a window to set in front of the other
+        shown.winId(); // makes the native window, which is set in front of the other
         shown.windowHandle()->setTransientParent(settings->windowHandle());
         shown.ui.username->setFocus();
     }
-    WindowActivation::present(&shown);
+    shown.present();
 }
 
-void SecurityAccess::check(std::function<void(bool)> checked)
+void SecurityAccess::check()
 {
-    MainQueue::assertMainThread();
-    if (m_check) {
+    if (m_isChecking) {
         return;
     }
-    Ui::SecurityAccess& ui = window().ui;
-    m_check = std::make_shared<Check>();
-    m_check->username = ui.username->text();
-    m_check->password = SecretText::copy(ui.password->text());
-    m_check->checked = std::move(checked);
+    const Ui::SecurityAccess& ui = window().ui;
+    const QString username = ui.username->text();
+    QString password = SecretText::copy(ui.password->text());
+    m_isChecking = true;
     window().clearPassword();
     window().setBusy(true);
-    Worker::run([self = QPointer(this), check = m_check] {
-        const bool isRight = authenticateLocalAdminUser(check->username, check->password, false);
-        MainQueue::post([self, check, isRight] {
-            if (self && self->m_check == check && !AppDelegate::isTerminating()) {
-                self->finishCheck(isRight);
-            }
-        });
-    });
+    Q_EMIT credentialsEntered(username, password);
+    SecretText::wipe(password);
 }
 
 void SecurityAccess::finishCheck(bool isRight)
 {
-    const auto check = std::exchange(m_check, nullptr);
+    m_isChecking = false;
+    status = isRight;
     window().setBusy(false);
     window().clearFields();
-    status = isRight;
     if (isRight) {
-        AppDelegate::user = check->username;
-        SecretText::wipe(AppDelegate::pwd);
-        AppDelegate::pwd = SecretText::copy(check->password);
         window().hide();
     } else {
         window().showSign(u"caution"_s);
         window().ui.username->setFocus();
     }
-    check->checked(isRight);
 }
 
 void SecurityAccess::applyAction()
 {
-    check([this](bool isRight) { isRight ? m_enableSettings() : m_disableSettings(); });
+    check();
 }
 
 void SecurityAccess::cancelAction()
 {
-    m_check = nullptr;
+    m_isChecking = false;
+    Q_EMIT cancelled();
     if (m_window) {
         m_window->setBusy(false);
         m_window->clearFields();
         m_window->hide();
         m_window->ui.username->setFocus();
     }
-}
-
-bool SecurityAccess::authenticateLocalAdminUser(const QString& username, const QString& password,
-                                                bool checkAdmin)
-{
-    return LocalAccounts::isPasswordRight(username, password) &&
-           (!checkAdmin || LocalAccounts::isAdministrator(username));
 }

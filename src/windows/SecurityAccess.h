@@ -1,12 +1,11 @@
 #pragma once
 
-#include <functional>
-#include <memory>
+#include "localisation/Translate.h"
 
 #include <QObject>
 #include <QString>
 
-#include "localisation/Translate.h"
+#include <memory>
 
 class QWidget;
 
@@ -14,13 +13,14 @@ class QWidget;
 // can be changed. Whose they are is not asked: an account that is no administrator's passes here,
 // and then the system itself refuses the change.
 //
-// The controller lives as long as the agent; its window is made when it is first to be seen. The
-// check takes seconds and runs away from the main thread; what comes of it counts only if the
-// person has not cancelled meanwhile. Main thread, where nothing else is said.
+// The controller lives as long as the agent; its window is made when it is first to be seen. What
+// was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction() the
+// window is disabled. Main thread.
 class SecurityAccess : public QObject {
+    Q_OBJECT
+
 public:
-    // The two outcomes of a check.
-    SecurityAccess(std::function<void()> enableSettings, std::function<void()> disableSettings);
+    explicit SecurityAccess(LabelSource labels);
     ~SecurityAccess() override;
 
     // Reads the texts anew and empties both fields.
@@ -28,31 +28,29 @@ public:
     // Brings the window up, in front of the one that it is for.
     void present(QWidget* settings);
 
-    // Checks what was typed; on success it is kept as the agent's `user` and `pwd` and the window
-    // goes. In every case the fields are emptied (the password at once), and `checked` is told.
-    void check(std::function<void(bool)> checked);
+    // Emits what was typed, and empties the password's field at once.
+    void check();
+    // The result: the window goes, or shows that the credentials are wrong. Empties both fields.
+    void finishCheck(bool isRight);
 
+    // The buttons.
     void applyAction();
     void cancelAction();
 
-    // Whether this is a local account and its password, and, only if told so, an administrator's.
-    // Takes seconds; any thread.
-    [[nodiscard]] static bool authenticateLocalAdminUser(const QString& username,
-                                                         const QString& password, bool checkAdmin);
-
     bool status = false; // the last check succeeded
+
+Q_SIGNALS:
+    // The password's characters are overwritten when the signal has been handled.
+    void credentialsEntered(const QString& username, const QString& password);
+    void cancelled();
 
 private:
     class Window;
 
     Window& window();
     void translate(const JsonData::Info& data);
-    void finishCheck(bool isRight);
 
-    const std::function<void()> m_enableSettings;
-    const std::function<void()> m_disableSettings;
+    const LabelSource m_labels;
     std::unique_ptr<Window> m_window;
-    // The check whose result is waited for.
-    struct Check;
-    std::shared_ptr<Check> m_check;
+    bool m_isChecking = false;
 };

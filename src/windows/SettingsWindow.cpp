@@ -1,30 +1,24 @@
 #include "windows/SettingsWindow.h"
 
-#include <algorithm>
-#include <initializer_list>
+#include "platform/desktop/BundleImages.h"
+#include "ui_SettingsWindow.h"
+#include "windows/PlatformNames.h"
 
 #include <QLabel>
 #include <QLayout>
 #include <QMessageBox>
 
-#include "agent_core/SettingsRules.h"
-#include "platform/desktop/BundleImages.h"
-#include "platform/desktop/WindowActivation.h"
-#include "ui_SettingsWindow.h"
-#include "window_kit/InertPeriod.h"
-#include "window_kit/Logo.h"
+#include <algorithm>
+#include <initializer_list>
 
 using namespace Qt::StringLiterals;
 
 SettingsWindow::SettingsWindow(SettingsTexts texts)
-    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
-                           Qt::WindowStaysOnTopHint),
-      m_ui(new Ui::SettingsWindow), m_texts(std::move(texts)), m_inertPeriod(new InertPeriod(this))
+    : AgentWindow(Qt::Dialog, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+      m_ui(new Ui::SettingsWindow), m_texts(std::move(texts))
 {
     m_ui->setupUi(this);
-    Logo::setWindowIcon(*this);
-    m_ui->platformSelect->addItems(SettingsRules::platformNames());
+    m_ui->platformSelect->addItems(PlatformNames::all());
 
     // Room for a whole account identifier; and for the session code's row, so that nothing moves
     // when the mode hides it.
@@ -60,21 +54,10 @@ void SettingsWindow::translate()
     m_ui->platformSelect->setAccessibleName(m_texts.region);
 }
 
-void SettingsWindow::ignoreHeldKey()
-{
-    m_inertPeriod->ignoreHeldKey();
-}
-
-void SettingsWindow::presentByService()
-{
-    m_inertPeriod->begin(InertPeriod::Inputs::Keyboard);
-    WindowActivation::present(this);
-}
-
 BackendSettings SettingsWindow::entries() const
 {
     return {m_ui->managed->isChecked(), m_ui->sessionCodeText->text(), m_ui->accountIdText->text(),
-            SettingsRules::platformValue(m_ui->platformSelect->currentText())};
+            PlatformNames::value(m_ui->platformSelect->currentText())};
 }
 
 void SettingsWindow::showSettings(const BackendSettings& settings)
@@ -82,7 +65,7 @@ void SettingsWindow::showSettings(const BackendSettings& settings)
     m_ui->managed->setChecked(settings.managed);
     m_ui->sessionCodeText->setText(settings.sessionCode);
     m_ui->accountIdText->setText(settings.accountId);
-    m_ui->platformSelect->setCurrentIndex(SettingsRules::platformIndex(settings.platform));
+    m_ui->platformSelect->setCurrentIndex(PlatformNames::index(settings.platform));
 }
 
 void SettingsWindow::showNoSettings()

@@ -1,53 +1,48 @@
 #pragma once
 
-#include <memory>
+#include "records/BackendSettings.h"
+#include "records/SettingsTexts.h"
+#include "window_kit/AgentWindow.h"
 
 #include <QDialog>
 #include <QString>
 
-#include "records/BackendSettings.h"
-#include "records/SettingsTexts.h"
-
-class InertPeriod;
+#include <memory>
 
 namespace Ui {
 class SettingsWindow;
 }
 
-// The window in which an administrator binds the machine to an account. It shows entries and says
-// what is pressed; what follows from that is the delegate's. Main thread.
+// The window in which an administrator binds the machine to an account. It shows entries and
+// emits what is pressed; AppDelegate acts. Main thread.
 //
 // Return applies and Escape cancels; so does the title bar's close.
-class SettingsWindow : public QDialog {
+class SettingsWindow : public AgentWindow<QDialog> {
     Q_OBJECT
 
 public:
     explicit SettingsWindow(SettingsTexts texts);
     ~SettingsWindow() override;
 
-    void presentByService();
-    // Keeps the window deaf to a key that is held down already.
-    void ignoreHeldKey();
-
     [[nodiscard]] BackendSettings entries() const;
     void showSettings(const BackendSettings& settings);
-    // For a machine that has none: what was typed as a session code, and the mode, stay.
+    // For a machine without settings. Leaves the session code and the mode as they are.
     void showNoSettings();
 
     [[nodiscard]] bool isLocked() const { return m_isLocked; }
-    // What is locked, is locked as a whole: the mode and the region too.
+    // Locks or unlocks all entries, the mode and the region too.
     void setLocked(bool isLocked);
-    // Takes from the window what the other mode asks for, and gives it what this one does.
+    // Enables and shows the fields of the chosen mode only.
     void followMode();
-    // What this installation lets anybody see.
+    // Hides what the installation's options leave out.
     void showDisplayOptions(bool showsMode, bool showsRegion);
     // Whether the settings can be unlocked at all.
     void showLock(bool isShown);
 
-    // While the settings are being written: the window stays, but takes nothing.
+    // While the settings are being written the window stays, disabled.
     void setBusy(bool isBusy);
 
-    // Tells what is wrong with an entry, in an alert that must be closed first.
+    // Says in a modal alert what is wrong with an entry.
     void complain(const QString& title, const QString& message);
 
     void reject() override;
@@ -64,6 +59,5 @@ private:
 
     std::unique_ptr<Ui::SettingsWindow> m_ui;
     const SettingsTexts m_texts;
-    InertPeriod* const m_inertPeriod;
     bool m_isLocked = true;
 };

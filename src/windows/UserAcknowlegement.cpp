@@ -1,31 +1,24 @@
 #include "windows/UserAcknowlegement.h"
 
-#include <functional>
+#include "platform/desktop/BundleImages.h"
+#include "ui_UserAcknowlegement.h"
+#include "window_kit/AgentWindow.h"
+#include "window_kit/Placement.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QKeyEvent>
 #include <QMouseEvent>
 
-#include "agent_core/AppDelegate.h"
-#include "platform/desktop/BundleImages.h"
-#include "platform/desktop/WindowActivation.h"
-#include "service_link/Protocol.h"
-#include "ui_UserAcknowlegement.h"
-#include "window_kit/InertPeriod.h"
-#include "window_kit/Logo.h"
-#include "window_kit/Placement.h"
+#include <functional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// No button to close it, where the window manager can leave it out: it would do nothing.
-constexpr Qt::WindowFlags kFlags =
-    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowStaysOnTopHint;
-
-// Lets go of a button that is being pressed, without a click.
-void letGo(QAbstractButton& button)
+// Releases a button that is being pressed, without a click.
+void releaseWithoutClick(QAbstractButton& button)
 {
     button.setDown(false);
     const QPointF outside(-1, -1);
@@ -36,31 +29,34 @@ void letGo(QAbstractButton& button)
 
 } // namespace
 
-class UserAcknowledgement::Window : public QDialog {
+// Has no button to close it, where the window manager can leave it out: it would do nothing.
+class UserAcknowledgement::Window : public AgentWindow<QDialog> {
 public:
-    explicit Window(UserAcknowledgement& owner) : QDialog(nullptr, kFlags), inertPeriod(this)
+    explicit Window(UserAcknowledgement& owner) : AgentWindow(Qt::Dialog, {})
     {
         ui.setupUi(this);
-        Logo::setWindowIcon(*this);
-        if (const auto picture = BundleImages::icon(u"acknowledge"_s)) {
-            ui.picture->setPixmap(picture->pixmap(ui.picture->size(), devicePixelRatioF()));
-        }
+        ui.picture->setPixmap(BundleImages::pixmap(u"acknowledge"_s, *ui.picture));
         ui.declineButton->setIcon(BundleImages::icon(u"stop"_s).value_or(QIcon()));
         ui.acceptButton->setIcon(BundleImages::icon(u"status-available"_s).value_or(QIcon()));
         answerBy(*ui.declineButton, [&owner] { owner.declineAction(); });
         answerBy(*ui.acceptButton, [&owner] { owner.acceptAction(); });
     }
 
-    // What is asked may have changed under the person's hands: whatever they were about to press
-    // was meant for something else.
-    void startAnew()
+    // Begins a question. A press that began before it counts for nothing: it was meant for another
+    // question.
+    void beginQuestion()
     {
         ++m_question;
         inertPeriod.begin(InertPeriod::Inputs::KeyboardAndMouse);
         for (QPushButton* const button : {ui.declineButton, ui.acceptButton}) {
-            letGo(*button);
+            releaseWithoutClick(*button);
         }
         ui.user_ack_desc->setFocus(Qt::OtherFocusReason);
+    }
+
+    // For the texts that it shows now.
+    void place()
+    {
         if (!isVisible() || !Placement::isOnOneScreen(*this)) {
             adjustSize();
             move(Placement::centre(Placement::availableArea(), size()));
@@ -71,17 +67,16 @@ public:
     void reject() override {}
 
     Ui::UserAcknowlegement ui;
-    InertPeriod inertPeriod;
 
 protected:
     void keyPressEvent(QKeyEvent* event) override
     {
         if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
-            QDialog::keyPressEvent(event);
+            AgentWindow::keyPressEvent(event);
             return;
         }
-        // There is no default button; one that the person has gone to (by the Tab key, not by a
-        // click that was not heard) may be pressed by Return.
+        // There is no default button; Return presses the one that the person has gone to with the
+        // Tab key.
         auto* const button = qobject_cast<QPushButton*>(focusWidget());
         if (button != nullptr && !event->isAutoRepeat()) {
             button->click();
@@ -104,20 +99,24 @@ private:
     quint64 m_pressedFor = 0;
 };
 
-UserAcknowledgement::UserAcknowledgement() = default;
+UserAcknowledgement::UserAcknowledgement(LabelSource labels) : m_labels(std::move(labels)) {}
 
 UserAcknowledgement::~UserAcknowledgement() = default;
 
-bool UserAcknowledgement::isVisible() const
+void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
+                              const QString& controlName)
 {
-    return m_window && m_window->isVisible();
-}
-
-void UserAcknowledgement::present()
-{
-    Window& shown = window();
-    shown.startAnew();
-    WindowActivation::present(&shown);
+    window().beginQuestion();
+    session = askingSession;
+    serverName = server;
+    controlUserName = controlName;
+    // Also without labels: the names of another request must not stay.
+    m_window->ui.user_ack_desc->setNames(serverName, controlUserName);
+    if (const auto labels = m_labels()) {
+        translate(*labels);
+    }
+    m_window->place();
+    m_window->present();
 }
 
 void UserAcknowledgement::stayInFront()
@@ -138,17 +137,10 @@ UserAcknowledgement::Window& UserAcknowledgement::window()
 {
     if (!m_window) {
         m_window = std::make_unique<Window>(*this);
-        windowDidLoad();
+        AcknowledgementText& question = *m_window->ui.user_ack_desc;
+        question.setDescription(question.text()); // until there are labels
     }
     return *m_window;
-}
-
-void UserAcknowledgement::windowDidLoad()
-{
-    m_window->ui.user_ack_desc->setDescription(m_window->ui.user_ack_desc->text());
-    if (const auto labels = getLanguageLabel()) {
-        translate(labels->info(AppDelegate::language));
-    }
 }
 
 void UserAcknowledgement::translate(const JsonData::Info& data)
@@ -158,27 +150,22 @@ void UserAcknowledgement::translate(const JsonData::Info& data)
     shown.ui.declineButton->setText(data.Common.reject);
     shown.ui.acceptButton->setText(data.Common.accept);
     shown.ui.user_ack_desc->setDescription(data.UserAck.user_ack_desc);
-    showNames();
-}
-
-void UserAcknowledgement::showNames()
-{
-    window().ui.user_ack_desc->setNames(serverName, controlUserName);
+    shown.ui.user_ack_desc->setNames(serverName, controlUserName);
 }
 
 void UserAcknowledgement::acceptAction()
 {
-    answer(Protocol::acceptConnection(session));
+    answer(true);
 }
 
 void UserAcknowledgement::declineAction()
 {
-    answer(Protocol::declineConnection(session));
+    answer(false);
 }
 
-void UserAcknowledgement::answer(const QString& command)
+void UserAcknowledgement::answer(bool isAccepted)
 {
-    AppDelegate::send(command);
+    Q_EMIT answered(session, isAccepted);
     hide();
     session = 0;
     serverName.clear();

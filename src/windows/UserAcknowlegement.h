@@ -1,37 +1,34 @@
 #pragma once
 
-#include <memory>
+#include "localisation/Translate.h"
 
 #include <QObject>
 #include <QString>
 
-#include "localisation/Translate.h"
+#include <memory>
 
 // The dialog that asks the person whether a remote operator may take control. The file's name is
-// misspelt for good: it is part of the interface.
+// misspelt on purpose: it is part of the interface.
 //
 // There is one for the agent's whole life. It has no time-out and no default answer: only its two
 // buttons answer, and neither Escape nor the title bar makes it go. A request that comes while
 // another is shown takes its place; the answer is to the latest. Main thread.
 class UserAcknowledgement : public QObject {
+    Q_OBJECT
+
 public:
-    UserAcknowledgement();
+    explicit UserAcknowledgement(LabelSource labels);
     ~UserAcknowledgement() override;
 
-    [[nodiscard]] bool isVisible() const;
-    // Brings the dialog up, deaf for its first moments. Whoever does so then gives it the request's
-    // session and names, and has it translated: the question on the screen is the last one until
-    // then.
-    void present();
-    // Puts a dialog that is being shown above a window that has come up since; the keyboard stays
-    // where it is.
+    // Brings the dialog up with a request. At first it ignores keys and the mouse.
+    void ask(qint64 session, const QString& server, const QString& controlName);
+    // Raises a dialog that is being shown above a window that has come up since. The keyboard focus
+    // stays where it is.
     void stayInFront();
     void hide();
 
     // Puts one language's texts in place, and the names into the question.
     void translate(const JsonData::Info& data);
-    // Puts the names alone into the question.
-    void showNames();
 
     // The buttons.
     void acceptAction();
@@ -41,12 +38,15 @@ public:
     QString serverName;
     QString controlUserName; // stays after an answer
 
+Q_SIGNALS:
+    void answered(qint64 session, bool isAccepted);
+
 private:
     class Window;
 
     Window& window();
-    void windowDidLoad();
-    void answer(const QString& command);
+    void answer(bool isAccepted);
 
+    const LabelSource m_labels;
     std::unique_ptr<Window> m_window;
 };

@@ -1,31 +1,23 @@
 #pragma once
 
+#include "AgentFixture.h"
+
 #include <QApplication>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 
-#include "AgentFixture.h"
-
 // The settings window and the credential window of the agent under test, as a person uses them.
 namespace SettingsDriver {
 
-inline QWidget* topLevel(const char* name)
-{
-    QWidgetList found = QApplication::topLevelWidgets();
-    found.removeIf(
-        [=](QWidget* widget) { return widget->objectName() != QLatin1StringView(name); });
-    return found.value(0);
-}
-
 inline QWidget* window()
 {
-    return topLevel("window");
+    return AgentFixture::topLevel("window");
 }
 
 inline QWidget* question()
 {
-    return topLevel("windowInfo");
+    return AgentFixture::topLevel("windowInfo");
 }
 
 template <typename Widget>

@@ -1,3 +1,10 @@
+#include "SettingsDriver.h"
+#include "agent_core/AdministratorCheck.h"
+#include "agent_core/SettingsCommands.h"
+#include "agent_core/SettingsFile.h"
+#include "records/Intervals.h"
+#include "windows/SecurityAccess.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -5,12 +12,6 @@
 #include <QTimer>
 
 #include <sys/stat.h>
-
-#include "SettingsDriver.h"
-#include "agent_core/SettingsFile.h"
-#include "agent_core/SettingsRules.h"
-#include "records/Intervals.h"
-#include "windows/SecurityAccess.h"
 
 using namespace Qt::StringLiterals;
 
@@ -75,7 +76,7 @@ private:
         typeCredentials(credentials.user, credentials.password);
         click(question(), "applyButton");
         QTRY_VERIFY_WITH_TIMEOUT(code()->isEnabled(), kPatience);
-        QVERIFY(!question()->isVisible() && AppDelegate::access->status);
+        QVERIFY(!question()->isVisible() && AppDelegate::state().access->status);
     }
 
     void apply(const QString& sessionCode)
@@ -141,7 +142,7 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(QString, password);
         QFETCH(bool, isRight);
-        const auto check = &SecurityAccess::authenticateLocalAdminUser;
+        const auto check = &authenticateLocalAdminUser;
         QCOMPARE(check(name, password, false), isRight);
         if (isRight) { // whether it is an administrator counts only if asked for
             QCOMPARE(check(name, password, true), name == person("ADMINISTRATOR").user);
@@ -159,8 +160,10 @@ private Q_SLOTS:
         QVERIFY(!button(question(), "applyButton")->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(button(question(), "applyButton")->isEnabled(), kPatience);
         QVERIFY(pulse.isSteady());
-        QVERIFY(!AppDelegate::access->status && question()->isVisible() && !code()->isEnabled());
-        QVERIFY(AppDelegate::pwd.isEmpty() && !m_agent->sent().contains("#####request=restart"));
+        QVERIFY(!AppDelegate::state().access->status && question()->isVisible() &&
+                !code()->isEnabled());
+        QVERIFY(AppDelegate::state().pwd.isEmpty() &&
+                !m_agent->sent().contains("#####request=restart"));
         QCOMPARE(stored(), QByteArray("of old"));
     }
 
@@ -188,7 +191,7 @@ private Q_SLOTS:
         QCOMPARE(::stat(QFile::encodeName(backendSettingsPath()), &status), 0);
         QCOMPARE(status.st_uid, uid_t(0));
         QCOMPARE(status.st_mode & 07777, mode_t(0644));
-        QByteArray text = SettingsRules::propertyList({false, u"000123"_s, {}, {}}).toUtf8();
+        QByteArray text = SettingsCommands::propertyList({false, u"000123"_s, {}, {}}).toUtf8();
         QCOMPARE(stored(), text.replace('"', "") + '\n');
         QCOMPARE(
             QDir(m_directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
@@ -205,8 +208,14 @@ private Q_SLOTS:
         click(question(), "applyButton");
         QTest::keyClick(question(), Qt::Key_Escape);
         QVERIFY(!question()->isVisible());
-        QTest::qWait(700); // a right password takes a tenth of that
-        QVERIFY(!code()->isEnabled() && AppDelegate::user.isEmpty() && AppDelegate::pwd.isEmpty());
+        // A wrong password takes twenty times as long: the first result is there before this one.
+        click(window(), "lockButton");
+        typeCredentials(person("ADMINISTRATOR").user, u"wrong"_s);
+        click(question(), "applyButton");
+        QTRY_VERIFY_WITH_TIMEOUT(button(question(), "applyButton")->isEnabled(), kPatience);
+        QVERIFY(!code()->isEnabled() && AppDelegate::state().user.isEmpty() &&
+                AppDelegate::state().pwd.isEmpty());
+        QTest::keyClick(question(), Qt::Key_Escape);
         unlock(person("ADMINISTRATOR")); // and the next one counts
     }
 

@@ -1,13 +1,13 @@
-#include <functional>
+#include "SettingsDriver.h"
+#include "agent_core/SettingsFile.h"
+#include "windows/SecurityAccess.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QMessageBox>
 
-#include "SettingsDriver.h"
-#include "agent_core/SettingsFile.h"
-#include "windows/SecurityAccess.h"
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -66,7 +66,7 @@ private Q_SLOTS:
             QVERIFY2(!widget->isEnabled(), qPrintable(widget->objectName()));
         }
         QCOMPARE(button(window(), "lockButton")->accessibleName(), u"Unlock"_s);
-        QVERIFY(AppDelegate::isManaged && managed()->isChecked());
+        QVERIFY(AppDelegate::state().isManaged && managed()->isChecked());
         QCOMPARE(account()->text(), kId);
         QCOMPARE(find<QComboBox>(window(), "platformSelect")->currentText(), u"testing"_s);
         m_agent->delegate->applyAction(); // nothing may come this way
@@ -100,8 +100,8 @@ private Q_SLOTS:
         QFETCH(bool, isConfigured);
         QFETCH(bool, mayChange);
         QVERIFY(!isConfigured || storeSettings());
-        AppDelegate::displayChange = mayChange;
-        AppDelegate::displayAgentType = isConfigured;
+        AppDelegate::options.displayChange = mayChange;
+        AppDelegate::options.displayAgentType = isConfigured;
         QVERIFY(open(*m_agent));
         QTEST(button(window(), "lockButton")->isVisible(), "showsLock");
         QCOMPARE(managed()->isVisible(), isConfigured);
@@ -136,8 +136,9 @@ private Q_SLOTS:
         m_agent->forget();
         click(window(), "applyButton");
         QVERIFY(!window()->isVisible() && !code()->isEnabled());
-        QTest::qWait(100);
-        QVERIFY(m_agent->sent().isEmpty() && QFileInfo::exists(logo));
+        AppDelegate::send(u"#####end"_s); // anything sent before would stand before this
+        QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####end"});
+        QVERIFY(QFileInfo::exists(logo));
         QVERIFY(open(*m_agent)); // there is nothing to wait for
     }
 
@@ -167,8 +168,9 @@ private Q_SLOTS:
         QTest::keyClick(password, Qt::Key_Return);
         QVERIFY(password->text().isEmpty() && !button(question(), "applyButton")->isEnabled());
         QTRY_VERIFY(button(question(), "applyButton")->isEnabled());
-        QVERIFY(!AppDelegate::access->status && question()->isVisible() && !code()->isEnabled());
-        QVERIFY(AppDelegate::user.isEmpty() && AppDelegate::pwd.isEmpty());
+        QVERIFY(!AppDelegate::state().access->status && question()->isVisible() &&
+                !code()->isEnabled());
+        QVERIFY(AppDelegate::state().user.isEmpty() && AppDelegate::state().pwd.isEmpty());
         typeCredentials({}, u"secret"_s);
         QTest::keyClick(password, Qt::Key_Escape);
         QVERIFY(!question()->isVisible() && password->text().isEmpty() && window()->isVisible());
@@ -185,7 +187,7 @@ private Q_SLOTS:
 
     void opensByItselfOnlyUnconfiguredAndDeaf()
     {
-        AppDelegate::displayAgentType = false;
+        AppDelegate::options.displayAgentType = false;
         m_agent->delegate->waitingSettings();
         QVERIFY(QTest::qWaitForWindowActive(window()));
         QVERIFY(!managed()->isVisible() && !code()->isEnabled());

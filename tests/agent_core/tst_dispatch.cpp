@@ -1,10 +1,12 @@
-#include <QMenu>
-#include <QTest>
-
 #include "AgentFixture.h"
-#include "agent_core/StatusBarRules.h"
 #include "platform/accounts/Account.h"
 #include "records/Intervals.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QTest>
+#include <QTextEdit>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -28,23 +30,22 @@ QByteArray session(int number, const QByteArray& name)
            R"(,"remoteDevice":"desk","remoteControlUser":")" + name + "\"}";
 }
 
-// Both lists, number for number, and what else the service's messages move.
+// What the service's messages move.
 QString state()
 {
-    QStringList own;
-    QStringList shown;
-    for (const SessionInfo& info : AppDelegate::sessions) {
-        own.append(QString::number(info.session) + info.remoteControlUser);
-    }
-    for (const ConnectionInformation& info : AppDelegate::connectionStatus->sessions) {
-        shown.append(QString::number(info.session) + info.controlName);
-    }
-    const auto valid = AppDelegate::connectionStatus->accountIsValid;
-    return u"%1 '%2' account %3 [%4] [%5]"_s.arg(
-        AppDelegate::gatewayConnectionStatus ? u"linked"_s : u"not linked"_s,
-        AppDelegate::connectionStatus->gateway_name,
-        valid ? (*valid ? u"valid"_s : u"invalid"_s) : u"unknown"_s, own.join(u' '),
-        shown.join(u' '));
+    const ConnectionStatus& window = *AppDelegate::state().connectionStatus;
+    const auto valid = window.accountIsValid;
+    return u"%1 '%2' account %3 %4"_s.arg(
+        AppDelegate::state().gatewayConnectionStatus ? u"linked"_s : u"not linked"_s,
+        window.gateway_name, valid ? (*valid ? u"valid"_s : u"invalid"_s) : u"unknown"_s,
+        AgentFixture::sessionLists());
+}
+
+QWidgetList visibleWindows()
+{
+    QWidgetList windows = QApplication::topLevelWidgets();
+    windows.removeIf([](const QWidget* window) { return !window->isVisible(); });
+    return windows;
 }
 
 } // namespace
@@ -54,6 +55,13 @@ class TestDispatch : public QObject {
     Q_OBJECT
 
 private:
+    static void waitForATimerOf(std::chrono::milliseconds interval)
+    {
+        bool isOver = false;
+        QTimer::singleShot(interval * 2, qApp, [&isOver] { isOver = true; });
+        QTRY_VERIFY(isOver);
+    }
+
     std::unique_ptr<AgentFixture> m_agent;
 
 private Q_SLOTS:
@@ -72,48 +80,21 @@ private Q_SLOTS:
                                 << QString::fromUtf8(recognised);
         };
         const QByteArray up = "connected_gateway=gw";
-        row("linked", {up}, "linked 'gw' account unknown [] []", "connected_gateway=");
-        row("gateway down", {up, "disconnected_gateway"}, "not linked '' account unknown [] []",
+        row("gateway down", {up, "disconnected_gateway"}, "not linked '' account unknown [][]",
             "disconnected_gateway");
-        row("account invalid", {up, "account_invalid"}, "not linked 'gw' account invalid [] []",
+        row("account invalid", {up, "account_invalid"}, "not linked 'gw' account invalid [][]",
             "account_invalid");
         row("the same session again", {connected(7, "A"), connected(8, "B"), connected(7, "C")},
-            "not linked '' account unknown [7A 8B] [7A 8B]", "connected_session=");
-        row("session ended", {connected(7, "A"), connected(8, "B"), "disconnected_session=7"},
-            "not linked '' account unknown [8B] [8B]", "disconnected_session=");
-        row("unknown session ended", {connected(7, "A"), "disconnected_session=9"},
-            "not linked '' account unknown [7A] [7A]", "disconnected_session=");
-        row("session ended without a number", {connected(7, "A"), "disconnected_session=7 "},
-            "not linked '' account unknown [7A] [7A]", "disconnected_session=");
-        row("all sessions ended", {connected(7, "A"), connected(8, "B"), "disconnect_all_sessions"},
-            "not linked '' account unknown [] []", "disconnect_all_sessions");
-        row("status",
-            {connected(1, "Z"), status("true", "gw", session(7, "A") + ',' + session(8, "B"))},
-            "linked 'gw' account valid [7A 8B] [7A 8B]", "status=");
+            "not linked '' account unknown [7A8B][7A8B]", "connected_session=");
+        row("status, a number twice",
+            {connected(1, "Z"), status("true", "gw", session(7, "A") + ',' + session(7, "B"))},
+            "linked 'gw' account valid [7A][7A]", "status=");
         row("status without a gateway", {up, status("true", "", "")},
-            "linked 'gw' account valid [] []", "status=");
+            "linked 'gw' account valid [][]", "status=");
         row("status of an invalid account", {up, connected(7, "A"), status("false", "x", "")},
-            "not linked 'gw' account invalid [7A] [7A]", "status=");
-        row("status that does not decode",
-            {up, connected(7, "A"), "status={\"accountIsValid\":true}"},
-            "linked 'gw' account unknown [7A] [7A]", "status=");
-        row("half a payload", {connected(7, "A").chopped(1)}, "not linked '' account unknown [] []",
-            "connected_session=");
+            "not linked 'gw' account invalid [7A][7A]", "status=");
         row("two commands in one read", {"connected_gateway=a" + up},
-            "linked 'aconnected_gateway=gw' account unknown [] []", "connected_gateway=");
-        for (const char* const unknown :
-             {"x", "Status={}", "#####status={}", "account_invalid ",
-              "close_acknowledgement=", "status", "connected_gateway", " ", "\xff\xfe"}) {
-            row(unknown, {unknown}, "not linked '' account unknown [] []", "Unknown");
-        }
-        for (const char* const idle :
-             {"user_acknowledgement=1;srv", "user_acknowledgement=x;srv;bob", "request_chat=5,",
-              "request_chat=5,x", "close_chat=99999999999", "receive_chat={}",
-              "receive_message={\"from\":1}", "chat_joined_member=", "chat_left_member=[]"}) {
-            const QByteArray text(idle);
-            row(idle, {text}, "not linked '' account unknown [] []",
-                text.left(text.indexOf('=') + 1).constData());
-        }
+            "linked 'aconnected_gateway=gw' account unknown [][]", "connected_gateway=");
     }
 
     void messages()
@@ -129,6 +110,45 @@ private Q_SLOTS:
         // The next message still works.
         QVERIFY(m_agent->send("connected_gateway=next"));
         QVERIFY(state().startsWith("linked 'next'"_L1));
+    }
+
+    void idleMessages_data()
+    {
+        QTest::addColumn<QByteArray>("message");
+        QTest::addColumn<QString>("recognised");
+        for (const char* const unknown :
+             {"x", "Status={}", "#####status={}", "account_invalid ",
+              "close_acknowledgement=", "status", "connected_gateway", " ", "\xff\xfe"}) {
+            QTest::newRow(unknown) << QByteArray(unknown) << u"Unknown"_s;
+        }
+        for (const char* const bad :
+             {"user_acknowledgement=1;srv", "user_acknowledgement=x;srv;bob", "request_chat=5,",
+              "request_chat=5,x", "close_chat=99999999999", "receive_chat={}",
+              "receive_message={\"from\":1}", "chat_joined_member=", "chat_left_member=[]",
+              "disconnected_session=7 ", "connected_session={\"session\":7",
+              "status={\"accountIsValid\":true}"}) {
+            const QString text = QString::fromLatin1(bad);
+            QTest::newRow(bad) << QByteArray(bad) << text.left(text.indexOf(u'=') + 1);
+        }
+    }
+
+    // Nothing changes, nothing comes up, nothing is sent.
+    void idleMessages()
+    {
+        QFETCH(QByteArray, message);
+        QVERIFY(m_agent->start());
+        QVERIFY(m_agent->send("request_chat=5,7"));
+        const QString before = state();
+        const QWidgetList windows = visibleWindows();
+        const auto* const transcript = windows.constFirst()->findChild<QTextEdit*>();
+        const QString said = transcript->toPlainText();
+        QVERIFY(m_agent->send(message));
+        QCOMPARE(state(), before);
+        QCOMPARE(visibleWindows(), windows);
+        QCOMPARE(transcript->toPlainText(), said);
+        QVERIFY(AppDelegate::state().messageInbox.isEmpty());
+        QVERIFY(m_agent->sent().isEmpty());
+        QTEST(m_agent->log().last().mid(8), "recognised");
     }
 
     void logLinesStandInTheOrderOfTheSteps()
@@ -192,14 +212,15 @@ private Q_SLOTS:
         Intervals::current().showConnection = std::chrono::milliseconds(50);
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(message));
-        QVERIFY(!AppDelegate::connectionStatus->isVisible());
+        QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
         if (comes) {
-            QTRY_VERIFY(AppDelegate::connectionStatus->isVisible());
+            QTRY_VERIFY(AppDelegate::state().connectionStatus->isVisible());
             // Asked again for a window that is there anyway.
             QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####request=connections_status"});
         } else {
-            QTest::qWait(200);
-            QVERIFY(!AppDelegate::connectionStatus->isVisible());
+            // Its time has passed when another timer of the same length, begun later, has.
+            waitForATimerOf(Intervals::current().showConnection);
+            QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
         }
     }
 
@@ -234,9 +255,9 @@ private Q_SLOTS:
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(connected(7, "A")));
         QVERIFY(m_agent->send(end));
-        QTEST(AppDelegate::connectionStatus->isVisible(), "visible");
-        QTest::qWait(600);
-        QTEST(AppDelegate::connectionStatus->isVisible(), "staying");
+        QTEST(AppDelegate::state().connectionStatus->isVisible(), "visible");
+        waitForATimerOf(Intervals::current().hideConnection);
+        QTEST(AppDelegate::state().connectionStatus->isVisible(), "staying");
     }
 
     void nothingComesUpAtTheLoginWindow()
@@ -244,14 +265,14 @@ private Q_SLOTS:
         Intervals::current().showConnection = std::chrono::milliseconds(50);
         Intervals::current().untilStatusRequest = std::chrono::milliseconds(50);
         QVERIFY(m_agent->start());
-        AppDelegate::username = u"loginwindow"_s;
+        AppDelegate::options.username = u"loginwindow"_s;
         QVERIFY(m_agent->send(connected(7, "A")));
         QVERIFY(m_agent->send(status("true", "gw", session(7, "A"))));
-        QTest::qWait(200);
-        QVERIFY(!AppDelegate::connectionStatus->isVisible());
+        waitForATimerOf(Intervals::current().showConnection);
+        QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
         // A session's end shows it even there.
         QVERIFY(m_agent->send("disconnected_session=9"));
-        QVERIFY(AppDelegate::connectionStatus->isVisible());
+        QVERIFY(AppDelegate::state().connectionStatus->isVisible());
     }
 
     void reportsTheUserOnce()
@@ -271,7 +292,7 @@ private Q_SLOTS:
         const QString nobody = u"Settings|Permissions|Connection|-|About"_s;
         const auto titles = [] {
             QStringList result;
-            for (const QAction* const item : AppDelegate::statusBarMenu->actions()) {
+            for (const QAction* const item : AppDelegate::state().statusBarMenu->actions()) {
                 result.append(item->isSeparator() ? u"-"_s : item->text());
             }
             return result.join(u'|');
@@ -280,52 +301,21 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
         QVERIFY(m_agent->send(connected(8, "B")));
         QTRY_COMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_s);
-        QVERIFY(!AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
-        AppDelegate::statusBarMenu->actions().at(2)->trigger();
-        QVERIFY(AppDelegate::connectionStatus->isVisible());
+        QVERIFY(!AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
+        AppDelegate::state().statusBarMenu->actions().at(2)->trigger();
+        QVERIFY(AppDelegate::state().connectionStatus->isVisible());
         QVERIFY(m_agent->send("disconnect_all_sessions"));
         QTRY_COMPARE(titles(), nobody);
-        QVERIFY(AppDelegate::statusBarMenu->actions().at(2)->icon().isNull());
+        QVERIFY(AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
 
         // A direction override goes, and a long name is cut between two characters.
         const QString family = u"👨‍👩‍👧‍👦"_s;
         QVERIFY(m_agent->send(connected(9, "\u202E" + family.repeated(20).toUtf8())));
         QTRY_VERIFY(titles() != nobody);
-        const QAction& line = *AppDelegate::statusBarMenu->actions().at(2);
+        const QAction& line = *AppDelegate::state().statusBarMenu->actions().at(2);
         QCOMPARE(line.text(), u"Connection: "_s + family.repeated(9) + u'…');
         QVERIFY(line.toolTip().contains(family.repeated(7)));
         QVERIFY(!line.toolTip().contains(QChar(0x202E)));
-    }
-
-    void iconNames()
-    {
-        const auto& icon = StatusBarRules::iconName;
-        QCOMPARE(icon(true, false, false), u"appIcon-22-disconnected"_s);
-        QCOMPARE(icon(true, false, true), u"appIcon-22-disconnected"_s);
-        QCOMPARE(icon(false, false, true), u"appIcon-22-session"_s); // not to be shown
-        QCOMPARE(icon(true, true, false), u"appIcon-22-connected"_s);
-        QCOMPARE(icon(true, true, true), u"appIcon-22-session"_s);
-    }
-
-    void ports_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<int>("port"); // -1: as it was
-
-        QTest::newRow("none") << QStringList{u"agent"_s, u"6000"_s} << -1;
-        QTest::newRow("one") << QStringList{u"port=6000"_s} << 6000;
-        QTest::newRow("the last decides") << QStringList{u"port=6000"_s, u"port=6001"_s} << 6001;
-        for (const char* const bad : {"abc", "", "70000", "-1", "6000x", " 6000"}) {
-            QTest::newRow(bad) << QStringList{u"port=6000"_s, u"port="_s + QLatin1StringView(bad)}
-                               << -1;
-        }
-    }
-
-    void ports()
-    {
-        QFETCH(QStringList, arguments);
-        const auto port = StatusBarRules::portArgument(arguments);
-        QTEST(port ? int(*port) : -1, "port");
     }
 };
 

@@ -1,3 +1,5 @@
+#include "localisation/Translate.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -5,8 +7,6 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include "localisation/Translate.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,3 +1,5 @@
+#include "logging/Logs.h"
+
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -7,9 +9,6 @@
 #include <thread>
 
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include "logging/Logs.h"
 
 using namespace Qt::StringLiterals;
 
@@ -25,16 +24,15 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(path(QString())));
     }
 
-    void linesBearTheirTime()
+    void linesBeginWithTheTime()
     {
-        LogDestination().cleanUp();
-        LogErrorDestination().cleanUp();
+        cleanUp();
         printLog(u"one\ntwo"_s);
         printLog(QString());
         printLog(u"half "_s + QChar(0xd800));
         printErrorLog(u"größer"_s);
         const QByteArray time = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )";
-        const QByteArray text = content(m_ordinary) + content(m_errors);
+        const QByteArray text = content(path(m_ordinary)) + content(path(m_errors));
         const QByteArray lines = time + "one\ntwo\n" + time + "\n" + time + "größer\n";
         const QRegularExpression pattern(QString::fromUtf8("\\A" + lines + "\\z"));
         QVERIFY2(pattern.match(QString::fromUtf8(text)).hasMatch(), text);
@@ -42,42 +40,37 @@ private Q_SLOTS:
 
     void filesAreMadeEmptyAndForEverybody()
     {
-        QFile old(path(m_ordinary));
-        QVERIFY(old.open(QIODevice::WriteOnly) && old.write("an earlier run") > 0);
-        old.close();
+        QVERIFY(fill(path(m_ordinary)));
         const mode_t mask = ::umask(077);
-        LogDestination().cleanUp();
-        LogErrorDestination().cleanUp();
+        cleanUp();
         ::umask(mask);
         for (const QString& name : {m_ordinary, m_errors}) {
-            QCOMPARE(content(name), QByteArray());
             struct stat status = {};
             QCOMPARE(::stat(QFile::encodeName(path(name)), &status), 0);
+            QCOMPARE(status.st_size, 0);
             QCOMPARE(status.st_mode & 0777, mode_t(0666));
         }
     }
 
-    void nothingElseIsWrittenInto()
+    // A missing file stays missing, a link is not followed, and nobody waits for a pipe's reader.
+    void nothingElseIsWrittenTo()
     {
-        printLog(u"dropped"_s); // a file that is away stays away
+        printLog(u"lost"_s);
         QVERIFY(!QFile::exists(path(m_ordinary)));
-        QFile target(m_root->filePath(u"target"_s));
-        QVERIFY(target.open(QIODevice::WriteOnly) && target.write("precious") > 0);
-        target.close();
-        QVERIFY(target.link(path(m_ordinary)));
-        // A pipe that nobody reads would hold up the program.
+        const QString target = m_root->filePath(u"target"_s);
+        QVERIFY(fill(target) && QFile::link(target, path(m_ordinary)));
         QCOMPARE(::mkfifo(QFile::encodeName(path(m_errors)), 0666), 0);
-        LogDestination().cleanUp();
-        LogErrorDestination().cleanUp();
-        printLog(u"dropped"_s);
-        printErrorLog(u"dropped"_s);
-        QVERIFY(target.open(QIODevice::ReadOnly));
-        QCOMPARE(target.readAll(), QByteArray("precious"));
+        printLog(u"lost"_s);
+        printErrorLog(u"lost"_s);
+        cleanUp();
+        printLog(u"written"_s);
+        QCOMPARE(content(target), QByteArray("old"));
+        QVERIFY(content(path(m_ordinary)).endsWith("written\n"));
     }
 
-    void linesOfThreadsDoNotTear()
+    void linesOfThreadsStayWhole()
     {
-        LogDestination().cleanUp();
+        cleanUp();
         const auto write = [] {
             for (int i = 0; i < 500; ++i) {
                 printLog(u"a line of a certain length"_s);
@@ -86,7 +79,7 @@ private Q_SLOTS:
         std::thread other(write);
         write();
         other.join();
-        const QList<QByteArray> lines = content(m_ordinary).split('\n');
+        const QList<QByteArray> lines = content(path(m_ordinary)).split('\n');
         QCOMPARE(lines.size(), 1001);
         for (const QByteArray& line : lines.first(1000)) {
             QVERIFY2(line.size() == 50 && line.endsWith(" a line of a certain length"), line);
@@ -98,9 +91,19 @@ private:
     {
         return m_root->filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s + name);
     }
-    [[nodiscard]] QByteArray content(const QString& name) const
+    static void cleanUp()
     {
-        QFile file(path(name));
+        LogDestination().cleanUp();
+        LogErrorDestination().cleanUp();
+    }
+    static bool fill(const QString& file)
+    {
+        QFile old(file);
+        return old.open(QIODevice::WriteOnly) && old.write("old") > 0;
+    }
+    static QByteArray content(const QString& path)
+    {
+        QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
     }
 

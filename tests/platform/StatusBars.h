@@ -3,9 +3,6 @@
 #include "platform/desktop/DBusMenu.h"
 #include "platform/desktop/DBusStruct.h"
 
-#include <limits>
-#include <utility>
-
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -18,10 +15,13 @@
 #include <QWidget>
 #include <QWindow>
 
+#include <limits>
+#include <utility>
+
 // The two kinds of status bar that the program meets, for its tests.
 namespace StatusBars {
 
-using namespace Qt::StringLiterals;
+using Qt::StringLiterals::operator""_s;
 
 inline const QString kWatcher = u"org.kde.StatusNotifierWatcher"_s;
 inline const QString kItem = u"org.kde.StatusNotifierItem"_s;

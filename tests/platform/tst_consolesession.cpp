@@ -1,9 +1,6 @@
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/desktop/DBusStruct.h"
 
-#include <csignal>
-#include <memory>
-
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -11,15 +8,15 @@
 #include <QDBusObjectPath>
 #include <QElapsedTimer>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QTest>
 
-#include <sys/prctl.h>
+#include <csignal>
+
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
-// A seat's active session as logind tells it.
+// A seat's active session, as logind names it.
 struct Place {
     QString id;
     QDBusObjectPath path;
@@ -46,44 +43,28 @@ QVariant placeOf(const QString& id)
 
 } // namespace
 
-// Against a real bus and a stand-in for logind on it. Three sessions: "front" has the seat, "own"
-// is the one that XDG_SESSION_ID names, "process" is the one that this process belongs to.
+// On a real bus with a mock of logind. It has three sessions: "front" is active at the seat, "own"
+// can be named by XDG_SESSION_ID, and "process" is the one that this process may belong to.
 class TestConsoleSession : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase()
     {
-        if (QProcess::execute(u"/usr/bin/python3"_s, {u"-c"_s, u"import dbusmock"_s}) != 0) {
-            QSKIP("/usr/bin/python3 has no dbusmock");
-        }
-        const QString address = u"unix:path="_s + m_directory.filePath(u"bus"_s);
-        m_address = address.toUtf8();
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_address);
-        for (QProcess* const process : {&m_daemon, &m_logind}) {
-            process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-        }
-        m_logind.setStandardOutputFile(QProcess::nullDevice()); // it tells each call
-        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s,
-                                          u"--print-address=1"_s, u"--address="_s + address});
-        QVERIFY(m_daemon.waitForReadyRead());
+        m_logind.setStandardOutputFile(QProcess::nullDevice()); // it logs each call
         m_logind.start(u"/usr/bin/python3"_s,
                        {u"-m"_s, u"dbusmock"_s, u"--system"_s, u"--template"_s, u"logind"_s});
         qDBusRegisterMetaType<Place>();
-        m_bus =
-            std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(address, u"control"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(m_bus->interface()->isServiceRegistered(kService).value(), 20'000);
-
+        QTRY_VERIFY_WITH_TIMEOUT(m_bus.interface()->isServiceRegistered(kService).value(), 20'000);
         for (const QString& id : kSessions) { // the last is active
             call(kRoot, kMock, u"AddSession"_s, {id, u"seat0"_s, 1000U, u"ann"_s, true});
         }
-        setKnown(u"GetSession"_s, u"s"_s, u"'own'"_s, u"own"_s);
+        answer(u"GetSession"_s, u"s"_s, u"'own'"_s, u"own"_s);
     }
 
-    // An ordinary desktop: the person at the seat, nothing locked, the process in no session.
+    // An ordinary desktop: a person at the seat, nothing locked, the process in no session.
     void init()
     {
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_address);
         qunsetenv("XDG_SESSION_ID");
         setActive(placeOf(u"front"_s));
         setFront(u"Class"_s, u"user"_s);
@@ -128,30 +109,31 @@ private Q_SLOTS:
     void noAnswerMeansNobodyAndUnlocked()
     {
         lock(u"front"_s);
-        for (const QProcess* const hanging : {&m_daemon, &m_logind}) {
+        for (const QString& name : {u"org.freedesktop.DBus"_s, kService}) {
             QTRY_VERIFY(ConsoleSession::isScreenLocked());
-            ::kill(static_cast<pid_t>(hanging->processId()), SIGSTOP);
+            const auto process = static_cast<pid_t>(m_bus.interface()->servicePid(name).value());
+            ::kill(process, SIGSTOP);
             QElapsedTimer timer;
             timer.start();
             const auto user = ConsoleSession::consoleUser();
             const bool isLocked = ConsoleSession::isScreenLocked();
             const qint64 elapsed = timer.elapsed();
-            ::kill(static_cast<pid_t>(hanging->processId()), SIGCONT);
+            ::kill(process, SIGCONT);
             QCOMPARE(user, std::nullopt);
             QVERIFY(!isLocked);
             QVERIFY2(elapsed < 10'000, "two questions of half a second each");
         }
+        const QByteArray address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere");
         QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
         QVERIFY(!ConsoleSession::isScreenLocked());
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
     }
 
     void cleanupTestCase()
     {
-        for (QProcess* const process : {&m_logind, &m_daemon}) {
-            process->kill();
-            process->waitForFinished();
-        }
+        m_logind.kill();
+        m_logind.waitForFinished();
     }
 
 private:
@@ -160,7 +142,7 @@ private:
     {
         auto message = QDBusMessage::createMethodCall(kService, path, interface, method);
         message.setArguments(arguments);
-        QCOMPARE(m_bus->call(message).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(m_bus.call(message).type(), QDBusMessage::ReplyMessage);
     }
 
     void set(const QString& path, const QString& kind, const QString& name, const QVariant& value)
@@ -179,7 +161,7 @@ private:
         set(sessionPath(u"front"_s), u"Session"_s, name, value);
     }
 
-    // This one alone.
+    // Locks this session only.
     void lock(const QString& locked)
     {
         for (const QString& id : kSessions) {
@@ -187,9 +169,9 @@ private:
         }
     }
 
-    // Lets a method of the manager know one argument, and the session that it stands for.
-    void setKnown(const QString& method, const QString& type, const QString& argument,
-                  const QString& id)
+    // Makes a method of the manager answer one argument with a session, and others with an error.
+    void answer(const QString& method, const QString& type, const QString& argument,
+                const QString& id)
     {
         const QString code =
             u"if args[0] != %1:\n"
@@ -199,18 +181,15 @@ private:
              {u"org.freedesktop.login1.Manager"_s, method, type, u"o"_s, code});
     }
 
-    // Whether logind counts this process to the session "process".
+    // Puts this process into the session "process", or into none.
     void setProcessSession(bool isInSession)
     {
-        setKnown(u"GetSessionByPID"_s, u"u"_s, QString::number(isInSession ? ::getpid() : 0),
-                 u"process"_s);
+        answer(u"GetSessionByPID"_s, u"u"_s, QString::number(isInSession ? ::getpid() : 0),
+               u"process"_s);
     }
 
-    QTemporaryDir m_directory;
-    QByteArray m_address;
-    QProcess m_daemon;
     QProcess m_logind;
-    std::unique_ptr<QDBusConnection> m_bus;
+    QDBusConnection m_bus = QDBusConnection::systemBus();
 };
 
 QTEST_GUILESS_MAIN(TestConsoleSession)

@@ -3,8 +3,6 @@
 #include "platform/files/MainBundle.h"
 #include "platform/files/PropertyList.h"
 
-#include <optional>
-
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -13,6 +11,8 @@
 #include <QTest>
 #include <QTextStream>
 #include <QtEndian>
+
+#include <optional>
 
 #include <sys/stat.h>
 

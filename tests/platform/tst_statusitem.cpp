@@ -1,11 +1,7 @@
 #include "StatusBars.h"
-
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/StatusNotifierItem.h"
 #include "platform/threads/MainQueue.h"
-
-#include <functional>
-#include <map>
 
 #include <QAction>
 #include <QDBusAbstractInterface>
@@ -14,6 +10,11 @@
 #include <QScreen>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <functional>
+#include <map>
+
+#include <pthread.h>
 
 using namespace Qt::StringLiterals;
 using namespace StatusBars;
@@ -235,6 +236,21 @@ private Q_SLOTS:
             QCOMPARE(m_watcher->items().size(), 1);
         }
         QVERIFY(qApp->primaryScreen()->geometry().contains(m_menu->geometry()));
+    }
+
+    // A system that has no thread left: no stack is as large as this.
+    void comesUpWithoutAThread()
+    {
+        pthread_attr_t usual;
+        pthread_attr_t impossible;
+        QCOMPARE(::pthread_getattr_default_np(&usual), 0);
+        ::pthread_attr_init(&impossible);
+        ::pthread_attr_setstacksize(&impossible, std::size_t(1) << 47);
+        m_watcher = std::make_unique<Watcher>(true);
+        QCOMPARE(::pthread_setattr_default_np(&impossible), 0);
+        startItem();
+        ::pthread_setattr_default_np(&usual);
+        QTRY_COMPARE(placeOfIcon(), 'H');
     }
 
     void theTraysIconOpensTheMenu()

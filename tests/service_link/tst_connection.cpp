@@ -1,44 +1,18 @@
-#include <QDir>
+#include "service_link/ClientConnection.h"
+
+#include <QFile>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <atomic>
-#include <condition_variable>
-#include <functional>
+#include <future>
 #include <mutex>
 
 #include <sys/socket.h>
 
-#include "service_link/ClientConnection.h"
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-// A queue that is busy until it is told to go on.
-class Gate {
-public:
-    void pass()
-    {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_isOpen; });
-    }
-    void open()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_isOpen = true;
-        m_changed.notify_all();
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_isOpen = false;
-};
-
-} // namespace
 
 // The link over real TCP.
 class TestConnection : public QObject {
@@ -49,146 +23,20 @@ private Q_SLOTS:
 
     void init()
     {
-        m_gate = std::make_unique<Gate>();
+        m_idle = std::promise<void>();
         m_isBusy = false;
         m_messages.clear();
         m_ends = 0;
         m_error = -1;
         m_server = std::make_unique<QTcpServer>();
         QVERIFY(m_server->listen(QHostAddress::LocalHost));
-    }
-
-    void cleanup()
-    {
-        m_gate->open();
-        m_connection.reset(); // before the gate, at which its queue may still stand
-        m_server.reset();
-        m_peer = nullptr;
-    }
-
-#define MESSAGES                                                                                   \
-    ([this] {                                                                                      \
-        const std::lock_guard lock(m_mutex);                                                       \
-        return m_messages;                                                                         \
-    }())
-
-    void receivesOneReadAsOneMessage()
-    {
-        QVERIFY(start());
-        m_peer->write("first=1");
-        QTRY_COMPARE(MESSAGES, QStringList{u"first=1"_s});
-        // A read's worth exactly, and one byte more in the next.
-        m_peer->write(QByteArray(65536, 'a'));
-        m_peer->flush();
-        QTRY_VERIFY(MESSAGES.mid(1).join(QString()).size() == 65536);
-        const auto before = MESSAGES.size();
-        m_peer->write("b");
-        QTRY_COMPARE(MESSAGES.size(), before + 1);
-        QCOMPARE(MESSAGES.last(), u"b"_s);
-        m_peer->write("status=\xff\xfe"); // no Unicode
-        QTRY_COMPARE(MESSAGES.last(), u"(none)"_s);
-        m_peer->write("next");
-        QTRY_COMPARE(MESSAGES.last(), u"next"_s);
-    }
-
-    void keepsReadsApartWhileTheQueueIsBusy()
-    {
-        QVERIFY(startBusy());
-        const QStringList sent = {u"one"_s, u"two"_s};
-        for (const QString& message : sent) {
-            m_peer->write(message.toUtf8());
-            QVERIFY(m_peer->waitForBytesWritten());
-            QTest::qWait(50); // as far apart as a service's own writes
-        }
-        m_gate->open();
-        QTRY_COMPARE(MESSAGES.mid(1), sent);
-    }
-
-    void sendsWhileTheQueueIsBusy()
-    {
-        QVERIFY(startBusy());
-        m_connection->send("#####disconnect_session=7");
-        QTRY_COMPARE(m_peer->bytesAvailable(), 25);
-    }
-
-    void sendsWhatWasSaidBeforeTheLinkIsThere()
-    {
-        create();
-        m_connection->send("#####a");
-        m_connection->start();
-        m_connection->send("#####b");
-        QVERIFY(m_server->waitForNewConnection(5000));
-        m_peer = m_server->nextPendingConnection();
-        QTRY_COMPARE(m_peer->peek(100), QByteArray("#####a#####b"));
-    }
-
-    void ends_data()
-    {
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<int>("error");
-
-        QTest::newRow("the service closes") << "close" << 0;
-        QTest::newRow("the service breaks off") << "reset" << ECONNRESET;
-        QTest::newRow("nobody listens") << "refuse" << ECONNREFUSED;
-    }
-
-    void ends()
-    {
-        QFETCH(QString, how);
-        if (how == "refuse"_L1) {
-            create();
-            m_server->close();
-            m_connection->start();
-        } else {
-            QVERIFY(start());
-            m_peer->write("last words");
-            QVERIFY(m_peer->waitForBytesWritten());
-            if (how == "close"_L1) {
-                m_peer->disconnectFromHost();
-            } else {
-                QTRY_COMPARE(MESSAGES.size(), 1);
-                const linger now = {1, 0};
-                ::setsockopt(int(m_peer->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now,
-                             sizeof now);
-                m_peer->abort();
-            }
-        }
-        QTRY_VERIFY(m_error >= 0);
-        QTEST(m_error.load(), "error");
-        if (how == "close"_L1) {
-            QCOMPARE(MESSAGES, QStringList{u"last words"_s});
-        }
-    }
-
-    void noticesABrokenLinkWhileTheQueueIsBusy()
-    {
-        QVERIFY(startBusy());
-        m_peer->abort();
-        // The first may still find room in the system; then the link is known to be broken.
-        for (int i = 0; i < 100 && m_error < 0; ++i) {
-            m_connection->send("#####request=connections_status");
-            QTest::qWait(10);
-        }
-        QVERIFY(m_error > 0);
-    }
-
-    void stopsOnce()
-    {
-        QVERIFY(start());
-        m_connection->stop();
-        m_connection->stop();
-        QTRY_COMPARE(m_peer->state(), QAbstractSocket::UnconnectedState);
-        QCOMPARE(m_ends, 1);
-        QCOMPARE(m_error, 0);
-    }
-
-private:
-    void create(const std::function<void()>& onMessage = [] {})
-    {
         m_connection = std::make_unique<ClientConnection>(
             u"localhost"_s, m_server->serverPort(),
-            [this, onMessage](const std::optional<QString>& text) {
-                onMessage();
+            [this, idle = m_idle.get_future().share()](const std::optional<QString>& text) {
+                if (text == u"execute") {
+                    m_isBusy = true;
+                    idle.wait();
+                }
                 const std::lock_guard lock(m_mutex);
                 m_messages.append(text.value_or(u"(none)"_s));
                 return text;
@@ -199,37 +47,147 @@ private:
         };
     }
 
-    bool start(const std::function<void()>& onMessage = [] {})
+    void cleanup()
     {
-        create(onMessage);
+        m_idle = std::promise<void>(); // a promise that goes releases the queue, too
+        m_connection.reset();
+        m_server.reset();
+    }
+
+    void receivesOneReadAsOneMessage()
+    {
+        QVERIFY(start());
+        m_peer->write("first=1");
+        QTRY_COMPARE(messages(), QStringList{u"first=1"_s});
+        // The largest read, and one byte more in the next.
+        m_peer->write(QByteArray(65536, 'a'));
+        QTRY_VERIFY(messages().mid(1).join(QString()).size() == 65536);
+        const auto before = messages().size();
+        m_peer->write("b");
+        QTRY_COMPARE(messages().size(), before + 1);
+        QCOMPARE(messages().last(), u"b"_s);
+        m_peer->write("status=\xff\xfe"); // no Unicode
+        QTRY_COMPARE(messages().last(), u"(none)"_s);
+        m_peer->write("next");
+        QTRY_COMPARE(messages().last(), u"next"_s);
+    }
+
+    void keepsReadsApartWhileTheQueueIsBusy()
+    {
+        QVERIFY(start() && makeBusy());
+        const QStringList sent = {u"one"_s, u"two"_s};
+        for (const QString& message : sent) {
+            m_peer->write(message.toUtf8());
+            QVERIFY(m_peer->waitForBytesWritten());
+            QTRY_VERIFY(isAllRead());
+        }
+        m_idle.set_value();
+        QTRY_COMPARE(messages().mid(1), sent);
+    }
+
+    void sendsBeforeTheLinkIsThereAndWhileTheQueueIsBusy()
+    {
+        m_connection->send("#####a");
+        QVERIFY(start());
+        m_connection->send("#####b");
+        QTRY_COMPARE(m_peer->peek(100), QByteArray("#####a#####b"));
+        QVERIFY(makeBusy());
+        m_connection->send("#####c");
+        QTRY_COMPARE(m_peer->peek(100), QByteArray("#####a#####b#####c"));
+    }
+
+    void ends_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<int>("error");
+
+        QTest::newRow("nobody listens") << "refuse" << ECONNREFUSED;
+        QTest::newRow("the service closes") << "close" << 0;
+        QTest::newRow("the service breaks off") << "reset" << ECONNRESET;
+        QTest::newRow("the agent stops, twice") << "stop" << 0;
+    }
+
+    void ends()
+    {
+        QFETCH(QString, how);
+        if (how == "refuse"_L1) {
+            m_server->close();
+            m_connection->start();
+        } else {
+            QVERIFY(start());
+            m_peer->write("last words");
+            QVERIFY(m_peer->waitForBytesWritten());
+        }
+        if (how == "close"_L1) {
+            m_peer->disconnectFromHost();
+        } else if (how == "reset"_L1) {
+            QTRY_COMPARE(messages().size(), 1);
+            const linger now = {1, 0};
+            ::setsockopt(int(m_peer->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof now);
+            m_peer->abort();
+        } else if (how == "stop"_L1) {
+            m_connection->stop();
+            m_connection->stop();
+            QTRY_COMPARE(m_peer->state(), QAbstractSocket::UnconnectedState);
+        }
+        QTRY_COMPARE(m_ends, 1);
+        QTEST(m_error.load(), "error");
+        QVERIFY(how != "close"_L1 || messages() == QStringList{u"last words"_s});
+    }
+
+    void noticesABrokenLinkWhileTheQueueIsBusy()
+    {
+        QVERIFY(start() && makeBusy());
+        m_peer->abort();
+        // The first may still find room in the system; then the link is known to be broken.
+        QTRY_VERIFY((m_connection->send("#####request=connections_status"), m_error > 0));
+    }
+
+private:
+    bool start()
+    {
         m_connection->start();
         return m_server->waitForNewConnection(5000) &&
                (m_peer = m_server->nextPendingConnection()) != nullptr;
     }
 
-    // With a first message at which the queue stands.
-    bool startBusy()
+    // Sends a message that occupies the queue until m_idle is set.
+    bool makeBusy()
     {
-        const bool isLinked = start([this] {
-            m_isBusy = true;
-            m_gate->pass();
-        });
-        return isLinked && m_peer->write("execute") > 0 &&
-               QTest::qWaitFor([this] { return m_isBusy.load(); });
+        return m_peer->write("execute") > 0 && QTest::qWaitFor([this] { return m_isBusy.load(); });
     }
 
-    // What the connection's threads write and the test reads.
-    std::mutex m_mutex;
-    QStringList m_messages;
-    std::atomic<int> m_ends = 0;
-    std::atomic<int> m_error = -1; // none yet; 0: an orderly end
+    QStringList messages()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_messages;
+    }
 
-    std::unique_ptr<Gate> m_gate;
-    std::atomic<bool> m_isBusy = false;
+    // Whether the connection has read all that has arrived (proc(5), /proc/net/tcp).
+    bool isAllRead() const
+    {
+        QFile sockets(u"/proc/self/net/tcp"_s);
+        const QByteArray port = ':' + QByteArray::number(m_peer->peerPort(), 16).toUpper();
+        const auto lines =
+            sockets.open(QIODevice::ReadOnly) ? sockets.readAll().split('\n') : QByteArrayList();
+        return std::any_of(lines.begin(), lines.end(), [&](const QByteArray& line) {
+            const auto fields = line.simplified().split(' ');
+            return fields.size() > 4 && fields[1].endsWith(port) && fields[4].endsWith(":00000000");
+        });
+    }
 
     QTemporaryDir m_root;
     std::unique_ptr<QTcpServer> m_server;
     QTcpSocket* m_peer = nullptr;
+    std::promise<void> m_idle;
+
+    // What the connection's threads write and the test reads.
+    std::mutex m_mutex;
+    QStringList m_messages;
+    std::atomic<bool> m_isBusy = false;
+    std::atomic<int> m_ends = 0;
+    std::atomic<int> m_error = -1; // none yet; 0: an orderly end
+
     std::unique_ptr<ClientConnection> m_connection;
 };
 

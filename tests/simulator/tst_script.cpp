@@ -1,19 +1,19 @@
-#include <memory>
-#include <optional>
-#include <utility>
+#include "simulator/AgentLink.h"
+#include "simulator/Player.h"
+#include "simulator/Script.h"
 
 #include <QSignalSpy>
 #include <QSocketNotifier>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
+#include <optional>
+#include <utility>
+
 #include <arpa/inet.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include "simulator/AgentLink.h"
-#include "simulator/Player.h"
-#include "simulator/Script.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,11 @@
 #include "AgentFixture.h"
 
+#include "dispatch/MessageDispatch.h"
+#include "platform/desktop/WindowActivation.h"
+#include "platform/processes/ProgramEnd.h"
+#include "platform/threads/MainQueue.h"
+#include "records/Intervals.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -8,11 +14,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-
-#include "dispatch/MessageDispatch.h"
-#include "platform/processes/ProgramEnd.h"
-#include "platform/threads/MainQueue.h"
-#include "records/Intervals.h"
 
 using namespace Qt::StringLiterals;
 
@@ -32,34 +33,21 @@ bool writeFile(const QString& path, const QByteArray& bytes)
 
 AgentFixture::AgentFixture()
 {
-    static const bool isAttached = (MainQueue::attach(), true);
+    static const bool isAttached = (MainQueue::attach(), WindowActivation::watchInput(), true);
     Q_UNUSED(isAttached)
     qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
     qputenv("LANGUAGE", "en");
     QDir(m_root.path()).mkpath(u"var/lib/Halvern/vantoryAgent/logs"_s);
-    resetState();
+    Intervals::current() = Intervals();
+    // What comes by itself after the start, only where a test wants it.
+    Intervals::current().untilSettings = Intervals::current().untilStatusRequest =
+        std::chrono::hours(1);
     m_server.listen(QHostAddress::LocalHost);
 }
 
 AgentFixture::~AgentFixture()
 {
     delegate.reset(); // before the service goes: the link's end would end the process
-}
-
-void AgentFixture::resetState()
-{
-    AppDelegate::disconnectedIconVisible = true;
-    AppDelegate::displayPlatform = AppDelegate::displayAgentType = AppDelegate::displayChange =
-        true;
-    AppDelegate::allowToLeaveChat = AppDelegate::showConnectionDetail = false;
-    AppDelegate::isManaged = true;
-    AppDelegate::gatewayConnectionStatus = false;
-    AppDelegate::sessions.clear();
-    AppDelegate::userfullname.clear();
-    AppDelegate::username.clear();
-    AppDelegate::user.clear();
-    AppDelegate::pwd.clear();
-    Intervals::current() = Intervals();
 }
 
 bool AgentFixture::start()
@@ -105,6 +93,12 @@ QByteArrayList AgentFixture::sent()
         begin = next;
     }
     return messages;
+}
+
+QByteArrayList AgentFixture::sentSoFar()
+{
+    m_agent->waitForReadyRead(0);
+    return sent();
 }
 
 void AgentFixture::forget()
@@ -156,13 +150,24 @@ void AgentFixture::allowShowing(const QByteArray& flag)
     writeFile(preferences(u"gateway.json"_s), document + "}}");
 }
 
-QWidget* AgentFixture::window() const
+QString AgentFixture::sessionLists()
 {
-    const QWidgetList widgets = QApplication::topLevelWidgets();
-    for (QWidget* const widget : widgets) {
-        if (widget->objectName() == "ConnectionStatus"_L1) {
-            return widget;
+    QString text;
+    for (const QList<SessionInfo>& list :
+         {AppDelegate::state().sessions.all(), AppDelegate::state().connectionStatus->sessions()}) {
+        text += u'[';
+        for (const SessionInfo& info : list) {
+            text += QString::number(info.session) + info.remoteControlUser;
         }
+        text += u']';
     }
-    return nullptr;
+    return text;
+}
+
+QWidget* AgentFixture::topLevel(const char* name)
+{
+    QWidgetList found = QApplication::topLevelWidgets();
+    found.removeIf(
+        [name](const QWidget* widget) { return widget->objectName() != QLatin1StringView(name); });
+    return found.value(0);
 }

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <memory>
+#include "agent_state/AppDelegate.h"
+#include "windows/ConnectionStatus.h"
 
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
-#include "agent_core/AppDelegate.h"
-#include "windows/ConnectionStatus.h"
+#include <memory>
 
 // One agent in this process, linked over real TCP to a service that the test plays.
 //
@@ -28,6 +28,8 @@ public:
     void write(const QByteArray& message);
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
+    // Likewise, without a turn of the event loop.
+    QByteArrayList sentSoFar();
     void forget();
 
     // The messages of a log file, times stripped.
@@ -41,12 +43,15 @@ public:
     // The bundle's options besides the port; before start().
     QByteArray options;
 
-    [[nodiscard]] QWidget* window() const; // the status window, if there is one
+    // The first window of that name; null where there is none.
+    [[nodiscard]] static QWidget* topLevel(const char* name);
+    [[nodiscard]] static QWidget* window() { return topLevel("ConnectionStatus"); }
+    // The agent's sessions, and those of the status window: "[7Ann8Bob][7Ann8Bob]".
+    [[nodiscard]] static QString sessionLists();
     std::unique_ptr<AppDelegate> delegate;
 
 private:
     [[nodiscard]] QStringList lines(const QString& file) const;
-    void resetState();
 
     QTemporaryDir m_root;
     QTcpServer m_server;

@@ -1,6 +1,6 @@
-#include <QTest>
-
 #include "window_kit/Placement.h"
+
+#include <QTest>
 
 class TestPlacement : public QObject {
     Q_OBJECT

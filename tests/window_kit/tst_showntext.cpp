@@ -1,7 +1,7 @@
+#include "window_kit/ShownText.h"
+
 #include <QTest>
 #include <QTextBoundaryFinder>
-
-#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 

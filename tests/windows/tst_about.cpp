@@ -1,11 +1,11 @@
+#include "AgentFixture.h"
+#include "platform/files/MainBundle.h"
+#include "windows/Bundle+extensions.h"
+
 #include <QApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
-
-#include "AgentFixture.h"
-#include "platform/files/MainBundle.h"
-#include "windows/Bundle+extensions.h"
 
 using namespace Qt::StringLiterals;
 

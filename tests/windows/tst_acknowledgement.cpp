@@ -1,14 +1,11 @@
+#include "AgentFixture.h"
+#include "windows/AcknowledgementText.h"
+#include "windows/UserAcknowlegement.h"
+
 #include <QAccessible>
 #include <QElapsedTimer>
 #include <QPushButton>
 #include <QTest>
-
-#include "AgentFixture.h"
-#include "platform/desktop/WindowActivation.h"
-#include "platform/threads/MainQueue.h"
-#include "records/Intervals.h"
-#include "windows/AcknowledgementText.h"
-#include "windows/UserAcknowlegement.h"
 
 using namespace Qt::StringLiterals;
 
@@ -42,12 +39,9 @@ class TestAcknowledgement : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { WindowActivation::watchInput(); }
     void init()
     {
         m_agent = std::make_unique<AgentFixture>();
-        Intervals::current().untilSettings = std::chrono::hours(1);
-        Intervals::current().untilStatusRequest = std::chrono::hours(1);
         QVERIFY(m_agent->start());
     }
     void cleanup() { m_agent.reset(); }
@@ -65,7 +59,7 @@ private Q_SLOTS:
                 answers += isAccepted ? "#####accept_connection=42" : "#####decline_connection=42";
                 QTRY_COMPARE(m_agent->sent(), answers);
                 QVERIFY(!m_dialog->isVisible());
-                QCOMPARE(AppDelegate::userAcknowledge->session, 0);
+                QCOMPARE(AppDelegate::state().userAcknowledge->session, 0);
             }
         }
     }
@@ -119,10 +113,8 @@ private Q_SLOTS:
         QVERIFY(m_agent->send("close_acknowledgement"));
         QVERIFY(!m_dialog->isVisible());
         // One that comes right behind stays.
-        MainQueue::post(&AppDelegate::closeAcknowledgement);
-        AppDelegate::userAcknowledgeRequest(2, u"srv"_s, u"Bob"_s);
-        QTRY_VERIFY(m_dialog->isVisible());
-        QCoreApplication::processEvents();
+        QVERIFY(m_agent->send("close_acknowledgement"));
+        QVERIFY(m_agent->send("user_acknowledgement=2;srv;Bob"));
         QVERIFY(m_dialog->isVisible());
     }
 

@@ -1,6 +1,6 @@
-#include <QTest>
-
 #include "windows/ArrivalTime.h"
+
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 

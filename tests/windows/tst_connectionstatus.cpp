@@ -1,12 +1,12 @@
+#include "AgentFixture.h"
+#include "records/Intervals.h"
+#include "windows/SessionClock.h"
+
 #include <QAbstractButton>
 #include <QLabel>
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
-
-#include "AgentFixture.h"
-#include "records/Intervals.h"
-#include "windows/SessionClock.h"
 
 using namespace Qt::StringLiterals;
 
@@ -22,12 +22,12 @@ private:
     }
     QString text(const char* name) { return find<QLabel>(name)->text(); }
     void click(const char* name) { QTest::mouseClick(find<QWidget>(name), Qt::LeftButton); }
-    static ConnectionStatus& status() { return *AppDelegate::connectionStatus; }
+    static ConnectionStatus& status() { return *AppDelegate::state().connectionStatus; }
 
     static void addSession(qint64 number, const QString& name, double secondsAgo)
     {
         AppDelegate::addSession({number, u"desk"_s, name, sessionDateNow() - secondsAgo});
-        AppDelegate::configConnectionStatus();
+        status().config();
     }
 
     // Ann in the upper slot, Bob in the lower one.
@@ -81,7 +81,7 @@ private Q_SLOTS:
             status().config();
             QTRY_COMPARE(m_agent->window()->size(), QSize(313, height));
             QTRY_VERIFY(isPlaced());
-            AppDelegate::endSession(height == 313 ? 8 : -7);
+            AppDelegate::removeConnectionSession(height == 313 ? 8 : -7);
         }
     }
 
@@ -97,8 +97,8 @@ private Q_SLOTS:
         QCOMPARE(words(), u"Account is blocked or no longer exists"_s);
         status().accountIsValid = true;
         QCOMPARE(words(), u"No gateway available"_s);
-        AppDelegate::setGateway(true, u"<b>gw</b>"_s);
-        AppDelegate::showConnectionDetail = true;
+        status().showConnectionDetail = true;
+        AppDelegate::gatewayConnected(u"<b>gw</b>"_s);
         QCOMPARE(words(), u"Agent ready"_s);
         QVERIFY(find<QLabel>("gateway_status")->toolTip().contains(u"&lt;b&gt;gw"));
     }
@@ -109,14 +109,13 @@ private Q_SLOTS:
         present();
         QTRY_COMPARE(text("timing") + text("timing2"), u"1:051:02:03"_s);
         QCOMPARE(text("ControlUserName") + text("ControlUserName2"), u"AnnBob"_s);
-        AppDelegate::endSession(-7);
+        AppDelegate::removeConnectionSession(-7);
         status().config();
         QCOMPARE(text("ControlUserName"), u"Bob"_s);
         QCOMPARE(text("timing"), u"1:02:03"_s); // never Ann's time under Bob's name
         QCOMPARE(text("timing2"), QString());
-        QVERIFY(status().sessionTimer && !status().sessionTimer2);
 
-        AppDelegate::endSession(8);
+        AppDelegate::removeConnectionSession(8);
         status().config();
         QCOMPARE(text("timing") + text("ControlUserName"), QString());
         QVERIFY(!status().isAnyClockRunning());
@@ -128,7 +127,7 @@ private Q_SLOTS:
         status().present();
         QVERIFY(find<QWidget>("abort")->isVisible());
         QVERIFY(!find<QWidget>("slot2")->isVisible()); // out of the keyboard's reach
-        AppDelegate::isManaged = false;
+        AppDelegate::setManaged(false);
         status().config();
         QVERIFY(!find<QWidget>("abort")->isVisible() && find<QWidget>("ChatButton")->isVisible());
     }
@@ -140,23 +139,12 @@ private Q_SLOTS:
         click("ChatButton2");
         click("abort2");
         // Gone for the person before the service has heard of it.
-        QCOMPARE(AppDelegate::sessions.size() + status().sessions.size(), 2);
+        QCOMPARE(AppDelegate::state().sessions.all().size() + status().sessions().size(), 2);
         click("abort");
         QTRY_COMPARE(m_agent->sent(),
                      (QByteArrayList{"#####chat_request=-7", "#####chat_request=8",
                                      "#####disconnect_session=8", "#####disconnect_session=-7"}));
         QVERIFY(status().isVisible());
-    }
-
-    void endsNothingInAnEmptySlot()
-    {
-        present();
-        AppDelegate::sessions.removeLast(); // the window has not heard of it yet
-        status().Abort2();
-        QVERIFY(!status().sessionTimer2 && status().sessionTimer);
-        status().ChatAction2();
-        status().Abort();
-        QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####disconnect_session=-7"});
     }
 
     void strayKeysEndNothing()
@@ -167,9 +155,9 @@ private Q_SLOTS:
         auto* const abort = find<QAbstractButton>("abort");
         abort->setFocus();
         QTest::keyClick(abort, Qt::Key_Space);
-        QCOMPARE(AppDelegate::sessions.size(), 1);
+        QCOMPARE(AppDelegate::state().sessions.all().size(), 1);
         QTRY_VERIFY_WITH_TIMEOUT(
-            (QTest::keyClick(abort, Qt::Key_Space), AppDelegate::sessions.isEmpty()), 2000);
+            (QTest::keyClick(abort, Qt::Key_Space), AppDelegate::state().sessions.isEmpty()), 2000);
     }
 
     void longNamesStayInTheWindow()
@@ -188,7 +176,7 @@ private Q_SLOTS:
     void customLogo()
     {
         const auto shown = [this] {
-            status().refresh(false);
+            status().refresh();
             return find<QLabel>("logo")->pixmap().toImage();
         };
         status().present();

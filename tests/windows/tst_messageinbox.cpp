@@ -1,5 +1,9 @@
-#include <functional>
-#include <limits>
+#include "AgentFixture.h"
+#include "platform/desktop/BundleImages.h"
+#include "records/Intervals.h"
+#include "window_kit/Contrast.h"
+#include "windows/MessageInbox.h"
+#include "windows/MessageKind.h"
 
 #include <QElapsedTimer>
 #include <QLabel>
@@ -9,12 +13,8 @@
 #include <QTest>
 #include <QTimer>
 
-#include "AgentFixture.h"
-#include "platform/desktop/WindowActivation.h"
-#include "records/Intervals.h"
-#include "window_kit/Contrast.h"
-#include "windows/MessageInbox.h"
-#include "windows/MessageKind.h"
+#include <functional>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -34,12 +34,9 @@ class TestMessageInbox : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { WindowActivation::watchInput(); }
     void init()
     {
         m_agent = std::make_unique<AgentFixture>();
-        Intervals::current().untilSettings = std::chrono::hours(1);
-        Intervals::current().untilStatusRequest = std::chrono::hours(1);
         QVERIFY(m_agent->start());
     }
     void cleanup()
@@ -50,11 +47,21 @@ private Q_SLOTS:
 
     void aKindHasAPictureAndAReadableColour()
     {
-        for (const int kind : {-1, 0, 1, 2, 3, 4, 5}) {
-            const bool isKnown = kind >= 1 && kind <= 4;
+        struct Look {
+            int kind;
+            QString picture;
+            int hue; // in degrees: blue, green, orange, red
+        };
+        for (const auto& [kind, picture, hue] :
+             {Look{-1, {}, -1}, Look{0, {}, -1}, Look{1, u"info"_s, 213},
+              Look{2, u"question"_s, 143}, Look{3, u"caution"_s, 30}, Look{4, u"stop"_s, 4},
+              Look{5, {}, -1}}) {
+            const bool isKnown = hue >= 0;
             const QWidget* const window = receive(u"Hi"_s, 0, kind);
             const auto* const message = window->findChild<QPlainTextEdit*>();
-            QCOMPARE(window->findChild<QLabel*>(u"icon"_s)->isVisible(), isKnown);
+            const auto* const icon = window->findChild<QLabel*>(u"icon"_s);
+            QCOMPARE(icon->isVisible(), isKnown);
+            QCOMPARE(icon->pixmap().toImage(), BundleImages::pixmap(picture, *icon).toImage());
             // Open windows follow a change.
             for (const QColor& ground : {QColor(0x2d, 0x2d, 0x2d), QColor(Qt::white)}) {
                 QPalette palette(ground);
@@ -64,6 +71,7 @@ private Q_SLOTS:
                 const QColor text = message->palette().color(QPalette::Text);
                 QVERIFY(Contrast::ratio(text, ground) >= 4.5);
                 QCOMPARE(text != palette.color(QPalette::Text), isKnown);
+                QVERIFY(!isKnown || qAbs(text.hsvHue() - hue) < 15);
             }
         }
     }
@@ -87,14 +95,14 @@ private Q_SLOTS:
         QFETCH(Closing, close);
         QWidget* const first = receive(u"1"_s, timeout);
         receive(u"2"_s);
-        const QPointer<MessageInbox> controller = AppDelegate::messageInbox.constFirst();
+        const QPointer<MessageInbox> controller = AppDelegate::state().messageInbox.constFirst();
         // What was typed elsewhere as it came up closes nothing.
         QTest::keyClick(first->focusWidget(), Qt::Key_Return);
         QVERIFY(first->isVisible());
         QTRY_VERIFY(m_shown.elapsed() > 650);
         close(first);
         QTRY_VERIFY(controller.isNull());
-        QCOMPARE(AppDelegate::messageInbox.size(), 1);
+        QCOMPARE(AppDelegate::state().messageInbox.size(), 1);
         QCOMPARE(open().size(), 1);
         QCOMPARE(m_agent->log().filter(u"deleted index=0"_s).size(), 1);
         AppDelegate::send(u"#####end"_s); // the service hears nothing else
@@ -105,10 +113,10 @@ private Q_SLOTS:
     {
         Intervals::current().clock = std::chrono::hours(1);
         const QWidget* const window = receive(u"Hi"_s, 2);
-        MessageInbox* const controller = AppDelegate::messageInbox.constFirst();
+        MessageInbox* const controller = AppDelegate::state().messageInbox.constFirst();
         const auto* const line = window->findChild<QLabel*>(u"AutomaticMessage"_s);
         QCOMPARE(line->text(), u"Closes automatically in 2 sec"_s);
-        AppDelegate::language = Language::Spanish;
+        AppDelegate::options.language = Language::Spanish;
         controller->changeMessage();
         QCOMPARE(line->text(), u"Se cerrará automáticamente en 1 s"_s);
         QVERIFY(window->isVisible());
@@ -153,7 +161,7 @@ private:
     QWidget* receive(const QString& text, qint64 timeout = 0, int kind = 0)
     {
         const QWidgetList before = open();
-        AppDelegate::showMessageInbox(text, text, timeout, kind);
+        AppDelegate::showMessageInbox({text, text, timeout, kind});
         (void)QTest::qWaitFor([&] { return open().size() > before.size(); });
         QWidgetList added = open();
         added.removeIf([&](QWidget* window) { return before.contains(window); });

@@ -1,7 +1,6 @@
 #include "platform/accounts/Account.h"
 
-#include <cerrno>
-#include <vector>
+#include "platform/accounts/AccountDatabase.h"
 
 #include <limits.h>
 #include <pwd.h>
@@ -9,50 +8,31 @@
 
 namespace {
 
-struct Entry {
-    QString loginName;
+struct Names {
+    QString login;
     QString comment;
 };
 
-std::optional<Entry> ownEntry()
+Names ownNames()
 {
-    constexpr std::size_t kMaximumEntry = 1024 * 1024;
-    std::vector<char> buffer(1024);
-    for (;;) {
-        passwd record = {};
-        passwd* found = nullptr;
-        const int error = ::getpwuid_r(::getuid(), &record, buffer.data(), buffer.size(), &found);
-        if (error == EINTR) {
-            continue;
-        }
-        if (error == ERANGE && buffer.size() < kMaximumEntry) {
-            buffer.resize(buffer.size() * 2);
-            continue;
-        }
-        if (error != 0 || found == nullptr) {
-            return std::nullopt;
-        }
-        return Entry{QString::fromUtf8(record.pw_name), QString::fromUtf8(record.pw_gecos)};
-    }
-}
-
-QString nameIn(const std::optional<Entry>& entry)
-{
-    return entry ? entry->loginName : QString::number(::getuid());
+    const auto entry = AccountDatabase::find<passwd>(
+        [](auto... arguments) { return ::getpwuid_r(::getuid(), arguments...); });
+    return entry ? Names{QString::fromUtf8(entry->record.pw_name),
+                         QString::fromUtf8(entry->record.pw_gecos)}
+                 : Names{QString::number(::getuid()), {}};
 }
 
 } // namespace
 
 QString Account::loginName()
 {
-    return nameIn(ownEntry());
+    return ownNames().login;
 }
 
 QString Account::fullName()
 {
-    const auto entry = ownEntry();
-    const QString login = nameIn(entry);
-    QString name = entry ? entry->comment.section(u',', 0, 0).trimmed() : QString();
+    const auto [login, comment] = ownNames();
+    QString name = comment.section(u',', 0, 0).trimmed();
     name.replace(u'&', login.left(1).toUpper() + login.mid(1));
     return name.isEmpty() ? login : name;
 }
@@ -64,6 +44,6 @@ std::optional<QString> Account::hostName()
         return std::nullopt;
     }
     const QString text = QString::fromUtf8(name);
-    // The kernel's own text for a name that was never set.
+    // The kernel's text for a name that was never set.
     return text.isEmpty() || text == u"(none)" ? std::nullopt : std::optional(text);
 }

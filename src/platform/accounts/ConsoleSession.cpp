@@ -1,12 +1,12 @@
 #include "platform/accounts/ConsoleSession.h"
 
+#include <QByteArray>
+
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include <QByteArray>
 
 #include <systemd/sd-bus.h>
 #include <unistd.h>
@@ -18,7 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
 
-constexpr std::chrono::milliseconds kPatience(500);
+constexpr std::chrono::milliseconds kTimeLimit(500);
 
 constexpr auto kService = "org.freedesktop.login1";
 constexpr auto kManagerPath = "/org/freedesktop/login1";
@@ -27,14 +27,14 @@ constexpr auto kSeatPath = "/org/freedesktop/login1/seat/seat0";
 constexpr auto kSeat = "org.freedesktop.login1.Seat";
 constexpr auto kSession = "org.freedesktop.login1.Session";
 
-// One conversation with logind, over a connection of its own. What does not arrive before the
-// deadline, is an error, or is of another type than documented is no answer.
-class Conversation {
+// Questions to logind, over a connection of their own. An answer that comes after the deadline, is
+// an error or is not of the documented type counts as none.
+class Logind {
 public:
-    Conversation()
+    Logind()
     {
-        // Only begins to connect. The library's calls that wait for an answer wait for the
-        // connection too, as long as it pleases the other side; hence answerTo().
+        // Only begins to connect. The library's own call that waits for an answer also waits for
+        // the connection, without a time limit; hence answerTo().
         sd_bus* bus = nullptr;
         if (sd_bus_open_system(&bus) >= 0) {
             m_bus.reset(bus);
@@ -50,14 +50,14 @@ public:
         return text(answer.get(), SD_BUS_TYPE_OBJECT_PATH);
     }
 
-    // The session that has the seat now.
+    // The session that is active at the seat.
     [[nodiscard]] std::optional<std::string> activeSession()
     {
         const Message answer = property(kSeatPath, kSeat, "ActiveSession", "(so)");
         const char* id = nullptr;
         const char* path = nullptr;
         if (!answer || sd_bus_message_read(answer.get(), "(so)", &id, &path) <= 0 || *id == '\0') {
-            return std::nullopt; // an empty id stands for no session
+            return std::nullopt; // an empty id means no session
         }
         return path;
     }
@@ -88,7 +88,7 @@ private:
         return value;
     }
 
-    // An answer that stands before the property's value.
+    // The next value to read in the answer is the property's.
     Message property(const char* path, const char* interface, const char* name, const char* type)
     {
         Message answer =
@@ -116,18 +116,18 @@ private:
         return answerTo(message);
     }
 
-    // Sends the request and works for the connection, its set-up included, until the answer or the
-    // deadline comes.
+    // Sends the request, and processes the connection's traffic, from its set-up on, until the
+    // answer or the deadline comes.
     Message answerTo(sd_bus_message* request)
     {
         Message answer = none();
-        const auto keep = [](sd_bus_message* message, void* target, sd_bus_error*) {
+        const auto store = [](sd_bus_message* message, void* target, sd_bus_error*) {
             static_cast<Message*>(target)->reset(sd_bus_message_ref(message));
             return 0;
         };
         sd_bus_slot* slot = nullptr;
-        constexpr auto kNoTimeLimit = UINT64_MAX; // the deadline is ours
-        if (sd_bus_call_async(m_bus.get(), &slot, request, keep, &answer, kNoTimeLimit) < 0) {
+        constexpr auto kNoTimeLimit = UINT64_MAX; // the loop below has one
+        if (sd_bus_call_async(m_bus.get(), &slot, request, store, &answer, kNoTimeLimit) < 0) {
             return answer;
         }
         const std::unique_ptr<sd_bus_slot, decltype(&sd_bus_slot_unref)> owner(slot,
@@ -155,16 +155,16 @@ private:
                    : none();
     }
 
-    // Without sending what still waits: that could take long.
+    // Unsent messages are dropped: to send them could take long.
     struct Close {
         void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
     };
 
-    const Clock::time_point m_deadline = Clock::now() + kPatience;
+    const Clock::time_point m_deadline = Clock::now() + kTimeLimit;
     std::unique_ptr<sd_bus, Close> m_bus;
 };
 
-std::optional<std::string> ownSession(Conversation& logind)
+std::optional<std::string> ownSession(Logind& logind)
 {
     std::optional<std::string> path;
     if (const QByteArray id = qgetenv("XDG_SESSION_ID"); !id.isEmpty()) {
@@ -180,7 +180,7 @@ std::optional<std::string> ownSession(Conversation& logind)
 
 std::optional<QString> ConsoleSession::consoleUser()
 {
-    Conversation logind;
+    Logind logind;
     const auto session = logind.activeSession();
     if (!session) {
         return std::nullopt;
@@ -196,7 +196,7 @@ std::optional<QString> ConsoleSession::consoleUser()
 
 bool ConsoleSession::isScreenLocked()
 {
-    Conversation logind;
+    Logind logind;
     const auto session = ownSession(logind);
     return session && logind.sessionFlag(*session, "LockedHint");
 }

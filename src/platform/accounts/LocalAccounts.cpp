@@ -1,24 +1,24 @@
 #include "platform/accounts/LocalAccounts.h"
 
+#include "platform/accounts/Account.h"
+#include "platform/accounts/AccountDatabase.h"
+#include "platform/processes/ChildProcess.h"
+#include "platform/processes/SecretText.h"
+#include "platform/processes/SystemPrograms.h"
+
+#include <QByteArray>
+
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <optional>
 #include <vector>
-
-#include <QFile>
 
 #include <dlfcn.h>
 #include <grp.h>
 #include <pwd.h>
 #include <security/pam_appl.h>
 #include <unistd.h>
-
-#include "platform/accounts/Account.h"
-#include "platform/processes/BoundedProcess.h"
-#include "platform/processes/SecretText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -31,51 +31,28 @@ struct AccountRecord {
     gid_t group = 0;
 };
 
-// Calls one of the database's reentrant functions with a buffer that is large enough.
-template <typename Call>
-bool lookUp(std::vector<char>& buffer, Call call)
-{
-    constexpr std::size_t kMaximumEntry = 16 * 1024 * 1024; // groups may have many members
-    buffer.resize(1024);
-    for (;;) {
-        const int error = call();
-        if (error == ERANGE && buffer.size() < kMaximumEntry) {
-            buffer.resize(buffer.size() * 2);
-        } else if (error != EINTR) {
-            return error == 0;
-        }
-    }
-}
-
 std::optional<AccountRecord> account(const QByteArray& name)
 {
-    std::vector<char> buffer;
-    passwd record = {};
-    passwd* found = nullptr;
-    const bool isAnswered = lookUp(buffer, [&] {
-        return ::getpwnam_r(name.constData(), &record, buffer.data(), buffer.size(), &found);
-    });
-    return isAnswered && found != nullptr
-               ? std::optional(AccountRecord{record.pw_name, record.pw_gid})
-               : std::nullopt;
+    const auto entry = AccountDatabase::find<passwd>(
+        [&](auto... arguments) { return ::getpwnam_r(name.constData(), arguments...); });
+    return entry ? std::optional(AccountRecord{entry->record.pw_name, entry->record.pw_gid})
+                 : std::nullopt;
 }
 
 std::optional<gid_t> groupId(const char* name)
 {
-    std::vector<char> buffer;
-    group record = {};
-    group* found = nullptr;
-    const bool isAnswered = lookUp(
-        buffer, [&] { return ::getgrnam_r(name, &record, buffer.data(), buffer.size(), &found); });
-    return isAnswered && found != nullptr ? std::optional(record.gr_gid) : std::nullopt;
+    const auto entry = AccountDatabase::find<group>(
+        [&](auto... arguments) { return ::getgrnam_r(name, arguments...); });
+    return entry ? std::optional(entry->record.gr_gid) : std::nullopt;
 }
 
 std::optional<AccountRecord> knownAccount(const QString& name)
 {
-    const bool isFit = !name.isEmpty() && !name.startsWith(u'-') &&
-                       std::none_of(name.cbegin(), name.cend(),
-                                    [](QChar c) { return c.category() == QChar::Other_Control; });
-    return isFit ? account(name.toUtf8()) : std::nullopt;
+    const bool isUsable = !name.isEmpty() && !name.startsWith(u'-') &&
+                          std::none_of(name.cbegin(), name.cend(), [](QChar c) {
+                              return c.category() == QChar::Other_Control;
+                          });
+    return isUsable ? account(name.toUtf8()) : std::nullopt;
 }
 
 // PAM, loaded when it is first needed: most agents never ask for a password.
@@ -112,8 +89,8 @@ private:
     void* m_library;
 };
 
-// Answers PAM's questions: a hidden one is for the password, any other is for a person who isn't
-// there. PAM frees the answers, overwriting them.
+// Answers PAM's questions: the answer to a hidden one is the password; any other is for a person,
+// and nobody is asked here. PAM overwrites and frees the answers.
 int converse(int count, const pam_message** messages, pam_response** responses, void* data)
 {
     if (count <= 0 || count > PAM_MAX_NUM_MSG) {
@@ -148,7 +125,7 @@ int converse(int count, const pam_message** messages, pam_response** responses, 
     return PAM_CONV_ERR;
 }
 
-bool isRightForPam(const QByteArray& name, QByteArray& password)
+bool doesPamAccept(const QByteArray& name, QByteArray& password)
 {
     static const Pam pam;
     if (!pam.isThere()) {
@@ -167,17 +144,16 @@ bool isRightForPam(const QByteArray& name, QByteArray& password)
     return answer == PAM_SUCCESS;
 }
 
-// su reads the password from its input where there is no terminal, and its exit status is the
-// command's, so zero means that it let the account in.
-bool isRightForSu(const QByteArray& name, const QByteArray& password)
+// Without a terminal su reads the password from its input. Its exit status is the command's, so
+// zero means that the password was right.
+bool doesSuAccept(const QByteArray& name, const QByteArray& password)
 {
-    const QString merged = u"/usr/bin/su"_s;
-    const QString program = QFile::exists(merged) ? merged : u"/bin/su"_s;
-    QByteArray line = password + '\n';
-    const auto result = BoundedProcess::run(
-        program, {u"-s"_s, u"/bin/sh"_s, u"-c"_s, u":"_s, u"--"_s, QString::fromUtf8(name)}, line,
-        kLongestAnswer);
-    SecretText::wipe(line);
+    ChildProcess::Options options = {.input = password + '\n', .limit = kLongestAnswer};
+    const auto result = ChildProcess::run(SystemPrograms::su(),
+                                          {u"-s"_s, SystemPrograms::kSh.toString(), u"-c"_s, u":"_s,
+                                           u"--"_s, QString::fromUtf8(name)},
+                                          options);
+    SecretText::wipe(options.input);
     return result.status == 0;
 }
 
@@ -193,7 +169,7 @@ bool LocalAccounts::isPasswordRight(const QString& name, const QString& password
         !bytes.contains('\0')) {
         const bool canPamAnswer = ::geteuid() == 0 || known->name == Account::loginName().toUtf8();
         isRight =
-            canPamAnswer ? isRightForPam(known->name, bytes) : isRightForSu(known->name, bytes);
+            canPamAnswer ? doesPamAccept(known->name, bytes) : doesSuAccept(known->name, bytes);
     }
     SecretText::wipe(bytes);
     return isRight;

@@ -1,14 +1,14 @@
 #include "platform/accounts/PreferredLanguages.h"
 
-#include <algorithm>
-
 #include <QStringView>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// "pt_BR.UTF-8@euro" without what follows the territory.
+// "pt_BR" for "pt_BR.UTF-8@euro".
 QString languageOf(QStringView locale)
 {
     const auto* const end =

@@ -1,15 +1,16 @@
 #include "platform/desktop/BundleImages.h"
 
-#include <QPixmap>
-
 #include "platform/files/MainBundle.h"
+
+#include <QPixmap>
+#include <QWidget>
 
 using namespace Qt::StringLiterals;
 
 std::optional<QIcon> BundleImages::icon(const QString& name)
 {
     QIcon icon;
-    // Both sizes whatever this screen's scale is: a status bar may ask for either.
+    // Both sizes on every screen: a status bar may ask for either.
     for (const auto& [suffix, scale] : {std::pair(QString(), 1.0), std::pair(u"@2x"_s, 2.0)}) {
         const auto path = MainBundle::resourcePath(name + suffix, u"png"_s);
         if (!path) {
@@ -22,4 +23,10 @@ std::optional<QIcon> BundleImages::icon(const QString& name)
         }
     }
     return icon.isNull() ? std::nullopt : std::optional(icon);
+}
+
+QPixmap BundleImages::pixmap(const QString& name, const QWidget& place)
+{
+    const auto picture = icon(name);
+    return picture ? picture->pixmap(place.size(), place.devicePixelRatioF()) : QPixmap();
 }

@@ -1,15 +1,22 @@
 #pragma once
 
-#include <optional>
-
 #include <QIcon>
+#include <QPixmap>
 #include <QString>
 
-// The pictures among the bundle's resources. Each lies there as NAME.png and, in twice the size,
+#include <optional>
+
+class QWidget;
+
+// The pictures among the bundle's resources: each is there as NAME.png and, in twice the size, as
 // NAME@2x.png. Main thread.
 namespace BundleImages {
 
-// A picture in both sizes; none where the bundle has no such resource or it is no picture.
+// Both sizes of a picture; none where there is no such resource or it is no picture.
 [[nodiscard]] std::optional<QIcon> icon(const QString& name);
+
+// The picture as it fits the widget, in its size and for its screen; a null one where there is
+// none.
+[[nodiscard]] QPixmap pixmap(const QString& name, const QWidget& place);
 
 } // namespace BundleImages

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <set>
-#include <tuple>
-#include <vector>
-
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusVariant>
@@ -15,10 +11,14 @@
 #include <QTimer>
 #include <QVariantMap>
 
+#include <set>
+#include <tuple>
+#include <vector>
+
 class QAction;
 class QMenu;
 
-// What com.canonical.dbusmenu passes around, each with its D-Bus signature.
+// The structures of com.canonical.dbusmenu, with their D-Bus signatures.
 
 struct DBusMenuItem { // (ia{sv})
     int id = 0;
@@ -34,7 +34,7 @@ struct DBusMenuItemKeys { // (ias)
     static auto fields(auto& self) { return std::tie(self.id, self.names); }
 };
 
-struct DBusMenuLayout { // (ia{sv}av), the children being such structures again
+struct DBusMenuLayout { // (ia{sv}av); the children are such structures, too
     int id = 0;
     QVariantMap properties;
     QVariantList children;
@@ -54,16 +54,16 @@ struct DBusMenuEvent { // (isvu)
     }
 };
 
-// A QMenu for the hosts that draw it themselves: com.canonical.dbusmenu, version 3.
+// Exports a QMenu to the hosts that draw it themselves: com.canonical.dbusmenu, version 3.
 //
-// The menu is flat: titles, pictures, shortcuts, separators, enabling and visibility. Submenus and
-// check marks are not carried. Item 0 is the menu itself; an action keeps its number for as long as
-// it lives, and a number is never given twice in a run of the program, so that a click in a menu
-// that the host has not brought up to date yet meets the right action or none.
+// The menu is flat: titles, pictures, shortcuts, separators, enabling and visibility, but no
+// submenus and check marks. Item 0 is the menu itself. An action keeps its number as long as it
+// exists, and no number is used twice in a run of the program: a click in a menu that the host has
+// not updated yet triggers the right action or none.
 //
-// On the bus from construction to destruction. Whatever arrives there is from outside: a call of
-// the wrong type is refused by Qt, one with an unknown item by an error. Main thread. Internal to
-// the room.
+// On the bus from construction to destruction. Any process may call it there: Qt refuses calls of
+// the wrong type, and an unknown item is answered with an error. Main thread. Internal to the
+// platform.
 class DBusMenu : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
@@ -76,7 +76,7 @@ public:
     explicit DBusMenu(const QDBusConnection& bus, QObject* parent = nullptr);
     ~DBusMenu() override;
 
-    // Where the menu is found on the bus.
+    // The object path on the bus.
     [[nodiscard]] static QString path();
 
     // Not owned; null empties the menu.
@@ -88,7 +88,7 @@ public:
     [[nodiscard]] QStringList iconThemePath() const { return {}; }
 
 public Q_SLOTS:
-    // The interface, its operations named as it names them.
+    // The operations of the interface, with its names.
     Q_SCRIPTABLE uint GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
                                 DBusMenuLayout& layout);
     Q_SCRIPTABLE QList<DBusMenuItem> GetGroupProperties(const QList<int>& ids,
@@ -115,22 +115,22 @@ private:
     };
 
     [[nodiscard]] QList<QAction*> actions() const;
-    // Gives the action a number where it has none yet.
+    // Numbers the action where it has no number yet.
     int idOf(QAction* action);
-    // Null for item 0 and for what is not in the menu (any more).
+    // Null for item 0 and for what is not in the menu, or no longer.
     [[nodiscard]] QAction* actionOf(int id) const;
     [[nodiscard]] bool isKnown(int id) const;
     [[nodiscard]] QVariantMap propertiesOf(int id) const;
-    bool takeEvent(int id, const QString& eventId, uint timestamp);
-    void refuse(int id);
-    void tellChanges();
+    bool handleEvent(int id, const QString& eventId, uint timestamp);
+    void replyNoSuchItem(int id);
+    void announceChanges();
 
     QDBusConnection m_bus;
     QPointer<QMenu> m_menu;
     std::vector<Numbered> m_numbers;
     uint m_revision = 0;
 
-    // What the hosts have not been told yet: many changes made in one go are told once.
-    QTimer m_untold;
+    // Several changes in one run of the event loop are announced once, at its end.
+    QTimer m_announcement;
     std::set<int> m_changed;
 };

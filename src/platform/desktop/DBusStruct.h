@@ -1,15 +1,15 @@
 #pragma once
 
+#include <QDBusArgument>
+
 #include <concepts>
 #include <tuple>
 
-#include <QDBusArgument>
-
-// Sends plain structs over the bus as D-Bus structures.
+// Plain structs as D-Bus structures.
 //
-// The struct has a static `fields(self)` that ties its members in the order of the signature. One
-// call of qDBusRegisterMetaType for it, and for every list of it that is sent as a value of its
-// own, makes it known to the bus. Internal to the room.
+// The struct has a static `fields(self)` that ties its members in the order of the signature. It,
+// and each list of it that is sent as a value, is registered with qDBusRegisterMetaType. Internal
+// to the platform.
 template <typename T>
 concept DBusStruct = requires(T& value)
 {

@@ -1,9 +1,8 @@
 #include "platform/desktop/StatusItem.h"
 
-#include <algorithm>
-#include <limits>
-#include <optional>
-#include <thread>
+#include "platform/desktop/StatusNotifierItem.h"
+#include "platform/threads/MainQueue.h"
+#include "platform/threads/Worker.h"
 
 #include <QCursor>
 #include <QDBusConnection>
@@ -19,8 +18,9 @@
 #include <QTextDocument>
 #include <QThread>
 
-#include "platform/desktop/StatusNotifierItem.h"
-#include "platform/threads/MainQueue.h"
+#include <algorithm>
+#include <limits>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -29,7 +29,7 @@ namespace {
 const QString kWatcher = u"org.kde.StatusNotifierWatcher"_s; // and its interface
 const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
 
-// Tells that hosts have come or gone.
+// Emits changed() when a host has come or gone.
 class HostSignals : public QObject {
     Q_OBJECT
 
@@ -37,8 +37,8 @@ public:
     explicit HostSignals(QDBusConnection bus)
     {
         // Connected by text, as nowhere else: QtDBus's proxy classes, whose signals could be
-        // connected as others are, ask the bus for the sender's name and wait. And from any sender,
-        // for the same reason; what it tells is no more than that it is time to ask.
+        // connected as usual, ask the bus for the sender's name and wait for it. Signals of any
+        // sender are taken for the same reason; they only lead to the question for a host.
         for (const auto& name :
              {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s}) {
             bus.connect(QString(), kWatcherPath, kWatcher, name, this, SIGNAL(changed()));
@@ -49,13 +49,13 @@ Q_SIGNALS:
     void changed();
 };
 
-// Calls `then` with the answer, also an error, on this thread; not any more once the context is
-// gone.
+// Calls `then` with the answer, also an error, on this thread, unless the context is deleted
+// before.
 template <typename Then>
 void ask(const QDBusConnection& bus, const QDBusMessage& question, QObject* context, Then then)
 {
-    // Without a limit: a watcher that is slow, as while a desktop starts, is late, not absent. If
-    // it ends, the bus answers in its place.
+    // Without a time limit: while a desktop starts the watcher may answer late. If it ends, the bus
+    // answers with an error.
     constexpr int noLimit = std::numeric_limits<int>::max();
     auto* const call = new QDBusPendingCallWatcher(bus.asyncCall(question, noLimit), context);
     QObject::connect(call, &QDBusPendingCallWatcher::finished, context, [call, then] {
@@ -64,8 +64,8 @@ void ask(const QDBusConnection& bus, const QDBusMessage& question, QObject* cont
     });
 }
 
-// Where a menu of that size comes up beside an icon: below it, or above where there is no room.
-QPoint placeBeside(const QRect& icon, const QSize& menu, const QRect& screen)
+// The menu's top left corner: below the icon, or above it where the screen ends.
+QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen)
 {
     const int below = icon.bottom() + 1;
     const int y = below + menu.height() <= screen.bottom() + 1 ? below : icon.top() - menu.height();
@@ -84,15 +84,13 @@ public:
     void setMenu(QMenu* menu);
 
 private:
-    template <typename Result>
-    void fetch(Result (*work)(), void (Private::*then)(const Result&));
-
-    void watch(const QDBusConnection& bus);
+    void runOnWorker(void (*work)(), void (Private::*then)());
+    void watchBus();
     void setWatcher(const QString& uniqueName);
     void askForHost();
     void useHost();
     void useTray();
-    void makeTray(const bool& supportsMessages);
+    void makeTray();
     void updateTray();
     void popUpMenuAtTray();
 
@@ -102,7 +100,7 @@ private:
     QString m_toolTip;
     QPointer<QMenu> m_menu;
 
-    // Never both.
+    // At most one of them exists.
     std::unique_ptr<StatusNotifierItem> m_item;
     std::unique_ptr<QSystemTrayIcon> m_tray;
 
@@ -110,14 +108,14 @@ private:
     bool m_isTrayComing = false;
     std::optional<QDBusConnection> m_bus;
     std::unique_ptr<HostSignals> m_hosts;
-    QString m_watcher; // the process's unique name on the bus; empty for none
+    QString m_watcher; // its unique name on the bus; empty while there is none
     std::shared_ptr<Private*> m_self = std::make_shared<Private*>(this);
 };
 
 StatusItem::Private::Private(const QString& id, const QString& title) : m_id(id), m_title(title)
 {
-    // Whoever uses the session bus first connects to it and waits for its greeting.
-    fetch(&QDBusConnection::sessionBus, &Private::watch);
+    // The first use of the session bus connects to it and waits for its greeting.
+    runOnWorker([] { QDBusConnection::sessionBus(); }, &Private::watchBus);
 }
 
 StatusItem::StatusItem(const QString& id, const QString& title, QObject* parent)
@@ -171,29 +169,30 @@ void StatusItem::Private::setMenu(QMenu* menu)
     updateTray();
 }
 
-// Runs the work on a thread of its own, and with what it has fetched the continuation here; that
-// not any more once this object is gone.
-template <typename Result>
-void StatusItem::Private::fetch(Result (*work)(), void (Private::*then)(const Result&))
+// Runs `work` on a worker thread and then `then` on the main thread, unless this object is deleted
+// before.
+void StatusItem::Private::runOnWorker(void (*work)(), void (Private::*then)())
 {
-    std::thread([owner = std::weak_ptr(m_self), work, then] {
-        MainQueue::post([owner, then, result = work()] {
+    Worker::run([owner = std::weak_ptr(m_self), work, then] {
+        work();
+        MainQueue::post([owner, then] {
             if (const auto self = owner.lock()) {
-                ((*self)->*then)(result);
+                ((*self)->*then)();
             }
         });
-    }).detach();
+    });
 }
 
-void StatusItem::Private::watch(const QDBusConnection& bus)
+void StatusItem::Private::watchBus()
 {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         useTray();
         return;
     }
     m_bus = bus;
 
-    // First the subscriptions, then the question: nothing falls between them.
+    // The subscriptions come before the question, so that no change is missed.
     m_hosts = std::make_unique<HostSignals>(bus);
     connect(m_hosts.get(), &HostSignals::changed, this, &Private::askForHost);
     auto* const owners =
@@ -206,7 +205,7 @@ void StatusItem::Private::watch(const QDBusConnection& bus)
                                        u"org.freedesktop.DBus"_s, u"GetNameOwner"_s);
     question << kWatcher;
     ask(bus, question, this, [this](const QDBusMessage& answer) {
-        // An error stands for no owner.
+        // An error means that there is no owner.
         setWatcher(answer.type() == QDBusMessage::ReplyMessage
                        ? answer.arguments().value(0).toString()
                        : QString());
@@ -219,7 +218,7 @@ void StatusItem::Private::setWatcher(const QString& uniqueName)
         return;
     }
     m_watcher = uniqueName;
-    m_item.reset(); // registered with the former one
+    m_item.reset(); // it is registered with the former watcher
     if (m_watcher.isEmpty()) {
         useTray();
     } else {
@@ -232,7 +231,7 @@ void StatusItem::Private::askForHost()
     if (m_watcher.isEmpty()) {
         return;
     }
-    // Always asked, for the signals tell of one host and there may be more.
+    // Asked again after each signal: that is about one host, and there may be several.
     auto question = QDBusMessage::createMethodCall(m_watcher, kWatcherPath,
                                                    u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
     question << kWatcher << u"IsStatusNotifierHostRegistered"_s;
@@ -269,24 +268,24 @@ void StatusItem::Private::useTray()
         return;
     }
     // At its first use in a program QSystemTrayIcon asks the watcher for a host, waits for the
-    // answer and keeps to it for good. Here the answer is known to be "none", which leaves it to
-    // the XEmbed tray, whenever that comes. But the waiting may not be this thread's, so the first
-    // use is on another, and one that touches no more than that question.
+    // answer and never asks again. Here the answer is "none", so from then on it uses the XEmbed
+    // tray, also one that starts later. The main thread must not wait, so the first use is on a
+    // worker, by a function that does nothing else.
     m_isTrayComing = true;
-    fetch(&QSystemTrayIcon::supportsMessages, &Private::makeTray);
+    runOnWorker([] { QSystemTrayIcon::supportsMessages(); }, &Private::makeTray);
 }
 
-void StatusItem::Private::makeTray(const bool& /*supportsMessages*/)
+void StatusItem::Private::makeTray()
 {
     m_isTrayComing = false;
     if (!m_isTrayWanted) {
-        return; // a host came meanwhile
+        return; // a host has come meanwhile
     }
     m_tray = std::make_unique<QSystemTrayIcon>();
     connect(m_tray.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason == QSystemTrayIcon::Trigger) {
-                    popUpMenuAtTray(); // the other button's menu is Qt's work
+                    popUpMenuAtTray(); // Qt itself opens it for the other button
                 }
             });
     updateTray();
@@ -317,7 +316,7 @@ void StatusItem::Private::popUpMenuAtTray()
     if (screen == nullptr) {
         screen = QGuiApplication::primaryScreen();
     }
-    m_menu->popup(placeBeside(icon, m_menu->sizeHint(), screen->geometry()));
+    m_menu->popup(menuPosition(icon, m_menu->sizeHint(), screen->geometry()));
 }
 
 #include "StatusItem.moc"

@@ -1,41 +1,40 @@
 #pragma once
 
-#include <memory>
-
 #include <QIcon>
 #include <QObject>
 #include <QString>
+
+#include <memory>
 
 class QMenu;
 
 // The program's icon in the desktop's status bar, with a menu.
 //
-// It is a StatusNotifierItem (freedesktop.org StatusNotifierItem specification, with the menu as
-// com.canonical.dbusmenu) wherever a host for such items is registered, and an XEmbed tray icon
-// (freedesktop.org System Tray Protocol) wherever not. Either may come after the program, go, and
-// come back: there is one icon at every moment, and it keeps its menu. No status bar at all is no
+// While a host for StatusNotifierItems is registered it is such an item (freedesktop.org's
+// StatusNotifierItem, with the menu as com.canonical.dbusmenu), else an XEmbed tray icon
+// (freedesktop.org System Tray Protocol). Hosts and trays may start after the program, end, and
+// start again: there is always one icon, with the same menu. A desktop without a status bar is no
 // error.
 //
-// One in a program, after the application object and MainQueue::attach(). Main thread. Nothing here
-// waits for the bus or for who is on it, however long they take to answer: until a watcher that is
-// there has said whether there is a host, nothing changes.
+// One in a program, made after the application object and MainQueue::attach(). Main thread, which
+// never waits for the bus or for an answer on it (but where the system has no thread left for a
+// worker). Until a watcher has answered whether there is a host, nothing changes.
 class StatusItem : public QObject {
     Q_OBJECT
 
 public:
-    // `id` names the item towards the host and stays the same between runs; `title` is shown.
+    // `id` names the item to hosts and stays the same between runs; `title` is shown.
     StatusItem(const QString& id, const QString& title, QObject* parent = nullptr);
     ~StatusItem() override;
 
     // The picture, for any size that a host asks for.
     void setIcon(const QIcon& icon);
 
-    // The text shown while the pointer rests on the icon; plain text.
+    // Plain text, shown while the pointer rests on the icon.
     void setToolTip(const QString& text);
 
-    // The menu; not owned. Its actions may change at any time: texts (a doubled "&" is one, as
-    // in every QAction), icons, shortcuts, visibility, enabling, order. Submenus and check marks do
-    // not show everywhere.
+    // Not owned. Its actions may change at any time: text ("&&" for "&"), icon, shortcut,
+    // visibility, enabling, order. Not every host shows submenus and check marks.
     void setMenu(QMenu* menu);
 
 private:

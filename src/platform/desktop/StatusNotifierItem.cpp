@@ -1,6 +1,6 @@
 #include "platform/desktop/StatusNotifierItem.h"
 
-#include <algorithm>
+#include "platform/desktop/DBusStruct.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
@@ -15,19 +15,19 @@
 #include <QSize>
 #include <QtEndian>
 
-#include "platform/desktop/DBusStruct.h"
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// The path that a host looks at when it is told no more than a bus name.
+// Where hosts look when they know the bus name only.
 const QString kPath = u"/StatusNotifierItem"_s;
 
-// No status bar is higher, and the pictures travel with every change.
+// No status bar is higher, and the pictures are sent with every change.
 constexpr int kLargestPicture = 128;
 
-// The form of the name is the standard's: process and number within it.
+// The standard's form: the process, and a number within it.
 QString busName()
 {
     return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
@@ -63,7 +63,7 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString
 
 StatusNotifierItem::~StatusNotifierItem()
 {
-    // Nobody can be told to take an item off: it goes with its name.
+    // There is no call that unregisters an item; the watcher drops it when its name is released.
     QDBusMessage release = callToBus(u"ReleaseName"_s);
     release << busName();
     m_bus.send(release);
@@ -72,8 +72,8 @@ StatusNotifierItem::~StatusNotifierItem()
 
 void StatusNotifierItem::requestName()
 {
-    // A name of the item's own, and not the connection's: giving it back withdraws the icon while
-    // the connection, which the accessibility bridge uses too, goes on.
+    // A name of its own and not the connection's: released, it withdraws the icon, while the
+    // connection, which the accessibility bridge uses too, stays.
     constexpr uint doNotQueue = 4;
     constexpr uint primaryOwner = 1;
     constexpr uint alreadyOwner = 4;
@@ -134,7 +134,7 @@ QDBusObjectPath StatusNotifierItem::menu() const
 
 QList<StatusNotifierPicture> StatusNotifierItem::pictures() const
 {
-    // The size of a common status bar, at scale 1 and 2, and whatever else there is.
+    // The size of a common status bar, at scale 1 and 2, and the icon's own sizes.
     QList<QSize> sizes = {QSize(22, 22), QSize(44, 44)};
     sizes += m_icon.availableSizes();
 
@@ -155,7 +155,7 @@ QList<StatusNotifierPicture> StatusNotifierItem::pictures() const
 
 StatusNotifierToolTip StatusNotifierItem::toolTip() const
 {
-    // As the title, which hosts show as it is, other than the description.
+    // As the title, which is plain text; the description may contain markup.
     return {{}, {}, m_toolTip, {}};
 }
 
@@ -178,7 +178,7 @@ void StatusNotifierItem::Scroll(int /*delta*/, const QString& /*orientation*/) {
 
 void StatusNotifierItem::popUpMenu(QPoint place)
 {
-    // The place is anybody's word: it may lie on no screen.
+    // Any process may have sent the place: it may be on no screen.
     const QScreen* screen = QGuiApplication::screenAt(place);
     if (screen == nullptr) {
         screen = QGuiApplication::primaryScreen();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tuple>
+#include "platform/desktop/DBusMenu.h"
 
 #include <QByteArray>
 #include <QDBusConnection>
@@ -12,11 +12,11 @@
 #include <QPointer>
 #include <QString>
 
-#include "platform/desktop/DBusMenu.h"
+#include <tuple>
 
 class QMenu;
 
-// What org.kde.StatusNotifierItem passes around, each with its D-Bus signature.
+// The structures of org.kde.StatusNotifierItem, with their D-Bus signatures.
 
 struct StatusNotifierPicture { // (iiay)
     int width = 0;
@@ -38,12 +38,12 @@ struct StatusNotifierToolTip { // (sa(iiay)ss)
     }
 };
 
-// The program's icon for the hosts that draw it themselves: the freedesktop.org
-// StatusNotifierItem specification, under the names that all hosts know it by, org.kde.*.
+// The program's icon for the hosts that draw it themselves: freedesktop.org's StatusNotifierItem,
+// under the names by which all hosts know it, org.kde.*.
 //
-// On the bus and registered with the watcher from construction to destruction; one at a time in a
-// program. It waits for nothing: the registration takes place once the bus has answered. Main
-// thread. Internal to the room.
+// On the bus, and registered with the watcher, from construction to destruction; one at a time in a
+// program. It never waits: it registers when the bus has answered. Main thread. Internal to the
+// platform.
 class StatusNotifierItem : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
@@ -65,8 +65,7 @@ class StatusNotifierItem : public QObject {
     Q_PROPERTY(StatusNotifierToolTip ToolTip READ toolTip)
 
 public:
-    // `watcher` is the bus name to register with; best the unique one, which no other process can
-    // take over meanwhile.
+    // `watcher` is the unique bus name to register with, which no other process can take over.
     StatusNotifierItem(const QDBusConnection& bus, const QString& watcher, const QString& id,
                        const QString& title, QObject* parent = nullptr);
     ~StatusNotifierItem() override;
@@ -88,9 +87,8 @@ public:
     [[nodiscard]] QList<StatusNotifierPicture> noPictures() const { return {}; }
 
 public Q_SLOTS:
-    // The interface, its operations named as it names them. The host calls the first three when it
-    // does not draw the menu itself, with the place on the screen; whatever the button, the menu
-    // comes up.
+    // The operations of the interface, with its names. A host that does not draw the menu itself
+    // calls the first three, with the place on the screen; all open the menu.
     Q_SCRIPTABLE void Activate(int x, int y);
     Q_SCRIPTABLE void SecondaryActivate(int x, int y);
     Q_SCRIPTABLE void ContextMenu(int x, int y);
@@ -99,7 +97,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     Q_SCRIPTABLE void NewIcon();
     Q_SCRIPTABLE void NewToolTip();
-    // Never sent: the title and the status stay. Hosts expect to find them.
+    // Never sent, since title and status don't change; hosts expect them in the interface.
     Q_SCRIPTABLE void NewTitle();
     Q_SCRIPTABLE void NewStatus(const QString& status);
 

@@ -1,14 +1,17 @@
 #include "platform/desktop/WindowActivation.h"
 
-#include <cstdlib>
-#include <ctime>
-#include <memory>
+#include "platform/threads/MainQueue.h"
 
 #include <QApplication>
 #include <QGuiApplication>
 #include <QInputEvent>
 #include <QWidget>
 #include <QWindow>
+
+#include <atomic>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
 
 #include <xcb/xcb.h>
 
@@ -30,6 +33,8 @@ quint32& lastAction()
     static quint32 time = 0;
     return time;
 }
+
+std::atomic<bool> isStopped = false;
 
 class InputWatch : public QObject {
 public:
@@ -103,8 +108,17 @@ void WindowActivation::noteAction(quint32 serverTime)
     lastAction() = serverTime != 0 ? serverTime : serverTimeNow();
 }
 
+void WindowActivation::stop()
+{
+    isStopped = true;
+}
+
 void WindowActivation::present(QWidget* window)
 {
+    MainQueue::assertMainThread();
+    if (isStopped) {
+        return;
+    }
     if (!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
         window->setWindowFlag(Qt::WindowStaysOnTopHint);
     }

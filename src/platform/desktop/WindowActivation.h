@@ -9,7 +9,7 @@ class QWidget;
 // A floating window stays on top of ordinary ones. Activation (the keyboard) is asked of the window
 // manager with the true time of the person's last action in this program (EWMH _NET_ACTIVE_WINDOW
 // and _NET_WM_USER_TIME), so that a desktop that guards the focus can tell a window that the person
-// asked for from one that comes by itself. Main thread.
+// asked for from one that comes by itself. Main thread, where nothing else is said.
 namespace WindowActivation {
 
 // Watches the person's own input to the program's windows from now on. Once, after the application
@@ -21,7 +21,11 @@ void watchInput();
 // that the time is not known and counts as now.
 void noteAction(quint32 serverTime);
 
-// Shows the window at the floating level, above others, and asks for the keyboard.
+// Shows the window at the floating level, above others, and asks for the keyboard. Does nothing
+// after stop().
 void present(QWidget* window);
+
+// From now on no window comes up any more: the program is ending. Any thread.
+void stop();
 
 } // namespace WindowActivation

@@ -7,32 +7,26 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString withoutTrailingSlashes(QString path)
+QString rooted(const QString& absolutePath)
 {
-    while (path.endsWith(u'/')) {
-        path.chop(1);
-    }
-    return path;
+    const QString root = qEnvironmentVariable("VANTORY_ROOT");
+    return QDir::cleanPath(root.isEmpty() ? absolutePath
+                                          : QFileInfo(root).absoluteFilePath() + absolutePath);
 }
 
 } // namespace
 
-QString FilePaths::rooted(const QString& absolutePath)
+QString FilePaths::library(const QString& path)
 {
-    const QString root = qEnvironmentVariable("VANTORY_ROOT");
-    if (root.isEmpty() || !absolutePath.startsWith(u'/')) {
-        return absolutePath;
-    }
-    return withoutTrailingSlashes(QDir::cleanPath(QFileInfo(root).absoluteFilePath())) +
-           absolutePath;
+    return rooted(u"" VANTORY_LIBRARY_DIR "/"_s + path);
 }
 
-QString FilePaths::libraryDirectory()
+QString FilePaths::applicationSupport(const QString& path)
 {
-    return withoutTrailingSlashes(u"" VANTORY_LIBRARY_DIR ""_s);
+    return rooted(u"" VANTORY_APPLICATION_SUPPORT_DIR "/"_s + path);
 }
 
-QString FilePaths::applicationSupportDirectory()
+QString FilePaths::preferences(const QString& name)
 {
-    return withoutTrailingSlashes(u"" VANTORY_APPLICATION_SUPPORT_DIR ""_s);
+    return library(u"Preferences/vantoryAgent/"_s + name);
 }

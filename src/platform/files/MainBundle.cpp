@@ -12,8 +12,8 @@ using namespace Qt::StringLiterals;
 
 QString MainBundle::path()
 {
-    // The link is read as it stands, not followed: while the package is being replaced it reads
-    // "/.../vantoryAgent (deleted)", and the folder before the name is still the right one.
+    // The link's text, since it can't be followed while the package is replaced. It then reads
+    // "/.../vantoryAgent (deleted)", and the folder is still the right one.
     QByteArray program(1024, Qt::Uninitialized);
     for (;;) {
         const ssize_t length =

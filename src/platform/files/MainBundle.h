@@ -1,24 +1,24 @@
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QVariant>
 
-// The application folder that the running program stands in: NAME.app with the program, its
-// Info.plist and the directory Resources. It is where the program's file really lies, whatever link
-// it was started through and whatever root directory is set for other files (see FilePaths).
-// Needs no application object. Any thread.
+#include <optional>
+
+// The application folder of the running program: NAME.app with the program, its Info.plist and the
+// directory Resources. It is the folder in which the program's file lies, also when the program was
+// started by a link, and also when other paths have a root directory before them (see FilePaths).
+// Works without an application object. Any thread.
 namespace MainBundle {
 
 // The folder's absolute path, without a trailing slash.
 [[nodiscard]] QString path();
 
-// The path of a resource file, "NAME.TYPE" below Resources; none where no such file exists.
+// The path of the resource file "Resources/NAME.TYPE"; none where there is no such file.
 [[nodiscard]] std::optional<QString> resourcePath(const QString& name, const QString& type);
 
-// A value of Info.plist; an invalid variant where the file or the key is missing. The file is read
-// at each call.
+// A value of Info.plist, which is read at each call; an invalid variant where file or key is
+// missing.
 [[nodiscard]] QVariant infoValue(const QString& key);
 
 } // namespace MainBundle

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <QByteArray>
+#include <QString>
+
 #include <functional>
 #include <memory>
 #include <optional>
-
-#include <QByteArray>
-#include <QString>
 
 class SerialQueue;
 
@@ -15,60 +15,43 @@ struct NetworkError {
     QString text;
 };
 
-// One TCP connection that is opened once, used and ended; never opened again.
+// One TCP connection, which is opened once.
 //
-// Bytes move on a thread of the connection's own, so that what is sent leaves, and what arrives is
-// read, whatever the owner's queue is busy with. What arrives keeps its reads apart: each read of
-// the socket is one receive. Reading pauses while a mebibyte waits to be received.
+// It has a thread of its own, so that bytes are sent and read while the owner's queue is busy. Each
+// read of the socket, of at most 64 KiB, is one receive. Reading pauses while a mebibyte waits to
+// be received.
 class TcpConnection {
 public:
-    enum class State {
-        Setup,     // not started
-        Preparing, // being connected
-        Ready,     // connected
-        Waiting,   // nobody listens, or nobody can be reached (carries an error)
-        Failed,    // could not be connected for another reason (carries an error)
-        Cancelled,
-    };
-
-    using StateHandler = std::function<void(State, const std::optional<NetworkError>&)>;
-    // Data of one read (may be empty), whether the peer has closed its direction, or what failed.
+    // None when connected, else why not: nobody listens, the host can't be reached, and so on.
+    using ConnectHandler = std::function<void(const std::optional<NetworkError>&)>;
+    // The data of one read (none at the end), whether the peer has closed its side, what failed.
     using Receive = std::function<void(const QByteArray& data, bool isComplete,
                                        const std::optional<NetworkError>&)>;
     using SendCompletion = std::function<void(const std::optional<NetworkError>&)>;
 
-    // The most that one receive brings, in bytes; the least is one.
-    static constexpr qsizetype kMaximumReceive = 65536;
-    // What may wait to be received before reading pauses, in bytes.
-    static constexpr qsizetype kReadAhead = 1024 * 1024;
-
-    // "localhost" is tried at 127.0.0.1 and then at ::1 (RFC 6761, section 6.3), without asking
-    // a resolver; any other host must be a numeric address.
+    // The host is "localhost" (127.0.0.1, then ::1) or a numeric address.
     TcpConnection(const QString& host, quint16 port);
-    // Cancels and waits for the connection's thread. Not from a callback.
+    // Cancels and waits for the connection's thread. Not from a handler.
     ~TcpConnection();
 
     TcpConnection(const TcpConnection&) = delete;
     TcpConnection& operator=(const TcpConnection&) = delete;
 
-    // Called on the queue with each new state. Any thread; an empty handler removes it, and it is
-    // not called any more from then on, but a call that has begun goes on.
-    void setStateHandler(StateHandler handler);
+    // Connects, and calls the handler once with the outcome. That and the receive callbacks run on
+    // `queue`, which must outlive the connection. Once.
+    void start(SerialQueue& queue, ConnectHandler handler);
 
-    // Begins to connect; state and receive callbacks come on `queue`, which must outlive the
-    // connection. Once.
-    void start(SerialQueue& queue);
-
-    // Asks for the next read; called once on the queue. One may be outstanding.
+    // Asks for the next read; the handler is called once. One at a time.
     void receive(Receive handler);
 
-    // Sends the bytes after all earlier ones, also before the connection is ready. The completion
-    // comes on the connection's own thread, not the queue: a link that breaks is noticed while the
-    // queue is busy. After cancel() nothing is sent and no completion comes. Any thread.
+    // Sends the bytes after all earlier ones; before the connection is there they wait. The
+    // completion runs on the connection's thread, not on the queue, so that a broken link is
+    // noticed while the queue is busy. After cancel() nothing is sent and no completion runs. Any
+    // thread.
     void send(QByteArray data, SendCompletion completion);
 
-    // Ends the connection: what was sent before and fits the system's buffer still leaves; no
-    // callback begins after this. Any thread, callbacks included.
+    // Ends the connection. What the system's buffer holds still leaves. No handler is called after
+    // this; one that has begun goes on. Any thread, also from a handler.
     void cancel();
 
 private:

@@ -1,31 +1,44 @@
 #pragma once
 
-#include <optional>
-
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
+
+#include <chrono>
+#include <optional>
 
 // Starting other programs. The program is an absolute path. A zero character in it or in an
 // argument can't be passed on and counts as an invalid argument: nothing is started then.
 //
-// A child starts in a session of its own (no terminal), with default signal dispositions, an empty
-// signal mask and no descriptor of ours but the standard three: its input is empty, its output and
-// errors go nowhere, so that no child can ever wait for the agent.
+// A child starts in a session of its own (no terminal), with the default action for every signal,
+// an empty signal mask and no descriptor of ours but the standard three. Its input is empty, its
+// output and errors go nowhere, so that no child ever waits for the agent. The copies that are made
+// of the arguments are overwritten, since an argument may hold a password.
 namespace ChildProcess {
 
 struct Result {
     // The child's exit status, or the number of the signal that it died of; none where it could
-    // not be started, or its status never came.
+    // not be started, its status never came, or its time was over.
     std::optional<int> status;
-    // Why there is no status, as the system says it.
+    // Why there is no status, as the system words it.
     QString error;
 };
 
-// Starts the program and waits for its end. Any thread.
-[[nodiscard]] Result run(const QString& program, const QStringList& arguments);
+struct Options {
+    // What the child can read before the end of its input; at most one pipe's length (64 KiB).
+    QByteArray input = {};
+    // After this time the child and its process group are killed.
+    std::optional<std::chrono::milliseconds> limit = {};
+    // The child's umask, where it must not be ours.
+    std::optional<unsigned int> umask = {};
+};
 
-// Starts the program and does not wait for it; its remains are cleared away when it ends. Returns
-// why it could not be started, or none. Main thread, with an event loop.
+// Starts the program and waits for its end. Any thread.
+[[nodiscard]] Result run(const QString& program, const QStringList& arguments,
+                         const Options& options = {});
+
+// Starts the program and does not wait for it; it is reaped when it ends. Returns why it could not
+// be started, or none. Main thread, with an event loop.
 [[nodiscard]] std::optional<QString> start(const QString& program, const QStringList& arguments);
 
 } // namespace ChildProcess

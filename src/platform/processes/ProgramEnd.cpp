@@ -6,3 +6,10 @@ void endProgram(int status)
 {
     ::_exit(status);
 }
+
+void waitForProgramEnd()
+{
+    for (;;) {
+        ::pause();
+    }
+}

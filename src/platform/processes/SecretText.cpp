@@ -8,7 +8,7 @@ template <typename Text>
 void overwrite(Text& text)
 {
     auto& data = text.data_ptr();
-    // A literal's characters are nobody's to write to.
+    // A literal's characters can't be written to.
     if (data.isMutable()) {
         ::explicit_bzero(data.data(), static_cast<std::size_t>(data.size) * sizeof *data.data());
     }

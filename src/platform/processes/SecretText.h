@@ -3,13 +3,13 @@
 #include <QByteArray>
 #include <QString>
 
-// Texts that must not lie around in memory: passwords, and what holds one. Any thread.
+// Passwords, and texts that hold one, must not stay in memory. Any thread.
 namespace SecretText {
 
-// A copy that shares its characters with nobody.
+// A copy with characters of its own. (QString's copies share them.)
 [[nodiscard]] QString copy(const QString& text);
 
-// Overwrites the characters where they are, so for everybody who shares them, and empties the text.
+// Overwrites the characters, also for all copies that share them, and empties the text.
 void wipe(QString& text);
 void wipe(QByteArray& text);
 

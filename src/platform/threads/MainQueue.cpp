@@ -1,48 +1,58 @@
 #include "platform/threads/MainQueue.h"
 
-#include <condition_variable>
-#include <deque>
-#include <memory>
-#include <mutex>
-#include <thread>
-
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
 
+#include <deque>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <thread>
+
 namespace {
 
-struct Waiting {
-    std::mutex mutex;
+struct Queue {
+    std::mutex mutex; // guards the rest
     std::deque<std::function<void()>> work;
     QObject* waker = nullptr;
     std::thread::id mainThread;
+
+    // With the mutex held, so that the waker is not deleted meanwhile and the events come in the
+    // order of the work.
+    void wake() const { QCoreApplication::postEvent(waker, new QEvent(QEvent::User)); }
 };
 
 // Never destroyed: other threads may post while the process ends.
-Waiting& waiting()
+Queue& queue()
 {
-    static auto* const queue = new Waiting;
-    return *queue;
+    static auto* const theQueue = new Queue;
+    return *theQueue;
 }
 
-// Each event runs one piece of work, so that a nested event loop inside one finds the events of
-// those behind it.
+// Runs one piece of work for each event: where a piece runs an event loop of its own, the events of
+// the later pieces are still there for it.
 class Waker : public QObject {
 public:
     using QObject::QObject;
+
+    ~Waker() override
+    {
+        const std::lock_guard lock(queue().mutex);
+        queue().waker = nullptr;
+    }
 
     bool event(QEvent* event) override
     {
         std::function<void()> work;
         {
-            // Before the event is looked at: the poster wrote it under this lock.
-            const std::lock_guard lock(waiting().mutex);
-            if (event->type() != QEvent::User || waiting().work.empty()) {
+            // The event was written with this lock held, so it is read with it, too.
+            const std::lock_guard lock(queue().mutex);
+            if (event->type() != QEvent::User || queue().work.empty()) {
                 return QObject::event(event);
             }
-            work = std::move(waiting().work.front());
-            waiting().work.pop_front();
+            work = std::move(queue().work.front());
+            queue().work.pop_front();
         }
         work();
         return true;
@@ -53,18 +63,19 @@ public:
 
 void MainQueue::attach()
 {
-    Waiting& queue = waiting();
     auto* const waker = new Waker(QCoreApplication::instance());
-    QObject::connect(waker, &QObject::destroyed, waker, [&queue] {
-        const std::lock_guard lock(queue.mutex);
-        queue.waker = nullptr;
-    });
-    const std::lock_guard lock(queue.mutex);
-    queue.mainThread = std::this_thread::get_id();
-    queue.waker = waker;
-    for (std::size_t i = 0; i < queue.work.size(); ++i) {
-        QCoreApplication::postEvent(waker, new QEvent(QEvent::User));
+    const std::lock_guard lock(queue().mutex);
+    queue().mainThread = std::this_thread::get_id();
+    queue().waker = waker;
+    for (std::size_t i = 0; i < queue().work.size(); ++i) {
+        queue().wake();
     }
+}
+
+bool MainQueue::isMainThread()
+{
+    const std::lock_guard lock(queue().mutex);
+    return queue().mainThread == std::this_thread::get_id();
 }
 
 void MainQueue::assertMainThread()
@@ -72,20 +83,12 @@ void MainQueue::assertMainThread()
     Q_ASSERT_X(isMainThread(), "MainQueue", "the agent's state belongs to the main thread");
 }
 
-bool MainQueue::isMainThread()
-{
-    const std::lock_guard lock(waiting().mutex);
-    return waiting().mainThread == std::this_thread::get_id();
-}
-
 void MainQueue::post(std::function<void()> work)
 {
-    Waiting& queue = waiting();
-    const std::lock_guard lock(queue.mutex);
-    queue.work.push_back(std::move(work));
-    // Under the lock: the waker can't go away meanwhile, and events stand in the work's order.
-    if (queue.waker != nullptr) {
-        QCoreApplication::postEvent(queue.waker, new QEvent(QEvent::User));
+    const std::lock_guard lock(queue().mutex);
+    queue().work.push_back(std::move(work));
+    if (queue().waker != nullptr) {
+        queue().wake();
     }
 }
 
@@ -95,18 +98,10 @@ void MainQueue::postAndWait(std::function<void()> work)
         work();
         return;
     }
-    struct Done {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool isDone = false;
-    };
-    const auto done = std::make_shared<Done>();
+    const auto done = std::make_shared<std::promise<void>>();
     post([work = std::move(work), done] {
         work();
-        const std::lock_guard lock(done->mutex);
-        done->isDone = true;
-        done->changed.notify_all();
+        done->set_value();
     });
-    std::unique_lock lock(done->mutex);
-    done->changed.wait(lock, [&] { return done->isDone; });
+    done->get_future().wait();
 }

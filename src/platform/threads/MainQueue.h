@@ -2,30 +2,29 @@
 
 #include <functional>
 
-// Work for the main thread, in the order of posting.
+// Work for the main thread, in the order of posting. It runs from the event loop, also from that of
+// a modal alert.
 //
-// A small queue of its own, not the toolkit's: the toolkit only wakes the main loop. So a hand-off
-// between threads is one that a thread checker can see. Each piece of work runs from the event
-// loop, nested loops of modal alerts included.
+// The work waits in a queue of our own, and Qt only wakes the event loop: the thread sanitizer does
+// not see Qt's own locks and would report every hand-over by Qt as a data race.
 namespace MainQueue {
 
-// Ties the queue to the calling thread, which is the main one from then on. Once, after the
-// application object exists; work posted before waits.
+// Makes the calling thread the main one. Once, after the application object exists; work posted
+// before waits until then.
 void attach();
 
 [[nodiscard]] bool isMainThread();
 
-// For operations that touch what belongs to the main thread: stops a debug build that calls them
-// from another one.
+// For operations of the main thread only: ends a debug build that calls one from another thread.
 void assertMainThread();
 
-// Runs the work later on the main thread. Any thread. Post values, never references to what the
-// caller owns.
+// Runs the work later on the main thread. It must hold values, not references to what the caller
+// owns. Any thread.
 void post(std::function<void()> work);
 
-// Posts the work and waits until it has run; runs it at once when called on the main thread. The
-// main thread never waits for another thread, so this cannot lock up; a program that is ending does
-// not wait for whoever stands here.
+// Posts the work and waits until it has run; on the main thread runs it at once. The main thread
+// never waits for another one, so there is no deadlock; a program that ends does not wait for a
+// caller of this.
 void postAndWait(std::function<void()> work);
 
 } // namespace MainQueue

@@ -4,7 +4,7 @@
 
 SerialQueue::SerialQueue(std::string label) : m_label(std::move(label)), m_thread([this] { run(); })
 {
-    // The system keeps fifteen characters of a thread's name.
+    // A longer name would be refused.
     ::pthread_setname_np(m_thread.native_handle(), m_label.substr(0, 15).c_str());
 }
 
@@ -46,7 +46,7 @@ void SerialQueue::run()
         m_work.pop_front();
         lock.unlock();
         work();
-        work = nullptr; // what it holds may post when it goes
+        work = nullptr; // without the lock, since a destructor of what it holds may post
         lock.lock();
     }
 }

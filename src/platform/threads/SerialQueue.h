@@ -10,17 +10,17 @@
 // A thread that runs work one piece after another, in the order of posting.
 class SerialQueue {
 public:
-    // The label names the queue to whoever debugs the program.
+    // A debugger shows the first fifteen characters of the label as the thread's name.
     explicit SerialQueue(std::string label);
     ~SerialQueue(); // stops
 
     SerialQueue(const SerialQueue&) = delete;
     SerialQueue& operator=(const SerialQueue&) = delete;
 
-    // Any thread. Post values, never references to what the caller owns.
+    // The work must hold values, not references to what the caller owns. Any thread.
     void post(std::function<void()> work);
 
-    // Waits for the piece that is running and drops what has not begun and what comes later. Not
+    // Waits for the work that is running; all other work is dropped, also what is posted later. Not
     // from the queue itself.
     void stop();
 

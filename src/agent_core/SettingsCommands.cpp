@@ -1,0 +1,78 @@
+#include "agent_core/SettingsCommands.h"
+
+#include "platform/processes/SystemPrograms.h"
+
+#include <QStringView>
+
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using namespace SystemPrograms;
+
+namespace {
+
+using Pieces = std::vector<QStringView>;
+
+// A command that runs as root: a sudo that becomes the named account, and within it a sudo that
+// becomes root, with the password on their input. To become oneself takes no password, so the
+// second one reads it.
+Pieces asRoot(const Credentials& credentials)
+{
+    return {kEcho, u" \"",    credentials.password, u"\" | ",
+            kSudo, u" -u \"", credentials.user,     u"\" -S ",
+            kSudo, u" -S "};
+}
+
+// In one piece of memory, so that no other copy is left when the line is wiped.
+QString joined(std::initializer_list<Pieces> groups)
+{
+    qsizetype size = 0;
+    for (const Pieces& pieces : groups) {
+        for (const QStringView piece : pieces) {
+            size += piece.size();
+        }
+    }
+    QString line;
+    line.reserve(size);
+    for (const Pieces& pieces : groups) {
+        for (const QStringView piece : pieces) {
+            line.append(piece);
+        }
+    }
+    return line;
+}
+
+} // namespace
+
+QString SettingsCommands::propertyList(const BackendSettings& settings)
+{
+    const auto string = [](const QString& value) {
+        return "    <string>"_L1 + value + "</string>\n"_L1;
+    };
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+           "<plist version=\"1.0\">\n"
+           "<dict>\n"
+           "    <key>managed</key>\n"_L1 +
+           QLatin1StringView(settings.managed ? "    <true/>\n" : "    <false/>\n") +
+           "    <key>sessionCode</key>\n"_L1 + string(settings.sessionCode) +
+           "    <key>accountID</key>\n"_L1 + string(settings.accountId) +
+           "    <key>platform</key>\n"_L1 + string(settings.platform) +
+           "</dict>\n"
+           "</plist>"_L1;
+}
+
+QString SettingsCommands::remove(const Credentials& credentials, const QString& path)
+{
+    return joined({asRoot(credentials), {kRm, u" \"", path, u"\""}});
+}
+
+QString SettingsCommands::write(const Credentials& credentials, const QString& text,
+                                const QString& path, const QString& chown)
+{
+    return joined({asRoot(credentials),
+                   {kEcho, u" \"", text, u"\" > ", path, u" ; "},
+                   asRoot(credentials),
+                   {chown, u" root  ", path}});
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "records/BackendSettings.h"
+
+#include <QString>
+
+// An account's name and password, as an administrator has typed them and as they were checked.
+struct Credentials {
+    QString user;
+    QString password;
+};
+
+// The settings file's text, and the command lines for bash(1) that replace the file as root.
+//
+// Nothing in them is escaped: the shell reads a quote or a dollar in any piece as it always does.
+// So it drops the quotes of the text's head, and the file holds the head's values without them; the
+// service relies on that, and on the rest of these lines. The redirection is done by the person's
+// own shell, not by root's. Every line holds the password: the caller wipes it. Any thread.
+namespace SettingsCommands {
+
+// The settings as a property list. The entries are put in as they are; one with a "<" makes the
+// file unreadable.
+[[nodiscard]] QString propertyList(const BackendSettings& settings);
+
+// Removes the file.
+[[nodiscard]] QString remove(const Credentials& credentials, const QString& path);
+
+// Writes the text to the file, then makes root its owner with the named program.
+[[nodiscard]] QString write(const Credentials& credentials, const QString& text,
+                            const QString& path, const QString& chown);
+
+} // namespace SettingsCommands

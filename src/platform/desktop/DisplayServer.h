@@ -1,0 +1,15 @@
+#pragma once
+
+#include <vector>
+
+// Which display server the program connects to.
+namespace DisplayServer {
+
+// The program's arguments, with Qt's option for X11 (also XWayland) behind the program's name where
+// there is an X server and the environment names no other platform. A window that comes up by
+// itself must be able to stand above the others and ask for the keyboard, which native Wayland lets
+// no program do. As an argument, because the programs that we start inherit the environment. Before
+// the application object exists.
+[[nodiscard]] std::vector<char*> preferX11(std::vector<char*> arguments);
+
+} // namespace DisplayServer

@@ -1,0 +1,125 @@
+#include "platform/network/TcpPeer.h"
+
+#include <QByteArray>
+#include <QList>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Address {
+    sockaddr_storage storage = {};
+    socklen_t length = sizeof(sockaddr_storage);
+
+    sockaddr* pointer() { return reinterpret_cast<sockaddr*>(&storage); }
+};
+
+std::optional<Address> numericAddress(const QByteArray& text, quint16 port)
+{
+    Address address;
+    auto* const v4 = reinterpret_cast<sockaddr_in*>(&address.storage);
+    if (::inet_pton(AF_INET, text.constData(), &v4->sin_addr) == 1) {
+        v4->sin_family = AF_INET;
+        v4->sin_port = htons(port);
+        address.length = sizeof *v4;
+        return address;
+    }
+    auto* const v6 = reinterpret_cast<sockaddr_in6*>(&address.storage);
+    if (::inet_pton(AF_INET6, text.constData(), &v6->sin6_addr) == 1) {
+        v6->sin6_family = AF_INET6;
+        v6->sin6_port = htons(port);
+        address.length = sizeof *v6;
+        return address;
+    }
+    return std::nullopt;
+}
+
+// Where nobody listens on a port, the system may choose that very port for the calling side: the
+// socket is then connected to itself.
+bool isConnectedToItself(const Descriptor& socket)
+{
+    Address own;
+    Address peer;
+    return ::getsockname(socket.value(), own.pointer(), &own.length) == 0 &&
+           ::getpeername(socket.value(), peer.pointer(), &peer.length) == 0 &&
+           own.length == peer.length && std::memcmp(&own.storage, &peer.storage, own.length) == 0;
+}
+
+// Returns zero when connected, else an errno value.
+int awaitConnection(const Descriptor& socket, const Descriptor& wake,
+                    const std::function<bool()>& isCancelled)
+{
+    for (;;) {
+        std::array<pollfd, 2> watched = {{{socket.value(), POLLOUT, 0}, {wake.value(), POLLIN, 0}}};
+        if (::poll(watched.data(), watched.size(), -1) < 0) {
+            continue;
+        }
+        if (watched[0].revents != 0) {
+            int error = 0;
+            socklen_t length = sizeof error;
+            ::getsockopt(socket.value(), SOL_SOCKET, SO_ERROR, &error, &length);
+            return error;
+        }
+        std::uint64_t count = 0;
+        [[maybe_unused]] const auto got = ::read(wake.value(), &count, sizeof count);
+        if (isCancelled()) {
+            return ECANCELED;
+        }
+    }
+}
+
+TcpPeer::Connected connectTo(Address address, const Descriptor& wake,
+                             const std::function<bool()>& isCancelled)
+{
+    Descriptor socket(
+        ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    int error = 0;
+    if (!socket.isOpen() || ::connect(socket.value(), address.pointer(), address.length) != 0) {
+        error = errno;
+    }
+    if (error == EINPROGRESS) {
+        error = awaitConnection(socket, wake, isCancelled);
+    }
+    if (error == 0 && isConnectedToItself(socket)) {
+        error = ECONNREFUSED;
+    }
+    if (error != 0) {
+        return {{}, error};
+    }
+    const int on = 1; // every message leaves at once
+    ::setsockopt(socket.value(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    return {std::move(socket), 0};
+}
+
+} // namespace
+
+TcpPeer::Connected TcpPeer::connect(const QString& host, quint16 port, const Descriptor& wake,
+                                    const std::function<bool()>& isCancelled)
+{
+    const QList<QByteArray> texts = host == "localhost"_L1 ? QList<QByteArray>{"127.0.0.1", "::1"}
+                                                           : QList<QByteArray>{host.toLatin1()};
+    int firstError = 0;
+    for (const QByteArray& text : texts) {
+        const auto address = numericAddress(text, port);
+        Connected connected =
+            address ? connectTo(*address, wake, isCancelled) : Connected{{}, EADDRNOTAVAIL};
+        if (connected.error == 0 || connected.error == ECANCELED) {
+            return connected;
+        }
+        firstError = firstError == 0 ? connected.error : firstError;
+    }
+    return {{}, firstError};
+}

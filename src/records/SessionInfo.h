@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+// A remote session that is open.
+struct SessionInfo {
+    qint64 session = 0;
+    QString remoteDevice;
+    QString remoteControlUser;
+    // When it began, in seconds since 2001-01-01 00:00:00 UTC, fractions allowed.
+    std::optional<double> sessionDate;
+};
+
+// The present moment as `SessionInfo::sessionDate` counts it. Any thread.
+[[nodiscard]] double sessionDateNow();
