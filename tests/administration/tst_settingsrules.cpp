@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -20,9 +21,6 @@ const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
 class TestSettingsRules : public QObject {
     Q_OBJECT
 
-private:
-    QTemporaryDir m_root;
-
 private Q_SLOTS:
     // Only the entry of the chosen mode counts.
     void entries()
@@ -30,32 +28,24 @@ private Q_SLOTS:
         using SettingsRules::Complaint;
         const QStringList codes = {u"000123"_s, u"-12345"_s}; // a sign is part of a number
         const QStringList accounts = {kId, kId.toUpper()};
-        const QStringList wrong = {QString(),
-                                   u"12345"_s,
-                                   u"1234567"_s,
-                                   u"0x1234"_s,
-                                   u" 12345"_s,
-                                   u"12345\n"_s,
-                                   u"123456\n"_s,
-                                   u"--1234"_s,
-                                   u"------"_s,
-                                   u"123.45"_s,
-                                   u"١٢٣٤٥٦"_s,
-                                   u"😀😀😀"_s,
-                                   u'{' + kId + u'}',
-                                   QString(kId).remove(u'-'),
-                                   kId.chopped(1),
-                                   kId + u'0',
-                                   QString(kId).replace(1, 1, u'g'),
-                                   QString(kId).replace(0, 1, u'３'),
-                                   kId + u'\n'};
+        const QStringList wrong =
+            u"|12345|1234567|0x1234| 12345|12345\n|123456\n|--1234|------|123.45|١٢٣٤٥٦|😀😀😀"_s
+                .split(u'|') +
+            QStringList{u'{' + kId + u'}',
+                        QString(kId).remove(u'-'),
+                        kId.chopped(1),
+                        kId + u'0',
+                        QString(kId).replace(1, 1, u'g'),
+                        QString(kId).replace(0, 1, u'３'),
+                        kId + u'\n'};
         for (const QString& entry : codes + accounts + wrong) {
             const auto code = SettingsRules::complaint({false, entry, kId, {}});
             const auto account = SettingsRules::complaint({true, u"123456"_s, entry, {}});
-            QVERIFY2(code == (codes.contains(entry) ? Complaint::None : Complaint::SessionCode) &&
-                         account ==
-                             (accounts.contains(entry) ? Complaint::None : Complaint::AccountId),
+            const bool isCode = codes.contains(entry);
+            const bool isAccount = accounts.contains(entry);
+            QVERIFY2(code == (isCode ? Complaint::None : Complaint::SessionCode),
                      qPrintable(entry));
+            QCOMPARE(account, isAccount ? Complaint::None : Complaint::AccountId);
         }
     }
 
@@ -73,7 +63,8 @@ private Q_SLOTS:
     // The real shell writes it, with the test's own rights.
     void writtenFileIsReadBack()
     {
-        const QString path = m_root.filePath(u"written.plist"_s);
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(u"written.plist"_s);
         for (const BackendSettings& settings :
              {BackendSettings{false, u"000123"_s, {}, {}},
               BackendSettings{true, u"000123"_s, kId, u"testing"_s}}) {
@@ -100,13 +91,10 @@ private Q_SLOTS:
         };
         const BackendSettings settings{false, {}, u"a"_s, u"testing"_s};
         for (const auto& [content, isRead] : files) {
-            QFile file(m_root.filePath(u"stored.plist"_s));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write("<plist><dict>" + content + "</dict></plist>");
-            file.close();
-            QVERIFY2(read_BackendSettingsPlist(file.fileName()) ==
-                         (isRead ? std::optional(settings) : std::nullopt),
-                     content);
+            QTemporaryFile file;
+            QVERIFY(file.open() && file.write("<plist><dict>" + content + "</dict></plist>") > 0);
+            QVERIFY(file.flush());
+            QVERIFY2((read_BackendSettingsPlist(file.fileName()) == settings) == isRead, content);
         }
     }
 

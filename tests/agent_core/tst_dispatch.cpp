@@ -171,21 +171,6 @@ private Q_SLOTS:
                               u"string: status="_s, receive, u"string: Unknown"_s}));
     }
 
-    void remoteCommandsAnswer()
-    {
-        QVERIFY(m_agent->start());
-        QVERIFY(m_agent->send(R"(execute_command={"session":-7,"exec":"exit 3"})"));
-        QVERIFY(m_agent->send(R"(execute_application={"session":8,"exec":"exit 5"})"));
-        QVERIFY(m_agent->send(R"(execute_command={"session":"8","exec":"exit 5"})"));
-        QVERIFY(m_agent->send("execute_application="));
-        QTRY_COMPARE(m_agent->sent(),
-                     (QByteArrayList{"#####result_command={ \"session\" : -7, \"status\" : 3 }",
-                                     "#####result_command={ \"session\" : 8, \"status\" : 5 }",
-                                     "#####result_command_failed_to_read",
-                                     "#####result_command_failed_to_read"}));
-        QCOMPARE(m_agent->log().filter(u"status="_s), QStringList{u"status=3"_s});
-    }
-
     void windowComesUpLater_data()
     {
         QTest::addColumn<QByteArray>("allowed"); // "-": no file

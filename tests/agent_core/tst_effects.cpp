@@ -152,6 +152,8 @@ private Q_SLOTS:
         row(R"(chat_left_member={"context":5,"member":"A"})", "ChatController comes, line");
         row(R"(execute_command={"session":7,"exec":"exit 3"})",
             "#####result_command={ \"session\" : 7, \"status\" : 3 }");
+        row(R"(execute_application={"session":-8,"exec":"exit 5"})",
+            "#####result_command={ \"session\" : -8, \"status\" : 5 }");
         row("execute_application=x", "#####result_command_failed_to_read");
     }
 
@@ -173,11 +175,14 @@ private Q_SLOTS:
     {
         begin();
         Journal written(*m_agent);
-        QTest::mouseClick(window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s),
-                          Qt::LeftButton);
-        QTRY_COMPARE(written.text(),
-                     u"menu [8B][8B], height 233, chat ends, line, #####close_chat=5, "
-                     "#####disconnect_session=7"_s);
+        for (const auto& button : {u"ChatButton2"_s, u"abort"_s}) {
+            QTest::mouseClick(window("ConnectionStatus")->findChild<QWidget*>(button),
+                              Qt::LeftButton);
+        }
+        QTRY_COMPARE(
+            written.text(),
+            u"#####chat_request=8, menu [8B][8B], height 233, chat ends, line, #####close_chat=5, "
+            "#####disconnect_session=7"_s);
     }
 };
 

@@ -18,7 +18,7 @@
 #include <limits>
 #include <utility>
 
-// The two kinds of status bar that the program meets, for its tests.
+// The two kinds of status bar, for the program's tests.
 namespace StatusBars {
 
 using Qt::StringLiterals::operator""_s;
@@ -30,7 +30,7 @@ inline const QString kProperties = u"org.freedesktop.DBus.Properties"_s;
 
 inline constexpr int kMost = std::numeric_limits<int>::max();
 
-// A watcher with a host, or without, as a process of its own would be: a connection of its own.
+// A watcher, with a host or without. It has a connection of its own, as another process would.
 class Watcher : public QDBusVirtualObject {
 public:
     explicit Watcher(bool isHostThere = false, int answersLeft = kMost)
@@ -52,7 +52,7 @@ public:
                                                       : u"StatusNotifierHostUnregistered"_s));
     }
 
-    void answerAtLast()
+    void answerRest()
     {
         m_answersLeft = kMost;
         for (const QDBusMessage& question : std::exchange(m_unanswered, {})) {
@@ -60,14 +60,13 @@ public:
         }
     }
 
-    // The item that is registered and there.
+    // The registered item; empty where it has left the bus.
     QString item() const
     {
-        const auto isThere = m_bus.interface()->isServiceRegistered(m_item);
-        return !m_item.isEmpty() && isThere ? m_item : QString();
+        return m_bus.interface()->isServiceRegistered(m_item) ? m_item : QString();
     }
 
-    // A call from the host's side. The answer comes from this thread, so it must not block.
+    // A host's call. This thread answers it, so it must not block here.
     QDBusMessage call(const QString& interface, const QString& method,
                       const QVariantList& arguments)
     {
@@ -90,11 +89,9 @@ public:
     {
         const auto answer = call(kMenu, u"GetLayout"_s, {0, -1, QStringList()});
         QList<DBusMenuLayout> items;
-        if (answer.signature() == u"u(ia{sv}av)") {
-            const auto root = qdbus_cast<DBusMenuLayout>(answer.arguments().at(1));
-            for (const QVariant& child : root.children) {
-                items += qdbus_cast<DBusMenuLayout>(child);
-            }
+        for (const QVariant& child :
+             qdbus_cast<DBusMenuLayout>(answer.arguments().value(1)).children) {
+            items += qdbus_cast<DBusMenuLayout>(child);
         }
         return items;
     }
@@ -129,13 +126,13 @@ private:
     QList<QDBusMessage> m_unanswered;
 };
 
-// An XEmbed tray at an edge of the screen; gone with the object.
+// An XEmbed tray at the bottom of the screen, as long as the object exists.
 class Tray {
 public:
-    explicit Tray(const char* edge)
+    Tray()
     {
-        m_process.start(u"trayer"_s, {u"--edge"_s, QString::fromLatin1(edge), u"--align"_s,
-                                      u"right"_s, u"--widthtype"_s, u"request"_s});
+        m_process.start(u"trayer"_s, {u"--edge"_s, u"bottom"_s, u"--align"_s, u"right"_s,
+                                      u"--widthtype"_s, u"request"_s});
     }
 
     ~Tray()
@@ -144,7 +141,7 @@ public:
         m_process.waitForFinished();
     }
 
-    // The widget that Qt has docked in the tray, if it has.
+    // The widget that Qt shows in the tray, if it does.
     static QWidget* icon()
     {
         for (QWidget* const widget : QApplication::topLevelWidgets()) {

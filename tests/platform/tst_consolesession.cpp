@@ -6,11 +6,14 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QDBusVariant>
+#include <QDBusVirtualObject>
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QTest>
 
 #include <csignal>
+#include <future>
+#include <map>
 
 #include <unistd.h>
 
@@ -26,65 +29,82 @@ struct Place {
 
 namespace {
 
-const QString kService = u"org.freedesktop.login1"_s;
-const QString kRoot = u"/org/freedesktop/login1"_s;
-const QString kMock = u"org.freedesktop.DBus.Mock"_s;
-const QStringList kSessions = {u"own"_s, u"process"_s, u"front"_s};
-
-QString sessionPath(const QString& id)
-{
-    return kRoot + u"/session/"_s + id;
-}
-
 QVariant placeOf(const QString& id)
 {
-    return QVariant::fromValue(Place{id, QDBusObjectPath(id.isEmpty() ? u"/"_s : sessionPath(id))});
+    return QVariant::fromValue(Place{id, QDBusObjectPath(id.isEmpty() ? u"/"_s : u'/' + id)});
 }
+
+// In logind's place on the bus, with the sessions "own", "process" and "front".
+class Logind : public QDBusVirtualObject {
+public:
+    std::map<QString, QVariant> properties; // the seat's, and those of "front"
+    QString lockedSession;
+    bool isInSession = false; // this process, in "process"; "own" is in XDG_SESSION_ID if at all
+    bool isSilent = false;
+
+    QString introspect(const QString& /*path*/) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+    {
+        message.setDelayedReply(isSilent);
+        const QString session = message.path().sliced(1);
+        const QString argument = message.arguments().value(0).toString();
+        const QString property = message.arguments().value(1).toString();
+        if (isSilent) {
+            return true;
+        }
+        QVariant answer;
+        if (message.member() == u"GetSession") {
+            answer = argument == u"own" ? QVariant::fromValue(QDBusObjectPath(u"/own"_s)) : answer;
+        } else if (message.member() == u"GetSessionByPID") {
+            answer = isInSession && argument == QString::number(::getpid())
+                         ? QVariant::fromValue(QDBusObjectPath(u"/process"_s))
+                         : answer;
+        } else if (property == u"LockedHint") {
+            answer = QVariant::fromValue(QDBusVariant(session == lockedSession));
+        } else if (property == u"ActiveSession" || session == u"front") {
+            answer = QVariant::fromValue(QDBusVariant(properties[property]));
+        }
+        return connection.send(answer.isValid() ? message.createReply(answer)
+                                                : message.createErrorReply(u"org.test.No"_s, {}));
+    }
+};
 
 } // namespace
 
-// On a real bus with a mock of logind. It has three sessions: "front" is active at the seat, "own"
-// can be named by XDG_SESSION_ID, and "process" is the one that this process may belong to.
 class TestConsoleSession : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase()
     {
-        m_logind.setStandardOutputFile(QProcess::nullDevice()); // it logs each call
-        m_logind.start(u"/usr/bin/python3"_s,
-                       {u"-m"_s, u"dbusmock"_s, u"--system"_s, u"--template"_s, u"logind"_s});
         qDBusRegisterMetaType<Place>();
-        QTRY_VERIFY_WITH_TIMEOUT(m_bus.interface()->isServiceRegistered(kService).value(), 20'000);
-        for (const QString& id : kSessions) { // the last is active
-            call(kRoot, kMock, u"AddSession"_s, {id, u"seat0"_s, 1000U, u"ann"_s, true});
-        }
-        answer(u"GetSession"_s, u"s"_s, u"'own'"_s, u"own"_s);
+        m_bus.registerVirtualObject(u"/"_s, &m_logind, QDBusConnection::SubPath);
+        QVERIFY(m_bus.registerService(u"org.freedesktop.login1"_s));
     }
 
-    // An ordinary desktop: a person at the seat, nothing locked, the process in no session.
+    // An ordinary desktop: a person at the seat, nothing locked.
     void init()
     {
         qunsetenv("XDG_SESSION_ID");
-        setActive(placeOf(u"front"_s));
-        setFront(u"Class"_s, u"user"_s);
-        setFront(u"Name"_s, u"ann"_s);
-        lock({});
-        setProcessSession(false);
+        m_logind.properties = {{u"ActiveSession"_s, placeOf(u"front"_s)},
+                               {u"Class"_s, u"user"_s},
+                               {u"Name"_s, u"ann"_s}};
     }
 
     void consoleUser()
     {
-        QCOMPARE(ConsoleSession::consoleUser(), u"ann"_s);
-        setFront(u"Name"_s, QString());
-        QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
-        setFront(u"Name"_s, true); // of another type than documented
-        QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
-        setFront(u"Class"_s, u"greeter"_s);
-        QCOMPARE(ConsoleSession::consoleUser(), u"loginwindow"_s);
+        const auto ask = [this] { return answerTo(&ConsoleSession::consoleUser); };
+        QCOMPARE(ask(), u"ann"_s);
+        m_logind.properties[u"Name"_s] = QString();
+        QCOMPARE(ask(), std::nullopt);
+        m_logind.properties[u"Name"_s] = true; // not of the documented type
+        QCOMPARE(ask(), std::nullopt);
+        m_logind.properties[u"Class"_s] = u"greeter"_s;
+        QCOMPARE(ask(), u"loginwindow"_s);
         for (const QVariant& place : {placeOf({}), placeOf(u"gone"_s), QVariant(u"front"_s)}) {
-            setActive(place);
-            QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
+            m_logind.properties[u"ActiveSession"_s] = place;
+            QCOMPARE(ask(), std::nullopt);
         }
     }
 
@@ -98,100 +118,53 @@ private Q_SLOTS:
         };
         for (const auto& [id, isInSession, asked] : expectations) {
             qputenv("XDG_SESSION_ID", id);
-            setProcessSession(isInSession);
-            for (const QString& session : kSessions) {
-                lock(session);
-                QCOMPARE(ConsoleSession::isScreenLocked(), session == asked);
+            m_logind.isInSession = isInSession;
+            for (const QString& session : {u"own"_s, u"process"_s, u"front"_s}) {
+                m_logind.lockedSession = session;
+                QCOMPARE(answerTo(&ConsoleSession::isScreenLocked), session == asked);
             }
         }
     }
 
     void noAnswerMeansNobodyAndUnlocked()
     {
-        lock(u"front"_s);
-        for (const QString& name : {u"org.freedesktop.DBus"_s, kService}) {
-            QTRY_VERIFY(ConsoleSession::isScreenLocked());
-            const auto process = static_cast<pid_t>(m_bus.interface()->servicePid(name).value());
-            ::kill(process, SIGSTOP);
+        m_logind.isInSession = false;
+        m_logind.lockedSession = u"front"_s;
+        QVERIFY(answerTo(&ConsoleSession::isScreenLocked));
+        const auto bus =
+            static_cast<pid_t>(m_bus.interface()->servicePid(u"org.freedesktop.DBus"_s).value());
+        const std::pair<std::function<void()>, std::function<void()>> troubles[] = {
+            {[&] { m_logind.isSilent = true; }, [&] { m_logind.isSilent = false; }},
+            {[&] { ::kill(bus, SIGSTOP); }, [&] { ::kill(bus, SIGCONT); }},
+            {[] { qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere"); }, [] {}},
+        };
+        for (const auto& [begin, end] : troubles) {
+            begin();
             QElapsedTimer timer;
             timer.start();
-            const auto user = ConsoleSession::consoleUser();
-            const bool isLocked = ConsoleSession::isScreenLocked();
+            const auto user = answerTo(&ConsoleSession::consoleUser);
+            const bool isLocked = answerTo(&ConsoleSession::isScreenLocked);
             const qint64 elapsed = timer.elapsed();
-            ::kill(process, SIGCONT);
-            QCOMPARE(user, std::nullopt);
-            QVERIFY(!isLocked);
+            end();
+            QVERIFY(!user && !isLocked);
             QVERIFY2(elapsed < 10'000, "two questions of half a second each");
         }
-        const QByteArray address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere");
-        QCOMPARE(ConsoleSession::consoleUser(), std::nullopt);
-        QVERIFY(!ConsoleSession::isScreenLocked());
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
-    }
-
-    void cleanupTestCase()
-    {
-        m_logind.kill();
-        m_logind.waitForFinished();
     }
 
 private:
-    void call(const QString& path, const QString& interface, const QString& method,
-              const QVariantList& arguments)
+    // The question waits on another thread, while this one is logind.
+    template <typename Answer>
+    static Answer answerTo(Answer (*question)())
     {
-        auto message = QDBusMessage::createMethodCall(kService, path, interface, method);
-        message.setArguments(arguments);
-        QCOMPARE(m_bus.call(message).type(), QDBusMessage::ReplyMessage);
+        auto answer = std::async(std::launch::async, question);
+        static_cast<void>(QTest::qWaitFor(
+            [&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+        return answer.get();
     }
 
-    void set(const QString& path, const QString& kind, const QString& name, const QVariant& value)
-    {
-        call(path, u"org.freedesktop.DBus.Properties"_s, u"Set"_s,
-             {kService + u'.' + kind, name, QVariant::fromValue(QDBusVariant(value))});
-    }
-
-    void setActive(const QVariant& place)
-    {
-        set(kRoot + u"/seat/seat0"_s, u"Seat"_s, u"ActiveSession"_s, place);
-    }
-
-    void setFront(const QString& name, const QVariant& value)
-    {
-        set(sessionPath(u"front"_s), u"Session"_s, name, value);
-    }
-
-    // Locks this session only.
-    void lock(const QString& locked)
-    {
-        for (const QString& id : kSessions) {
-            set(sessionPath(id), u"Session"_s, u"LockedHint"_s, id == locked);
-        }
-    }
-
-    // Makes a method of the manager answer one argument with a session, and others with an error.
-    void answer(const QString& method, const QString& type, const QString& argument,
-                const QString& id)
-    {
-        const QString code =
-            u"if args[0] != %1:\n"
-            "    raise dbus.exceptions.DBusException('none', name='org.test.NoSession')\n"
-            "ret = '%2'"_s.arg(argument, sessionPath(id));
-        call(kRoot, kMock, u"AddMethod"_s,
-             {u"org.freedesktop.login1.Manager"_s, method, type, u"o"_s, code});
-    }
-
-    // Puts this process into the session "process", or into none.
-    void setProcessSession(bool isInSession)
-    {
-        answer(u"GetSessionByPID"_s, u"u"_s, QString::number(isInSession ? ::getpid() : 0),
-               u"process"_s);
-    }
-
-    QProcess m_logind;
+    Logind m_logind;
     QDBusConnection m_bus = QDBusConnection::systemBus();
 };
 
 QTEST_GUILESS_MAIN(TestConsoleSession)
-
 #include "tst_consolesession.moc"

@@ -2,6 +2,7 @@
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/PropertyList.h"
+#include "platform/files/RegularFile.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -59,19 +60,17 @@ QByteArray nested(int levels, int times)
     return binaryList(objects << "\x09");
 }
 
-// As the settings' writer leaves it: the shell that wrote it has dropped the quotes of the head.
+// As the agent writes the settings: the shell drops the quotes of the head.
 QByteArray settings(const QByteArray& sessionCode)
 {
     return "<?xml version=1.0 encoding=UTF-8?>\n"
            "<!DOCTYPE plist PUBLIC -//Apple//DTD PLIST 1.0//EN "
            "http://www.apple.com/DTDs/PropertyList-1.0.dtd>\n"
-           "<plist version=1.0>\n<dict>\n"
-           "    <key>managed</key>\n    <true/>\n"
-           "    <key>sessionCode</key>\n    <string>" +
-           sessionCode + "</string>\n</dict>\n</plist>\n";
+           "<plist version=1.0>\n<dict><key>managed</key><true/><key>sessionCode</key><string>" +
+           sessionCode + "</string></dict></plist>\n";
 }
 
-// What this program, started as a child, finds around itself; no application object exists then.
+// Run in a child, without an application object: prints what depends on the program and its person.
 int tell()
 {
     QTextStream(stdout) << MainBundle::path() << '\n'
@@ -87,51 +86,48 @@ class TestFiles : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void propertyLists_data()
+    void propertyLists()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<Values>("expected");
-        const auto row = [](const char* name, const QByteArray& bytes,
-                            const Values& expected = std::nullopt) {
-            QTest::newRow(name) << bytes << expected;
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(u"list.plist"_s);
+        const auto check = [&](const char* name, const QByteArray& bytes,
+                               const Values& expected = std::nullopt) {
+            QVERIFY2(write(path, bytes) && PropertyList::readDictionary(path) == expected, name);
         };
         const QByteArray good = settings("123456");
         const QVariantMap stored = {{u"managed"_s, true}, {u"sessionCode"_s, u"123456"_s}};
         constexpr qsizetype kMebibyte = 1024 * 1024;
-        row("the settings, whose head has no quotes", good, stored);
-        row("binary", binaryList({"\x51v"}), QVariantMap{{u"k"_s, u"v"_s}});
-        row("the largest", good.leftJustified(kMebibyte, ' '), stored);
-        row("too large", good.leftJustified(kMebibyte + 1, ' '));
-        row("an unescaped <", settings("a<b"));
-        row("another root", "<plist><array><true/></array></plist>");
-        row("truncated", good.left(250));
-        row("empty", "");
-        row("too deep", "<plist><dict><key>k</key>" + QByteArray("<array>").repeated(60'000) +
-                            QByteArray("</array>").repeated(60'000) + "</dict></plist>");
-        row("truncated, binary", binaryList({"\x51v"}).chopped(1));
-        row("too deep, binary", nested(5'000, 1));
-        row("an array within itself, binary", binaryList({"\xA1" + big(2, 2)}));
-        row("few bytes, but no end of arrays, binary", nested(40, 2));
-        row("a reference to nothing, binary", binaryList({"\xA1" + big(3, 2)}));
+        check("the settings, whose head has no quotes", good, stored);
+        check("binary", binaryList({"\x51v"}), QVariantMap{{u"k"_s, u"v"_s}});
+        check("a negative number", "<plist><dict><key>k</key><integer>-5</integer></dict></plist>",
+              QVariantMap{{u"k"_s, -5LL}});
+        check("the largest", good.leftJustified(kMebibyte, ' '), stored);
+        check("too large", good.leftJustified(kMebibyte + 1, ' '));
+        check("an unescaped <", settings("a<b"));
+        check("another root", "<plist><array><true/></array></plist>");
+        check("truncated", good.left(250));
+        check("empty", "");
+        check("too deep", "<plist><dict><key>k</key>" + QByteArray("<array>").repeated(60'000) +
+                              QByteArray("</array>").repeated(60'000) + "</dict></plist>");
+        check("truncated, binary", binaryList({"\x51v"}).chopped(1));
+        check("too deep, binary", nested(5'000, 1));
+        check("an array within itself, binary", binaryList({"\xA1" + big(2, 2)}));
+        check("few bytes, but no end of arrays, binary", nested(40, 2));
+        check("a reference to no object, binary", binaryList({"\xA1" + big(3, 2)}));
     }
 
-    void propertyLists()
+    void onlyRegularFilesAreRead()
     {
-        QFETCH(const QByteArray, bytes);
-        QFETCH(const Values, expected);
-        const QTemporaryDir directory;
-        const QString path = directory.filePath(u"list.plist"_s);
-        QVERIFY(write(path, bytes));
-        QCOMPARE(PropertyList::readDictionary(path), expected);
-    }
-
-    void propertyListsAreRegularFiles()
-    {
+        using RegularFile::State;
         const QTemporaryDir directory;
         const QString pipe = directory.filePath(u"pipe"_s);
+        const QString link = directory.filePath(u"link"_s);
         QCOMPARE(::mkfifo(qPrintable(pipe), 0600), 0);
-        for (const QString& path : {pipe, directory.path(), u"/missing"_s, u"/dev/zero"_s}) {
-            QCOMPARE(PropertyList::readDictionary(path), Values());
+        QVERIFY(QFile::link(u"/missing"_s, link));
+        const QStringList missing = {u"/missing"_s, link};
+        for (const QString& path : missing + QStringList{pipe, directory.path(), u"/dev/zero"_s}) {
+            const auto expected = missing.contains(path) ? State::Missing : State::Unreadable;
+            QVERIFY2(RegularFile::read(path, 100).state == expected, qPrintable(path));
         }
     }
 
@@ -153,8 +149,8 @@ private Q_SLOTS:
         }
     }
 
-    // The bundle is where the program lies; the account database is ours, in a name space.
-    void whatAProgramFindsAroundItself()
+    // The program lies in a bundle of its own; the account database is the test's, in a name space.
+    void bundleAndAccount()
     {
         const QTemporaryDir directory;
         const QString program = directory.filePath(u"Grüß.app/program"_s);

@@ -162,12 +162,13 @@ private Q_SLOTS:
         const QString app = root.filePath(u"Applications/A B.app/Contents/MacOS/"_s);
         const QString logs = root.filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s);
         QVERIFY(QDir().mkpath(app) && QDir().mkpath(logs));
-        QVERIFY(write(app + u"run"_s, "#!/bin/sh\nsleep $1\n"));
+        QVERIFY(write(app + u"run"_s, "#!/bin/sh\nsleep $1\n: > \"$0.done\"\n"));
         QFile::setPermissions(app + u"run"_s, QFile::ReadOwner | QFile::ExeOwner);
         QVERIFY(write(logs + u"vantoryAgent.stdout"_s, ""));
         qputenv("VANTORY_ROOT", QFile::encodeName(root.path()));
 
         QTEST(RemoteCommands::executeCommand(line.replace("%1"_L1, root.path())), "status");
+        QVERIFY(!QFile::exists(app + u"run.done"_s)); // an application is not waited for
 
         QFile file(logs + u"vantoryAgent.stdout"_s);
         QVERIFY(file.open(QIODevice::ReadOnly));

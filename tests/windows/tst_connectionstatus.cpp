@@ -132,21 +132,6 @@ private Q_SLOTS:
         QVERIFY(!find<QWidget>("abort")->isVisible() && find<QWidget>("ChatButton")->isVisible());
     }
 
-    void buttonsMeanTheSessionBesideThem()
-    {
-        present();
-        click("ChatButton");
-        click("ChatButton2");
-        click("abort2");
-        // Gone for the person before the service has heard of it.
-        QCOMPARE(AppDelegate::state().sessions.all().size() + status().sessions().size(), 2);
-        click("abort");
-        QTRY_COMPARE(m_agent->sent(),
-                     (QByteArrayList{"#####chat_request=-7", "#####chat_request=8",
-                                     "#####disconnect_session=8", "#####disconnect_session=-7"}));
-        QVERIFY(status().isVisible());
-    }
-
     void strayKeysEndNothing()
     {
         addSession(7, u"Ann"_s, 5);

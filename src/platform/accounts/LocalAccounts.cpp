@@ -14,7 +14,6 @@
 #include <optional>
 #include <vector>
 
-#include <dlfcn.h>
 #include <grp.h>
 #include <pwd.h>
 #include <security/pam_appl.h>
@@ -55,40 +54,6 @@ std::optional<AccountRecord> knownAccount(const QString& name)
     return isUsable ? account(name.toUtf8()) : std::nullopt;
 }
 
-// PAM, loaded when it is first needed: most agents never ask for a password.
-class Pam {
-public:
-    Pam() : m_library(::dlopen("libpam.so.0", RTLD_NOW | RTLD_LOCAL)) // stays loaded
-    {
-        if (m_library != nullptr) {
-            find(start, "pam_start");
-            find(authenticate, "pam_authenticate");
-            find(accountManagement, "pam_acct_mgmt");
-            find(end, "pam_end");
-        }
-    }
-
-    [[nodiscard]] bool isThere() const
-    {
-        return start != nullptr && authenticate != nullptr && accountManagement != nullptr &&
-               end != nullptr;
-    }
-
-    decltype(&::pam_start) start = nullptr;
-    decltype(&::pam_authenticate) authenticate = nullptr;
-    decltype(&::pam_acct_mgmt) accountManagement = nullptr;
-    decltype(&::pam_end) end = nullptr;
-
-private:
-    template <typename Function>
-    void find(Function& function, const char* name)
-    {
-        function = reinterpret_cast<Function>(::dlsym(m_library, name));
-    }
-
-    void* m_library;
-};
-
 // Answers PAM's questions: the answer to a hidden one is the password; any other is for a person,
 // and nobody is asked here. PAM overwrites and frees the answers.
 int converse(int count, const pam_message** messages, pam_response** responses, void* data)
@@ -127,20 +92,16 @@ int converse(int count, const pam_message** messages, pam_response** responses, 
 
 bool doesPamAccept(const QByteArray& name, QByteArray& password)
 {
-    static const Pam pam;
-    if (!pam.isThere()) {
-        return false;
-    }
     const pam_conv conversation = {&converse, &password};
     pam_handle_t* handle = nullptr;
-    if (pam.start("vantoryagent", name.constData(), &conversation, &handle) != PAM_SUCCESS) {
+    if (::pam_start("vantoryagent", name.constData(), &conversation, &handle) != PAM_SUCCESS) {
         return false;
     }
-    int answer = pam.authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
+    int answer = ::pam_authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
     if (answer == PAM_SUCCESS) {
-        answer = pam.accountManagement(handle, PAM_SILENT);
+        answer = ::pam_acct_mgmt(handle, PAM_SILENT);
     }
-    pam.end(handle, answer);
+    ::pam_end(handle, answer);
     return answer == PAM_SUCCESS;
 }
 

@@ -86,6 +86,10 @@ TcpPeer::Connected connectTo(Address address, const Descriptor& wake,
 {
     Descriptor socket(
         ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    // Before connecting: with the usual window, which begins small, the kernel may send a message
+    // of 65,536 bytes in parts, and it would come in two reads.
+    const int window = 256 * 1024;
+    ::setsockopt(socket.value(), SOL_SOCKET, SO_RCVBUF, &window, sizeof window);
     int error = 0;
     if (!socket.isOpen() || ::connect(socket.value(), address.pointer(), address.length) != 0) {
         error = errno;
