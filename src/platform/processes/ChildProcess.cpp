@@ -148,6 +148,7 @@ struct Preparation {
     const SignalMask mask = setSignalMask(~SignalMask(0));
     const pid_t child = ::vfork();
     if (child == 0) {
+        // NOLINTNEXTLINE(clang-analyzer-unix.Vfork): makes system calls only
         becomeProgram(preparation);
     }
     const int error = errno;
