@@ -1,5 +1,5 @@
-// What a line costs in a chat's transcript: laid out, scrolled to and painted, with few lines above
-// it and with many; and what texts cost that nobody writes but to do harm.
+// What a new line costs in a chat's transcript, until it is laid out, scrolled to and painted, with
+// few lines above it and with many; and what harmful texts cost.
 
 #include "chat/ChatTranscript.h"
 
@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// In a window of the size that it comes up in.
+// Of the size that it has in a new window.
 std::unique_ptr<ChatTranscript> transcriptOf(qint64 lines)
 {
     auto transcript = std::make_unique<ChatTranscript>();
@@ -35,14 +35,14 @@ std::unique_ptr<ChatTranscript> transcriptOf(qint64 lines)
     return transcript;
 }
 
-// Until the text is there and painted, or as much of it as comes at once.
+// Returns when the text is painted, or as much of it as is written at once.
 void appendAndPaint(ChatTranscript& transcript, const QString& text, bool isLeft)
 {
     transcript.appendBody(text, isLeft, ChatColour::Text);
     transcript.viewport()->repaint();
 }
 
-// The rest of a long text follows in turns of the event loop; this is the longest of them.
+// The longest of the turns of the event loop in which the rest of a long text is written, in ms.
 double longestTurn(ChatTranscript& transcript)
 {
     double longest = 0;
@@ -64,7 +64,7 @@ void oneMoreLine(benchmark::State& state)
     const QString text = u"One more line, which is long enough to be broken once."_s;
     qint64 more = 0;
     for (auto _ : state) {
-        if (++more > lines / 2 + 50) { // else it would be measured among many more than it says
+        if (++more > lines / 2 + 50) { // before it is measured below many more lines
             transcript = transcriptOf(lines);
             appendAndPaint(*transcript, text, true);
             more = 0;

@@ -1,12 +1,12 @@
 #include "simulator/AgentLink.h"
 
+#include <QHostAddress>
+#include <QTcpSocket>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <utility>
-
-#include <QHostAddress>
-#include <QTcpSocket>
 
 #include <sys/socket.h>
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "simulator/Voice.h"
+
 #include <QByteArray>
 #include <QObject>
-
-#include "simulator/Voice.h"
 
 class QSocketNotifier;
 

@@ -1,11 +1,11 @@
 #include "simulator/Player.h"
 
-#include <algorithm>
-#include <array>
+#include "simulator/AgentLink.h"
 
 #include <QProcess>
 
-#include "simulator/AgentLink.h"
+#include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 

@@ -16,9 +16,8 @@ QColor mixed(const QColor& base, const QColor& other, float share)
                             channel(base.blueF(), other.blueF()));
 }
 
-} // namespace
-
-QColor ChatColours::readable(const QColor& wish, const QColor& background)
+// The colour nearest to the wished one that can be read on the background.
+QColor readable(const QColor& wish, const QColor& background)
 {
     const QColor black(Qt::black);
     const QColor white(Qt::white);
@@ -34,6 +33,8 @@ QColor ChatColours::readable(const QColor& wish, const QColor& background)
     }
     return end;
 }
+
+} // namespace
 
 QColor ChatColours::line(ChatColour colour, const QPalette& palette)
 {
@@ -54,6 +55,6 @@ QColor ChatColours::bubble(bool isOwn, const QPalette& palette)
     const QColor text = palette.color(QPalette::Text);
     const QColor tint =
         isOwn ? mixed(base, palette.color(QPalette::Highlight), 0.2F) : mixed(base, text, 0.08F);
-    // Where a palette has little contrast to begin with, none of it is given away.
+    // Where the palette has little contrast of its own, the background stays as it is.
     return Contrast::ratio(text, tint) >= Contrast::kReadable ? tint : base;
 }

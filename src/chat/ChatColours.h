@@ -3,7 +3,7 @@
 #include <QColor>
 #include <QPalette>
 
-// What a line of a transcript is coloured for. The colour itself depends on the palette.
+// Why a line of a transcript has a colour. The colour itself depends on the palette.
 enum class ChatColour {
     Text,  // what somebody says
     Green, // somebody has joined
@@ -13,12 +13,10 @@ enum class ChatColour {
 // The colours of a transcript, drawn from the palette. Main thread.
 namespace ChatColours {
 
-// The colour nearest to the one that is wished for that can be read on the background: 4.5:1.
-[[nodiscard]] QColor readable(const QColor& wish, const QColor& background);
-
+// Of a line's text.
 [[nodiscard]] QColor line(ChatColour colour, const QPalette& palette);
 
-// The ground that a message stands on: the person's own has a touch of the accent.
+// Of a message's background; that of the person's own messages is tinted with the accent.
 [[nodiscard]] QColor bubble(bool isOwn, const QPalette& palette);
 
 } // namespace ChatColours

@@ -28,7 +28,7 @@ constexpr int kHeaderSize = 14;
 
 constexpr int kKind = QTextFormat::UserProperty + 1;
 constexpr int kColour = QTextFormat::UserProperty + 2;
-// A block that goes on in the middle of a line, or behind a line break, of the block before it.
+// Where a block goes on with the text of the one before it: in the same line or after a line break.
 constexpr int kContinues = QTextFormat::UserProperty + 3;
 enum Continuation { InLine = 1, NextLine };
 
@@ -50,8 +50,8 @@ ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     document()->setDocumentMargin(kDocumentMargin);
-    // Where the window's design has a scroll view and in it the transcript's own view, here one
-    // widget is both; what is the transcript proper is its document.
+    // The interface has a scroll view, "Messages", with a text view in it. Here one widget is both,
+    // and its document has the text view's name.
     document()->setObjectName(u"textMessages"_s);
 
     m_writeTimer.setSingleShot(true);
@@ -114,7 +114,7 @@ ChatTranscript::Kind ChatTranscript::kindOf(const QTextBlock& block)
 void ChatTranscript::append(const QString& shown, Kind kind, bool isLeft,
                             const QTextCharFormat& characters)
 {
-    QTextBlockFormat format = formatBehind(std::exchange(m_lastKind, kind), kind, isLeft);
+    QTextBlockFormat format = formatAfter(std::exchange(m_lastKind, kind), kind, isLeft);
     for (const ShownText::Piece& piece : ShownText::pieces(shown)) {
         m_waiting.push_back({piece.text.toString(), format, characters});
         format.setTopMargin(0);
@@ -125,7 +125,7 @@ void ChatTranscript::append(const QString& shown, Kind kind, bool isLeft,
     }
 }
 
-QTextBlockFormat ChatTranscript::formatBehind(Kind before, Kind kind, bool isLeft) const
+QTextBlockFormat ChatTranscript::formatAfter(Kind before, Kind kind, bool isLeft) const
 {
     qreal gap = 8;
     if (before == Kind::None) {
@@ -139,7 +139,7 @@ QTextBlockFormat ChatTranscript::formatBehind(Kind before, Kind kind, bool isLef
 
     QTextBlockFormat format;
     format.setProperty(kKind, static_cast<int>(kind));
-    // Absolute: left is left also for a script that runs from right to left.
+    // Absolute: otherwise left is right for a script that runs from right to left.
     format.setAlignment((isLeft ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignAbsolute);
     format.setTopMargin(gap + (isMessage(kind) ? kPaddingY : 0));
     if (isMessage(kind)) {
@@ -147,14 +147,15 @@ QTextBlockFormat ChatTranscript::formatBehind(Kind before, Kind kind, bool isLef
         format.setRightMargin(isLeft ? kFarSide + kPaddingX : kPaddingX);
     }
     if (kind == Kind::Notice) {
-        // A name in front of our own words does not turn the sentence round.
+        // A name that runs from right to left does not turn the whole sentence round.
         format.setLayoutDirection(Qt::LeftToRight);
     }
     return format;
 }
 
-// Writes with a cursor of its own: the view itself is read-only for the person at all times, and
-// what the person has selected stays so.
+// Writes the first waiting block with a cursor of its own: the view stays read-only. What the
+// person has selected stays as it is; a selection up to the end would take in what is written
+// there.
 void ChatTranscript::write()
 {
     const QTextCursor selection = textCursor();
@@ -166,7 +167,7 @@ void ChatTranscript::write()
     writeBlock(m_waiting.front());
     m_waiting.pop_front();
     if (!m_waiting.empty()) {
-        m_writeTimer.start(0); // the rest of the program has its turn
+        m_writeTimer.start(0); // in the next turn of the event loop
     }
 
     if (wouldGrow) {
@@ -202,7 +203,7 @@ QTextBlock ChatTranscript::firstBlockAt(qreal y) const
 {
     const int position = document()->documentLayout()->hitTest({0, y}, Qt::FuzzyHit);
     QTextBlock block = document()->findBlock(position);
-    // The one before it may still reach down here, and a message is painted from its first block.
+    // The block before may reach down to here, and a message is painted from its first block.
     if (block.previous().isValid()) {
         block = block.previous();
     }
@@ -212,7 +213,7 @@ QTextBlock ChatTranscript::firstBlockAt(qreal y) const
     return block;
 }
 
-// The ground of a message that begins and ends with these blocks.
+// The background of the message from the first to the last block.
 QRectF ChatTranscript::bubbleOf(const QTextBlock& first, const QTextBlock& last) const
 {
     QRectF text;
@@ -276,7 +277,7 @@ void ChatTranscript::keyPressEvent(QKeyEvent* event)
     }
 }
 
-// The caret is for those who select with the keyboard.
+// The caret is shown to a person who selects with the keyboard.
 void ChatTranscript::focusInEvent(QFocusEvent* event)
 {
     const Qt::FocusReason reason = event->reason();
@@ -284,7 +285,7 @@ void ChatTranscript::focusInEvent(QFocusEvent* event)
     QTextEdit::focusInEvent(event);
 }
 
-// Gives the notices the new palette's colours. Messages have none of their own and need nothing.
+// Gives the notices the new palette's colours. Messages follow the palette by themselves.
 void ChatTranscript::recolour()
 {
     QTextCursor cursor(document());

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <deque>
-#include <optional>
+#include "chat/ChatColours.h"
 
 #include <QString>
 #include <QTextBlockFormat>
@@ -9,31 +8,32 @@
 #include <QTextEdit>
 #include <QTimer>
 
-#include "chat/ChatColours.h"
+#include <deque>
+#include <optional>
 
 class QTextBlock;
 
 // What has been said in a chat: read-only, selectable across lines, plain text always.
 //
 // Operators' messages and all notices stand on the left, the person's own messages on the right,
-// also where their script runs from right to left. Messages stand on a ground of their own, notices
-// in their colour. A line costs the same however many there are, and a text of any length holds the
-// program up for no more than a moment: its end may follow a little later, and then so does what
-// comes after it.
+// also where their script runs from right to left. Messages have a background, notices a colour.
 //
-// It goes with the newest line unless the person has scrolled up to read. Main thread.
+// A new line costs the same however many there are. A long text is written in several turns of the
+// event loop, so that the program never stops for long, and what comes after it waits for its end.
+//
+// The newest line stays in sight unless the person has scrolled up to read. Main thread.
 class ChatTranscript : public QTextEdit {
     Q_OBJECT
 
 public:
     explicit ChatTranscript(QWidget* parent = nullptr);
 
-    // The line that tells who speaks from here on.
+    // The line that says who speaks from here on.
     void appendHeader(const QString& sender, bool isLeft, ChatColour colour);
     // What is said, or a notice.
     void appendBody(const QString& text, bool isLeft, ChatColour colour);
 
-    // Goes to the newest line, wherever the person is reading.
+    // Scrolls to the newest line, wherever the person is reading.
     void showNewest();
 
 protected:
@@ -56,7 +56,7 @@ private:
     static bool isMessage(Kind kind);
     static Kind kindOf(const QTextBlock& block);
     void append(const QString& shown, Kind kind, bool isLeft, const QTextCharFormat& characters);
-    [[nodiscard]] QTextBlockFormat formatBehind(Kind before, Kind kind, bool isLeft) const;
+    [[nodiscard]] QTextBlockFormat formatAfter(Kind before, Kind kind, bool isLeft) const;
     void notePlace();
     void keepPlace();
     void write();

@@ -27,8 +27,8 @@ void MessageField::limitTo(qsizetype characters)
     }
 }
 
-// Return is a button's key equivalent, which acts a moment later, when what was typed meanwhile
-// would go along. So here the field takes the key for itself.
+// Return is the shortcut of a button that reacts a moment later and would send what is typed
+// meanwhile, too. So the field takes the key itself.
 bool MessageField::event(QEvent* event)
 {
     const bool result = QLineEdit::event(event);

@@ -2,8 +2,8 @@
 
 #include <QLineEdit>
 
-// The field in which a message is typed. It can be held to a length without getting into an input
-// method's way: while a character is being composed the text is not touched. Main thread.
+// The field in which a message is typed. Its length can be limited without disturbing an input
+// method: no text is changed while a character is being composed. Main thread.
 class MessageField : public QLineEdit {
     Q_OBJECT
 

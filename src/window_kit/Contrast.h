@@ -2,10 +2,10 @@
 
 #include <QColor>
 
-// Whether colours can be told apart. Any thread.
+// How well colours can be told apart. Any thread.
 namespace Contrast {
 
-// What text needs towards its background (WCAG 2.1, success criterion 1.4.3).
+// The least contrast of a text with its background (WCAG 2.1, success criterion 1.4.3).
 inline constexpr double kReadable = 4.5;
 
 // The contrast ratio of two colours, from 1 to 21 (WCAG 2.1).

@@ -2,8 +2,8 @@
 
 #include <QLabel>
 
-// A label of one line for text from outside: plain text, elided where it does not fit, with the
-// whole in the tool tip then.
+// A label of one line for text from outside. A text that does not fit is elided, and the tool tip
+// has it whole.
 class ElidedLabel : public QLabel {
     Q_OBJECT
 

@@ -3,15 +3,16 @@
 class QLabel;
 class QWidget;
 
-// The brand's logo in a window: the installation's custom one where it has put one beside the
-// settings, else the bundle's, which comes for light and for dark windows. Main thread.
+// The brand's logo in a window: the custom one where the installation has put one beside the
+// settings, else the bundle's, of which there is one for light and one for dark windows. Main
+// thread.
 namespace Logo {
 
-// Puts the bundle's logo in place; without the resource the label stays as it is.
+// Shows the bundle's logo; without the resource the label stays as it is.
 void showBundled(QLabel& logo);
 
-// Looks for the custom logo anew. `logoChanged` tells whether a custom one was ever shown in this
-// window, and is never taken back: from then on the bundle's is put back at each look without one.
+// Looks for the custom logo again. `logoChanged` says whether the window has ever shown a custom
+// one, and is never reset: from then on the bundle's is shown whenever there is no custom one.
 void refresh(QLabel& logo, bool& logoChanged);
 
 // To be called when the palette has changed.

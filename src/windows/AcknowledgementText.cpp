@@ -14,7 +14,7 @@ namespace {
 constexpr int kGap = 8; // between the paragraphs
 // In characters of an average width.
 constexpr int kLineLength = 60;
-// Of a longer name only the two ends are laid out: no line shows more.
+// Of a longer name only the two ends are laid out: no line is wide enough for more.
 constexpr qsizetype kLongestName = 1'000;
 // Of each name in the tool tip.
 constexpr qsizetype kLongestTip = 900;
@@ -78,8 +78,8 @@ QFont AcknowledgementText::nameFont() const
 QRect AcknowledgementText::descriptionRect(int width) const
 {
     const int top = QFontMetrics(nameFont()).height() + kGap;
-    const QRect room(0, top, width, QWIDGETSIZE_MAX);
-    return fontMetrics().boundingRect(room, Qt::AlignLeft | Qt::TextWordWrap, m_description);
+    const QRect below(0, top, width, QWIDGETSIZE_MAX);
+    return fontMetrics().boundingRect(below, Qt::AlignLeft | Qt::TextWordWrap, m_description);
 }
 
 QSize AcknowledgementText::sizeHint() const
@@ -131,7 +131,7 @@ void AcknowledgementText::paintEvent(QPaintEvent*)
     const int nameHeight = QFontMetrics(nameFont()).height();
     const auto draw = [&](const QRect& place, const QString& text, const QFont& textFont,
                           int lines) {
-        // Towers of accents stay in their own line.
+        // Stacked accents stay inside their own line.
         painter.setClipRect(place);
         painter.setFont(textFont);
         const int direction =

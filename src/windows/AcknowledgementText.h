@@ -6,9 +6,9 @@
 // The question of the consent dialog: one sentence, "SERVER asks ... by OPERATOR", which text() and
 // a screen reader have to the letter.
 //
-// It is shown in three paragraphs, the two names in bold on a line of their own each. So nothing in
-// a name can pass for a part of the question, reorder it, or push anything away: a name that does
-// not fit its line is elided, and the tool tip has it whole.
+// It is shown in three paragraphs, with each name in bold on a line of its own. So no name can look
+// like a part of the question, reorder it or push it away. A name that does not fit its line is
+// elided, and the tool tip has it whole.
 class AcknowledgementText : public QLabel {
     Q_OBJECT
 

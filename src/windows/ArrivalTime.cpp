@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What is to be shown, not in which order (UTS 35, "Date Field Symbol Table").
+// The fields that are shown; the locale orders them (UTS 35, "Date Field Symbol Table").
 constexpr QStringView kSkeleton(u"ddMMMMyyyyHHmmss");
 // More than any locale's pattern and any formatted date.
 using Buffer = std::array<UChar, 256>;
@@ -38,8 +38,7 @@ QByteArray icuLocale(const QString& language)
     return locale;
 }
 
-// The offset alone: what the system says the time is, also where it names its zone in a way that
-// ICU does not know.
+// Only the offset: ICU may not know the system's name of the zone.
 QString icuZone(const QDateTime& time)
 {
     const int offset = time.offsetFromUtc();
@@ -54,7 +53,7 @@ QString icuZone(const QDateTime& time)
 QString arrivalTime(const QDateTime& time, const QString& language)
 {
     const QByteArray locale = icuLocale(language);
-    // Once something has failed, everything below does nothing.
+    // After an error each of the calls below returns at once.
     UErrorCode status = U_ZERO_ERROR;
     const Generator generator(udatpg_open(locale.constData(), &status), &udatpg_close);
     Buffer pattern;

@@ -1,11 +1,11 @@
-#include <memory>
+#include "chat/ChatTranscript.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
 
-#include "chat/ChatTranscript.h"
+#include <memory>
 
 using namespace Qt::StringLiterals;
 

@@ -5,8 +5,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <limits>
+#include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -20,102 +25,68 @@ bool write(const QString& path, const QByteArray& bytes)
 
 } // namespace
 
-// The words of the link, payloads and files, without a link.
+// Numbers, payloads, command lines and the file of allowed settings, without a link.
 class TestWords : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void integers_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("wide"); // empty: none
-        QTest::addColumn<QString>("narrow");
-
-        const auto row = [](const char* text, const char* wide, const char* narrow) {
-            QTest::newRow(text) << QString::fromUtf8(text) << QString::fromUtf8(wide)
-                                << QString::fromUtf8(narrow);
-        };
-        row("007", "7", "7");
-        row("+5", "5", "5");
-        row("-5", "-5", "-5");
-        row("2147483647", "2147483647", "2147483647");
-        row("2147483648", "2147483648", "");
-        row("-9223372036854775808", "-9223372036854775808", "");
-        row("9223372036854775808", "", "");
-        for (const char* const bad :
-             {"", "-", "+-5", " 5", "5\n", "5.0", "1e3", "0x10", "1,000", "\u0665", "5a"}) {
-            row(bad, "", "");
-        }
-    }
+    void initTestCase() { qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path())); }
 
     void integers()
     {
-        QFETCH(QString, text);
-        const auto wide = Protocol::parseInteger64(text);
-        const auto narrow = Protocol::parseInteger32(text);
-        QTEST(wide ? QString::number(*wide) : QString(), "wide");
-        QTEST(narrow ? QString::number(*narrow) : QString(), "narrow");
-    }
-
-    void messageRecords_data()
-    {
-        QTest::addColumn<QString>("json");
-        QTest::addColumn<bool>("decodes");
-        QTest::addColumn<qint64>("timeout");
-
-        const auto row =
-            [](const char* name, const QString& timeout, bool decodes, qint64 value = 0) {
-                QTest::newRow(name)
-                    << uR"({"from":"a","text":"b","icon":1,"timeout":%1})"_s.arg(timeout) << decodes
-                    << value;
-            };
-        row("integer", u"3"_s, true, 3);
-        row("exact beyond a double's digits", u"9007199254740993"_s, true, 9007199254740993);
-        row("beyond range", u"9223372036854775808"_s, false);
-        row("fraction", u"3.5"_s, false);
-        row("string", u"\"3\""_s, false);
-        QTest::newRow("unknown key")
-            << R"({"from":"a","text":"b","icon":1,"timeout":3,"x":{}})" << true << qint64(3);
-        QTest::newRow("missing key")
-            << R"({"from":"a","text":"b","timeout":3})" << false << qint64(0);
-        for (const char* const bad : {"", "null", "[]", "{}", "{\"from\":",
-                                      R"({"from":"a","text":"b","icon":1,"timeout":3} x)",
-                                      R"({"from":1,"text":"b","icon":1,"timeout":3})"}) {
-            QTest::newRow(bad) << bad << false << qint64(0);
+        for (const qint64 whole : {7LL, -5LL, 2147483647LL, -2147483648LL, 2147483648LL,
+                                   -2147483649LL, std::numeric_limits<qint64>::min()}) {
+            const auto narrow = static_cast<qint32>(whole);
+            const auto expected = narrow == whole ? std::optional(narrow) : std::nullopt;
+            QCOMPARE(Protocol::parseInteger64(QString::number(whole)), std::optional(whole));
+            QCOMPARE(Protocol::parseInteger32(QString::number(whole)), expected);
         }
-        QTest::newRow("too deep") << QString(5000, u'[') << false << qint64(0);
+        QCOMPARE(Protocol::parseInteger64(u"+007"), std::optional<qint64>(7));
+        for (const char* const bad : {"", "-", "+-5", " 5", "5\n", "5.0", "1e3", "0x10", "1,000",
+                                      "\u0665", "5a", "9223372036854775808"}) {
+            QVERIFY2(!Protocol::parseInteger64(QString::fromUtf8(bad)), bad);
+        }
     }
 
     void messageRecords()
     {
-        QFETCH(QString, json);
-        const auto message = decode_message(json);
-        QTEST(message.has_value(), "decodes");
-        QTEST(message ? message->timeout : 0, "timeout");
+        const auto with = [](const char* timeout) {
+            return QByteArray(R"({"from":"a","text":"b","icon":1,"timeout":)") + timeout + '}';
+        };
+        const auto decode = [](const QByteArray& json) {
+            return decode_message(QString::fromUtf8(json));
+        };
+        QCOMPARE(decode(with("3,\"x\":{}")).value().timeout, 3);
+        // More digits than a double has.
+        QCOMPARE(decode(with("9007199254740993")).value().timeout, 9007199254740993);
+        for (const QByteArray& bad :
+             {with("9223372036854775808"), with("3.5"), with("\"3\""),
+              with("3").replace("\"a\"", "1"), with("3").replace(R"("icon":1,)", ""),
+              with("3").chopped(1), with("3") + " x", QByteArray(), QByteArray("null"),
+              QByteArray("[]"), QByteArray(5000, '[')}) {
+            QVERIFY2(!decode(bad), bad.left(80));
+        }
     }
 
     void statusRecords()
     {
-        const std::pair<const char*, std::optional<double>> dates[] = {
-            {"", std::nullopt},
-            {R"(,"sessionDate":null)", std::nullopt},
-            {R"(,"sessionDate":12.5)", 12.5}};
-        const auto decode = [](const char* isValid, const char* date) {
+        const auto decode = [](const QString& isValid, const QString& date) {
             const QString session =
                 uR"({"session":7,"remoteDevice":"d","remoteControlUser":"u"%1})"_s;
             return decode_status(
                 uR"({"accountIsValid":%1,"gateway":"g","sessionId":"s","sessions":[%2,%3]})"_s.arg(
-                    QLatin1StringView(isValid), session.arg(QString()),
-                    session.arg(QLatin1StringView(date))));
+                    isValid, session.arg(QString()), session.arg(date)));
         };
+        const std::pair<QString, std::optional<double>> dates[] = {
+            {{}, {}}, {uR"(,"sessionDate":null)"_s, {}}, {uR"(,"sessionDate":12.5)"_s, 12.5}};
         for (const auto& [text, date] : dates) {
-            const auto status = decode("true", text);
-            QVERIFY2(status && status->sessions.at(1).session == 7, text);
+            const auto status = decode(u"true"_s, text);
+            QVERIFY2(status && status->sessions.at(1).session == 7, qPrintable(text));
             QCOMPARE(status->sessions.at(1).sessionDate, date);
         }
-        // A good session before it must not save the record.
-        QVERIFY(!decode("true", R"(,"sessionDate":"2001")"));
-        QVERIFY(!decode("1", ""));
+        // The record does not decode, although its first session does.
+        QVERIFY(!decode(u"true"_s, uR"(,"sessionDate":"2001")"_s));
+        QVERIFY(!decode(u"1"_s, {}));
     }
 
     void firstWords()
@@ -144,13 +115,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("log");
 
         const QString app = u"%1/Applications/A B.app/Contents/MacOS/run"_s;
-        QTest::newRow("status") << "exit 3" << qint64(3) << "command=exit 3|status=3";
+        QTest::newRow("status") << "exit 3" << qint64(3) << "command=exit 3|status=3|";
         QTest::newRow("no such program") << "/nowhere/x 2>/dev/null" << qint64(127)
-                                         << "command=/nowhere/x 2>/dev/null|status=127";
-        QTest::newRow("signal") << "kill -KILL $$" << qint64(9) << "command=kill -KILL $$|status=9";
+                                         << "command=/nowhere/x 2>/dev/null|status=127|";
+        QTest::newRow("signal") << "kill -KILL $$" << qint64(9)
+                                << "command=kill -KILL $$|status=9|";
         QTest::newRow("NUL") << u"true"_s + QChar(0) + u"false"_s << qint64(1)
-                             << u"command=true"_s + QChar(0) + u"false"_s;
-        QTest::newRow("application") << u'\'' + app + "' 5"_L1 << qint64(0) << "status=0";
+                             << u"command=true"_s + QChar(0) + u"false|"_s;
+        QTest::newRow("application") << u'\'' + app + "' 5"_L1 << qint64(0) << "status=0|";
         QTest::newRow("no such application") << u'\'' + app + "x' 5"_L1 << qint64(4) << "";
     }
 
@@ -158,73 +130,56 @@ private Q_SLOTS:
     {
         QFETCH(QString, line);
         QFETCH(QString, log);
-        QTemporaryDir root;
-        const QString app = root.filePath(u"Applications/A B.app/Contents/MacOS/"_s);
-        const QString logs = root.filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s);
+        const QString app = m_root.filePath(u"Applications/A B.app/Contents/MacOS/"_s);
+        const QString logs = m_root.filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s);
         QVERIFY(QDir().mkpath(app) && QDir().mkpath(logs));
         QVERIFY(write(app + u"run"_s, "#!/bin/sh\nsleep $1\n: > \"$0.done\"\n"));
         QFile::setPermissions(app + u"run"_s, QFile::ReadOwner | QFile::ExeOwner);
         QVERIFY(write(logs + u"vantoryAgent.stdout"_s, ""));
-        qputenv("VANTORY_ROOT", QFile::encodeName(root.path()));
 
-        QTEST(RemoteCommands::executeCommand(line.replace("%1"_L1, root.path())), "status");
+        QTEST(RemoteCommands::executeCommand(line.replace("%1"_L1, m_root.path())), "status");
         QVERIFY(!QFile::exists(app + u"run.done"_s)); // an application is not waited for
 
         QFile file(logs + u"vantoryAgent.stdout"_s);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QStringList lines;
-        for (const QByteArray& logged : file.readAll().split('\n')) {
-            lines.append(QString::fromUtf8(logged.mid(24)));
-        }
-        lines.removeLast();
-        QCOMPARE(lines.join(u'|'), log.replace("%1"_L1, root.path()));
-    }
-
-    void allowedSettings_data()
-    {
-        QTest::addColumn<QByteArray>("document");
-        QTest::addColumn<QString>("result"); // "none", "not set", "true" or "false"
-
-        const QByteArray required =
-            R"("allow_message_to_devices":true,"allow_chat_to_devices":false,)"
-            R"("require_user_acknowledgement_for_devices":true,)"
-            R"("allow_file_transfer_to_devices":true,)"
-            R"("allow_devices_to_be_viewed":true)";
-        const auto document = [&](const QByteArray& more) {
-            return "{\"settings\":{" + required + more + "}}";
-        };
-        QTest::newRow("not set") << document("") << "not set";
-        QTest::newRow("true") << document(R"(,"show_agent_ui_on_connection":true)") << "true";
-        QTest::newRow("false") << document(R"(,"show_agent_ui_on_connection":false)") << "false";
-        QTest::newRow("text") << document(R"(,"show_agent_ui_on_connection":"true")") << "none";
-        QTest::newRow("one key missing")
-            << document("").replace("\"allow_chat_to_devices\":false,", "") << "none";
-        QTest::newRow("one key of another type")
-            << document("").replace("\"allow_chat_to_devices\":false",
-                                    "\"allow_chat_to_devices\":0")
-            << "none";
-        QTest::newRow("empty") << QByteArray() << "none";
-        QTest::newRow("binary") << QByteArray("\xff\x00\xfe", 3) << "none";
+        QString logged = QString::fromUtf8(file.readAll());
+        static const QRegularExpression time(u"^.{24}"_s, QRegularExpression::MultilineOption);
+        QCOMPARE(logged.remove(time).replace(u'\n', u'|'), log);
     }
 
     void allowedSettings()
     {
-        QFETCH(QByteArray, document);
-        QTemporaryDir root;
-        qputenv("VANTORY_ROOT", QFile::encodeName(root.path()));
-        QVERIFY(!readAllowedSettings());
-        const QString folder = root.filePath(u"Library/Preferences/vantoryAgent/"_s);
-        QVERIFY(QDir().mkpath(folder) && write(folder + u"gateway.json"_s, document));
-
-        const auto settings = readAllowedSettings();
-        QString result = u"none"_s;
-        if (settings) {
-            const auto flag = settings->show_agent_ui_on_connection;
-            result = !flag ? u"not set"_s : (*flag ? u"true"_s : u"false"_s);
-            QVERIFY(!settings->allow_chat_to_devices && settings->allow_devices_to_be_viewed);
+        const QString folder = m_root.filePath(u"Library/Preferences/vantoryAgent/"_s);
+        QVERIFY(!readAllowedSettings() && QDir().mkpath(folder));
+        const QByteArray whole = R"({"settings":{"allow_message_to_devices":true,)"
+                                 R"("allow_chat_to_devices":false,)"
+                                 R"("require_user_acknowledgement_for_devices":true,)"
+                                 R"("allow_file_transfer_to_devices":true,)"
+                                 R"("allow_devices_to_be_viewed":true}})";
+        const auto replaced = [&whole](const char* before, const QByteArray& after) {
+            return QByteArray(whole).replace(before, after);
+        };
+        const auto showing = [&replaced](const QByteArray& value) {
+            return replaced("true}", "true,\"show_agent_ui_on_connection\":" + value + '}');
+        };
+        const auto read = [&folder](const QByteArray& document) {
+            return write(folder + u"gateway.json"_s, document) ? readAllowedSettings()
+                                                               : std::nullopt;
+        };
+        const auto plain = read(whole);
+        QVERIFY(plain && !plain->show_agent_ui_on_connection);
+        QVERIFY(!plain->allow_chat_to_devices && plain->allow_devices_to_be_viewed);
+        QVERIFY(read(showing("true")).value().show_agent_ui_on_connection.value());
+        QVERIFY(!read(showing("false")).value().show_agent_ui_on_connection.value());
+        for (const QByteArray& bad :
+             {showing("\"true\""), replaced("\"allow_chat_to_devices\":false,", ""),
+              replaced("false", "0"), QByteArray(), QByteArray("\xff\x00\xfe", 3)}) {
+            QVERIFY2(!read(bad), bad);
         }
-        QTEST(result, "result");
     }
+
+private:
+    QTemporaryDir m_root;
 };
 
 QTEST_GUILESS_MAIN(TestWords)

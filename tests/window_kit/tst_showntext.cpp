@@ -18,23 +18,14 @@ class TestShownText : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void firstCharacters_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("cut");
-        for (const QString& unit : {kFamily, kScotland, u"🇰🇷"_s, kAccented, kSyllable}) {
-            QTest::addRow("200 of %s", qPrintable(unit))
-                << unit.repeated(200) << unit.repeated(128);
-        }
-        QTest::newRow("129, the last in two parts")
-            << QString(128, u'a') + kAccented << QString(128, u'a');
-        QTest::newRow("half an emoji at the end")
-            << QString(128, u'a') + kFamily.first(1) << QString(128, u'a');
-    }
     void firstCharacters()
     {
-        QFETCH(QString, text);
-        QTEST(ShownText::firstCharacters(text, 128), "cut");
+        for (const QString& unit : {kFamily, kScotland, u"🇰🇷"_s, kAccented, kSyllable}) {
+            QCOMPARE(ShownText::firstCharacters(unit.repeated(200), 128), unit.repeated(128));
+        }
+        const QString full(128, u'a');
+        QCOMPARE(ShownText::firstCharacters(full + kAccented, 128), full);
+        QCOMPARE(ShownText::firstCharacters(full + kFamily.first(1), 128), full);
     }
 
     void shown_data()
@@ -67,46 +58,34 @@ private Q_SLOTS:
         QCOMPARE(ShownText::line(text, text.size()), shown);
     }
 
-    // Every place that shows the start of a text, and how much of it.
-    void cut_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("item"); // of 12 code units
-        QTest::newRow("fits") << u"twelve units"_s << u"twelve units"_s;
-        QTest::newRow("too long") << u"A && <b>B</b>"_s << u"A &&&& <b>B</b…"_s;
-        QTest::newRow("families") << kFamily.repeated(2'000) << kFamily + u'…';
-        QTest::newRow("emoji") << u'a' + u"🙂"_s.repeated(2'000) << u"a🙂🙂🙂🙂🙂…"_s;
-        QTest::newRow("one endless character")
-            << u"🙂\u200D"_s.repeated(2'000) << u"🙂\u200D🙂\u200D🙂\u200D🙂\u200D…"_s;
-        QTest::newRow("overrides do not count")
-            << QString(900, QChar(0x202E)) + u"a\nb"_s << u"a b"_s;
-    }
     void cut()
     {
-        QFETCH(QString, text);
-        QTEST(ShownText::menuItem(text, 12), "item");
+        const std::pair<QString, QString> cases[] = {
+            {u"twelve units"_s, u"twelve units"_s},
+            {u"A && <b>B</b>"_s, u"A &&&& <b>B</b…"_s},
+            {kFamily.repeated(2'000), kFamily + u'…'},
+            {u'a' + u"🙂"_s.repeated(2'000), u"a🙂🙂🙂🙂🙂…"_s},
+            {u"🙂\u200D"_s.repeated(2'000), u"🙂\u200D🙂\u200D🙂\u200D🙂\u200D…"_s},
+            {QString(900, QChar(0x202E)) + u"a\nb"_s, u"a b"_s},
+        };
+        for (const auto& [text, item] : cases) {
+            QCOMPARE(ShownText::menuItem(text, 12), item);
+        }
     }
 
-    void toolTips_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("body"); // of the paragraph that it becomes
-        const QString blank(QChar(0x200B));
-        QTest::newRow("markup") << u"<b>B</b>\n&"_s << u"&lt;b&gt;B&lt;/b&gt;\n&amp;"_s;
-        QTest::newRow("words stay whole")
-            << QString(70, u'a') + u' ' + QString(80, u'b') + u'\n' + QString(85, u'c')
-            << QString(70, u'a') + u' ' + QString(80, u'b') + u'\n' + QString(80, u'c') + blank +
-                   QString(5, u'c');
-        QTest::newRow("emoji stay whole")
-            << kFamily.repeated(10) << kFamily.repeated(7) + blank + kFamily.repeated(3);
-        QTest::newRow("very long") << u"a "_s.repeated(32'500) << u"a "_s.repeated(5'000) + u'…';
-    }
     void toolTips()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, body);
-        QCOMPARE(ShownText::toolTip(text),
-                 u"<p style=\"white-space:pre-wrap\">"_s + body + u"</p>"_s);
+        const QString words = QString(70, u'a') + u' ' + QString(80, u'b') + u'\n';
+        const std::pair<QString, QString> cases[] = {
+            {u"<b>B</b>\n&"_s, u"&lt;b&gt;B&lt;/b&gt;\n&amp;"_s},
+            {words + QString(85, u'c'), words + QString(80, u'c') + u"\u200Bccccc"_s},
+            {kFamily.repeated(10), kFamily.repeated(7) + u'\u200B' + kFamily.repeated(3)},
+            {u"a "_s.repeated(32'500), u"a "_s.repeated(5'000) + u'…'},
+        };
+        for (const auto& [text, body] : cases) {
+            QCOMPARE(ShownText::toolTip(text),
+                     u"<p style=\"white-space:pre-wrap\">"_s + body + u"</p>"_s);
+        }
     }
 
     void pieces_data()
