@@ -43,9 +43,7 @@ void AppDelegate::sessionConnected(const SessionInfo& session)
     updateSystemTrayIcon();
     if (!isAtLoginWindow()) {
         state().connectionStatus->config();
-        if (!state().connectionStatus->isVisible()) {
-            showConnectionLater(false);
-        }
+        showLaterIfHidden();
     }
 }
 
@@ -85,6 +83,7 @@ void AppDelegate::statusReceived(const std::optional<StatusInfo>& status)
         updateSystemTrayIcon();
     }
     if (!isAtLoginWindow()) {
-        redrawOrShowLater();
+        redrawIfVisible();
+        showLaterIfHidden();
     }
 }

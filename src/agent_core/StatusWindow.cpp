@@ -44,9 +44,8 @@ void AppDelegate::redrawIfVisible()
     }
 }
 
-void AppDelegate::redrawOrShowLater()
+void AppDelegate::showLaterIfHidden()
 {
-    redrawIfVisible();
     if (!state().connectionStatus->isVisible()) {
         showConnectionLater(false);
     }

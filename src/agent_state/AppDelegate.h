@@ -180,7 +180,7 @@ private:
 
     static void setGatewayConnected(bool isConnected);
     static void redrawIfVisible();
-    static void redrawOrShowLater();
+    static void showLaterIfHidden();
     static void showAtSessionEnd();
 
     SettingsWindow& settingsWindow();
