@@ -8,10 +8,11 @@ import sys
 FOLDERS = {
     "src/platform/files": "",
     "src/platform/threads": "",
+    "src/platform/bus": "",
     "src/platform/processes": "platform/files platform/threads",
     "src/platform/network": "platform/files platform/threads",
-    "src/platform/accounts": "platform/files platform/threads platform/processes",
-    "src/platform/desktop": "platform/files platform/threads",
+    "src/platform/accounts": "platform/files platform/threads platform/bus platform/processes",
+    "src/platform/desktop": "platform/files platform/threads platform/bus",
     "src/logging": "platform",
     "src/localisation": "platform logging",
     "src/records": "localisation",

@@ -1,14 +1,12 @@
 #include "platform/desktop/StatusItem.h"
 
+#include "platform/bus/Bus.h"
 #include "platform/desktop/StatusNotifierItem.h"
-#include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 
 #include <QCursor>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QGuiApplication>
 #include <QMenu>
@@ -19,7 +17,6 @@
 #include <QThread>
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -28,41 +25,6 @@ namespace {
 
 const QString kWatcher = u"org.kde.StatusNotifierWatcher"_s; // and its interface
 const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
-
-// Emits changed() when a host has come or gone.
-class HostSignals : public QObject {
-    Q_OBJECT
-
-public:
-    explicit HostSignals(QDBusConnection bus)
-    {
-        // Connected by text, as nowhere else: QtDBus's proxy classes, whose signals could be
-        // connected as usual, ask the bus for the sender's name and wait for it. Signals of any
-        // sender are taken for the same reason; they only lead to the question for a host.
-        for (const auto& name :
-             {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s}) {
-            bus.connect(QString(), kWatcherPath, kWatcher, name, this, SIGNAL(changed()));
-        }
-    }
-
-Q_SIGNALS:
-    void changed();
-};
-
-// Calls `then` with the answer, also an error, on this thread, unless the context is deleted
-// before.
-template <typename Then>
-void ask(const QDBusConnection& bus, const QDBusMessage& question, QObject* context, Then then)
-{
-    // Without a time limit: while a desktop starts the watcher may answer late. If it ends, the bus
-    // answers with an error.
-    constexpr int noLimit = std::numeric_limits<int>::max();
-    auto* const call = new QDBusPendingCallWatcher(bus.asyncCall(question, noLimit), context);
-    QObject::connect(call, &QDBusPendingCallWatcher::finished, context, [call, then] {
-        call->deleteLater();
-        then(call->reply());
-    });
-}
 
 // The menu's top left corner: below the icon, or above it where the screen ends.
 QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen)
@@ -84,8 +46,7 @@ public:
     void setMenu(QMenu* menu);
 
 private:
-    void runOnWorker(void (*work)(), void (Private::*then)());
-    void watchBus();
+    void watchBus(const QDBusConnection& bus);
     void setWatcher(const QString& uniqueName);
     void askForHost();
     void useHost();
@@ -107,15 +68,15 @@ private:
     bool m_isTrayWanted = false;
     bool m_isTrayComing = false;
     std::optional<QDBusConnection> m_bus;
-    std::unique_ptr<HostSignals> m_hosts;
+    std::unique_ptr<Bus::Signals> m_hosts;
     QString m_watcher; // its unique name on the bus; empty while there is none
-    std::shared_ptr<Private*> m_self = std::make_shared<Private*>(this);
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
 };
 
 StatusItem::Private::Private(const QString& id, const QString& title) : m_id(id), m_title(title)
 {
-    // The first use of the session bus connects to it and waits for its greeting.
-    runOnWorker([] { QDBusConnection::sessionBus(); }, &Private::watchBus);
+    Worker::runThen([] { return QDBusConnection::sessionBus(); }, m_self,
+                    [this](const QDBusConnection& bus) { watchBus(bus); });
 }
 
 StatusItem::StatusItem(const QString& id, const QString& title, QObject* parent)
@@ -169,47 +130,20 @@ void StatusItem::Private::setMenu(QMenu* menu)
     updateTray();
 }
 
-// Runs `work` on a worker thread and then `then` on the main thread, unless this object is deleted
-// before.
-void StatusItem::Private::runOnWorker(void (*work)(), void (Private::*then)())
+void StatusItem::Private::watchBus(const QDBusConnection& bus)
 {
-    Worker::run([owner = std::weak_ptr(m_self), work, then] {
-        work();
-        MainQueue::post([owner, then] {
-            if (const auto self = owner.lock()) {
-                ((*self)->*then)();
-            }
-        });
-    });
-}
-
-void StatusItem::Private::watchBus()
-{
-    const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         useTray();
         return;
     }
     m_bus = bus;
 
-    // The subscriptions come before the question, so that no change is missed.
-    m_hosts = std::make_unique<HostSignals>(bus);
-    connect(m_hosts.get(), &HostSignals::changed, this, &Private::askForHost);
-    auto* const owners =
-        new QDBusServiceWatcher(kWatcher, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
-    connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this,
-            [this](const QString&, const QString&, const QString& owner) { setWatcher(owner); });
-
-    auto question =
-        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-                                       u"org.freedesktop.DBus"_s, u"GetNameOwner"_s);
-    question << kWatcher;
-    ask(bus, question, this, [this](const QDBusMessage& answer) {
-        // An error means that there is no owner.
-        setWatcher(answer.type() == QDBusMessage::ReplyMessage
-                       ? answer.arguments().value(0).toString()
-                       : QString());
-    });
+    // The subscriptions come before the question for a host, so that no change is missed.
+    m_hosts = std::make_unique<Bus::Signals>(
+        bus, kWatcherPath, kWatcher,
+        QStringList{u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s});
+    connect(m_hosts.get(), &Bus::Signals::received, this, &Private::askForHost);
+    Bus::watchOwner(bus, kWatcher, this, [this](const QString& owner) { setWatcher(owner); });
 }
 
 void StatusItem::Private::setWatcher(const QString& uniqueName)
@@ -232,20 +166,22 @@ void StatusItem::Private::askForHost()
         return;
     }
     // Asked again after each signal: that is about one host, and there may be several.
-    auto question = QDBusMessage::createMethodCall(m_watcher, kWatcherPath,
-                                                   u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
-    question << kWatcher << u"IsStatusNotifierHostRegistered"_s;
-    ask(*m_bus, question, this, [this, asked = m_watcher](const QDBusMessage& answer) {
-        if (asked != m_watcher) {
-            return;
-        }
-        const auto value = qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant();
-        if (value.toBool()) {
-            useHost();
-        } else {
-            useTray();
-        }
-    });
+    // While a desktop starts the watcher may answer late, hence no time limit.
+    const auto question = Bus::propertyQuestion(m_watcher, kWatcherPath, kWatcher,
+                                                u"IsStatusNotifierHostRegistered"_s);
+    Bus::ask(*m_bus, question, Bus::kNoTimeLimit, this,
+             [this, asked = m_watcher](const QDBusMessage& answer) {
+                 if (asked != m_watcher) {
+                     return;
+                 }
+                 const auto value =
+                     qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant();
+                 if (value.toBool()) {
+                     useHost();
+                 } else {
+                     useTray();
+                 }
+             });
 }
 
 void StatusItem::Private::useHost()
@@ -272,7 +208,8 @@ void StatusItem::Private::useTray()
     // tray, also one that starts later. The main thread must not wait, so the first use is on a
     // worker, by a function that does nothing else.
     m_isTrayComing = true;
-    runOnWorker([] { QSystemTrayIcon::supportsMessages(); }, &Private::makeTray);
+    Worker::runThen([] { return QSystemTrayIcon::supportsMessages(); }, m_self,
+                    [this](bool) { makeTray(); });
 }
 
 void StatusItem::Private::makeTray()
@@ -318,5 +255,3 @@ void StatusItem::Private::popUpMenuAtTray()
     }
     m_menu->popup(menuPosition(icon, m_menu->sizeHint(), screen->geometry()));
 }
-
-#include "StatusItem.moc"

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "platform/threads/MainQueue.h"
+
 #include <functional>
+#include <memory>
 
 namespace Worker {
 
@@ -8,5 +11,19 @@ namespace Worker {
 // calling one. Nobody waits for it, a program that ends neither: it must hold values only, and post
 // its result. Any thread.
 void run(std::function<void()> work);
+
+// As run(), then calls `then` with the work's result on the main thread, unless the owner has been
+// deleted by then. Only `then` may use the owner.
+template <typename Work, typename Then>
+void runThen(Work work, const std::weak_ptr<void>& owner, Then then)
+{
+    run([work, owner, then] {
+        MainQueue::post([result = work(), owner, then] {
+            if (!owner.expired()) {
+                then(result);
+            }
+        });
+    });
+}
 
 } // namespace Worker
