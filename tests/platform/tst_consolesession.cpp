@@ -1,5 +1,7 @@
 #include "platform/accounts/ConsoleSession.h"
+#include "platform/accounts/ScreenLock.h"
 #include "platform/desktop/DBusStruct.h"
+#include "platform/threads/MainQueue.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -9,6 +11,7 @@
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <csignal>
@@ -41,6 +44,8 @@ public:
     QString lockedSession;
     bool isInSession = false; // this process, in "process"; "own" is in XDG_SESSION_ID if at all
     bool isSilent = false;
+    QList<QDBusMessage> lockQuestions;
+    std::optional<QVariant> wrongLock; // the answer to them instead of the true one; none: an error
 
     QString introspect(const QString& /*path*/) const override { return {}; }
 
@@ -50,6 +55,9 @@ public:
         const QString session = message.path().sliced(1);
         const QString argument = message.arguments().value(0).toString();
         const QString property = message.arguments().value(1).toString();
+        if (property == u"LockedHint") {
+            lockQuestions += message;
+        }
         if (isSilent) {
             return true;
         }
@@ -61,7 +69,8 @@ public:
                          ? QVariant::fromValue(QDBusObjectPath(u"/process"_s))
                          : answer;
         } else if (property == u"LockedHint") {
-            answer = QVariant::fromValue(QDBusVariant(session == lockedSession));
+            const QVariant value = wrongLock.value_or(session == lockedSession);
+            answer = value.isValid() ? QVariant::fromValue(QDBusVariant(value)) : answer;
         } else if (property == u"ActiveSession" || session == u"front") {
             answer = QVariant::fromValue(QDBusVariant(properties[property]));
         }
@@ -78,6 +87,7 @@ class TestConsoleSession : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
+        MainQueue::attach();
         qDBusRegisterMetaType<Place>();
         m_bus.registerVirtualObject(u"/"_s, &m_logind, QDBusConnection::SubPath);
         QVERIFY(m_bus.registerService(u"org.freedesktop.login1"_s));
@@ -126,6 +136,48 @@ private Q_SLOTS:
         }
     }
 
+    void theScreenLockIsWatched()
+    {
+        m_logind.isInSession = true;
+        m_logind.lockedSession = u"process"_s;
+        const ScreenLock lock;
+        const QSignalSpy changes(&lock, &ScreenLock::changed);
+        QTRY_VERIFY(lock.isLocked());
+
+        // A signal's own value, an error and a wrong type change nothing.
+        for (const auto& wrong :
+             {std::optional<QVariant>(), std::optional(QVariant()), std::optional(QVariant(0))}) {
+            m_logind.wrongLock = wrong;
+            m_logind.lockQuestions.clear();
+            announceChange();
+            QTRY_COMPARE(m_logind.lockQuestions.size(), 1);
+            QTest::qWait(50);
+            QVERIFY(lock.isLocked());
+        }
+        m_logind.wrongLock.reset();
+        QCOMPARE(changes.size(), 1);
+
+        // One question at a time, and one after it, whose answer counts.
+        m_logind.isSilent = true;
+        m_logind.lockQuestions.clear();
+        for (int i = 0; i < 100; ++i) {
+            announceChange();
+        }
+        QTest::qWait(200);
+        QCOMPARE(m_logind.lockQuestions.size(), 1);
+        m_logind.isSilent = false;
+        m_logind.lockedSession.clear();
+        m_bus.send(m_logind.lockQuestions[0].createReply(QVariant::fromValue(QDBusVariant(true))));
+        QTRY_VERIFY(!lock.isLocked());
+        QCOMPARE(m_logind.lockQuestions.size(), 2);
+
+        QVERIFY(m_bus.unregisterService(u"org.freedesktop.login1"_s));
+        m_logind.lockedSession = u"process"_s;
+        QVERIFY(m_bus.registerService(u"org.freedesktop.login1"_s));
+        QTRY_VERIFY(lock.isLocked()); // without a signal
+        QCOMPARE(changes.size(), 3);
+    }
+
     void noAnswerMeansNobodyAndUnlocked()
     {
         m_logind.isInSession = false;
@@ -162,8 +214,18 @@ private:
         return answer.get();
     }
 
+    // Not from logind, and with a value that nobody may believe.
+    static void announceChange()
+    {
+        auto signal = QDBusMessage::createSignal(
+            u"/process"_s, u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s);
+        signal << u"org.freedesktop.login1.Session"_s << QVariantMap{{u"LockedHint"_s, false}}
+               << QStringList();
+        QDBusConnection::systemBus().send(signal);
+    }
+
     Logind m_logind;
-    QDBusConnection m_bus = QDBusConnection::systemBus();
+    QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, u"logind"_s);
 };
 
 QTEST_GUILESS_MAIN(TestConsoleSession)

@@ -164,7 +164,7 @@ private:
     std::unique_ptr<sd_bus, Close> m_bus;
 };
 
-std::optional<std::string> ownSession(Logind& logind)
+std::optional<std::string> ownSessionIn(Logind& logind)
 {
     std::optional<std::string> path;
     if (const QByteArray id = qgetenv("XDG_SESSION_ID"); !id.isEmpty()) {
@@ -194,9 +194,16 @@ std::optional<QString> ConsoleSession::consoleUser()
                                           : std::nullopt;
 }
 
+std::optional<QString> ConsoleSession::ownSession()
+{
+    Logind logind;
+    const auto session = ownSessionIn(logind);
+    return session ? std::optional(QString::fromStdString(*session)) : std::nullopt;
+}
+
 bool ConsoleSession::isScreenLocked()
 {
     Logind logind;
-    const auto session = ownSession(logind);
+    const auto session = ownSessionIn(logind);
     return session && logind.sessionFlag(*session, "LockedHint");
 }

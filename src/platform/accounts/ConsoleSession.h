@@ -13,8 +13,11 @@ namespace ConsoleSession {
 // greeter.
 [[nodiscard]] std::optional<QString> consoleUser();
 
-// Whether the screen of the program's own session is locked (LockedHint): of the session that
-// XDG_SESSION_ID names, else that of the process, else seat0's active one.
+// The object path of the program's own session: the one that XDG_SESSION_ID names, else that of the
+// process, else seat0's active one.
+[[nodiscard]] std::optional<QString> ownSession();
+
+// Whether the screen of the program's own session is locked (LockedHint).
 [[nodiscard]] bool isScreenLocked();
 
 } // namespace ConsoleSession
