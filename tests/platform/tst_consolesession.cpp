@@ -97,6 +97,8 @@ private Q_SLOTS:
     void init()
     {
         qunsetenv("XDG_SESSION_ID");
+        m_logind.isSilent = false;
+        m_logind.wrongLock.reset();
         m_logind.properties = {{u"ActiveSession"_s, placeOf(u"front"_s)},
                                {u"Class"_s, u"user"_s},
                                {u"Name"_s, u"ann"_s}};
