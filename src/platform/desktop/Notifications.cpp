@@ -1,0 +1,179 @@
+#include "platform/desktop/Notifications.h"
+
+#include "platform/bus/Bus.h"
+#include "platform/threads/Worker.h"
+
+#include <QThread>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString kService = u"org.freedesktop.Notifications"_s; // and its interface
+const QString kPath = u"/org/freedesktop/Notifications"_s;
+const QString kClick = u"default"_s; // the action's key
+
+QDBusMessage callOf(const QString& service, const QString& method, const QVariantList& arguments)
+{
+    auto call = QDBusMessage::createMethodCall(service, kPath, kService, method);
+    call.setArguments(arguments);
+    return call;
+}
+
+// Text as D-Bus takes it: Unicode without NUL. Half a surrogate pair becomes a question mark.
+QString sendable(const QString& text)
+{
+    return QString::fromUtf8(text.toUtf8()).replace(QChar::Null, QChar::ReplacementCharacter);
+}
+
+} // namespace
+
+Notifications::Notifications(QString applicationName, QString iconPath, QObject* parent)
+    : QObject(parent), m_applicationName(std::move(applicationName)),
+      m_iconPath(std::move(iconPath))
+{
+    Worker::runThen([] { return QDBusConnection::sessionBus(); }, m_self,
+                    [this](const QDBusConnection& bus) { watchBus(bus); });
+}
+
+Notifications::~Notifications() = default;
+
+void Notifications::show(Place place, const Content& content)
+{
+    change(place, content);
+}
+
+void Notifications::withdraw(Place place)
+{
+    change(place, std::nullopt);
+}
+
+void Notifications::change(Place place, const std::optional<Content>& content)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    Slot& slot = m_slots[static_cast<std::size_t>(place)];
+    slot.content = content;
+    slot.isChanged = true;
+    slot.isTried = false;
+    sendChanges();
+}
+
+void Notifications::watchBus(const QDBusConnection& bus)
+{
+    if (!bus.isConnected()) {
+        return;
+    }
+    m_bus = std::make_unique<QDBusConnection>(bus);
+    m_signals = std::make_unique<Bus::Signals>(
+        bus, kPath, kService, QStringList{u"NotificationClosed"_s, u"ActionInvoked"_s});
+    connect(m_signals.get(), &Bus::Signals::received, this, &Notifications::receive);
+    Bus::watchOwner(bus, kService, this, [this](const QString& owner) { setServer(owner); });
+    sendChanges(); // the service may start for it
+}
+
+// Another server, or a restarted one, shows nothing of what the former one showed.
+void Notifications::setServer(const QString& uniqueName)
+{
+    if (uniqueName == m_server) {
+        return;
+    }
+    m_server = uniqueName;
+    m_takesMarkup.reset();
+    for (Slot& slot : m_slots) {
+        slot.id = 0;
+    }
+}
+
+void Notifications::sendChanges()
+{
+    for (Slot& slot : m_slots) {
+        if (!m_bus || !slot.isChanged || slot.isAnswerPending) {
+            continue;
+        }
+        if (!slot.content) {
+            slot.isChanged = false;
+            closeShown(slot);
+        } else if (m_takesMarkup) {
+            slot.isChanged = false;
+            notify(slot);
+        } else if (!m_isAskingForCapabilities) {
+            askForCapabilities();
+        }
+    }
+}
+
+void Notifications::askForCapabilities()
+{
+    m_isAskingForCapabilities = true;
+    for (Slot& slot : m_slots) {
+        slot.isTried = slot.isChanged;
+    }
+    // By the service's name, so that the bus starts it where it can.
+    Bus::ask(*m_bus, callOf(kService, u"GetCapabilities"_s, {}), Bus::kUsualTimeLimit, this,
+             [this](const QDBusMessage& answer) {
+                 m_isAskingForCapabilities = false;
+                 if (answer.type() == QDBusMessage::ReplyMessage && answer.service() == m_server) {
+                     const auto capabilities = answer.arguments().value(0).toStringList();
+                     m_takesMarkup = capabilities.contains(u"body-markup");
+                 } else {
+                     // Given up, so that nothing is tried for ever; what has come since is not.
+                     for (Slot& slot : m_slots) {
+                         slot.isChanged = slot.isChanged && !slot.isTried;
+                     }
+                 }
+                 sendChanges();
+             });
+}
+
+void Notifications::notify(Slot& slot)
+{
+    const QString title = sendable(slot.content->title);
+    const QString text = sendable(slot.content->text);
+    const uchar urgency = slot.content->isCritical ? 2 : 1;
+    const QVariantMap hints = {{u"urgency"_s, QVariant::fromValue(urgency)},
+                               {u"desktop-entry"_s, u"vantoryAgent"_s}};
+    const QVariantList arguments = {sendable(m_applicationName),
+                                    slot.id,
+                                    sendable(m_iconPath),
+                                    title,
+                                    *m_takesMarkup ? text.toHtmlEscaped() : text,
+                                    QStringList{kClick, title},
+                                    hints,
+                                    slot.content->stays ? 0 : -1};
+    slot.isAnswerPending = true;
+    Bus::ask(*m_bus, callOf(m_server, u"Notify"_s, arguments), Bus::kUsualTimeLimit, this,
+             [this, &slot](const QDBusMessage& answer) {
+                 slot.isAnswerPending = false;
+                 if (answer.type() != QDBusMessage::ReplyMessage) {
+                     closeShown(slot); // it was to be replaced
+                 } else if (answer.service() == m_server) {
+                     slot.id = answer.arguments().value(0).toUInt();
+                 }
+                 sendChanges();
+             });
+}
+
+void Notifications::closeShown(Slot& slot)
+{
+    if (slot.id != 0) {
+        m_bus->send(callOf(m_server, u"CloseNotification"_s, {std::exchange(slot.id, 0U)}));
+    }
+}
+
+void Notifications::receive(const QDBusMessage& signal)
+{
+    const auto id = signal.arguments().value(0).toUInt();
+    const auto slot =
+        std::find_if(m_slots.begin(), m_slots.end(), [id](const Slot& s) { return s.id == id; });
+    if (id == 0 || slot == m_slots.end() || signal.service() != m_server) {
+        return;
+    }
+    if (signal.member() == u"NotificationClosed") {
+        slot->id = 0;
+    } else if (signal.arguments().value(1).toString() == kClick) {
+        Q_EMIT activated(static_cast<Place>(slot - m_slots.begin()));
+    }
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+#include <array>
+#include <memory>
+#include <optional>
+
+class QDBusConnection;
+class QDBusMessage;
+namespace Bus {
+class Signals;
+}
+
+// Notifications of the desktop, a client of freedesktop.org's Desktop Notifications Specification
+// 1.2. A desktop without them is no error, and nothing is shown then.
+//
+// Main thread, which never waits for the bus or for the service; made after MainQueue::attach().
+// A place has one question to the service under way; until its answer, an error or D-Bus's time
+// limit of 25 seconds only the place's newest content is kept, and goes out then.
+class Notifications : public QObject {
+    Q_OBJECT
+
+public:
+    // Each has at most one notification; a new one replaces it.
+    enum class Place { Question, Sessions, Absence };
+    Q_ENUM(Place)
+
+    struct Content {
+        QString title; // both plain text
+        QString text;
+        bool isCritical = false;
+        bool stays = false; // until the person or withdraw() closes it; else the service decides
+    };
+
+    explicit Notifications(QString applicationName, QString iconPath, QObject* parent = nullptr);
+    ~Notifications() override;
+
+    void show(Place place, const Content& content);
+    void withdraw(Place place);
+
+Q_SIGNALS:
+    // The person has clicked the notification.
+    void activated(Notifications::Place place);
+
+private:
+    struct Slot {
+        std::optional<Content> content; // the newest; none: withdrawn
+        bool isChanged = false;         // since it was last sent
+        bool isTried = false;           // waits for the answer about the capabilities
+        bool isAnswerPending = false;
+        unsigned id = 0; // the service's; 0: not shown
+    };
+
+    void watchBus(const QDBusConnection& bus);
+    void setServer(const QString& uniqueName);
+    void change(Place place, const std::optional<Content>& content);
+    void sendChanges();
+    void askForCapabilities();
+    void notify(Slot& slot);
+    void closeShown(Slot& slot);
+    void receive(const QDBusMessage& signal);
+
+    const QString m_applicationName;
+    const QString m_iconPath;
+    std::array<Slot, 3> m_slots; // by Place
+    std::unique_ptr<QDBusConnection> m_bus;
+    std::unique_ptr<Bus::Signals> m_signals;
+    QString m_server;                  // its unique name on the bus; empty while there is none
+    std::optional<bool> m_takesMarkup; // none until the server has told its capabilities
+    bool m_isAskingForCapabilities = false;
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
+};

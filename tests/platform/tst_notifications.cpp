@@ -1,0 +1,169 @@
+#include "platform/desktop/Notifications.h"
+#include "platform/threads/MainQueue.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QTest>
+#include <QUuid>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using Place = Notifications::Place;
+
+namespace {
+
+const QString kService = u"org.freedesktop.Notifications"_s;
+const QString kPath = u"/org/freedesktop/Notifications"_s;
+
+// A notification service, on a connection of its own. This thread plays it, so a client that waits
+// for it hangs.
+class Server : public QDBusVirtualObject {
+public:
+    QStringList capabilities;
+    bool isSilent = false;
+    QDBusMessage last; // the last call that wants an answer
+    QDBusConnection bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QUuid::createUuid().toString());
+
+    explicit Server(QStringList& calls) : m_calls(calls)
+    {
+        bus.registerVirtualObject(kPath, this);
+        bus.registerService(kService);
+    }
+
+    ~Server() override
+    {
+        bus.unregisterService(kService);
+        QDBusConnection::disconnectFromBus(bus.name());
+    }
+
+    QString introspect(const QString& /*path*/) const override { return {}; }
+
+    // Noted are "?" for the capabilities, "title>replaced id" and "-closed id".
+    bool handleMessage(const QDBusMessage& call, const QDBusConnection& /*bus*/) override
+    {
+        call.setDelayedReply(true);
+        const auto sent = call.arguments();
+        if (call.member() == u"CloseNotification") {
+            m_calls += u'-' + sent[0].toString();
+            return true;
+        }
+        m_calls += sent.isEmpty() ? u"?"_s : sent[3].toString() + u'>' + sent[1].toString();
+        last = call;
+        if (!isSilent) {
+            answer();
+        }
+        return true;
+    }
+
+    void answer()
+    {
+        const auto sent = last.arguments();
+        const uint replaced = sent.value(1).toUInt();
+        bus.send(last.createReply(sent.isEmpty() ? QVariant(capabilities)
+                                                 : QVariant(replaced ? replaced : ++m_lastId)));
+    }
+
+private:
+    QStringList& m_calls;
+    uint m_lastId = 0;
+};
+
+} // namespace
+
+class TestNotifications : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { MainQueue::attach(); }
+
+    void theServerGetsTheWholeContent()
+    {
+        for (const bool isOther : {false, true}) {
+            QStringList calls;
+            Server server(calls);
+            server.capabilities = {isOther ? u"body-markup"_s : u"body"_s};
+            Notifications notifications(u"App"_s, u"/icon.png"_s);
+            const QString strange = u"<b>a\u0000\"&"_s + QChar(0xD83D); // half of a pair
+            notifications.show(Place::Absence, {strange, strange, isOther, isOther});
+            QTRY_COMPARE(server.last.member(), u"Notify"_s);
+            const QString title = u"<b>a\uFFFD\"&?"_s;
+            const QString text = isOther ? u"&lt;b&gt;a\uFFFD&quot;&amp;?"_s : title;
+            const QVariantMap hints = {{u"urgency"_s, QVariant::fromValue<uchar>(isOther ? 2 : 1)},
+                                       {u"desktop-entry"_s, u"vantoryAgent"_s}};
+            auto sent = server.last.arguments();
+            sent[6] = qdbus_cast<QVariantMap>(sent[6]);
+            QCOMPARE(sent,
+                     QVariantList({u"App"_s, 0U, u"/icon.png"_s, title, text,
+                                   QStringList{u"default"_s, title}, hints, isOther ? 0 : -1}));
+        }
+    }
+
+    void calls_data()
+    {
+        // Steps: "up" starts the server, anew where it runs; "silent" lets it answer nothing more,
+        // "answer" only its last call, "refuse" that with an error; "click1", "other1" and "close1"
+        // are its signals about 1, with "*" another sender's. "Qx" shows "x" at the question's
+        // place, "Q-" withdraws it. "|" waits for the calls, among which "!Q" is a click.
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("calls");
+        QTest::addRow("only the newest, one at a time")
+            << u"up silent Qx Q- Qy | Qz Q- Qa | answer | Qx Q- Qb | answer | Qc Q- | answer | Qd |"_s
+            << u"? | | a>0 | | b>1 | | -1 | d>0 |"_s;
+        QTest::addRow("withdrawn, closed, refused")
+            << u"up Qa | Q- Q- Qb | close2 | Qc | silent Qd Qe | refuse | "_s
+            << u"? a>0 | -1 b>0 | | c>0 | d>3 | -3 e>0 |"_s;
+        QTest::addRow("only the server's signals")
+            << u"up Sa Qb | click1* close1* other1 click0 click7 | Qc | click1 close1 | Qd |"_s
+            << u"? b>0 a>0 | | c>1 | !Q | d>0 |"_s;
+        QTest::addRow("servers come and go")
+            << u"Qa | up | silent Qb Ac | Ad | up | Ae | up | Af |"_s
+            << u"| | ? | | ? d>0 | e>1 | | ? f>0 |"_s;
+    }
+
+    void calls()
+    {
+        QFETCH(const QString, steps);
+        QFETCH(const QString, calls);
+        const QStringList expected = calls.split(u' ');
+        QStringList log;
+        std::optional<Server> server;
+        Notifications notifications(u"App"_s, {});
+        connect(&notifications, &Notifications::activated, this,
+                [&](Place place) { log += u'!' + u"QSA"_s[static_cast<int>(place)]; });
+        for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
+            if (step == u"|") {
+                const auto wanted = expected.indexOf(step, log.lastIndexOf(step) + 1);
+                static_cast<void>(QTest::qWaitFor([&] { return log.size() >= wanted; }));
+                QTest::qWait(100); // for what must not come
+                log += step;
+            } else if (step == u"up") {
+                server.emplace(log);
+            } else if (step == u"silent") {
+                server->isSilent = true;
+            } else if (step == u"answer") {
+                server->answer();
+            } else if (step == u"refuse") {
+                server->bus.send(server->last.createErrorReply(u"org.test.No"_s, {}));
+            } else if (step[0].isLower()) {
+                auto signal = QDBusMessage::createSignal(
+                    kPath, kService,
+                    step.startsWith(u"close") ? u"NotificationClosed"_s : u"ActionInvoked"_s);
+                signal << uint(step[5].digitValue())
+                       << (step.startsWith(u"click") ? u"default"_s : u"other"_s);
+                (step.endsWith(u'*') ? QDBusConnection::sessionBus() : server->bus).send(signal);
+            } else if (const auto place = Place(u"QSA"_s.indexOf(step[0])); step[1] == u'-') {
+                notifications.withdraw(place);
+            } else {
+                notifications.show(place, {step.sliced(1), {}});
+            }
+        }
+        QCOMPARE(log.join(u' '), calls);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestNotifications)
+#include "tst_notifications.moc"
