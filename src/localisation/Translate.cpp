@@ -85,6 +85,48 @@ const Label kLabels[] = {
     LABEL(error, sessionCodeMsg),
 };
 
+// Keys that a document may lack, and the text that stands for them then.
+struct Extra {
+    Label label;
+    const char16_t* english;
+};
+
+#define EXTRA(section, key, english)                                                               \
+    {                                                                                              \
+        LABEL(section, key), english                                                               \
+    }
+
+const Extra kExtras[] = {
+    EXTRA(UserAck, replaced, u"This request takes the place of the one before."),
+    EXTRA(UserAck, withdrawn, u"The request was withdrawn"),
+    EXTRA(Connection, linked, u"Linked"),
+    EXTRA(Connection, not_linked, u"Not linked"),
+    EXTRA(Connection, in_session, u"In session"),
+    EXTRA(Connection, not_ended, u"Not ended"),
+    EXTRA(Message, information, u"Information"),
+    EXTRA(Message, question, u"Question"),
+    EXTRA(Message, caution, u"Caution"),
+    EXTRA(Message, stop, u"Important warning"),
+    EXTRA(Settings, unlock, u"Unlock"),
+    EXTRA(Settings, lock, u"Lock"),
+    EXTRA(Security, wrong, u"The name or the password is wrong."),
+    EXTRA(Security, checking, u"Checking…"),
+    EXTRA(Activity, title, u"What happened"),
+    EXTRA(Activity, away, u"While you were away"),
+    EXTRA(Activity, began, u"Session began"),
+    EXTRA(Activity, ended, u"Session ended"),
+    EXTRA(Activity, not_ended, u"Session has not ended"),
+    EXTRA(Activity, accepted, u"Request accepted on your behalf"),
+    EXTRA(Activity, command, u"Command"),
+    EXTRA(Activity, running, u"Running"),
+    EXTRA(Activity, status, u"Status"),
+    EXTRA(Activity, time, u"Time"),
+    EXTRA(Activity, event, u"Event"),
+    EXTRA(Activity, details, u"Details"),
+    EXTRA(Activity, earlier, u"Earlier entries that are not shown"),
+};
+
+#undef EXTRA
 #undef LABEL
 #undef LABEL_AS
 
@@ -104,6 +146,11 @@ struct Decoded {
     QString error;
 };
 
+QJsonValue textAt(const QJsonObject& info, const Label& label)
+{
+    return info.value(QStringView(label.section)).toObject().value(QStringView(label.key));
+}
+
 Decoded decode(const QByteArray& bytes)
 {
     QJsonParseError parseError;
@@ -119,13 +166,17 @@ Decoded decode(const QByteArray& bytes)
         const QString language = QString::fromUtf16(record.key);
         const QJsonObject info = root.value(language).toObject();
         for (const Label& label : kLabels) {
-            const QString section = QString::fromUtf16(label.section);
-            const QString key = QString::fromUtf16(label.key);
-            const QJsonValue text = info.value(section).toObject().value(key);
+            const QJsonValue text = textAt(info, label);
             if (!text.isString()) {
-                return {std::nullopt, u"no text at %1.%2.%3"_s.arg(language, section, key)};
+                return {std::nullopt,
+                        u"no text at %1.%2.%3"_s.arg(language, QString::fromUtf16(label.section),
+                                                     QString::fromUtf16(label.key))};
             }
             label.field(document.*record.info) = text.toString();
+        }
+        for (const Extra& extra : kExtras) {
+            extra.label.field(document.*record.info) =
+                textAt(info, extra.label).toString(QString::fromUtf16(extra.english));
         }
     }
     return {std::move(document), QString()};
@@ -182,6 +233,15 @@ std::optional<JsonData> getLanguageLabel()
         printErrorLog(u"error to get language: "_s + decoded.error);
     }
     return std::move(decoded.document);
+}
+
+JsonData::Info englishFallback()
+{
+    JsonData::Info labels;
+    for (const Extra& extra : kExtras) {
+        extra.label.field(labels) = QString::fromUtf16(extra.english);
+    }
+    return labels;
 }
 
 Language languageFor(const QStringList& preferredLanguages)

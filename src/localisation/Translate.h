@@ -28,26 +28,30 @@ struct JsonData {
             QString agent, control;
         };
         struct UserAck {
-            QString user_ack_title, user_ack_desc;
+            QString user_ack_title, user_ack_desc, replaced, withdrawn;
         };
         struct Connection {
             QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
-                abort_connection_label;
+                abort_connection_label, linked, not_linked, in_session, not_ended;
         };
         struct About {
             QString about, agent, version, build;
         };
         struct Message {
-            QString received, from, automatic, seconds;
+            QString received, from, automatic, seconds, information, question, caution, stop;
         };
         struct Chat {
             QString chat, joined, left;
         };
         struct Settings {
-            QString managed, sessionCode, accountId, platform;
+            QString managed, sessionCode, accountId, platform, unlock, lock;
         };
         struct Security {
-            QString username, password;
+            QString username, password, wrong, checking;
+        };
+        struct Activity {
+            QString title, away, began, ended, not_ended, accepted, command, running, status, time,
+                event, details, earlier;
         };
         struct error {
             QString regionTitle, regionMsg1, regionMsg2, accountIdTitle, accountIdMsg,
@@ -64,6 +68,7 @@ struct JsonData {
         struct Chat Chat;
         struct Settings Settings;
         struct Security Security;
+        struct Activity Activity;
         struct error error;
     };
 
@@ -77,6 +82,10 @@ struct JsonData {
 // None where it cannot be read or decoded as a whole; then the error log has one line. A bundle
 // without the document is a broken installation and ends the program. Any thread.
 [[nodiscard]] std::optional<JsonData> getLanguageLabel();
+
+// The English texts of the keys that a document may lack; all others are empty. For what is shown
+// also where no document can be loaded.
+[[nodiscard]] JsonData::Info englishFallback();
 
 // Where a window gets the labels of the chosen language from, each time that it needs them; none as
 // for getLanguageLabel().
