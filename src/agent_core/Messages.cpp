@@ -2,7 +2,6 @@
 #include "logging/Logs.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/MessageInbox.h"
-#include "windows/UserAcknowlegement.h"
 
 using namespace Qt::StringLiterals;
 
@@ -36,5 +35,4 @@ void AppDelegate::showMessageInbox(const Message& message)
     QObject::connect(window, &MessageInbox::closed, window, [window] { removeMessage(window); });
     window->set(message.from, message.text, message.timeout, message.icon);
     window->present(others);
-    state().userAcknowledge->stayInFront(); // a question is never hidden by a message
 }

@@ -68,8 +68,10 @@ void AppDelegate::showConnection()
     if (isTerminating() || window.isVisible()) {
         return;
     }
-    refreshWindow(window);
+    // Only a window that comes up asks for the status: the answer leads here again.
+    window.config();
     if (window.isAnyClockRunning()) {
+        refreshWindow(window);
         window.presentByService();
     }
 }
@@ -121,6 +123,7 @@ void AppDelegate::showAtSessionEnd()
 void AppDelegate::endSession(qint64 session)
 {
     removeConnectionSession(session);
+    state().endedByPerson.insert(session);
     updateSystemTrayIcon();
     state().connectionStatus->config();
     for (ChatController* const chat : std::as_const(state().chats)) {

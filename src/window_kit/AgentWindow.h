@@ -1,11 +1,14 @@
 #pragma once
 
-#include "platform/desktop/WindowActivation.h"
-#include "window_kit/InertPeriod.h"
+#include "window_kit/InputGuard.h"
 #include "window_kit/Logo.h"
+#include "window_kit/WindowRules.h"
 
+#include <QAbstractButton>
 #include <QEvent>
 #include <QLabel>
+
+#include <functional>
 
 // What all windows of the agent have in common: they stay above ordinary ones, bear the program's
 // icon, and show a logo that follows the palette. `Base` is QWidget or QDialog. Main thread.
@@ -16,22 +19,37 @@ public:
     AgentWindow(Qt::WindowFlags type, Qt::WindowFlags buttons)
         : Base(nullptr, type | buttons | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                             Qt::WindowStaysOnTopHint),
-          inertPeriod(this)
+          inputGuard(this)
     {
         Logo::setWindowIcon(*this);
     }
 
     // Brings the window up because the person asks for it.
-    void present() { WindowActivation::present(this); }
+    void present() { WindowRules::bringUp(this, WindowRules::Occasion::Person); }
 
     // Brings it up because of what the service reports: what the person types into another window
     // just then presses nothing here.
-    void presentByService()
+    void presentByService(InputGuard::Inputs keptOut = InputGuard::Inputs::Keyboard)
     {
-        if (!this->isActiveWindow()) {
-            inertPeriod.begin(InertPeriod::Inputs::Keyboard);
-        }
-        present();
+        // Also where the toolkit takes the window for the active one: it learns late that the
+        // person has gone to another program.
+        inputGuard.begin(keptOut);
+        WindowRules::bringUp(this, WindowRules::Occasion::Service);
+    }
+
+    // The window is shown, and something in it is new.
+    void markNews() { WindowRules::bringUp(this, WindowRules::Occasion::News); }
+
+    // Runs the action when the button is pressed, unless the window is deaf at the press.
+    void connectButton(QAbstractButton* button, std::function<void()> action)
+    {
+        QObject::connect(button, &QAbstractButton::pressed, this,
+                         [this] { m_dropsClick = inputGuard.dropsPress(); });
+        QObject::connect(button, &QAbstractButton::clicked, this, [this, run = std::move(action)] {
+            if (!m_dropsClick) {
+                run();
+            }
+        });
     }
 
     // The label that shows the logo: the bundle's until refreshLogo() finds a custom one.
@@ -43,7 +61,7 @@ public:
     // `logoChanged` as for Logo::refresh().
     void refreshLogo(bool& logoChanged) { Logo::refresh(*m_logo, logoChanged); }
 
-    InertPeriod inertPeriod;
+    InputGuard inputGuard;
 
 protected:
     void changeEvent(QEvent* event) override
@@ -51,9 +69,12 @@ protected:
         Base::changeEvent(event);
         if (event->type() == QEvent::PaletteChange && m_logo != nullptr) {
             Logo::followAppearance(*m_logo);
+        } else if (event->type() == QEvent::ActivationChange && this->isActiveWindow()) {
+            WindowRules::activated(this);
         }
     }
 
 private:
     QLabel* m_logo = nullptr;
+    bool m_dropsClick = false; // of the button that is pressed
 };

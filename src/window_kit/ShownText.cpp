@@ -111,17 +111,15 @@ qsizetype lastCharacterEnd(QStringView text, qsizetype longest)
     return longest - (text.at(longest - 1).isHighSurrogate() ? 1 : 0);
 }
 
+// At a line's end in its second half, else at the last place where a line may break: a long
+// address is cut only where it is longer than a piece.
 qsizetype endOfFirstPiece(QStringView text)
 {
     constexpr qsizetype kHalf = ShownText::kLongestPiece / 2;
-    const QStringView secondHalf = text.sliced(kHalf, ShownText::kLongestPiece - kHalf);
-    for (const QChar breakable : {QChar(QChar::LineSeparator), QChar(u' ')}) {
-        const qsizetype found = secondHalf.lastIndexOf(breakable);
-        if (found >= 0) {
-            return kHalf + found + 1;
-        }
-    }
-    return lastCharacterEnd(text, ShownText::kLongestPiece);
+    const QStringView longest = text.first(ShownText::kLongestPiece);
+    const qsizetype lineEnd = longest.lastIndexOf(QChar(QChar::LineSeparator));
+    const qsizetype end = lineEnd >= kHalf ? lineEnd : std::max(lineEnd, longest.lastIndexOf(u' '));
+    return end >= 0 ? end + 1 : lastCharacterEnd(text, ShownText::kLongestPiece);
 }
 
 QString start(const QString& text, char16_t lineBreak, qsizetype longest)

@@ -1,6 +1,7 @@
 #include "windows/ConnectionStatus.h"
 
 #include "platform/desktop/BundleImages.h"
+#include "records/Intervals.h"
 #include "ui_ConnectionStatus.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/ShownText.h"
@@ -40,10 +41,22 @@ public:
         for (QFrame* const card : {ui.card, ui.card2}) {
             card->setBackgroundRole(QPalette::Base);
         }
-        connect(ui.abort, &QToolButton::clicked, this, [this] { m_owner.Abort(); });
-        connect(ui.abort2, &QToolButton::clicked, this, [this] { m_owner.Abort2(); });
-        connect(ui.ChatButton, &QToolButton::clicked, this, [this] { m_owner.ChatAction(); });
-        connect(ui.ChatButton2, &QToolButton::clicked, this, [this] { m_owner.ChatAction2(); });
+        connectRow(owner.m_rows[0], *ui.abort, &ConnectionStatus::Abort);
+        connectRow(owner.m_rows[0], *ui.ChatButton, &ConnectionStatus::ChatAction);
+        connectRow(owner.m_rows[1], *ui.abort2, &ConnectionStatus::Abort2);
+        connectRow(owner.m_rows[1], *ui.ChatButton2, &ConnectionStatus::ChatAction2);
+        connectButton(ui.activity, [this] { Q_EMIT m_owner.activityRequested(); });
+    }
+
+    // Takes the keyboard to where it presses nothing; the Tab key goes on to the buttons.
+    void leaveButtons() { ui.agentDesc->setFocus(Qt::OtherFocusReason); }
+    // Likewise from a row that changes: it would pass to a button of another session.
+    void leaveRow(std::size_t row)
+    {
+        const QWidget* const place = row == 0 ? ui.slot : ui.slot2;
+        if (place->isAncestorOf(focusWidget())) {
+            leaveButtons();
+        }
     }
 
     Ui::ConnectionStatus ui;
@@ -87,16 +100,29 @@ protected:
     }
 
 private:
+    void connectRow(SessionRow& row, QToolButton& button, void (ConnectionStatus::*action)())
+    {
+        connect(&button, &QToolButton::pressed, this, [&row] { row.press(); });
+        connectButton(&button, [this, &row, action] {
+            if (row.isPressMeant()) {
+                (m_owner.*action)();
+            }
+        });
+    }
+
     ConnectionStatus& m_owner;
     bool m_isToBePlaced = true;
 };
 
 ConnectionStatus::ConnectionStatus(LabelSource labels)
     : ready(u"Agent ready"_s), no_gateway(u"No gateway available"_s),
-      account_invalid(u"Account is blocked or no longer exists"_s), m_labels(std::move(labels))
+      account_invalid(u"Account is blocked or no longer exists"_s), not_ended(u"Not ended"_s),
+      m_labels(std::move(labels))
 {
-    connect(&m_rows[0].sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);
-    connect(&m_rows[1].sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession2);
+    connect(&sessionTimer, &QTimer::timeout, this, [this] {
+        inSession();
+        inSession2();
+    });
 }
 
 ConnectionStatus::~ConnectionStatus() = default;
@@ -117,13 +143,19 @@ void ConnectionStatus::presentByService()
 {
     window();
     setPosition();
-    m_window->presentByService();
+    if (isVisible()) {
+        m_window->presentByService();
+    } else {
+        m_window->leaveButtons();
+        // It comes up in a corner where the person may be clicking.
+        m_window->presentByService(InputGuard::Inputs::KeyboardAndMouse);
+    }
 }
 
 void ConnectionStatus::wakeUp()
 {
     if (m_window && m_window->isVisible() && m_window->isMinimized()) {
-        m_window->presentByService();
+        presentByService();
     }
 }
 
@@ -159,6 +191,9 @@ void ConnectionStatus::translate(const JsonData::Info& data)
     ready = data.Connection.ready;
     no_gateway = data.Connection.no_gateway;
     account_invalid = data.Connection.account_invalid;
+    not_ended = data.Connection.not_ended;
+    m_activityTitle = data.Activity.title;
+    m_awayTitle = data.Activity.away;
     if (!m_window) {
         return;
     }
@@ -217,11 +252,27 @@ void ConnectionStatus::config()
 {
     resizeWindow(m_sessions.size());
     showState();
-    for (std::size_t row = 0; row < m_rows.size(); ++row) {
-        const auto index = static_cast<qsizetype>(row);
-        m_rows.at(row).show(index < m_sessions.size() ? std::optional(m_sessions.at(index))
-                                                      : std::nullopt,
-                            isManaged);
+    showActivityButton();
+    showRows();
+    if (!isAnyClockRunning()) {
+        sessionTimer.stop();
+    } else if (!sessionTimer.isActive()) {
+        sessionTimer.start(Intervals::current().clock);
+    }
+}
+
+void ConnectionStatus::showRows()
+{
+    for (std::size_t index = 0; index < m_rows.size(); ++index) {
+        const auto listed = static_cast<qsizetype>(index);
+        const auto session =
+            listed < m_sessions.size() ? std::optional(m_sessions.at(listed)) : std::nullopt;
+        SessionRow& row = m_rows.at(index);
+        const auto number = session ? std::optional(session->session) : std::nullopt;
+        if (m_window && (number != row.session() || !isManaged)) {
+            m_window->leaveRow(index);
+        }
+        row.show(session, isManaged, number && notEnded.contains(*number) ? not_ended : QString());
     }
 }
 
@@ -240,6 +291,19 @@ void ConnectionStatus::showState()
     m_window->ui.agentDesc->setText(stateText());
 }
 
+void ConnectionStatus::showActivityButton()
+{
+    if (!m_window) {
+        return;
+    }
+    QToolButton& button = *m_window->ui.activity;
+    button.setIcon(BundleImages::icon(hasUnseenActivity ? u"activity-unseen"_s : u"activity"_s)
+                       .value_or(QIcon()));
+    const QString& title = hasUnseenActivity ? m_awayTitle : m_activityTitle;
+    button.setToolTip(title);
+    button.setAccessibleName(title);
+}
+
 QString ConnectionStatus::stateText() const
 {
     if (gatewayConnectionStatus) {
@@ -254,7 +318,7 @@ QString ConnectionStatus::stateText() const
 bool ConnectionStatus::isAnyClockRunning() const
 {
     return std::any_of(m_rows.cbegin(), m_rows.cend(),
-                       [](const SessionRow& row) { return row.sessionTimer.isActive(); });
+                       [](const SessionRow& row) { return row.isClockRunning(); });
 }
 
 void ConnectionStatus::inSession()
@@ -286,7 +350,7 @@ void ConnectionStatus::Abort2()
 
 void ConnectionStatus::abortSession(std::size_t row)
 {
-    m_rows.at(row).sessionTimer.stop();
+    m_rows.at(row).stopClock();
     if (const auto session = m_rows.at(row).session()) {
         Q_EMIT endRequested(*session);
     }

@@ -6,7 +6,9 @@
 
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QString>
+#include <QTimer>
 
 #include <array>
 #include <memory>
@@ -57,7 +59,7 @@ public:
     void Abort2();
     void ChatAction();
     void ChatAction2();
-    // The clocks' ticks.
+    // The clock's ticks, for each row.
     void inSession();
     void inSession2();
 
@@ -67,11 +69,14 @@ public:
     bool showConnectionDetail = false;
     std::optional<bool> accountIsValid; // none until the service has said so
     bool isManaged = true;              // who is managed centrally may end sessions
+    QSet<qint64> notEnded;              // the person has ended them, the service reports them still
+    bool hasUnseenActivity = false;     // while the person was away
 
     // The texts of the agent's state; in English until a label document has been read.
     QString ready;
     QString no_gateway;
     QString account_invalid;
+    QString not_ended;
     bool logoChanged = false;
 
     // Points.
@@ -82,6 +87,8 @@ Q_SIGNALS:
     // The person wants that session ended, or a chat with its operator.
     void endRequested(qint64 session);
     void chatRequested(qint64 session);
+    // The person wants to see what happened.
+    void activityRequested();
 
 private:
     class Window;
@@ -89,6 +96,8 @@ private:
     Window& window();
     void awakeFromNib();
     void showState();
+    void showActivityButton();
+    void showRows();
     [[nodiscard]] QString stateText() const;
     void abortSession(std::size_t row);
     void requestChat(std::size_t row);
@@ -97,5 +106,8 @@ private:
     const LabelSource m_labels;
     QList<SessionInfo> m_sessions;
     std::array<SessionRow, 2> m_rows;
+    QTimer sessionTimer; // of both rows, so that they tick together
+    QString m_activityTitle;
+    QString m_awayTitle;
     std::unique_ptr<Window> m_window;
 };

@@ -1,18 +1,20 @@
 #include "windows/SessionRow.h"
 
 #include "platform/desktop/BundleImages.h"
-#include "records/Intervals.h"
 #include "window_kit/ElidedLabel.h"
 #include "windows/SessionClock.h"
 
 #include <QLabel>
 #include <QToolButton>
 
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr std::chrono::milliseconds kSettlingTime(600);
 
 void nameButton(QToolButton* button, const QString& text)
 {
@@ -21,6 +23,12 @@ void nameButton(QToolButton* button, const QString& text)
 }
 
 } // namespace
+
+SessionRow::SessionRow()
+{
+    m_settling.setSingleShot(true);
+    m_settling.setInterval(kSettlingTime);
+}
 
 void SessionRow::setWidgets(const Widgets& widgets)
 {
@@ -37,13 +45,14 @@ void SessionRow::translate(const QString& abort, const QString& chat)
     nameButton(m_widgets->chat, chat);
 }
 
-void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd)
+void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd, const QString& note)
 {
     const auto before = std::exchange(m_session, session);
-    if (!m_session) {
-        sessionTimer.stop();
-    } else if (!sessionTimer.isActive()) {
-        sessionTimer.start(Intervals::current().clock);
+    m_note = note;
+    m_isClockRunning = m_session.has_value();
+    const bool isAnother = !m_session || !before || m_session->session != before->session;
+    if (isAnother) {
+        m_settling.start();
     }
     if (!m_widgets) {
         return;
@@ -51,19 +60,51 @@ void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd)
     m_widgets->place->setVisible(m_session.has_value());
     m_widgets->name->setFullText(m_session ? m_session->remoteControlUser : QString());
     m_widgets->abort->setVisible(canEnd);
-    if (!m_session || !before || m_session->session != before->session) {
+    if (isAnother) {
         m_widgets->timing->clear();
-        tick();
     }
+    showTime();
 }
 
 void SessionRow::tick()
 {
-    if (m_widgets && m_session && m_session->sessionDate) {
-        if (const auto text = elapsedText(sessionDateNow() - *m_session->sessionDate)) {
-            m_widgets->timing->setText(*text);
-        }
+    if (m_isClockRunning) {
+        showTime();
     }
+}
+
+void SessionRow::showTime()
+{
+    if (!m_widgets || !m_session) {
+        return;
+    }
+    const auto elapsed = m_session->sessionDate
+                             ? elapsedText(sessionDateNow() - *m_session->sessionDate)
+                             : std::nullopt;
+    if (elapsed || !m_note.isEmpty()) {
+        const QString separator = elapsed && !m_note.isEmpty() ? u" · "_s : QString();
+        m_widgets->timing->setText(elapsed.value_or(QString()) + separator + m_note);
+    }
+}
+
+void SessionRow::stopClock()
+{
+    m_isClockRunning = false;
+}
+
+void SessionRow::press()
+{
+    const bool isSettling = m_settling.isActive();
+    if (isSettling) {
+        m_settling.start();
+    }
+    m_pressed = isSettling ? std::nullopt : session();
+}
+
+bool SessionRow::isPressMeant()
+{
+    const auto pressed = std::exchange(m_pressed, std::nullopt);
+    return pressed && pressed == session();
 }
 
 std::optional<qint64> SessionRow::session() const

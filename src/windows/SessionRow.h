@@ -2,6 +2,7 @@
 
 #include "records/SessionInfo.h"
 
+#include <QString>
 #include <QTimer>
 
 #include <optional>
@@ -17,6 +18,8 @@ class QWidget;
 // The row exists, and its clock runs, whether or not the window does. Main thread.
 class SessionRow {
 public:
+    SessionRow();
+
     struct Widgets {
         QWidget* place; // what holds the others
         QLabel* sign;
@@ -30,17 +33,30 @@ public:
     // The buttons' texts.
     void translate(const QString& abort, const QString& chat);
 
-    // None for a row without a session. `canEnd`: whether the person may end it.
-    void show(const std::optional<SessionInfo>& session, bool canEnd);
+    // None for a row without a session. `canEnd`: whether the person may end it. `note` stands
+    // behind the elapsed time.
+    void show(const std::optional<SessionInfo>& session, bool canEnd, const QString& note);
     // Writes the elapsed time.
     void tick();
+    void stopClock();
+    [[nodiscard]] bool isClockRunning() const { return m_isClockRunning; }
 
     // The session's number; none for a row without one.
     [[nodiscard]] std::optional<qint64> session() const;
 
-    QTimer sessionTimer; // ticks while there is a session
+    // One of the buttons is pressed. For 600 ms after another session has come into the row
+    // presses are dropped; each begins that time anew.
+    void press();
+    // At the press's end: whether it was heard, and meant the session that is there now.
+    [[nodiscard]] bool isPressMeant();
 
 private:
+    void showTime();
+
     std::optional<Widgets> m_widgets;
     std::optional<SessionInfo> m_session;
+    QString m_note;
+    bool m_isClockRunning = false;
+    QTimer m_settling;
+    std::optional<qint64> m_pressed; // the session whose button is pressed
 };

@@ -40,6 +40,7 @@ public:
         ui.acceptButton->setIcon(BundleImages::icon(u"status-available"_s).value_or(QIcon()));
         answerBy(*ui.declineButton, [&owner] { owner.declineAction(); });
         answerBy(*ui.acceptButton, [&owner] { owner.acceptAction(); });
+        WindowRules::setFrontWindow(this);
     }
 
     // Begins a question. A press that began before it counts for nothing: it was meant for another
@@ -47,7 +48,6 @@ public:
     void beginQuestion()
     {
         ++m_question;
-        inertPeriod.begin(InertPeriod::Inputs::KeyboardAndMouse);
         for (QPushButton* const button : {ui.declineButton, ui.acceptButton}) {
             releaseWithoutClick(*button);
         }
@@ -69,6 +69,23 @@ public:
     Ui::UserAcknowlegement ui;
 
 protected:
+    // Some window managers minimise a window that says that it can't be minimised.
+    void changeEvent(QEvent* event) override
+    {
+        AgentWindow::changeEvent(event);
+        if (event->type() == QEvent::WindowStateChange && isMinimized()) {
+            inputGuard.begin(InputGuard::Inputs::KeyboardAndMouse);
+            setWindowState(windowState() & ~Qt::WindowMinimized);
+        }
+    }
+
+    // It may be shown anew to lie in front, under the pointer.
+    void showEvent(QShowEvent* event) override
+    {
+        AgentWindow::showEvent(event);
+        inputGuard.begin(InputGuard::Inputs::KeyboardAndMouse);
+    }
+
     void keyPressEvent(QKeyEvent* event) override
     {
         if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
@@ -88,7 +105,7 @@ private:
     {
         connect(&button, &QPushButton::pressed, this, [this] { m_pressedFor = m_question; });
         // A screen reader's press clicks a moment later; by then the question may be another.
-        connect(&button, &QPushButton::clicked, this, [this, action] {
+        connectButton(&button, [this, action] {
             if (isVisible() && m_pressedFor == m_question) {
                 action();
             }
@@ -107,6 +124,8 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
                               const QString& controlName)
 {
     window().beginQuestion();
+    replacesAnother = m_window->isVisible();
+    m_window->ui.replaced->setVisible(replacesAnother);
     session = askingSession;
     serverName = server;
     controlUserName = controlName;
@@ -116,13 +135,13 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
         translate(*labels);
     }
     m_window->place();
-    m_window->present();
+    m_window->presentByService(InputGuard::Inputs::KeyboardAndMouse);
 }
 
-void UserAcknowledgement::stayInFront()
+void UserAcknowledgement::present()
 {
     if (m_window && m_window->isVisible()) {
-        m_window->raise();
+        m_window->present();
     }
 }
 
@@ -151,6 +170,17 @@ void UserAcknowledgement::translate(const JsonData::Info& data)
     shown.ui.acceptButton->setText(data.Common.accept);
     shown.ui.user_ack_desc->setDescription(data.UserAck.user_ack_desc);
     shown.ui.user_ack_desc->setNames(serverName, controlUserName);
+    shown.ui.replaced->setText(data.UserAck.replaced);
+}
+
+QString UserAcknowledgement::question() const
+{
+    return m_window ? m_window->ui.user_ack_desc->text() : QString();
+}
+
+bool UserAcknowledgement::isVisible() const
+{
+    return m_window && m_window->isVisible();
 }
 
 void UserAcknowledgement::acceptAction()

@@ -11,8 +11,9 @@
 // misspelt on purpose: it is part of the interface.
 //
 // There is one for the agent's whole life. It has no time-out and no default answer: only its two
-// buttons answer, and neither Escape nor the title bar makes it go. A request that comes while
-// another is shown takes its place; the answer is to the latest. Main thread.
+// buttons answer, and neither Escape nor the title bar makes it go. While it is shown it lies above
+// all other windows of the agent. A request that comes while another is shown takes its place and
+// says so; the answer is to the latest. Main thread.
 class UserAcknowledgement : public QObject {
     Q_OBJECT
 
@@ -22,10 +23,12 @@ public:
 
     // Brings the dialog up with a request. At first it ignores keys and the mouse.
     void ask(qint64 session, const QString& server, const QString& controlName);
-    // Raises a dialog that is being shown above a window that has come up since. The keyboard focus
-    // stays where it is.
-    void stayInFront();
+    // Brings a dialog that is being shown before the person, who asks for it.
+    void present();
     void hide();
+    [[nodiscard]] bool isVisible() const;
+    // The whole sentence.
+    [[nodiscard]] QString question() const;
 
     // Puts one language's texts in place, and the names into the question.
     void translate(const JsonData::Info& data);
@@ -36,7 +39,8 @@ public:
 
     qint64 session = 0;
     QString serverName;
-    QString controlUserName; // stays after an answer
+    QString controlUserName;      // stays after an answer
+    bool replacesAnother = false; // which was not answered
 
 Q_SIGNALS:
     void answered(qint64 session, bool isAccepted);

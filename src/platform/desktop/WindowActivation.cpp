@@ -8,9 +8,12 @@
 #include <QWidget>
 #include <QWindow>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
 #include <memory>
 
 #include <xcb/xcb.h>
@@ -74,25 +77,64 @@ xcb_atom_t atom(xcb_connection_t* connection, const QByteArray& name)
     return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
+xcb_window_t rootWindow(xcb_connection_t* connection)
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
+// A request to the window manager about a window.
+void sendToWindowManager(xcb_connection_t* connection, const QWidget* window,
+                         const QByteArray& type, const std::array<quint32, 3>& data)
+{
+    xcb_client_message_event_t message = {};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = static_cast<xcb_window_t>(window->winId());
+    message.type = atom(connection, type);
+    std::copy(data.begin(), data.end(), std::begin(message.data.data32));
+    xcb_send_event(connection, 0, rootWindow(connection),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char*>(&message));
+    xcb_flush(connection);
+}
+
 void askForActivation(xcb_connection_t* connection, const QWidget* window)
 {
     const auto id = static_cast<xcb_window_t>(window->winId());
     const quint32 time = lastAction();
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id,
                         atom(connection, "_NET_WM_USER_TIME"), XCB_ATOM_CARDINAL, 32, 1, &time);
+    constexpr quint32 kByApplication = 1;
+    sendToWindowManager(connection, window, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
+}
 
-    xcb_client_message_event_t message = {};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = id;
-    message.type = atom(connection, "_NET_ACTIVE_WINDOW");
-    message.data.data32[0] = 1; // asked for by an application
-    message.data.data32[1] = time;
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    xcb_send_event(connection, 0, root,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&message));
-    xcb_flush(connection);
+// Whether the window manager, which may be another one at each call, can restack.
+bool canRestack(xcb_connection_t* connection)
+{
+    constexpr quint32 kMostAtoms = 1'024;
+    const auto cookie =
+        xcb_get_property(connection, 0, rootWindow(connection), atom(connection, "_NET_SUPPORTED"),
+                         XCB_ATOM_ATOM, 0, kMostAtoms);
+    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
+        xcb_get_property_reply(connection, cookie, nullptr), &std::free);
+    if (!reply || reply->format != 32) {
+        return false;
+    }
+    const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
+    const auto* const last = first + reply->value_len;
+    return std::find(first, last, atom(connection, "_NET_RESTACK_WINDOW")) != last;
+}
+
+// Shows the window without the toolkit's asking for the keyboard, which it would do with this very
+// moment as the person's last action.
+void showWithoutActivation(QWidget* window)
+{
+    if (!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
+        window->setWindowFlag(Qt::WindowStaysOnTopHint);
+    }
+    window->setAttribute(Qt::WA_ShowWithoutActivating);
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    window->show();
 }
 
 } // namespace
@@ -119,17 +161,9 @@ void WindowActivation::present(QWidget* window)
     if (isStopped) {
         return;
     }
-    if (!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
-        window->setWindowFlag(Qt::WindowStaysOnTopHint);
-    }
-    xcb_connection_t* const connection = x11Connection();
-    // Else the toolkit would call this very moment the person's last action when it maps the
-    // window.
-    window->setAttribute(Qt::WA_ShowWithoutActivating, connection != nullptr);
-    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
-    window->show();
+    showWithoutActivation(window);
     window->raise();
-    if (connection != nullptr) {
+    if (xcb_connection_t* const connection = x11Connection()) {
         askForActivation(connection, window);
     } else {
         window->activateWindow();
@@ -138,5 +172,40 @@ void WindowActivation::present(QWidget* window)
     // has forgotten that it is the active one.
     if (QGuiApplication::focusWindow() == window->windowHandle()) {
         QApplication::setActiveWindow(window);
+    }
+}
+
+void WindowActivation::show(QWidget* window)
+{
+    MainQueue::assertMainThread();
+    if (!isStopped) {
+        showWithoutActivation(window);
+        demandAttention(window);
+    }
+}
+
+void WindowActivation::demandAttention(QWidget* window)
+{
+    QApplication::alert(window); // nothing where the window is active
+}
+
+void WindowActivation::putAbove(QWidget* window, QWidget* other)
+{
+    MainQueue::assertMainThread();
+    xcb_connection_t* const connection = x11Connection();
+    if (!isStopped && connection != nullptr && canRestack(connection)) {
+        // Window managers take the request from pagers only (EWMH's source indication 2).
+        constexpr quint32 kByPager = 2;
+        sendToWindowManager(connection, window, "_NET_RESTACK_WINDOW",
+                            {kByPager, static_cast<quint32>(other->winId()), XCB_STACK_MODE_ABOVE});
+    }
+}
+
+void WindowActivation::showAnew(QWidget* window)
+{
+    MainQueue::assertMainThread();
+    if (!isStopped && x11Connection() == nullptr) {
+        window->hide();
+        showWithoutActivation(window);
     }
 }

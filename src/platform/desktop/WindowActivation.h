@@ -25,6 +25,23 @@ void noteAction(quint32 serverTime);
 // after stop().
 void present(QWidget* window);
 
+// Likewise, without asking for the keyboard: a window that is shown already stays where it is, and
+// the window manager decides about a new one. The desktop marks it as wanting attention.
+void show(QWidget* window);
+
+// Marks a window that the person is not in as wanting attention (ICCCM's urgency hint).
+void demandAttention(QWidget* window);
+
+// Puts a window that is shown above another one, without moving the keyboard: by EWMH's
+// _NET_RESTACK_WINDOW, for some window managers activate what is merely raised. Where the window
+// manager has none, dialogs stay above the program's other windows by themselves (ICCCM's
+// WM_TRANSIENT_FOR).
+void putAbove(QWidget* window, QWidget* other);
+
+// Where programs can't restack their windows (native Wayland), shows a window anew, which puts it
+// in front of the others. Elsewhere it does nothing.
+void showAnew(QWidget* window);
+
 // From now on no window comes up any more: the program is ending. Any thread.
 void stop();
 

@@ -1,0 +1,283 @@
+#include "AgentFixture.h"
+#include "records/Intervals.h"
+#include "windows/UserAcknowlegement.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QTest>
+#include <QWindow>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include <xcb/xcb.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Real keys and a real pointer, through the X server. The event loop goes on meanwhile.
+bool xdotool(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(u"xdotool"_s, arguments);
+    const bool isDone =
+        QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 20'000) &&
+        process.exitCode() == 0;
+    QTest::qWait(100); // until the window manager has passed everything on
+    return isDone;
+}
+
+// As the person does by a click in its title, or window managers that give every new window the
+// keyboard.
+bool activate(QWidget* window)
+{
+    return xdotool({u"windowactivate"_s, QString::number(window->winId())}) &&
+           QTest::qWaitForWindowActive(window);
+}
+
+bool pointAt(const QWidget* widget)
+{
+    const QPoint place = widget->mapToGlobal(widget->rect().center());
+    return xdotool({u"mousemove"_s, QString::number(place.x()), QString::number(place.y())});
+}
+
+// Of the window manager's list, from the bottom to the top.
+xcb_window_t topWindow()
+{
+    auto* const connection =
+        qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+    const QByteArray name = "_NET_CLIENT_LIST_STACKING";
+    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
+        xcb_intern_atom_reply(
+            connection, xcb_intern_atom(connection, 0, static_cast<quint16>(name.size()), name),
+            nullptr),
+        &std::free);
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> list(
+        xcb_get_property_reply(
+            connection,
+            xcb_get_property(connection, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1'024), nullptr),
+        &std::free);
+    const auto* const windows = static_cast<xcb_window_t*>(xcb_get_property_value(list.get()));
+    return list->value_len > 0 ? windows[list->value_len - 1] : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+// Another program, in which the person writes.
+class Editor {
+public:
+    Editor()
+    {
+        m_process.start(QCoreApplication::applicationFilePath(), {u"--editor"_s});
+        m_isUp = QTest::qWaitFor([this] { return m_process.canReadLine(); });
+        m_process.readLine();
+    }
+    ~Editor()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    [[nodiscard]] bool isUp() const { return m_isUp; }
+
+    static int run(int argc, char* argv[])
+    {
+        QApplication application(argc, argv);
+        QPlainTextEdit text;
+        text.show();
+        (void)QTest::qWaitForWindowActive(&text);
+        std::puts("ready");
+        std::fflush(stdout);
+        return QApplication::exec();
+    }
+
+private:
+    QProcess m_process;
+    bool m_isUp = false;
+};
+
+} // namespace
+
+// What the person types and clicks by habit, while windows come up and rows move, does nothing.
+class TestHabits : public QObject {
+    Q_OBJECT
+
+private:
+    static QWidget* window(const char* name) { return AgentFixture::topLevel(name); }
+
+    QWidget* child(const char* top, const char* name)
+    {
+        return window(top)->findChild<QWidget*>(QLatin1StringView(name));
+    }
+
+    // What the agent has sent because of the person.
+    QByteArrayList answers()
+    {
+        AppDelegate::send(u"#####end"_s);
+        (void)QTest::qWaitFor([this] { return m_agent->sent().endsWith("#####end"); });
+        QByteArrayList sent = m_agent->sent();
+        sent.removeAll("#####end");
+        sent.removeAll("#####request=connections_status");
+        m_agent->forget();
+        return sent;
+    }
+
+    // Ann above Bob, in a window that stands still.
+    void showSessions()
+    {
+        AppDelegate::addSession({7, u"d"_s, u"Ann"_s, {}});
+        AppDelegate::addSession({8, u"d"_s, u"Bob"_s, {}});
+        AppDelegate::state().connectionStatus->presentByService();
+        QVERIFY(activate(window("ConnectionStatus")));
+        QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
+        QVERIFY(pointAt(child("ConnectionStatus", "abort")));
+    }
+
+    std::unique_ptr<AgentFixture> m_agent;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_agent = std::make_unique<AgentFixture>();
+        QVERIFY(m_agent->start());
+    }
+    void cleanup() { m_agent.reset(); }
+
+    void whatIsTypedElsewhereStaysElsewhere_data()
+    {
+        QTest::addColumn<QByteArray>("message");
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("chat") << QByteArray("request_chat=5,7") << QByteArray("ChatController");
+        QTest::newRow("message")
+            << QByteArray(R"(receive_message={"from":"a","text":"b","timeout":0,"icon":1})")
+            << QByteArray("MessageInbox");
+        QTest::newRow("question") << QByteArray("user_acknowledgement=1;srv;Ann")
+                                  << QByteArray("UserAcknowlegement");
+        QTest::newRow("status window")
+            << QByteArray(R"(connected_session={"session":7,"deviceName":"d","controlName":"A"})")
+            << QByteArray("ConnectionStatus");
+    }
+    void whatIsTypedElsewhereStaysElsewhere()
+    {
+        QFETCH(QByteArray, message);
+        QFETCH(QByteArray, name);
+        Intervals::current().showConnection = std::chrono::milliseconds(1);
+        const Editor editor;
+        QVERIFY(editor.isUp());
+        QProcess typing;
+        typing.start(u"xdotool"_s,
+                     {u"type"_s, u"--delay"_s, u"40"_s, u"a b \n\t \n"_s.repeated(12)});
+        m_agent->write(message);
+        QTRY_VERIFY(window(name) != nullptr && window(name)->isVisible());
+        QVERIFY(activate(window(name)));
+        QTRY_VERIFY_WITH_TIMEOUT(typing.state() == QProcess::NotRunning, 20'000);
+        QCOMPARE(answers(), QByteArrayList());
+        QVERIFY(window(name)->isVisible());
+        const auto* const field = window(name)->findChild<QLineEdit*>();
+        QVERIFY(field == nullptr || field->text().isEmpty());
+        if (field != nullptr) {
+            // What is meant for the window is heard.
+            QVERIFY(AgentFixture::waitUntilHeard(window(name)));
+            QVERIFY(xdotool({u"type"_s, u"yes"_s}));
+            QVERIFY(xdotool({u"key"_s, u"Return"_s}));
+            QTRY_COMPARE(m_agent->sent().size(), 1);
+        }
+    }
+
+    void aSentenceStaysInItsChat()
+    {
+        QVERIFY(m_agent->send("request_chat=5,7"));
+        QWidget* const first = window("ChatController");
+        QVERIFY(activate(first));
+        QVERIFY(AgentFixture::waitUntilHeard(first));
+        QVERIFY(m_agent->send("request_chat=6,7"));
+        const QString sentence = u"it goes on while lines come"_s;
+        QProcess typing;
+        typing.start(u"xdotool"_s, {u"type"_s, u"--delay"_s, u"40"_s, sentence});
+        while (typing.state() != QProcess::NotRunning) {
+            QVERIFY(m_agent->send(R"(receive_chat={"context":6,"from":"B","text":"x"})"));
+            QTest::qWait(100);
+        }
+        QTRY_COMPARE(first->findChild<QLineEdit*>()->text(), sentence);
+        QVERIFY(first->isActiveWindow());
+    }
+
+    void aDoubleClickEndsOneSession()
+    {
+        showSessions();
+        QVERIFY(xdotool({u"click"_s, u"--repeat"_s, u"2"_s, u"--delay"_s, u"80"_s, u"1"_s}));
+        QCOMPARE(answers(), QByteArrayList{"#####disconnect_session=7"});
+        QCOMPARE(AgentFixture::sessionLists(), u"[8Bob][8Bob]"_s);
+    }
+
+    void aPressMeansTheSessionThatStoodThere()
+    {
+        showSessions();
+        QVERIFY(xdotool({u"mousedown"_s, u"1"_s}));
+        AppDelegate::sessionDisconnected(7);
+        QVERIFY(xdotool({u"mouseup"_s, u"1"_s}));
+        QVERIFY(xdotool({u"click"_s, u"1"_s})); // begun after the row has moved
+        QCOMPARE(answers(), QByteArrayList());
+        // A second later it means Bob.
+        QTest::qWait(700);
+        QVERIFY(xdotool({u"click"_s, u"1"_s}));
+        QCOMPARE(answers(), QByteArrayList{"#####disconnect_session=8"});
+    }
+
+    void aBlankEndsNothingThatNobodyAimedAt()
+    {
+        showSessions();
+        QVERIFY(xdotool({u"key"_s, u"space"_s, u"Return"_s}));
+        QCOMPARE(answers(), QByteArrayList());
+        QVERIFY(xdotool({u"key"_s, u"Tab"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s}));
+        QCOMPARE(answers(), QByteArrayList({"#####chat_request=7", "#####disconnect_session=7"}));
+    }
+
+    void theQuestionStaysInFront()
+    {
+        AppDelegate::userAcknowledgeRequest(1, u"srv"_s, u"Ann"_s);
+        QWidget* const question = window("UserAcknowlegement");
+        QVERIFY(activate(question));
+        AppDelegate::showMessageInbox({u"a"_s, u"b"_s, 0, 1});
+        AppDelegate::requestChat(5, 7);
+        AppDelegate::connectionDisplay();
+        m_agent->delegate->settings();
+        AppDelegate::about();
+        AppDelegate::showActivity();
+        for (const char* const name : {"MessageInbox", "ChatController", "ConnectionStatus",
+                                       "window", "AboutController", "ActivityWindow"}) {
+            QVERIFY2(QTest::qWaitForWindowExposed(window(name)), name);
+            QTRY_COMPARE(topWindow(), static_cast<xcb_window_t>(question->winId()));
+            QVERIFY2(question->isActiveWindow(), name);
+            // Not even the person's own click hides it.
+            QVERIFY2(activate(window(name)), name);
+            QTRY_COMPARE(topWindow(), static_cast<xcb_window_t>(question->winId()));
+            QVERIFY(activate(question));
+        }
+    }
+
+    void theQuestionCannotBeMinimised()
+    {
+        AppDelegate::userAcknowledgeRequest(1, u"srv"_s, u"Ann"_s);
+        QWidget* const question = window("UserAcknowlegement");
+        QVERIFY(activate(question));
+        (void)xdotool({u"windowminimize"_s, QString::number(question->winId())});
+        QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
+        (void)xdotool({u"key"_s, u"alt+F4"_s});
+        QVERIFY(question->isVisible());
+    }
+};
+
+int main(int argc, char* argv[])
+{
+    if (argc > 1 && QByteArray(argv[1]) == "--editor") {
+        return Editor::run(argc, argv);
+    }
+    QApplication application(argc, argv);
+    TestHabits test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_habits.moc"
