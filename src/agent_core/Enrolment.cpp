@@ -34,8 +34,13 @@ struct CredentialCheck {
 void AppDelegate::setUI()
 {
     const auto known = labels();
-    state().settingsTexts =
-        known ? settingsTextsFrom(*known, options.language) : defaultSettingsTexts();
+    state().settingsTexts = known ? settingsTextsFrom(*known) : defaultSettingsTexts();
+    // A machine without settings counts as managed.
+    if (QFileInfo::exists(backendSettingsPath())) {
+        if (const auto stored = read_BackendSettingsPlist(backendSettingsPath())) {
+            setManaged(stored->managed);
+        }
+    }
 }
 
 SettingsWindow& AppDelegate::settingsWindow()
@@ -102,8 +107,8 @@ void AppDelegate::updateSettings()
 void AppDelegate::enableSettings()
 {
     settingsWindow().setLocked(false);
-    window->inertPeriod
-        .ignoreHeldKey(); // the Return that entered the password must not press Apply
+    window->inputGuard.ignoreHeldKey(); // the Return that entered the password must not press Apply
+    window->followMode();
     window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
 }
 

@@ -2,36 +2,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-// The lock button's tool tip. The label document has no text for it.
-struct LockLabels {
-    QString unlock, lock;
-};
-
-LockLabels lockLabels(Language language)
-{
-    switch (language) {
-    case Language::English:
-        return {u"Unlock"_s, u"Lock"_s};
-    case Language::French:
-        return {u"Déverrouiller"_s, u"Verrouiller"_s};
-    case Language::Italian:
-        return {u"Sblocca"_s, u"Blocca"_s};
-    case Language::Spanish:
-        return {u"Desbloquear"_s, u"Bloquear"_s};
-    case Language::German:
-        return {u"Entsperren"_s, u"Sperren"_s};
-    case Language::Korean:
-        return {u"잠금 해제"_s, u"잠금"_s};
-    case Language::Portuguese:
-        return {u"Desbloquear"_s, u"Bloquear"_s};
-    }
-    return {};
-}
-
-} // namespace
-
 SettingsTexts defaultSettingsTexts()
 {
     return {
@@ -56,9 +26,8 @@ SettingsTexts defaultSettingsTexts()
     };
 }
 
-SettingsTexts settingsTextsFrom(const JsonData::Info& labels, Language language)
+SettingsTexts settingsTextsFrom(const JsonData::Info& labels)
 {
-    const LockLabels lockButton = lockLabels(language);
     return {
         .title = u"vantory - "_s + labels.MainMenu.settings,
         .managed = labels.Settings.managed,
@@ -67,8 +36,8 @@ SettingsTexts settingsTextsFrom(const JsonData::Info& labels, Language language)
         .region = labels.Settings.platform,
         .cancel = labels.Common.cancel,
         .ok = labels.Common.ok,
-        .unlock = lockButton.unlock,
-        .lock = lockButton.lock,
+        .unlock = labels.Settings.unlock,
+        .lock = labels.Settings.lock,
         .accountIdErrorTitle = labels.error.accountIdTitle,
         .accountIdErrorMsg = labels.error.accountIdMsg,
         .sessionCodeErrorTitle = labels.error.sessionCodeTitle,

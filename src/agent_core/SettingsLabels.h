@@ -9,4 +9,4 @@
 [[nodiscard]] SettingsTexts defaultSettingsTexts();
 
 // From one language's labels.
-[[nodiscard]] SettingsTexts settingsTextsFrom(const JsonData::Info& labels, Language language);
+[[nodiscard]] SettingsTexts settingsTextsFrom(const JsonData::Info& labels);

@@ -34,8 +34,8 @@ public:
         for (QFrame* const line : {ui.headerLine, ui.footerLine}) {
             line->setForegroundRole(QPalette::Mid);
         }
-        connect(ui.Quit, &QPushButton::clicked, this, [this] { m_owner.QuitAction(); });
-        connect(ui.Send, &QPushButton::clicked, this, [this] { m_owner.SendAction(); });
+        connectButton(ui.Quit, [this] { m_owner.QuitAction(); });
+        connectButton(ui.Send, [this] { m_owner.SendAction(); });
         // Return or Enter in the field; anywhere else Return is the button's key equivalent.
         connect(ui.Message, &QLineEdit::returnPressed, this, [this] { m_owner.SendAction(); });
     }
@@ -190,6 +190,7 @@ void ChatController::showMembers()
         names.append(ShownText::line(name));
     }
     m_window->ui.Messages->setToolTip(ShownText::toolTip(names.join(u'\n')));
+    m_window->ui.operators->setFullText(names.join(u", "_s));
 }
 
 void ChatController::receiveChat(const QString& name, const QString& text)
@@ -218,9 +219,9 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
     if (!left) {
         transcript.showNewest();
     }
-    // For each entry, the person's own included.
-    if (isVisible()) {
-        m_window->presentByService();
+    // Not for the person's own lines: who has just written one is here.
+    if (left && isVisible()) {
+        m_window->markNews();
     }
 }
 

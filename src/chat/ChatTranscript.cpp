@@ -1,11 +1,11 @@
 #include "chat/ChatTranscript.h"
 
+#include "window_kit/PlainSelection.h"
 #include "window_kit/ShownText.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QEvent>
 #include <QFocusEvent>
-#include <QMimeData>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -304,24 +304,8 @@ void ChatTranscript::recolour()
     cursor.endEditBlock();
 }
 
-// Plain text only, with the line breaks that the texts had.
 QMimeData* ChatTranscript::createMimeDataFromSelection() const
 {
-    const QTextCursor selection = textCursor();
-    const int start = selection.selectionStart();
-    const int end = selection.selectionEnd();
-    QString text;
-    for (QTextBlock block = document()->findBlock(start);
-         block.isValid() && block.position() <= end; block = block.next()) {
-        if (block.position() > start && continuationOf(block) != InLine) {
-            text += u'\n';
-        }
-        const int from = qMax(start - block.position(), 0);
-        const int to = qMin(end - block.position(), block.length() - 1);
-        text += block.text().sliced(from, to - from);
-    }
-    text.replace(QChar(QChar::LineSeparator), u'\n');
-    auto* const plain = new QMimeData;
-    plain->setText(text);
-    return plain;
+    return plainSelection(textCursor(),
+                          [](const QTextBlock& block) { return continuationOf(block) == InLine; });
 }

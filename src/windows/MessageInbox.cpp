@@ -6,7 +6,6 @@
 #include "ui_MessageInbox.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Placement.h"
-#include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
 #include "windows/MessageKind.h"
 
@@ -40,23 +39,34 @@ public:
         ui.setupUi(this);
         setLogo(ui.logo);
         ui.message->installEventFilter(this);
-        connect(ui.Quit, &QPushButton::clicked, &owner, &MessageInbox::QuitAction);
+        connectButton(ui.Quit, [&owner] { owner.QuitAction(); });
     }
 
-    void showText(const QString& text, qint64 kind)
+    void setKind(qint64 kind)
     {
         m_kind = kind;
-        const QString shown = ShownText::shown(text);
-        QStringList paragraphs;
-        for (const ShownText::Piece& piece : ShownText::pieces(shown)) {
-            paragraphs.append(piece.text.toString());
-        }
-        ui.message->setPlainText(paragraphs.join(u'\n'));
         const QPixmap picture = BundleImages::pixmap(MessageKind::picture(kind), *ui.icon);
         ui.icon->setPixmap(picture);
         ui.icon->setVisible(!picture.isNull());
+        ui.kind->hide(); // until there is a word for it
+    }
+
+    void showText(const QString& text)
+    {
+        ui.message->setMessage(text);
         showColour();
         fitToText();
+    }
+
+    void translate(const JsonData::Info& labels)
+    {
+        setWindowTitle(u"vantory"_s);
+        ui.ReceivedLabel->setText(labels.Message.received);
+        ui.senderLabel->setText(labels.Message.from);
+        ui.Quit->setText(labels.Common.ok);
+        const QString kind = MessageKind::word(m_kind, labels.Message);
+        ui.kind->setText(kind);
+        ui.kind->setVisible(!kind.isEmpty());
     }
 
     // Escape and the title bar.
@@ -111,30 +121,28 @@ private:
 
 MessageInbox::MessageInbox(LabelSource labels, QObject* parent)
     : QObject(parent), m_labels(std::move(labels)), m_window(std::make_unique<Window>(*this))
-{
-    if (const auto known = m_labels()) {
-        translate(*known);
-    }
-}
+{}
 
 MessageInbox::~MessageInbox() = default;
 
 void MessageInbox::translate(const JsonData::Info& data)
 {
-    m_window->setWindowTitle(u"vantory"_s);
-    m_window->ui.ReceivedLabel->setText(data.Message.received);
-    m_window->ui.senderLabel->setText(data.Message.from);
-    m_window->ui.Quit->setText(data.Common.ok);
+    m_window->translate(data);
 }
 
 void MessageInbox::set(const QString& from, const QString& text, qint64 seconds, qint64 iconValue)
 {
     m_window->refreshLogo(logoChanged);
+    m_window->setKind(iconValue);
+    const auto labels = m_labels();
+    if (labels) {
+        translate(*labels);
+    }
     m_window->ui.TimeLabel->setText(
         arrivalTime(QDateTime::currentDateTime(), preferredLanguages().constFirst()));
     m_window->ui.Sender->setFullText(from);
     m_window->ui.message->setAccessibleName(m_window->ui.senderLabel->text() + u' ' + from);
-    m_window->showText(text, iconValue);
+    m_window->showText(text);
 
     timeout = seconds;
     m_window->ui.AutomaticMessage->clear();
@@ -144,7 +152,7 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &MessageInbox::changeMessage);
     timer->start(Intervals::current().clock);
-    if (const auto labels = m_labels()) {
+    if (labels) {
         showCountDown(*labels);
     }
 }

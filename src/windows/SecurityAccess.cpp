@@ -10,6 +10,7 @@
 #include <QSignalBlocker>
 #include <QWindow>
 
+#include <algorithm>
 #include <initializer_list>
 #include <utility>
 
@@ -54,15 +55,34 @@ public:
 
     void setBusy(bool isBusy)
     {
-        for (QWidget* const widget : std::initializer_list<QWidget*>{
-                 ui.username, ui.password, ui.cancelButton, ui.applyButton}) {
+        for (QWidget* const widget :
+             std::initializer_list<QWidget*>{ui.username, ui.password, ui.applyButton}) {
             widget->setEnabled(!isBusy);
         }
+        ui.result->setText(isBusy ? m_checking : QString());
         if (isBusy) {
             setCursor(Qt::BusyCursor);
         } else {
             unsetCursor();
         }
+    }
+
+    // The place for the longer text is kept free: nothing moves when one comes.
+    void setResults(const QString& checking, const QString& wrong)
+    {
+        m_checking = checking;
+        m_wrong = wrong;
+        const QFontMetrics metrics = ui.result->fontMetrics();
+        ui.result->setMinimumSize(
+            std::max(metrics.horizontalAdvance(checking), metrics.horizontalAdvance(wrong)),
+            metrics.height());
+    }
+
+    void showWrong()
+    {
+        showSign(u"caution"_s);
+        ui.result->setText(m_wrong);
+        ui.username->setFocus();
     }
 
     void reject() override { m_owner.cancelAction(); }
@@ -71,6 +91,8 @@ public:
 
 private:
     SecurityAccess& m_owner;
+    QString m_checking;
+    QString m_wrong;
 };
 
 SecurityAccess::SecurityAccess(LabelSource labels) : m_labels(std::move(labels)) {}
@@ -95,6 +117,7 @@ void SecurityAccess::refresh()
     }
     window().clearFields();
     window().showSign(u"lock-32"_s);
+    window().ui.result->clear();
 }
 
 void SecurityAccess::translate(const JsonData::Info& data)
@@ -107,6 +130,7 @@ void SecurityAccess::translate(const JsonData::Info& data)
     ui.username->setAccessibleName(data.Security.username);
     ui.password->setPlaceholderText(data.Security.password);
     ui.password->setAccessibleName(data.Security.password);
+    window().setResults(data.Security.checking, data.Security.wrong);
 }
 
 void SecurityAccess::present(QWidget* settings)
@@ -147,8 +171,7 @@ void SecurityAccess::finishCheck(bool isRight)
     if (isRight) {
         window().hide();
     } else {
-        window().showSign(u"caution"_s);
-        window().ui.username->setFocus();
+        window().showWrong();
     }
 }
 

@@ -14,8 +14,8 @@ class QWidget;
 // and then the system itself refuses the change.
 //
 // The controller lives as long as the agent; its window is made when it is first to be seen. What
-// was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction() the
-// window is disabled. Main thread.
+// was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction() only
+// Cancel works. Main thread.
 class SecurityAccess : public QObject {
     Q_OBJECT
 
@@ -30,7 +30,7 @@ public:
 
     // Emits what was typed, and empties the password's field at once.
     void check();
-    // The result: the window goes, or shows that the credentials are wrong. Empties both fields.
+    // The result: the window goes, or says that the credentials are wrong. Empties both fields.
     void finishCheck(bool isRight);
 
     // The buttons.

@@ -14,7 +14,7 @@
 using namespace Qt::StringLiterals;
 
 SettingsWindow::SettingsWindow(SettingsTexts texts)
-    : AgentWindow(Qt::Dialog, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
       m_ui(new Ui::SettingsWindow), m_texts(std::move(texts))
 {
     m_ui->setupUi(this);
@@ -34,9 +34,9 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     translate();
     setLocked(true);
     connect(m_ui->managed, &QCheckBox::toggled, this, &SettingsWindow::modeChanged);
-    connect(m_ui->lockButton, &QPushButton::clicked, this, &SettingsWindow::lockPressed);
-    connect(m_ui->applyButton, &QPushButton::clicked, this, &SettingsWindow::applyPressed);
-    connect(m_ui->cancelButton, &QPushButton::clicked, this, &SettingsWindow::reject);
+    connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
+    connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });
+    connectButton(m_ui->cancelButton, [this] { reject(); });
 }
 
 SettingsWindow::~SettingsWindow() = default;

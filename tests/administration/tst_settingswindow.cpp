@@ -77,7 +77,7 @@ private Q_SLOTS:
     {
         QVERIFY(open(*m_agent));
         m_agent->delegate->enableSettings();
-        QVERIFY(code()->hasFocus() && account()->isEnabled());
+        QVERIFY(code()->hasFocus() && !account()->isEnabled());
         const QSize size = window()->size();
         QTest::mouseClick(managed(), Qt::LeftButton, {}, QPoint(8, 8));
         QVERIFY(!code()->isVisible() && account()->isEnabled());

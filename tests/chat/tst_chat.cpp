@@ -8,6 +8,7 @@
 #include <QInputMethodEvent>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScrollBar>
@@ -73,9 +74,7 @@ void say(const QString& text)
 // Waits until the window hears keys.
 void listen()
 {
-    auto* const field = find<QLineEdit>("Message");
-    QTRY_VERIFY((QTest::keyClick(field, Qt::Key_X), !field->text().isEmpty()));
-    field->clear();
+    QVERIFY(AgentFixture::waitUntilHeard(windows().constFirst()));
 }
 
 } // namespace
@@ -177,6 +176,7 @@ private Q_SLOTS:
     void holdsTheLengthAndLetsCompose()
     {
         open();
+        listen();
         auto* const field = find<QLineEdit>("Message");
         field->insert(QString(120, u'a'));
         field->setCursorPosition(3);
@@ -279,6 +279,7 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(told("chat_joined_member=", u"<i>Bob"_s)));
         QVERIFY(m_agent->send(told("chat_joined_member=", u"Ann"_s)));
         QTRY_COMPARE(messages().toolTip(), u"Ann\n<i>Bob"_s);
+        QCOMPARE(find<QLabel>("operators")->text(), u"Ann, <i>Bob"_s);
         QVERIFY(m_agent->send(told("chat_left_member=", u"<i>Bob"_s)));
         QVERIFY(!AppDelegate::state().chats.constFirst()->leaved); // not before its time
         QTRY_VERIFY(AppDelegate::state().chats.constFirst()->leaved);

@@ -5,7 +5,8 @@
 #include "windows/MessageInbox.h"
 #include "windows/MessageKind.h"
 
-#include <QElapsedTimer>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -50,17 +51,19 @@ private Q_SLOTS:
         struct Look {
             int kind;
             QString picture;
+            QString word;
             int hue; // in degrees: blue, green, orange, red
         };
-        for (const auto& [kind, picture, hue] :
-             {Look{-1, {}, -1}, Look{0, {}, -1}, Look{1, u"info"_s, 213},
-              Look{2, u"question"_s, 143}, Look{3, u"caution"_s, 30}, Look{4, u"stop"_s, 4},
-              Look{5, {}, -1}}) {
+        for (const auto& [kind, picture, word, hue] :
+             {Look{-1, {}, {}, -1}, Look{0, {}, {}, -1}, Look{1, u"info"_s, u"Information"_s, 213},
+              Look{2, u"question"_s, u"Question"_s, 143}, Look{3, u"caution"_s, u"Caution"_s, 30},
+              Look{4, u"stop"_s, u"Important warning"_s, 4}, Look{5, {}, {}, -1}}) {
             const bool isKnown = hue >= 0;
             const QWidget* const window = receive(u"Hi"_s, 0, kind);
             const auto* const message = window->findChild<QPlainTextEdit*>();
             const auto* const icon = window->findChild<QLabel*>(u"icon"_s);
             QCOMPARE(icon->isVisible(), isKnown);
+            QCOMPARE(window->findChild<QLabel*>(u"kind"_s)->text(), word);
             QCOMPARE(icon->pixmap().toImage(), BundleImages::pixmap(picture, *icon).toImage());
             // Open windows follow a change.
             for (const QColor& ground : {QColor(0x2d, 0x2d, 0x2d), QColor(Qt::white)}) {
@@ -99,7 +102,7 @@ private Q_SLOTS:
         // What was typed elsewhere as it came up closes nothing.
         QTest::keyClick(first->focusWidget(), Qt::Key_Return);
         QVERIFY(first->isVisible());
-        QTRY_VERIFY(m_shown.elapsed() > 650);
+        QVERIFY(AgentFixture::waitUntilHeard(first));
         close(first);
         QTRY_VERIFY(controller.isNull());
         QCOMPARE(AppDelegate::state().messageInbox.size(), 1);
@@ -147,6 +150,17 @@ private Q_SLOTS:
         QCOMPARE(shown.left(1), text.left(1));
     }
 
+    void whatIsCopiedIsWhatWasSent()
+    {
+        const QString address = u"https://"_s + QString(900, u'a');
+        const QString sent = u"See "_s + QString(500, u'-') + u' ' + address + u"\nBye"_s;
+        auto* const message = receive(sent)->findChild<QPlainTextEdit*>();
+        QVERIFY(message->toPlainText().contains(address)); // in one piece
+        message->selectAll();
+        message->copy();
+        QCOMPARE(QGuiApplication::clipboard()->text(), sent);
+    }
+
 private:
     static QWidgetList open()
     {
@@ -165,13 +179,11 @@ private:
         (void)QTest::qWaitFor([&] { return open().size() > before.size(); });
         QWidgetList added = open();
         added.removeIf([&](QWidget* window) { return before.contains(window); });
-        (void)QTest::qWaitForWindowActive(added.constFirst());
-        m_shown.start();
+        (void)QTest::qWaitForWindowExposed(added.constFirst());
         return added.constFirst();
     }
 
     std::unique_ptr<AgentFixture> m_agent;
-    QElapsedTimer m_shown;
 };
 
 QTEST_MAIN(TestMessageInbox)

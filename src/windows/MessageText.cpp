@@ -1,0 +1,38 @@
+#include "windows/MessageText.h"
+
+#include "window_kit/PlainSelection.h"
+#include "window_kit/ShownText.h"
+
+#include <QTextBlock>
+
+namespace {
+
+// A block's user state: it goes on with the line of the one before it.
+constexpr int kGoesOn = 1;
+
+} // namespace
+
+MessageText::MessageText(QWidget* parent) : QPlainTextEdit(parent) {}
+
+void MessageText::setMessage(const QString& text)
+{
+    const QString shown = ShownText::shown(text);
+    const QList<ShownText::Piece> pieces = ShownText::pieces(shown);
+    QStringList paragraphs;
+    for (const ShownText::Piece& piece : pieces) {
+        paragraphs.append(piece.text.toString());
+    }
+    setPlainText(paragraphs.join(u'\n'));
+
+    QTextBlock block = document()->begin().next();
+    for (const ShownText::Piece& before : pieces) {
+        block.setUserState(before.endsLine ? 0 : kGoesOn);
+        block = block.next();
+    }
+}
+
+QMimeData* MessageText::createMimeDataFromSelection() const
+{
+    return plainSelection(textCursor(),
+                          [](const QTextBlock& block) { return block.userState() == kGoesOn; });
+}
