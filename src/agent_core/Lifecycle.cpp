@@ -1,8 +1,10 @@
+#include "agent_core/DesktopNotices.h"
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/accounts/PreferredLanguages.h"
+#include "platform/accounts/ScreenLock.h"
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/files/MainBundle.h"
@@ -11,6 +13,7 @@
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "windows/AboutController.h"
+#include "windows/ActivityWindow.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
@@ -37,6 +40,8 @@ AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
       m_connectionStatus(new ConnectionStatus(&AppDelegate::labels)),
       m_userAcknowledge(new UserAcknowledgement(&AppDelegate::labels)),
       m_aboutView(new AboutController(&AppDelegate::labels)),
+      m_activityWindow(new ActivityWindow(
+          &AppDelegate::labels, []() -> const ActivityList& { return state().activities; })),
       m_access(new SecurityAccess(&AppDelegate::labels))
 {
     options = AgentOptions();
@@ -44,6 +49,7 @@ AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
     state().connectionStatus = m_connectionStatus.get();
     state().userAcknowledge = m_userAcknowledge.get();
     state().aboutView = m_aboutView.get();
+    state().activityWindow = m_activityWindow.get();
     state().access = m_access.get();
     connectWindows();
 }
@@ -61,11 +67,11 @@ void AppDelegate::connectWindows()
             &AppDelegate::endSession);
     connect(m_connectionStatus.get(), &ConnectionStatus::chatRequested, this,
             &AppDelegate::requestChatOf);
+    connect(m_connectionStatus.get(), &ConnectionStatus::activityRequested, this,
+            &AppDelegate::showActivity);
+    connect(m_activityWindow.get(), &ActivityWindow::seen, this, &AppDelegate::activitySeen);
     connect(m_userAcknowledge.get(), &UserAcknowledgement::answered, this,
-            [](qint64 session, bool isAccepted) {
-                send(isAccepted ? Protocol::acceptConnection(session)
-                                : Protocol::declineConnection(session));
-            });
+            &AppDelegate::acknowledgementAnswered);
     connect(m_access.get(), &SecurityAccess::credentialsEntered, this,
             &AppDelegate::checkCredentials);
     connect(m_access.get(), &SecurityAccess::cancelled, this, [this] { m_check.reset(); });
@@ -92,7 +98,30 @@ void AppDelegate::applicationDidFinishLaunching()
     permissions_process();
     startClient();
     systemTray();
+    startNotices();
     startTimers();
+}
+
+void AppDelegate::startNotices()
+{
+    m_notices = std::make_unique<DesktopNotices>(&AppDelegate::labels, options.oemName);
+    state().notices = m_notices.get();
+    connect(m_notices.get(), &DesktopNotices::activated, this, [](Notifications::Place place) {
+        WindowActivation::noteAction(0); // the click does not say when it was
+        switch (place) {
+        case Notifications::Place::Question:
+            state().userAcknowledge->present();
+            break;
+        case Notifications::Place::Sessions:
+            connectionDisplay();
+            break;
+        case Notifications::Place::Absence:
+            showActivity();
+            break;
+        }
+    });
+    m_screenLock = std::make_unique<ScreenLock>();
+    connect(m_screenLock.get(), &ScreenLock::changed, this, &AppDelegate::screenLockChanged);
 }
 
 void AppDelegate::readAppName()

@@ -2,6 +2,7 @@
 #include "windows/ConnectionStatus.h"
 
 #include <algorithm>
+#include <optional>
 
 // The only code that changes the agent's list of sessions. It changes the status window's list with
 // it, so that both hold the same sessions in the same order.
@@ -15,31 +16,78 @@ public:
             return listed.session == session;
         });
     }
+
+    static bool add(const SessionInfo& session)
+    {
+        const bool isNew = find(session.session) == list().end();
+        if (isNew) {
+            list().append(session);
+            AppDelegate::state().connectionStatus->setConnection(session);
+        }
+        return isNew;
+    }
+
+    static std::optional<SessionInfo> remove(qint64 session)
+    {
+        const auto found = find(session);
+        if (found == list().end()) {
+            return std::nullopt;
+        }
+        const SessionInfo removed = *found;
+        list().erase(found);
+        AppDelegate::state().connectionStatus->resetConnection(session);
+        return removed;
+    }
 };
+
+namespace {
+
+bool isIn(const QList<SessionInfo>& sessions, qint64 session)
+{
+    return std::any_of(sessions.cbegin(), sessions.cend(),
+                       [session](const SessionInfo& listed) { return listed.session == session; });
+}
+
+} // namespace
 
 void AppDelegate::addSession(const SessionInfo& session)
 {
-    if (SessionChanges::find(session.session) == SessionChanges::list().end()) {
-        SessionChanges::list().append(session);
-        state().connectionStatus->setConnection(session);
+    if (SessionChanges::add(session)) {
+        noteSessionBegan(session);
     }
 }
 
 void AppDelegate::removeConnectionSession(qint64 session)
 {
-    const auto found = SessionChanges::find(session);
-    if (found != SessionChanges::list().end()) {
-        SessionChanges::list().erase(found);
-        state().connectionStatus->resetConnection(session);
+    if (const auto removed = SessionChanges::remove(session)) {
+        noteSessionEnded(*removed);
     }
 }
 
 void AppDelegate::replaceSessions(const QList<SessionInfo>& sessions)
 {
-    while (!SessionChanges::list().isEmpty()) {
-        removeConnectionSession(SessionChanges::list().constLast().session);
+    const QList<SessionInfo> before = SessionChanges::list();
+    for (const SessionInfo& session : before) {
+        SessionChanges::remove(session.session);
     }
     for (const SessionInfo& session : sessions) {
-        addSession(session);
+        SessionChanges::add(session);
+    }
+    for (const SessionInfo& session : before) {
+        if (!isIn(sessions, session.session)) {
+            noteSessionEnded(session);
+        }
+    }
+    const QList<SessionInfo> after = SessionChanges::list();
+    for (const SessionInfo& session : after) {
+        if (!isIn(before, session.session)) {
+            noteSessionBegan(session);
+        }
+    }
+    const QSet<qint64> ended = state().endedByPerson;
+    for (const qint64 session : ended) {
+        if (!isIn(sessions, session)) {
+            forgetEnded(session);
+        }
     }
 }

@@ -11,6 +11,8 @@
 #include <QMenu>
 #include <QStyle>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -43,14 +45,29 @@ void updateItem(QAction* item, const QString& title, const QString& symbol)
 }
 
 template <typename Action>
-void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, const QString& symbol,
-             Action action)
+QAction* addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut,
+                 const QString& symbol, Action action)
 {
     auto* const item = new QAction(&menu);
     updateItem(item, title, symbol);
     item->setShortcut(shortcut);
     QObject::connect(item, &QAction::triggered, item, action);
     menu.addAction(item);
+    return item;
+}
+
+// "vantory – Linked".
+QString toolTip(const JsonData::Info& labels)
+{
+    const QList<SessionInfo>& sessions = AppDelegate::state().sessions.all();
+    const QString linked = AppDelegate::state().gatewayConnectionStatus
+                               ? labels.Connection.linked
+                               : labels.Connection.not_linked;
+    const QString words =
+        sessions.isEmpty()
+            ? linked
+            : StatusBarRules::connectionTitle(labels.Connection.in_session, sessions);
+    return AppDelegate::options.oemName + u" – "_s + words;
 }
 
 } // namespace
@@ -73,6 +90,9 @@ void AppDelegate::systemTray()
     addItem(*m_menu, connectivityLabel(known), {}, {}, &AppDelegate::connectionDisplay);
     m_menu->addSeparator();
     addItem(*m_menu, titles.About.about, {}, u"questionmark.circle"_s, &AppDelegate::about);
+    state().awayItem = addItem(*m_menu, known.value_or(englishFallback()).Activity.away, {},
+                               u"activity"_s, &AppDelegate::showActivity);
+    state().awayItem->setVisible(false);
     m_statusItem->setMenu(m_menu.get());
     state().statusBarItem = m_statusItem.get();
     state().statusBarMenu = m_menu.get();
@@ -83,19 +103,29 @@ void AppDelegate::updateSystemTrayIcon()
     if (state().statusBarItem == nullptr) {
         return;
     }
-    const QList<SessionInfo>& sessions = state().sessions.all();
-    state().statusBarItem->setIcon(statusIcon(StatusBarRules::iconName(
-        options.disconnectedIconVisible, state().gatewayConnectionStatus, !sessions.isEmpty())));
-
     const QList<QAction*> items = state().statusBarMenu->actions();
     if (items.size() <= kConnectionPosition) {
         fatalState(u"The status bar's menu has lost its items"_s);
     }
-    const QString title = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
-    updateItem(items.at(kConnectionPosition), title,
-               StatusBarRules::connectionSymbol(sessions.size()));
-    state().statusBarItem->setToolTip(
-        ShownText::line(sessions.isEmpty() ? options.oemName : title, kLongestToolTip));
+    const QList<SessionInfo>& sessions = state().sessions.all();
+    const auto known = labels();
+    const StatusBarLook look = {
+        .icon = StatusBarRules::iconName(options.disconnectedIconVisible,
+                                         state().gatewayConnectionStatus, !sessions.isEmpty()),
+        .toolTip = ShownText::line(toolTip(known.value_or(englishFallback())), kLongestToolTip),
+        .connection = StatusBarRules::connectionTitle(connectivityLabel(known), sessions),
+        .symbol = StatusBarRules::connectionSymbol(sessions.size()),
+    };
+    const StatusBarLook before = std::exchange(state().statusBarLook, look);
+    if (look.icon != before.icon) {
+        state().statusBarItem->setIcon(statusIcon(look.icon));
+    }
+    if (look.connection != before.connection || look.symbol != before.symbol) {
+        updateItem(items.at(kConnectionPosition), look.connection, look.symbol);
+    }
+    if (look.toolTip != before.toolTip) {
+        state().statusBarItem->setToolTip(look.toolTip);
+    }
 }
 
 QString AppDelegate::getConnectivityLabel()

@@ -39,6 +39,7 @@ void AppDelegate::accountInvalid()
 
 void AppDelegate::sessionConnected(const SessionInfo& session)
 {
+    forgetEnded(session.session); // a new one
     addSession(session);
     updateSystemTrayIcon();
     if (!isAtLoginWindow()) {
@@ -50,6 +51,7 @@ void AppDelegate::sessionConnected(const SessionInfo& session)
 void AppDelegate::sessionDisconnected(qint64 session)
 {
     removeConnectionSession(session);
+    forgetEnded(session);
     updateSystemTrayIcon();
     showAtSessionEnd();
     if (state().sessions.isEmpty()) {

@@ -1,19 +1,24 @@
 #pragma once
 
 #include "localisation/Translate.h"
+#include "records/Activity.h"
 #include "records/SessionInfo.h"
 #include "records/SettingsTexts.h"
 
 #include <QList>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 
 #include <optional>
 
 class AboutController;
+class ActivityWindow;
 class ChatController;
 class ConnectionStatus;
+class DesktopNotices;
 class MessageInbox;
+class QAction;
 class QMenu;
 class QTimer;
 class SecurityAccess;
@@ -53,6 +58,16 @@ private:
     QList<SessionInfo> m_sessions;
 };
 
+// What the status bar shows; the panel is told only of changes.
+struct StatusBarLook {
+    QString icon;
+    QString toolTip;
+    QString connection; // the menu's line
+    QString symbol;
+
+    bool operator==(const StatusBarLook&) const = default;
+};
+
 // Main thread. The pointers own nothing: the one AppDelegate object does.
 struct AgentState {
     bool isManaged = true; // changes only when the settings file is read
@@ -61,10 +76,15 @@ struct AgentState {
     QString userfullname; // the last one that was reported
     bool gatewayConnectionStatus = false;
     SessionList sessions;
+    QSet<qint64> endedByPerson; // sessions whose end the service has not reported yet
+    bool isScreenLocked = false;
+    ActivityList activities;
     SettingsTexts settingsTexts;
 
     ConnectionStatus* connectionStatus = nullptr;
     AboutController* aboutView = nullptr;
+    ActivityWindow* activityWindow = nullptr;
+    DesktopNotices* notices = nullptr; // from the start of the agent on
     UserAcknowledgement* userAcknowledge = nullptr;
     SecurityAccess* access = nullptr;
     QList<MessageInbox*> messageInbox;
@@ -72,6 +92,8 @@ struct AgentState {
 
     StatusItem* statusBarItem = nullptr;
     QMenu* statusBarMenu = nullptr;
+    QAction* awayItem = nullptr; // of the menu
+    StatusBarLook statusBarLook;
 
     QPointer<QTimer> connectionShowTimer;
     QPointer<QTimer> connectionNotShowTimer;

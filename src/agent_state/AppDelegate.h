@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 
+class ScreenLock;
 class SettingsWindow;
 struct CredentialCheck;
 
@@ -91,6 +92,20 @@ public:
     // None where the report did not decode; the window is shown or redrawn all the same.
     static void statusReceived(const std::optional<StatusInfo>& status);
 
+    // --- ActivityReports.cpp: what happened, for the list and for the desktop's notifications ---
+
+    static void noteSessionBegan(const SessionInfo& session);
+    static void noteSessionEnded(const SessionInfo& session);
+    // A request was accepted because the screen is locked.
+    static void noteAccepted(const QString& controlName);
+    // The service has reported the end of a session that the person had ended.
+    static void forgetEnded(qint64 session);
+    // Numbers tell the commands of this run apart.
+    static void commandBegan(quint64 command, const QString& text);
+    static void commandEnded(quint64 command, qint64 status);
+    static void screenLockChanged(bool isLocked);
+    static void showActivity();
+
     // --- StatusWindow.cpp: when the connection status window comes up and goes ---
 
     // The menu's action.
@@ -123,7 +138,9 @@ public:
 
     // While the screen is locked, accepts on the person's behalf, at once. Any thread; takes as
     // long as logind does.
-    [[nodiscard]] static bool acceptIfScreenIsLocked(qint64 session);
+    [[nodiscard]] static bool acceptIfScreenIsLocked(qint64 session, const QString& controlName);
+    // The person's answer.
+    static void acknowledgementAnswered(qint64 session, bool isAccepted);
     static void userAcknowledgeRequest(qint64 session, const QString& server,
                                        const QString& controlName);
     static void closeAcknowledgement();
@@ -182,6 +199,10 @@ private:
     static void redrawIfVisible();
     static void showLaterIfHidden();
     static void showAtSessionEnd();
+    static void noteActivity(const Activity& activity);
+    static void activitySeen();
+    static void showUnseenActivity();
+    void startNotices();
 
     SettingsWindow& settingsWindow();
     void prepareSettingsWindow();
@@ -197,6 +218,9 @@ private:
     std::unique_ptr<ConnectionStatus> m_connectionStatus;
     std::unique_ptr<UserAcknowledgement> m_userAcknowledge;
     std::unique_ptr<AboutController> m_aboutView;
+    std::unique_ptr<ActivityWindow> m_activityWindow;
+    std::unique_ptr<DesktopNotices> m_notices;
+    std::unique_ptr<ScreenLock> m_screenLock;
     std::unique_ptr<SecurityAccess> m_access;
     std::shared_ptr<CredentialCheck> m_check; // whose result is waited for
     QPointer<QTimer> m_restartWait;           // after new settings

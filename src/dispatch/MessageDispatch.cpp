@@ -50,7 +50,7 @@ void userAcknowledgement(const Received& received)
     printLog(received.text);
     const QStringList pieces = received.payload.split(u';', Qt::SkipEmptyParts);
     const auto session = pieces.size() == 3 ? Protocol::parseInteger64(pieces.at(0)) : std::nullopt;
-    if (session && !AppDelegate::acceptIfScreenIsLocked(*session)) {
+    if (session && !AppDelegate::acceptIfScreenIsLocked(*session, pieces.at(2))) {
         MainQueue::post([number = *session, server = pieces.at(1), user = pieces.at(2)] {
             AppDelegate::userAcknowledgeRequest(number, server, user);
         });
@@ -134,8 +134,16 @@ void execute(const Received& received, qint64 (*run)(const QString&))
 {
     printLog(u"get= "_s + received.payload);
     const auto info = decode_application_info(received.payload);
-    AppDelegate::send(info ? Protocol::resultCommand(info->session, run(info->exec))
-                           : Protocol::resultCommandFailedToRead());
+    if (!info) {
+        AppDelegate::send(Protocol::resultCommandFailedToRead());
+        return;
+    }
+    static quint64 lastCommand = 0; // of this run; only the link's queue comes here
+    const quint64 command = ++lastCommand;
+    MainQueue::post([command, text = info->exec] { AppDelegate::commandBegan(command, text); });
+    const qint64 status = run(info->exec);
+    AppDelegate::send(Protocol::resultCommand(info->session, status));
+    MainQueue::post([command, status] { AppDelegate::commandEnded(command, status); });
 }
 
 void executeCommand(const Received& received)

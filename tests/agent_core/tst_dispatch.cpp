@@ -278,7 +278,9 @@ private Q_SLOTS:
         const auto titles = [] {
             QStringList result;
             for (const QAction* const item : AppDelegate::state().statusBarMenu->actions()) {
-                result.append(item->isSeparator() ? u"-"_s : item->text());
+                if (item->isVisible()) {
+                    result.append(item->isSeparator() ? u"-"_s : item->text());
+                }
             }
             return result.join(u'|');
         };

@@ -3,6 +3,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
@@ -20,7 +21,7 @@ public:
     explicit Journal(AgentFixture& agent) : m_agent(agent)
     {
         qApp->installEventFilter(this);
-        // Set anew, with whatever it shows, together with the icon.
+        // It changes together with the icon.
         connect(AppDelegate::state().statusBarMenu->actions().at(2), &QAction::changed, this,
                 [this] { add(u"menu "_s + AgentFixture::sessionLists()); });
         for (QWidget* const window : QApplication::topLevelWidgets()) {
@@ -128,14 +129,14 @@ private Q_SLOTS:
         const auto row = [](const QByteArray& message, const char* journal) {
             QTest::newRow(message.constData()) << message << QString::fromLatin1(journal);
         };
-        row("connected_gateway=other", "menu [7A8B][7A8B]");
-        row("disconnected_gateway", "menu [7A8B][7A8B]");
-        row("disconnected_gateway=why", "menu [7A8B][7A8B]");
+        row("connected_gateway=other", "");
+        row("disconnected_gateway", ""); // the icon alone changes
+        row("disconnected_gateway=why", "");
         row("account_invalid", ""); // the icon is left alone
         row("connected_session={\"session\":9,\"deviceName\":\"d\",\"controlName\":\"C\"}",
             "menu [7A8B9C][7A8B9C]");
         row("disconnected_session=7", "menu [8B][8B], height 233, chat ends, line");
-        row("disconnected_session=9", "menu [7A8B][7A8B]");
+        row("disconnected_session=9", "");
         row("disconnect_all_sessions",
             "menu [][], height 153, ConnectionStatus goes, chat ends, line");
         row(status("true"), "menu [9C][9C], height 233");
@@ -174,6 +175,9 @@ private Q_SLOTS:
     void ofEndingASession()
     {
         begin();
+        QElapsedTimer sinceRowsMoved;
+        sinceRowsMoved.start();
+        QTRY_VERIFY(sinceRowsMoved.hasExpired(700));
         Journal written(*m_agent);
         for (const auto& button : {u"ChatButton2"_s, u"abort"_s}) {
             QTest::mouseClick(window("ConnectionStatus")->findChild<QWidget*>(button),

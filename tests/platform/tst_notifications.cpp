@@ -1,3 +1,4 @@
+#include "NotificationServer.h"
 #include "platform/desktop/Notifications.h"
 #include "platform/threads/MainQueue.h"
 
@@ -13,67 +14,6 @@
 using namespace Qt::StringLiterals;
 using Place = Notifications::Place;
 
-namespace {
-
-const QString kService = u"org.freedesktop.Notifications"_s;
-const QString kPath = u"/org/freedesktop/Notifications"_s;
-
-// A notification service, on a connection of its own. This thread plays it, so a client that waits
-// for it hangs.
-class Server : public QDBusVirtualObject {
-public:
-    QStringList capabilities;
-    bool isSilent = false;
-    QDBusMessage last; // the last call that wants an answer
-    QDBusConnection bus =
-        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QUuid::createUuid().toString());
-
-    explicit Server(QStringList& calls) : m_calls(calls)
-    {
-        bus.registerVirtualObject(kPath, this);
-        bus.registerService(kService);
-    }
-
-    ~Server() override
-    {
-        bus.unregisterService(kService);
-        QDBusConnection::disconnectFromBus(bus.name());
-    }
-
-    QString introspect(const QString& /*path*/) const override { return {}; }
-
-    // Noted are "?" for the capabilities, "title>replaced id" and "-closed id".
-    bool handleMessage(const QDBusMessage& call, const QDBusConnection& /*bus*/) override
-    {
-        call.setDelayedReply(true);
-        const auto sent = call.arguments();
-        if (call.member() == u"CloseNotification") {
-            m_calls += u'-' + sent[0].toString();
-            return true;
-        }
-        m_calls += sent.isEmpty() ? u"?"_s : sent[3].toString() + u'>' + sent[1].toString();
-        last = call;
-        if (!isSilent) {
-            answer();
-        }
-        return true;
-    }
-
-    void answer()
-    {
-        const auto sent = last.arguments();
-        const uint replaced = sent.value(1).toUInt();
-        bus.send(last.createReply(sent.isEmpty() ? QVariant(capabilities)
-                                                 : QVariant(replaced ? replaced : ++m_lastId)));
-    }
-
-private:
-    QStringList& m_calls;
-    uint m_lastId = 0;
-};
-
-} // namespace
-
 class TestNotifications : public QObject {
     Q_OBJECT
 
@@ -84,7 +24,7 @@ private Q_SLOTS:
     {
         for (const bool isOther : {false, true}) {
             QStringList calls;
-            Server server(calls);
+            NotificationServer server(calls);
             server.capabilities = {isOther ? u"body-markup"_s : u"body"_s};
             Notifications notifications(u"App"_s, u"/icon.png"_s);
             const QString strange = u"<b>a\u0000\"&"_s + QChar(0xD83D); // half of a pair
@@ -130,7 +70,7 @@ private Q_SLOTS:
         QFETCH(const QString, calls);
         const QStringList expected = calls.split(u' ');
         QStringList log;
-        std::optional<Server> server;
+        std::optional<NotificationServer> server;
         Notifications notifications(u"App"_s, {});
         connect(&notifications, &Notifications::activated, this,
                 [&](Place place) { log += u'!' + u"QSA"_s[static_cast<int>(place)]; });
@@ -150,7 +90,7 @@ private Q_SLOTS:
                 server->bus.send(server->last.createErrorReply(u"org.test.No"_s, {}));
             } else if (step[0].isLower()) {
                 auto signal = QDBusMessage::createSignal(
-                    kPath, kService,
+                    NotificationServer::kPath, NotificationServer::kService,
                     step.startsWith(u"close") ? u"NotificationClosed"_s : u"ActionInvoked"_s);
                 signal << uint(step[5].digitValue())
                        << (step.startsWith(u"click") ? u"default"_s : u"other"_s);

@@ -5,6 +5,7 @@
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
 #include "records/Intervals.h"
+#include "window_kit/InputGuard.h"
 
 #include <QApplication>
 #include <QDir>
@@ -162,6 +163,12 @@ QString AgentFixture::sessionLists()
         text += u']';
     }
     return text;
+}
+
+bool AgentFixture::waitUntilHeard(const QWidget* window)
+{
+    const auto* const guard = window->findChild<InputGuard*>();
+    return QTest::qWaitFor([guard] { return !guard->isOn(); });
 }
 
 QWidget* AgentFixture::topLevel(const char* name)

@@ -46,6 +46,8 @@ public:
     // The first window of that name; null where there is none.
     [[nodiscard]] static QWidget* topLevel(const char* name);
     [[nodiscard]] static QWidget* window() { return topLevel("ConnectionStatus"); }
+    // Waits until a window that came up by itself hears keys and clicks.
+    [[nodiscard]] static bool waitUntilHeard(const QWidget* window);
     // The agent's sessions, and those of the status window: "[7Ann8Bob][7Ann8Bob]".
     [[nodiscard]] static QString sessionLists();
     std::unique_ptr<AppDelegate> delegate;

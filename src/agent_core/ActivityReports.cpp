@@ -1,0 +1,134 @@
+#include "agent_core/DesktopNotices.h"
+#include "agent_state/AppDelegate.h"
+#include "records/Activity.h"
+#include "windows/ActivityWindow.h"
+#include "windows/ConnectionStatus.h"
+
+#include <QAction>
+#include <QLocale>
+#include <QMenu>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Kind = Activity::Kind;
+
+// "Session began: Ann Carter".
+QString lineFor(const Activity& activity)
+{
+    const JsonData::Info labels = AppDelegate::labels().value_or(englishFallback());
+    return ActivityWindow::eventName(activity.kind, labels) + u": "_s + activity.text;
+}
+
+} // namespace
+
+void AppDelegate::noteActivity(const Activity& activity)
+{
+    AgentState& agent = state();
+    Activity noted = activity;
+    noted.isUnseen = noted.kind == Kind::RequestAccepted ||
+                     (agent.isScreenLocked && noted.kind != Kind::Command);
+    agent.activities.add(noted);
+    agent.activityWindow->update();
+    if (noted.kind == Kind::Command) {
+        return;
+    }
+    if (noted.isUnseen) {
+        showUnseenActivity();
+    }
+    if (agent.notices != nullptr && !isAtLoginWindow()) {
+        if (noted.kind == Kind::SessionNotEnded) {
+            agent.notices->tellSessionAlways(lineFor(noted));
+        } else {
+            agent.notices->tellSession(lineFor(noted));
+        }
+    }
+}
+
+void AppDelegate::noteSessionBegan(const SessionInfo& session)
+{
+    const bool hasNotEnded = state().endedByPerson.contains(session.session);
+    if (hasNotEnded) {
+        state().connectionStatus->notEnded.insert(session.session);
+    }
+    noteActivity({.kind = hasNotEnded ? Kind::SessionNotEnded : Kind::SessionBegan,
+                  .time = QDateTime::currentDateTime(),
+                  .text = session.remoteControlUser});
+}
+
+void AppDelegate::noteSessionEnded(const SessionInfo& session)
+{
+    noteActivity({.kind = Kind::SessionEnded,
+                  .time = QDateTime::currentDateTime(),
+                  .text = session.remoteControlUser});
+}
+
+void AppDelegate::noteAccepted(const QString& controlName)
+{
+    noteActivity(
+        {.kind = Kind::RequestAccepted, .time = QDateTime::currentDateTime(), .text = controlName});
+}
+
+void AppDelegate::forgetEnded(qint64 session)
+{
+    state().endedByPerson.remove(session);
+    state().connectionStatus->notEnded.remove(session);
+}
+
+void AppDelegate::commandBegan(quint64 command, const QString& text)
+{
+    const QString firstLine = text.section(u'\n', 0, 0, QString::SectionSkipEmpty);
+    noteActivity({.kind = Kind::Command,
+                  .time = QDateTime::currentDateTime(),
+                  .text = firstLine,
+                  .command = command});
+}
+
+void AppDelegate::commandEnded(quint64 command, qint64 status)
+{
+    state().activities.finish(command, status);
+    state().activityWindow->update();
+}
+
+void AppDelegate::screenLockChanged(bool isLocked)
+{
+    state().isScreenLocked = isLocked;
+    const QList<Activity> unseen = state().activities.unseen();
+    if (isLocked || unseen.isEmpty() || state().notices == nullptr) {
+        return;
+    }
+    QStringList lines;
+    for (const Activity& activity : unseen) {
+        lines.append(QLocale().toString(activity.time.time(), QLocale::ShortFormat) + u' ' +
+                     lineFor(activity));
+    }
+    state().notices->tellAbsence(lines);
+}
+
+void AppDelegate::showActivity()
+{
+    if (!isTerminating()) {
+        state().activityWindow->present();
+    }
+}
+
+void AppDelegate::activitySeen()
+{
+    state().activities.markSeen();
+    showUnseenActivity();
+    if (state().notices != nullptr) {
+        state().notices->absenceSeen();
+    }
+}
+
+// The menu's last line, and the picture of the status window's button.
+void AppDelegate::showUnseenActivity()
+{
+    const bool hasUnseen = !state().activities.unseen().isEmpty();
+    if (state().awayItem != nullptr) {
+        state().awayItem->setVisible(hasUnseen);
+    }
+    state().connectionStatus->hasUnseenActivity = hasUnseen;
+    redrawIfVisible();
+}

@@ -1,0 +1,38 @@
+#include "records/Activity.h"
+
+#include <algorithm>
+
+void ActivityList::add(const Activity& activity)
+{
+    m_all.append(activity);
+    if (m_all.size() > kMost) {
+        m_all.removeFirst();
+        ++m_dropped;
+    }
+}
+
+void ActivityList::finish(quint64 command, qint64 status)
+{
+    const auto found =
+        std::find_if(m_all.rbegin(), m_all.rend(), [command](const Activity& activity) {
+            return activity.kind == Activity::Kind::Command && activity.command == command;
+        });
+    if (found != m_all.rend()) {
+        found->status = status;
+    }
+}
+
+QList<Activity> ActivityList::unseen() const
+{
+    QList<Activity> found;
+    std::copy_if(m_all.cbegin(), m_all.cend(), std::back_inserter(found),
+                 [](const Activity& activity) { return activity.isUnseen; });
+    return found;
+}
+
+void ActivityList::markSeen()
+{
+    for (Activity& activity : m_all) {
+        activity.isUnseen = false;
+    }
+}

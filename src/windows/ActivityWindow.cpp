@@ -1,0 +1,154 @@
+#include "windows/ActivityWindow.h"
+
+#include "platform/accounts/PreferredLanguages.h"
+#include "ui_ActivityWindow.h"
+#include "window_kit/AgentWindow.h"
+#include "window_kit/Placement.h"
+#include "window_kit/ShownText.h"
+#include "windows/ArrivalTime.h"
+
+#include <QDialog>
+#include <QHeaderView>
+#include <QHideEvent>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// In UTF-16 code units; a longer text is whole in its tool tip.
+constexpr qsizetype kLongestText = 300;
+
+// Today's without the date.
+QString timeText(const QDateTime& time)
+{
+    return time.date() == QDate::currentDate()
+               ? time.toString(u"HH:mm:ss"_s)
+               : arrivalTime(time, preferredLanguages().constFirst());
+}
+
+QString statusText(const Activity& activity, const JsonData::Info& labels)
+{
+    if (activity.kind != Activity::Kind::Command) {
+        return {};
+    }
+    return activity.status ? QString::number(*activity.status) : labels.Activity.running;
+}
+
+} // namespace
+
+class ActivityWindow::Window : public AgentWindow<QDialog> {
+public:
+    explicit Window(ActivityWindow& owner)
+        : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
+                                      Qt::WindowCloseButtonHint),
+          m_owner(owner)
+    {
+        ui.setupUi(this);
+        setLogo(ui.logo);
+        ui.entries->header()->setSectionsMovable(false);
+        ui.entries->header()->setStretchLastSection(false);
+        ui.entries->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+        ui.entries->header()->setSectionResizeMode(2, QHeaderView::Stretch);
+        connectButton(ui.Quit, [this] { reject(); });
+    }
+
+    void fill(const ActivityList& activities, const JsonData::Info& labels)
+    {
+        setWindowTitle(u"vantory - "_s + labels.Activity.title);
+        ui.Quit->setText(labels.Common.quit);
+        ui.entries->setAccessibleName(labels.Activity.title);
+        ui.entries->setHeaderLabels({labels.Activity.time, labels.Activity.event,
+                                     labels.Activity.details, labels.Activity.status});
+        ui.entries->clear();
+        for (const Activity& activity : activities.all()) {
+            ui.entries->insertTopLevelItem(0, itemFor(activity, labels));
+        }
+        ui.earlier->setText(activities.dropped() > 0 ? labels.Activity.earlier + u": "_s +
+                                                           QString::number(activities.dropped())
+                                                     : QString());
+    }
+
+    Ui::ActivityWindow ui;
+
+protected:
+    void hideEvent(QHideEvent* event) override
+    {
+        AgentWindow::hideEvent(event);
+        if (!event->spontaneous()) {
+            Q_EMIT m_owner.seen();
+        }
+    }
+
+private:
+    [[nodiscard]] QTreeWidgetItem* itemFor(const Activity& activity,
+                                           const JsonData::Info& labels) const
+    {
+        auto* const item = new QTreeWidgetItem(
+            {timeText(activity.time), eventName(activity.kind, labels),
+             ShownText::line(activity.text, kLongestText), statusText(activity, labels)});
+        item->setToolTip(2, ShownText::toolTip(activity.text));
+        if (activity.isUnseen) {
+            QFont bold = font();
+            bold.setBold(true);
+            for (int column = 0; column < item->columnCount(); ++column) {
+                item->setFont(column, bold);
+            }
+        }
+        return item;
+    }
+
+    ActivityWindow& m_owner;
+};
+
+QString ActivityWindow::eventName(Activity::Kind kind, const JsonData::Info& labels)
+{
+    switch (kind) {
+    case Activity::Kind::SessionBegan:
+        return labels.Activity.began;
+    case Activity::Kind::SessionEnded:
+        return labels.Activity.ended;
+    case Activity::Kind::SessionNotEnded:
+        return labels.Activity.not_ended;
+    case Activity::Kind::RequestAccepted:
+        return labels.Activity.accepted;
+    case Activity::Kind::Command:
+        return labels.Activity.command;
+    }
+    return {};
+}
+
+ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
+    : m_labels(std::move(labels)), m_activities(std::move(activities))
+{
+    m_fillTimer.setSingleShot(true);
+    m_fillTimer.setInterval(0);
+    connect(&m_fillTimer, &QTimer::timeout, this, &ActivityWindow::fill);
+}
+
+ActivityWindow::~ActivityWindow() = default;
+
+void ActivityWindow::present()
+{
+    if (!m_window) {
+        m_window = std::make_unique<Window>(*this);
+    }
+    if (!m_window->isVisible()) {
+        m_window->move(Placement::centre(Placement::availableArea(), m_window->size()));
+    }
+    fill();
+    m_window->present();
+}
+
+void ActivityWindow::update()
+{
+    if (m_window && m_window->isVisible()) {
+        m_fillTimer.start();
+    }
+}
+
+void ActivityWindow::fill()
+{
+    m_window->fill(m_activities(), m_labels().value_or(englishFallback()));
+}

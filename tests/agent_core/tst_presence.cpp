@@ -1,0 +1,230 @@
+#include "AgentFixture.h"
+#include "NotificationServer.h"
+#include "records/Intervals.h"
+#include "windows/ActivityWindow.h"
+#include "windows/UserAcknowlegement.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QTest>
+#include <QTreeWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray session(const QByteArray& command, const QByteArray& name)
+{
+    return command + "{\"session\":7,\"deviceName\":\"d\",\"controlName\":\"" + name + "\"}";
+}
+
+QByteArray status(const QByteArray& sessions)
+{
+    return R"(status={"accountIsValid":true,"gateway":"gw","sessionId":"","sessions":[)" +
+           sessions + "]}";
+}
+
+constexpr const char* kAnn = R"({"session":7,"remoteDevice":"d","remoteControlUser":"Ann"})";
+
+} // namespace
+
+// What the person is told of what happens to the computer, now or later.
+class TestPresence : public QObject {
+    Q_OBJECT
+
+private:
+    static QWidget* window(const char* name) { return AgentFixture::topLevel(name); }
+
+    // The list's rows without their times, the newest first.
+    static QStringList activities()
+    {
+        QStringList rows;
+        const auto* const list = window("ActivityWindow")->findChild<QTreeWidget*>();
+        for (int row = 0; row < list->topLevelItemCount(); ++row) {
+            const QTreeWidgetItem& item = *list->topLevelItem(row);
+            rows.append((item.font(1).bold() ? u"*"_s : QString()) + item.text(1) + u'|' +
+                        item.text(2) + u'|' + item.text(3));
+        }
+        return rows;
+    }
+
+    void start() { QVERIFY(m_agent->start()); }
+
+    // What the notification service is asked for until nothing more comes.
+    QString takeCalls()
+    {
+        QTest::qWait(250);
+        return std::exchange(m_calls, {}).join(u' ');
+    }
+
+    QStringList m_calls;
+    std::unique_ptr<NotificationServer> m_server;
+    std::unique_ptr<AgentFixture> m_agent;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_calls.clear();
+        m_server = std::make_unique<NotificationServer>(m_calls);
+        m_agent = std::make_unique<AgentFixture>();
+    }
+    void cleanup()
+    {
+        m_agent.reset();
+        m_server.reset();
+    }
+
+    void neverAsksForEver()
+    {
+        start();
+        Intervals::current().showConnection = std::chrono::milliseconds(1);
+        const auto asks = [this] {
+            QTest::qWait(100); // the window's time is over
+            const auto count = m_agent->sent().count("#####request=connections_status");
+            m_agent->forget();
+            return count;
+        };
+        for (int answers = 0; answers < 3; ++answers) {
+            QVERIFY(m_agent->send(status({})));
+            QCOMPARE(asks(), 0);
+        }
+        QVERIFY(m_agent->send(status(kAnn)));
+        QCOMPARE(asks(), 1); // the window has come up
+        QVERIFY(m_agent->send(status(kAnn)));
+        QCOMPARE(asks(), 0);
+    }
+
+    void sessionsAreTold()
+    {
+        start();
+        QVERIFY(m_agent->send(session("connected_session=", "<b>Ann</b>")));
+        QTRY_COMPARE(m_server->title(), u"Session began: <b>Ann</b>"_s);
+        QCOMPARE(m_server->urgency(), 1);
+        QVERIFY(m_agent->send("disconnected_session=7"));
+        QTRY_COMPARE(m_server->title(), u"Session ended: <b>Ann</b>"_s);
+        QCOMPARE(m_server->text(), u"Session began: <b>Ann</b>"_s);
+        QCOMPARE(m_server->replacedId(), 1U);
+        m_server->click(1);
+        QTRY_VERIFY(window("ConnectionStatus") != nullptr &&
+                    window("ConnectionStatus")->isVisible());
+
+        m_calls.clear();
+        m_agent->allowShowing("false");
+        QVERIFY(m_agent->send(session("connected_session=", "Bob")));
+        QVERIFY(m_agent->send("disconnected_session=7"));
+        QCOMPARE(takeCalls(), QString());
+    }
+
+    void aQuestionIsToldUntilItIsAnswered()
+    {
+        start();
+        m_agent->allowShowing("false");
+        QVERIFY(m_agent->send("user_acknowledgement=1;srv;Ann"));
+        QTRY_COMPARE(m_server->title(), u"Remote control request"_s);
+        QVERIFY(m_server->text().contains(u"Ann"));
+        QCOMPARE(m_server->urgency(), 2);
+        QCOMPARE(m_server->expires(), 0);
+        QVERIFY(m_agent->send("user_acknowledgement=2;srv;Bob"));
+        QTRY_VERIFY(m_server->text().contains(u"Bob"));
+        QVERIFY(m_server->text().contains(u"takes the place"));
+        QVERIFY(m_agent->send("close_acknowledgement"));
+        QTRY_COMPARE(m_server->title(), u"The request was withdrawn"_s);
+        QCOMPARE(m_server->urgency(), 1);
+        takeCalls();
+        QVERIFY(m_agent->send("close_acknowledgement")); // there is none
+        QVERIFY(m_agent->send("user_acknowledgement=3;srv;Eve"));
+        AppDelegate::state().userAcknowledge->acceptAction();
+        QCOMPARE(takeCalls(), u"Remote control request>1 -1"_s);
+    }
+
+    void whatHappenedBehindALockedScreenIsToldOnce()
+    {
+        start();
+        AppDelegate::screenLockChanged(true);
+        AppDelegate::noteAccepted(u"Ann"_s);
+        QVERIFY(m_agent->send(session("connected_session=", "Ann")));
+        QVERIFY(m_agent->send("disconnected_session=7"));
+        QVERIFY(m_agent->send(R"(execute_command={"session":7,"exec":"true"})"));
+        QVERIFY(AppDelegate::state().awayItem->isVisible());
+        takeCalls();
+        AppDelegate::screenLockChanged(false);
+        QTRY_COMPARE(m_server->title(), u"While you were away"_s);
+        QCOMPARE(m_server->text().split(u'\n').size(), 3);
+        QVERIFY(m_server->text().contains(u"Request accepted on your behalf: Ann"));
+        QCOMPARE(m_server->expires(), 0);
+
+        AppDelegate::showActivity();
+        QTRY_COMPARE(activities(), QStringList({u"Command|true|0"_s, u"*Session ended|Ann|"_s,
+                                                u"*Session began|Ann|"_s,
+                                                u"*Request accepted on your behalf|Ann|"_s}));
+        takeCalls();
+        window("ActivityWindow")->close();
+        QVERIFY(!AppDelegate::state().awayItem->isVisible());
+        QVERIFY(takeCalls().startsWith(u'-'));
+        AppDelegate::screenLockChanged(true);
+        AppDelegate::screenLockChanged(false);
+        QCOMPARE(takeCalls(), QString());
+    }
+
+    void anEndThatDidNotHappenIsTold()
+    {
+        start();
+        QVERIFY(m_agent->send(status(kAnn)));
+        AppDelegate::connectionDisplay();
+        AppDelegate::endSession(7);
+        QVERIFY(m_agent->send(status(kAnn)));
+        QTRY_COMPARE(m_server->title(), u"Session has not ended: Ann"_s);
+        const auto* const timing = window("ConnectionStatus")->findChild<QLabel*>(u"timing"_s);
+        QVERIFY(timing->text().endsWith(u"Not ended"_s));
+        // The next one of that number is another.
+        QVERIFY(m_agent->send("disconnected_session=7"));
+        QVERIFY(m_agent->send(status(kAnn)));
+        QTRY_COMPARE(m_server->title(), u"Session began: Ann"_s);
+        QVERIFY(!timing->text().endsWith(u"Not ended"_s));
+    }
+
+    void commandsAreListed()
+    {
+        start();
+        AppDelegate::showActivity();
+        m_agent->write("execute_command={\"session\":7,\"exec\":\"printf one\\nsleep 1\"}");
+        QTRY_COMPARE(activities(), QStringList(u"Command|printf one|Running"_s));
+        QTRY_COMPARE(activities(), QStringList(u"Command|printf one|0"_s));
+        QVERIFY(m_agent->send(R"(execute_application={"session":7,"exec":"exit 3"})"));
+        QTRY_COMPARE(activities().value(0), u"Command|exit 3|3"_s);
+        for (int i = 0; i < 1'000; ++i) {
+            AppDelegate::commandBegan(100, u"x"_s);
+        }
+        QTRY_COMPARE(window("ActivityWindow")->findChild<QLabel*>(u"earlier"_s)->text(),
+                     u"Earlier entries that are not shown: 2"_s);
+        QCOMPARE(activities().size(), 1'000);
+    }
+
+    void theIconSpeaks()
+    {
+        start();
+        const auto tip = [] { return AppDelegate::state().statusBarLook.toolTip; };
+        QVERIFY(m_agent->send("disconnected_gateway"));
+        QCOMPARE(tip(), u"KRD – Not linked"_s);
+        QVERIFY(m_agent->send("connected_gateway=gw"));
+        QCOMPARE(tip(), u"KRD – Linked"_s);
+        QVERIFY(m_agent->send(session("connected_session=", "Ann")));
+        QCOMPARE(tip(), u"KRD – In session: Ann"_s);
+    }
+
+    void managedOrNotIsKnownFromTheStart()
+    {
+        QVERIFY(writeFile(m_agent->preferences(u"com.halvern.vantory.agent.settings.plist"_s),
+                          "<plist version=\"1.0\"><dict><key>managed</key><false/>"
+                          "<key>sessionCode</key><string>123456</string>"
+                          "<key>accountID</key><string/><key>platform</key><string/>"
+                          "</dict></plist>"));
+        start();
+        QVERIFY(m_agent->send(status(kAnn)));
+        AppDelegate::connectionDisplay();
+        QVERIFY(!window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s)->isVisible());
+    }
+};
+
+QTEST_MAIN(TestPresence)
+#include "tst_presence.moc"
