@@ -10,6 +10,7 @@
 #include <QDialog>
 #include <QHeaderView>
 #include <QHideEvent>
+#include <QStyledItemDelegate>
 
 #include <utility>
 
@@ -27,6 +28,18 @@ QString timeText(const QDateTime& time)
                ? time.toString(u"HH:mm:ss"_s)
                : arrivalTime(time, preferredLanguages().constFirst());
 }
+
+// Keeps the columns and lines apart.
+class Spacing : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option,
+                                 const QModelIndex& index) const override
+    {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(16, 8);
+    }
+};
 
 QString statusText(const Activity& activity, const JsonData::Info& labels)
 {
@@ -47,6 +60,7 @@ public:
     {
         ui.setupUi(this);
         setLogo(ui.logo);
+        ui.entries->setItemDelegate(new Spacing(ui.entries));
         ui.entries->header()->setSectionsMovable(false);
         ui.entries->header()->setStretchLastSection(false);
         ui.entries->header()->setSectionResizeMode(QHeaderView::ResizeToContents);

@@ -48,7 +48,6 @@ void SessionRow::translate(const QString& abort, const QString& chat)
 void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd, const QString& note)
 {
     const auto before = std::exchange(m_session, session);
-    m_note = note;
     m_isClockRunning = m_session.has_value();
     const bool isAnother = !m_session || !before || m_session->session != before->session;
     if (isAnother) {
@@ -60,30 +59,20 @@ void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd, co
     m_widgets->place->setVisible(m_session.has_value());
     m_widgets->name->setFullText(m_session ? m_session->remoteControlUser : QString());
     m_widgets->abort->setVisible(canEnd);
+    m_widgets->note->setFullText(note);
+    m_widgets->note->setVisible(!note.isEmpty());
     if (isAnother) {
         m_widgets->timing->clear();
+        tick();
     }
-    showTime();
 }
 
 void SessionRow::tick()
 {
-    if (m_isClockRunning) {
-        showTime();
-    }
-}
-
-void SessionRow::showTime()
-{
-    if (!m_widgets || !m_session) {
-        return;
-    }
-    const auto elapsed = m_session->sessionDate
-                             ? elapsedText(sessionDateNow() - *m_session->sessionDate)
-                             : std::nullopt;
-    if (elapsed || !m_note.isEmpty()) {
-        const QString separator = elapsed && !m_note.isEmpty() ? u" · "_s : QString();
-        m_widgets->timing->setText(elapsed.value_or(QString()) + separator + m_note);
+    if (m_widgets && m_isClockRunning && m_session->sessionDate) {
+        if (const auto text = elapsedText(sessionDateNow() - *m_session->sessionDate)) {
+            m_widgets->timing->setText(*text);
+        }
     }
 }
 

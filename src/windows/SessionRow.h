@@ -25,6 +25,7 @@ public:
         QLabel* sign;
         ElidedLabel* name;
         QLabel* timing;
+        ElidedLabel* note;
         QToolButton* chat;
         QToolButton* abort;
     };
@@ -34,7 +35,7 @@ public:
     void translate(const QString& abort, const QString& chat);
 
     // None for a row without a session. `canEnd`: whether the person may end it. `note` stands
-    // behind the elapsed time.
+    // below the elapsed time; empty for none.
     void show(const std::optional<SessionInfo>& session, bool canEnd, const QString& note);
     // Writes the elapsed time.
     void tick();
@@ -51,11 +52,8 @@ public:
     [[nodiscard]] bool isPressMeant();
 
 private:
-    void showTime();
-
     std::optional<Widgets> m_widgets;
     std::optional<SessionInfo> m_session;
-    QString m_note;
     bool m_isClockRunning = false;
     QTimer m_settling;
     std::optional<qint64> m_pressed; // the session whose button is pressed
