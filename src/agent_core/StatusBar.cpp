@@ -62,11 +62,11 @@ QString toolTip(const JsonData::Info& labels)
     const QList<SessionInfo>& sessions = AppDelegate::state().sessions.all();
     const QString linked = AppDelegate::state().gatewayConnectionStatus
                                ? labels.Connection.linked
-                               : labels.Connection.not_linked;
+                               : labels.Connection.notLinked;
     const QString words =
         sessions.isEmpty()
             ? linked
-            : StatusBarRules::connectionTitle(labels.Connection.in_session, sessions);
+            : StatusBarRules::connectionTitle(labels.Connection.inSession, sessions);
     return AppDelegate::options.oemName + u" – "_s + words;
 }
 

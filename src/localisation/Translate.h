@@ -32,7 +32,7 @@ struct JsonData {
         };
         struct Connection {
             QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
-                abort_connection_label, linked, not_linked, in_session, not_ended;
+                abort_connection_label, linked, notLinked, inSession, notEnded;
         };
         struct About {
             QString about, agent, version, build;
@@ -50,7 +50,7 @@ struct JsonData {
             QString username, password, wrong, checking;
         };
         struct Activity {
-            QString title, away, began, ended, not_ended, accepted, command, running, status, time,
+            QString title, away, began, ended, notEnded, accepted, command, running, status, time,
                 event, details, earlier;
         };
         struct error {

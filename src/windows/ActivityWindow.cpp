@@ -124,7 +124,7 @@ QString ActivityWindow::eventName(Activity::Kind kind, const JsonData::Info& lab
     case Activity::Kind::SessionEnded:
         return labels.Activity.ended;
     case Activity::Kind::SessionNotEnded:
-        return labels.Activity.not_ended;
+        return labels.Activity.notEnded;
     case Activity::Kind::RequestAccepted:
         return labels.Activity.accepted;
     case Activity::Kind::Command:

@@ -116,8 +116,8 @@ private:
 
 ConnectionStatus::ConnectionStatus(LabelSource labels)
     : ready(u"Agent ready"_s), no_gateway(u"No gateway available"_s),
-      account_invalid(u"Account is blocked or no longer exists"_s), not_ended(u"Not ended"_s),
-      m_labels(std::move(labels))
+      account_invalid(u"Account is blocked or no longer exists"_s), m_labels(std::move(labels)),
+      m_notEnded(u"Not ended"_s)
 {
     connect(&sessionTimer, &QTimer::timeout, this, [this] {
         inSession();
@@ -191,7 +191,7 @@ void ConnectionStatus::translate(const JsonData::Info& data)
     ready = data.Connection.ready;
     no_gateway = data.Connection.no_gateway;
     account_invalid = data.Connection.account_invalid;
-    not_ended = data.Connection.not_ended;
+    m_notEnded = data.Connection.notEnded;
     m_activityTitle = data.Activity.title;
     m_awayTitle = data.Activity.away;
     if (!m_window) {
@@ -272,7 +272,7 @@ void ConnectionStatus::showRows()
         if (m_window && (number != row.session() || !isManaged)) {
             m_window->leaveRow(index);
         }
-        row.show(session, isManaged, number && notEnded.contains(*number) ? not_ended : QString());
+        row.show(session, isManaged, number && notEnded.contains(*number) ? m_notEnded : QString());
     }
 }
 

@@ -63,6 +63,8 @@ public:
     void inSession();
     void inSession2();
 
+    QTimer sessionTimer; // of both rows, so that they tick together
+
     // Given from outside, shown at the next config().
     bool gatewayConnectionStatus = false;
     QString gateway_name; // a tool tip, where `showConnectionDetail`
@@ -76,7 +78,6 @@ public:
     QString ready;
     QString no_gateway;
     QString account_invalid;
-    QString not_ended;
     bool logoChanged = false;
 
     // Points.
@@ -106,7 +107,7 @@ private:
     const LabelSource m_labels;
     QList<SessionInfo> m_sessions;
     std::array<SessionRow, 2> m_rows;
-    QTimer sessionTimer; // of both rows, so that they tick together
+    QString m_notEnded;
     QString m_activityTitle;
     QString m_awayTitle;
     std::unique_ptr<Window> m_window;
