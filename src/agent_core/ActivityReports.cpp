@@ -5,21 +5,13 @@
 #include "windows/ConnectionStatus.h"
 
 #include <QAction>
-#include <QLocale>
 #include <QMenu>
 
-using namespace Qt::StringLiterals;
+#include <utility>
 
 namespace {
 
 using Kind = Activity::Kind;
-
-// "Session began: Ann Carter".
-QString lineFor(const Activity& activity)
-{
-    const JsonData::Info labels = AppDelegate::labels().value_or(englishFallback());
-    return ActivityWindow::eventName(activity.kind, labels) + u": "_s + activity.text;
-}
 
 } // namespace
 
@@ -35,14 +27,11 @@ void AppDelegate::noteActivity(const Activity& activity)
         return;
     }
     if (noted.isUnseen) {
+        agent.hasUntoldAbsence = true;
         showUnseenActivity();
     }
     if (agent.notices != nullptr && !isAtLoginWindow()) {
-        if (noted.kind == Kind::SessionNotEnded) {
-            agent.notices->tellSessionAlways(lineFor(noted));
-        } else {
-            agent.notices->tellSession(lineFor(noted));
-        }
+        agent.notices->tellSession(noted);
     }
 }
 
@@ -94,16 +83,9 @@ void AppDelegate::commandEnded(quint64 command, qint64 status)
 void AppDelegate::screenLockChanged(bool isLocked)
 {
     state().isScreenLocked = isLocked;
-    const QList<Activity> unseen = state().activities.unseen();
-    if (isLocked || unseen.isEmpty() || state().notices == nullptr) {
-        return;
+    if (!isLocked && state().notices != nullptr && std::exchange(state().hasUntoldAbsence, false)) {
+        state().notices->tellAbsence(state().activities.unseen());
     }
-    QStringList lines;
-    for (const Activity& activity : unseen) {
-        lines.append(QLocale().toString(activity.time.time(), QLocale::ShortFormat) + u' ' +
-                     lineFor(activity));
-    }
-    state().notices->tellAbsence(lines);
 }
 
 void AppDelegate::showActivity()
@@ -116,6 +98,7 @@ void AppDelegate::showActivity()
 void AppDelegate::activitySeen()
 {
     state().activities.markSeen();
+    state().hasUntoldAbsence = false;
     showUnseenActivity();
     if (state().notices != nullptr) {
         state().notices->absenceSeen();
@@ -125,7 +108,7 @@ void AppDelegate::activitySeen()
 // The menu's last line, and the picture of the status window's button.
 void AppDelegate::showUnseenActivity()
 {
-    const bool hasUnseen = !state().activities.unseen().isEmpty();
+    const bool hasUnseen = state().activities.hasUnseen();
     if (state().awayItem != nullptr) {
         state().awayItem->setVisible(hasUnseen);
     }

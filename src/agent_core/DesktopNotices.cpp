@@ -3,7 +3,10 @@
 #include "platform/files/MainBundle.h"
 #include "service_link/AllowedSettings.h"
 #include "window_kit/ShownText.h"
+#include "windows/ActivityWindow.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -13,20 +16,34 @@ namespace {
 // Notification services show few lines.
 constexpr qsizetype kMostLines = 5;
 constexpr qsizetype kLongestLine = 120;
+constexpr qsizetype kLongestQuestion = 400;
 constexpr std::chrono::milliseconds kGathering(100);
 // An older line has been read.
 constexpr qint64 kReadAfter = 10'000; // milliseconds
 
+// Of sessions, as many as are kept to be shown or counted.
+constexpr qsizetype kMostNews = 100;
+
+// "Session began: Ann Carter".
+QString lineFor(const Activity& activity, const JsonData::Info& labels)
+{
+    return ShownText::line(
+        ActivityWindow::eventName(activity.kind, labels) + u": "_s + activity.text, kLongestLine);
+}
+
 QString text(const QStringList& lines)
 {
-    QStringList shown;
-    for (const QString& line : lines.first(std::min(lines.size(), kMostLines))) {
-        shown.append(ShownText::line(line, kLongestLine));
-    }
+    QStringList shown = lines.first(std::min(lines.size(), kMostLines));
     if (lines.size() > kMostLines) {
         shown.append(u"… + "_s + QString::number(lines.size() - kMostLines));
     }
     return shown.join(u'\n');
+}
+
+bool isWantedByAccount()
+{
+    const auto settings = readAllowedSettings();
+    return !settings || settings->show_agent_ui_on_connection != false;
 }
 
 } // namespace
@@ -42,38 +59,41 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     connect(&m_notifications, &Notifications::activated, this, &DesktopNotices::activated);
 }
 
-void DesktopNotices::tellSession(const QString& line)
+void DesktopNotices::tellSession(const Activity& activity)
 {
-    if (!m_sinceLine.isValid() || m_sinceLine.elapsed() > kReadAfter) {
-        m_lines.clear();
-        m_isWanted = false;
+    if (!m_sinceNews.isValid() || m_sinceNews.elapsed() > kReadAfter) {
+        m_news.clear();
     }
-    m_sinceLine.start();
-    m_lines.prepend(line);
+    m_sinceNews.start();
+    m_news.prepend(activity);
+    m_news.resize(std::min(m_news.size(), kMostNews));
     m_sessionTimer.start();
-}
-
-void DesktopNotices::tellSessionAlways(const QString& line)
-{
-    tellSession(line);
-    m_isWanted = true;
 }
 
 void DesktopNotices::showSessions()
 {
-    const auto settings = readAllowedSettings();
-    if (!m_isWanted && settings && settings->show_agent_ui_on_connection == false) {
+    QList<Activity> told = m_news;
+    if (!isWantedByAccount()) {
+        told.removeIf([](const Activity& activity) {
+            return activity.kind != Activity::Kind::SessionNotEnded;
+        });
+    }
+    if (told.isEmpty()) {
         return;
     }
-    m_notifications.show(Notifications::Place::Sessions,
-                         {ShownText::line(m_lines.constFirst(), kLongestLine),
-                          text(m_lines.sliced(1)), false, false});
+    const JsonData::Info labels = m_labels().value_or(englishFallback());
+    QStringList lines;
+    for (const Activity& activity : std::as_const(told)) {
+        lines.append(lineFor(activity, labels));
+    }
+    const QString newest = lines.takeFirst();
+    m_notifications.show(Notifications::Place::Sessions, {newest, text(lines), false, false});
 }
 
 void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
-    QStringList lines{question};
+    QStringList lines{ShownText::line(question, kLongestQuestion)};
     if (replacesAnother) {
         lines.append(labels.UserAck.replaced);
     }
@@ -93,16 +113,20 @@ void DesktopNotices::questionWithdrawn()
                          {labels.UserAck.withdrawn, QString(), false, false});
 }
 
-void DesktopNotices::tellAbsence(const QStringList& lines)
+void DesktopNotices::tellAbsence(const QList<Activity>& activities)
 {
-    const auto settings = readAllowedSettings();
-    if (settings && settings->show_agent_ui_on_connection == false) {
+    if (!isWantedByAccount()) {
         return;
     }
     const JsonData::Info labels = m_labels().value_or(englishFallback());
-    m_lines.clear();
+    QStringList lines;
+    for (const Activity& activity : activities) {
+        lines.append(activity.time.toString(u"HH:mm "_s) + lineFor(activity, labels));
+    }
+    // They say the same, and stood behind the locked screen.
+    m_news.clear();
     m_sessionTimer.stop();
-    m_notifications.withdraw(Notifications::Place::Sessions); // the same, behind the locked screen
+    m_notifications.withdraw(Notifications::Place::Sessions);
     m_notifications.show(Notifications::Place::Absence,
                          {labels.Activity.away, text(lines), true, true});
 }

@@ -2,10 +2,11 @@
 
 #include "localisation/Translate.h"
 #include "platform/desktop/Notifications.h"
+#include "records/Activity.h"
 
 #include <QElapsedTimer>
+#include <QList>
 #include <QObject>
-#include <QStringList>
 #include <QTimer>
 
 // Word to the person through the desktop's notifications: that a session has begun or ended, that
@@ -17,11 +18,9 @@ class DesktopNotices : public QObject {
 public:
     DesktopNotices(LabelSource labels, const QString& applicationName);
 
-    // A line about a session. Those that come at once are shown together. None where the account
-    // wants no window of the agent when a session begins.
-    void tellSession(const QString& line);
-    // Whatever the account wants.
-    void tellSessionAlways(const QString& line);
+    // Something happened to a session. What comes at once is shown together. Where the account
+    // wants no window of the agent when a session begins, only that one has not ended is told.
+    void tellSession(const Activity& activity);
 
     // A question stands on the screen. Its notice stays, and stands above full-screen programs
     // where the desktop shows critical ones there.
@@ -29,8 +28,8 @@ public:
     void questionAnswered();
     void questionWithdrawn();
 
-    // What happened while the person was away, a line each. Stays.
-    void tellAbsence(const QStringList& lines);
+    // What happened while the person was away. Stays.
+    void tellAbsence(const QList<Activity>& activities);
     void absenceSeen();
 
 Q_SIGNALS:
@@ -42,8 +41,7 @@ private:
 
     const LabelSource m_labels;
     Notifications m_notifications;
-    QStringList m_lines;     // about sessions, the newest first
-    bool m_isWanted = false; // some of them whatever the account wants
-    QElapsedTimer m_sinceLine;
+    QList<Activity> m_news; // of sessions, the newest first
+    QElapsedTimer m_sinceNews;
     QTimer m_sessionTimer;
 };

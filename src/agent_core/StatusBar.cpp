@@ -64,9 +64,8 @@ QString toolTip(const JsonData::Info& labels)
                                ? labels.Connection.linked
                                : labels.Connection.notLinked;
     const QString words =
-        sessions.isEmpty()
-            ? linked
-            : StatusBarRules::connectionTitle(labels.Connection.inSession, sessions);
+        sessions.isEmpty() ? linked
+                           : StatusBarRules::connectionTitle(labels.Connection.inSession, sessions);
     return AppDelegate::options.oemName + u" – "_s + words;
 }
 

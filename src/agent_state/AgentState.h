@@ -78,6 +78,7 @@ struct AgentState {
     SessionList sessions;
     QSet<qint64> endedByPerson; // sessions whose end the service has not reported yet
     bool isScreenLocked = false;
+    bool hasUntoldAbsence = false; // something happened that no unlocking has told yet
     ActivityList activities;
     SettingsTexts settingsTexts;
 

@@ -1,10 +1,12 @@
 #include "records/Activity.h"
 
 #include <algorithm>
+#include <iterator>
 
 void ActivityList::add(const Activity& activity)
 {
     m_all.append(activity);
+    m_all.last().text.truncate(kLongestText);
     if (m_all.size() > kMost) {
         m_all.removeFirst();
         ++m_dropped;
@@ -28,6 +30,12 @@ QList<Activity> ActivityList::unseen() const
     std::copy_if(m_all.cbegin(), m_all.cend(), std::back_inserter(found),
                  [](const Activity& activity) { return activity.isUnseen; });
     return found;
+}
+
+bool ActivityList::hasUnseen() const
+{
+    return std::any_of(m_all.cbegin(), m_all.cend(),
+                       [](const Activity& activity) { return activity.isUnseen; });
 }
 
 void ActivityList::markSeen()

@@ -24,6 +24,8 @@ struct Activity {
 class ActivityList {
 public:
     static constexpr qsizetype kMost = 1'000;
+    // Of an entry's text, in UTF-16 code units; what is longer is cut.
+    static constexpr qsizetype kLongestText = 1'000;
 
     void add(const Activity& activity);
     // A command has ended.
@@ -33,6 +35,7 @@ public:
     // How many older ones were dropped.
     [[nodiscard]] qint64 dropped() const { return m_dropped; }
     [[nodiscard]] QList<Activity> unseen() const;
+    [[nodiscard]] bool hasUnseen() const;
     void markSeen();
 
 private:

@@ -12,6 +12,7 @@
 #include <QHideEvent>
 #include <QStyledItemDelegate>
 
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -20,6 +21,8 @@ namespace {
 
 // In UTF-16 code units; a longer text is whole in its tool tip.
 constexpr qsizetype kLongestText = 300;
+// Changes that come one upon the other fill the list once.
+constexpr std::chrono::milliseconds kGathering(100);
 
 // Today's without the date.
 QString timeText(const QDateTime& time)
@@ -137,7 +140,7 @@ ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
     : m_labels(std::move(labels)), m_activities(std::move(activities))
 {
     m_fillTimer.setSingleShot(true);
-    m_fillTimer.setInterval(0);
+    m_fillTimer.setInterval(kGathering);
     connect(&m_fillTimer, &QTimer::timeout, this, &ActivityWindow::fill);
 }
 
@@ -157,7 +160,7 @@ void ActivityWindow::present()
 
 void ActivityWindow::update()
 {
-    if (m_window && m_window->isVisible()) {
+    if (m_window && m_window->isVisible() && !m_fillTimer.isActive()) {
         m_fillTimer.start();
     }
 }

@@ -29,7 +29,7 @@ public:
 
     // Brings the window up because the person asks for it.
     void present();
-    // The list has changed; a window that is shown follows in the next turn of the event loop.
+    // The list has changed; a window that is shown follows a little later.
     void update();
 
 Q_SIGNALS:

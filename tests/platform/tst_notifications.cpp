@@ -9,7 +9,8 @@
 #include <QTest>
 #include <QUuid>
 
-#include <optional>
+#include <iterator>
+#include <list>
 
 using namespace Qt::StringLiterals;
 using Place = Notifications::Place;
@@ -44,10 +45,11 @@ private Q_SLOTS:
 
     void calls_data()
     {
-        // Steps: "up" starts the server, anew where it runs; "silent" lets it answer nothing more,
-        // "answer" only its last call, "refuse" that with an error; "click1", "other1" and "close1"
-        // are its signals about 1, with "*" another sender's. "Qx" shows "x" at the question's
-        // place, "Q-" withdraws it. "|" waits for the calls, among which "!Q" is a click.
+        // Steps: "up" starts a server, which takes the former one's place; "silent" lets it answer
+        // nothing more, "answer" only its last call, "refuse" that with an error, and "late" is the
+        // former one's answer; "click1", "other1" and "close1" are its signals about 1, with "*"
+        // another sender's. "Qx" shows "x" at the question's place, "Q-" withdraws it. "|" waits
+        // for the calls, among which "!Q" is a click.
         QTest::addColumn<QString>("steps");
         QTest::addColumn<QString>("calls");
         QTest::addRow("only the newest, one at a time")
@@ -60,8 +62,11 @@ private Q_SLOTS:
             << u"up Sa Qb | click1* close1* other1 click0 click7 | Qc | click1 close1 | Qd |"_s
             << u"? b>0 a>0 | | c>1 | !Q | d>0 |"_s;
         QTest::addRow("servers come and go")
-            << u"Qa | up | silent Qb Ac | Ad | up | Ae | up | Af |"_s
-            << u"| | ? | | ? d>0 | e>1 | | ? f>0 |"_s;
+            << u"Qa | up | silent Qb | refuse | Qc | Qd refuse | answer | answer up | Qe |"_s
+            << u"| | ? | | ? | ? | d>0 | | ? e>0 |"_s;
+        QTest::addRow("the former server answers late")
+            << u"up silent Qa | up late | Qb | silent Qc | up late | Qd |"_s
+            << u"? | | ? b>0 | c>1 | | ? d>0 |"_s;
     }
 
     void calls()
@@ -70,7 +75,7 @@ private Q_SLOTS:
         QFETCH(const QString, calls);
         const QStringList expected = calls.split(u' ');
         QStringList log;
-        std::optional<NotificationServer> server;
+        std::list<NotificationServer> servers;
         Notifications notifications(u"App"_s, {});
         connect(&notifications, &Notifications::activated, this,
                 [&](Place place) { log += u'!' + u"QSA"_s[static_cast<int>(place)]; });
@@ -81,20 +86,26 @@ private Q_SLOTS:
                 QTest::qWait(100); // for what must not come
                 log += step;
             } else if (step == u"up") {
-                server.emplace(log);
+                if (!servers.empty()) {
+                    servers.back().bus.unregisterService(NotificationServer::kService);
+                }
+                servers.emplace_back(log);
+            } else if (step == u"late") {
+                std::next(servers.rbegin())->answer();
             } else if (step == u"silent") {
-                server->isSilent = true;
+                servers.back().isSilent = true;
             } else if (step == u"answer") {
-                server->answer();
+                servers.back().answer();
             } else if (step == u"refuse") {
-                server->bus.send(server->last.createErrorReply(u"org.test.No"_s, {}));
+                servers.back().bus.send(servers.back().last.createErrorReply(u"org.test.No"_s, {}));
             } else if (step[0].isLower()) {
                 auto signal = QDBusMessage::createSignal(
                     NotificationServer::kPath, NotificationServer::kService,
                     step.startsWith(u"close") ? u"NotificationClosed"_s : u"ActionInvoked"_s);
                 signal << uint(step[5].digitValue())
                        << (step.startsWith(u"click") ? u"default"_s : u"other"_s);
-                (step.endsWith(u'*') ? QDBusConnection::sessionBus() : server->bus).send(signal);
+                (step.endsWith(u'*') ? QDBusConnection::sessionBus() : servers.back().bus)
+                    .send(signal);
             } else if (const auto place = Place(u"QSA"_s.indexOf(step[0])); step[1] == u'-') {
                 notifications.withdraw(place);
             } else {

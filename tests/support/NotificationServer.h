@@ -10,8 +10,8 @@
 // for it hangs.
 class NotificationServer : public QDBusVirtualObject {
 public:
-    static inline const QString kService = QStringLiteral("org.freedesktop.Notifications");
-    static inline const QString kPath = QStringLiteral("/org/freedesktop/Notifications");
+    static inline const QString kService = QString::fromLatin1("org.freedesktop.Notifications");
+    static inline const QString kPath = QString::fromLatin1("/org/freedesktop/Notifications");
 
     QStringList capabilities;
     bool isSilent = false;
@@ -65,15 +65,16 @@ public:
     [[nodiscard]] int urgency() const
     {
         const auto hints = qdbus_cast<QVariantMap>(last.arguments().value(6));
-        return hints.value(QStringLiteral("urgency")).toInt();
+        return hints.value(QString::fromLatin1("urgency")).toInt();
     }
     [[nodiscard]] int expires() const { return last.arguments().value(7).toInt(); }
 
     // As the person does.
     void click(uint id)
     {
-        auto signal = QDBusMessage::createSignal(kPath, kService, QStringLiteral("ActionInvoked"));
-        signal << id << QStringLiteral("default");
+        auto signal =
+            QDBusMessage::createSignal(kPath, kService, QString::fromLatin1("ActionInvoked"));
+        signal << id << QString::fromLatin1("default");
         bus.send(signal);
     }
 
