@@ -61,6 +61,9 @@ void WindowRules::bringUp(QWidget* window, Occasion occasion)
         WindowActivation::demandAttention(window);
         return;
     }
+    if (occasion == Occasion::Service) {
+        WindowActivation::demandAttention(window); // until it has the keyboard
+    }
     activated(window);
     if (isNew && hasFrontWindowBefore(window)) {
         WindowActivation::showAnew(frontWindow());

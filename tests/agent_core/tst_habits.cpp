@@ -45,25 +45,41 @@ bool pointAt(const QWidget* widget)
     return xdotool({u"mousemove"_s, QString::number(place.x()), QString::number(place.y())});
 }
 
+xcb_connection_t* x11()
+{
+    return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+}
+
+xcb_atom_t atom(const QByteArray& name)
+{
+    const auto cookie = xcb_intern_atom(x11(), 0, static_cast<quint16>(name.size()), name);
+    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+        xcb_intern_atom_reply(x11(), cookie, nullptr), &std::free);
+    return reply->atom;
+}
+
+QList<quint32> property(xcb_window_t window, const QByteArray& name)
+{
+    const auto cookie =
+        xcb_get_property(x11(), 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 1'024);
+    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
+        xcb_get_property_reply(x11(), cookie, nullptr), &std::free);
+    const auto* const values = static_cast<quint32*>(xcb_get_property_value(reply.get()));
+    return {values, values + reply->value_len};
+}
+
 // Of the window manager's list, from the bottom to the top.
 xcb_window_t topWindow()
 {
-    auto* const connection =
-        qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
-    const QByteArray name = "_NET_CLIENT_LIST_STACKING";
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
-        xcb_intern_atom_reply(
-            connection, xcb_intern_atom(connection, 0, static_cast<quint16>(name.size()), name),
-            nullptr),
-        &std::free);
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> list(
-        xcb_get_property_reply(
-            connection,
-            xcb_get_property(connection, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1'024), nullptr),
-        &std::free);
-    const auto* const windows = static_cast<xcb_window_t*>(xcb_get_property_value(list.get()));
-    return list->value_len > 0 ? windows[list->value_len - 1] : xcb_window_t(XCB_WINDOW_NONE);
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x11())).data->root;
+    const QList<quint32> windows = property(root, "_NET_CLIENT_LIST_STACKING");
+    return windows.isEmpty() ? xcb_window_t(XCB_WINDOW_NONE) : windows.constLast();
+}
+
+bool wantsAttention(const QWidget* window)
+{
+    return property(static_cast<xcb_window_t>(window->winId()), "_NET_WM_STATE")
+        .contains(atom("_NET_WM_STATE_DEMANDS_ATTENTION"));
 }
 
 // Another program, in which the person writes.
@@ -258,11 +274,17 @@ private Q_SLOTS:
         }
     }
 
-    void theQuestionCannotBeMinimised()
+    void theQuestionCannotBeMissed()
     {
+        AppDelegate::requestChat(5, 7);
+        QVERIFY(activate(window("ChatController")));
         AppDelegate::userAcknowledgeRequest(1, u"srv"_s, u"Ann"_s);
         QWidget* const question = window("UserAcknowlegement");
+        QTRY_VERIFY(wantsAttention(question));
+        QTest::qWait(200);
+        QVERIFY(!question->isActiveWindow()); // the person writes in the chat
         QVERIFY(activate(question));
+        QTRY_VERIFY(!wantsAttention(question));
         (void)xdotool({u"windowminimize"_s, QString::number(question->winId())});
         QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
         (void)xdotool({u"key"_s, u"alt+F4"_s});

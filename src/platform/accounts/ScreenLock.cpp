@@ -37,8 +37,9 @@ void ScreenLock::findSession()
         Found found;
         // This has a time limit, while QtDBus would wait for a bus that hangs on its only thread,
         // and block the main thread's calls on another bus. So it gets only a bus that has just
-        // answered.
+        // answered, and not before the session bus, which others connect to meanwhile.
         if (const auto session = ConsoleSession::ownSession()) {
+            QDBusConnection::sessionBus();
             found = {*session, QDBusConnection::systemBus()};
         }
         return found;

@@ -180,7 +180,6 @@ void WindowActivation::show(QWidget* window)
     MainQueue::assertMainThread();
     if (!isStopped) {
         showWithoutActivation(window);
-        demandAttention(window);
     }
 }
 

@@ -26,10 +26,10 @@ void noteAction(quint32 serverTime);
 void present(QWidget* window);
 
 // Likewise, without asking for the keyboard: a window that is shown already stays where it is, and
-// the window manager decides about a new one. The desktop marks it as wanting attention.
+// the window manager decides about a new one.
 void show(QWidget* window);
 
-// Marks a window that the person is not in as wanting attention (ICCCM's urgency hint).
+// Marks a window that the person is not in as wanting attention (EWMH _NET_WM_STATE_DEMANDS_ATTENTION).
 void demandAttention(QWidget* window);
 
 // Puts a window that is shown above another one, without moving the keyboard: by EWMH's
