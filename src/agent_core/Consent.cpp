@@ -37,7 +37,7 @@ void AppDelegate::acknowledgementAnswered(qint64 session, bool isAccepted)
 {
     send(isAccepted ? Protocol::acceptConnection(session) : Protocol::declineConnection(session));
     if (state().notices != nullptr) {
-        state().notices->questionAnswered();
+        state().notices->withdrawQuestion();
     }
 }
 
@@ -46,6 +46,6 @@ void AppDelegate::closeAcknowledgement()
     const bool isWithdrawn = state().userAcknowledge->isVisible();
     state().userAcknowledge->hide();
     if (isWithdrawn && state().notices != nullptr) {
-        state().notices->questionWithdrawn();
+        state().notices->tellWithdrawal();
     }
 }

@@ -101,12 +101,12 @@ void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
                          {labels.UserAck.user_ack_title, text(lines), true, true});
 }
 
-void DesktopNotices::questionAnswered()
+void DesktopNotices::withdrawQuestion()
 {
     m_notifications.withdraw(Notifications::Place::Question);
 }
 
-void DesktopNotices::questionWithdrawn()
+void DesktopNotices::tellWithdrawal()
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     m_notifications.show(Notifications::Place::Question,

@@ -25,8 +25,10 @@ public:
     // A question stands on the screen. Its notice stays, and stands above full-screen programs
     // where the desktop shows critical ones there.
     void askQuestion(const QString& question, bool replacesAnother);
-    void questionAnswered();
-    void questionWithdrawn();
+    // It was answered, or the program ends.
+    void withdrawQuestion();
+    // The service has taken it back, which is told.
+    void tellWithdrawal();
 
     // What happened while the person was away. Stays.
     void tellAbsence(const QList<Activity>& activities);

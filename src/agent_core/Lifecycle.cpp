@@ -219,9 +219,9 @@ void AppDelegate::applicationWillTerminate()
     WindowActivation::stop();
     // At once and not after the wait: from another thread the main loop goes on meanwhile.
     if (MainQueue::isMainThread()) {
-        stopTimers();
+        stopTimersAndNotices();
     } else {
-        MainQueue::post(&AppDelegate::stopTimers);
+        MainQueue::post(&AppDelegate::stopTimersAndNotices);
     }
     if (options.restart_daemon_at_close_only && !isAtLoginWindow()) {
         send(Protocol::requestRestart());
@@ -245,8 +245,11 @@ QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repe
     return timer;
 }
 
-void AppDelegate::stopTimers()
+void AppDelegate::stopTimersAndNotices()
 {
+    if (state().notices != nullptr) {
+        state().notices->withdrawQuestion(); // nobody could answer it any more
+    }
     for (const auto& timer :
          {state().connectionShowTimer, state().connnectionStatusTimer,
           state().connectionNotShowTimer, state().userTimer, state().settingsShowTimer}) {

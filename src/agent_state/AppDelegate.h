@@ -187,7 +187,7 @@ private:
     // A timer that dies with the delegate.
     static QTimer* startTimer(std::chrono::milliseconds interval, Repeats repeats,
                               std::function<void()> action);
-    static void stopTimers();
+    static void stopTimersAndNotices();
     static void readAppName();
     static void logHostAndUser();
     static void readConsoleUser();
