@@ -17,6 +17,9 @@ using Kind = Activity::Kind;
 
 void AppDelegate::noteActivity(const Activity& activity)
 {
+    if (isTerminating()) {
+        return;
+    }
     AgentState& agent = state();
     Activity noted = activity;
     noted.isUnseen = noted.kind == Kind::RequestAccepted ||
@@ -29,6 +32,11 @@ void AppDelegate::noteActivity(const Activity& activity)
     if (noted.isUnseen) {
         agent.hasUntoldAbsence = true;
         showUnseenActivity();
+    }
+    // An acceptance may be noted after the unlocking, and where nobody tells of that.
+    if (noted.kind == Kind::RequestAccepted && !agent.isScreenLocked) {
+        tellAbsence();
+        return;
     }
     if (agent.notices != nullptr && !isAtLoginWindow()) {
         agent.notices->tellSession(noted);
@@ -67,7 +75,7 @@ void AppDelegate::forgetEnded(qint64 session)
 
 void AppDelegate::commandBegan(quint64 command, const QString& text)
 {
-    const QString firstLine = text.section(u'\n', 0, 0, QString::SectionSkipEmpty);
+    const QString firstLine = text.trimmed().section(u'\n', 0, 0);
     noteActivity({.kind = Kind::Command,
                   .time = QDateTime::currentDateTime(),
                   .text = firstLine,
@@ -83,7 +91,15 @@ void AppDelegate::commandEnded(quint64 command, qint64 status)
 void AppDelegate::screenLockChanged(bool isLocked)
 {
     state().isScreenLocked = isLocked;
-    if (!isLocked && state().notices != nullptr && std::exchange(state().hasUntoldAbsence, false)) {
+    if (!isLocked && state().hasUntoldAbsence) {
+        tellAbsence();
+    }
+}
+
+void AppDelegate::tellAbsence()
+{
+    if (state().notices != nullptr && !isTerminating()) {
+        state().hasUntoldAbsence = false;
         state().notices->tellAbsence(state().activities.unseen());
     }
 }

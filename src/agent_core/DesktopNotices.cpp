@@ -67,7 +67,9 @@ void DesktopNotices::tellSession(const Activity& activity)
     m_sinceNews.start();
     m_news.prepend(activity);
     m_news.resize(std::min(m_news.size(), kMostNews));
-    m_sessionTimer.start();
+    if (!m_sessionTimer.isActive()) {
+        m_sessionTimer.start();
+    }
 }
 
 void DesktopNotices::showSessions()
@@ -101,6 +103,12 @@ void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
                          {labels.UserAck.user_ack_title, text(lines), true, true});
 }
 
+void DesktopNotices::stop()
+{
+    m_sessionTimer.stop();
+    withdrawQuestion(); // nobody could answer it any more
+}
+
 void DesktopNotices::withdrawQuestion()
 {
     m_notifications.withdraw(Notifications::Place::Question);
@@ -115,9 +123,6 @@ void DesktopNotices::tellWithdrawal()
 
 void DesktopNotices::tellAbsence(const QList<Activity>& activities)
 {
-    if (!isWantedByAccount()) {
-        return;
-    }
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     QStringList lines;
     for (const Activity& activity : activities) {

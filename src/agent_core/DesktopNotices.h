@@ -25,14 +25,16 @@ public:
     // A question stands on the screen. Its notice stays, and stands above full-screen programs
     // where the desktop shows critical ones there.
     void askQuestion(const QString& question, bool replacesAnother);
-    // It was answered, or the program ends.
     void withdrawQuestion();
     // The service has taken it back, which is told.
     void tellWithdrawal();
 
-    // What happened while the person was away. Stays.
+    // What happened while the person was away. Stays, whatever the account wants.
     void tellAbsence(const QList<Activity>& activities);
     void absenceSeen();
+
+    // The program is ending: nothing more is told.
+    void stop();
 
 Q_SIGNALS:
     // The person has clicked a notice.

@@ -248,7 +248,7 @@ QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repe
 void AppDelegate::stopTimersAndNotices()
 {
     if (state().notices != nullptr) {
-        state().notices->withdrawQuestion(); // nobody could answer it any more
+        state().notices->stop();
     }
     for (const auto& timer :
          {state().connectionShowTimer, state().connnectionStatusTimer,

@@ -107,23 +107,30 @@ void AppDelegate::updateSystemTrayIcon()
         fatalState(u"The status bar's menu has lost its items"_s);
     }
     const QList<SessionInfo>& sessions = state().sessions.all();
-    const auto known = labels();
-    const StatusBarLook look = {
-        .icon = StatusBarRules::iconName(options.disconnectedIconVisible,
-                                         state().gatewayConnectionStatus, !sessions.isEmpty()),
-        .toolTip = ShownText::line(toolTip(known.value_or(englishFallback())), kLongestToolTip),
-        .connection = StatusBarRules::connectionTitle(connectivityLabel(known), sessions),
-        .symbol = StatusBarRules::connectionSymbol(sessions.size()),
-    };
-    const StatusBarLook before = std::exchange(state().statusBarLook, look);
-    if (look.icon != before.icon) {
-        state().statusBarItem->setIcon(statusIcon(look.icon));
+    const QString icon = StatusBarRules::iconName(
+        options.disconnectedIconVisible, state().gatewayConnectionStatus, !sessions.isEmpty());
+    const QString line = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
+    const QString symbol = StatusBarRules::connectionSymbol(sessions.size());
+    StatusBarLook& shown = state().statusBarLook;
+    if (std::exchange(shown.icon, icon) != icon) {
+        state().statusBarItem->setIcon(statusIcon(icon));
     }
-    if (look.connection != before.connection || look.symbol != before.symbol) {
-        updateItem(items.at(kConnectionPosition), look.connection, look.symbol);
+    const bool isOtherLine = std::exchange(shown.connection, line) != line;
+    if (std::exchange(shown.symbol, symbol) != symbol || isOtherLine) {
+        updateItem(items.at(kConnectionPosition), line, symbol);
     }
-    if (look.toolTip != before.toolTip) {
-        state().statusBarItem->setToolTip(look.toolTip);
+    updateToolTip();
+}
+
+void AppDelegate::updateToolTip()
+{
+    if (state().statusBarItem == nullptr) {
+        return;
+    }
+    const QString text =
+        ShownText::line(toolTip(labels().value_or(englishFallback())), kLongestToolTip);
+    if (std::exchange(state().statusBarLook.toolTip, text) != text) {
+        state().statusBarItem->setToolTip(text);
     }
 }
 

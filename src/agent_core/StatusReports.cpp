@@ -34,6 +34,7 @@ void AppDelegate::accountInvalid()
 {
     setGatewayConnected(false);
     state().connectionStatus->accountIsValid = false;
+    updateToolTip();
     state().connectionStatus->config();
 }
 
@@ -76,6 +77,7 @@ void AppDelegate::statusReceived(const std::optional<StatusInfo>& status)
     }
     if (status && !status->accountIsValid) {
         setGatewayConnected(false); // the icon stays as it is, as above
+        updateToolTip();
     } else if (status) {
         if (!status->gateway.isEmpty()) {
             setGatewayConnected(true);

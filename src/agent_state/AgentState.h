@@ -64,8 +64,6 @@ struct StatusBarLook {
     QString toolTip;
     QString connection; // the menu's line
     QString symbol;
-
-    bool operator==(const StatusBarLook&) const = default;
 };
 
 // Main thread. The pointers own nothing: the one AppDelegate object does.

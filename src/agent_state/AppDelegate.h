@@ -123,6 +123,8 @@ public:
     void systemTray();
     // Chooses the icon and the line of the connections anew.
     static void updateSystemTrayIcon();
+    // The icon's tool tip alone.
+    static void updateToolTip();
     [[nodiscard]] static QString getConnectivityLabel();
     // Takes everything out of the application's own menu, so that it shows none.
     void cleanMainMenu();
@@ -201,6 +203,7 @@ private:
     static void showAtSessionEnd();
     static void noteActivity(const Activity& activity);
     static void activitySeen();
+    static void tellAbsence();
     static void showUnseenActivity();
     void startNotices();
 

@@ -69,8 +69,10 @@ protected:
             event->ignore();
             return;
         }
-        m_owner.windowWillClose();
-        event->accept();
+        AgentWindow::closeEvent(event);
+        if (event->isAccepted()) {
+            m_owner.windowWillClose();
+        }
     }
 
 private:

@@ -8,7 +8,10 @@ void ActivityList::add(const Activity& activity)
     m_all.append(activity);
     m_all.last().text.truncate(kLongestText);
     if (m_all.size() > kMost) {
-        m_all.removeFirst();
+        // What the person has not seen stays, as long as anything else can go.
+        const auto seen = std::find_if(m_all.cbegin(), m_all.cend(),
+                                       [](const Activity& kept) { return !kept.isUnseen; });
+        m_all.erase(seen != m_all.cend() ? seen : m_all.cbegin());
         ++m_dropped;
     }
 }

@@ -20,7 +20,7 @@ struct Activity {
 };
 
 // What happened, in order. It lives in memory only and is bounded: the oldest entries are dropped
-// and counted.
+// and counted, those that the person has seen first.
 class ActivityList {
 public:
     static constexpr qsizetype kMost = 1'000;

@@ -5,6 +5,7 @@
 #include "window_kit/WindowRules.h"
 
 #include <QAbstractButton>
+#include <QCloseEvent>
 #include <QEvent>
 #include <QLabel>
 
@@ -25,7 +26,13 @@ public:
     }
 
     // Brings the window up because the person asks for it.
-    void present() { WindowRules::bringUp(this, WindowRules::Occasion::Person); }
+    void present()
+    {
+        if (!this->isVisible()) {
+            inputGuard.end(); // of a time when it came up by itself
+        }
+        WindowRules::bringUp(this, WindowRules::Occasion::Person);
+    }
 
     // Brings it up because of what the service reports: what the person types into another window
     // just then presses nothing here.
@@ -64,6 +71,16 @@ public:
     InputGuard inputGuard;
 
 protected:
+    // A key of the window manager, pressed for another window, closes nothing.
+    void closeEvent(QCloseEvent* event) override
+    {
+        if (event->spontaneous() && inputGuard.isOn()) {
+            event->ignore();
+        } else {
+            Base::closeEvent(event);
+        }
+    }
+
     void changeEvent(QEvent* event) override
     {
         Base::changeEvent(event);

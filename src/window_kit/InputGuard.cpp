@@ -55,10 +55,18 @@ InputGuard::InputGuard(QWidget* window) : QObject(window), m_window(window)
 void InputGuard::begin(Inputs inputs)
 {
     m_keyboard.begin(isExposed());
+    m_ignoresHeldKey = true; // one pressed just before may begin to repeat only when that is over
     if (inputs == Inputs::KeyboardAndMouse) {
         m_mouse.begin(isExposed());
     }
     QCoreApplication::instance()->installEventFilter(this); // once, however often it is called
+}
+
+void InputGuard::end()
+{
+    m_keyboard.end();
+    m_mouse.end();
+    stopIfOver();
 }
 
 void InputGuard::ignoreHeldKey()

@@ -26,6 +26,9 @@ public:
     // is running.
     void begin(Inputs inputs);
 
+    // The person has asked for the window.
+    void end();
+
     // For a window that the person goes on in: a key that is held down from before is not heard
     // until it is let go.
     void ignoreHeldKey();

@@ -40,7 +40,7 @@ WindowRules::Approach WindowRules::approach(Occasion occasion, Keyboard keyboard
         // Even the person's own wish for another window leaves a question its keyboard.
         return keyboard == Keyboard::InFront ? Approach::Show : Approach::Activate;
     case Occasion::Service:
-        return keyboard == Keyboard::Free ? Approach::Activate : Approach::Show;
+        return keyboard == Keyboard::Free ? Approach::Offer : Approach::Show;
     case Occasion::News:
         break;
     }
@@ -54,6 +54,9 @@ void WindowRules::bringUp(QWidget* window, Occasion occasion)
     case Approach::Activate:
         WindowActivation::present(window);
         break;
+    case Approach::Offer:
+        WindowActivation::offer(window);
+        break;
     case Approach::Show:
         WindowActivation::show(window);
         break;
@@ -65,6 +68,10 @@ void WindowRules::bringUp(QWidget* window, Occasion occasion)
         WindowActivation::demandAttention(window); // until it has the keyboard
     }
     activated(window);
+    QWidget* const active = QApplication::activeWindow();
+    if (window == frontWindow() && active != nullptr && active != window) {
+        WindowActivation::putAbove(window, active);
+    }
     if (isNew && hasFrontWindowBefore(window)) {
         WindowActivation::showAnew(frontWindow());
     }

@@ -16,6 +16,7 @@ enum class Occasion {
 // What is done about it.
 enum class Approach {
     Activate, // shown above the others, and asks for the keyboard
+    Offer,    // shown, and asks for the keyboard
     Show,     // shown, and wants attention
     Mark,     // only wants attention
 };

@@ -10,6 +10,7 @@
 #include <QDialog>
 #include <QHeaderView>
 #include <QHideEvent>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 
 #include <chrono>
@@ -78,10 +79,12 @@ public:
         ui.entries->setAccessibleName(labels.Activity.title);
         ui.entries->setHeaderLabels({labels.Activity.time, labels.Activity.event,
                                      labels.Activity.details, labels.Activity.status});
+        const int scrolled = ui.entries->verticalScrollBar()->value();
         ui.entries->clear();
         for (const Activity& activity : activities.all()) {
             ui.entries->insertTopLevelItem(0, itemFor(activity, labels));
         }
+        ui.entries->verticalScrollBar()->setValue(scrolled);
         ui.earlier->setText(activities.dropped() > 0 ? labels.Activity.earlier + u": "_s +
                                                            QString::number(activities.dropped())
                                                      : QString());

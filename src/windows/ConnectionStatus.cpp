@@ -117,7 +117,9 @@ private:
 ConnectionStatus::ConnectionStatus(LabelSource labels)
     : ready(u"Agent ready"_s), no_gateway(u"No gateway available"_s),
       account_invalid(u"Account is blocked or no longer exists"_s), m_labels(std::move(labels)),
-      m_notEnded(u"Not ended"_s)
+      m_notEnded(englishFallback().Connection.notEnded),
+      m_activityTitle(englishFallback().Activity.title),
+      m_awayTitle(englishFallback().Activity.away)
 {
     connect(&sessionTimer, &QTimer::timeout, this, [this] {
         inSession();
@@ -143,13 +145,11 @@ void ConnectionStatus::presentByService()
 {
     window();
     setPosition();
-    if (isVisible()) {
-        m_window->presentByService();
-    } else {
-        m_window->leaveButtons();
-        // It comes up in a corner where the person may be clicking.
-        m_window->presentByService(InputGuard::Inputs::KeyboardAndMouse);
-    }
+    // Also a window that is shown: the focus may have stayed on a button since the person left it.
+    m_window->leaveButtons();
+    // Where it is not shown, it comes up in a corner in which the person may be clicking.
+    m_window->presentByService(isVisible() ? InputGuard::Inputs::Keyboard
+                                           : InputGuard::Inputs::KeyboardAndMouse);
 }
 
 void ConnectionStatus::wakeUp()

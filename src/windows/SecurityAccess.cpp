@@ -24,6 +24,7 @@ public:
     {
         ui.setupUi(this);
         showSign(u"lock-32"_s);
+        setResults(englishFallback().Security.checking, englishFallback().Security.wrong);
         connect(ui.applyButton, &QPushButton::clicked, this, [this] { m_owner.applyAction(); });
         connect(ui.cancelButton, &QPushButton::clicked, this, [this] { m_owner.cancelAction(); });
     }
@@ -60,6 +61,9 @@ public:
             widget->setEnabled(!isBusy);
         }
         ui.result->setText(isBusy ? m_checking : QString());
+        if (isBusy) {
+            ui.result->setFocus(); // else a second Return or a blank would press Cancel
+        }
         if (isBusy) {
             setCursor(Qt::BusyCursor);
         } else {

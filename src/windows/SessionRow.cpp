@@ -49,8 +49,10 @@ void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd, co
 {
     const auto before = std::exchange(m_session, session);
     m_isClockRunning = m_session.has_value();
-    const bool isAnother = !m_session || !before || m_session->session != before->session;
+    const bool isAnother = !m_session || !before || m_session->session != before->session ||
+                           m_session->remoteControlUser != before->remoteControlUser;
     if (isAnother) {
+        m_pressed.reset();
         m_settling.start();
     }
     if (!m_widgets) {

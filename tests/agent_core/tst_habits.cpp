@@ -189,6 +189,7 @@ private Q_SLOTS:
         QTRY_VERIFY(window(name) != nullptr && window(name)->isVisible());
         QVERIFY(activate(window(name)));
         QTRY_VERIFY_WITH_TIMEOUT(typing.state() == QProcess::NotRunning, 20'000);
+        QVERIFY(typing.exitStatus() == QProcess::NormalExit && typing.exitCode() == 0);
         QCOMPARE(answers(), QByteArrayList());
         QVERIFY(window(name)->isVisible());
         const auto* const field = window(name)->findChild<QLineEdit*>();
@@ -245,6 +246,10 @@ private Q_SLOTS:
     void aBlankEndsNothingThatNobodyAimedAt()
     {
         showSessions();
+        // Nor after the person has been in the window: it comes up again when a session ends.
+        child("ConnectionStatus", "abort")->setFocus();
+        AppDelegate::state().connectionStatus->presentByService();
+        QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
         QVERIFY(xdotool({u"key"_s, u"space"_s, u"Return"_s}));
         QCOMPARE(answers(), QByteArrayList());
         QVERIFY(xdotool({u"key"_s, u"Tab"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s}));

@@ -209,6 +209,9 @@ private Q_SLOTS:
         QCOMPARE(tip(), u"KRD – Not linked"_s);
         QVERIFY(m_agent->send("connected_gateway=gw"));
         QCOMPARE(tip(), u"KRD – Linked"_s);
+        QVERIFY(m_agent->send("account_invalid")); // the icon is left alone
+        QCOMPARE(tip(), u"KRD – Not linked"_s);
+        QVERIFY(m_agent->send("connected_gateway=gw"));
         QVERIFY(m_agent->send(session("connected_session=", "Ann")));
         QCOMPARE(tip(), u"KRD – In session: Ann"_s);
     }

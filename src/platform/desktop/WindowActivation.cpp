@@ -163,6 +163,16 @@ void WindowActivation::present(QWidget* window)
     }
     showWithoutActivation(window);
     window->raise();
+    offer(window);
+}
+
+void WindowActivation::offer(QWidget* window)
+{
+    MainQueue::assertMainThread();
+    if (isStopped) {
+        return;
+    }
+    showWithoutActivation(window);
     if (xcb_connection_t* const connection = x11Connection()) {
         askForActivation(connection, window);
     } else {

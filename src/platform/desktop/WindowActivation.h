@@ -25,11 +25,16 @@ void noteAction(quint32 serverTime);
 // after stop().
 void present(QWidget* window);
 
-// Likewise, without asking for the keyboard: a window that is shown already stays where it is, and
-// the window manager decides about a new one.
+// Likewise, without raising a window that is shown already: some window managers activate what is
+// raised, whatever the person does elsewhere.
+void offer(QWidget* window);
+
+// Shows the window without asking for the keyboard: a window that is shown already stays where it
+// is, and the window manager decides about a new one.
 void show(QWidget* window);
 
-// Marks a window that the person is not in as wanting attention (EWMH _NET_WM_STATE_DEMANDS_ATTENTION).
+// Marks a window that the person is not in as wanting attention (EWMH
+// _NET_WM_STATE_DEMANDS_ATTENTION).
 void demandAttention(QWidget* window);
 
 // Puts a window that is shown above another one, without moving the keyboard: by EWMH's
