@@ -114,6 +114,31 @@ private Q_SLOTS:
         }
         QCOMPARE(log.join(u' '), calls);
     }
+
+    void whatStaysIsShownByTheNextServer()
+    {
+        QStringList calls;
+        Notifications notifications(u"App"_s, {});
+        notifications.show(Place::Sessions, {u"passes"_s, {}, false, false});
+        notifications.show(Place::Question, {u"stays"_s, {}, true, true});
+        QTest::qWait(100); // nobody is there
+        for (const bool isClosed : {false, true}) {
+            NotificationServer server(calls);
+            QTRY_COMPARE(calls, QStringList({u"?"_s, u"stays>0"_s}));
+            calls.clear();
+            if (isClosed) {
+                auto closed = QDBusMessage::createSignal(NotificationServer::kPath,
+                                                         NotificationServer::kService,
+                                                         u"NotificationClosed"_s);
+                closed << 1U << 2U;
+                server.bus.send(closed);
+                QTest::qWait(100);
+            }
+        }
+        NotificationServer third(calls);
+        QTest::qWait(200);
+        QCOMPARE(calls, QStringList());
+    }
 };
 
 QTEST_GUILESS_MAIN(TestNotifications)

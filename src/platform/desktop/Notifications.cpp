@@ -74,7 +74,8 @@ void Notifications::watchBus(const QDBusConnection& bus)
     sendChanges(); // the service may start for it
 }
 
-// Another server, or a restarted one, shows nothing of what the former one showed.
+// Another server, or a restarted one, shows nothing of what the former one showed; what is to stay
+// is shown there, too.
 void Notifications::setServer(const QString& uniqueName)
 {
     if (uniqueName == m_server) {
@@ -84,6 +85,10 @@ void Notifications::setServer(const QString& uniqueName)
     m_takesMarkup.reset();
     for (Slot& slot : m_slots) {
         slot.id = 0;
+        slot.isChanged = slot.isChanged || (slot.content && slot.content->stays);
+    }
+    if (!m_server.isEmpty()) {
+        sendChanges();
     }
 }
 
@@ -173,6 +178,9 @@ void Notifications::receive(const QDBusMessage& signal)
     }
     if (signal.member() == u"NotificationClosed") {
         slot->id = 0;
+        if (!slot->isChanged) {
+            slot->content.reset();
+        }
     } else if (signal.arguments().value(1).toString() == kClick) {
         Q_EMIT activated(static_cast<Place>(slot - m_slots.begin()));
     }
