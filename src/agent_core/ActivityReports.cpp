@@ -7,26 +7,24 @@
 #include <QAction>
 #include <QMenu>
 
-#include <utility>
-
-namespace {
-
 using Kind = Activity::Kind;
 
-} // namespace
-
-void AppDelegate::noteActivity(const Activity& activity)
+void AppDelegate::noteActivity(Kind kind, const QString& text, quint64 command)
 {
     if (isTerminating()) {
         return;
     }
     AgentState& agent = state();
-    Activity noted = activity;
-    noted.isUnseen = noted.kind == Kind::RequestAccepted ||
-                     (agent.isScreenLocked && noted.kind != Kind::Command);
+    Activity noted;
+    noted.kind = kind;
+    noted.time = QDateTime::currentDateTime();
+    noted.text = text;
+    noted.command = command;
+    noted.isUnseen =
+        kind == Kind::RequestAccepted || (agent.isScreenLocked && kind != Kind::Command);
     agent.activities.add(noted);
     agent.activityWindow->update();
-    if (noted.kind == Kind::Command) {
+    if (kind == Kind::Command) {
         return;
     }
     if (noted.isUnseen) {
@@ -34,7 +32,7 @@ void AppDelegate::noteActivity(const Activity& activity)
         showUnseenActivity();
     }
     // An acceptance may be noted after the unlocking, and where nobody tells of that.
-    if (noted.kind == Kind::RequestAccepted && !agent.isScreenLocked) {
+    if (kind == Kind::RequestAccepted && !agent.isScreenLocked) {
         tellAbsence();
         return;
     }
@@ -49,22 +47,18 @@ void AppDelegate::noteSessionBegan(const SessionInfo& session)
     if (hasNotEnded) {
         state().connectionStatus->notEnded.insert(session.session);
     }
-    noteActivity({.kind = hasNotEnded ? Kind::SessionNotEnded : Kind::SessionBegan,
-                  .time = QDateTime::currentDateTime(),
-                  .text = session.remoteControlUser});
+    noteActivity(hasNotEnded ? Kind::SessionNotEnded : Kind::SessionBegan,
+                 session.remoteControlUser);
 }
 
 void AppDelegate::noteSessionEnded(const SessionInfo& session)
 {
-    noteActivity({.kind = Kind::SessionEnded,
-                  .time = QDateTime::currentDateTime(),
-                  .text = session.remoteControlUser});
+    noteActivity(Kind::SessionEnded, session.remoteControlUser);
 }
 
 void AppDelegate::noteAccepted(const QString& controlName)
 {
-    noteActivity(
-        {.kind = Kind::RequestAccepted, .time = QDateTime::currentDateTime(), .text = controlName});
+    noteActivity(Kind::RequestAccepted, controlName);
 }
 
 void AppDelegate::forgetEnded(qint64 session)
@@ -75,11 +69,7 @@ void AppDelegate::forgetEnded(qint64 session)
 
 void AppDelegate::commandBegan(quint64 command, const QString& text)
 {
-    const QString firstLine = text.trimmed().section(u'\n', 0, 0);
-    noteActivity({.kind = Kind::Command,
-                  .time = QDateTime::currentDateTime(),
-                  .text = firstLine,
-                  .command = command});
+    noteActivity(Kind::Command, text.trimmed().section(u'\n', 0, 0), command);
 }
 
 void AppDelegate::commandEnded(quint64 command, qint64 status)

@@ -201,7 +201,7 @@ private:
     static void redrawIfVisible();
     static void showLaterIfHidden();
     static void showAtSessionEnd();
-    static void noteActivity(const Activity& activity);
+    static void noteActivity(Activity::Kind kind, const QString& text, quint64 command = 0);
     static void activitySeen();
     static void tellAbsence();
     static void showUnseenActivity();

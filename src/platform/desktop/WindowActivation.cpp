@@ -137,6 +137,20 @@ void showWithoutActivation(QWidget* window)
     window->show();
 }
 
+void askForKeyboard(QWidget* window)
+{
+    if (xcb_connection_t* const connection = x11Connection()) {
+        askForActivation(connection, window);
+    } else {
+        window->activateWindow();
+    }
+    // Hidden and shown again at once, a window has never lost the desktop's focus, but the toolkit
+    // has forgotten that it is the active one.
+    if (QGuiApplication::focusWindow() == window->windowHandle()) {
+        QApplication::setActiveWindow(window);
+    }
+}
+
 } // namespace
 
 void WindowActivation::watchInput()
@@ -158,30 +172,19 @@ void WindowActivation::stop()
 void WindowActivation::present(QWidget* window)
 {
     MainQueue::assertMainThread();
-    if (isStopped) {
-        return;
+    if (!isStopped) {
+        showWithoutActivation(window);
+        window->raise();
+        askForKeyboard(window);
     }
-    showWithoutActivation(window);
-    window->raise();
-    offer(window);
 }
 
 void WindowActivation::offer(QWidget* window)
 {
     MainQueue::assertMainThread();
-    if (isStopped) {
-        return;
-    }
-    showWithoutActivation(window);
-    if (xcb_connection_t* const connection = x11Connection()) {
-        askForActivation(connection, window);
-    } else {
-        window->activateWindow();
-    }
-    // Hidden and shown again at once, a window has never lost the desktop's focus, but the toolkit
-    // has forgotten that it is the active one.
-    if (QGuiApplication::focusWindow() == window->windowHandle()) {
-        QApplication::setActiveWindow(window);
+    if (!isStopped) {
+        showWithoutActivation(window);
+        askForKeyboard(window);
     }
 }
 
