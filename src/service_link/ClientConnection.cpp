@@ -1,6 +1,7 @@
 #include "service_link/ClientConnection.h"
 
 #include "logging/Logs.h"
+#include "service_link/ServiceAccounts.h"
 
 #include <QStringDecoder>
 
@@ -22,7 +23,7 @@ std::optional<QString> decodeText(const QByteArray& data)
 } // namespace
 
 ClientConnection::ClientConnection(const QString& host, quint16 port, CheckMessage checkMessage)
-    : m_checkMessage(std::move(checkMessage)), m_connection(host, port)
+    : m_checkMessage(std::move(checkMessage)), m_connection(host, port, &ServiceAccounts::refusalOf)
 {}
 
 ClientConnection::~ClientConnection()
@@ -35,14 +36,20 @@ void ClientConnection::start()
 {
     printLog(u"connection will start"_s);
     setUpReceive();
-    m_connection.start(m_queue, [this](const std::optional<NetworkError>& error) {
-        if (error) {
-            // Not tried again: whoever starts the agent starts it again.
-            connectionDidFail(*error);
-        } else {
-            printLog(u"Client connection ready"_s);
-        }
-    });
+    m_connection.setOverdue(endPatience,
+                            [this](const std::optional<NetworkError>& error) { didEnd(error); });
+    m_connection.start(
+        m_queue, [this](const std::optional<NetworkError>& error, bool isOwnerKnown) {
+            if (!isOwnerKnown) {
+                printErrorLog(u"the system does not tell which account the service runs as"_s);
+            }
+            if (error) {
+                // Not tried again: whoever starts the agent starts it again.
+                connectionDidFail(*error);
+            } else {
+                printLog(u"Client connection ready"_s);
+            }
+        });
 }
 
 void ClientConnection::send(const QByteArray& data)
@@ -79,12 +86,19 @@ void ClientConnection::didReceive(const QByteArray& data, bool isComplete,
         const std::optional<QString> command = m_checkMessage(text);
         printLog(u"string: "_s + command.value_or(u"Unknown"_s));
     }
-    if (isComplete) {
-        connectionDidEnd();
-    } else if (error) {
-        connectionDidFail(*error);
+    if (isComplete || error) {
+        didEnd(error);
     } else {
         setUpReceive();
+    }
+}
+
+void ClientConnection::didEnd(const std::optional<NetworkError>& error)
+{
+    if (error) {
+        connectionDidFail(*error);
+    } else {
+        connectionDidEnd();
     }
 }
 

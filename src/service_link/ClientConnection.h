@@ -6,12 +6,16 @@
 #include <QByteArray>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <optional>
 
 // The link to the service: receives one message after another on a queue of its own, and sends from
 // any thread, also while that queue is busy. Once it has ended it can't be used again.
+//
+// The link's end waits behind the message that is being handled and those before the end, for
+// `endPatience` at most.
 class ClientConnection {
 public:
     // Handles a received text (none where it was not UTF-8) and returns the recognised command.
@@ -38,11 +42,14 @@ public:
     // Called once when the connection has ended, with what failed or none, on the thread that ended
     // it. Set before start(), and cleared before it is called.
     DidStop didStopCallback;
+    // Before start().
+    std::chrono::milliseconds endPatience{5'000};
 
 private:
     void setUpReceive();
     void didReceive(const QByteArray& data, bool isComplete,
                     const std::optional<NetworkError>& error);
+    void didEnd(const std::optional<NetworkError>& error);
     void connectionDidFail(const NetworkError& error);
     void connectionDidEnd();
     void end(const std::optional<NetworkError>& error);

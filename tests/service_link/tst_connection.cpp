@@ -1,6 +1,7 @@
 #include "service_link/ClientConnection.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -9,6 +10,9 @@
 #include <atomic>
 #include <future>
 #include <mutex>
+
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -21,15 +25,20 @@ private Q_SLOTS:
 
     void init()
     {
-        m_idle = std::promise<void>();
         m_isBusy = false;
         m_messages.clear();
         m_ends = 0;
         m_error = -1;
         m_server = std::make_unique<QTcpServer>();
         QVERIFY(m_server->listen(QHostAddress::LocalHost));
+        makeConnection(m_server->serverPort());
+    }
+
+    void makeConnection(quint16 port)
+    {
+        m_idle = std::promise<void>();
         m_connection = std::make_unique<ClientConnection>(
-            u"localhost"_s, m_server->serverPort(),
+            u"localhost"_s, port,
             [this, idle = m_idle.get_future().share()](const std::optional<QString>& text) {
                 if (text == u"execute") {
                     m_isBusy = true;
@@ -97,7 +106,7 @@ private Q_SLOTS:
     // The other ends are played end to end.
     void readsTheLastMessageOfAServiceThatCloses()
     {
-        QVERIFY(start());
+        QVERIFY(start() && isPeerChecked());
         m_peer->write("last words");
         m_peer->disconnectFromHost();
         QTRY_COMPARE(m_ends, 1);
@@ -123,12 +132,79 @@ private Q_SLOTS:
         QTRY_VERIFY((m_connection->send("#####request=connections_status"), m_error > 0));
     }
 
+    // Nothing of what another account's program sends is acted on, however it goes about it.
+    void refusesAnotherAccount_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<QString>("address");
+        for (const char* const how : {"takes", "waits", "closes", "resets"}) {
+            QTest::newRow(how) << QString::fromLatin1(how) << u"127.0.0.1"_s;
+        }
+        QTest::newRow("takes at ::1") << u"takes"_s << u"::1"_s;
+    }
+
+    void refusesAnotherAccount()
+    {
+        if (::getuid() != 0) {
+            QSKIP("only root can start a program as another account");
+        }
+        QFETCH(const QString, how);
+        QFETCH(const QString, address);
+        QProcess service;
+        service.start(QString::fromUtf8(VANTORY_TEST_DATA "/other_service"), {how, address});
+        QVERIFY(service.waitForReadyRead());
+        m_connection.reset();
+        makeConnection(service.readLine().trimmed().toUShort());
+        m_connection->start();
+        QTRY_COMPARE(m_ends, 1);
+        QVERIFY(m_error > 0 && messages().isEmpty());
+        service.kill();
+        service.waitForFinished();
+    }
+
+    // The rest of what was sent, and the end, wait for the busy queue, but not for ever.
+    void endsBehindABusyQueue_data()
+    {
+        QTest::addColumn<bool>("isReset");
+        QTest::addColumn<int>("unread");
+        QTest::newRow("closed") << false << 0;
+        QTest::newRow("reset") << true << 0;
+        QTest::newRow("closed behind more than is read ahead") << false << 1'200'000;
+    }
+
+    void endsBehindABusyQueue()
+    {
+        QFETCH(const bool, isReset);
+        QFETCH(const int, unread);
+        m_connection->endPatience = std::chrono::milliseconds(300);
+        QVERIFY(start() && makeBusy());
+        m_peer->write(QByteArray(unread, 'a'));
+        QTRY_COMPARE(m_peer->bytesToWrite(), 0);
+        QCOMPARE(m_ends, 0);
+        if (isReset) {
+            const linger atOnce = {1, 0};
+            ::setsockopt(static_cast<int>(m_peer->socketDescriptor()), SOL_SOCKET, SO_LINGER,
+                         &atOnce, sizeof atOnce);
+        }
+        m_peer->disconnectFromHost();
+        QTRY_COMPARE(m_ends, 1);
+        QCOMPARE(m_error > 0, isReset);
+        QCOMPARE(messages(), QStringList());
+    }
+
 private:
     bool start()
     {
         m_connection->start();
         return m_server->waitForNewConnection(5000) &&
                (m_peer = m_server->nextPendingConnection()) != nullptr;
+    }
+
+    // Nothing is sent before; a service that closes earlier can't be told from another account's.
+    bool isPeerChecked()
+    {
+        m_connection->send("#####a");
+        return QTest::qWaitFor([this] { return m_peer->bytesAvailable() > 0; });
     }
 
     // Sends a message that occupies the queue until m_idle is set.

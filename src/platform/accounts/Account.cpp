@@ -13,25 +13,35 @@ struct Names {
     QString comment;
 };
 
-Names ownNames()
+Names namesOf(quint32 number)
 {
     const auto entry = AccountDatabase::find<passwd>(
-        [](auto... arguments) { return ::getpwuid_r(::getuid(), arguments...); });
+        [number](auto... arguments) { return ::getpwuid_r(number, arguments...); });
     return entry ? Names{QString::fromUtf8(entry->record.pw_name),
                          QString::fromUtf8(entry->record.pw_gecos)}
-                 : Names{QString::number(::getuid()), {}};
+                 : Names{QString::number(number), {}};
 }
 
 } // namespace
 
+quint32 Account::number()
+{
+    return ::getuid();
+}
+
 QString Account::loginName()
 {
-    return ownNames().login;
+    return loginName(number());
+}
+
+QString Account::loginName(quint32 number)
+{
+    return namesOf(number).login;
 }
 
 QString Account::fullName()
 {
-    const auto [login, comment] = ownNames();
+    const auto [login, comment] = namesOf(number());
     QString name = comment.section(u',', 0, 0).trimmed();
     name.replace(u'&', login.left(1).toUpper() + login.mid(1));
     return name.isEmpty() ? login : name;

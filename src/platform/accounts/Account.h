@@ -7,8 +7,12 @@
 // The person who runs the program, and the machine. Any thread.
 namespace Account {
 
+// The user number.
+[[nodiscard]] quint32 number();
+
 // The login name; the decimal user number where the account database doesn't know it.
 [[nodiscard]] QString loginName();
+[[nodiscard]] QString loginName(quint32 number);
 
 // The full name: the first part of the account's comment field, in which "&" means the capitalised
 // login name (passwd(5)); the login name where it is empty.

@@ -2,9 +2,11 @@
 
 #include "platform/files/Descriptor.h"
 #include "platform/files/SystemError.h"
+#include "platform/network/PeerCheck.h"
 #include "platform/network/TcpPeer.h"
 #include "platform/threads/SerialQueue.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -21,6 +23,8 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr std::size_t kLargestRead = 65536;
 constexpr qsizetype kReadAhead = 1024 * 1024; // bytes that may wait to be received
 
@@ -34,7 +38,15 @@ NetworkError networkError(int code)
 // Shared with the callbacks that wait on the queue and may outlive the connection there.
 class TcpConnection::Private : public std::enable_shared_from_this<TcpConnection::Private> {
 public:
-    Private(const QString& host, quint16 port) : m_host(host), m_port(port) {}
+    Private(const QString& host, quint16 port, OwnerCheck ownerCheck)
+        : m_host(host), m_port(port), m_peer(std::move(ownerCheck))
+    {}
+
+    void setOverdue(std::chrono::milliseconds patience, Overdue overdue)
+    {
+        m_patience = patience;
+        m_overdue = std::move(overdue);
+    }
 
     void start(SerialQueue& queue, ConnectHandler handler)
     {
@@ -161,16 +173,17 @@ private:
     {
         auto [socket, error] =
             TcpPeer::connect(m_host, m_port, m_wake, [this] { return isCancelled(); });
-        {
+        auto reason = error != 0 ? std::optional(networkError(error)) : m_peer.check(socket);
+        if (!reason) {
             const std::lock_guard lock(m_mutex);
             m_socket = std::move(socket);
         }
-        const auto reason = error != 0 ? std::optional(networkError(error)) : std::nullopt;
-        m_queue->post([self = shared_from_this(), handler, reason] {
-            if (!self->isCancelled()) {
-                handler(reason);
-            }
-        });
+        m_queue->post(
+            [self = shared_from_this(), handler, reason, isKnown = m_peer.isOwnerKnown()] {
+                if (!self->isCancelled()) {
+                    handler(reason, isKnown);
+                }
+            });
         if (!reason) {
             exchange();
         }
@@ -187,33 +200,78 @@ private:
                     ::shutdown(m_socket.value(), SHUT_RDWR);
                     return;
                 }
-                const bool isOver = m_ended || m_readError.has_value();
-                if (!isOver && m_waitingBytes < kReadAhead) {
-                    interest |= POLLIN;
-                }
-                if (!m_outgoing.empty()) {
-                    interest |= POLLOUT;
-                }
+                interest = interestOfNow();
             }
             // Where nothing is wanted the socket is left out: poll() reports a broken one always.
             std::array<pollfd, 2> descriptors = {
                 {{m_wake.value(), POLLIN, 0},
                  {interest != 0 ? m_socket.value() : -1, interest, 0}}};
-            if (::poll(descriptors.data(), descriptors.size(), -1) < 0) {
+            const int ready = ::poll(descriptors.data(), descriptors.size(), untilOverdue());
+            if (ready < 0) {
+                continue;
+            }
+            if (ready == 0) {
+                reportOverdue();
                 continue;
             }
             if (descriptors[0].revents != 0) {
                 std::uint64_t count = 0;
                 [[maybe_unused]] const auto got = ::read(m_wake.value(), &count, sizeof count);
             }
-            if ((descriptors[1].revents & (POLLOUT | POLLERR | POLLHUP)) != 0) {
+            const int events = descriptors[1].revents;
+            if ((events & (POLLOUT | POLLERR | POLLHUP)) != 0) {
                 writeSome();
             }
-            if ((interest & POLLIN) != 0 &&
-                (descriptors[1].revents & (POLLIN | POLLERR | POLLHUP)) != 0) {
+            if ((interest & POLLIN) != 0 && (events & (POLLIN | POLLERR | POLLHUP)) != 0) {
                 readOnce();
+            } else if ((events & (POLLRDHUP | POLLERR | POLLHUP)) != 0) {
+                noteEnd(); // behind what is still to be read
             }
         }
+    }
+
+    // With the mutex held: what the socket is to be polled for.
+    [[nodiscard]] short interestOfNow() const
+    {
+        int interest = m_outgoing.empty() ? 0 : POLLOUT;
+        const bool isOver = m_ended || m_readError.has_value();
+        if (!isOver && m_waitingBytes < kReadAhead) {
+            interest |= POLLIN;
+        } else if (!isOver && !m_endSeen) {
+            interest |= POLLRDHUP;
+        }
+        return static_cast<short>(interest);
+    }
+
+    void noteEnd()
+    {
+        if (!m_endSeen) {
+            m_endSeen = Clock::now();
+        }
+    }
+
+    // The milliseconds for poll().
+    [[nodiscard]] int untilOverdue() const
+    {
+        if (!m_endSeen || !m_overdue) {
+            return -1;
+        }
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(*m_endSeen + m_patience - Clock::now());
+        return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+    }
+
+    void reportOverdue()
+    {
+        std::optional<NetworkError> error;
+        {
+            const std::lock_guard lock(m_mutex);
+            int code = 0; // where the error is still behind what was not read
+            socklen_t length = sizeof code;
+            ::getsockopt(m_socket.value(), SOL_SOCKET, SO_ERROR, &code, &length);
+            error = code != 0 ? std::optional(networkError(code)) : m_readError;
+        }
+        std::exchange(m_overdue, nullptr)(error);
     }
 
     void readOnce()
@@ -223,8 +281,15 @@ private:
         if (got < 0 && (error == EAGAIN || error == EINTR)) {
             return;
         }
+        // Whoever sent something has taken the connection before.
+        const auto refusal = got > 0 && m_peer.isPending() ? m_peer.check(m_socket) : std::nullopt;
+        if (got <= 0 || refusal) {
+            noteEnd();
+        }
         const std::lock_guard lock(m_mutex);
-        if (got > 0) {
+        if (refusal) {
+            m_readError = refusal;
+        } else if (got > 0) {
             m_incoming.emplace_back(m_buffer.data(), got);
             m_waitingBytes += cost(m_incoming.back());
         } else if (got == 0) {
@@ -257,8 +322,15 @@ private:
     const quint16 m_port;
     SerialQueue* m_queue = nullptr;
     Descriptor m_wake; // an eventfd
-    std::array<char, kLargestRead> m_buffer;
     std::thread m_thread;
+
+    // Set before the thread starts, and used by it.
+    std::chrono::milliseconds m_patience{0};
+    Overdue m_overdue;
+    // The thread's own.
+    std::array<char, kLargestRead> m_buffer;
+    PeerCheck m_peer;
+    std::optional<Clock::time_point> m_endSeen; // when the connection's end was noticed
 
     std::mutex m_mutex;  // guards what follows
     Descriptor m_socket; // set once, when connected, by the thread that reads and polls it
@@ -271,8 +343,8 @@ private:
     bool m_cancelled = false;
 };
 
-TcpConnection::TcpConnection(const QString& host, quint16 port)
-    : d(std::make_shared<Private>(host, port))
+TcpConnection::TcpConnection(const QString& host, quint16 port, OwnerCheck ownerCheck)
+    : d(std::make_shared<Private>(host, port, std::move(ownerCheck)))
 {}
 
 TcpConnection::~TcpConnection()
@@ -284,6 +356,11 @@ TcpConnection::~TcpConnection()
 void TcpConnection::start(SerialQueue& queue, ConnectHandler handler)
 {
     d->start(queue, std::move(handler));
+}
+
+void TcpConnection::setOverdue(std::chrono::milliseconds patience, Overdue overdue)
+{
+    d->setOverdue(patience, std::move(overdue));
 }
 
 void TcpConnection::receive(Receive handler)

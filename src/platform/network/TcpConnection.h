@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,17 +21,29 @@ struct NetworkError {
 // It has a thread of its own, so that bytes are sent and read while the owner's queue is busy. Each
 // read of the socket, of at most 64 KiB, is one receive. Reading pauses while a mebibyte waits to
 // be received.
+//
+// No byte is exchanged before the account that holds the peer's end has been accepted. Where the
+// peer has not taken the connection yet, that is the account that listens, and the one that takes
+// it is looked at before the first byte is received.
 class TcpConnection {
 public:
-    // None when connected, else why not: nobody listens, the host can't be reached, and so on.
-    using ConnectHandler = std::function<void(const std::optional<NetworkError>&)>;
+    // Given a user number, returns why that account may not be the peer, or none where it may. Runs
+    // on the connection's thread.
+    using OwnerCheck = std::function<std::optional<QString>(quint32 owner)>;
+    // No error when connected, else why not: nobody listens, the host can't be reached, the peer
+    // was refused, and so on. `isOwnerKnown` is false where the system can't tell who the peer is;
+    // the connection is used nevertheless.
+    using ConnectHandler =
+        std::function<void(const std::optional<NetworkError>& error, bool isOwnerKnown)>;
     // The data of one read (none at the end), whether the peer has closed its side, what failed.
     using Receive = std::function<void(const QByteArray& data, bool isComplete,
                                        const std::optional<NetworkError>&)>;
     using SendCompletion = std::function<void(const std::optional<NetworkError>&)>;
+    // What failed, or none where the peer has closed its side.
+    using Overdue = std::function<void(const std::optional<NetworkError>&)>;
 
     // The host is "localhost" (127.0.0.1, then ::1) or a numeric address.
-    TcpConnection(const QString& host, quint16 port);
+    TcpConnection(const QString& host, quint16 port, OwnerCheck ownerCheck);
     // Cancels and waits for the connection's thread. Not from a handler.
     ~TcpConnection();
 
@@ -40,6 +53,10 @@ public:
     // Connects, and calls the handler once with the outcome. That and the receive callbacks run on
     // `queue`, which must outlive the connection. Once.
     void start(SerialQueue& queue, ConnectHandler handler);
+
+    // Sets what is called on the connection's thread where its end has not been received within
+    // this time, because the owner is busy or much is still to be received. Before start().
+    void setOverdue(std::chrono::milliseconds patience, Overdue overdue);
 
     // Asks for the next read; the handler is called once. One at a time.
     void receive(Receive handler);
