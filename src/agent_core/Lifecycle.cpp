@@ -12,6 +12,7 @@
 #include "platform/threads/MainQueue.h"
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
+#include "service_link/RemoteCommands.h"
 #include "windows/AboutController.h"
 #include "windows/ActivityWindow.h"
 #include "windows/ConnectionStatus.h"
@@ -216,6 +217,7 @@ void AppDelegate::applicationWillTerminate()
     if (!isStarted) {
         endProgram(0);
     }
+    Client::prepareToStop();
     WindowActivation::stop();
     // At once and not after the wait: from another thread the main loop goes on meanwhile.
     if (MainQueue::isMainThread()) {
@@ -223,10 +225,15 @@ void AppDelegate::applicationWillTerminate()
     } else {
         MainQueue::post(&AppDelegate::stopTimersAndNotices);
     }
-    if (options.restart_daemon_at_close_only && !isAtLoginWindow()) {
+    const auto end = std::chrono::steady_clock::now() + Intervals::current().restartRequest;
+    const bool asksForRestart = options.restart_daemon_at_close_only && !isAtLoginWindow();
+    if (asksForRestart) {
         send(Protocol::requestRestart());
+    }
+    RemoteCommands::endRunning();
+    if (asksForRestart) {
         // Time for the request to leave before the process ends.
-        std::this_thread::sleep_for(Intervals::current().restartRequest);
+        std::this_thread::sleep_until(end);
     }
     if (client != nullptr) {
         client->stop();

@@ -24,10 +24,19 @@ void Client::send(const QString& command)
 
 void Client::stop()
 {
+    end = End::ByStop;
     connection.stop();
+}
+
+void Client::prepareToStop()
+{
+    end = End::Later;
 }
 
 void Client::didStopCallback(const std::optional<NetworkError>& error)
 {
-    endProgram(error ? 1 : 0);
+    if (end == End::Later) {
+        waitForProgramEnd();
+    }
+    endProgram(error && end == End::ByLink ? 1 : 0);
 }

@@ -2,6 +2,8 @@
 
 #include "service_link/ClientConnection.h"
 #include <QString>
+
+#include <atomic>
 #include <optional>
 
 // The agent's one link to the service on this machine. When it ends, or can't be made, the process
@@ -19,10 +21,19 @@ public:
     // Ends the link, and by the callback that start() sets the process. Any thread.
     void stop();
 
+    // From now on only stop() ends the process, with status 0: a link that ends or breaks before
+    // is no failure, and whoever calls this has something to finish first. Any thread.
+    static void prepareToStop();
+
     // Ends the process: with status 1 where there is an error, else 0. Any thread.
     [[noreturn]] static void didStopCallback(const std::optional<NetworkError>& error);
 
     const QString host;
     const quint16 port;
     ClientConnection connection;
+
+private:
+    // Who ends the process when the link has ended: the link, nobody yet, or stop().
+    enum class End { ByLink, Later, ByStop };
+    static inline std::atomic<End> end = End::ByLink;
 };

@@ -18,8 +18,8 @@ enum class StatusLog { Written, Omitted };
 qint64 runShell(const QString& script, StatusLog statusLog)
 {
     // The last argument is the script's name in the shell's own messages.
-    const auto result =
-        ChildProcess::run(SystemPrograms::kSh.toString(), {u"-c"_s, script, u"&"_s});
+    const auto result = ChildProcess::run(SystemPrograms::kSh.toString(), {u"-c"_s, script, u"&"_s},
+                                          {.endsWithProgram = true});
     if (!result.status) {
         printErrorLog(result.error);
         return kCouldNotStart;
@@ -61,6 +61,11 @@ qint64 RemoteCommands::executeApplication(const QString& text)
 {
     printLog(u"command="_s + text);
     return runShell(text, StatusLog::Omitted);
+}
+
+void RemoteCommands::endRunning()
+{
+    ChildProcess::endRunning(std::chrono::seconds(1));
 }
 
 QString RemoteCommands::getCommand(QStringView command)

@@ -25,6 +25,11 @@ void endProgram(int status)
     std::abort();
 }
 
+void waitForProgramEnd()
+{
+    endProgram(0);
+}
+
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
     QDir().mkpath(QFileInfo(path).path());

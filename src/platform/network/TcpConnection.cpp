@@ -113,7 +113,7 @@ private:
         [[nodiscard]] bool isOver() const { return error || sent == data.size(); }
     };
 
-    // Gives the system as much of the message as it takes without waiting.
+    // With the mutex held: gives the system as much of the message as it takes without waiting.
     void put(Outgoing& message) const
     {
         while (!message.isOver()) {
@@ -124,6 +124,8 @@ private:
                 message.sent += count;
             } else if (errno == EAGAIN) {
                 return;
+            } else if (m_endSeen) {
+                message.sent = message.data.size(); // nobody is there to get it: no failure
             } else if (errno != EINTR) {
                 message.error = networkError(errno);
             }
@@ -225,6 +227,7 @@ private:
             if ((interest & POLLIN) != 0 && (events & (POLLIN | POLLERR | POLLHUP)) != 0) {
                 readOnce();
             } else if ((events & (POLLRDHUP | POLLERR | POLLHUP)) != 0) {
+                const std::lock_guard lock(m_mutex);
                 noteEnd(); // behind what is still to be read
             }
         }
@@ -269,7 +272,8 @@ private:
             int code = 0; // where the error is still behind what was not read
             socklen_t length = sizeof code;
             ::getsockopt(m_socket.value(), SOL_SOCKET, SO_ERROR, &code, &length);
-            error = code != 0 ? std::optional(networkError(code)) : m_readError;
+            // EPIPE: the peer had closed before it was sent something.
+            error = code != 0 && code != EPIPE ? std::optional(networkError(code)) : m_readError;
         }
         std::exchange(m_overdue, nullptr)(error);
     }
@@ -283,10 +287,10 @@ private:
         }
         // Whoever sent something has taken the connection before.
         const auto refusal = got > 0 && m_peer.isPending() ? m_peer.check(m_socket) : std::nullopt;
+        const std::lock_guard lock(m_mutex);
         if (got <= 0 || refusal) {
             noteEnd();
         }
-        const std::lock_guard lock(m_mutex);
         if (refusal) {
             m_readError = refusal;
         } else if (got > 0) {
@@ -330,7 +334,6 @@ private:
     // The thread's own.
     std::array<char, kLargestRead> m_buffer;
     PeerCheck m_peer;
-    std::optional<Clock::time_point> m_endSeen; // when the connection's end was noticed
 
     std::mutex m_mutex;  // guards what follows
     Descriptor m_socket; // set once, when connected, by the thread that reads and polls it
@@ -339,6 +342,7 @@ private:
     qsizetype m_waitingBytes = 0;
     bool m_ended = false;
     std::optional<NetworkError> m_readError;
+    std::optional<Clock::time_point> m_endSeen; // when either was noticed; written by the thread
     std::deque<Outgoing> m_outgoing;
     bool m_cancelled = false;
 };

@@ -2,6 +2,7 @@
 
 #include "platform/files/Descriptor.h"
 #include "platform/files/SystemError.h"
+#include "platform/processes/RunningSessions.h"
 #include "platform/processes/SecretText.h"
 
 #include <QCoreApplication>
@@ -299,11 +300,25 @@ void reapLater(pid_t child)
 ChildProcess::Result ChildProcess::run(const QString& program, const QStringList& arguments,
                                        const Options& options)
 {
-    const Child child = spawn(program, arguments, options);
+    Child child;
+    const auto start = [&] { return (child = spawn(program, arguments, options)).pid; };
+    if (!options.endsWithProgram) {
+        start();
+    } else if (!RunningSessions::begin(start)) {
+        child.error = ECANCELED;
+    }
     if (child.error != 0) {
         return {std::nullopt, systemErrorText(child.error)};
     }
+    if (options.endsWithProgram) {
+        RunningSessions::awaitEnd(child.pid);
+    }
     return options.limit ? waitFor(child.pid, *options.limit) : reap(child.pid);
+}
+
+void ChildProcess::endRunning(std::chrono::milliseconds grace)
+{
+    RunningSessions::endAll(grace);
 }
 
 std::optional<QString> ChildProcess::start(const QString& program, const QStringList& arguments)

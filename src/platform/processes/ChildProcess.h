@@ -31,6 +31,8 @@ struct Options {
     std::optional<std::chrono::milliseconds> limit = {};
     // The child's umask, where it must not be ours.
     std::optional<unsigned int> umask = {};
+    // Whether endRunning() ends it.
+    bool endsWithProgram = false;
 };
 
 // Starts the program and waits for its end. Any thread.
@@ -40,5 +42,11 @@ struct Options {
 // Starts the program and does not wait for it; it is reaped when it ends. Returns why it could not
 // be started, or none. Main thread, with an event loop.
 [[nodiscard]] std::optional<QString> start(const QString& program, const QStringList& arguments);
+
+// Ends the sessions of the children that run() waits for and that are to end with this program:
+// asks each of their processes to end (SIGTERM), and kills what is left after `grace`. Returns when
+// they have ended, or the time is over. From then on such a child is not started any more: run()
+// fails with ECANCELED. What an ended child has left in the background is not touched. Any thread.
+void endRunning(std::chrono::milliseconds grace);
 
 } // namespace ChildProcess
