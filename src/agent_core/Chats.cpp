@@ -7,9 +7,14 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// More windows than that help nobody, and each costs memory.
+constexpr qsizetype kMostChats = 20;
 
 // A copy: a chat that is closed while it is walked changes the list.
 QList<ChatController*> chatsOf(qint64 token)
@@ -46,11 +51,40 @@ void removeChat(qint32 token)
     }
 }
 
+// Where there are many chats, one that has ended goes for a new one, else one that the person has
+// closed. False where there is neither.
+bool makeRoom()
+{
+    const QList<ChatController*>& chats = AppDelegate::state().chats;
+    if (chats.size() < kMostChats) {
+        return true;
+    }
+    using Rule = bool (*)(const ChatController*);
+    for (const Rule canGo : {Rule([](const ChatController* chat) { return chat->hasEnded(); }),
+                             Rule([](const ChatController* chat) { return !chat->position(); })}) {
+        const auto oldest = std::find_if(chats.cbegin(), chats.cend(), [canGo](const auto* chat) {
+            return canGo(chat) && !chat->isInUse();
+        });
+        if (oldest != chats.cend()) {
+            const qint32 token = (*oldest)->token;
+            reportClosed(token);
+            removeChat(token);
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 void AppDelegate::requestChat(qint32 token, qint32 session)
 {
     if (isTerminating()) {
+        return;
+    }
+    if (!makeRoom()) {
+        printErrorLog(u"%1 chats are open: chat %2 is refused"_s.arg(kMostChats).arg(token));
+        reportClosed(token); // so that its operator does not wait
         return;
     }
     QList<QPoint> others;

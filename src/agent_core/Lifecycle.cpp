@@ -278,6 +278,6 @@ void AppDelegate::send(const QString& command)
 
 std::optional<JsonData::Info> AppDelegate::labels()
 {
-    const auto document = getLanguageLabel();
+    const std::shared_ptr<const JsonData> document = getLanguageLabel();
     return document ? std::optional(document->info(options.language)) : std::nullopt;
 }

@@ -3,9 +3,14 @@
 #include "windows/ConnectionStatus.h"
 #include "windows/MessageInbox.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// More windows than that help nobody, and each costs memory.
+constexpr qsizetype kMostMessages = 20;
 
 void removeMessage(MessageInbox* message)
 {
@@ -18,6 +23,41 @@ void removeMessage(MessageInbox* message)
     message->deleteLater(); // it may be in the middle of its button's click or its timer's tick
 }
 
+// In the newest message.
+void showNotShown()
+{
+    const QList<MessageInbox*>& messages = AppDelegate::state().messageInbox;
+    for (MessageInbox* const message : messages) {
+        message->setNotShown(message == messages.last() ? AppDelegate::state().messagesNotShown
+                                                        : 0);
+    }
+}
+
+void closed(MessageInbox* message, bool isByPerson)
+{
+    removeMessage(message);
+    AgentState& state = AppDelegate::state();
+    // One that closed by itself may not have been seen: the next one tells again.
+    if (state.messageInbox.isEmpty() && isByPerson) {
+        state.messagesNotShown = 0;
+    }
+    showNotShown();
+}
+
+// Closes the oldest message that the person is not in.
+void makeRoom()
+{
+    AgentState& state = AppDelegate::state();
+    if (state.messageInbox.size() < kMostMessages) {
+        return;
+    }
+    const auto oldest =
+        std::find_if(state.messageInbox.cbegin(), state.messageInbox.cend(),
+                     [](const MessageInbox* message) { return !message->isInUse(); });
+    ++state.messagesNotShown;
+    (*oldest)->stopMessage();
+}
+
 } // namespace
 
 void AppDelegate::showMessageInbox(const Message& message)
@@ -25,6 +65,7 @@ void AppDelegate::showMessageInbox(const Message& message)
     if (isTerminating()) {
         return;
     }
+    makeRoom();
     QList<QPoint> others;
     for (const MessageInbox* const shown : std::as_const(state().messageInbox)) {
         others.append(shown->position());
@@ -32,7 +73,9 @@ void AppDelegate::showMessageInbox(const Message& message)
     // Dies with the delegate, which owns its parent.
     auto* const window = new MessageInbox(&AppDelegate::labels, state().connectionStatus);
     state().messageInbox.append(window);
-    QObject::connect(window, &MessageInbox::closed, window, [window] { removeMessage(window); });
+    QObject::connect(window, &MessageInbox::closed, window,
+                     [window](bool isByPerson) { closed(window, isByPerson); });
     window->set(message.from, message.text, message.timeout, message.icon);
+    showNotShown();
     window->present(others);
 }

@@ -86,7 +86,8 @@ struct AgentState {
     DesktopNotices* notices = nullptr; // from the start of the agent on
     UserAcknowledgement* userAcknowledge = nullptr;
     SecurityAccess* access = nullptr;
-    QList<MessageInbox*> messageInbox;
+    QList<MessageInbox*> messageInbox; // the oldest first
+    qint64 messagesNotShown = 0;       // closed for later ones, and not yet told to the person
     QList<ChatController*> chats;
 
     StatusItem* statusBarItem = nullptr;

@@ -58,7 +58,8 @@ public:
     static void changeLanguageNeeded();
     // Sends a command to the service; without a link it is dropped. Any thread.
     static void send(const QString& command);
-    // The labels of the chosen language, read anew; none where the document can't be loaded.
+    // The labels of the chosen language as the document has them now; none where it can't be
+    // loaded.
     [[nodiscard]] static std::optional<JsonData::Info> labels();
 
     // --- BundleOptions.cpp: each reads its keys of the bundle's "oem" property list ---

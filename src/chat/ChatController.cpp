@@ -131,6 +131,16 @@ std::optional<QPoint> ChatController::position() const
     return m_window->isVisible() ? std::optional(m_window->pos()) : std::nullopt;
 }
 
+bool ChatController::isInUse() const
+{
+    return m_window->isActiveWindow();
+}
+
+bool ChatController::hasEnded() const
+{
+    return !m_window->ui.Message->isEnabled();
+}
+
 void ChatController::set(qint32 chatToken, qint32 chatSession, const QString& operatorName)
 {
     token = chatToken;

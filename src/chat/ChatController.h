@@ -32,6 +32,11 @@ public:
     // Where the window stands, also while it is minimised; none where it is closed.
     [[nodiscard]] std::optional<QPoint> position() const;
 
+    // Whether the person is in its window.
+    [[nodiscard]] bool isInUse() const;
+    // Whether nothing more can be written.
+    [[nodiscard]] bool hasEnded() const;
+
     // Once, after the chat was made: which chat it is, and with whom it is opened, who is
     // announced.
     void set(qint32 token, qint32 session, const QString& from);

@@ -1,12 +1,15 @@
 #include "localisation/Translate.h"
 
 #include "logging/Logs.h"
+#include "platform/files/FileStamp.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/RegularFile.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringDecoder>
+
+#include <mutex>
 
 using namespace Qt::StringLiterals;
 
@@ -107,6 +110,7 @@ const Extra kExtras[] = {
     EXTRA(Message, question, u"Question"),
     EXTRA(Message, caution, u"Caution"),
     EXTRA(Message, stop, u"Important warning"),
+    EXTRA(Message, more, u"and %1 more"),
     EXTRA(Settings, unlock, u"Unlock"),
     EXTRA(Settings, lock, u"Lock"),
     EXTRA(Security, wrong, u"The name or the password is wrong."),
@@ -142,7 +146,7 @@ const Record kRecords[] = {
 
 // A document, or what is wrong with it.
 struct Decoded {
-    std::optional<JsonData> document;
+    std::shared_ptr<const JsonData> document;
     QString error;
 };
 
@@ -156,9 +160,9 @@ Decoded decode(const QByteArray& bytes)
     QJsonParseError parseError;
     const QJsonDocument json = QJsonDocument::fromJson(bytes, &parseError);
     if (!json.isObject()) {
-        return {std::nullopt, parseError.error != QJsonParseError::NoError
-                                  ? parseError.errorString()
-                                  : u"the document is not an object"_s};
+        return {nullptr, parseError.error != QJsonParseError::NoError
+                             ? parseError.errorString()
+                             : u"the document is not an object"_s};
     }
     const QJsonObject root = json.object();
     JsonData document;
@@ -168,7 +172,7 @@ Decoded decode(const QByteArray& bytes)
         for (const Label& label : kLabels) {
             const QJsonValue text = textAt(info, label);
             if (!text.isString()) {
-                return {std::nullopt,
+                return {nullptr,
                         u"no text at %1.%2.%3"_s.arg(language, QString::fromUtf16(label.section),
                                                      QString::fromUtf16(label.key))};
             }
@@ -179,7 +183,7 @@ Decoded decode(const QByteArray& bytes)
                 textAt(info, extra.label).toString(QString::fromUtf16(extra.english));
         }
     }
-    return {std::move(document), QString()};
+    return {std::make_shared<const JsonData>(std::move(document)), QString()};
 }
 
 // The document is expected in UTF-8; a byte order mark of another Unicode encoding is heeded.
@@ -188,13 +192,13 @@ Decoded read(const QString& path)
     constexpr qsizetype kLargest = 16 * 1024 * 1024;
     const auto [state, bytes, error] = RegularFile::read(path, kLargest);
     if (state != RegularFile::State::Read) {
-        return {std::nullopt, error};
+        return {nullptr, error};
     }
     const auto encoding = QStringConverter::encodingForData(bytes);
     QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
     const QString text = decoder.decode(bytes);
     if (decoder.hasError()) {
-        return {std::nullopt, u"the document is not Unicode text"_s};
+        return {nullptr, u"the document is not Unicode text"_s};
     }
     return decode(text.toUtf8());
 }
@@ -222,17 +226,25 @@ const JsonData::Info& JsonData::info(Language language) const
     return En;
 }
 
-std::optional<JsonData> getLanguageLabel()
+std::shared_ptr<const JsonData> getLanguageLabel()
 {
     const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
     if (!path) {
         fatalState(u"translate.json is missing from the application's resources"_s);
     }
-    Decoded decoded = read(*path);
-    if (!decoded.document) {
-        printErrorLog(u"error to get language: "_s + decoded.error);
+    static std::mutex mutex; // guards the rest
+    static Decoded last;
+    static std::optional<FileStamp> lastStamp; // none: read it again
+    const std::lock_guard lock(mutex);
+    const auto stamp = FileStamp::of(*path);
+    if (!lastStamp || stamp != lastStamp) {
+        last = read(*path);
+        lastStamp = stamp && stamp->isSettled() ? stamp : std::nullopt;
     }
-    return std::move(decoded.document);
+    if (!last.document) {
+        printErrorLog(u"error to get language: "_s + last.error);
+    }
+    return last.document;
 }
 
 JsonData::Info englishFallback()

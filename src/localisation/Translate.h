@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 // The languages that the program speaks. The order is the enumeration's own; the label document
@@ -38,7 +39,8 @@ struct JsonData {
             QString about, agent, version, build;
         };
         struct Message {
-            QString received, from, automatic, seconds, information, question, caution, stop;
+            QString received, from, automatic, seconds, information, question, caution, stop,
+                more; // "%1" stands for a number
         };
         struct Chat {
             QString chat, joined, left;
@@ -78,10 +80,11 @@ struct JsonData {
     [[nodiscard]] const Info& info(Language language) const;
 };
 
-// Reads and decodes the whole document afresh, so that an edited one takes effect at the next look.
-// None where it cannot be read or decoded as a whole; then the error log has one line. A bundle
-// without the document is a broken installation and ends the program. Any thread.
-[[nodiscard]] std::optional<JsonData> getLanguageLabel();
+// The whole document. It is read and decoded once a change of the file, so that an edited one takes
+// effect at the next look. None where it cannot be read or decoded as a whole; then the error log
+// has one line a look. A bundle without the document is a broken installation and ends the program.
+// Any thread.
+[[nodiscard]] std::shared_ptr<const JsonData> getLanguageLabel();
 
 // The English texts of the keys that a document may lack; all others are empty. For what is shown
 // also where no document can be loaded.

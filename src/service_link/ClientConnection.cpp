@@ -1,6 +1,7 @@
 #include "service_link/ClientConnection.h"
 
 #include "logging/Logs.h"
+#include "platform/threads/MainQueue.h"
 #include "service_link/ServiceAccounts.h"
 
 #include <QStringDecoder>
@@ -89,8 +90,24 @@ void ClientConnection::didReceive(const QByteArray& data, bool isComplete,
     if (isComplete || error) {
         didEnd(error);
     } else {
-        setUpReceive();
+        receiveNext();
     }
+}
+
+// Messages wait at the service when the main thread has enough to do. Its queue then asks for the
+// next one itself, when it has come to the end.
+void ClientConnection::receiveNext()
+{
+    constexpr std::size_t kMostWaiting = 256;
+    if (MainQueue::waiting() < kMostWaiting) {
+        setUpReceive();
+        return;
+    }
+    MainQueue::post([this, self = std::weak_ptr<void>(m_self)] {
+        if (!self.expired()) {
+            setUpReceive();
+        }
+    });
 }
 
 void ClientConnection::didEnd(const std::optional<NetworkError>& error)

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -24,7 +25,8 @@ public:
     using DidStop = std::function<void(const std::optional<NetworkError>&)>;
 
     ClientConnection(const QString& host, quint16 port, CheckMessage checkMessage);
-    // Waits for the message that is being handled; its handler must not wait for the caller.
+    // On the main thread. Waits for the message that is being handled; its handler must not wait
+    // for the caller.
     ~ClientConnection();
 
     ClientConnection(const ClientConnection&) = delete;
@@ -47,6 +49,7 @@ public:
 
 private:
     void setUpReceive();
+    void receiveNext();
     void didReceive(const QByteArray& data, bool isComplete,
                     const std::optional<NetworkError>& error);
     void didEnd(const std::optional<NetworkError>& error);
@@ -55,7 +58,8 @@ private:
     void end(const std::optional<NetworkError>& error);
 
     const CheckMessage m_checkMessage;
-    std::mutex m_callbackMutex; // for taking didStopCallback
+    const std::shared_ptr<void> m_self{this, [](void*) {}}; // only to tell that it is still there
+    std::mutex m_callbackMutex;                             // for taking didStopCallback
     SerialQueue m_queue{"Client connection Q"};
     TcpConnection m_connection;
 };

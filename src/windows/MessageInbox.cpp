@@ -67,10 +67,20 @@ public:
         const QString kind = MessageKind::word(m_kind, labels.Message);
         ui.kind->setText(kind);
         ui.kind->setVisible(!kind.isEmpty());
+        QString more = labels.Message.more;
+        ui.notShown->setText(more.replace("%1"_L1, QString::number(m_notShown)));
+        ui.notShown->setVisible(m_notShown > 0);
+    }
+
+    void setNotShown(qint64 count, const JsonData::Info& labels)
+    {
+        if (std::exchange(m_notShown, count) != count) {
+            translate(labels);
+        }
     }
 
     // Escape and the title bar.
-    void reject() override { m_owner.stopMessage(); }
+    void reject() override { m_owner.closeByPerson(); }
 
     Ui::MessageInbox ui;
 
@@ -117,6 +127,7 @@ private:
 
     MessageInbox& m_owner;
     qint64 m_kind = 0;
+    qint64 m_notShown = 0;
 };
 
 MessageInbox::MessageInbox(LabelSource labels, QObject* parent)
@@ -170,6 +181,17 @@ QPoint MessageInbox::position() const
     return m_window->pos();
 }
 
+bool MessageInbox::isInUse() const
+{
+    return m_window->isActiveWindow();
+}
+
+void MessageInbox::setNotShown(qint64 count)
+{
+    const auto labels = m_labels();
+    m_window->setNotShown(count, labels ? *labels : englishFallback());
+}
+
 void MessageInbox::showCountDown(const JsonData::Info& data)
 {
     m_window->ui.AutomaticMessage->setText(data.Message.automatic + u' ' +
@@ -193,7 +215,7 @@ void MessageInbox::changeMessage()
 void MessageInbox::stopMessage()
 {
     m_window->hide();
-    Q_EMIT closed();
+    Q_EMIT closed(m_isClosedByPerson);
     if (timer) {
         timer->stop();
     }
@@ -201,5 +223,11 @@ void MessageInbox::stopMessage()
 
 void MessageInbox::QuitAction()
 {
+    closeByPerson();
+}
+
+void MessageInbox::closeByPerson()
+{
+    m_isClosedByPerson = true;
     stopMessage();
 }

@@ -31,6 +31,10 @@ public:
     // keys.
     void present(const QList<QPoint>& others);
     [[nodiscard]] QPoint position() const;
+    // Whether the person is in its window.
+    [[nodiscard]] bool isInUse() const;
+    // Says how many messages were closed to make room for later ones; of none nothing is said.
+    void setNotShown(qint64 count);
 
     // Puts one language's texts in place.
     void translate(const JsonData::Info& data);
@@ -47,13 +51,15 @@ public:
 
 Q_SIGNALS:
     // By the person or by the count-down.
-    void closed();
+    void closed(bool isByPerson);
 
 private:
     class Window;
 
     void showCountDown(const JsonData::Info& data);
+    void closeByPerson();
 
     const LabelSource m_labels;
+    bool m_isClosedByPerson = false;
     std::unique_ptr<Window> m_window;
 };

@@ -34,6 +34,19 @@ private Q_SLOTS:
         QCOMPARE(takeErrors(), QByteArray());
     }
 
+    // It is decoded again only after a change, but after each.
+    void anEditShowsAtTheNextLook()
+    {
+        for (const char* const text : {"OK", "KO", "ok"}) {
+            auto edited = m_shipped;
+            QVERIFY(install(edited.replace("\"OK\"", "\"" + QByteArray(text) + "\"")));
+            QCOMPARE(getLanguageLabel()->En.Common.ok, QLatin1StringView(text));
+        }
+        QTRY_COMPARE(getLanguageLabel(), getLanguageLabel()); // the same document
+        QVERIFY(install(m_shipped));
+        QCOMPARE(getLanguageLabel()->En.Common.ok, u"OK"_s);
+    }
+
     void damagedDocuments()
     {
         const auto replaced = [this](const QByteArray& before, const QByteArray& after) {

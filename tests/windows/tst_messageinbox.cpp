@@ -112,6 +112,29 @@ private Q_SLOTS:
         QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####end"});
     }
 
+    // The newest says how many had to go, until the person has closed the last one.
+    void manyMessagesAreSummedUp()
+    {
+        for (int i = 1; i <= 20; ++i) {
+            receive(QString::number(i));
+        }
+        const auto line = [](const QWidget* window) {
+            const auto* const label = window->findChild<QLabel*>(u"notShown"_s);
+            return label->isVisible() ? label->text() : QString();
+        };
+        QCOMPARE(line(open().last()), QString());
+        const QWidget* const before = receive(u"21"_s);
+        QCOMPARE(line(before), u"and 1 more"_s);
+        receive(u"22"_s, 3);
+        QCOMPARE(open().size(), 20);
+        QCOMPARE(line(before), QString());
+        QTRY_COMPARE(line(before), u"and 2 more"_s); // the newest has closed by itself
+        while (!AppDelegate::state().messageInbox.isEmpty()) {
+            AppDelegate::state().messageInbox.constFirst()->QuitAction();
+        }
+        QCOMPARE(AppDelegate::state().messagesNotShown, 0);
+    }
+
     void countsDownInTheLanguageOfTheMoment()
     {
         Intervals::current().clock = std::chrono::hours(1);

@@ -1,26 +1,25 @@
 #include "platform/threads/MainQueue.h"
 
 #include <QCoreApplication>
-#include <QEvent>
-#include <QObject>
+#include <QSocketNotifier>
 
+#include <cstdint>
 #include <deque>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <thread>
 
+#include <sys/eventfd.h>
+#include <unistd.h>
+
 namespace {
 
 struct Queue {
     std::mutex mutex; // guards the rest
     std::deque<std::function<void()>> work;
-    QObject* waker = nullptr;
+    int counter = -1; // an eventfd that counts the work that waits
     std::thread::id mainThread;
-
-    // With the mutex held, so that the waker is not deleted meanwhile and the events come in the
-    // order of the work.
-    void wake() const { QCoreApplication::postEvent(waker, new QEvent(QEvent::User)); }
 };
 
 // Never destroyed: other threads may post while the process ends.
@@ -30,46 +29,37 @@ Queue& queue()
     return *theQueue;
 }
 
-// Runs one piece of work for each event: where a piece runs an event loop of its own, the events of
-// the later pieces are still there for it.
-class Waker : public QObject {
-public:
-    using QObject::QObject;
-
-    ~Waker() override
+// One piece of work a turn of the event loop: what the person does comes in between, also while
+// there is always more to do. Where a piece runs an event loop of its own, that runs the next ones.
+void runNext()
+{
+    std::uint64_t one = 0;
+    std::function<void()> work;
     {
         const std::lock_guard lock(queue().mutex);
-        queue().waker = nullptr;
-    }
-
-    bool event(QEvent* event) override
-    {
-        std::function<void()> work;
-        {
-            // The event was written with this lock held, so it is read with it, too.
-            const std::lock_guard lock(queue().mutex);
-            if (event->type() != QEvent::User || queue().work.empty()) {
-                return QObject::event(event);
-            }
-            work = std::move(queue().work.front());
-            queue().work.pop_front();
+        if (::read(queue().counter, &one, sizeof one) != sizeof one || queue().work.empty()) {
+            return;
         }
-        work();
-        return true;
+        work = std::move(queue().work.front());
+        queue().work.pop_front();
     }
-};
+    work();
+}
 
 } // namespace
 
 void MainQueue::attach()
 {
-    auto* const waker = new Waker(QCoreApplication::instance());
     const std::lock_guard lock(queue().mutex);
     queue().mainThread = std::this_thread::get_id();
-    queue().waker = waker;
-    for (std::size_t i = 0; i < queue().work.size(); ++i) {
-        queue().wake();
+    queue().counter = ::eventfd(static_cast<unsigned int>(queue().work.size()),
+                                EFD_SEMAPHORE | EFD_NONBLOCK | EFD_CLOEXEC);
+    if (queue().counter < 0) {
+        qFatal("no descriptor is left for the main thread's queue");
     }
+    auto* const notifier =
+        new QSocketNotifier(queue().counter, QSocketNotifier::Read, QCoreApplication::instance());
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, &runNext);
 }
 
 bool MainQueue::isMainThread()
@@ -87,9 +77,9 @@ void MainQueue::post(std::function<void()> work)
 {
     const std::lock_guard lock(queue().mutex);
     queue().work.push_back(std::move(work));
-    if (queue().waker != nullptr) {
-        queue().wake();
-    }
+    const std::uint64_t one = 1;
+    // Before attach() there is no counter.
+    [[maybe_unused]] const auto written = ::write(queue().counter, &one, sizeof one);
 }
 
 void MainQueue::postAndWait(std::function<void()> work)
@@ -104,4 +94,10 @@ void MainQueue::postAndWait(std::function<void()> work)
         done->set_value();
     });
     done->get_future().wait();
+}
+
+std::size_t MainQueue::waiting()
+{
+    const std::lock_guard lock(queue().mutex);
+    return queue().work.size();
 }

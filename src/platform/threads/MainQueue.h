@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 
 // Work for the main thread, in the order of posting. It runs from the event loop, also from that of
 // a modal alert.
 //
-// The work waits in a queue of our own, and Qt only wakes the event loop: the thread sanitizer does
+// Each turn of the loop runs one piece, so that what the person does is not held up by many.
+//
+// The work waits in a queue of our own, and Qt only watches its counter: the thread sanitizer does
 // not see Qt's own locks and would report every hand-over by Qt as a data race.
 namespace MainQueue {
 
@@ -26,5 +29,8 @@ void post(std::function<void()> work);
 // never waits for another one, so there is no deadlock; a program that ends does not wait for a
 // caller of this.
 void postAndWait(std::function<void()> work);
+
+// How many pieces wait. Any thread.
+[[nodiscard]] std::size_t waiting();
 
 } // namespace MainQueue
