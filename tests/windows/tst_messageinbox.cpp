@@ -115,20 +115,28 @@ private Q_SLOTS:
     // The newest says how many had to go, until the person has closed the last one.
     void manyMessagesAreSummedUp()
     {
-        for (int i = 1; i <= 20; ++i) {
-            receive(QString::number(i));
-        }
-        const auto line = [](const QWidget* window) {
-            const auto* const label = window->findChild<QLabel*>(u"notShown"_s);
-            return label->isVisible() ? label->text() : QString();
+        const auto show = [](int number, qint64 timeout) {
+            AppDelegate::showMessageInbox({QString::number(number), {}, timeout, 0});
         };
-        QCOMPARE(line(open().last()), QString());
-        const QWidget* const before = receive(u"21"_s);
-        QCOMPARE(line(before), u"and 1 more"_s);
-        receive(u"22"_s, 3);
+        for (int i = 1; i <= 20; ++i) {
+            show(i, 0);
+        }
+        const auto told = [this] {
+            QString lines;
+            for (const QWidget* const window : open()) {
+                const auto* const label = window->findChild<QLabel*>(u"notShown"_s);
+                const auto* const sender = window->findChild<QLabel*>(u"Sender"_s);
+                lines += label->isVisible() ? sender->text() + u": "_s + label->text() : QString();
+            }
+            return lines;
+        };
+        QCOMPARE(told(), QString());
+        show(21, 0);
+        QCOMPARE(told(), u"21: and 1 more"_s);
+        show(22, 1);
+        QCOMPARE(told(), u"22: and 2 more"_s);
         QCOMPARE(open().size(), 20);
-        QCOMPARE(line(before), QString());
-        QTRY_COMPARE(line(before), u"and 2 more"_s); // the newest has closed by itself
+        QTRY_COMPARE(told(), u"21: and 2 more"_s); // the newest has closed by itself
         while (!AppDelegate::state().messageInbox.isEmpty()) {
             AppDelegate::state().messageInbox.constFirst()->QuitAction();
         }
