@@ -6,7 +6,7 @@
 #include <QByteArrayList>
 
 #include <array>
-#include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <optional>
 
@@ -183,27 +183,30 @@ public:
 
     std::optional<Socket> operator()(const End& local, const End* remote) const
     {
-        const auto v4 = rows(u"/tcp"_s);
-        const auto v6 = rows(u"/tcp6"_s); // missing where the kernel has no IPv6
-        if (m_family == AF_INET ? !v4 : !v6) {
+        const End everywhere = remote != nullptr ? *remote : End{};
+        // A listener may also be at all addresses.
+        const std::array<End, 2> places = {local, End{{}, local.port}};
+        const auto count = static_cast<std::ptrdiff_t>(remote != nullptr ? 1 : places.size());
+        const bool isIPv4 = m_family == AF_INET;
+        // A table takes the kernel milliseconds, so the second is read only where it is needed.
+        const auto v4 = isIPv4 ? rows(u"/tcp"_s) : QByteArrayList();
+        if (!v4) {
             return std::nullopt;
         }
-        const End any{{}, local.port};
-        const End everywhere = remote != nullptr ? *remote : End{};
-        for (const End& place : {local, any}) {
-            if (m_family == AF_INET) {
-                if (const auto socket = find(*v4, shortText(place), shortText(everywhere))) {
-                    return socket;
-                }
-            }
-            // A socket of IPv6 also serves connections of IPv4.
-            const bool isMapped = m_family == AF_INET;
-            if (const auto socket = find(v6.value_or(QByteArrayList()), longText(place, isMapped),
-                                         longText(everywhere, isMapped))) {
+        for (auto place = places.begin(); isIPv4 && place != places.begin() + count; ++place) {
+            if (const auto socket = find(*v4, shortText(*place), shortText(everywhere))) {
                 return socket;
             }
-            if (remote != nullptr) {
-                break; // both ends are known
+        }
+        // A socket of IPv6 also serves connections of IPv4.
+        const auto v6 = rows(u"/tcp6"_s); // missing where the kernel has no IPv6
+        if (!v6) {
+            return isIPv4 ? std::optional(Socket{}) : std::nullopt;
+        }
+        for (auto place = places.begin(); place != places.begin() + count; ++place) {
+            if (const auto socket =
+                    find(*v6, longText(*place, isIPv4), longText(everywhere, isIPv4))) {
+                return socket;
             }
         }
         return Socket{};
