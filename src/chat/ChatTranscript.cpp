@@ -1,9 +1,9 @@
 #include "chat/ChatTranscript.h"
 
+#include "chat/TranscriptLayout.h"
 #include "window_kit/PlainSelection.h"
 #include "window_kit/ShownText.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QEvent>
 #include <QFocusEvent>
 #include <QPaintEvent>
@@ -39,8 +39,11 @@ int continuationOf(const QTextBlock& block)
 
 } // namespace
 
-ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
+ChatTranscript::ChatTranscript(QWidget* parent)
+    : QTextEdit(parent), m_layout(new TranscriptLayout(document()))
 {
+    m_layout->setPaintDevice(viewport()); // whose resolution fonts have
+    document()->setDocumentLayout(m_layout);
     setFrameShape(QFrame::NoFrame);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -60,6 +63,7 @@ ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
     // Not valueChanged(): the layout moves the bar, too.
     connect(bar, &QScrollBar::actionTriggered, this, &ChatTranscript::notePlace);
     connect(bar, &QScrollBar::rangeChanged, this, &ChatTranscript::keepPlace);
+    connect(m_layout, &TranscriptLayout::documentSizeChanged, this, &ChatTranscript::keepPlace);
 }
 
 void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour colour)
@@ -92,13 +96,45 @@ void ChatTranscript::notePlace()
     const QScrollBar& bar = *verticalScrollBar();
     // The caret in the last line leaves the margin below it out of sight.
     const bool isAtEnd = bar.sliderPosition() >= bar.maximum() - kDocumentMargin;
-    m_place = isAtEnd ? std::nullopt : std::optional(bar.sliderPosition());
+    if (isAtEnd) {
+        m_place.reset();
+        return;
+    }
+    const QTextBlock block = m_layout->blockAt(bar.sliderPosition());
+    m_place = {block.blockNumber(), bar.sliderPosition() - m_layout->top(block)};
 }
 
-// A long text is laid out step by step, and until the end of that its height is wrong.
+// The text is laid out step by step, and until the end of that some heights are wrong.
 void ChatTranscript::keepPlace()
 {
-    verticalScrollBar()->setValue(m_place.value_or(verticalScrollBar()->maximum()));
+    QScrollBar& bar = *verticalScrollBar();
+    if (m_place) {
+        const QTextBlock block = document()->findBlockByNumber(m_place->block);
+        bar.setValue(m_layout->top(block) + std::min(m_place->offset, block.lineCount()));
+    } else {
+        bar.setValue(bar.maximum());
+    }
+    layOutView();
+}
+
+// Where this changes a height, keepPlace() is called again, until all that is seen is laid out.
+void ChatTranscript::layOutView()
+{
+    const int top = verticalScrollBar()->value();
+    // The background of a block out of sight can be in sight.
+    m_layout->layOut(top - kPaddingY, top + viewport()->height() + kPaddingY);
+}
+
+void ChatTranscript::resizeEvent(QResizeEvent* event)
+{
+    QTextEdit::resizeEvent(event);
+    keepPlace();
+}
+
+void ChatTranscript::scrollContentsBy(int dx, int dy)
+{
+    QTextEdit::scrollContentsBy(dx, dy);
+    layOutView();
 }
 
 bool ChatTranscript::isMessage(Kind kind)
@@ -201,8 +237,7 @@ void ChatTranscript::writeBlock(const Block& block)
 
 QTextBlock ChatTranscript::firstBlockAt(qreal y) const
 {
-    const int position = document()->documentLayout()->hitTest({0, y}, Qt::FuzzyHit);
-    QTextBlock block = document()->findBlock(position);
+    QTextBlock block = m_layout->blockAt(y);
     // The block before may reach down to here, and a message is painted from its first block.
     if (block.previous().isValid()) {
         block = block.previous();
@@ -220,9 +255,14 @@ QRectF ChatTranscript::bubbleOf(const QTextBlock& first, const QTextBlock& last)
     for (QTextBlock block = first; block != last.next(); block = block.next()) {
         const QTextLayout* const lines = block.layout();
         for (int i = 0; i < lines->lineCount(); ++i) {
-            text |= lines->lineAt(i).naturalTextRect().translated(lines->position());
+            text |= lines->lineAt(i).naturalTextRect();
         }
     }
+    // Its blocks have the same margins. Some may have no lines yet, but all have a height.
+    const QRectF top = m_layout->area(first);
+    text.translate(top.left(), 0);
+    text.setTop(top.top());
+    text.setBottom(m_layout->area(last).bottom());
     return text.adjusted(-kPaddingX, -kPaddingY, kPaddingX, kPaddingY);
 }
 

@@ -1,6 +1,7 @@
 #include "chat/ChatTranscript.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QAccessible>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
@@ -35,6 +36,12 @@ private:
         QFont font = m_transcript->font();
         font.setPointSize(font.pointSize() + 1);
         m_transcript->setFont(font);
+    }
+
+    // The number of the block that the upper edge cuts.
+    [[nodiscard]] int blockAtTop() const
+    {
+        return m_transcript->cursorForPosition({0, 0}).blockNumber();
     }
 
     // How far the end of the text is below the window.
@@ -107,11 +114,15 @@ private Q_SLOTS:
         } else {
             m_bar->setSliderPosition(m_bar->maximum() * 4 / 5);
         }
-        const int read = m_bar->value();
         QVERIFY(distanceToEnd() > 100);
-        enlargeFont(); // for a moment the text is much lower than it was
+        const int block = blockAtTop();
+        enlargeFont();
+        QCOMPARE(blockAtTop(), block);
+        m_transcript->resize(500, 200);
+        m_transcript->resize(300, 500);
         settle();
-        QCOMPARE(m_bar->value(), read);
+        QCOMPARE(blockAtTop(), block);
+        const int read = m_bar->value();
         m_transcript->setPalette(QPalette(Qt::black));
         append(text);
         QCOMPARE(m_bar->value(), read);
@@ -123,6 +134,45 @@ private Q_SLOTS:
         }
         append(text);
         QCOMPARE(distanceToEnd(), 0);
+    }
+
+    void showsAnotherWidthAtOnce_data()
+    {
+        QTest::addColumn<bool>("isAtEnd");
+        QTest::newRow("the newest line") << true;
+        QTest::newRow("where the person reads") << false;
+    }
+    void showsAnotherWidthAtOnce()
+    {
+        QFETCH(bool, isAtEnd);
+        for (int i = 0; i < 2'000; ++i) {
+            const QString text = u"word %1, "_s.arg(i).repeated(1 + i % 7);
+            m_transcript->appendBody(text, i % 3 != 0, ChatColour::Text);
+        }
+        settle();
+        if (!isAtEnd) {
+            m_bar->setSliderPosition(m_bar->maximum() / 2);
+        }
+        const int height = m_bar->maximum();
+        for (const int width : {500, 280, 360}) {
+            m_transcript->resize(width, 370);
+            const QImage atOnce = m_transcript->viewport()->grab().toImage();
+            settle();
+            QCOMPARE(m_transcript->viewport()->grab().toImage(), atOnce);
+        }
+        QCOMPARE(m_bar->maximum(), height);
+
+        // What is seen is where it can be pointed at, also by a screen reader.
+        const QTextCursor found = m_transcript->cursorForPosition({100, 100});
+        const QPoint place = m_transcript->cursorRect(found).center();
+        QTest::mouseDClick(m_transcript->viewport(), Qt::LeftButton, {}, place);
+        QVERIFY(m_transcript->textCursor().hasSelection());
+        QCOMPARE(m_transcript->textCursor().blockNumber(), found.blockNumber());
+        QAccessibleTextInterface* const reader =
+            QAccessible::queryAccessibleInterface(m_transcript.get())->textInterface();
+        const QRect character = reader->characterRect(found.position());
+        QVERIFY(
+            character.adjusted(-2, 0, 0, 0).contains(m_transcript->viewport()->mapToGlobal(place)));
     }
 };
 
