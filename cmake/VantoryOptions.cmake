@@ -1,4 +1,10 @@
 # One interface target that every room links: language level, warnings, definitions, sanitizers.
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+include(CheckPIESupported)
+
+check_pie_supported(LANGUAGES CXX)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 add_library(vantory_options INTERFACE)
 target_compile_features(vantory_options INTERFACE cxx_std_20)
@@ -32,9 +38,30 @@ if(VANTORY_SANITIZERS)
     target_link_options(vantory_options INTERFACE
         -Wl,--push-state,--no-as-needed -lcrypt -Wl,--pop-state)
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+    # Level 3 needs GCC 12 or Clang 12. A distribution's own level is undefined before.
+    set(fortify 3)
+    if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 12)
+        set(fortify 2)
+    endif()
     target_compile_options(vantory_options INTERFACE
-        -fstack-protector-strong $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${fortify} -D_GLIBCXX_ASSERTIONS
+        -fstack-protector-strong)
+    # What only some processors have.
+    foreach(flag IN ITEMS -fcf-protection=full -mbranch-protection=standard
+            -fstack-clash-protection)
+        string(MAKE_C_IDENTIFIER has${flag} result)
+        check_cxx_compiler_flag(${flag} ${result})
+        if(${result})
+            target_compile_options(vantory_options INTERFACE ${flag})
+        endif()
+    endforeach()
     target_link_options(vantory_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
+    # Says that the program can have a shadow stack, which the linker does not where the system's
+    # start-up code (Scrt1.o, Debian 12) says nothing. For IBT that code would need a change.
+    check_linker_flag(CXX -Wl,-z,shstk has_shadow_stack)
+    if(has_shadow_stack AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+        target_link_options(vantory_options INTERFACE -Wl,-z,shstk)
+    endif()
 endif()
 
 # vantory_room(NAME HEADERS h... [SOURCES cpp...] [PUBLIC libs...] [PRIVATE libs...])

@@ -3,8 +3,6 @@
 #include <QHostAddress>
 #include <QTcpSocket>
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <utility>
 
@@ -23,47 +21,10 @@ constexpr auto kCloseTime = 1s;
 
 constexpr QByteArrayView kMarker = "#####";
 
-// What may follow the marker. It is written down again here: with the agent's own list the
-// simulator would not notice a mistake in it.
-constexpr std::array<QByteArrayView, 11> kAgentCommands{
-    "request=connections_status",
-    "request=restart",
-    "update_user=",
-    "accept_connection=",
-    "decline_connection=",
-    "disconnect_session=",
-    "close_chat=",
-    "chat_request=",
-    "send_chat=",
-    "result_command={",
-    "result_command_failed_to_read",
-};
-
-bool beginsMessage(QByteArrayView bytes)
-{
-    return bytes.startsWith(kMarker) &&
-           std::ranges::any_of(kAgentCommands, [bytes](QByteArrayView command) {
-               return bytes.sliced(kMarker.size()).startsWith(command);
-           });
-}
-
-// Where the second message begins; -1 where there is none yet. A person may type a marker into a
-// chat, so in the strings of a JSON payload no message begins.
+// Where the second message begins; -1 where there is none yet.
 qsizetype nextMessage(const QByteArray& bytes)
 {
-    const qsizetype equals = bytes.indexOf('=');
-    const bool isJson = equals > 0 && equals + 1 < bytes.size() && bytes[equals + 1] == '{';
-    bool inString = false;
-    for (qsizetype i = 1; i < bytes.size(); ++i) {
-        if (isJson && i > equals && bytes[i] == '"') {
-            inString = !inString;
-        } else if (inString && bytes[i] == '\\') {
-            ++i;
-        } else if (!inString && beginsMessage(QByteArrayView(bytes).sliced(i))) {
-            return i;
-        }
-    }
-    return -1;
+    return bytes.indexOf(kMarker, bytes.startsWith(kMarker) ? kMarker.size() : 0);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "logging/Logs.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/WindowActivation.h"
+#include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/processes/TerminationSignals.h"
 #include "platform/threads/MainQueue.h"
@@ -52,6 +53,9 @@ public:
 
 int main(int argc, char* argv[])
 {
+#ifdef NDEBUG // a debugger needs the memory
+    ProcessMemory::hide();
+#endif
     // Before any other thread exists.
     TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);

@@ -8,6 +8,7 @@
 #include <QStringEncoder>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
@@ -15,6 +16,9 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+// Until they are emptied the files are the last run's, or those of an agent that is running.
+std::atomic<bool> hasBegun = false;
 
 // Without the toolkit: the last lines are written while it is being taken down.
 QString timeText()
@@ -25,6 +29,7 @@ QString timeText()
         std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
         1000;
     std::tm local = {};
+    ::tzset(); // reads the zone again where it has changed; localtime_r() need not
     ::localtime_r(&seconds, &local);
     std::array<char, 64> text = {};
     const std::size_t length =
@@ -60,6 +65,7 @@ void LogDestination::write(const QString& text) const
 void LogDestination::cleanUp() const
 {
     SharedLogFile::startEmpty(m_path);
+    hasBegun = true;
 }
 
 LogErrorDestination::LogErrorDestination() : LogDestination(u"vantoryAgent.stderr"_s) {}
@@ -76,6 +82,8 @@ void printErrorLog(const QString& message)
 
 void fatalState(const QString& why)
 {
-    printErrorLog(why);
+    if (hasBegun) {
+        printErrorLog(why);
+    }
     abortProgram(why.toLocal8Bit() + '\n');
 }

@@ -35,6 +35,6 @@ public:
 void printLog(const QString& message);
 void printErrorLog(const QString& message);
 
-// Ends the program where it must not go on: one line in the error log and on standard error says
-// why, then abort().
+// Ends the program where it must not go on: one line on standard error and, once cleanUp() has made
+// the file this run's, in the error log says why, then abort().
 [[noreturn]] void fatalState(const QString& why);

@@ -1,5 +1,7 @@
 #include "service_link/Protocol.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <limits>
 
@@ -39,7 +41,9 @@ QString Protocol::requestRestart()
 
 QString Protocol::updateUser(const QString& name)
 {
-    return marked(u"update_user="_s) + name;
+    // The service begins a message at each "#####", also where "#" ends the name before one.
+    static const QRegularExpression marker(u"#{5,}|#+\\z"_s);
+    return marked(u"update_user="_s) + QString(name).remove(marker);
 }
 
 QString Protocol::acceptConnection(qint64 session)
@@ -69,7 +73,9 @@ QString Protocol::chatRequest(qint64 session)
 
 QString Protocol::sendChat(const QString& json)
 {
-    return marked(u"send_chat="_s) + json;
+    // A person may type "#####". In JSON a "#" occurs only in strings, where an escape stands for
+    // it.
+    return marked(u"send_chat="_s) + QString(json).replace(u'#', "\\u0023"_L1);
 }
 
 QString Protocol::resultCommand(qint64 session, qint64 status)

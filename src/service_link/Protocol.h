@@ -42,7 +42,8 @@ inline constexpr InboundCommand kExecuteApplication{u"execute_application=", Mat
 inline constexpr InboundCommand kConnectedGateway{u"connected_gateway=", Match::Prefix};
 inline constexpr InboundCommand kStatus{u"status=", Match::Prefix};
 
-// To the service: whole messages, with the "#####".
+// To the service: whole messages, with the "#####". It does not occur again in any of them, and
+// none ends in "#", whatever a name or a chat's line holds.
 [[nodiscard]] QString requestConnectionsStatus();
 [[nodiscard]] QString requestRestart();
 [[nodiscard]] QString updateUser(const QString& name);

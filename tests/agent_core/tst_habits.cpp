@@ -1,4 +1,5 @@
 #include "AgentFixture.h"
+#include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
 #include "windows/UserAcknowlegement.h"
 
@@ -9,6 +10,7 @@
 #include <QTest>
 #include <QWindow>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -294,6 +296,30 @@ private Q_SLOTS:
         QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
         (void)xdotool({u"key"_s, u"alt+F4"_s});
         QVERIFY(question->isVisible());
+    }
+
+    // With one in the future, window managers refuse every later window. Some hosts send seconds.
+    void clicksOfTheBusHaveABelievableTime()
+    {
+        const auto now = [] {
+            const auto since = std::chrono::steady_clock::now().time_since_epoch();
+            return static_cast<quint32>(
+                std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
+        };
+        QWidget window;
+        for (const qint64 offset : {-30'000, -600'000, 1'000, 86'400'000}) {
+            const quint32 before = now();
+            const auto told = static_cast<quint32>(before + offset);
+            WindowActivation::noteAction(told);
+            WindowActivation::present(&window);
+            const auto time =
+                ::property(static_cast<xcb_window_t>(window.winId()), "_NET_WM_USER_TIME").value(0);
+            if (offset == -30'000) {
+                QCOMPARE(time, told);
+            } else {
+                QVERIFY2(time - before <= now() - before, qPrintable(QString::number(offset)));
+            }
+        }
     }
 };
 

@@ -155,15 +155,16 @@ private Q_SLOTS:
         QTest::keyClick(field, Qt::Key_Return);
         QVERIFY(field->text().isEmpty());
         listen();
-        QTest::keyClick(field, Qt::Key_Return); // nothing to send
-        QTest::keyClicks(field, u"a \"b\""_s);
+        QTest::keyClick(field, Qt::Key_Return);                       // nothing to send
+        QTest::keyClicks(field, u"a \"b\" \\#####request=restart"_s); // no message of its own
         QTest::keyClick(field, Qt::Key_Return);
         QTest::keyClicks(field, u"c"_s); // at once behind it, and not along with it
         QTest::keyClick(field, Qt::Key_Enter, Qt::KeypadModifier);
         QTRY_COMPARE(m_agent->sent().size(), 2);
         const QByteArray first = m_agent->sent().constFirst();
         QVERIFY(first.startsWith("#####send_chat={"));
-        const QJsonObject expected{{u"token"_s, 5}, {u"message"_s, u"a \"b\""_s}};
+        const QJsonObject expected{{u"token"_s, 5},
+                                   {u"message"_s, u"a \"b\" \\#####request=restart"_s}};
         QCOMPARE(QJsonDocument::fromJson(first.mid(15)).object(), expected);
 
         // Without a link it is shown all the same.

@@ -22,12 +22,20 @@
 
 using namespace Qt::StringLiterals;
 
-// A seat's active session, as logind names it.
+// A seat's active session or a user's main one, as logind names it.
 struct Place {
     QString id;
     QDBusObjectPath path;
 
     static auto fields(auto& self) { return std::tie(self.id, self.path); }
+};
+
+// A session's user.
+struct Owner {
+    uint uid = 0;
+    QDBusObjectPath path;
+
+    static auto fields(auto& self) { return std::tie(self.uid, self.path); }
 };
 
 namespace {
@@ -37,12 +45,15 @@ QVariant placeOf(const QString& id)
     return QVariant::fromValue(Place{id, QDBusObjectPath(id.isEmpty() ? u"/"_s : u'/' + id)});
 }
 
-// In logind's place on the bus, with the sessions "own", "process" and "front".
+// In logind's place on the bus, with the sessions "named" (by XDG_SESSION_ID), "process", "front"
+// (at the seat) and "main".
 class Logind : public QDBusVirtualObject {
 public:
-    std::map<QString, QVariant> properties; // the seat's, and those of "front"
+    std::map<QString, QVariant> properties; // the seat's, the user's, and those of "front"
+    QByteArray foreign;                     // the sessions of another user
+    QByteArray managers;                    // the sessions of a user manager
     QString lockedSession;
-    bool isInSession = false; // this process, in "process"; "own" is in XDG_SESSION_ID if at all
+    bool isInSession = false; // this process, in "process"
     bool isSilent = false;
     QList<QDBusMessage> lockQuestions;
     std::optional<QVariant> wrongLock; // the answer to them instead of the true one; none: an error
@@ -62,8 +73,10 @@ public:
             return true;
         }
         QVariant answer;
-        if (message.member() == u"GetSession") {
-            answer = argument == u"own" ? QVariant::fromValue(QDBusObjectPath(u"/own"_s)) : answer;
+        if (message.member() == u"GetSession" && argument == u"named") {
+            answer = QVariant::fromValue(QDBusObjectPath(u"/named"_s));
+        } else if (message.member() == u"GetUser" && argument == QString::number(::getuid())) {
+            answer = QVariant::fromValue(QDBusObjectPath(u"/user"_s));
         } else if (message.member() == u"GetSessionByPID") {
             answer = isInSession && argument == QString::number(::getpid())
                          ? QVariant::fromValue(QDBusObjectPath(u"/process"_s))
@@ -71,7 +84,15 @@ public:
         } else if (property == u"LockedHint") {
             const QVariant value = wrongLock.value_or(session == lockedSession);
             answer = value.isValid() ? QVariant::fromValue(QDBusVariant(value)) : answer;
-        } else if (property == u"ActiveSession" || session == u"front") {
+        } else if (property == u"User") {
+            const uid_t other = foreign.contains(session.toLatin1()) ? 1 : 0;
+            const QVariant owner =
+                QVariant::fromValue(Owner{::getuid() + other, QDBusObjectPath(u"/user"_s)});
+            answer = QVariant::fromValue(QDBusVariant(owner));
+        } else if (property == u"Class" && session != u"front" && session != u"gone") {
+            const bool isManager = managers.contains(session.toLatin1());
+            answer = QVariant::fromValue(QDBusVariant(isManager ? u"manager"_s : u"user"_s));
+        } else if (!property.isEmpty() && session != u"gone") {
             answer = QVariant::fromValue(QDBusVariant(properties[property]));
         }
         return connection.send(answer.isValid() ? message.createReply(answer)
@@ -89,6 +110,7 @@ private Q_SLOTS:
     {
         MainQueue::attach();
         qDBusRegisterMetaType<Place>();
+        qDBusRegisterMetaType<Owner>();
         m_bus.registerVirtualObject(u"/"_s, &m_logind, QDBusConnection::SubPath);
         QVERIFY(m_bus.registerService(u"org.freedesktop.login1"_s));
     }
@@ -99,7 +121,10 @@ private Q_SLOTS:
         qunsetenv("XDG_SESSION_ID");
         m_logind.isSilent = false;
         m_logind.wrongLock.reset();
+        m_logind.foreign.clear();
+        m_logind.managers.clear();
         m_logind.properties = {{u"ActiveSession"_s, placeOf(u"front"_s)},
+                               {u"Display"_s, placeOf(u"main"_s)},
                                {u"Class"_s, u"user"_s},
                                {u"Name"_s, u"ann"_s}};
     }
@@ -120,20 +145,35 @@ private Q_SLOTS:
         }
     }
 
+    // Only a session of this person's with a screen says that it is locked.
     void screenLock()
     {
-        const std::tuple<QByteArray, bool, QString> expectations[] = {
-            {"own", true, u"own"_s}, // XDG_SESSION_ID, whether the process is in a session
-            {"c9", true, u"process"_s},
-            {"\xFF", true, u"process"_s},
-            {"", false, u"front"_s},
+        struct Row {
+            QByteArray id; // XDG_SESSION_ID
+            bool isInSession;
+            QByteArray foreign;
+            QByteArray managers;
+            QString asked;
         };
-        for (const auto& [id, isInSession, asked] : expectations) {
-            qputenv("XDG_SESSION_ID", id);
-            m_logind.isInSession = isInSession;
-            for (const QString& session : {u"own"_s, u"process"_s, u"front"_s}) {
+        const Row rows[] = {
+            {"named", true, "", "", u"named"_s},
+            {"c9", true, "", "", u"process"_s}, // gone
+            {"\xFF", true, "", "", u"process"_s},
+            {"", false, "", "", u"front"_s},
+            {"named", true, "named", "", u"process"_s},
+            {"named", true, "named process", "", u"front"_s},
+            {"named", true, "", "named process", u"front"_s},
+            {"", false, "front", "", u"main"_s},
+            {"named", true, "named process front main", "", {}},
+        };
+        for (const Row& row : rows) {
+            qputenv("XDG_SESSION_ID", row.id);
+            m_logind.isInSession = row.isInSession;
+            m_logind.foreign = row.foreign;
+            m_logind.managers = row.managers;
+            for (const QString& session : {u"named"_s, u"process"_s, u"front"_s, u"main"_s}) {
                 m_logind.lockedSession = session;
-                QCOMPARE(answerTo(&ConsoleSession::isScreenLocked), session == asked);
+                QCOMPARE(answerTo(&ConsoleSession::isScreenLocked), session == row.asked);
             }
         }
     }

@@ -48,6 +48,19 @@ private Q_SLOTS:
         }
     }
 
+    // The service begins a message at each "#####".
+    void namesHoldNoMarker()
+    {
+        const std::pair<QString, QString> expectations[] = {
+            {u"Ann #1 ####Bell"_s, u"Ann #1 ####Bell"_s},
+            {u"A#####request=restart######"_s, u"Arequest=restart"_s},
+            {u"Ann #"_s, u"Ann "_s}, // before the next message's marker
+        };
+        for (const auto& [name, sent] : expectations) {
+            QCOMPARE(Protocol::updateUser(name), u"#####update_user="_s + sent);
+        }
+    }
+
     void messageRecords()
     {
         const auto with = [](const char* timeout) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -26,6 +27,7 @@ constexpr auto kManager = "org.freedesktop.login1.Manager";
 constexpr auto kSeatPath = "/org/freedesktop/login1/seat/seat0";
 constexpr auto kSeat = "org.freedesktop.login1.Seat";
 constexpr auto kSession = "org.freedesktop.login1.Session";
+constexpr auto kUser = "org.freedesktop.login1.User";
 
 // Questions to logind, over a connection of their own. An answer that comes after the deadline, is
 // an error or is not of the documented type counts as none.
@@ -43,8 +45,8 @@ public:
 
     // The object path that a method of the manager returns.
     template <typename... Arguments>
-    [[nodiscard]] std::optional<std::string> session(const char* method, const char* types,
-                                                     Arguments... arguments)
+    [[nodiscard]] std::optional<std::string> object(const char* method, const char* types,
+                                                    Arguments... arguments)
     {
         const Message answer = call(kManagerPath, kManager, method, types, arguments...);
         return text(answer.get(), SD_BUS_TYPE_OBJECT_PATH);
@@ -53,13 +55,28 @@ public:
     // The session that is active at the seat.
     [[nodiscard]] std::optional<std::string> activeSession()
     {
-        const Message answer = property(kSeatPath, kSeat, "ActiveSession", "(so)");
-        const char* id = nullptr;
-        const char* path = nullptr;
-        if (!answer || sd_bus_message_read(answer.get(), "(so)", &id, &path) <= 0 || *id == '\0') {
-            return std::nullopt; // an empty id means no session
+        return sessionIn(kSeatPath, kSeat, "ActiveSession");
+    }
+
+    // The user's main session: logind prefers a graphical one.
+    [[nodiscard]] std::optional<std::string> mainSessionOf(std::uint32_t uid)
+    {
+        const auto user = object("GetUser", "u", uid);
+        return user ? sessionIn(user->c_str(), kUser, "Display") : std::nullopt;
+    }
+
+    // Whether the session is the user's and has a screen. A user manager's and cron's sessions,
+    // whose classes are "manager" and "background", are never locked.
+    [[nodiscard]] bool isDesktopOf(std::uint32_t uid, const std::string& path)
+    {
+        const Message answer = property(path.c_str(), kSession, "User", "(uo)");
+        std::uint32_t owner = 0;
+        if (!answer || sd_bus_message_read(answer.get(), "(uo)", &owner, nullptr) <= 0 ||
+            owner != uid) {
+            return false;
         }
-        return path;
+        const auto kind = sessionText(path, "Class");
+        return kind && kind->rfind("user", 0) == 0; // also "user-early" and the like
     }
 
     [[nodiscard]] std::optional<std::string> sessionText(const std::string& path, const char* name)
@@ -86,6 +103,20 @@ private:
             return std::nullopt;
         }
         return value;
+    }
+
+    // The session that a property names, as "(so)".
+    [[nodiscard]] std::optional<std::string> sessionIn(const char* path, const char* interface,
+                                                       const char* name)
+    {
+        const Message answer = property(path, interface, name, "(so)");
+        const char* id = nullptr;
+        const char* session = nullptr;
+        if (!answer || sd_bus_message_read(answer.get(), "(so)", &id, &session) <= 0 ||
+            *id == '\0') {
+            return std::nullopt; // an empty id means no session
+        }
+        return session;
     }
 
     // The next value to read in the answer is the property's.
@@ -166,14 +197,25 @@ private:
 
 std::optional<std::string> ownSessionIn(Logind& logind)
 {
-    std::optional<std::string> path;
-    if (const QByteArray id = qgetenv("XDG_SESSION_ID"); !id.isEmpty()) {
-        path = logind.session("GetSession", "s", id.constData());
+    const std::uint32_t uid = ::getuid();
+    const QByteArray id = qgetenv("XDG_SESSION_ID");
+    const std::function<std::optional<std::string>()> candidates[] = {
+        [&] {
+            return id.isEmpty() ? std::nullopt : logind.object("GetSession", "s", id.constData());
+        },
+        [&] {
+            return logind.object("GetSessionByPID", "u", static_cast<std::uint32_t>(::getpid()));
+        },
+        [&] { return logind.activeSession(); },
+        [&] { return logind.mainSessionOf(uid); },
+    };
+    for (const auto& candidate : candidates) {
+        const auto session = candidate();
+        if (session && logind.isDesktopOf(uid, *session)) {
+            return session;
+        }
     }
-    if (!path) {
-        path = logind.session("GetSessionByPID", "u", static_cast<std::uint32_t>(::getpid()));
-    }
-    return path ? path : logind.activeSession();
+    return std::nullopt;
 }
 
 } // namespace

@@ -14,7 +14,9 @@ namespace ConsoleSession {
 [[nodiscard]] std::optional<QString> consoleUser();
 
 // The object path of the program's own session: the one that XDG_SESSION_ID names, else that of the
-// process, else seat0's active one.
+// process, else seat0's active one, else the person's main one (as where the systemd user manager
+// starts the agent while another user is at the seat). Each counts only if it is a session of this
+// person's with a screen, for a locked screen accepts requests.
 [[nodiscard]] std::optional<QString> ownSession();
 
 // Whether the screen of the program's own session is locked (LockedHint).

@@ -161,7 +161,11 @@ void WindowActivation::watchInput()
 
 void WindowActivation::noteAction(quint32 serverTime)
 {
-    lastAction() = serverTime != 0 ? serverTime : serverTimeNow();
+    constexpr quint32 kOldest = 60'000;
+    const quint32 now = serverTimeNow();
+    // The clock wraps at 32 bits, so that a time in the future has the greatest age.
+    const bool isBelievable = serverTime != 0 && now - serverTime <= kOldest;
+    lastAction() = isBelievable ? serverTime : now;
 }
 
 void WindowActivation::stop()

@@ -17,8 +17,9 @@ namespace WindowActivation {
 void watchInput();
 
 // Notes an action of the person that reached the program by another way than its windows, with the
-// X server's time in milliseconds (a click in a status bar's menu, told over the bus). Zero means
-// that the time is not known and counts as now.
+// X server's time in milliseconds (a click in a status bar's menu, told over the bus). Counts as
+// now where it is zero (not known), in the future (the window manager would refuse every later
+// window) or more than a minute old (some hosts tell another clock's time).
 void noteAction(quint32 serverTime);
 
 // Shows the window at the floating level, above others, and asks for the keyboard. Does nothing
