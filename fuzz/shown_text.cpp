@@ -74,20 +74,23 @@ void check(const QString& text, int count)
 
 } // namespace
 
-// One byte is the length that is asked for; the rest is UTF-8, or UTF-16 for halves of pairs.
+// One byte is the length that is asked for; the next makes some texts longer than any is shown;
+// the rest is UTF-8, or UTF-16 for halves of surrogate pairs.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size == 0) {
+    if (size < 3) {
         return 0;
     }
-    const QByteArrayView bytes = viewOf(data + 1, size - 1);
-    const int count = data[0] % 128 + 1;
-    if (data[0] < 128) {
-        check(QString::fromUtf8(bytes), count);
-    } else {
-        QString text(bytes.size() / 2, Qt::Uninitialized);
+    const QByteArrayView bytes = viewOf(data + 2, size - 2);
+    QString text = QString::fromUtf8(bytes);
+    if (data[0] >= 128) {
+        text.resize(bytes.size() / 2);
         std::copy_n(bytes.data(), 2 * text.size(), reinterpret_cast<char*>(text.data()));
-        check(text, count);
     }
+    if (data[1] == 255 && !text.isEmpty()) {
+        constexpr qsizetype kLongest = 25'000;
+        text = text.repeated(kLongest / text.size());
+    }
+    check(text, data[0] % 128 + 1);
     return 0;
 }

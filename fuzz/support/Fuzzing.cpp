@@ -15,7 +15,7 @@ void require(bool holds, const char* invariant)
 }
 
 // What the leak sanitizer overlooks: fontconfig keeps what it has found until the program ends.
-extern "C" const char* __lsan_default_suppressions()
+extern "C" Q_DECL_EXPORT const char* __lsan_default_suppressions()
 {
     return "leak:libfontconfig\n";
 }
