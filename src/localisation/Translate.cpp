@@ -2,10 +2,10 @@
 
 #include "logging/Logs.h"
 #include "platform/files/FileStamp.h"
+#include "platform/files/Json.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/RegularFile.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringDecoder>
 
@@ -157,18 +157,14 @@ QJsonValue textAt(const QJsonObject& info, const Label& label)
 
 Decoded decode(const QByteArray& bytes)
 {
-    QJsonParseError parseError;
-    const QJsonDocument json = QJsonDocument::fromJson(bytes, &parseError);
-    if (!json.isObject()) {
-        return {nullptr, parseError.error != QJsonParseError::NoError
-                             ? parseError.errorString()
-                             : u"the document is not an object"_s};
+    const auto [root, error] = Json::read(bytes);
+    if (!root) {
+        return {nullptr, error};
     }
-    const QJsonObject root = json.object();
     JsonData document;
     for (const Record& record : kRecords) {
         const QString language = QString::fromUtf16(record.key);
-        const QJsonObject info = root.value(language).toObject();
+        const QJsonObject info = root->value(language).toObject();
         for (const Label& label : kLabels) {
             const QJsonValue text = textAt(info, label);
             if (!text.isString()) {

@@ -2,9 +2,9 @@
 
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
+#include "platform/files/Json.h"
 #include "platform/files/RegularFile.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
@@ -13,11 +13,11 @@ namespace {
 
 std::optional<AllowedSettings> decode(const QByteArray& bytes)
 {
-    const QJsonValue value = QJsonDocument::fromJson(bytes).object().value("settings"_L1);
-    if (!value.isObject()) {
+    const auto document = Json::read(bytes).object;
+    if (!document || !document->value("settings"_L1).isObject()) {
         return std::nullopt;
     }
-    const QJsonObject object = value.toObject();
+    const QJsonObject object = document->value("settings"_L1).toObject();
     struct Required {
         QLatin1String key;
         bool AllowedData::*field;

@@ -1,7 +1,8 @@
 #include "service_link/PayloadRecords.h"
 
+#include "platform/files/Json.h"
+
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QVariant>
 
@@ -18,9 +19,9 @@ public:
 
     static Fields ofText(const QString& json)
     {
-        const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
-        Fields fields(document.object());
-        fields.m_isValid = document.isObject();
+        const auto object = Json::read(json.toUtf8()).object;
+        Fields fields(object.value_or(QJsonObject()));
+        fields.m_isValid = object.has_value();
         return fields;
     }
 

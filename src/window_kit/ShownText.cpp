@@ -1,10 +1,12 @@
 #include "window_kit/ShownText.h"
 
-#include <QTextBoundaryFinder>
 #include <QTextDocument>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
+
+#include <unicode/ubrk.h>
 
 using namespace Qt::StringLiterals;
 
@@ -96,19 +98,30 @@ private:
     bool m_isAfterReturn = false;
 };
 
+// Walks a text's characters as a person counts them (grapheme clusters, UAX #29), until the next
+// call on this thread. ICU's, for Qt's own finder divides everything else within Thai text,
+// surrogate pairs too.
+UBreakIterator* charactersOf(QStringView text)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    thread_local const std::unique_ptr<UBreakIterator, decltype(&ubrk_close)> characters(
+        ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status), &ubrk_close);
+    ubrk_setText(characters.get(), text.utf16(), static_cast<int32_t>(text.size()), &status);
+    return characters.get();
+}
+
 // The last end of a character in the first so many code units of a longer text. Where they are all
 // one character, it is divided, but no surrogate pair is.
 qsizetype lastCharacterEnd(QStringView text, qsizetype longest)
 {
+    const auto whole =
+        static_cast<int32_t>(longest - (text.at(longest - 1).isHighSurrogate() ? 1 : 0));
     // A few code units more show whether the last character goes on.
-    const QStringView seen = text.first(std::min(text.size(), longest + 32));
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, seen.data(), seen.size());
-    finder.setPosition(longest);
-    const qsizetype end = finder.isAtBoundary() ? longest : finder.toPreviousBoundary();
-    if (end > 0) {
-        return end;
-    }
-    return longest - (text.at(longest - 1).isHighSurrogate() ? 1 : 0);
+    UBreakIterator* const characters =
+        charactersOf(text.first(std::min(text.size(), longest + 32)));
+    const qsizetype end =
+        ubrk_isBoundary(characters, whole) != 0 ? whole : ubrk_preceding(characters, whole);
+    return end > 0 ? end : whole;
 }
 
 // At a line's end in its second half, else at the last place where a line may break: a long
@@ -191,13 +204,13 @@ QString ShownText::firstCharacters(const QString& text, qsizetype count)
     if (text.size() <= count) {
         return text;
     }
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    UBreakIterator* const characters = charactersOf(text);
     for (qsizetype i = 0; i < count; ++i) {
-        if (finder.toNextBoundary() < 0) {
+        if (ubrk_next(characters) == UBRK_DONE) {
             return text;
         }
     }
-    return text.first(finder.position());
+    return text.first(ubrk_current(characters));
 }
 
 QList<ShownText::Piece> ShownText::pieces(QStringView shown)

@@ -77,7 +77,8 @@ def faults_of(path, text):
 
 
 def main(source):
-    listed = subprocess.run(["git", "ls-files", "src", "simulator", "tests", "bench"], cwd=source,
+    listed = subprocess.run(["git", "ls-files", "src", "simulator", "tests", "bench",
+                             "fuzz/*.cpp", "fuzz/*.h"], cwd=source,
                             capture_output=True, text=True, check=True).stdout.splitlines()
     faults, places = [], {}
     for path in map(pathlib.PurePath, listed):

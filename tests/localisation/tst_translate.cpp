@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QStringEncoder>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -53,16 +54,18 @@ private Q_SLOTS:
             const qsizetype inLastLanguage = m_shipped.lastIndexOf(before);
             return QByteArray(m_shipped).replace(inLastLanguage, before.size(), after);
         };
-        const QByteArray byteOrderMark = "\xef\xbb\xbf";
-        for (const QByteArray& good :
-             {replaced("\"ok\"", "\"unknown\": 5, \"ok\""), byteOrderMark + m_shipped}) {
+        using Flag = QStringConverter::Flag;
+        QStringEncoder utf32(QStringConverter::Utf32BE, Flag::WriteBom);
+        const QByteArray inUtf32 = utf32.encode(QString::fromUtf8(m_shipped));
+        for (const QByteArray& good : {replaced("\"ok\"", "\"unknown\": 5, \"ok\""),
+                                       QByteArray("\xef\xbb\xbf" + m_shipped), inUtf32}) {
             QVERIFY(install(good) && getLanguageLabel());
         }
         QCOMPARE(takeErrors(), QByteArray());
         for (const QByteArray& bad :
              {replaced("\"_import\"", "\"unknown\""), replaced("\"ok\": \"OK\"", "\"ok\": 1"),
-              replaced("\"OK\"", "\"\xff\""), m_shipped.chopped(3), QByteArray("[]"),
-              QByteArray()}) {
+              replaced("\"OK\"", "\"\xff\""), replaced("\"OK\"", "\"O\nK\""), m_shipped.chopped(3),
+              QByteArray("[]"), QByteArray()}) {
             QVERIFY2(install(bad) && !getLanguageLabel(), bad.right(200));
             const QByteArray errors = takeErrors();
             QVERIFY2(errors.contains("error to get language: ") && errors.count('\n') == 1, errors);

@@ -81,6 +81,29 @@ private Q_SLOTS:
         }
     }
 
+    // As RFC 8259 has it, whatever the library would take.
+    void jsonOfTheStandard()
+    {
+        const auto decode = [](const QByteArray& text, const QByteArray& value) {
+            const QByteArray json = R"({"from":"a","icon":1,"timeout":0,"x":VALUE,"text":"TEXT"})";
+            return decode_message(
+                QString::fromUtf8(QByteArray(json).replace("VALUE", value).replace("TEXT", text)));
+        };
+        QCOMPARE(decode("\\\"\\\\\\/\\b\\f\\n\\r\\t\\u005D\x7f", "-0.5e+7").value().text,
+                 u"\"\\/\b\f\n\r\t]\x7f"_s);
+        QCOMPARE(decode("\\ud83d\\uDE00", "[ \t\r\n]").value().text, u"\U0001F600"_s);
+        for (const char* const bad :
+             {"\n", "\t", "\x1f", "\\x", "\\'", "\\\n", "\\U0041", "\\u12", "\\ud83d", "\\ude00",
+              "\\ud83d\\u0041", "\",\"\n\":\"", "\",\"\\x\":\""}) {
+            QVERIFY2(!decode(bad, "1"), bad);
+        }
+        for (const char* const bad : {"1.", "-.5", "1.e5", "01", "+1", "1e999", "\f1", "1,", "'x'",
+                                      "[1,]", "1}{", "NaN", "/**/1"}) {
+            QVERIFY2(!decode("", bad), bad);
+        }
+        QVERIFY(!decode("", QByteArray(1024, '[') + QByteArray(1024, ']')));
+    }
+
     void statusRecords()
     {
         const auto decode = [](const QString& isValid, const QString& date) {
@@ -188,7 +211,8 @@ private Q_SLOTS:
         QVERIFY(!read(showing("false")).value().show_agent_ui_on_connection.value());
         for (const QByteArray& bad :
              {showing("\"true\""), replaced("\"allow_chat_to_devices\":false,", ""),
-              replaced("false", "0"), QByteArray(), QByteArray("\xff\x00\xfe", 3)}) {
+              replaced("false", "0"), replaced("{\"s", "{\"\\x\":1,\"s"), QByteArray(),
+              QByteArray("\xff\x00\xfe", 3)}) {
             QVERIFY2(!read(bad), bad);
         }
     }

@@ -26,6 +26,10 @@ private Q_SLOTS:
         const QString full(128, u'a');
         QCOMPARE(ShownText::firstCharacters(full + kAccented, 128), full);
         QCOMPARE(ShownText::firstCharacters(full + kFamily.first(1), 128), full);
+        // Thai has boundaries of its own.
+        QCOMPARE(ShownText::firstCharacters(u"กำ"_s + kFamily.repeated(9), 3),
+                 u"กำ"_s + kFamily.repeated(2));
+        QCOMPARE(ShownText::line(u"กำ"_s + kFamily.repeated(9), 15), u"กำ"_s + kFamily + u'…');
     }
 
     void shown_data()
@@ -102,7 +106,7 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(bool, isApartAtCharacters);
         QString joined;
-        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text); // right without Thai
         for (const ShownText::Piece& piece : ShownText::pieces(text)) {
             QVERIFY(piece.text.size() <= ShownText::kLongestPiece);
             QVERIFY(piece.text.isValidUtf16());

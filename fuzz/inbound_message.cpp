@@ -1,0 +1,140 @@
+// What one read of the link can hold: recognition, decoding and dispatch, up to the operations of
+// the delegate and to the running of commands, which only look at what they are given.
+#include "agent_state/AppDelegate.h"
+#include "dispatch/MessageDispatch.h"
+#include "platform/threads/MainQueue.h"
+#include "service_link/Protocol.h"
+#include "service_link/RemoteCommands.h"
+#include "support/Fuzzing.h"
+
+#include <QStringDecoder>
+
+#include <utility>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+std::vector<std::function<void()>> posted;
+
+void runPosted()
+{
+    for (const auto& work : std::exchange(posted, {})) {
+        work();
+    }
+}
+
+void requireText(const QString& text)
+{
+    require(text.isValidUtf16(), "what is decoded is text");
+}
+
+void requireSession(const SessionInfo& session)
+{
+    requireText(session.remoteDevice);
+    requireText(session.remoteControlUser);
+}
+
+} // namespace
+
+// Run when the message is gone, as on the main thread: what was posted must hold values.
+void MainQueue::post(std::function<void()> work)
+{
+    posted.push_back(std::move(work));
+}
+
+void MainQueue::postAndWait(std::function<void()> work)
+{
+    runPosted();
+    work();
+}
+
+void AppDelegate::gatewayConnected(const QString& name)
+{
+    requireText(name);
+}
+void AppDelegate::gatewayDisconnected() {}
+void AppDelegate::accountInvalid() {}
+void AppDelegate::sessionConnected(const SessionInfo& session)
+{
+    requireSession(session);
+}
+void AppDelegate::sessionDisconnected(qint64 /*session*/) {}
+void AppDelegate::allSessionsDisconnected() {}
+void AppDelegate::statusReceived(const std::optional<StatusInfo>& status)
+{
+    for (const SessionInfo& session : status ? status->sessions : QList<SessionInfo>()) {
+        requireSession(session);
+    }
+}
+void AppDelegate::commandBegan(quint64 /*command*/, const QString& text)
+{
+    requireText(text);
+}
+void AppDelegate::commandEnded(quint64 /*command*/, qint64 status)
+{
+    require(status == 3, "the command's own status is told");
+}
+bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlName)
+{
+    requireText(controlName);
+    return session % 2 == 0;
+}
+void AppDelegate::userAcknowledgeRequest(qint64 session, const QString& server,
+                                         const QString& controlName)
+{
+    require(session % 2 != 0, "nobody is asked for what is accepted");
+    require(!server.isEmpty() && !controlName.isEmpty(), "the question names server and operator");
+}
+void AppDelegate::closeAcknowledgement() {}
+void AppDelegate::showMessageInbox(const Message& message)
+{
+    requireText(message.from);
+    requireText(message.text);
+}
+void AppDelegate::requestChat(qint32 /*token*/, qint32 /*session*/) {}
+void AppDelegate::closeChat(qint32 /*token*/) {}
+void AppDelegate::receiveChat(const ChatMessage& message)
+{
+    requireText(message.from);
+    requireText(message.text);
+}
+void AppDelegate::chatMemberJoined(const ChatMember& member)
+{
+    requireText(member.member);
+}
+void AppDelegate::chatMemberLeft(const ChatMember& member)
+{
+    requireText(member.member);
+}
+void AppDelegate::send(const QString& command)
+{
+    require(command.lastIndexOf("#####"_L1) == 0, "one command is sent at a time");
+}
+
+qint64 RemoteCommands::executeCommand(const QString& text)
+{
+    requireText(text);
+    return 3;
+}
+qint64 RemoteCommands::executeApplication(const QString& text)
+{
+    return executeCommand(text);
+}
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    std::optional<QString> command;
+    bool mayBeFatal = false;
+    try {
+        const QString text = QString::fromUtf8(viewOf(data, size));
+        mayBeFatal = text.startsWith("request_chat="_L1) && !text.contains(u',');
+        command = MessageDispatch::checkMessage(text);
+        require(!command || text.startsWith(*command), "the command begins the message");
+    } catch (const FatalState&) {
+        require(mayBeFatal, "only a chat without a session ends the program");
+    }
+    runPosted();
+    return 0;
+}
