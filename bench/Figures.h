@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <vector>
 
-#include <time.h>
+#include <ctime>
 
 // What the benchmarks share: how they measure, and how they say it to bench/measure.
 namespace Figures {
