@@ -38,7 +38,7 @@ if(VANTORY_SANITIZERS)
     target_link_options(vantory_options INTERFACE
         -Wl,--push-state,--no-as-needed -lcrypt -Wl,--pop-state)
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
-    # Level 3 needs GCC 12 or Clang 12. A distribution's own level is undefined before.
+    # Level 3 needs GCC 12 or Clang 12. A distribution may define a level of its own: -U.
     set(fortify 3)
     if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 12)
         set(fortify 2)
@@ -46,7 +46,7 @@ elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
     target_compile_options(vantory_options INTERFACE
         -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${fortify} -D_GLIBCXX_ASSERTIONS
         -fstack-protector-strong)
-    # What only some processors have.
+    # Not every compiler and processor has these.
     foreach(flag IN ITEMS -fcf-protection=full -mbranch-protection=standard
             -fstack-clash-protection)
         string(MAKE_C_IDENTIFIER has${flag} result)
@@ -56,8 +56,9 @@ elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
         endif()
     endforeach()
     target_link_options(vantory_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
-    # Says that the program can have a shadow stack, which the linker does not where the system's
-    # start-up code (Scrt1.o, Debian 12) says nothing. For IBT that code would need a change.
+    # Marks the program as ready for a shadow stack. The linker does so by itself only where the
+    # system's start-up code is marked (Scrt1.o; not on Debian 12), but a shadow stack needs nothing
+    # of that code. IBT does, so it is left to the linker.
     check_linker_flag(CXX -Wl,-z,shstk has_shadow_stack)
     if(has_shadow_stack AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
         target_link_options(vantory_options INTERFACE -Wl,-z,shstk)
