@@ -5,6 +5,7 @@
 #include "Figures.h"
 
 #include "dispatch/MessageDispatch.h"
+#include "platform/threads/MainQueue.h"
 
 #include <QApplication>
 #include <QJsonArray>
@@ -32,7 +33,9 @@ void measure(const char* what, const QByteArray& command, const QByteArray& payl
         messages.push_back(Figures::processorTimeOf([&bytes] {
                                for (int i = 0; i < kMessages; ++i) {
                                    MessageDispatch::checkMessage(QString::fromUtf8(bytes));
-                                   QCoreApplication::sendPostedEvents();
+                                   while (MainQueue::waiting() > 0) {
+                                       QCoreApplication::processEvents();
+                                   }
                                }
                            }) *
                            1000 / kMessages);

@@ -16,7 +16,7 @@ namespace {
 // One message: its whole text, and what follows the command.
 struct Received {
     const QString& text;
-    const QString payload;
+    const QStringView payload;
 };
 
 // Posts an operation with the record, where there is one.
@@ -48,7 +48,7 @@ void accountInvalid(const Received&)
 void userAcknowledgement(const Received& received)
 {
     printLog(received.text);
-    const QStringList pieces = received.payload.split(u';', Qt::SkipEmptyParts);
+    const QStringList pieces = received.payload.toString().split(u';', Qt::SkipEmptyParts);
     const auto session = pieces.size() == 3 ? Protocol::parseInteger64(pieces.at(0)) : std::nullopt;
     if (session && !AppDelegate::acceptIfScreenIsLocked(*session, pieces.at(2))) {
         MainQueue::post([number = *session, server = pieces.at(1), user = pieces.at(2)] {
@@ -60,7 +60,7 @@ void userAcknowledgement(const Received& received)
 void disconnectedGatewayReason(const Received& received)
 {
     printLog(u"gateway not connected"_s);
-    printLog(u"gateway not connected: "_s + received.payload);
+    printLog(u"gateway not connected: "_s + received.payload.toString());
     MainQueue::post(&AppDelegate::gatewayDisconnected);
 }
 
@@ -96,7 +96,7 @@ void receiveMessage(const Received& received)
 
 void requestChat(const Received& received)
 {
-    const QStringList pieces = received.payload.split(u',');
+    const QStringList pieces = received.payload.toString().split(u',');
     if (pieces.size() < 2) {
         fatalState(u"request_chat= without a session"_s);
     }
@@ -132,7 +132,7 @@ void chatLeftMember(const Received& received)
 
 void execute(const Received& received, qint64 (*run)(const QString&))
 {
-    printLog(u"get= "_s + received.payload);
+    printLog(u"get= "_s + received.payload.toString());
     const auto info = decode_application_info(received.payload);
     if (!info) {
         AppDelegate::send(Protocol::resultCommandFailedToRead());
@@ -159,7 +159,7 @@ void executeApplication(const Received& received)
 void connectedGateway(const Received& received)
 {
     printLog(u"gateway connected"_s);
-    MainQueue::post([name = received.payload] { AppDelegate::gatewayConnected(name); });
+    MainQueue::post([name = received.payload.toString()] { AppDelegate::gatewayConnected(name); });
 }
 
 void status(const Received& received)

@@ -17,7 +17,7 @@ class Fields {
 public:
     explicit Fields(QJsonObject object) : m_object(std::move(object)) {}
 
-    static Fields ofText(const QString& json)
+    static Fields ofText(QStringView json)
     {
         const auto object = Json::read(json.toUtf8()).object;
         Fields fields(object.value_or(QJsonObject()));
@@ -87,7 +87,7 @@ std::optional<SessionInfo> decodeSession(const QJsonValue& value)
 
 } // namespace
 
-std::optional<Message> decode_message(const QString& jsonData)
+std::optional<Message> decode_message(QStringView jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     Message message;
@@ -98,7 +98,7 @@ std::optional<Message> decode_message(const QString& jsonData)
     return fields.ifValid(std::move(message));
 }
 
-std::optional<StatusInfo> decode_status(const QString& jsonData)
+std::optional<StatusInfo> decode_status(QStringView jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     StatusInfo status;
@@ -116,7 +116,7 @@ std::optional<StatusInfo> decode_status(const QString& jsonData)
     return fields.ifValid(std::move(status));
 }
 
-std::optional<ChatMember> decode_chat_member(const QString& jsonData)
+std::optional<ChatMember> decode_chat_member(QStringView jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     ChatMember member;
@@ -125,7 +125,7 @@ std::optional<ChatMember> decode_chat_member(const QString& jsonData)
     return fields.ifValid(std::move(member));
 }
 
-std::optional<ApplicationInfo> decode_application_info(const QString& jsonData)
+std::optional<ApplicationInfo> decode_application_info(QStringView jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     ApplicationInfo info;
@@ -134,7 +134,7 @@ std::optional<ApplicationInfo> decode_application_info(const QString& jsonData)
     return fields.ifValid(std::move(info));
 }
 
-std::optional<ChatMessage> decode_chat_message(const QString& jsonData)
+std::optional<ChatMessage> decode_chat_message(QStringView jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     ChatMessage message;
@@ -144,7 +144,7 @@ std::optional<ChatMessage> decode_chat_message(const QString& jsonData)
     return fields.ifValid(std::move(message));
 }
 
-std::optional<ConnectionInformation> decode_connection_information(const QString& jsonData)
+std::optional<ConnectionInformation> decode_connection_information(QStringView jsonData)
 {
     Fields fields = Fields::ofText(jsonData);
     ConnectionInformation information;

@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringView>
 
 #include <optional>
 
@@ -54,10 +55,10 @@ struct ApplicationInfo {
     QString exec;
 };
 
-[[nodiscard]] std::optional<Message> decode_message(const QString& jsonData);
-[[nodiscard]] std::optional<StatusInfo> decode_status(const QString& jsonData);
-[[nodiscard]] std::optional<ChatMember> decode_chat_member(const QString& jsonData);
-[[nodiscard]] std::optional<ApplicationInfo> decode_application_info(const QString& jsonData);
-[[nodiscard]] std::optional<ChatMessage> decode_chat_message(const QString& jsonData);
+[[nodiscard]] std::optional<Message> decode_message(QStringView jsonData);
+[[nodiscard]] std::optional<StatusInfo> decode_status(QStringView jsonData);
+[[nodiscard]] std::optional<ChatMember> decode_chat_member(QStringView jsonData);
+[[nodiscard]] std::optional<ApplicationInfo> decode_application_info(QStringView jsonData);
+[[nodiscard]] std::optional<ChatMessage> decode_chat_message(QStringView jsonData);
 [[nodiscard]] std::optional<ConnectionInformation>
-decode_connection_information(const QString& jsonData);
+decode_connection_information(QStringView jsonData);

@@ -21,12 +21,10 @@ QString withNumber(const QString& prefix, qint64 number)
 
 } // namespace
 
-std::optional<QString> Protocol::InboundCommand::payloadOf(const QString& message) const
+std::optional<QStringView> Protocol::InboundCommand::payloadOf(QStringView message) const
 {
-    if (match == Match::Whole) {
-        return message == text ? std::optional(QString()) : std::nullopt;
-    }
-    return message.startsWith(text) ? std::optional(message.mid(text.size())) : std::nullopt;
+    const bool isThis = match == Match::Whole ? message == text : message.startsWith(text);
+    return isThis ? std::optional(message.sliced(text.size())) : std::nullopt;
 }
 
 QString Protocol::requestConnectionsStatus()

@@ -18,8 +18,9 @@ struct InboundCommand {
     QStringView text;
     Match match;
 
-    // The payload where the message is this command; empty for a keyword alone.
-    [[nodiscard]] std::optional<QString> payloadOf(const QString& message) const;
+    // The payload where the message is this command, in the message's own text; empty for a keyword
+    // alone.
+    [[nodiscard]] std::optional<QStringView> payloadOf(QStringView message) const;
 };
 
 // From the service. A message is compared with them in this order, and the first match counts.
