@@ -47,10 +47,12 @@ public:
     // Absent and null are none.
     std::optional<double> optionalNumber(QLatin1String key)
     {
-        if (m_object.value(key).isUndefined() || m_object.value(key).isNull()) {
+        const QJsonValue value = m_object.value(key);
+        if (value.isUndefined() || value.isNull()) {
             return std::nullopt;
         }
-        return checked(key, &QJsonValue::isDouble).toDouble();
+        m_isValid = m_isValid && value.isDouble();
+        return value.toDouble();
     }
 
     template <typename Record>
