@@ -49,8 +49,8 @@ public:
         case 4:
             m_transcript.setPalette(QPalette(QColor::fromRgb(static_cast<QRgb>(input.any()))));
             break;
-        case 5: // many times, so that it is written in several turns
-            say(input.text().repeated(1 + 16 * input.below(256)).left(20'000), false, isLeft,
+        case 5: // so often that it is written in several turns
+            say(input.text().repeated(1 + 16 * input.below(256)).left(3'000), false, isLeft,
                 ChatColour::Text);
             break;
         case 6:
