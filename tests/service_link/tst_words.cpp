@@ -92,9 +92,10 @@ private Q_SLOTS:
         QCOMPARE(decode("\\\"\\\\\\/\\b\\f\\n\\r\\t\\u005D\x7f", "-0.5e+7").value().text,
                  u"\"\\/\b\f\n\r\t]\x7f"_s);
         QCOMPARE(decode("\\ud83d\\uDE00", "[ \t\r\n]").value().text, u"\U0001F600"_s);
+        QCOMPARE(decode("\xef\xbb\xbfx", "1").value().text, u"\ufeffx"_s);
         for (const char* const bad :
-             {"\n", "\t", "\x1f", "\\x", "\\'", "\\\n", "\\U0041", "\\u12", "\\ud83d", "\\ude00",
-              "\\ud83d\\u0041", "\",\"\n\":\"", "\",\"\\x\":\""}) {
+             {"\n", "\t", "\x1f", "\\\xef\xbb\xbf", "\\x", "\\'", "\\\n", "\\U0041", "\\u12",
+              "\\ud83d", "\\ude00", "\\ud83d\\u0041", "\",\"\n\":\"", "\",\"\\x\":\""}) {
             QVERIFY2(!decode(bad, "1"), bad);
         }
         for (const char* const bad : {"1.", "-.5", "1.e5", "01", "+1", "1e999", "\f1", "1,", "'x'",

@@ -6,6 +6,7 @@
 
 #include <bit>
 #include <cstring>
+#include <string_view>
 
 using namespace Qt::StringLiterals;
 
@@ -94,12 +95,26 @@ bool isStrict(QByteArrayView text)
     return true;
 }
 
+// In a string U+FEFF is a character like any other, but QJsonDocument leaves it out at the start of
+// each. As an escape it is read. One at the start of the text is a byte order mark, and stays.
+QByteArray withEscapedMarks(const QByteArray& text)
+{
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    const std::string_view bytes(text.constData(), static_cast<std::size_t>(text.size()));
+    const std::size_t first = bytes.find(kMark, 1);
+    if (first == std::string_view::npos) {
+        return text;
+    }
+    const auto head = static_cast<qsizetype>(first);
+    return text.first(head) + text.sliced(head).replace(kMark.data(), "\\ufeff");
+}
+
 } // namespace
 
 Json::Document Json::read(const QByteArray& text)
 {
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    const QJsonDocument document = QJsonDocument::fromJson(withEscapedMarks(text), &error);
     if (error.error != QJsonParseError::NoError) {
         return {std::nullopt, error.errorString()};
     }
