@@ -1,6 +1,7 @@
 #include "agent_state/AppDelegate.h"
 #include "dispatch/MessageDispatch.h"
 #include "logging/Logs.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/ProcessMemory.h"
@@ -76,6 +77,7 @@ int main(int argc, char* argv[])
         [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); });
 
     MainQueue::attach();
+    Accessibility::joinIfBusAnswers(&application);
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();
