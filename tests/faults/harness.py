@@ -40,6 +40,8 @@ def ui():
 class Agent:
     """The agent, in a directory of its own, and the service that it is linked to."""
 
+    all = []
+
     def __init__(self, environment=None, limits=None, account=None, program=None, root=None,
                  link=True):
         self.root = root or tempfile.mkdtemp(prefix="vantory-faults-")
@@ -51,6 +53,7 @@ class Agent:
             subprocess.run(["chown", "-R", str(account), self.root], check=True)
         self.logs = logs
         self.received = b""
+        self.account = account
         self.link = None
         self.server = socket.create_server(("127.0.0.1", 0))
         self.server.settimeout(10)
@@ -65,9 +68,10 @@ class Agent:
         begin = time.monotonic()
         self.process = subprocess.Popen(
             [program, f"port={self.server.getsockname()[1]}"], start_new_session=True,
-            stderr=subprocess.DEVNULL, preexec_fn=prepare,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, preexec_fn=prepare,
             env={**os.environ, "VANTORY_ROOT": self.root, "LANGUAGE": "en", **(environment or {})})
         self.pid = self.process.pid
+        Agent.all.append(self)
         if link:
             self.link, self.peer = self.server.accept()
             self.link.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
