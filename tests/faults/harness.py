@@ -43,7 +43,7 @@ class Agent:
     all = []
 
     def __init__(self, environment=None, limits=None, account=None, program=None, root=None,
-                 link=True):
+                 link=True, receive_buffer=None):
         self.root = root or tempfile.mkdtemp(prefix="vantory-faults-")
         self.preferences = f"{self.root}/Library/Preferences/vantoryAgent"
         logs = f"{self.root}/var/lib/Halvern/vantoryAgent/logs"
@@ -57,6 +57,8 @@ class Agent:
         self.link = None
         self.server = socket.create_server(("127.0.0.1", 0))
         self.server.settimeout(10)
+        if receive_buffer:
+            self.server.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
 
         def prepare():
             for kind, value in (limits or {}).items():
@@ -91,7 +93,8 @@ class Agent:
 
     def send(self, command, payload=None, seconds=60, rests=True):
         """Writes one message, and waits until the agent has read it."""
-        text = command if payload is None else command + json.dumps(payload, ensure_ascii=False)
+        text = command if payload is None else command + json.dumps(
+            payload, ensure_ascii=False, separators=(",", ":"))
         self.link.settimeout(seconds)
         self.link.sendall(text if isinstance(text, bytes) else text.encode())
         self.link.settimeout(0.01)
@@ -202,8 +205,11 @@ class Agent:
 
 def windows():
     """The agent's X windows, those that aren't shown included."""
-    found = subprocess.run(["xdotool", "search", "--class", "vantoryAgent"],
-                           capture_output=True, text=True)
+    for _ in range(10):  # the search finds none where a window goes while it is looked at
+        found = subprocess.run(["xdotool", "search", "--class", "vantoryAgent"],
+                               capture_output=True, text=True)
+        if found.stdout:
+            break
     return [int(line) for line in found.stdout.split()]
 
 

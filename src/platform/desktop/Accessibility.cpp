@@ -41,7 +41,7 @@ bool isAnswered()
     return address.isEmpty() || Bus::answers(address, "org.a11y.atspi.Registry", kTimeLimit);
 }
 
-// Waits for the program's first window. The tray's icon is one, too; a menu, only when it opens.
+// Waits for the program's first window. The tray's icon is one, too; a menu only when it opens.
 class FirstWindow : public QObject {
 public:
     FirstWindow(QObject* application, std::future<bool> check)
