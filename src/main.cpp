@@ -10,6 +10,7 @@
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
+#include <QPixmapCache>
 #include <QSessionManager>
 
 #include <cstdlib>
@@ -75,6 +76,9 @@ int main(int argc, char* argv[])
     QObject::connect(
         &application, &QGuiApplication::saveStateRequest, &application,
         [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); });
+
+    // In KiB. The style keeps a picture for each length that a scroll bar's handle has had.
+    QPixmapCache::setCacheLimit(1024);
 
     MainQueue::attach();
     Accessibility::joinIfBusAnswers(&application);
