@@ -1,6 +1,7 @@
 #include "agent_state/AppDelegate.h"
 #include "dispatch/MessageDispatch.h"
 #include "logging/Logs.h"
+#include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/ProcessMemory.h"
@@ -9,6 +10,7 @@
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
+#include <QPixmapCache>
 #include <QSessionManager>
 
 #include <cstdlib>
@@ -75,7 +77,11 @@ int main(int argc, char* argv[])
         &application, &QGuiApplication::saveStateRequest, &application,
         [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); });
 
+    // In KiB. The style keeps a picture for each length that a scroll bar's handle has had.
+    QPixmapCache::setCacheLimit(1024);
+
     MainQueue::attach();
+    Accessibility::joinIfBusAnswers(&application);
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();

@@ -39,7 +39,7 @@ void ScreenLock::findSession()
         // and block the main thread's calls on another bus. So it gets only a bus that has just
         // answered, and not before the session bus, which others connect to meanwhile.
         if (const auto session = ConsoleSession::ownSession()) {
-            QDBusConnection::sessionBus();
+            [[maybe_unused]] const auto first = Bus::session();
             found = {*session, QDBusConnection::systemBus()};
         }
         return found;

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <functional>
 #include <limits>
 
@@ -13,6 +14,16 @@
 // a bus in the program connects to it and waits for its greeting, so that is made on a worker.
 // Internal to the platform.
 namespace Bus {
+
+// Whether the bus at the address (empty: the session bus) answers before the time is up, and so
+// does the service on it where it runs. True also where this fails at once. For workers; over a
+// connection of its own, since QtDBus has one thread only: a bus that hangs stops that, and with it
+// all other buses and the main thread where it opens one.
+[[nodiscard]] bool answers(const QByteArray& address, const char* service,
+                           std::chrono::microseconds limit);
+
+// Connects to the session bus, as soon as that answers. For workers.
+[[nodiscard]] QDBusConnection session();
 
 // D-Bus's own time limit for an answer, 25 seconds; and none: if the service ends before, the bus
 // answers with an error.

@@ -35,8 +35,7 @@ Notifications::Notifications(QString applicationName, QString iconPath, QObject*
     : QObject(parent), m_applicationName(std::move(applicationName)),
       m_iconPath(std::move(iconPath))
 {
-    Worker::runThen([] { return QDBusConnection::sessionBus(); }, m_self,
-                    [this](const QDBusConnection& bus) { watchBus(bus); });
+    Worker::runThen(&Bus::session, m_self, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
 
 Notifications::~Notifications() = default;

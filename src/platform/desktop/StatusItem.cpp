@@ -75,8 +75,7 @@ private:
 
 StatusItem::Private::Private(const QString& id, const QString& title) : m_id(id), m_title(title)
 {
-    Worker::runThen([] { return QDBusConnection::sessionBus(); }, m_self,
-                    [this](const QDBusConnection& bus) { watchBus(bus); });
+    Worker::runThen(&Bus::session, m_self, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
 
 StatusItem::StatusItem(const QString& id, const QString& title, QObject* parent)

@@ -5,6 +5,7 @@
 #include "platform/network/PeerCheck.h"
 #include "platform/network/TcpPeer.h"
 #include "platform/threads/SerialQueue.h"
+#include "platform/threads/Thread.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +17,6 @@
 #include <utility>
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -52,8 +52,7 @@ public:
     {
         m_queue = &queue;
         m_wake = Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-        m_thread = std::thread([this, handler = std::move(handler)] { run(handler); });
-        ::pthread_setname_np(m_thread.native_handle(), "link");
+        m_thread = Thread::start("link", [this, handler = std::move(handler)] { run(handler); });
     }
 
     void receive(Receive handler)

@@ -1,12 +1,10 @@
 #include "platform/threads/SerialQueue.h"
 
-#include <pthread.h>
+#include "platform/threads/Thread.h"
 
-SerialQueue::SerialQueue(std::string label) : m_label(std::move(label)), m_thread([this] { run(); })
-{
-    // A longer name would be refused.
-    ::pthread_setname_np(m_thread.native_handle(), m_label.substr(0, 15).c_str());
-}
+SerialQueue::SerialQueue(const std::string& label)
+    : m_thread(Thread::start(label, [this] { run(); }))
+{}
 
 SerialQueue::~SerialQueue()
 {

@@ -11,7 +11,7 @@
 class SerialQueue {
 public:
     // A debugger shows the first fifteen characters of the label as the thread's name.
-    explicit SerialQueue(std::string label);
+    explicit SerialQueue(const std::string& label);
     ~SerialQueue(); // stops
 
     SerialQueue(const SerialQueue&) = delete;
@@ -27,7 +27,6 @@ public:
 private:
     void run();
 
-    const std::string m_label;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<std::function<void()>> m_work;

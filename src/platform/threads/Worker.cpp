@@ -1,9 +1,19 @@
 #include "platform/threads/Worker.h"
 
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <chrono>
 #include <system_error>
 #include <thread>
 
 #include <pthread.h>
+
+namespace {
+
+constexpr std::chrono::seconds kPause(1); // between the attempts where no thread is left
+
+} // namespace
 
 void Worker::run(std::function<void()> work)
 {
@@ -12,6 +22,6 @@ void Worker::run(std::function<void()> work)
         ::pthread_setname_np(thread.native_handle(), "worker");
         thread.detach();
     } catch (const std::system_error&) {
-        work();
+        QTimer::singleShot(kPause, QCoreApplication::instance(), [work] { run(work); });
     }
 }

@@ -7,9 +7,9 @@
 
 namespace Worker {
 
-// Runs work that takes seconds once, on a thread of its own; where the system has none left, on the
-// calling one. Nobody waits for it, a program that ends neither: it must hold values only, and post
-// its result. Any thread.
+// Runs work that takes seconds once, on a thread of its own, as soon as the system has one left.
+// Nobody waits for it, a program that ends neither: it must hold values only, and post its result.
+// Any thread.
 void run(std::function<void()> work);
 
 // As run(), then calls `then` with the work's result on the main thread, unless the owner has been
