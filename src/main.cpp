@@ -77,8 +77,9 @@ int main(int argc, char* argv[])
         &application, &QGuiApplication::saveStateRequest, &application,
         [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); });
 
-    // In KiB. The style keeps a picture for each length that a scroll bar's handle has had.
-    QPixmapCache::setCacheLimit(1024);
+    // In KiB: all pictures of the windows fit in. The style also keeps a picture for each length
+    // that a scroll bar's handle has had.
+    QPixmapCache::setCacheLimit(2048);
 
     MainQueue::attach();
     Accessibility::joinIfBusAnswers(&application);
