@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 
 #include <unicode/udat.h>
 #include <unicode/udatpg.h>
@@ -48,11 +49,9 @@ QString icuZone(const QDateTime& time)
         .arg(minutes % 60, 2, 10, QChar(u'0'));
 }
 
-} // namespace
-
-QString arrivalTime(const QDateTime& time, const QString& language)
+// Null where ICU has no answer.
+Format formatFor(const QByteArray& locale, const QString& zone)
 {
-    const QByteArray locale = icuLocale(language);
     // After an error each of the calls below returns at once.
     UErrorCode status = U_ZERO_ERROR;
     const Generator generator(udatpg_open(locale.constData(), &status), &udatpg_close);
@@ -60,16 +59,41 @@ QString arrivalTime(const QDateTime& time, const QString& language)
     const int32_t patternLength = udatpg_getBestPattern(
         generator.get(), kSkeleton.utf16(), static_cast<int32_t>(kSkeleton.size()), pattern.data(),
         static_cast<int32_t>(pattern.size()), &status);
+    return {udat_open(UDAT_PATTERN, UDAT_PATTERN, locale.constData(),
+                      reinterpret_cast<const UChar*>(zone.utf16()),
+                      static_cast<int32_t>(zone.size()), pattern.data(), patternLength, &status),
+            &udat_close};
+}
 
+// The last format, since the next message comes in the same language and zone. To find out a
+// language's pattern takes a millisecond.
+struct Last {
+    std::mutex mutex; // guards the rest
+    QByteArray locale;
+    QString zone;
+    Format format{nullptr, &udat_close};
+};
+
+} // namespace
+
+QString arrivalTime(const QDateTime& time, const QString& language)
+{
+    static Last last;
+    const std::lock_guard lock(last.mutex);
+    const QByteArray locale = icuLocale(language);
     const QString zone = icuZone(time);
-    const Format format(udat_open(UDAT_PATTERN, UDAT_PATTERN, locale.constData(),
-                                  reinterpret_cast<const UChar*>(zone.utf16()),
-                                  static_cast<int32_t>(zone.size()), pattern.data(), patternLength,
-                                  &status),
-                        &udat_close);
+    if (!last.format || locale != last.locale || zone != last.zone) {
+        last.format = formatFor(locale, zone);
+        last.locale = locale;
+        last.zone = zone;
+    }
+    if (!last.format) {
+        return {};
+    }
     Buffer text;
+    UErrorCode status = U_ZERO_ERROR;
     const int32_t length =
-        udat_format(format.get(), static_cast<UDate>(time.toMSecsSinceEpoch()), text.data(),
+        udat_format(last.format.get(), static_cast<UDate>(time.toMSecsSinceEpoch()), text.data(),
                     static_cast<int32_t>(text.size()), nullptr, &status);
     return U_SUCCESS(status) ? QString(reinterpret_cast<const QChar*>(text.data()), length)
                              : QString();
