@@ -37,7 +37,7 @@ if(VANTORY_SANITIZERS)
     # PAM's modules load libcrypt late; the sanitizers' own crypt() looks for it only at the start.
     target_link_options(vantory_options INTERFACE
         -Wl,--push-state,--no-as-needed -lcrypt -Wl,--pop-state)
-elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     # Level 3 needs GCC 12 or Clang 12. A distribution may define a level of its own: -U.
     set(fortify 3)
     if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 12)

@@ -2,8 +2,6 @@
 #include "platform/files/Json.h"
 #include "support/Fuzzing.h"
 
-#include <QJsonDocument>
-
 #include <nlohmann/json.hpp>
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -16,10 +14,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         const bool isJson = nlohmann::json::accept(text.begin(), text.end());
         const bool isObject = isJson && nlohmann::json::parse(text.begin(), text.end()).is_object();
         require(object.has_value() == isObject, "both readers agree");
-    }
-    if (object) {
-        const QByteArray written = QJsonDocument(*object).toJson(QJsonDocument::Compact);
-        require(Json::read(written).object == object, "what is written is read again");
     }
     return 0;
 }

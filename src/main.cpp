@@ -55,7 +55,7 @@ public:
 
 int main(int argc, char* argv[])
 {
-#ifdef NDEBUG // a debugger needs the memory
+#ifndef VANTORY_DEBUG // a debugger needs the memory
     ProcessMemory::hide();
 #endif
     // Before any other thread exists.

@@ -51,8 +51,8 @@ void removeChat(qint32 token)
     }
 }
 
-// Where there are many chats, one that has ended goes for a new one, else one that the person has
-// closed. False where there is neither.
+// Where there are many windows, a chat that has ended goes for a new one, else one that the person
+// has closed; each only with all its windows. False where there is neither.
 bool makeRoom()
 {
     const QList<ChatController*>& chats = AppDelegate::state().chats;
@@ -60,14 +60,21 @@ bool makeRoom()
         return true;
     }
     using Rule = bool (*)(const ChatController*);
-    for (const Rule canGo : {Rule([](const ChatController* chat) { return chat->hasEnded(); }),
-                             Rule([](const ChatController* chat) { return !chat->position(); })}) {
-        const auto oldest = std::find_if(chats.cbegin(), chats.cend(), [canGo](const auto* chat) {
-            return canGo(chat) && !chat->isInUse();
-        });
+    const Rule hasEnded = [](const ChatController* chat) { return chat->hasEnded(); };
+    const Rule isClosed = [](const ChatController* chat) { return !chat->position(); };
+    for (const Rule rule : {hasEnded, isClosed}) {
+        const auto canGo = [rule](const ChatController* chat) {
+            const auto windows = chatsOf(chat->token);
+            return std::all_of(windows.cbegin(), windows.cend(), [rule](const auto* window) {
+                return rule(window) && !window->isInUse();
+            });
+        };
+        const auto oldest = std::find_if(chats.cbegin(), chats.cend(), canGo);
         if (oldest != chats.cend()) {
             const qint32 token = (*oldest)->token;
-            reportClosed(token);
+            if ((*oldest)->position()) {
+                reportClosed(token); // else the service has been told
+            }
             removeChat(token);
             return true;
         }

@@ -165,8 +165,8 @@ void AppDelegate::startClient()
 {
     m_client = std::make_unique<Client>(u"localhost"_s, options.portUI, m_checkMessage);
     client = m_client.get();
-    client->start();
     isStarted = true; // from here on a signal runs the whole orderly end
+    client->start();
 }
 
 void AppDelegate::startTimers()

@@ -112,7 +112,10 @@ QRectF TranscriptLayout::blockBoundingRect(const QTextBlock& block) const
 void TranscriptLayout::documentChanged(int from, int /*charsRemoved*/, int charsAdded)
 {
     const QTextBlock first = document()->findBlock(from);
-    const bool isSmall = charsAdded <= kAtOnce;
+    const QTextBlock end = document()->findBlock(from + charsAdded);
+    const int blocks =
+        (end.isValid() ? end.blockNumber() : document()->blockCount() - 1) - first.blockNumber();
+    const bool isSmall = charsAdded + blocks * kBlockCost <= kAtOnce;
     for (QTextBlock block = first; block.isValid() && block.position() <= from + charsAdded;
          block = block.next()) {
         block.layout()->clearLayout();

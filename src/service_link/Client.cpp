@@ -35,8 +35,9 @@ void Client::prepareToStop()
 
 void Client::didStopCallback(const std::optional<NetworkError>& error)
 {
-    if (end == End::Later) {
+    const End who = end;
+    if (who == End::Later) {
         waitForProgramEnd();
     }
-    endProgram(error && end == End::ByLink ? 1 : 0);
+    endProgram(error && who == End::ByLink ? 1 : 0);
 }

@@ -6,15 +6,42 @@
 
 using namespace Qt::StringLiterals;
 
-std::optional<QString> ServiceAccounts::refusalOf(quint32 account)
+namespace {
+
+constexpr quint32 kRoot = 0;
+
+bool isNamed(const QString& name)
 {
-    constexpr quint32 kRoot = 0;
-    if (account == kRoot || account == Account::number()) {
+    static const QStringList names = [] {
+        QStringList list = u"" VANTORY_SERVICE_ACCOUNTS ""_s.split(u',', Qt::SkipEmptyParts);
+        for (QString& entry : list) {
+            entry = entry.trimmed();
+        }
+        return list;
+    }();
+    return names.contains(name);
+}
+
+bool isTrusted(quint32 account)
+{
+    return account == kRoot || account == Account::number() || isNamed(Account::loginName(account));
+}
+
+} // namespace
+
+std::optional<QString> ServiceAccounts::refusalOf(quint32 owner, std::optional<quint32> listener)
+{
+    if (!isTrusted(owner)) {
+        return u"the account %1 listens on the service's port"_s.arg(Account::loginName(owner));
+    }
+    if (owner != kRoot || owner == Account::number()) {
         return std::nullopt;
     }
-    const QString name = Account::loginName(account);
-    const QStringList named = u"" VANTORY_SERVICE_ACCOUNTS ""_s.split(u',', Qt::SkipEmptyParts);
-    return named.contains(name)
+    if (!listener) {
+        return u"nobody listens on the service's port any more"_s;
+    }
+    return isTrusted(*listener)
                ? std::nullopt
-               : std::optional(u"the account %1 listens on the service's port"_s.arg(name));
+               : std::optional(u"the account %1 listens on the service's port"_s.arg(
+                     Account::loginName(*listener)));
 }

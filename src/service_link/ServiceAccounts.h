@@ -9,7 +9,9 @@
 // (VANTORY_SERVICE_ACCOUNTS). Any thread.
 namespace ServiceAccounts {
 
-// Why the account of this number may not be the service; none where it may.
-[[nodiscard]] std::optional<QString> refusalOf(quint32 account);
+// Why the account that has the service's end of the connection may not be the service; none where
+// it may. Root must also be listening, or one of the others: with some kinds of socket (SMC) the
+// kernel takes connections for any account's listener, and its end then counts as root's.
+[[nodiscard]] std::optional<QString> refusalOf(quint32 owner, std::optional<quint32> listener);
 
 } // namespace ServiceAccounts

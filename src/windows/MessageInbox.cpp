@@ -67,16 +67,15 @@ public:
         const QString kind = MessageKind::word(m_kind, labels.Message);
         ui.kind->setText(kind);
         ui.kind->setVisible(!kind.isEmpty());
-        QString more = labels.Message.more;
-        ui.notShown->setText(more.replace("%1"_L1, QString::number(m_notShown)));
-        ui.notShown->setVisible(m_notShown > 0);
+        setNotShown(m_notShown, labels.Message.more);
     }
 
-    void setNotShown(qint64 count, const JsonData::Info& labels)
+    // `words` has "%1" where the number stands.
+    void setNotShown(qint64 count, QString words)
     {
-        if (std::exchange(m_notShown, count) != count) {
-            translate(labels);
-        }
+        m_notShown = count;
+        ui.notShown->setText(words.replace("%1"_L1, QString::number(count)));
+        ui.notShown->setVisible(count > 0);
     }
 
     // Escape and the title bar.
@@ -189,7 +188,7 @@ bool MessageInbox::isInUse() const
 void MessageInbox::setNotShown(qint64 count)
 {
     const auto labels = m_labels();
-    m_window->setNotShown(count, labels ? *labels : englishFallback());
+    m_window->setNotShown(count, labels ? labels->Message.more : englishFallback().Message.more);
 }
 
 void MessageInbox::showCountDown(const JsonData::Info& data)

@@ -12,12 +12,12 @@ PeerCheck::PeerCheck(TcpConnection::OwnerCheck ownerCheck) : m_ownerCheck(std::m
 std::optional<NetworkError> PeerCheck::check(const Descriptor& connection)
 {
     using State = PeerOwner::State;
-    const auto [state, owner] = PeerOwner::of(connection);
+    const auto [state, owner, listener] = PeerOwner::of(connection);
     const bool wasPending = std::exchange(m_isPending, state == State::Waiting);
     switch (state) {
     case State::Accepted:
     case State::Waiting:
-        if (const auto refusal = m_ownerCheck(owner)) {
+        if (const auto refusal = m_ownerCheck(owner, listener)) {
             return NetworkError{EACCES, *refusal};
         }
         return std::nullopt;

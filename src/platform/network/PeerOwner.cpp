@@ -83,38 +83,32 @@ std::optional<Connection> connectionOf(const Descriptor& socket)
     return connection;
 }
 
-// Asks one source for the peer's socket or, where `remote` is none, for the listener at the peer's
-// address. None where the source can't be asked; the state is 0 where there is no such socket.
+// Asks one source for the peer's socket and, where `remote` is none, for the listener at the peer's
+// address. The answer is Unknown where the source can't be asked. Of the look-up's result the state
+// is 0 where there is no such socket.
 template <typename Lookup>
 Answer answerOf(const Connection& connection, Lookup lookUp)
 {
+    const std::optional<Socket> before = lookUp(connection.peer, &connection.own);
+    const std::optional<Socket> listener = lookUp(connection.peer, nullptr);
+    // Looked at again: in between the connection may have been accepted, and its listener be
+    // another one. While it is queued there is only the one listener that queued it.
     const std::optional<Socket> peer = lookUp(connection.peer, &connection.own);
-    if (!peer) {
+    if (!before || !listener || !peer) {
         return {};
-    }
-    if (peer->inode != 0) {
-        return {State::Accepted, peer->owner};
     }
     const auto isQueued = [](const Socket& socket) {
         return socket.inode == 0 &&
                (socket.state == TCP_ESTABLISHED || socket.state == TCP_SYN_RECV);
     };
-    if (!isQueued(*peer)) {
-        return {State::Closed, 0};
+    const auto listening =
+        listener->state == TCP_LISTEN ? std::optional(listener->owner) : std::nullopt;
+    if (peer->inode != 0) {
+        return {State::Accepted, peer->owner, listening};
     }
-    const std::optional<Socket> listener = lookUp(connection.peer, nullptr);
-    // Looked at again: in between the connection may have been accepted, and its listener be
-    // another one. While it is queued there is only the one listener that queued it.
-    const std::optional<Socket> after = lookUp(connection.peer, &connection.own);
-    if (!listener || !after) {
-        return {};
-    }
-    if (after->inode != 0) {
-        return {State::Accepted, after->owner};
-    }
-    return isQueued(*after) && listener->state == TCP_LISTEN
-               ? Answer{State::Waiting, listener->owner}
-               : Answer{State::Closed, 0};
+    return isQueued(*before) && isQueued(*peer) && listening
+               ? Answer{State::Waiting, *listening, listening}
+               : Answer{State::Closed};
 }
 
 // The kernel's own look-up of a socket by the addresses.
@@ -272,13 +266,13 @@ private:
 Answer PeerOwner::bySocketDiagnosis(const Descriptor& connection)
 {
     const auto ends = connectionOf(connection);
-    return ends ? answerOf(*ends, Diagnosis(ends->family)) : Answer{State::Closed, 0};
+    return ends ? answerOf(*ends, Diagnosis(ends->family)) : Answer{State::Closed};
 }
 
 Answer PeerOwner::byTables(const Descriptor& connection, const QString& folder)
 {
     const auto ends = connectionOf(connection);
-    return ends ? answerOf(*ends, Tables(ends->family, folder)) : Answer{State::Closed, 0};
+    return ends ? answerOf(*ends, Tables(ends->family, folder)) : Answer{State::Closed};
 }
 
 Answer PeerOwner::of(const Descriptor& connection)

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <optional>
 
 // Which account holds the other end of a TCP connection within this machine, as the kernel knows
 // it: by its socket diagnosis (sock_diag(7)), or by the tables of proc(5) where that is denied or
@@ -21,6 +22,8 @@ enum class State {
 struct Answer {
     State state = State::Unknown;
     std::uint32_t owner = 0; // a user number, where there is one
+    // Who listens at the peer's address; none where nobody does any more.
+    std::optional<std::uint32_t> listener = std::nullopt;
 };
 
 // Asks both sources, one after the other. Does not wait for anybody but the kernel.

@@ -123,7 +123,7 @@ private:
                 message.sent += count;
             } else if (errno == EAGAIN) {
                 return;
-            } else if (m_endSeen && !m_readError) {
+            } else if (errno == EPIPE && m_endSeen && !m_readError) {
                 message.sent = message.data.size(); // nobody is there to get it: no failure
             } else if (errno != EINTR) {
                 message.error = networkError(errno);

@@ -27,9 +27,11 @@ struct NetworkError {
 // it is looked at before the first byte is received.
 class TcpConnection {
 public:
-    // Given a user number, returns why that account may not be the peer, or none where it may. Runs
-    // on the connection's thread.
-    using OwnerCheck = std::function<std::optional<QString>(quint32 owner)>;
+    // Given the user numbers of who has the peer's end and of who listens there (none where nobody
+    // does any more), returns why that account may not be the peer, or none where it may. Runs on
+    // the connection's thread.
+    using OwnerCheck =
+        std::function<std::optional<QString>(quint32 owner, std::optional<quint32> listener)>;
     // No error when connected, else why not: nobody listens, the host can't be reached, the peer
     // was refused, and so on. `isOwnerKnown` is false where the system can't tell who the peer is;
     // the connection is used nevertheless.

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -19,6 +20,10 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kLongestWait(5); // for a connection within the machine
 
 struct Address {
     sockaddr_storage storage = {};
@@ -62,9 +67,14 @@ bool isConnectedToItself(const Descriptor& socket)
 int awaitConnection(const Descriptor& socket, const Descriptor& wake,
                     const std::function<bool()>& isCancelled)
 {
+    const auto end = Clock::now() + kLongestWait;
     for (;;) {
         std::array<pollfd, 2> watched = {{{socket.value(), POLLOUT, 0}, {wake.value(), POLLIN, 0}}};
-        if (::poll(watched.data(), watched.size(), -1) < 0) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        if (left.count() <= 0) {
+            return ETIMEDOUT; // the listener's queue is full, say
+        }
+        if (::poll(watched.data(), watched.size(), static_cast<int>(left.count())) <= 0) {
             continue;
         }
         if (watched[0].revents != 0) {

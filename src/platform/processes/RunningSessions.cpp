@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 struct Running {
-    std::mutex mutex; // guards the rest
+    std::timed_mutex mutex; // guards the rest
     std::vector<pid_t> leaders;
     bool isOver = false;
 };
@@ -78,6 +78,14 @@ void signalMember(pid_t process, const std::vector<pid_t>& sessions, int signal)
     }
 }
 
+// Whether the leader, a child of this process, has ended; it is not reaped.
+bool hasEnded(pid_t leader)
+{
+    siginfo_t info = {};
+    return ::waitid(P_PID, static_cast<id_t>(leader), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           info.si_pid == leader;
+}
+
 } // namespace
 
 bool RunningSessions::begin(const std::function<pid_t()>& start)
@@ -105,30 +113,45 @@ void RunningSessions::awaitEnd(pid_t leader)
 void RunningSessions::endAll(std::chrono::milliseconds grace)
 {
     constexpr std::chrono::milliseconds kBetweenLooks(20);
+    constexpr std::chrono::milliseconds kForKilling(200);
+    const auto end = std::chrono::steady_clock::now() + grace;
     std::vector<pid_t> sessions;
     {
-        const std::lock_guard lock(running().mutex);
+        // A shell that can't even be loaded (its file system hangs) must not hold up the end.
+        const std::unique_lock lock(running().mutex, end);
+        if (!lock.owns_lock()) {
+            return;
+        }
         running().isOver = true;
         sessions = running().leaders;
     }
+    std::erase_if(sessions, &hasEnded); // what it has left in the background goes on
     if (sessions.empty()) {
         return;
     }
-    const auto end = std::chrono::steady_clock::now() + grace;
-    for (const pid_t process : processesOf(sessions)) {
+    const auto asked = processesOf(sessions);
+    for (const pid_t leader : asked.empty() ? sessions : std::vector<pid_t>()) {
+        ::kill(-leader, SIGTERM); // no descriptor is left to look at the processes
+    }
+    for (const pid_t process : asked) {
         signalMember(process, sessions, SIGTERM);
         signalMember(process, sessions, SIGCONT); // a stopped one hears it only then
     }
     while (std::chrono::steady_clock::now() < end) {
-        if (processesOf(sessions).empty()) {
+        if (processesOf(sessions).empty() &&
+            std::all_of(sessions.begin(), sessions.end(), &hasEnded)) {
             return;
         }
         std::this_thread::sleep_for(kBetweenLooks);
     }
-    // Again, as long as one that was not killed yet starts others.
-    constexpr int kMostRounds = 100;
+    // Without a descriptor that this would need; and again, as long as one that was not killed yet
+    // starts others. Another account's (of sudo, say) can't be killed.
+    for (const pid_t leader : sessions) {
+        ::kill(-leader, SIGKILL);
+    }
+    const auto last = std::chrono::steady_clock::now() + kForKilling;
     auto left = processesOf(sessions);
-    for (int round = 0; round < kMostRounds && !left.empty(); ++round) {
+    while (!left.empty() && std::chrono::steady_clock::now() < last) {
         for (const pid_t process : left) {
             signalMember(process, sessions, SIGKILL);
         }
