@@ -147,7 +147,9 @@ void RunningSessions::endAll(std::chrono::milliseconds grace)
     // Without a descriptor that this would need; and again, as long as one that was not killed yet
     // starts others. Another account's (of sudo, say) can't be killed.
     for (const pid_t leader : sessions) {
-        ::kill(-leader, SIGKILL);
+        if (!hasEnded(leader)) { // else its number may be another's
+            ::kill(-leader, SIGKILL);
+        }
     }
     const auto last = std::chrono::steady_clock::now() + kForKilling;
     auto left = processesOf(sessions);
