@@ -43,7 +43,7 @@ def buses_away():
     return use(Agent())
 
 
-@row("--display", "--bus", "--tray", cases=("session", "system"))
+@row("--display", "--bus", "--tray", cases=("session", "system"), slow=("session",))
 def bus_hangs_at_start(kind):
     """The bus takes connections, and never answers."""
     path = bus_path(kind) + "-mute"
