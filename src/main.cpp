@@ -58,6 +58,7 @@ int main(int argc, char* argv[])
 #ifndef VANTORY_DEBUG // a debugger needs the memory
     ProcessMemory::hide();
 #endif
+    ProcessMemory::useOneHeap();
     // Before any other thread exists.
     TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);

@@ -8,4 +8,9 @@ namespace ProcessMemory {
 // the very start: who has opened the memory before can read on.
 void hide();
 
+// All threads share one heap; by default each has its own, whose free memory the others can't use.
+// Before there are other threads. For a program that asks for memory seldom: its threads wait for
+// each other then.
+void useOneHeap();
+
 } // namespace ProcessMemory
