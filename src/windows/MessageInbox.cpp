@@ -79,7 +79,7 @@ public:
     }
 
     // Escape and the title bar.
-    void reject() override { m_owner.closeByPerson(); }
+    void reject() override { m_owner.QuitAction(); }
 
     Ui::MessageInbox ui;
 
@@ -221,11 +221,6 @@ void MessageInbox::stopMessage()
 }
 
 void MessageInbox::QuitAction()
-{
-    closeByPerson();
-}
-
-void MessageInbox::closeByPerson()
 {
     m_isClosedByPerson = true;
     stopMessage();

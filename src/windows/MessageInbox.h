@@ -42,7 +42,7 @@ public:
     void changeMessage();
     // Closes the message.
     void stopMessage();
-    // The button.
+    // The button, and whatever else the person closes it with.
     void QuitAction();
 
     QPointer<QTimer> timer;
@@ -57,7 +57,6 @@ private:
     class Window;
 
     void showCountDown(const JsonData::Info& data);
-    void closeByPerson();
 
     const LabelSource m_labels;
     bool m_isClosedByPerson = false;

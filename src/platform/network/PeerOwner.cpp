@@ -83,9 +83,9 @@ std::optional<Connection> connectionOf(const Descriptor& socket)
     return connection;
 }
 
-// Asks one source for the peer's socket and, where `remote` is none, for the listener at the peer's
-// address. The answer is Unknown where the source can't be asked. Of the look-up's result the state
-// is 0 where there is no such socket.
+// Asks one source. `lookUp` finds the socket with these two ends or, without the second one, the
+// listener at the first; it returns none where the source can't be asked, and a socket whose state
+// is 0 where there is no such one.
 template <typename Lookup>
 Answer answerOf(const Connection& connection, Lookup lookUp)
 {

@@ -43,8 +43,8 @@ pid_t sessionOf(pid_t process)
     const auto status = RegularFile::read(u"/proc/%1/stat"_s.arg(process), 4096).bytes;
     // The name in brackets may hold anything.
     const QByteArrayList fields = status.mid(status.lastIndexOf(')') + 2).split(' ');
-    const bool hasEnded = fields.size() < 4 || fields[0] == "Z" || fields[0] == "X";
-    return hasEnded ? 0 : fields[3].toInt();
+    const bool isGone = fields.size() < 4 || fields[0] == "Z" || fields[0] == "X";
+    return isGone ? 0 : fields[3].toInt();
 }
 
 std::vector<pid_t> processesOf(const std::vector<pid_t>& sessions)
