@@ -1,7 +1,7 @@
 // The settings file, which every administrator of the machine may write.
-#include "agent_core/SettingsFile.h"
-#include "agent_core/SettingsRules.h"
 #include "platform/files/MainBundle.h"
+#include "settings/SettingsFile.h"
+#include "settings/SettingsRules.h"
 #include "support/Fuzzing.h"
 #include "support/MemoryFile.h"
 

@@ -1,11 +1,11 @@
 #include "agent_core/PrivilegedSettings.h"
 
-#include "agent_core/SettingsFile.h"
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
 #include "platform/processes/ChildProcess.h"
 #include "platform/processes/SecretText.h"
 #include "platform/processes/SystemPrograms.h"
+#include "settings/SettingsFile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -76,7 +76,7 @@ void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QStr
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
                                                    const BackendSettings& setting)
 {
-    runInShell(SettingsCommands::write(credentials, SettingsCommands::propertyList(setting),
+    runInShell(SettingsCommands::write(credentials, settingsPropertyList(setting),
                                        backendSettingsPath(), SystemPrograms::chown()),
                u"write the settings"_s);
 }

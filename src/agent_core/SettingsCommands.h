@@ -1,7 +1,5 @@
 #pragma once
 
-#include "records/BackendSettings.h"
-
 #include <QString>
 
 // An account's name and password, as an administrator has typed them and as they were checked.
@@ -10,17 +8,14 @@ struct Credentials {
     QString password;
 };
 
-// The settings file's text, and the command lines for bash(1) that replace the file as root.
+// The command lines for bash(1) that replace the settings file as root.
 //
 // Nothing in them is escaped: the shell reads a quote or a dollar in any piece as it always does.
-// So it drops the quotes of the text's head, and the file holds the head's values without them; the
-// service relies on that, and on the rest of these lines. The redirection is done by the person's
-// own shell, not by root's. Every line holds the password: the caller wipes it. Any thread.
+// So it drops the quotes of the property list's head, and the file holds the head's values without
+// them; the service relies on that, and on the rest of these lines. The redirection is done by the
+// person's own shell, not by root's. Every line holds the password: the caller wipes it. Any
+// thread.
 namespace SettingsCommands {
-
-// The settings as a property list. The entries are put in as they are; one with a "<" makes the
-// file unreadable.
-[[nodiscard]] QString propertyList(const BackendSettings& settings);
 
 // Removes the file.
 [[nodiscard]] QString remove(const Credentials& credentials, const QString& path);

@@ -3,6 +3,7 @@
 #include "logging/Logs.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
+#include "settings/PortArgument.h"
 #include "window_kit/ShownText.h"
 
 #include <QAction>
@@ -148,7 +149,6 @@ void AppDelegate::cleanMainMenu()
 
 void AppDelegate::permissions_process()
 {
-    options.portUI =
-        StatusBarRules::portArgument(QCoreApplication::arguments()).value_or(options.portUI);
+    options.portUI = PortArgument::of(QCoreApplication::arguments()).port.value_or(options.portUI);
     options.restart_daemon_at_close_only = true;
 }

@@ -1,11 +1,5 @@
 #include "agent_core/StatusBarRules.h"
 
-#include "service_link/Protocol.h"
-
-#include <QStringList>
-
-#include <limits>
-
 using namespace Qt::StringLiterals;
 
 QString StatusBarRules::iconName(bool disconnectedIconVisible, bool isConnected, bool hasSessions)
@@ -39,20 +33,4 @@ QString StatusBarRules::connectionSymbol(qsizetype sessionCount)
     default:
         return u"person.crop.circle.fill.badge.plus"_s;
     }
-}
-
-std::optional<quint16> StatusBarRules::portArgument(const QStringList& arguments)
-{
-    std::optional<quint16> port;
-    const QLatin1StringView prefix = "port="_L1;
-    for (const QString& argument : arguments) {
-        if (!argument.startsWith(prefix)) {
-            continue;
-        }
-        const auto number = Protocol::parseInteger64(QStringView(argument).sliced(prefix.size()));
-        const bool isPort =
-            number && *number >= 0 && *number <= std::numeric_limits<quint16>::max();
-        port = isPort ? std::optional(static_cast<quint16>(*number)) : std::nullopt;
-    }
-    return port;
 }

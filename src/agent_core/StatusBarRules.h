@@ -4,9 +4,6 @@
 
 #include <QList>
 #include <QString>
-#include <QStringList>
-
-#include <optional>
 
 // What the status bar shows, as plain functions.
 namespace StatusBarRules {
@@ -21,9 +18,5 @@ namespace StatusBarRules {
 
 // The symbol beside that line; empty without a session.
 [[nodiscard]] QString connectionSymbol(qsizetype sessionCount);
-
-// The port that the command line asks for: the last argument "port=N" decides. None where there is
-// no such argument or the last one is no number from 0 to 65535.
-[[nodiscard]] std::optional<quint16> portArgument(const QStringList& arguments);
 
 } // namespace StatusBarRules

@@ -1,8 +1,8 @@
 #include "SettingsDriver.h"
 #include "agent_core/AdministratorCheck.h"
 #include "agent_core/SettingsCommands.h"
-#include "agent_core/SettingsFile.h"
 #include "records/Intervals.h"
+#include "settings/SettingsFile.h"
 #include "windows/SecurityAccess.h"
 
 #include <QDir>
@@ -194,7 +194,7 @@ private Q_SLOTS:
         QCOMPARE(::stat(QFile::encodeName(backendSettingsPath()), &status), 0);
         QCOMPARE(status.st_uid, uid_t(0));
         QCOMPARE(status.st_mode & 07777, mode_t(0644));
-        QByteArray text = SettingsCommands::propertyList({false, u"000123"_s, {}, {}}).toUtf8();
+        QByteArray text = settingsPropertyList({false, u"000123"_s, {}, {}}).toUtf8();
         QCOMPARE(stored(), text.replace('"', "") + '\n');
         QCOMPARE(
             QDir(m_directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),

@@ -1,7 +1,7 @@
 #include "agent_core/SettingsCommands.h"
-#include "agent_core/SettingsFile.h"
-#include "agent_core/SettingsRules.h"
 #include "platform/processes/SecretText.h"
+#include "settings/SettingsFile.h"
+#include "settings/SettingsRules.h"
 
 #include <QFile>
 #include <QProcess>
@@ -68,9 +68,8 @@ private Q_SLOTS:
         for (const BackendSettings& settings :
              {BackendSettings{false, u"000123"_s, {}, {}},
               BackendSettings{true, u"000123"_s, kId, u"testing"_s}}) {
-            QString line = SettingsCommands::write({u"me"_s, u"secret"_s},
-                                                   SettingsCommands::propertyList(settings), path,
-                                                   u"/bin/true"_s);
+            QString line = SettingsCommands::write(
+                {u"me"_s, u"secret"_s}, settingsPropertyList(settings), path, u"/bin/true"_s);
             line.remove(u"/usr/bin/sudo -u \"me\" -S /usr/bin/sudo -S "_s);
             QCOMPARE(QProcess::execute(u"/bin/bash"_s, {u"-c"_s, line}), 0);
             QCOMPARE(read_BackendSettingsPlist(path), settings);

@@ -1,5 +1,5 @@
 #include "SettingsDriver.h"
-#include "agent_core/SettingsFile.h"
+#include "settings/SettingsFile.h"
 #include "windows/SecurityAccess.h"
 
 #include <QCheckBox>

@@ -1,5 +1,6 @@
 #include "AgentFixture.h"
 #include "agent_core/StatusBarRules.h"
+#include "settings/PortArgument.h"
 
 #include <QTest>
 
@@ -66,7 +67,7 @@ private Q_SLOTS:
     void ports()
     {
         QFETCH(QStringList, arguments);
-        const auto port = StatusBarRules::portArgument(arguments);
+        const auto port = PortArgument::of(arguments).port;
         QTEST(port ? int(*port) : -1, "port");
     }
 

@@ -17,12 +17,13 @@ FOLDERS = {
     "src/localisation": "platform logging",
     "src/records": "localisation",
     "src/service_link": "platform logging records",
+    "src/settings": "platform logging records service_link",
     "src/window_kit": "platform localisation",
     "src/windows": "platform logging localisation records window_kit",
     "src/chat": "platform logging localisation records window_kit",
     "src/agent_state": "platform/threads localisation records service_link",
-    "src/agent_core": "platform logging localisation records service_link window_kit windows chat"
-                      " agent_state",
+    "src/agent_core": "platform logging localisation records service_link settings window_kit windows"
+                      " chat agent_state",
     "src/dispatch": "platform logging records service_link agent_state",
     "src/main.cpp": "platform logging agent_state dispatch",
     "simulator": "",

@@ -1,4 +1,4 @@
-#include "agent_core/SettingsRules.h"
+#include "settings/SettingsRules.h"
 
 #include "service_link/Protocol.h"
 

@@ -1,4 +1,4 @@
-#include "agent_core/SettingsFile.h"
+#include "settings/SettingsFile.h"
 
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
@@ -48,4 +48,23 @@ std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path)
         settings.platform = *platform;
     }
     return settings;
+}
+
+QString settingsPropertyList(const BackendSettings& settings)
+{
+    const auto string = [](const QString& value) {
+        return "    <string>"_L1 + value + "</string>\n"_L1;
+    };
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+           "<plist version=\"1.0\">\n"
+           "<dict>\n"
+           "    <key>managed</key>\n"_L1 +
+           QLatin1StringView(settings.managed ? "    <true/>\n" : "    <false/>\n") +
+           "    <key>sessionCode</key>\n"_L1 + string(settings.sessionCode) +
+           "    <key>accountID</key>\n"_L1 + string(settings.accountId) +
+           "    <key>platform</key>\n"_L1 + string(settings.platform) +
+           "</dict>\n"
+           "</plist>"_L1;
 }

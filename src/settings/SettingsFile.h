@@ -14,3 +14,7 @@
 // is false, a missing "sessionCode" empty; a platform other than "testing" and "staging" counts as
 // production. Main thread.
 [[nodiscard]] std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path);
+
+// The settings as an XML property list. The entries are put in as they are; one with a "<" makes
+// the file unreadable. Any thread.
+[[nodiscard]] QString settingsPropertyList(const BackendSettings& settings);
