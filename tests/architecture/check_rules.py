@@ -8,7 +8,7 @@ import sys
 FOLDERS = {
     "src/platform/files": "",
     "src/platform/threads": "",
-    "src/platform/bus": "",
+    "src/platform/bus": "platform/files",
     "src/platform/processes": "platform/files platform/threads",
     "src/platform/network": "platform/files platform/threads",
     "src/platform/accounts": "platform/files platform/threads platform/bus platform/processes",

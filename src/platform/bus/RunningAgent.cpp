@@ -1,0 +1,265 @@
+#include "platform/bus/RunningAgent.h"
+
+#include "platform/bus/UserBus.h"
+#include "platform/files/RegularFile.h"
+
+#include <QSocketNotifier>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <systemd/sd-bus.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using namespace std::chrono_literals;
+using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+constexpr const char* kName = "com.halvern.vantoryAgent"; // and the interface
+constexpr const char* kPath = "/com/halvern/vantoryAgent";
+constexpr auto kLongestStart = 500ms;
+constexpr auto kLongestAnswer = 5s;
+
+Message none()
+{
+    return {nullptr, &sd_bus_message_unref};
+}
+
+// Asks the agent that has the name; null where there is none or it does not answer in time.
+template <typename... Arguments>
+Message ask(const char* method, const char* types, Arguments... arguments)
+{
+    const auto end = UserBus::Clock::now() + kLongestAnswer;
+    const auto [state, connection] = UserBus::connect({}, end);
+    sd_bus_message* question = nullptr;
+    if (!connection || sd_bus_message_new_method_call(connection.get(), &question, kName, kPath,
+                                                      kName, method) < 0) {
+        return none();
+    }
+    const Message owner(question, &sd_bus_message_unref);
+    sd_bus_message* answer = nullptr;
+    if (sd_bus_message_set_auto_start(question, 0) < 0 ||
+        sd_bus_message_append(question, types, arguments...) < 0 ||
+        sd_bus_call(connection.get(), question, UserBus::microsecondsUntil(end) + 1, nullptr,
+                    &answer) < 0) {
+        return none();
+    }
+    return {answer, &sd_bus_message_unref};
+}
+
+template <typename Value>
+std::optional<Value> value(const Message& answer, char type)
+{
+    Value read = {};
+    const bool isRead = answer && sd_bus_message_read_basic(answer.get(), type, &read) > 0;
+    return isRead ? std::optional(read) : std::nullopt;
+}
+
+// The X server's time in the id that a launcher gives to what it starts (Startup Notification
+// Protocol, "..._TIMEn"); 0 where there is none.
+quint32 launchTime()
+{
+    const QByteArray id = qgetenv("DESKTOP_STARTUP_ID");
+    const qsizetype place = id.lastIndexOf("_TIME");
+    return place < 0 ? 0 : id.mid(place + 5).toUInt();
+}
+
+QString lockPath()
+{
+    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    QString display = qEnvironmentVariable("DISPLAY");
+    if (display.isEmpty()) {
+        display = qEnvironmentVariable("WAYLAND_DISPLAY");
+    }
+    return folder.isEmpty()
+               ? QString()
+               : folder + u"/vantoryAgent-"_s + display.replace(u'/', u'_') + u".lock"_s;
+}
+
+struct flock wholeFile()
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+bool isNameOwned(sd_bus* bus)
+{
+    sd_bus_message* answer = nullptr;
+    const int asked =
+        sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                           "org.freedesktop.DBus", "NameHasOwner", nullptr, &answer, "s", kName);
+    const Message owner(answer, &sd_bus_message_unref);
+    return asked >= 0 && value<int>(owner, SD_BUS_TYPE_BOOLEAN).value_or(0) != 0;
+}
+
+} // namespace
+
+// The name's owner on the bus.
+class RunningAgent::Service {
+public:
+    explicit Service(UserBus::Connection bus) : m_bus(std::move(bus)) {}
+
+    void answer(Requests requests);
+
+private:
+    static int onPresent(sd_bus_message* question, void* self, sd_bus_error* error);
+    static int onStatus(sd_bus_message* question, void* self, sd_bus_error* error);
+    static int onEndSession(sd_bus_message* question, void* self, sd_bus_error* error);
+    static const sd_bus_vtable kMethods[];
+
+    void processOne();
+
+    const UserBus::Connection m_bus;
+    Requests m_requests;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+const sd_bus_vtable RunningAgent::Service::kMethods[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD_WITH_NAMES("Present", "u", SD_BUS_PARAM(time), "q", SD_BUS_PARAM(port),
+                             &onPresent, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("Status", "", , "s", SD_BUS_PARAM(json), &onStatus,
+                             SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_NAMES("EndSession", "x", SD_BUS_PARAM(session), "b", SD_BUS_PARAM(isEnded),
+                             &onEndSession, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END};
+
+void RunningAgent::Service::answer(Requests requests)
+{
+    m_requests = std::move(requests);
+    sd_bus* const bus = m_bus.get();
+    if (sd_bus_add_object_vtable(bus, nullptr, kPath, kName, kMethods, this) < 0) {
+        return;
+    }
+    m_notifier = std::make_unique<QSocketNotifier>(sd_bus_get_fd(bus), QSocketNotifier::Read);
+    const auto process = [this] { processOne(); };
+    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), process);
+    // What came with the answer to the question for the name has been read already.
+    QMetaObject::invokeMethod(m_notifier.get(), process, Qt::QueuedConnection);
+}
+
+void RunningAgent::Service::processOne()
+{
+    const int done = sd_bus_process(m_bus.get(), nullptr);
+    if (done < 0) { // the bus is gone
+        m_notifier->setEnabled(false);
+    } else if (done > 0) {
+        QMetaObject::invokeMethod(
+            m_notifier.get(), [this] { processOne(); }, Qt::QueuedConnection);
+    }
+}
+
+int RunningAgent::Service::onPresent(sd_bus_message* question, void* self, sd_bus_error*)
+{
+    const Requests& requests = static_cast<Service*>(self)->m_requests;
+    quint32 time = 0;
+    sd_bus_message_read_basic(question, SD_BUS_TYPE_UINT32, &time);
+    requests.present(time);
+    return sd_bus_reply_method_return(question, "q", static_cast<int>(requests.port()));
+}
+
+int RunningAgent::Service::onStatus(sd_bus_message* question, void* self, sd_bus_error*)
+{
+    const QByteArray status = static_cast<Service*>(self)->m_requests.status();
+    return sd_bus_reply_method_return(question, "s", status.constData());
+}
+
+int RunningAgent::Service::onEndSession(sd_bus_message* question, void* self, sd_bus_error*)
+{
+    qint64 session = 0;
+    sd_bus_message_read_basic(question, SD_BUS_TYPE_INT64, &session);
+    const bool isEnded = static_cast<Service*>(self)->m_requests.endSession(session);
+    return sd_bus_reply_method_return(question, "b", isEnded ? 1 : 0);
+}
+
+RunningAgent::RunningAgent()
+{
+    if (!takeName()) {
+        takeLock();
+    }
+}
+
+RunningAgent::~RunningAgent() = default;
+
+bool RunningAgent::isThisProcess() const
+{
+    return m_isThisProcess;
+}
+
+// Returns whether the bus has answered.
+bool RunningAgent::takeName()
+{
+    const auto end = UserBus::Clock::now() + kLongestStart;
+    auto [state, connection] = UserBus::connect({}, end);
+    if (!connection) {
+        return false;
+    }
+    sd_bus* const bus = connection.get();
+    sd_bus_set_method_call_timeout(bus, UserBus::microsecondsUntil(end) + 1);
+    const int taken = sd_bus_request_name(bus, kName, 0);
+    sd_bus_set_method_call_timeout(bus, 0); // the library's own again
+    if (taken == -EEXIST) {
+        m_isThisProcess = false;
+        return true;
+    }
+    if (taken < 0) {
+        return false;
+    }
+    m_service = std::make_unique<Service>(std::move(connection));
+    return true;
+}
+
+// The system gives the lock back when the process ends, however it ends.
+void RunningAgent::takeLock()
+{
+    const QString path = lockPath();
+    if (path.isEmpty()) {
+        return;
+    }
+    m_lock = RegularFile::open(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600);
+    struct flock lock = wholeFile();
+    m_isThisProcess = !m_lock.isOpen() || ::fcntl(m_lock.value(), F_OFD_SETLK, &lock) == 0;
+}
+
+void RunningAgent::answer(Requests requests)
+{
+    if (m_service) {
+        m_service->answer(std::move(requests));
+    }
+}
+
+std::optional<quint16> RunningAgent::present()
+{
+    return value<quint16>(ask("Present", "u", launchTime()), SD_BUS_TYPE_UINT16);
+}
+
+std::optional<QByteArray> RunningAgent::status()
+{
+    const Message answer = ask("Status", "");
+    const auto text = value<const char*>(answer, SD_BUS_TYPE_STRING);
+    return text ? std::optional(QByteArray(*text)) : std::nullopt;
+}
+
+std::optional<bool> RunningAgent::endSession(qint64 session)
+{
+    const auto isEnded = value<int>(ask("EndSession", "x", session), SD_BUS_TYPE_BOOLEAN);
+    return isEnded ? std::optional(*isEnded != 0) : std::nullopt;
+}
+
+bool RunningAgent::isThere()
+{
+    const auto [state, connection] = UserBus::connect({}, UserBus::Clock::now() + kLongestStart);
+    if (connection && isNameOwned(connection.get())) {
+        return true;
+    }
+    const QString path = lockPath();
+    const Descriptor file =
+        path.isEmpty() ? Descriptor() : RegularFile::open(path, O_RDWR | O_NOFOLLOW);
+    struct flock lock = wholeFile();
+    return file.isOpen() && ::fcntl(file.value(), F_OFD_GETLK, &lock) == 0 &&
+           lock.l_type != F_UNLCK;
+}

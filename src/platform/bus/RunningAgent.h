@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/files/Descriptor.h"
+
+#include <QByteArray>
+#include <QtGlobal>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+// There is one agent a desktop session: the one that owns the name "com.halvern.vantoryAgent" on
+// the session bus. Where no session bus answers within half a second, it is the one that holds a
+// lock in the runtime directory (XDG_RUNTIME_DIR), a file for each display; without that directory
+// too, every agent counts as the only one.
+//
+// Over the bus the others ask it: object "/com/halvern/vantoryAgent", interface
+// "com.halvern.vantoryAgent". The bus lets in only programs of the person's own.
+class RunningAgent {
+public:
+    // Takes name or lock, if nobody has it. Waits at most as said above.
+    RunningAgent();
+    ~RunningAgent();
+    RunningAgent(const RunningAgent&) = delete;
+    RunningAgent& operator=(const RunningAgent&) = delete;
+
+    // Whether this process is the one.
+    [[nodiscard]] bool isThisProcess() const;
+
+    // What it does for others.
+    struct Requests {
+        // Brings the status window up; with the X server's time of the click, 0 where not known.
+        std::function<void(quint32)> present;
+        std::function<quint16()> port;          // that its link goes to
+        std::function<QByteArray()> status;     // as JSON text
+        std::function<bool(qint64)> endSession; // whether there was such a session
+    };
+    // Answers requests from the main loop, one at a turn, while this object lives.
+    void answer(Requests requests);
+
+    // Questions to the agent that runs. Each waits at most five seconds for the answer; none where
+    // no agent has the name on the bus or it does not answer.
+    [[nodiscard]] static std::optional<quint16> present(); // the port of its link
+    [[nodiscard]] static std::optional<QByteArray> status();
+    [[nodiscard]] static std::optional<bool> endSession(qint64 session);
+
+    // Whether an agent runs in this desktop session.
+    [[nodiscard]] static bool isThere();
+
+private:
+    class Service;
+
+    [[nodiscard]] bool takeName();
+    void takeLock();
+
+    std::unique_ptr<Service> m_service; // owns the name
+    Descriptor m_lock;
+    bool m_isThisProcess = true;
+};
