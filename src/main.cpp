@@ -1,6 +1,8 @@
 #include "agent_state/AppDelegate.h"
+#include "command_line/CommandLine.h"
 #include "dispatch/MessageDispatch.h"
 #include "logging/Logs.h"
+#include "platform/bus/RunningAgent.h"
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/WindowActivation.h"
@@ -28,13 +30,35 @@ namespace {
     waitForProgramEnd();
 }
 
+// The arguments without the program's name.
+QStringList argumentsOf(int argc, char* argv[])
+{
+    QStringList arguments;
+    for (int place = 1; place < argc; ++place) {
+        arguments.append(QString::fromLocal8Bit(argv[place]));
+    }
+    return arguments;
+}
+
+bool hasDisplay = false;
+
 // Qt's own messages are dropped: the program writes to its log files only. Those that end the
-// program are kept.
+// program are kept; until there is a display they say that there is none, and the first one before
+// says why.
 void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
-    if (type == QtFatalMsg) {
-        fatalState(message);
+    static QString reason;
+    if (!hasDisplay && reason.isEmpty()) {
+        reason = message.trimmed();
     }
+    if (type != QtFatalMsg) {
+        return;
+    }
+    if (!hasDisplay) {
+        CommandLine::sayNoDisplay(reason);
+        endProgram(EXIT_FAILURE);
+    }
+    fatalState(message);
 }
 
 // Qt's own quitting would ask every window first, and any of them could refuse.
@@ -58,15 +82,24 @@ int main(int argc, char* argv[])
 #ifndef VANTORY_DEBUG // a debugger needs the memory
     ProcessMemory::hide();
 #endif
+    const QStringList arguments = argumentsOf(argc, argv);
+    if (const auto status = CommandLine::run(arguments)) {
+        return *status;
+    }
+    RunningAgent runningAgent;
+    if (!runningAgent.isThisProcess()) {
+        return CommandLine::showRunningAgent(arguments);
+    }
     ProcessMemory::useOneHeap();
     // Before any other thread exists.
     TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);
 
-    auto arguments = DisplayServer::preferX11(std::vector<char*>(argv, argv + argc));
-    auto count = static_cast<int>(arguments.size());
-    arguments.push_back(nullptr);
-    QApplication application(count, arguments.data());
+    auto toolkitArguments = DisplayServer::preferX11(std::vector<char*>(argv, argv + argc));
+    auto count = static_cast<int>(toolkitArguments.size());
+    toolkitArguments.push_back(nullptr);
+    QApplication application(count, toolkitArguments.data());
+    hasDisplay = true;
     QApplication::setApplicationName(u"vantoryAgent"_s);
     QApplication::setDesktopFileName(u"vantoryAgent"_s);
     // The agent goes on when its last window has closed.
@@ -87,6 +120,7 @@ int main(int argc, char* argv[])
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();
+    AppDelegate::answerRequests(runningAgent);
     // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
     // last, because exit handlers run in the reverse order: this one comes first.
     std::atexit(&terminate);

@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 
+class RunningAgent;
 class ScreenLock;
 class SettingsWindow;
 struct CredentialCheck;
@@ -136,6 +137,11 @@ public:
 
     static void permissions();
     static void about();
+
+    // --- Requests.cpp: what other programs of the person's ask of the agent ---
+
+    // From now on, as long as `agent` lives.
+    static void answerRequests(RunningAgent& agent);
 
     // --- Consent.cpp ---
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 
 #include <optional>
@@ -15,3 +16,6 @@ struct SessionInfo {
 
 // The present moment as `SessionInfo::sessionDate` counts it. Any thread.
 [[nodiscard]] double sessionDateNow();
+
+// The moment that it stands for; invalid where it is thousands of years away. Any thread.
+[[nodiscard]] QDateTime sessionDateTime(double sessionDate);

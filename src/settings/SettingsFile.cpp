@@ -23,21 +23,19 @@ QString backendSettingsPath()
     return FilePaths::preferences(u"com.halvern.vantory.agent.settings.plist"_s);
 }
 
-std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path)
+StoredSettings readBackendSettings(const QString& path)
 {
     if (!QFileInfo::exists(path)) {
-        printErrorLog(u"File %1 is not present"_s.arg(path));
-        return std::nullopt;
+        return {std::nullopt, u"File %1 is not present"_s.arg(path)};
     }
     const auto dictionary = PropertyList::readDictionary(path);
     if (!dictionary) {
-        printErrorLog(u"Unable to get dictionary from path"_s);
-        return std::nullopt;
+        return {std::nullopt, u"Unable to get dictionary from path"_s};
     }
     const auto accountId = text(*dictionary, u"accountID"_s);
     const auto platform = text(*dictionary, u"platform"_s);
     if (!accountId || !platform) {
-        return std::nullopt;
+        return {};
     }
     const QVariant managed = dictionary->value(u"managed"_s);
     BackendSettings settings;
@@ -46,6 +44,15 @@ std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path)
     settings.accountId = *accountId;
     if (*platform == "testing"_L1 || *platform == "staging"_L1) {
         settings.platform = *platform;
+    }
+    return {settings, QString()};
+}
+
+std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path)
+{
+    const auto [settings, error] = readBackendSettings(path);
+    if (!error.isEmpty()) {
+        printErrorLog(error);
     }
     return settings;
 }

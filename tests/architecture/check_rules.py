@@ -15,17 +15,18 @@ FOLDERS = {
     "src/platform/desktop": "platform/files platform/threads platform/bus",
     "src/logging": "platform",
     "src/localisation": "platform logging",
-    "src/records": "localisation",
+    "src/records": "platform/files localisation",
     "src/service_link": "platform logging records",
     "src/settings": "platform logging records service_link",
     "src/window_kit": "platform localisation",
+    "src/command_line": "platform localisation records settings window_kit",
     "src/windows": "platform logging localisation records window_kit",
     "src/chat": "platform logging localisation records window_kit",
     "src/agent_state": "platform/threads localisation records service_link",
     "src/agent_core": "platform logging localisation records service_link settings window_kit windows"
                       " chat agent_state",
     "src/dispatch": "platform logging records service_link agent_state",
-    "src/main.cpp": "platform logging agent_state dispatch",
+    "src/main.cpp": "platform logging command_line agent_state dispatch",
     "simulator": "",
 }
 # Files, what no line of theirs may hold, and why.

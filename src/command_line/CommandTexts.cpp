@@ -1,0 +1,69 @@
+#include "command_line/CommandTexts.h"
+
+#include "platform/accounts/PreferredLanguages.h"
+#include "platform/files/Json.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/RegularFile.h"
+#include "window_kit/ShownText.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype kLargestFile = 1024 * 1024;
+constexpr qsizetype kLongestValue = 500;
+
+// The document's names of the languages are those of the label document.
+QString nameOf(Language language)
+{
+    switch (language) {
+    case Language::English:
+        return u"En"_s;
+    case Language::French:
+        return u"Fr"_s;
+    case Language::Italian:
+        return u"It"_s;
+    case Language::Spanish:
+        return u"Es"_s;
+    case Language::German:
+        return u"Ge"_s;
+    case Language::Korean:
+        return u"Ko"_s;
+    case Language::Portuguese:
+        return u"Pt"_s;
+    }
+    return u"En"_s;
+}
+
+} // namespace
+
+CommandTexts::CommandTexts(Language language) : m_language(nameOf(language))
+{
+    if (const auto path = MainBundle::resourcePath(u"commands"_s, u"json"_s)) {
+        m_texts =
+            Json::read(RegularFile::read(*path, kLargestFile).bytes).object.value_or(QJsonObject());
+    }
+}
+
+CommandTexts::CommandTexts() : CommandTexts(languageFor(preferredLanguages())) {}
+
+QString CommandTexts::text(QLatin1StringView key, const QStringList& values) const
+{
+    const QString form = m_texts.value(key).toObject().value(m_language).toString();
+    if (form.isEmpty()) {
+        return (QStringList(QString(key)) + values).join(u' ');
+    }
+    QString result;
+    for (qsizetype place = 0; place < form.size(); ++place) {
+        const int number = form.at(place) == u'%' && place + 1 < form.size()
+                               ? form.at(place + 1).digitValue()
+                               : -1;
+        if (number >= 1 && number <= values.size()) {
+            result += ShownText::line(values.at(number - 1), kLongestValue);
+            ++place;
+        } else {
+            result += form.at(place);
+        }
+    }
+    return result;
+}

@@ -1,0 +1,66 @@
+#include "platform/files/WholeFile.h"
+
+#include "platform/files/Descriptor.h"
+#include "platform/files/SystemError.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+bool writeAll(const Descriptor& file, QByteArrayView bytes)
+{
+    while (!bytes.isEmpty()) {
+        const ssize_t written =
+            ::write(file.value(), bytes.data(), static_cast<std::size_t>(bytes.size()));
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes = bytes.sliced(written < 0 ? 0 : written);
+    }
+    return true;
+}
+
+// The new name is on the disk only when its directory is.
+bool syncDirectoryOf(const QByteArray& path)
+{
+    const qsizetype end = path.lastIndexOf('/');
+    const QByteArray directory = end < 0 ? QByteArray(".") : path.left(end + 1);
+    const Descriptor descriptor(::open(directory.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return descriptor.isOpen() && ::fsync(descriptor.value()) == 0;
+}
+
+} // namespace
+
+std::optional<QString> WholeFile::write(const QString& path, const QByteArray& bytes,
+                                        unsigned int mode)
+{
+    const QByteArray name = QFile::encodeName(path);
+    QByteArray temporary = name + ".XXXXXX";
+    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    if (!file.isOpen()) {
+        return systemErrorText(errno);
+    }
+    if (::fchown(file.value(), ::geteuid(), ::getegid()) == 0 &&
+        ::fchmod(file.value(), mode) == 0 && writeAll(file, bytes) && ::fsync(file.value()) == 0 &&
+        std::rename(temporary.constData(), name.constData()) == 0 && syncDirectoryOf(name)) {
+        return std::nullopt;
+    }
+    const int error = errno;
+    ::unlink(temporary.constData()); // fails where it has its name already
+    return systemErrorText(error);
+}
+
+std::optional<QString> WholeFile::remove(const QString& path)
+{
+    return ::unlink(QFile::encodeName(path).constData()) == 0 || errno == ENOENT
+               ? std::nullopt
+               : std::optional(systemErrorText(errno));
+}
