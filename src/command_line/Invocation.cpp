@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
