@@ -2,7 +2,8 @@
 
 #include <QString>
 
-// The two log files of the program: ordinary messages and errors. Each holds exactly one run.
+// The two log files of the program: ordinary messages and errors. Each holds exactly one run, of a
+// long one the last lines (see SharedLogFile).
 //
 // UTF-8 text, one record a line: local date and time to the millisecond, a blank, the message as it
 // is. Nothing here reports a failure: where a file is missing or may not be written, the text is

@@ -1,19 +1,18 @@
 #include "logging/Logs.h"
 
-#include <QCoreApplication>
+#include "platform/files/SharedLogFile.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QtEndian>
 
-#include <cstdio>
 #include <functional>
 #include <thread>
 
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,49 +22,16 @@ namespace {
 
 const QString kTime = uR"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )"_s;
 
-bool fill(const QString& path)
+bool fill(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write("old") > 0;
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 QString content(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : u"(no file)"_s;
-}
-
-void cleanUp()
-{
-    LogDestination().cleanUp();
-    LogErrorDestination().cleanUp();
-}
-
-// Run in a child: writes a line in each of two zones.
-int changeZones(bool hasVariable)
-{
-    for (const int hours : {3, 9}) {
-        if (hasVariable) {
-            qputenv("TZ", "XYZ-" + QByteArray::number(hours));
-        } else {
-            // One fixed offset (tzfile(5), version 1), put in place as timedated does.
-            QByteArray offset(4, '\0');
-            qToBigEndian(hours * 3600, offset.data());
-            const QByteArray zone = "TZif" + QByteArray(32, '\0') +
-                                    QByteArray("\0\0\0\1\0\0\0\4", 8) + offset +
-                                    QByteArray("\0\0XYZ\0", 6);
-            QFile file(u"/etc/new"_s);
-            if (!file.open(QIODevice::WriteOnly) || file.write(zone) != zone.size()) {
-                return 1;
-            }
-            file.close();
-            std::rename("/etc/new", "/etc/localtime");
-        }
-        printLog(QString());
-        std::printf("%d ", QDateTime::currentDateTime().offsetFromUtc());
-    }
-    std::fflush(stdout);
-    return 0;
 }
 
 } // namespace
@@ -88,11 +54,15 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(logs));
         m_ordinary = logs + u"/vantoryAgent.stdout"_s;
         m_errors = logs + u"/vantoryAgent.stderr"_s;
+        printLog(u"lost, for no line makes a file"_s);
+        const mode_t mask = ::umask(077);
+        LogDestination().cleanUp();
+        LogErrorDestination().cleanUp();
+        ::umask(mask);
     }
 
     void linesBeginWithTheTime()
     {
-        cleanUp();
         printLog(u"one\ntwo"_s);
         printLog(QString());
         printLog(u"half "_s + QChar(0xd800));
@@ -100,114 +70,91 @@ private Q_SLOTS:
         const QRegularExpression lines(u"\\A%1one\ntwo\n%1\n%1größer\n\\z"_s.arg(kTime));
         const QString text = content(m_ordinary) + content(m_errors);
         QVERIFY2(lines.match(text).hasMatch(), qPrintable(text));
+        QVERIFY(QFile::permissions(m_errors).testFlags(QFile::ReadOther | QFile::WriteOther));
     }
 
-    void filesAreMadeEmptyAndForEverybody()
+    void timesFollowTheZone()
     {
-        QVERIFY(fill(m_ordinary));
-        const mode_t mask = ::umask(077);
-        cleanUp();
-        ::umask(mask);
-        for (const QString& path : {m_ordinary, m_errors}) {
-            struct stat status = {};
-            QCOMPARE(::stat(QFile::encodeName(path), &status), 0);
-            QCOMPARE(status.st_size, 0);
-            QCOMPARE(status.st_mode & 0777, mode_t(0666));
+        const QByteArray zone = qgetenv("TZ");
+        for (const char* const next : {"XYZ-3", "XYZ-9"}) {
+            qputenv("TZ", next);
+            printLog(QString());
         }
+        zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
+        const QStringList lines = content(m_ordinary).split(u'\n');
+        const auto time = [&](int line) {
+            return QDateTime::fromString(lines[line].left(19), u"yyyy-MM-dd HH:mm:ss"_s);
+        };
+        const qint64 apart = time(0).secsTo(time(1)) - 6 * 3600;
+        QVERIFY2(apart >= 0 && apart < 60, qPrintable(lines.join(u'|')));
     }
 
-    // A missing file stays missing, what a link names is not changed, and nobody waits for a pipe's
-    // reader.
+    // What a link names is not changed, and nobody waits for a pipe's reader.
     void nothingElseIsWrittenTo()
     {
-        printLog(u"lost"_s);
-        QVERIFY(!QFile::exists(m_ordinary));
         const QByteArray log = QFile::encodeName(m_ordinary);
-        const QByteArray target = QFile::encodeName(m_root->filePath(u"target"_s));
+        const QString targetPath = m_root->filePath(u"target"_s);
+        const QByteArray target = QFile::encodeName(targetPath);
         const std::pair<const char*, std::function<int()>> kinds[] = {
             {"symbolic link", [&] { return ::symlink(target, log); }},
             {"hard link", [&] { return ::link(target, log); }},
             {"pipe", [&] { return ::mkfifo(log, 0666); }},
         };
         for (const auto& [name, make] : kinds) {
-            QVERIFY(fill(QFile::decodeName(target)));
-            ::chmod(target, 0640);
-            QFile::remove(m_ordinary);
-            QVERIFY2(make() == 0, name);
+            QVERIFY(fill(targetPath, "old") && ::chmod(target, 0640) == 0);
+            QVERIFY2(QFile::remove(m_ordinary) && make() == 0, name);
             printLog(u"lost"_s);
-            cleanUp();
+            LogDestination().cleanUp();
             printLog(u"written"_s);
-            QVERIFY2(content(QFile::decodeName(target)) == u"old", name);
             struct stat status = {};
             QVERIFY2(::stat(target, &status) == 0 && (status.st_mode & 0777) == 0640, name);
+            QCOMPARE(content(targetPath), u"old"_s);
             QVERIFY2(content(m_ordinary).endsWith(u"written\n"_s), name);
         }
     }
 
-    void timesFollowTheZone_data()
+    void aLongLogLosesItsOlderHalf_data()
     {
-        QTest::addColumn<bool>("hasVariable"); // TZ; else /etc/localtime, in a name space
-        QTest::newRow("variable") << true;
-        QTest::newRow("system's file") << false;
+        QTest::addColumn<bool>("isLocked");
+        QTest::newRow("alone") << false;
+        QTest::newRow("another agent is at it") << true;
     }
 
-    void timesFollowTheZone()
+    // While two threads write on; in the same file, which keeps its mode.
+    void aLongLogLosesItsOlderHalf()
     {
-        QFETCH(const bool, hasVariable);
-        cleanUp();
-        QProcess child;
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.remove(u"TZ"_s);
-        child.setProcessEnvironment(environment);
-        const QString program = QCoreApplication::applicationFilePath();
-        if (hasVariable) {
-            child.start(program, {u"--zones"_s, u"variable"_s});
-        } else {
-            child.start(u"unshare"_s,
-                        {u"--user"_s, u"--map-root-user"_s, u"--mount"_s, u"sh"_s, u"-c"_s,
-                         u"mount --bind \"$1\" /etc || exit 9; exec \"$0\" --zones file"_s, program,
-                         m_root->path()});
+        QFETCH(const bool, isLocked);
+        constexpr qsizetype kLine = 64;
+        QByteArray old;
+        for (qsizetype i = 0; i < SharedLogFile::kLimit / kLine; ++i) {
+            old += QByteArray::number(i).rightJustified(kLine - 1, ' ') + '\n';
         }
-        QVERIFY(child.waitForFinished());
-        if (!hasVariable && child.exitCode() != 0) {
-            QSKIP("name spaces are not allowed here");
-        }
-        const QStringList lines = content(m_ordinary).split(u'\n');
-        QCOMPARE(lines.size(), 3);
-        const auto time = [&](int line) {
-            return QDateTime::fromString(lines[line].left(19), u"yyyy-MM-dd HH:mm:ss"_s);
-        };
-        const qint64 apart = time(0).secsTo(time(1)) - 6 * 3600;
-        QVERIFY2(apart >= 0 && apart < 60, qPrintable(lines.join(u'|')));
-        QCOMPARE(child.readAllStandardOutput(), QByteArray("10800 32400 ")); // the windows' times
-    }
-
-    void linesOfThreadsStayWhole()
-    {
-        cleanUp();
+        QFile file(m_ordinary);
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.write(old) == old.size() && file.flush());
+        QVERIFY(::fchmod(file.handle(), 0640) == 0);
+        QVERIFY(!isLocked || ::flock(file.handle(), LOCK_EX) == 0);
         const auto write = [] {
             for (int i = 0; i < 500; ++i) {
-                printLog(u"a line of a certain length"_s);
+                printLog(u"a line"_s);
             }
         };
         std::thread other(write);
         write();
         other.join();
-        const QString text = content(m_ordinary);
-        const QRegularExpression line(kTime + u"a line of a certain length\n"_s);
-        QCOMPARE(text.count(line), 1000);
-        QCOMPARE(text.size(), 1000 * 51);
+
+        const qsizetype kept = isLocked ? old.size() : old.size() / 2 - kLine;
+        QVERIFY(file.seek(0));
+        QVERIFY(file.read(kept) == old.last(kept));
+        const QString lines = QString::fromUtf8(file.readAll());
+        QCOMPARE(lines.count(QRegularExpression(u"^%1a line\n"_s.arg(kTime),
+                                                QRegularExpression::MultilineOption)),
+                 1000);
+        QCOMPARE(lines.size(), 1000 * qsizetype(sizeof "2026-11-25 14:05:09.042 a line"));
+        struct stat status = {};
+        QVERIFY(::stat(QFile::encodeName(m_ordinary), &status) == 0);
+        QVERIFY((status.st_mode & 0777) == 0640 && status.st_size == file.size());
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (argc == 3 && qstrcmp(argv[1], "--zones") == 0) {
-        return changeZones(qstrcmp(argv[2], "variable") == 0);
-    }
-    const QCoreApplication application(argc, argv);
-    TestLogs test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(TestLogs)
 #include "tst_logs.moc"

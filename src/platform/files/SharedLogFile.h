@@ -10,7 +10,12 @@
 // loses the text. Any thread.
 namespace SharedLogFile {
 
+// In bytes. A file that a text would make longer loses the older half of its lines first.
+inline constexpr qint64 kLimit = 16 * 1024 * 1024;
+
 // Appends in one write, so that lines of several threads and processes stay whole. Makes no file.
+// Past the limit the lines of the newer half are moved to the front of the same file. A file that
+// another process is doing that to, or that may not be read, only grows.
 void append(const QString& path, const QByteArray& bytes);
 
 // Empties the file, or makes it, readable and writable for everybody. An existing one is kept: in a
