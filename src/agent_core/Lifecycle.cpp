@@ -15,11 +15,13 @@
 #include "service_link/RemoteCommands.h"
 #include "windows/AboutController.h"
 #include "windows/ActivityWindow.h"
+#include "windows/Bundle+extensions.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
 
+#include <QCoreApplication>
 #include <QMenu>
 #include <QTimer>
 
@@ -97,6 +99,7 @@ void AppDelegate::applicationDidFinishLaunching()
     cleanMainMenu();
     getPortUI();
     permissions_process();
+    noteStart();
     startClient();
     systemTray();
     startNotices();
@@ -140,6 +143,16 @@ void AppDelegate::logHostAndUser()
         printLog(*host);
         printLog(Account::loginName());
     }
+}
+
+void AppDelegate::noteStart()
+{
+    const QString unknown = u"unknown"_s;
+    printJournal(u"version %1 (%2), process %3, user %4, port %5"_s.arg(
+        Bundle::releaseVersionNumber().value_or(unknown),
+        Bundle::buildVersionNumber().value_or(unknown),
+        QString::number(QCoreApplication::applicationPid()), Account::loginName(),
+        QString::number(options.portUI)));
 }
 
 void AppDelegate::readConsoleUser()

@@ -200,6 +200,7 @@ private:
     static void readAppName();
     static void logHostAndUser();
     static void readConsoleUser();
+    static void noteStart();
     void startClient();
     void startTimers();
     void connectWindows();

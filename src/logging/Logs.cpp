@@ -2,6 +2,7 @@
 
 #include "platform/files/FilePaths.h"
 #include "platform/files/SharedLogFile.h"
+#include "platform/processes/Journal.h"
 #include "platform/processes/ProgramEnd.h"
 
 #include <QByteArray>
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -39,6 +41,21 @@ QString timeText()
     return QString::fromLatin1(text.data());
 }
 
+// None where the text has half a surrogate pair, which UTF-8 can't hold.
+std::optional<QByteArray> utf8(const QString& text)
+{
+    QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
+    const QByteArray bytes = encoder.encode(text);
+    return encoder.hasError() ? std::nullopt : std::optional(bytes);
+}
+
+void sendToJournal(Journal::Priority priority, const QString& message)
+{
+    if (const auto bytes = utf8(message)) {
+        Journal::send(priority, *bytes);
+    }
+}
+
 void append(const LogDestination& destination, const QString& message)
 {
     destination.write(timeText() + u' ' + message + u'\n');
@@ -54,12 +71,9 @@ LogDestination::LogDestination(const QString& name)
 
 void LogDestination::write(const QString& text) const
 {
-    QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
-    const QByteArray bytes = encoder.encode(text);
-    if (encoder.hasError()) {
-        return;
+    if (const auto bytes = utf8(text)) {
+        SharedLogFile::append(m_path, *bytes);
     }
-    SharedLogFile::append(m_path, bytes);
 }
 
 void LogDestination::cleanUp() const
@@ -78,12 +92,21 @@ void printLog(const QString& message)
 void printErrorLog(const QString& message)
 {
     append(LogErrorDestination(), message);
+    sendToJournal(Journal::Priority::Error, message);
+}
+
+void printJournal(const QString& message)
+{
+    sendToJournal(Journal::Priority::Information, message);
 }
 
 void fatalState(const QString& why)
 {
     if (hasBegun) {
-        printErrorLog(why);
+        append(LogErrorDestination(), why);
+    }
+    if (!Journal::takesStandardError()) { // else the line that follows gets there
+        sendToJournal(Journal::Priority::Critical, why);
     }
     abortProgram(why.toLocal8Bit() + '\n');
 }

@@ -34,8 +34,11 @@ public:
 };
 
 void printLog(const QString& message);
+// Also an entry of the system's journal.
 void printErrorLog(const QString& message);
+// An entry of the system's journal, and no line of a file.
+void printJournal(const QString& message);
 
-// Ends the program where it must not go on: one line on standard error and, once cleanUp() has made
-// the file this run's, in the error log says why, then abort().
+// Ends the program where it must not go on: one line on standard error, in the system's journal
+// and, once cleanUp() has made the file this run's, in the error log says why, then abort().
 [[noreturn]] void fatalState(const QString& why);

@@ -9,11 +9,14 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cstring>
 #include <functional>
 #include <thread>
 
 #include <sys/file.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -36,7 +39,7 @@ QString content(const QString& path)
 
 } // namespace
 
-// The two log files.
+// The two log files, and what reaches the system's journal.
 class TestLogs : public QObject {
     Q_OBJECT
 
@@ -153,6 +156,40 @@ private Q_SLOTS:
         struct stat status = {};
         QVERIFY(::stat(QFile::encodeName(m_ordinary), &status) == 0);
         QVERIFY((status.st_mode & 0777) == 0640 && status.st_size == file.size());
+    }
+
+    void errorsReachTheJournal()
+    {
+        QVERIFY(QDir(m_root->path()).mkpath(u"run/systemd/journal"_s));
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        const QByteArray path = QFile::encodeName(m_root->path()) + "/run/systemd/journal/socket";
+        std::memcpy(address.sun_path, path.constData(), size_t(path.size()));
+        const int journal = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+        QCOMPARE(::bind(journal, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        const auto next = [journal] {
+            QByteArray entry(65536, '\0');
+            entry.truncate(::recv(journal, entry.data(), size_t(entry.size()), 0));
+            return entry;
+        };
+        const auto entry = [](const char* size, const QByteArray& text, const char* priority) {
+            return "MESSAGE\n" + QByteArray::fromHex(size) + text + "\nPRIORITY=" + priority +
+                   "\nSYSLOG_IDENTIFIER=vantoryAgent\n";
+        };
+        printLog(u"not there"_s);
+        printErrorLog(u"größer\nPRIORITY=0"_s);
+        printJournal(u"start"_s);
+        printErrorLog(QString(16383, u'x') + u"ßen"_s);
+        QCOMPARE(next(), entry("1300000000000000", "größer\nPRIORITY=0", "3"));
+        QCOMPARE(next(), entry("0500000000000000", "start", "6"));
+        QCOMPARE(next(), entry("ff3f000000000000", QByteArray(16383, 'x'), "3"));
+        QCOMPARE(next(), QByteArray());
+        // One that takes no more holds up nobody, and costs no line of the file.
+        for (int i = 0; i < 2000; ++i) {
+            printErrorLog(u"busy"_s);
+        }
+        QCOMPARE(content(m_errors).count(u"busy\n"_s), 2000);
+        ::close(journal);
     }
 };
 

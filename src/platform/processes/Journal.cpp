@@ -1,0 +1,67 @@
+#include "platform/processes/Journal.h"
+
+#include "platform/files/Descriptor.h"
+#include "platform/files/FilePaths.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QtEndian>
+
+#include <cstring>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype kLongest = 16 * 1024;
+
+// The text's beginning, without the half of a character at its end.
+QByteArray shortened(const QByteArray& text)
+{
+    if (text.size() <= kLongest) {
+        return text;
+    }
+    qsizetype end = kLongest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
+        --end; // a byte that goes on with a character
+    }
+    return text.first(end);
+}
+
+} // namespace
+
+void Journal::send(Priority priority, const QByteArray& message)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const QByteArray path = QFile::encodeName(FilePaths::runtime(u"systemd/journal/socket"_s));
+    const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (!socket.isOpen() || path.size() >= qsizetype(sizeof address.sun_path)) {
+        return;
+    }
+    std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
+
+    // With its length before it a message may have lines.
+    const QByteArray text = shortened(message);
+    QByteArray length(sizeof(quint64), Qt::Uninitialized);
+    qToLittleEndian(static_cast<quint64>(text.size()), length.data());
+    const QByteArray entry = "MESSAGE\n" + length + text +
+                             "\nPRIORITY=" + QByteArray::number(static_cast<int>(priority)) +
+                             "\nSYSLOG_IDENTIFIER=vantoryAgent\n";
+    [[maybe_unused]] const auto sent = ::sendto(
+        socket.value(), entry.constData(), static_cast<std::size_t>(entry.size()),
+        MSG_DONTWAIT | MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+bool Journal::takesStandardError()
+{
+    struct stat status = {};
+    return ::fstat(STDERR_FILENO, &status) == 0 &&
+           qgetenv("JOURNAL_STREAM") ==
+               QByteArray::number(status.st_dev) + ':' + QByteArray::number(status.st_ino);
+}
