@@ -132,7 +132,7 @@ void AppDelegate::readAppName()
 {
     const QVariant name = MainBundle::infoValue(u"CFBundleName"_s);
     if (name.typeId() != QMetaType::QString) {
-        fatalState(u"CFBundleName is missing from the application's Info.plist"_s);
+        fatalState(u"CFBundleName is missing from %1/Info.plist"_s.arg(MainBundle::path()));
     }
     options.appName = name.toString();
 }

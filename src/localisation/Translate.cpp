@@ -226,7 +226,7 @@ std::shared_ptr<const JsonData> getLanguageLabel()
 {
     const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
     if (!path) {
-        fatalState(u"translate.json is missing from the application's resources"_s);
+        fatalState(u"%1/Resources/translate.json is missing"_s.arg(MainBundle::path()));
     }
     static std::mutex mutex; // guards the rest
     static Decoded last;

@@ -1,6 +1,7 @@
 #include "windows/AboutController.h"
 
 #include "logging/Logs.h"
+#include "platform/files/MainBundle.h"
 #include "ui_AboutController.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Placement.h"
@@ -17,7 +18,8 @@ namespace {
 QString required(const std::optional<QString>& number, const char* key)
 {
     if (!number) {
-        fatalState(QLatin1StringView(key) + u" is missing from the application's Info.plist"_s);
+        fatalState(
+            u"%1 is missing from %2/Info.plist"_s.arg(QLatin1StringView(key), MainBundle::path()));
     }
     return *number;
 }

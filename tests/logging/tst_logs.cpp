@@ -116,7 +116,7 @@ private Q_SLOTS:
         }
     }
 
-    void aLongLogLosesItsOlderHalf_data()
+    void longLogsLoseTheirOlderHalf_data()
     {
         QTest::addColumn<bool>("isLocked");
         QTest::newRow("alone") << false;
@@ -124,7 +124,7 @@ private Q_SLOTS:
     }
 
     // While two threads write on; in the same file, which keeps its mode.
-    void aLongLogLosesItsOlderHalf()
+    void longLogsLoseTheirOlderHalf()
     {
         QFETCH(const bool, isLocked);
         constexpr qsizetype kLine = 64;
