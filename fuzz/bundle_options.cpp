@@ -14,6 +14,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     info.setContent(viewOf(data, size));
 
     AppDelegate::options = AgentOptions();
+    AppDelegate::options.oem = OemOptions::read();
     AppDelegate::getOemName(u"oemName"_s, AppDelegate::options.oemName);
     AppDelegate::getOemName(u"oemCompany"_s, AppDelegate::options.companyName);
     AppDelegate::getDisconnectedIconVisisble();

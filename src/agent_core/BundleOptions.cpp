@@ -1,39 +1,31 @@
 #include "agent_state/AppDelegate.h"
-#include "platform/files/MainBundle.h"
-#include "platform/files/PropertyList.h"
-
-#include <limits>
+#include "logging/Logs.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QVariant bundleOption(const QString& key)
-{
-    const auto path = MainBundle::resourcePath(u"oem"_s, u"plist"_s);
-    const auto list = path ? PropertyList::readDictionary(*path) : std::nullopt;
-    return list ? list->value(key) : QVariant();
-}
-
-// Returns whether the option is there as a boolean; else the target keeps its value.
+// Returns whether the option is there; else the target keeps its value.
 bool readBoolean(const QString& key, bool& target)
 {
-    const QVariant value = bundleOption(key);
-    if (value.typeId() != QMetaType::Bool) {
-        return false;
-    }
-    target = value.toBool();
-    return true;
+    const auto value = AppDelegate::options.oem.boolean(key);
+    target = value.value_or(target);
+    return value.has_value();
 }
 
 } // namespace
 
+void AppDelegate::readOemOptions()
+{
+    options.oem = OemOptions::read();
+    for (const OemOptions::Complaint& complaint : options.oem.complaints()) {
+        printErrorLog(complaint.text);
+    }
+}
+
 void AppDelegate::getOemName(const QString& key, QString& target)
 {
-    const QVariant value = bundleOption(key);
-    if (value.typeId() == QMetaType::QString) {
-        target = value.toString();
-    }
+    target = options.oem.text(key).value_or(target);
 }
 
 void AppDelegate::getDisconnectedIconVisisble()
@@ -61,12 +53,5 @@ void AppDelegate::getDisplaySettings()
 
 void AppDelegate::getPortUI()
 {
-    const QVariant value = bundleOption(u"port"_s);
-    if (value.typeId() != QMetaType::LongLong) {
-        return;
-    }
-    const qlonglong port = value.toLongLong();
-    if (port > 0 && port <= std::numeric_limits<quint16>::max()) {
-        options.portUI = static_cast<quint16>(port);
-    }
+    options.portUI = options.oem.port().value_or(options.portUI);
 }

@@ -85,6 +85,7 @@ void AppDelegate::applicationDidFinishLaunching()
     LogDestination().cleanUp();
     LogErrorDestination().cleanUp();
     readAppName();
+    readOemOptions();
     getOemName(u"oemName"_s, options.oemName);
     logHostAndUser();
     getDisconnectedIconVisisble();

@@ -4,6 +4,7 @@
 #include "records/Activity.h"
 #include "records/SessionInfo.h"
 #include "records/SettingsTexts.h"
+#include "settings/OemOptions.h"
 
 #include <QList>
 #include <QPointer>
@@ -29,6 +30,7 @@ class UserAcknowledgement;
 
 // Set before the link starts; any thread reads it afterwards.
 struct AgentOptions {
+    OemOptions oem; // what those of the others that it has are taken from
     bool disconnectedIconVisible = true;
     QString oemName = QString::fromLatin1("KRD");
     QString companyName = QString::fromLatin1("Halvern");

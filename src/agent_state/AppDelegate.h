@@ -63,8 +63,10 @@ public:
     // loaded.
     [[nodiscard]] static std::optional<JsonData::Info> labels();
 
-    // --- BundleOptions.cpp: each reads its keys of the bundle's "oem" property list ---
+    // --- BundleOptions.cpp: each takes its keys out of options.oem ---
 
+    // Reads what the rest take, and writes to the error log what can't be used.
+    static void readOemOptions();
     static void getOemName(const QString& key, QString& target);
     // The name is misspelt on purpose: it is part of the interface.
     static void getDisconnectedIconVisisble();

@@ -1,5 +1,7 @@
 #include "AgentFixture.h"
 #include "agent_core/StatusBarRules.h"
+#include "platform/files/FilePaths.h"
+#include "platform/files/MainBundle.h"
 #include "settings/PortArgument.h"
 
 #include <QTest>
@@ -11,36 +13,61 @@ class TestOptions : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void bundleOptions_data()
+    void options_data()
     {
-        QTest::addColumn<QByteArray>("options"); // besides the port
-        QTest::addColumn<QString>("after");      // platform, agent type, change; leaving; name
+        QTest::addColumn<QByteArray>("bundled");  // besides the port
+        QTest::addColumn<QByteArray>("deployed"); // the whole file
+        QTest::addColumn<QString>("after");       // platform, agent type, change; leaving; name
+        QTest::addColumn<QString>("error");       // with short names of the files
 
+        const auto list = [](const QByteArray& keys) {
+            return "<plist version=\"1.0\"><dict>" + keys + "</dict></plist>";
+        };
+        const QByteArray none;
         const QByteArray platform = "<key>show_platform</key><false/>";
         const QByteArray others =
             "<key>show_agent_type</key><false/><key>enable_change</key><false/>";
-        QTest::newRow("none") << QByteArray() << "111 0 KRD";
-        QTest::newRow("all three") << platform + others << "000 0 KRD";
-        QTest::newRow("the chain begins with the platform") << others << "111 0 KRD";
+        const QByteArray leaving = "<key>allow_to_leave_chat</key><true/>";
+        QTest::newRow("none") << none << none << "111 0 KRD"
+                              << "";
+        QTest::newRow("all three") << platform + others << none << "000 0 KRD"
+                                   << "";
+        QTest::newRow("the chain begins with the platform") << others << none << "111 0 KRD"
+                                                            << "";
         QTest::newRow("and breaks at what is no boolean")
             << platform + "<key>show_agent_type</key><integer>0</integer>" +
                    "<key>enable_change</key><false/>"
-            << "011 0 KRD";
-        QTest::newRow("of another type")
-            << QByteArray("<key>allow_to_leave_chat</key><string>true</string>"
-                          "<key>oemName</key><true/>")
-            << "111 0 KRD";
-        QTest::newRow("others") << QByteArray("<key>allow_to_leave_chat</key><true/>"
-                                              "<key>oemName</key><string>Acme</string>")
-                                << "111 1 Acme";
+            << none << "011 0 KRD"
+            << "BUNDLED: show_agent_type is not a boolean";
+        QTest::newRow("no string") << leaving + "<key>oemName</key><true/>" << none << "111 1 KRD"
+                                   << "BUNDLED: oemName is not a string";
+        QTest::newRow("the machine's go first")
+            << leaving + platform + "<key>oemName</key><string>Acme</string>"
+            << list("<key>oemName</key><string>Own</string><key>show_platform</key><true/>" +
+                    others)
+            << "100 1 Own"
+            << "";
+        QTest::newRow("the machine's can't be used")
+            << QByteArray("<key>oemName</key><string>Acme</string>")
+            << list("<key>oemName</key><date>2026-11-25T00:00:00Z</date>" + leaving) << "111 1 Acme"
+            << "DEPLOYED: oemName is not a string";
+        QTest::newRow("no port") << none << list("<key>port</key><integer>65536</integer>")
+                                 << "111 0 KRD"
+                                 << "DEPLOYED: port is not a port from 1 to 65535";
+        QTest::newRow("no property list")
+            << leaving << QByteArray("oemName=Acme") << "111 1 KRD"
+            << "DEPLOYED cannot be read as a property list with a dictionary";
     }
 
-    void bundleOptions()
+    void options()
     {
-        QFETCH(QByteArray, options);
+        QFETCH(QByteArray, bundled);
+        QFETCH(QByteArray, deployed);
         AgentFixture agent;
-        agent.options = options;
-        QVERIFY(agent.start());
+        agent.options = bundled;
+        const QString file = FilePaths::configuration(u"Halvern/vantoryAgent/oem.plist"_s);
+        QVERIFY(deployed.isEmpty() || writeFile(file, deployed));
+        QVERIFY(agent.start()); // and so with the bundle's port
         const AgentOptions& read = AppDelegate::options;
         QTEST(u"%1%2%3 %4 %5"_s.arg(read.displayPlatform)
                   .arg(read.displayAgentType)
@@ -48,6 +75,9 @@ private Q_SLOTS:
                   .arg(read.allowToLeaveChat)
                   .arg(read.oemName),
               "after");
+        QString errors = agent.errorLog().filter(u"oem.plist"_s).join(u'\n');
+        errors.replace(MainBundle::path() + u"/Resources/oem.plist"_s, u"BUNDLED"_s);
+        QTEST(errors.replace(file, u"DEPLOYED"_s), "error");
     }
 
     void ports_data()

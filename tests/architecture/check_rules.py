@@ -22,7 +22,7 @@ FOLDERS = {
     "src/command_line": "platform localisation records settings window_kit",
     "src/windows": "platform logging localisation records window_kit",
     "src/chat": "platform logging localisation records window_kit",
-    "src/agent_state": "platform/threads localisation records service_link",
+    "src/agent_state": "platform/threads localisation records service_link settings",
     "src/agent_core": "platform logging localisation records service_link settings window_kit windows"
                       " chat agent_state",
     "src/dispatch": "platform logging records service_link agent_state",

@@ -26,6 +26,11 @@ QString FilePaths::applicationSupport(const QString& path)
     return rooted(u"" VANTORY_APPLICATION_SUPPORT_DIR "/"_s + path);
 }
 
+QString FilePaths::configuration(const QString& path)
+{
+    return rooted(u"" VANTORY_CONFIG_DIR "/"_s + path);
+}
+
 QString FilePaths::runtime(const QString& path)
 {
     return rooted(u"/run/"_s + path);

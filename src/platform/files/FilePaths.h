@@ -12,6 +12,7 @@ namespace FilePaths {
 
 [[nodiscard]] QString library(const QString& path);            // "/Library/PATH"
 [[nodiscard]] QString applicationSupport(const QString& path); // "/var/lib/PATH"
+[[nodiscard]] QString configuration(const QString& path);      // "/etc/opt/PATH"
 [[nodiscard]] QString runtime(const QString& path);            // "/run/PATH"
 
 // The agent's preferences: "/Library/Preferences/vantoryAgent/NAME".

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QVariantMap>
+
+#include <optional>
+
+// What those who ship and deploy the program choose: names, what the windows offer, the service's
+// port. Two property lists say it, each with any of the keys:
+//
+//     /etc/opt/Halvern/vantoryAgent/oem.plist    this machine's; no upgrade touches it
+//     Resources/oem.plist                        the application folder's
+//
+// A key of the first goes before the second's. A key whose value can't be used counts as missing in
+// its file, and is complained of. Any thread.
+class OemOptions {
+public:
+    // Something that whoever wrote the file should know.
+    struct Complaint {
+        QString file;
+        QString key; // empty where the file as a whole can't be used
+        QString text;
+    };
+
+    // None of the keys.
+    OemOptions() = default;
+    // Reads both files. A missing one has no keys, which is no fault.
+    [[nodiscard]] static OemOptions read();
+
+    // None where the key is missing. "oemName", "oemCompany":
+    [[nodiscard]] std::optional<QString> text(const QString& key) const;
+    // "disconnected_icon_visible", "allow_to_leave_chat", "show_connection_detail",
+    // "show_platform", "show_agent_type", "enable_change":
+    [[nodiscard]] std::optional<bool> boolean(const QString& key) const;
+    // "port", from 1 to 65535.
+    [[nodiscard]] std::optional<quint16> port() const;
+
+    [[nodiscard]] const QList<Complaint>& complaints() const { return m_complaints; }
+
+private:
+    void add(const QString& file);
+
+    QVariantMap m_values; // of the right type each
+    QList<Complaint> m_complaints;
+};
