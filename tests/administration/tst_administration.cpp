@@ -101,10 +101,6 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        if (qEnvironmentVariableIsSet("VANTORY_TEST_NO_ACCOUNTS")) {
-            const QByteArray why = qgetenv("VANTORY_TEST_NO_ACCOUNTS");
-            QSKIP(why.constData());
-        }
         QVERIFY2(!person("ADMINISTRATOR").user.isEmpty(), "to be started by with_administrator");
     }
 
