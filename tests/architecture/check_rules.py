@@ -12,6 +12,7 @@ FOLDERS = {
     "src/platform/processes": "platform/files platform/threads",
     "src/platform/network": "platform/files platform/threads",
     "src/platform/accounts": "platform/files platform/threads platform/bus platform/processes",
+    "src/platform/display": "platform/files",
     "src/platform/desktop": "platform/files platform/threads platform/bus",
     "src/logging": "platform",
     "src/localisation": "platform logging",
@@ -26,6 +27,7 @@ FOLDERS = {
     "src/agent_core": "platform logging localisation records service_link settings window_kit windows"
                       " chat agent_state",
     "src/dispatch": "platform logging records service_link agent_state",
+    "src/keeper": "platform settings",
     "src/main.cpp": "platform logging command_line agent_state dispatch",
     "simulator": "",
 }

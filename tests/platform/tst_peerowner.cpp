@@ -1,4 +1,5 @@
 #include "platform/network/PeerOwner.h"
+#include "platform/network/PortListener.h"
 
 #include <QHostAddress>
 #include <QTcpServer>
@@ -36,8 +37,8 @@ Descriptor connectTo(quint16 port, bool isIPv6)
 
 } // namespace
 
-// The owner of a connection's other end, by each of the kernel's two sources. Another account's
-// connections are in tst_connection.
+// Who listens, and the owner of a connection's other end, by each of the kernel's two sources.
+// Another account's connections are in tst_connection.
 class TestPeerOwner : public QObject {
     Q_OBJECT
 
@@ -74,6 +75,7 @@ private Q_SLOTS:
             }
             return true;
         };
+        QVERIFY(PortListener::existsAt(server.serverPort()));
         QVERIFY(isFound(State::Waiting)); // before the event loop has run
         QVERIFY(server.waitForNewConnection(5000));
         QVERIFY(isFound(State::Accepted));
@@ -86,9 +88,11 @@ private Q_SLOTS:
     {
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
-        const Descriptor socket = connectTo(server.serverPort(), false);
+        const quint16 port = server.serverPort();
+        const Descriptor socket = connectTo(port, false);
         server.close(); // resets what it has not accepted
         QCOMPARE(PeerOwner::of(socket).state, State::Closed);
+        QVERIFY(!PortListener::existsAt(port));
     }
 };
 

@@ -180,7 +180,10 @@ ChildProcess::Result reap(pid_t child)
             return {std::nullopt, systemErrorText(errno)}; // somebody else has taken the status
         }
     }
-    return {WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status), {}};
+    if (WIFSIGNALED(status)) {
+        return {.status = WTERMSIG(status), .isSignal = true};
+    }
+    return {.status = WEXITSTATUS(status)};
 }
 
 // Returns the number of bytes, as read(2).

@@ -21,7 +21,9 @@ struct Result {
     // not be started, its status never came, or its time was over.
     std::optional<int> status;
     // Why there is no status, as the system words it.
-    QString error;
+    QString error = {};
+    // Whether the status is a signal's number.
+    bool isSignal = false;
 };
 
 struct Options {

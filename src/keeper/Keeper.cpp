@@ -1,0 +1,133 @@
+#include "keeper/Keeper.h"
+
+#include "keeper/ServicePort.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/SessionLock.h"
+#include "platform/network/PortListener.h"
+#include "platform/processes/ProcessMemory.h"
+#include "platform/processes/ProgramEnd.h"
+#include "platform/processes/TerminationSignals.h"
+
+#include <atomic>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The agent's exit statuses that mean something here. All others are the same: it has ended.
+constexpr int kArgumentsRefused = 2;
+constexpr int kAnotherRuns = 3;
+
+std::atomic_bool isEnding = false;
+
+void say(const QString& text)
+{
+    const QByteArray line = "vantoryAgentKeeper: " + text.toUtf8() + '\n';
+    std::fputs(line.constData(), stderr);
+}
+
+bool endedWith(const ChildProcess::Result& result, int status)
+{
+    return result.status == status && !result.isSignal;
+}
+
+// Empty where there is nothing to complain of.
+QString complaintOf(const ChildProcess::Result& result)
+{
+    if (!result.status) {
+        return u"cannot start the agent: "_s + result.error;
+    }
+    if (result.isSignal) {
+        return u"signal %1 has killed the agent"_s.arg(*result.status);
+    }
+    if (result.status == kAnotherRuns) {
+        return u"another agent runs in this session"_s;
+    }
+    return result.status == kArgumentsRefused ? u"the agent refuses its arguments"_s : QString();
+}
+
+} // namespace
+
+void Keeper::run()
+{
+    ProcessMemory::useOneHeap();
+    const QString display = DisplayConnection::name();
+    if (display.isEmpty()) {
+        say(u"the environment names no display"_s);
+        endProgram(1);
+    }
+    SessionLock lock;
+    const auto result = lock.take(u"vantoryAgentKeeper-%1.lock"_s.arg(display));
+    if (result == SessionLock::Result::Busy) {
+        say(u"%1 has a keeper already"_s.arg(display));
+        endProgram(0);
+    }
+    if (result == SessionLock::Result::Failed) {
+        say(u"goes on without a lock: there can be no file"_s);
+    }
+    TerminationSignals::handle([grace = m_intervals.forAgentsEnd] {
+        isEnding = true;
+        ChildProcess::endRunning(grace);
+        endProgram(0);
+    });
+    if (!m_display.open(m_intervals.forDisplay)) {
+        say(u"the display %1 does not answer"_s.arg(display));
+        endProgram(1);
+    }
+    endProgram(keep());
+}
+
+// Returns the exit status.
+int Keeper::keep()
+{
+    const QString agent = MainBundle::path() + u"/vantoryAgent"_s;
+    const QStringList arguments = QStringList{u"--kept"_s} + m_arguments;
+    while (awaitService()) {
+        const auto result = ChildProcess::run(agent, arguments, {.endsWithProgram = true});
+        if (isEnding) {
+            waitForProgramEnd();
+        }
+        report(result);
+        if (endedWith(result, kArgumentsRefused)) {
+            return kArgumentsRefused;
+        }
+        if (m_display.isGoneWithin(endedWith(result, kAnotherRuns) ? m_intervals.besideAnother
+                                                                   : m_intervals.betweenLooks)) {
+            break;
+        }
+    }
+    return 0;
+}
+
+// Returns when somebody listens, or false when the display has gone.
+bool Keeper::awaitService()
+{
+    bool isWaiting = false;
+    for (;;) {
+        const quint16 port = servicePort(m_arguments);
+        if (PortListener::existsAt(port)) {
+            if (isWaiting) {
+                say(u"starts the agent"_s);
+            }
+            return true;
+        }
+        if (!isWaiting) {
+            say(u"waits for the service at port %1"_s.arg(port));
+            isWaiting = true;
+        }
+        if (m_display.isGoneWithin(m_intervals.betweenLooks)) {
+            return false;
+        }
+    }
+}
+
+// Says what is wrong when it begins, not each time.
+void Keeper::report(const ChildProcess::Result& result)
+{
+    const QString complaint = complaintOf(result);
+    if (!complaint.isEmpty() && complaint != m_lastComplaint) {
+        say(complaint);
+    }
+    m_lastComplaint = complaint;
+}

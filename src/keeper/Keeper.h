@@ -1,0 +1,51 @@
+#pragma once
+
+#include "platform/display/DisplayConnection.h"
+#include "platform/processes/ChildProcess.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <optional>
+
+// Starts the agent that lies beside this program, in the person's session, and starts it again
+// whenever it has ended: an agent makes one link to the service, and ends with it. While nobody
+// listens at the service's port it only looks there, at a fixed interval and without limit, and
+// never connects: the service would take that for an agent.
+//
+// There is one a display. It says what has changed, a line each on standard error, and no more.
+// Main thread, before any other thread exists.
+class Keeper {
+public:
+    struct Intervals {
+        std::chrono::milliseconds betweenLooks = std::chrono::seconds(3);
+        // Where another agent runs in the session.
+        std::chrono::milliseconds besideAnother = std::chrono::seconds(30);
+        // A desktop that has just started may need a moment.
+        std::chrono::milliseconds forDisplay = std::chrono::seconds(30);
+        // Then an agent that was asked to end is killed.
+        std::chrono::milliseconds forAgentsEnd = std::chrono::seconds(10);
+    };
+
+    // The arguments, without the program's name, are the agent's.
+    explicit Keeper(const QStringList& arguments) : m_arguments(arguments) {}
+    Keeper(const QStringList& arguments, const Intervals& intervals)
+        : m_arguments(arguments), m_intervals(intervals)
+    {}
+
+    // Ends the process: with 0 when SIGTERM, SIGINT or SIGHUP comes (they end the agent, too), when
+    // the display goes, or when the display has a keeper already; with 1 when there is no display;
+    // with 2 when the agent refuses the arguments.
+    [[noreturn]] void run();
+
+private:
+    int keep();
+    [[nodiscard]] bool awaitService();
+    void report(const ChildProcess::Result& result);
+
+    const QStringList m_arguments;
+    const Intervals m_intervals;
+    DisplayConnection m_display;
+    QString m_lastComplaint;
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+#include <memory>
+
+// A connection to the person's display that shows nothing and asks for nothing: it ends when the
+// display goes, as at the log-out. The display is the Wayland compositor that WAYLAND_DISPLAY
+// names, else the X server of DISPLAY; where both are set, the X server is the compositor's own and
+// may come and go. One thread.
+class DisplayConnection {
+public:
+    DisplayConnection();
+    ~DisplayConnection();
+
+    DisplayConnection(const DisplayConnection&) = delete;
+    DisplayConnection& operator=(const DisplayConnection&) = delete;
+
+    // What the environment calls the display, without the number of an X screen; empty where it
+    // names none.
+    [[nodiscard]] static QString name();
+
+    // Connects, and tries again for `limit` while nobody answers or the display refuses. Waits
+    // longer for an X server that has taken the connection and hangs. Called once.
+    [[nodiscard]] bool open(std::chrono::milliseconds limit);
+
+    // Waits, and returns whether the display went meanwhile; then at once. A display that hangs is
+    // not gone. Once open.
+    [[nodiscard]] bool isGoneWithin(std::chrono::milliseconds time);
+
+private:
+    class Server;
+    class WaylandServer;
+    class XServer;
+
+    std::unique_ptr<Server> m_server;
+};

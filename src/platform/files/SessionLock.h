@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/files/Descriptor.h"
+
+#include <QString>
+
+// A lock that one process of the person can have at a time. The kernel takes it away when the
+// process ends, in whatever way; the file below it stays. Programs that this one starts don't get
+// it. Any thread.
+class SessionLock {
+public:
+    enum class Result {
+        Taken,  // this process has it now, until the object ends
+        Busy,   // another one has it
+        Failed, // there can be no such file
+    };
+
+    // The file is NAME in the person's runtime directory (XDG_RUNTIME_DIR of the XDG Base Directory
+    // Specification), or with the person's user number before it in /tmp, where there is none. Each
+    // "/" in the name becomes a "-".
+    [[nodiscard]] Result take(const QString& name);
+
+private:
+    Descriptor m_file;
+};
