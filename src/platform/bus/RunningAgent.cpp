@@ -1,13 +1,11 @@
 #include "platform/bus/RunningAgent.h"
 
 #include "platform/bus/UserBus.h"
-#include "platform/files/RegularFile.h"
 
 #include <QSocketNotifier>
 
 #include <cerrno>
 
-#include <fcntl.h>
 #include <systemd/sd-bus.h>
 
 using namespace Qt::StringLiterals;
@@ -66,24 +64,14 @@ quint32 launchTime()
     return place < 0 ? 0 : id.mid(place + 5).toUInt();
 }
 
-QString lockPath()
+// A lock for each display, as the toolkit chooses it.
+QString lockName()
 {
-    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     QString display = qEnvironmentVariable("DISPLAY");
     if (display.isEmpty()) {
         display = qEnvironmentVariable("WAYLAND_DISPLAY");
     }
-    return folder.isEmpty()
-               ? QString()
-               : folder + u"/vantoryAgent-"_s + display.replace(u'/', u'_') + u".lock"_s;
-}
-
-struct flock wholeFile()
-{
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    return lock;
+    return u"vantoryAgent-%1.lock"_s.arg(display);
 }
 
 bool isNameOwned(sd_bus* bus)
@@ -179,7 +167,7 @@ int RunningAgent::Service::onEndSession(sd_bus_message* question, void* self, sd
 RunningAgent::RunningAgent()
 {
     if (!takeName()) {
-        takeLock();
+        m_isThisProcess = m_lock.take(lockName()) != SessionLock::Result::Busy;
     }
 }
 
@@ -213,18 +201,6 @@ bool RunningAgent::takeName()
     return true;
 }
 
-// The system gives the lock back when the process ends, however it ends.
-void RunningAgent::takeLock()
-{
-    const QString path = lockPath();
-    if (path.isEmpty()) {
-        return;
-    }
-    m_lock = RegularFile::open(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600);
-    struct flock lock = wholeFile();
-    m_isThisProcess = !m_lock.isOpen() || ::fcntl(m_lock.value(), F_OFD_SETLK, &lock) == 0;
-}
-
 void RunningAgent::answer(Requests requests)
 {
     if (m_service) {
@@ -256,10 +232,5 @@ bool RunningAgent::isThere()
     if (connection && isNameOwned(connection.get())) {
         return true;
     }
-    const QString path = lockPath();
-    const Descriptor file =
-        path.isEmpty() ? Descriptor() : RegularFile::open(path, O_RDWR | O_NOFOLLOW);
-    struct flock lock = wholeFile();
-    return file.isOpen() && ::fcntl(file.value(), F_OFD_GETLK, &lock) == 0 &&
-           lock.l_type != F_UNLCK;
+    return SessionLock::isTaken(lockName());
 }

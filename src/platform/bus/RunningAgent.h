@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/files/Descriptor.h"
+#include "platform/files/SessionLock.h"
 
 #include <QByteArray>
 #include <QtGlobal>
@@ -11,8 +11,7 @@
 
 // There is one agent a desktop session: the one that owns the name "com.halvern.vantoryAgent" on
 // the session bus. Where no session bus answers within half a second, it is the one that holds a
-// lock in the runtime directory (XDG_RUNTIME_DIR), a file for each display; without that directory
-// too, every agent counts as the only one.
+// lock, one for each display (see SessionLock).
 //
 // Over the bus the others ask it: object "/com/halvern/vantoryAgent", interface
 // "com.halvern.vantoryAgent". The bus lets in only programs of the person's own.
@@ -51,9 +50,8 @@ private:
     class Service;
 
     [[nodiscard]] bool takeName();
-    void takeLock();
 
     std::unique_ptr<Service> m_service; // owns the name
-    Descriptor m_lock;
+    SessionLock m_lock;
     bool m_isThisProcess = true;
 };

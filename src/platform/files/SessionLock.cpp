@@ -3,9 +3,9 @@
 #include "platform/files/RegularFile.h"
 
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,6 +21,14 @@ QString pathOf(QString name)
                                    : u"/tmp/%1-%2"_s.arg(::geteuid()).arg(name);
 }
 
+struct flock wholeFile()
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
 } // namespace
 
 SessionLock::Result SessionLock::take(const QString& name)
@@ -33,9 +41,18 @@ SessionLock::Result SessionLock::take(const QString& name)
     if (!file.isOpen() || ::fstat(file.value(), &info) != 0 || info.st_uid != ::geteuid()) {
         return Result::Failed;
     }
-    if (::flock(file.value(), LOCK_EX | LOCK_NB) != 0) {
-        return errno == EWOULDBLOCK ? Result::Busy : Result::Failed;
+    struct flock lock = wholeFile();
+    if (::fcntl(file.value(), F_OFD_SETLK, &lock) != 0) {
+        return errno == EAGAIN || errno == EACCES ? Result::Busy : Result::Failed;
     }
     m_file = std::move(file);
     return Result::Taken;
+}
+
+bool SessionLock::isTaken(const QString& name)
+{
+    const Descriptor file = RegularFile::open(pathOf(name), O_RDWR | O_NOFOLLOW);
+    struct flock lock = wholeFile();
+    return file.isOpen() && ::fcntl(file.value(), F_OFD_GETLK, &lock) == 0 &&
+           lock.l_type != F_UNLCK;
 }

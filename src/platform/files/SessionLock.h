@@ -20,6 +20,9 @@ public:
     // "/" in the name becomes a "-".
     [[nodiscard]] Result take(const QString& name);
 
+    // Whether a process has the lock of that name. Takes it from nobody, not even for a moment.
+    [[nodiscard]] static bool isTaken(const QString& name);
+
 private:
     Descriptor m_file;
 };
