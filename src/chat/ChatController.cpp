@@ -152,8 +152,7 @@ void ChatController::set(qint32 chatToken, qint32 chatSession, const QString& op
 }
 
 // "Anna has joined".
-QString ChatController::notice(const QString& name, QString JsonData::Info::Chat::*label,
-                               const QString& fallback) const
+QString ChatController::notice(const QString& name, Label label, const QString& fallback) const
 {
     const auto labels = m_labels();
     return ShownText::line(name) + u' ' + (labels ? labels->Chat.*label : fallback);

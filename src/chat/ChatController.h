@@ -87,11 +87,11 @@ Q_SIGNALS:
 
 private:
     class Window;
+    using Label = QString JsonData::Info::Chat::*;
 
     void showMembers();
     void allowToLeave(bool isAllowed);
-    [[nodiscard]] QString notice(const QString& name, QString JsonData::Info::Chat::*label,
-                                 const QString& fallback) const;
+    [[nodiscard]] QString notice(const QString& name, Label label, const QString& fallback) const;
 
     const LabelSource m_labels;
     const bool m_allowToLeave;

@@ -24,6 +24,7 @@ struct Label {
 };
 
 #define LABEL_AS(section, key, field)                                                              \
+    Label                                                                                          \
     {                                                                                              \
         u## #section, u## #key, [](Info& info) -> QString& { return info.section.field; }          \
     }
@@ -95,6 +96,7 @@ struct Extra {
 };
 
 #define EXTRA(section, key, english)                                                               \
+    Extra                                                                                          \
     {                                                                                              \
         LABEL(section, key), english                                                               \
     }
@@ -134,9 +136,11 @@ const Extra kExtras[] = {
 #undef LABEL
 #undef LABEL_AS
 
+using InfoField = Info JsonData::*;
+
 struct Record {
     const char16_t* key;
-    Info JsonData::*info;
+    InfoField info;
 };
 
 const Record kRecords[] = {

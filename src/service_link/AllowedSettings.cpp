@@ -18,9 +18,10 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
         return std::nullopt;
     }
     const QJsonObject object = document->value("settings"_L1).toObject();
+    using Flag = bool AllowedData::*;
     struct Required {
         QLatin1String key;
-        bool AllowedData::*field;
+        Flag field;
     };
     static constexpr Required kRequired[] = {
         {"allow_message_to_devices"_L1, &AllowedData::allow_message_to_devices},

@@ -7,10 +7,11 @@
 namespace {
 
 using Labels = struct JsonData::Info::Message;
+using Label = QString Labels::*;
 
 struct Look {
     const char16_t* picture;
-    QString Labels::*word;
+    Label word;
     // The same hue as the picture's, deep enough for text on light backgrounds and on dark ones.
     QRgb onLight;
     QRgb onDark;

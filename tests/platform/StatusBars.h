@@ -141,11 +141,11 @@ public:
         m_process.waitForFinished();
     }
 
-    // The widget that Qt shows in the tray, if it does.
+    // The window that is shown in the tray, if there is one.
     static QWidget* icon()
     {
         for (QWidget* const widget : QApplication::topLevelWidgets()) {
-            if (widget->inherits("QSystemTrayIconSys") && widget->isVisible() &&
+            if (widget->objectName() == u"TrayIcon" && widget->isVisible() &&
                 widget->windowHandle()->isExposed()) {
                 return widget;
             }

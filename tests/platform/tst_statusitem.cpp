@@ -56,18 +56,17 @@ private Q_SLOTS:
     {
         // Steps: T a tray starts, I the item, W a watcher, H a host; w, h they end; R another
         // watcher with a host takes the first one's place; S a watcher starts that answers nothing,
-        // F one that answers once, A it answers the rest; i the item starts without a thread.
+        // A it answers the rest; i the item starts without a thread; t, T the tray restarts.
         QTest::addColumn<QByteArray>("steps");
         QTest::addColumn<QByteArray>("places");
-        // First of all: Qt's own question to the watcher is asked once in a process.
-        QTest::addRow("watcher hangs after one answer") << "TFIw"_ba
-                                                        << "NNNT"_ba;
         QTest::addRow("program, then panel") << "ITWH"_ba
                                              << "NTTH"_ba;
         QTest::addRow("host ends and starts again") << "TWHIhH"_ba
                                                     << "NNNHTH"_ba;
         QTest::addRow("watcher restarts, then is replaced") << "TWHIwWHR"_ba
                                                             << "NNNHTTHH"_ba;
+        QTest::addRow("tray restarts") << "TItT"_ba
+                                       << "NTNT"_ba;
         QTest::addRow("watcher answers late") << "TSIHA"_ba
                                               << "NNNNH"_ba;
         QTest::addRow("watcher hangs") << "TSIw"_ba
@@ -85,12 +84,12 @@ private Q_SLOTS:
         std::unique_ptr<Tray> tray;
         const std::map<char, std::function<void()>> step = {
             {'T', [&] { tray = std::make_unique<Tray>(); }},
+            {'t', [&] { tray.reset(); }},
             {'I', [&] { startItem(); }},
             {'i', [&] { startItemWithoutThread(); }},
             {'W', [&] { m_watcher = std::make_unique<Watcher>(); }},
             {'R', [&] { m_watcher = std::make_unique<Watcher>(true); }},
             {'S', [&] { m_watcher = std::make_unique<Watcher>(false, 0); }},
-            {'F', [&] { m_watcher = std::make_unique<Watcher>(false, 1); }},
             {'A', [&] { m_watcher->answerRest(); }},
             {'w', [&] { m_watcher.reset(); }},
             {'H', [&] { m_watcher->setHost(true); }},

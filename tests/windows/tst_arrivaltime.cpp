@@ -1,6 +1,7 @@
 #include "windows/ArrivalTime.h"
 
 #include <QTest>
+#include <QTimeZone>
 
 using namespace Qt::StringLiterals;
 
@@ -22,7 +23,7 @@ private Q_SLOTS:
             {"th-TH-u-ca-gregory", "05 มีนาคม 2025 เวลา 21:03:09"},
             {"ja-JP-u-ca-japanese", "令和7年3月05日 21:03:09"},
         };
-        const QDateTime time(QDate(2025, 3, 5), QTime(21, 3, 9), Qt::OffsetFromUTC, 3'600);
+        const QDateTime time(QDate(2025, 3, 5), QTime(21, 3, 9), QTimeZone(3'600));
         for (const auto& [language, text] : cases) {
             QCOMPARE(arrivalTime(time, QLatin1StringView(language)), QString::fromUtf8(text));
         }

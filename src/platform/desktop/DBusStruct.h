@@ -2,8 +2,9 @@
 
 #include <QDBusArgument>
 
-#include <concepts>
 #include <tuple>
+#include <type_traits>
+#include <utility>
 
 // Plain structs as D-Bus structures.
 //
@@ -11,10 +12,7 @@
 // and each list of it that is sent as a value, is registered with qDBusRegisterMetaType. Internal
 // to the platform.
 template <typename T>
-concept DBusStruct = requires(T& value)
-{
-    T::fields(value);
-};
+concept DBusStruct = std::is_class_v<decltype(T::fields(std::declval<T&>()))>;
 
 template <DBusStruct T>
 QDBusArgument& operator<<(QDBusArgument& argument, const T& value)

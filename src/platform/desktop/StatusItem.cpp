@@ -2,21 +2,16 @@
 
 #include "platform/bus/Bus.h"
 #include "platform/desktop/StatusNotifierItem.h"
+#include "platform/desktop/TrayIcon.h"
 #include "platform/threads/Worker.h"
 
-#include <QCursor>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QGuiApplication>
 #include <QMenu>
 #include <QPointer>
-#include <QScreen>
-#include <QSystemTrayIcon>
-#include <QTextDocument>
 #include <QThread>
 
-#include <algorithm>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -25,15 +20,6 @@ namespace {
 
 const QString kWatcher = u"org.kde.StatusNotifierWatcher"_s; // and its interface
 const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
-
-// The menu's top left corner: below the icon, or above it where the screen ends.
-QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen)
-{
-    const int below = icon.bottom() + 1;
-    const int y = below + menu.height() <= screen.bottom() + 1 ? below : icon.top() - menu.height();
-    const int x = std::min(icon.left(), screen.right() + 1 - menu.width());
-    return {std::max(x, screen.left()), std::max(y, screen.top())};
-}
 
 } // namespace
 
@@ -51,9 +37,6 @@ private:
     void askForHost();
     void useHost();
     void useTray();
-    void makeTray();
-    void updateTray();
-    void popUpMenuAtTray();
 
     const QString m_id;
     const QString m_title;
@@ -63,10 +46,8 @@ private:
 
     // At most one of them exists.
     std::unique_ptr<StatusNotifierItem> m_item;
-    std::unique_ptr<QSystemTrayIcon> m_tray;
+    std::unique_ptr<TrayIcon> m_tray;
 
-    bool m_isTrayWanted = false;
-    bool m_isTrayComing = false;
     std::optional<QDBusConnection> m_bus;
     std::unique_ptr<Bus::Signals> m_hosts;
     QString m_watcher; // its unique name on the bus; empty while there is none
@@ -106,7 +87,9 @@ void StatusItem::Private::setIcon(const QIcon& icon)
     if (m_item) {
         m_item->setIcon(icon);
     }
-    updateTray();
+    if (m_tray) {
+        m_tray->setIcon(icon);
+    }
 }
 
 void StatusItem::Private::setToolTip(const QString& text)
@@ -116,7 +99,9 @@ void StatusItem::Private::setToolTip(const QString& text)
     if (m_item) {
         m_item->setToolTip(text);
     }
-    updateTray();
+    if (m_tray) {
+        m_tray->setToolTip(text);
+    }
 }
 
 void StatusItem::Private::setMenu(QMenu* menu)
@@ -126,7 +111,9 @@ void StatusItem::Private::setMenu(QMenu* menu)
     if (m_item) {
         m_item->setMenu(menu);
     }
-    updateTray();
+    if (m_tray) {
+        m_tray->setMenu(menu);
+    }
 }
 
 void StatusItem::Private::watchBus(const QDBusConnection& bus)
@@ -185,7 +172,6 @@ void StatusItem::Private::askForHost()
 
 void StatusItem::Private::useHost()
 {
-    m_isTrayWanted = false;
     m_tray.reset();
     if (!m_item) {
         m_item = std::make_unique<StatusNotifierItem>(*m_bus, m_watcher, m_id, m_title);
@@ -198,59 +184,10 @@ void StatusItem::Private::useHost()
 void StatusItem::Private::useTray()
 {
     m_item.reset();
-    m_isTrayWanted = true;
-    if (m_tray || m_isTrayComing) {
-        return;
-    }
-    // At its first use in a program QSystemTrayIcon asks the watcher for a host, waits for the
-    // answer and never asks again. Here the answer is "none", so from then on it uses the XEmbed
-    // tray, also one that starts later. The main thread must not wait, so the first use is on a
-    // worker, by a function that does nothing else.
-    m_isTrayComing = true;
-    Worker::runThen([] { return QSystemTrayIcon::supportsMessages(); }, m_self,
-                    [this](bool) { makeTray(); });
-}
-
-void StatusItem::Private::makeTray()
-{
-    m_isTrayComing = false;
-    if (!m_isTrayWanted) {
-        return; // a host has come meanwhile
-    }
-    m_tray = std::make_unique<QSystemTrayIcon>();
-    connect(m_tray.get(), &QSystemTrayIcon::activated, this,
-            [this](QSystemTrayIcon::ActivationReason reason) {
-                if (reason == QSystemTrayIcon::Trigger) {
-                    popUpMenuAtTray(); // Qt itself opens it for the other button
-                }
-            });
-    updateTray();
-}
-
-void StatusItem::Private::updateTray()
-{
     if (!m_tray) {
-        return;
+        m_tray = std::make_unique<TrayIcon>(m_title);
+        m_tray->setToolTip(m_toolTip);
+        m_tray->setMenu(m_menu);
+        m_tray->setIcon(m_icon);
     }
-    m_tray->setIcon(m_icon);
-    m_tray->setToolTip(Qt::mightBeRichText(m_toolTip) ? Qt::convertFromPlainText(m_toolTip)
-                                                      : m_toolTip);
-    m_tray->setContextMenu(m_menu);
-    m_tray->setVisible(!m_icon.isNull());
-}
-
-void StatusItem::Private::popUpMenuAtTray()
-{
-    if (!m_menu) {
-        return;
-    }
-    QRect icon = m_tray->geometry();
-    if (icon.isEmpty()) {
-        icon = QRect(QCursor::pos(), QSize(1, 1));
-    }
-    const QScreen* screen = QGuiApplication::screenAt(icon.center());
-    if (screen == nullptr) {
-        screen = QGuiApplication::primaryScreen();
-    }
-    m_menu->popup(menuPosition(icon, m_menu->sizeHint(), screen->geometry()));
 }

@@ -1,5 +1,6 @@
 #include "platform/desktop/WindowActivation.h"
 
+#include "platform/desktop/X11.h"
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
@@ -11,10 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cstdlib>
 #include <ctime>
 #include <iterator>
-#include <memory>
 
 #include <xcb/xcb.h>
 
@@ -63,25 +62,6 @@ public:
     }
 };
 
-xcb_connection_t* x11Connection()
-{
-    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 != nullptr ? x11->connection() : nullptr;
-}
-
-xcb_atom_t atom(xcb_connection_t* connection, const QByteArray& name)
-{
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<quint16>(name.size()), name);
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(connection, cookie, nullptr), &std::free);
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
-
-xcb_window_t rootWindow(xcb_connection_t* connection)
-{
-    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-}
-
 // A request to the window manager about a window.
 void sendToWindowManager(xcb_connection_t* connection, const QWidget* window,
                          const QByteArray& type, const std::array<quint32, 3>& data)
@@ -90,9 +70,9 @@ void sendToWindowManager(xcb_connection_t* connection, const QWidget* window,
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
     message.window = static_cast<xcb_window_t>(window->winId());
-    message.type = atom(connection, type);
+    message.type = X11::atom(connection, type);
     std::copy(data.begin(), data.end(), std::begin(message.data.data32));
-    xcb_send_event(connection, 0, rootWindow(connection),
+    xcb_send_event(connection, 0, X11::screen(connection).root,
                    XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char*>(&message));
     xcb_flush(connection);
@@ -103,7 +83,8 @@ void askForActivation(xcb_connection_t* connection, const QWidget* window)
     const auto id = static_cast<xcb_window_t>(window->winId());
     const quint32 time = lastAction();
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id,
-                        atom(connection, "_NET_WM_USER_TIME"), XCB_ATOM_CARDINAL, 32, 1, &time);
+                        X11::atom(connection, "_NET_WM_USER_TIME"), XCB_ATOM_CARDINAL, 32, 1,
+                        &time);
     constexpr quint32 kByApplication = 1;
     sendToWindowManager(connection, window, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
 }
@@ -113,16 +94,15 @@ bool canRestack(xcb_connection_t* connection)
 {
     constexpr quint32 kMostAtoms = 1'024;
     const auto cookie =
-        xcb_get_property(connection, 0, rootWindow(connection), atom(connection, "_NET_SUPPORTED"),
-                         XCB_ATOM_ATOM, 0, kMostAtoms);
-    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
-        xcb_get_property_reply(connection, cookie, nullptr), &std::free);
+        xcb_get_property(connection, 0, X11::screen(connection).root,
+                         X11::atom(connection, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, kMostAtoms);
+    const auto reply = X11::owned(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32) {
         return false;
     }
     const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
     const auto* const last = first + reply->value_len;
-    return std::find(first, last, atom(connection, "_NET_RESTACK_WINDOW")) != last;
+    return std::find(first, last, X11::atom(connection, "_NET_RESTACK_WINDOW")) != last;
 }
 
 // Shows the window without the toolkit's asking for the keyboard, which it would do with this very
@@ -139,15 +119,19 @@ void showWithoutActivation(QWidget* window)
 
 void askForKeyboard(QWidget* window)
 {
-    if (xcb_connection_t* const connection = x11Connection()) {
+    if (xcb_connection_t* const connection = X11::connection()) {
         askForActivation(connection, window);
     } else {
         window->activateWindow();
     }
     // Hidden and shown again at once, a window has never lost the desktop's focus, but the toolkit
-    // has forgotten that it is the active one.
+    // has forgotten that it is the active one. What Qt 6.5 recommends in place of this call would
+    // ask the window manager, with this very moment as the person's last action.
     if (QGuiApplication::focusWindow() == window->windowHandle()) {
+        QT_WARNING_PUSH
+        QT_WARNING_DISABLE_DEPRECATED
         QApplication::setActiveWindow(window);
+        QT_WARNING_POP
     }
 }
 
@@ -208,7 +192,7 @@ void WindowActivation::demandAttention(QWidget* window)
 void WindowActivation::putAbove(QWidget* window, QWidget* other)
 {
     MainQueue::assertMainThread();
-    xcb_connection_t* const connection = x11Connection();
+    xcb_connection_t* const connection = X11::connection();
     if (!isStopped && connection != nullptr && canRestack(connection)) {
         // Window managers take the request from pagers only (EWMH's source indication 2).
         constexpr quint32 kByPager = 2;
@@ -220,7 +204,7 @@ void WindowActivation::putAbove(QWidget* window, QWidget* other)
 void WindowActivation::showAnew(QWidget* window)
 {
     MainQueue::assertMainThread();
-    if (!isStopped && x11Connection() == nullptr) {
+    if (!isStopped && X11::connection() == nullptr) {
         window->hide();
         showWithoutActivation(window);
     }

@@ -1,0 +1,248 @@
+#include "platform/desktop/TrayIcon.h"
+
+#include "platform/desktop/X11.h"
+
+#include <QGuiApplication>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPixmap>
+#include <QScreen>
+#include <QTextDocument>
+#include <QWidget>
+
+#include <algorithm>
+
+#include <xcb/xcb.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The menu's top left corner: below the icon, or above it where the screen ends.
+QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen)
+{
+    const int below = icon.bottom() + 1;
+    const int y = below + menu.height() <= screen.bottom() + 1 ? below : icon.top() - menu.height();
+    const int x = std::min(icon.left(), screen.right() + 1 - menu.width());
+    return {std::max(x, screen.left()), std::max(y, screen.top())};
+}
+
+} // namespace
+
+// What the tray takes into its own window. Its size is the tray's decision.
+class TrayIcon::Window : public QWidget {
+public:
+    Window(const TrayIcon& icon, bool hasAlphaChannel);
+
+    quint32 id() const { return static_cast<quint32>(winId()); }
+
+    // To be called when the tray has taken it in; before, it would be shown in the screen's corner.
+    void showInTray();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    const TrayIcon& m_owner;
+    QPixmap m_background; // the tray's, where windows have no alpha channel
+};
+
+TrayIcon::Window::Window(const TrayIcon& icon, bool hasAlphaChannel)
+    : QWidget(nullptr, Qt::FramelessWindowHint | Qt::BypassWindowManagerHint), m_owner(icon)
+{
+    setObjectName(u"TrayIcon"_s);
+    setWindowTitle(icon.m_title);
+    setAttribute(Qt::WA_AlwaysShowToolTips);
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setAttribute(Qt::WA_TranslucentBackground, hasAlphaChannel);
+    constexpr QSize kUsual(22, 22);
+    setMinimumSize(kUsual);
+    resize(kUsual);
+}
+
+void TrayIcon::Window::showInTray()
+{
+    if (!testAttribute(Qt::WA_TranslucentBackground)) {
+        // The server then fills the window as the tray is filled. It refuses where the two have
+        // different depths.
+        constexpr quint32 kLikeParent = XCB_BACK_PIXMAP_PARENT_RELATIVE;
+        const auto cookie = xcb_change_window_attributes_checked(m_owner.m_connection, id(),
+                                                                 XCB_CW_BACK_PIXMAP, &kLikeParent);
+        X11::owned(xcb_request_check(m_owner.m_connection, cookie));
+    }
+    show();
+}
+
+void TrayIcon::Window::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    if (testAttribute(Qt::WA_TranslucentBackground)) {
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(rect(), Qt::transparent);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    } else {
+        if (m_background.deviceIndependentSize().toSize() != size()) {
+            // Both go to the server in this order, so that no icon is in the picture.
+            xcb_clear_area(m_owner.m_connection, 0, id(), 0, 0, 0, 0);
+            m_background = screen()->grabWindow(winId());
+        }
+        painter.drawPixmap(QPoint(), m_background);
+    }
+    m_owner.m_icon.paint(&painter, rect());
+}
+
+void TrayIcon::Window::mousePressEvent(QMouseEvent* event)
+{
+    QMenu* const menu = m_owner.m_menu;
+    if (menu == nullptr ||
+        (event->button() != Qt::LeftButton && event->button() != Qt::RightButton)) {
+        return;
+    }
+    // The window knows its place in the tray, not on the screen.
+    const QPoint corner = (event->globalPosition() - event->position()).toPoint();
+    const QRect icon(corner, size());
+    const QScreen* screen = QGuiApplication::screenAt(icon.center());
+    if (screen == nullptr) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    menu->popup(menuPosition(icon, menu->sizeHint(), screen->geometry()));
+}
+
+TrayIcon::TrayIcon(const QString& title) : m_title(title), m_connection(X11::connection())
+{
+    if (m_connection != nullptr) {
+        m_selection = X11::atom(m_connection, "_NET_SYSTEM_TRAY_S0");
+        m_manager = X11::atom(m_connection, "MANAGER");
+        qApp->installNativeEventFilter(this);
+    }
+}
+
+TrayIcon::~TrayIcon() = default;
+
+void TrayIcon::setIcon(const QIcon& icon)
+{
+    m_icon = icon;
+    if (m_icon.isNull() || !m_window) {
+        dock();
+    } else {
+        m_window->update();
+    }
+}
+
+void TrayIcon::setToolTip(const QString& text)
+{
+    m_toolTip = Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
+    if (m_window) {
+        m_window->setToolTip(m_toolTip);
+    }
+}
+
+void TrayIcon::setMenu(QMenu* menu)
+{
+    m_menu = menu;
+}
+
+// Called before the toolkit sees the event, which it still does.
+bool TrayIcon::nativeEventFilter(const QByteArray& type, void* message, qintptr* /*result*/)
+{
+    if (type != "xcb_generic_event_t") {
+        return false;
+    }
+    constexpr unsigned kSentByProgram = 0x80;
+    const auto* const event = static_cast<const xcb_generic_event_t*>(message);
+    switch (event->response_type & ~kSentByProgram) {
+    case XCB_CLIENT_MESSAGE: {
+        const auto* const client = reinterpret_cast<const xcb_client_message_event_t*>(event);
+        if (client->type == m_manager && client->data.data32[1] == m_selection) {
+            dock();
+        }
+        break;
+    }
+    case XCB_DESTROY_NOTIFY:
+        if (reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window == m_tray) {
+            dock();
+        }
+        break;
+    case XCB_REPARENT_NOTIFY: {
+        const auto* const reparent = reinterpret_cast<const xcb_reparent_notify_event_t*>(event);
+        if (m_window && reparent->window == m_window->id() &&
+            reparent->parent != X11::screen(m_connection).root) {
+            m_window->showInTray();
+        }
+        break;
+    }
+    default:
+        break;
+    }
+    return false;
+}
+
+// Leaves the tray that there was, and asks the one that there is to take the icon in.
+void TrayIcon::dock()
+{
+    m_window.reset();
+    m_tray = XCB_WINDOW_NONE;
+    if (m_connection == nullptr || m_icon.isNull()) {
+        return;
+    }
+    const auto cookie = xcb_get_selection_owner(m_connection, m_selection);
+    const auto reply = X11::owned(xcb_get_selection_owner_reply(m_connection, cookie, nullptr));
+    // A tray that ends at this very moment is none; the next one announces itself.
+    if (!reply || reply->owner == XCB_WINDOW_NONE || !watch(reply->owner)) {
+        return;
+    }
+    m_tray = reply->owner;
+    m_window = std::make_unique<Window>(*this, hasAlphaChannel(m_tray));
+    m_window->setToolTip(m_toolTip);
+    requestDock();
+}
+
+// From now on the server tells when the tray's window is destroyed.
+bool TrayIcon::watch(quint32 tray) const
+{
+    constexpr quint32 kEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    const auto cookie =
+        xcb_change_window_attributes_checked(m_connection, tray, XCB_CW_EVENT_MASK, &kEvents);
+    return !X11::owned(xcb_request_check(m_connection, cookie));
+}
+
+bool TrayIcon::hasAlphaChannel(quint32 tray) const
+{
+    const auto cookie =
+        xcb_get_property(m_connection, 0, tray, X11::atom(m_connection, "_NET_SYSTEM_TRAY_VISUAL"),
+                         XCB_ATOM_VISUALID, 0, 1);
+    const auto reply = X11::owned(xcb_get_property_reply(m_connection, cookie, nullptr));
+    if (!reply || reply->format != 32 || reply->value_len == 0) {
+        return false;
+    }
+    const auto wanted = *static_cast<const xcb_visualid_t*>(xcb_get_property_value(reply.get()));
+    constexpr quint8 kDepthWithAlpha = 32;
+    auto depth = xcb_screen_allowed_depths_iterator(&X11::screen(m_connection));
+    for (; depth.rem > 0; xcb_depth_next(&depth)) {
+        const xcb_visualtype_t* const first = xcb_depth_visuals(depth.data);
+        const xcb_visualtype_t* const last = first + xcb_depth_visuals_length(depth.data);
+        if (depth.data->depth == kDepthWithAlpha &&
+            std::any_of(first, last, [wanted](const auto& v) { return v.visual_id == wanted; })) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void TrayIcon::requestDock() const
+{
+    constexpr quint32 kRequestDock = 0; // SYSTEM_TRAY_REQUEST_DOCK
+    xcb_client_message_event_t message = {};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = m_tray;
+    message.type = X11::atom(m_connection, "_NET_SYSTEM_TRAY_OPCODE");
+    message.data.data32[0] = XCB_CURRENT_TIME;
+    message.data.data32[1] = kRequestDock;
+    message.data.data32[2] = m_window->id();
+    xcb_send_event(m_connection, 0, m_tray, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char*>(&message));
+    xcb_flush(m_connection);
+}

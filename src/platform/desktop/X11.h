@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QByteArray>
+#include <QtGlobal>
+
+#include <cstdlib>
+#include <memory>
+
+struct xcb_connection_t;
+struct xcb_screen_t;
+
+// The X server by the toolkit's own connection. Main thread. Internal to the platform.
+namespace X11 {
+
+// A reply of libxcb's, which is freed; empty where the server answered with an error.
+template <typename Reply>
+using ReplyPointer = std::unique_ptr<Reply, decltype(&std::free)>;
+
+template <typename Reply>
+ReplyPointer<Reply> owned(Reply* reply)
+{
+    return {reply, &std::free};
+}
+
+// Null where the program is not shown by an X server.
+xcb_connection_t* connection();
+
+// Zero where there is none.
+quint32 atom(xcb_connection_t* connection, const QByteArray& name);
+
+const xcb_screen_t& screen(xcb_connection_t* connection);
+
+} // namespace X11
