@@ -53,6 +53,8 @@ elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
         set(fortify 2)
     endif()
     target_compile_options(vantory_options INTERFACE
+        # The same program wherever the sources lie.
+        -ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
         -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${fortify} -D_GLIBCXX_ASSERTIONS
         -fstack-protector-strong)
     # Not every compiler and processor has these.

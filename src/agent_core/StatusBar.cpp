@@ -57,6 +57,17 @@ QAction* addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut
     return item;
 }
 
+// A package that is removed while the agent runs must not take away the sign of a session.
+void readStatusIcons()
+{
+    for (const bool isConnected : {false, true}) {
+        for (const bool hasSessions : {false, true}) {
+            statusIcon(StatusBarRules::iconName(AppDelegate::options.disconnectedIconVisible,
+                                                isConnected, hasSessions));
+        }
+    }
+}
+
 // "vantory – Linked".
 QString toolTip(const JsonData::Info& labels)
 {
@@ -74,6 +85,7 @@ QString toolTip(const JsonData::Info& labels)
 
 void AppDelegate::systemTray()
 {
+    readStatusIcons();
     const auto known = labels();
     const JsonData::Info titles = known.value_or(JsonData::Info());
 

@@ -148,6 +148,8 @@ const Record kRecords[] = {
     {u"Ge", &JsonData::Ge}, {u"Ko", &JsonData::Ko}, {u"Pt", &JsonData::Pt},
 };
 
+constexpr auto kError = "error to get language: "_L1;
+
 // A document, or what is wrong with it.
 struct Decoded {
     std::shared_ptr<const JsonData> document;
@@ -228,23 +230,35 @@ const JsonData::Info& JsonData::info(Language language) const
 
 std::shared_ptr<const JsonData> getLanguageLabel()
 {
-    const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
-    if (!path) {
-        fatalState(u"%1/Resources/translate.json is missing"_s.arg(MainBundle::path()));
-    }
     static std::mutex mutex; // guards the rest
     static Decoded last;
     static std::optional<FileStamp> lastStamp; // none: read it again
+    static std::shared_ptr<const JsonData> lastGood;
     const std::lock_guard lock(mutex);
+    const bool isReplaced = MainBundle::isReplaced();
+    if (isReplaced && lastGood) {
+        return lastGood; // the document in the folder goes with another version of the program
+    }
+    const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
+    if (!path) {
+        const QString why = u"%1/Resources/translate.json is missing"_s.arg(MainBundle::path());
+        if (!isReplaced && !lastGood) {
+            fatalState(why);
+        }
+        printErrorLog(kError + why);
+        return lastGood;
+    }
     const auto stamp = FileStamp::of(*path);
     if (!lastStamp || stamp != lastStamp) {
         last = read(*path);
         lastStamp = stamp && stamp->isSettled() ? stamp : std::nullopt;
     }
     if (!last.document) {
-        printErrorLog(u"error to get language: "_s + last.error);
+        printErrorLog(kError + last.error);
+        return nullptr;
     }
-    return last.document;
+    lastGood = last.document;
+    return lastGood;
 }
 
 JsonData::Info englishFallback()

@@ -83,6 +83,9 @@ struct JsonData {
 // The whole document. It is read and decoded once a change of the file, so that an edited one takes
 // effect at the next look. None where it cannot be read or decoded as a whole; then the error log
 // has one line a look. A bundle without the document is a broken installation and ends the program.
+//
+// A package that is upgraded or removed while the program runs takes nothing from it: once the
+// program's file is replaced, or the document gone, the document that was last decoded holds on.
 // Any thread.
 [[nodiscard]] std::shared_ptr<const JsonData> getLanguageLabel();
 

@@ -17,7 +17,7 @@ public:
     void present();
 
     // Puts one language's texts in place. A program without version or build number is a broken
-    // installation: fatalState().
+    // installation: fatalState(). Both are the running program's, also after an upgrade.
     void translate(const JsonData::Info& data);
 
     // The button.

@@ -2,12 +2,15 @@
 
 #include "platform/files/MainBundle.h"
 
+#include <QHash>
 #include <QPixmap>
 #include <QWidget>
 
 using namespace Qt::StringLiterals;
 
-std::optional<QIcon> BundleImages::icon(const QString& name)
+namespace {
+
+QIcon read(const QString& name)
 {
     QIcon icon;
     // Both sizes on every screen: a status bar may ask for either.
@@ -22,7 +25,20 @@ std::optional<QIcon> BundleImages::icon(const QString& name)
             icon.addPixmap(pixmap);
         }
     }
-    return icon.isNull() ? std::nullopt : std::optional(icon);
+    return icon;
+}
+
+} // namespace
+
+std::optional<QIcon> BundleImages::icon(const QString& name)
+{
+    // Never destroyed: after the application object no picture may be.
+    static auto* const pictures = new QHash<QString, QIcon>;
+    QIcon& picture = (*pictures)[name];
+    if (picture.isNull()) {
+        picture = read(name);
+    }
+    return picture.isNull() ? std::nullopt : std::optional(picture);
 }
 
 QPixmap BundleImages::pixmap(const QString& name, const QWidget& place)

@@ -6,29 +6,44 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
-QString MainBundle::path()
+namespace {
+
+// The link's text, since it can't be followed while the package is replaced. It then reads
+// "/.../vantoryAgent (deleted)". Empty without /proc.
+QByteArray programFile()
 {
-    // The link's text, since it can't be followed while the package is replaced. It then reads
-    // "/.../vantoryAgent (deleted)", and the folder is still the right one.
     QByteArray program(1024, Qt::Uninitialized);
     for (;;) {
         const ssize_t length =
             ::readlink("/proc/self/exe", program.data(), static_cast<std::size_t>(program.size()));
-        if (length < 0) {
-            return {}; // no /proc; every resource counts as missing
-        }
         if (length < program.size()) {
-            program.truncate(length);
-            break;
+            program.truncate(std::max<ssize_t>(length, 0));
+            return program;
         }
         program.resize(program.size() * 2);
     }
-    program.truncate(program.lastIndexOf('/'));
+}
+
+} // namespace
+
+QString MainBundle::path()
+{
+    QByteArray program = programFile();
+    program.truncate(program.lastIndexOf('/')); // empty: every resource counts as missing
     return QFile::decodeName(program);
+}
+
+bool MainBundle::isReplaced()
+{
+    return programFile().endsWith(" (deleted)");
 }
 
 std::optional<QString> MainBundle::resourcePath(const QString& name, const QString& type)
@@ -39,6 +54,13 @@ std::optional<QString> MainBundle::resourcePath(const QString& name, const QStri
 
 QVariant MainBundle::infoValue(const QString& key)
 {
-    const auto info = PropertyList::readDictionary(path() + u"/Info.plist"_s);
-    return info ? info->value(key) : QVariant();
+    static std::mutex mutex;
+    static std::optional<QVariantMap> last; // guarded
+    const std::lock_guard lock(mutex);
+    if (!last || !isReplaced()) {
+        if (auto info = PropertyList::readDictionary(path() + u"/Info.plist"_s)) {
+            last = std::move(info);
+        }
+    }
+    return last ? last->value(key) : QVariant();
 }

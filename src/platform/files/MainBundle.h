@@ -17,8 +17,13 @@ namespace MainBundle {
 // The path of the resource file "Resources/NAME.TYPE"; none where there is no such file.
 [[nodiscard]] std::optional<QString> resourcePath(const QString& name, const QString& type);
 
-// A value of Info.plist, which is read at each call; an invalid variant where file or key is
-// missing.
+// Whether the program's file is no longer there: the package was upgraded or removed while the
+// program runs. What then lies in the folder is another version's, or nothing.
+[[nodiscard]] bool isReplaced();
+
+// A value of Info.plist, which is read at each call. Once the program is replaced, and where the
+// file cannot be read, it is the value that was last read. An invalid variant where the file was
+// never read or has no such key.
 [[nodiscard]] QVariant infoValue(const QString& key);
 
 } // namespace MainBundle
