@@ -1,3 +1,4 @@
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLocalServer>
@@ -44,13 +45,13 @@ private:
 
     QString portArgument() const { return u"port=%1"_s.arg(m_service->serverPort()); }
 
-    void start(QProcess& keeper, const QByteArray& play = kLasts) const
+    void start(QProcess& keeper, const QByteArray& play = kLasts, bool namesPort = true) const
     {
         QProcessEnvironment environment = m_environment;
         environment.insert(u"PLAY"_s, QString::fromLatin1(play));
         keeper.setProcessEnvironment(environment);
         keeper.setStandardErrorFile(m_folder->filePath(u"said"_s), QIODevice::Append);
-        keeper.start(kKeeper, {portArgument()});
+        keeper.start(kKeeper, namesPort ? QStringList{portArgument()} : QStringList());
         QVERIFY(keeper.waitForStarted());
     }
 
@@ -101,6 +102,22 @@ private Q_SLOTS:
         QTRY_VERIFY(starts() > before + 1);
         QCOMPARE(said(), waits + "starts the agent\n");
         QVERIFY(!log().contains("two"));
+        signal(keeper, SIGTERM);
+        QVERIFY(keeper.waitForFinished());
+    }
+
+    void withoutAnArgumentThePortIsTheDeployments()
+    {
+        const QString folder = m_folder->filePath(u"etc/opt/Halvern/vantoryAgent"_s);
+        QFile options(folder + u"/oem.plist"_s);
+        QVERIFY(QDir().mkpath(folder) && options.open(QFile::WriteOnly));
+        options.write("<plist version=\"1.0\"><dict><key>port</key><integer>" +
+                      QByteArray::number(m_service->serverPort()) + "</integer></dict></plist>");
+        options.close();
+        m_environment.insert(u"VANTORY_ROOT"_s, m_folder->path());
+        QProcess keeper;
+        start(keeper, kLasts, false);
+        QTRY_COMPARE(log(), QByteArray("start --kept\n"));
         signal(keeper, SIGTERM);
         QVERIFY(keeper.waitForFinished());
     }
