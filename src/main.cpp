@@ -106,7 +106,7 @@ int main(int argc, char* argv[])
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
     application.installEventFilter(new QuitFilter(&application));
-    // The service starts the agent; the desktop's session manager must not start a second one.
+    // The keeper starts the agent; the desktop's session manager must not start a second one.
     QObject::connect(
         &application, &QGuiApplication::saveStateRequest, &application,
         [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); });
