@@ -82,9 +82,14 @@ void Notifications::setServer(const QString& uniqueName)
     }
     m_server = uniqueName;
     m_takesMarkup.reset();
+    if (m_asked.isEmpty()) {
+        m_asked = m_server; // it may have been started for the question
+    }
     for (Slot& slot : m_slots) {
+        const bool stays = slot.content && slot.content->stays;
         slot.id = 0;
-        slot.isChanged = slot.isChanged || (slot.content && slot.content->stays);
+        slot.isChanged = slot.isChanged || stays;
+        slot.isTried = slot.isTried && !stays;
     }
     if (!m_server.isEmpty()) {
         sendChanges();
@@ -112,6 +117,7 @@ void Notifications::sendChanges()
 void Notifications::askForCapabilities()
 {
     m_isAskingForCapabilities = true;
+    m_asked = m_server;
     for (Slot& slot : m_slots) {
         slot.isTried = slot.isChanged;
     }
@@ -119,7 +125,7 @@ void Notifications::askForCapabilities()
     Bus::ask(*m_bus, callOf(kService, u"GetCapabilities"_s, {}), Bus::kUsualTimeLimit, this,
              [this](const QDBusMessage& answer) {
                  m_isAskingForCapabilities = false;
-                 if (answer.type() == QDBusMessage::ReplyMessage && answer.service() == m_server) {
+                 if (answer.type() == QDBusMessage::ReplyMessage && m_asked == m_server) {
                      const auto capabilities = answer.arguments().value(0).toStringList();
                      m_takesMarkup = capabilities.contains(u"body-markup");
                  } else {
@@ -149,11 +155,11 @@ void Notifications::notify(Slot& slot)
                                     slot.content->stays ? 0 : -1};
     slot.isAnswerPending = true;
     Bus::ask(*m_bus, callOf(m_server, u"Notify"_s, arguments), Bus::kUsualTimeLimit, this,
-             [this, &slot](const QDBusMessage& answer) {
+             [this, &slot, asked = m_server](const QDBusMessage& answer) {
                  slot.isAnswerPending = false;
                  if (answer.type() != QDBusMessage::ReplyMessage) {
                      closeShown(slot); // it was to be replaced
-                 } else if (answer.service() == m_server) {
+                 } else if (asked == m_server) {
                      slot.id = answer.arguments().value(0).toUInt();
                  }
                  sendChanges();
