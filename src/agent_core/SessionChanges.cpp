@@ -2,6 +2,7 @@
 #include "windows/ConnectionStatus.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 // The only code that changes the agent's list of sessions. It changes the status window's list with
@@ -33,8 +34,7 @@ public:
         if (found == list().end()) {
             return std::nullopt;
         }
-        const SessionInfo removed = *found;
-        list().erase(found);
+        const SessionInfo removed = list().takeAt(std::distance(list().begin(), found));
         AppDelegate::state().connectionStatus->resetConnection(session);
         return removed;
     }
