@@ -2,6 +2,8 @@
 
 #include <QFile>
 
+#include <cerrno>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,6 +29,7 @@ FileFacts FileFacts::of(const QString& path)
     FileFacts facts;
     struct stat named = {};
     if (::lstat(name.constData(), &named) != 0) {
+        facts.kind = errno == EACCES ? Kind::Hidden : Kind::Missing;
         return facts;
     }
     struct stat status = {};

@@ -8,7 +8,8 @@
 // is followed. Any thread.
 struct FileFacts {
     enum class Kind {
-        Missing, // or in a folder that may not be entered
+        Missing,
+        Hidden, // in a folder that this process may not enter
         Regular,
         Folder,
         Other, // a pipe, a device, a link to nowhere
