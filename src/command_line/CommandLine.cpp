@@ -1,6 +1,7 @@
 #include "command_line/CommandLine.h"
 
 #include "command_line/CommandTexts.h"
+#include "command_line/Doctor.h"
 #include "command_line/Enrolling.h"
 #include "command_line/Invocation.h"
 #include "command_line/RunningAgentCommands.h"
@@ -81,13 +82,14 @@ std::optional<int> CommandLine::run(const QStringList& arguments)
         return RunningAgentCommands::status(texts, asked.isJson);
     case Command::EndSession:
         return RunningAgentCommands::endSession(texts, asked.value);
+    case Command::Doctor:
+        return Doctor::examine(texts, arguments);
     case Command::Enrol:
         return Enrolling::enrol(texts, asked.value, asked.region);
     case Command::Unenrol:
         return Enrolling::unenrol(texts);
     case Command::WrongUse:
         return fault(texts, "usage.wrongUse"_L1, asked.value);
-    case Command::Doctor:
     case Command::UnknownOption:
     case Command::Start:
         break;

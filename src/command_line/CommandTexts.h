@@ -20,6 +20,9 @@ public:
     // replaced again; they come from outside and are made safe for one line of a terminal.
     [[nodiscard]] QString text(QLatin1StringView key, const QStringList& values = {}) const;
 
+    // Whether the resource could be read.
+    [[nodiscard]] bool isWhole() const { return !m_texts.isEmpty(); }
+
 private:
     QString m_language;
     QJsonObject m_texts;

@@ -261,6 +261,12 @@ std::shared_ptr<const JsonData> getLanguageLabel()
     return lastGood;
 }
 
+bool isLanguageDocumentWhole()
+{
+    const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
+    return path && read(*path).document;
+}
+
 JsonData::Info englishFallback()
 {
     JsonData::Info labels;

@@ -89,6 +89,9 @@ struct JsonData {
 // Any thread.
 [[nodiscard]] std::shared_ptr<const JsonData> getLanguageLabel();
 
+// Whether the document is there and can be decoded. Logs nothing and ends nothing. Any thread.
+[[nodiscard]] bool isLanguageDocumentWhole();
+
 // The English texts of the keys that a document may lack; all others are empty. For what is shown
 // also where no document can be loaded.
 [[nodiscard]] JsonData::Info englishFallback();

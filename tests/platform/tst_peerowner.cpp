@@ -75,7 +75,7 @@ private Q_SLOTS:
             }
             return true;
         };
-        QVERIFY(PortListener::existsAt(server.serverPort()));
+        QCOMPARE(PortListener::ownersAt(server.serverPort()), QList<quint32>{::getuid()});
         QVERIFY(isFound(State::Waiting)); // before the event loop has run
         QVERIFY(server.waitForNewConnection(5000));
         QVERIFY(isFound(State::Accepted));

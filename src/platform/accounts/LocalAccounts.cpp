@@ -176,14 +176,21 @@ bool LocalAccounts::isPasswordRight(const QString& name, const QString& password
     return isRight;
 }
 
+std::optional<LocalAccounts::Group> LocalAccounts::administrators()
+{
+    for (const char* const candidate : {"admin", "sudo", "wheel"}) {
+        if (const auto number = groupId(candidate)) {
+            return Group{*number, QString::fromLatin1(candidate)};
+        }
+    }
+    return std::nullopt;
+}
+
 bool LocalAccounts::isAdministrator(const QString& name)
 {
     const auto known = knownAccount(name);
-    std::optional<gid_t> administrators;
-    for (const char* const candidate : {"admin", "sudo", "wheel"}) {
-        administrators = administrators ? administrators : groupId(candidate);
-    }
-    if (!known || !administrators) {
+    const auto wanted = administrators();
+    if (!known || !wanted) {
         return false;
     }
     std::vector<gid_t> groups(64);
@@ -193,5 +200,5 @@ bool LocalAccounts::isAdministrator(const QString& name)
         count = static_cast<int>(groups.size());
     }
     groups.resize(static_cast<std::size_t>(count));
-    return std::find(groups.cbegin(), groups.cend(), *administrators) != groups.cend();
+    return std::find(groups.cbegin(), groups.cend(), wanted->number) != groups.cend();
 }

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <optional>
+
 // The accounts that may log in at this machine, and their passwords. Any thread, but slow: a wrong
 // password takes about two seconds, and an account server that can't be reached takes longer.
 namespace LocalAccounts {
@@ -17,8 +19,14 @@ namespace LocalAccounts {
 // character, and passwords that are empty, have several lines or more than 511 bytes.
 [[nodiscard]] bool isPasswordRight(const QString& name, const QString& password);
 
-// Whether the account is in the administrators' group: the first of "admin", "sudo" and "wheel"
-// that this system has.
+struct Group {
+    quint32 number = 0;
+    QString name;
+};
+// The administrators' group: the first of "admin", "sudo" and "wheel" that this system has.
+[[nodiscard]] std::optional<Group> administrators();
+
+// Whether the account is in the administrators' group.
 [[nodiscard]] bool isAdministrator(const QString& name);
 
 } // namespace LocalAccounts

@@ -25,33 +25,40 @@ Message none()
     return {nullptr, &sd_bus_message_unref};
 }
 
-// Asks the agent that has the name; null where there is none or it does not answer in time.
+struct Answer {
+    int result = -ENOTCONN; // negative: an error number
+    Message message = none();
+};
+
+// Asks the agent that has the name.
 template <typename... Arguments>
-Message ask(const char* method, const char* types, Arguments... arguments)
+Answer ask(std::chrono::milliseconds limit, const char* method, const char* types,
+           Arguments... arguments)
 {
-    const auto end = UserBus::Clock::now() + kLongestAnswer;
+    const auto end = UserBus::Clock::now() + limit;
     const auto [state, connection] = UserBus::connect({}, end);
     sd_bus_message* question = nullptr;
     if (!connection || sd_bus_message_new_method_call(connection.get(), &question, kName, kPath,
                                                       kName, method) < 0) {
-        return none();
+        return {};
     }
     const Message owner(question, &sd_bus_message_unref);
-    sd_bus_message* answer = nullptr;
     if (sd_bus_message_set_auto_start(question, 0) < 0 ||
-        sd_bus_message_append(question, types, arguments...) < 0 ||
-        sd_bus_call(connection.get(), question, UserBus::microsecondsUntil(end) + 1, nullptr,
-                    &answer) < 0) {
-        return none();
+        sd_bus_message_append(question, types, arguments...) < 0) {
+        return {};
     }
-    return {answer, &sd_bus_message_unref};
+    sd_bus_message* answer = nullptr;
+    const int result = sd_bus_call(connection.get(), question, UserBus::microsecondsUntil(end) + 1,
+                                   nullptr, &answer);
+    return {result, Message(answer, &sd_bus_message_unref)};
 }
 
 template <typename Value>
-std::optional<Value> value(const Message& answer, char type)
+std::optional<Value> value(const Answer& answer, char type)
 {
     Value read = {};
-    const bool isRead = answer && sd_bus_message_read_basic(answer.get(), type, &read) > 0;
+    const bool isRead =
+        answer.message && sd_bus_message_read_basic(answer.message.get(), type, &read) > 0;
     return isRead ? std::optional(read) : std::nullopt;
 }
 
@@ -72,16 +79,6 @@ QString lockName()
         display = qEnvironmentVariable("WAYLAND_DISPLAY");
     }
     return u"vantoryAgent-%1.lock"_s.arg(display);
-}
-
-bool isNameOwned(sd_bus* bus)
-{
-    sd_bus_message* answer = nullptr;
-    const int asked =
-        sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                           "org.freedesktop.DBus", "NameHasOwner", nullptr, &answer, "s", kName);
-    const Message owner(answer, &sd_bus_message_unref);
-    return asked >= 0 && value<int>(owner, SD_BUS_TYPE_BOOLEAN).value_or(0) != 0;
 }
 
 } // namespace
@@ -210,27 +207,32 @@ void RunningAgent::answer(Requests requests)
 
 std::optional<quint16> RunningAgent::present()
 {
-    return value<quint16>(ask("Present", "u", launchTime()), SD_BUS_TYPE_UINT16);
+    return value<quint16>(ask(kLongestAnswer, "Present", "u", launchTime()), SD_BUS_TYPE_UINT16);
 }
 
 std::optional<QByteArray> RunningAgent::status()
 {
-    const Message answer = ask("Status", "");
+    const Answer answer = ask(kLongestAnswer, "Status", "");
     const auto text = value<const char*>(answer, SD_BUS_TYPE_STRING);
     return text ? std::optional(QByteArray(*text)) : std::nullopt;
 }
 
 std::optional<bool> RunningAgent::endSession(qint64 session)
 {
-    const auto isEnded = value<int>(ask("EndSession", "x", session), SD_BUS_TYPE_BOOLEAN);
+    const auto isEnded =
+        value<int>(ask(kLongestAnswer, "EndSession", "x", session), SD_BUS_TYPE_BOOLEAN);
     return isEnded ? std::optional(*isEnded != 0) : std::nullopt;
 }
 
-bool RunningAgent::isThere()
+RunningAgent::Presence RunningAgent::presence()
 {
-    const auto [state, connection] = UserBus::connect({}, UserBus::Clock::now() + kLongestStart);
-    if (connection && isNameOwned(connection.get())) {
-        return true;
+    const int result = ask(kLongestStart, "Status", "").result;
+    if (result == -ETIMEDOUT) {
+        return Presence::Silent;
     }
-    return SessionLock::isTaken(lockName());
+    const bool isThere = result != -EHOSTUNREACH && result != -ENXIO && result != -ENOTCONN;
+    if (isThere) { // an error is an answer, too
+        return Presence::Answers;
+    }
+    return SessionLock::isTaken(lockName()) ? Presence::Silent : Presence::None;
 }

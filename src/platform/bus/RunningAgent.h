@@ -43,8 +43,13 @@ public:
     [[nodiscard]] static std::optional<QByteArray> status();
     [[nodiscard]] static std::optional<bool> endSession(qint64 session);
 
-    // Whether an agent runs in this desktop session.
-    [[nodiscard]] static bool isThere();
+    enum class Presence {
+        None,
+        Answers, // over the bus
+        Silent,  // it has the name or the lock, but does not answer
+    };
+    // Whether an agent runs in this desktop session. Waits at most half a second.
+    [[nodiscard]] static Presence presence();
 
 private:
     class Service;

@@ -15,6 +15,9 @@ namespace FilePaths {
 [[nodiscard]] QString configuration(const QString& path);      // "/etc/opt/PATH"
 [[nodiscard]] QString runtime(const QString& path);            // "/run/PATH"
 
+// What the system's desktops start: "/etc/xdg/autostart/NAME".
+[[nodiscard]] QString autostart(const QString& name);
+
 // The agent's preferences: "/Library/Preferences/vantoryAgent/NAME".
 [[nodiscard]] QString preferences(const QString& name);
 

@@ -28,10 +28,10 @@ std::array<Place, 2> localhost(std::uint16_t port)
             Place{AF_INET6, End{{0, 0, 0, htonl(1)}, port}}};
 }
 
-bool isDiagnosed(const Place& place)
+std::optional<quint32> diagnosedOwner(const Place& place)
 {
     const auto socket = Diagnosis(place.family)(place.end, nullptr);
-    return socket && socket->state == TCP_LISTEN;
+    return socket && socket->state == TCP_LISTEN ? std::optional(socket->owner) : std::nullopt;
 }
 
 // Whether the kernel's look-up works here, for it answers alike where it is denied or not built in
@@ -46,30 +46,42 @@ bool canDiagnose()
     socklen_t length = sizeof address;
     return ::bind(own.value(), general, length) == 0 && ::listen(own.value(), 1) == 0 &&
            ::getsockname(own.value(), general, &length) == 0 &&
-           isDiagnosed(localhost(address.sin_port).front());
+           diagnosedOwner(localhost(address.sin_port).front());
 }
 
 } // namespace
 
-bool PortListener::existsAt(quint16 port)
+std::optional<QList<quint32>> PortListener::ownersAt(quint16 port)
 {
+    QList<quint32> owners;
+    const auto add = [&owners](quint32 owner) {
+        if (!owners.contains(owner)) {
+            owners.append(owner);
+        }
+    };
     const auto places = localhost(htons(port));
     for (const Place& place : places) {
-        if (isDiagnosed(place)) {
-            return true;
+        if (const auto owner = diagnosedOwner(place)) {
+            add(*owner);
         }
     }
     static const bool theDiagnosisWorks = canDiagnose();
-    if (theDiagnosisWorks) {
-        return false;
+    if (!owners.isEmpty() || theDiagnosisWorks) {
+        return owners;
     }
     bool isKnown = false;
     for (const Place& place : places) {
         const auto socket = Tables(place.family, u"/proc/thread-self/net"_s)(place.end, nullptr);
         if (socket && socket->state == TCP_LISTEN) {
-            return true;
+            add(socket->owner);
         }
         isKnown = isKnown || socket;
     }
-    return !isKnown;
+    return isKnown ? std::optional(owners) : std::nullopt;
+}
+
+bool PortListener::existsAt(quint16 port)
+{
+    const auto owners = ownersAt(port);
+    return !owners || !owners->isEmpty();
 }

@@ -1,13 +1,20 @@
 #pragma once
 
+#include <QList>
 #include <QtGlobal>
 
-// Whether somebody within this machine accepts connections to a port, found out without connecting.
+#include <optional>
+
+// Who within this machine accepts connections to a port, found out without connecting. Nobody but
+// the kernel is waited for. Any thread.
 namespace PortListener {
 
-// Whether there is a TCP listener at this port of 127.0.0.1 or ::1, of whichever account. True also
-// where the kernel can't be asked: then only a connection could tell. Does not wait for anybody but
-// the kernel. Any thread.
+// The user numbers of the TCP listeners at this port of 127.0.0.1 and ::1, each once. None where
+// the kernel can't be asked: then only a connection could tell.
+[[nodiscard]] std::optional<QList<quint32>> ownersAt(quint16 port);
+
+// Whether there is such a listener, of whichever account. True also where the kernel can't be
+// asked.
 [[nodiscard]] bool existsAt(quint16 port);
 
 } // namespace PortListener

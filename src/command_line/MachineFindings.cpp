@@ -1,0 +1,250 @@
+#include "command_line/MachineFindings.h"
+
+#include "localisation/Translate.h"
+#include "platform/accounts/Account.h"
+#include "platform/accounts/LocalAccounts.h"
+#include "platform/files/FileFacts.h"
+#include "platform/files/FilePaths.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/PropertyList.h"
+#include "platform/network/PortListener.h"
+#include "service_link/AllowedSettings.h"
+#include "service_link/ServiceAccounts.h"
+#include "settings/OemOptions.h"
+#include "settings/PortArgument.h"
+#include "settings/SettingsFile.h"
+#include "settings/SettingsRules.h"
+
+#include <QFileInfo>
+#include <QStorageInfo>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Kind = FileFacts::Kind;
+
+const QString kEnrol = u"vantoryAgent --enrol"_s;
+
+// A command for a remedy, as this account must type it.
+QString asRoot(const QString& command)
+{
+    return Account::number() == 0 ? command : u"sudo "_s + command;
+}
+
+// "root:sudo 2775"
+QString ownersAndMode(const QString& path, const FileFacts& facts)
+{
+    const QFileInfo info(path);
+    return u"%1:%2 %3"_s.arg(info.owner(), info.group()).arg(facts.mode, 4, 8, QChar(u'0'));
+}
+
+// What is wrong with the folder, where it is not as wanted; `make` makes it so, be it there or not.
+Findings folderFindings(const CommandTexts& texts, const QString& path, const FileFacts& facts,
+                        bool isAsWanted, const QString& wanted, const QString& make)
+{
+    const QString command = asRoot(make + u' ' + path);
+    if (facts.kind != Kind::Folder) {
+        return {Finding::wrong(texts, "doctor.folderMissing"_L1, {path, command})};
+    }
+    if (!isAsWanted) {
+        return {Finding::wrong(texts, "doctor.folderMode"_L1,
+                               {path, ownersAndMode(path, facts), wanted, command})};
+    }
+    return {};
+}
+
+// What keeps this account from reading a file that is there.
+Findings readFindings(const CommandTexts& texts, const QString& path, const FileFacts& facts)
+{
+    if (facts.kind != Kind::Regular) {
+        return {Finding::wrong(texts, "doctor.notOrdinary"_L1, {path, asRoot(u"rm -r "_s + path)})};
+    }
+    if (!facts.isReadable) {
+        return {
+            Finding::wrong(texts, "doctor.unreadable"_L1, {path, asRoot(u"chmod a+r "_s + path)})};
+    }
+    return {};
+}
+
+bool isThere(const FileFacts& facts)
+{
+    return facts.kind != Kind::Missing && facts.kind != Kind::Hidden;
+}
+
+Findings preferencesFindings(const CommandTexts& texts)
+{
+    const QString path = FilePaths::preferences(QString());
+    const FileFacts facts = FileFacts::of(path);
+    const auto administrators =
+        LocalAccounts::administrators().value_or(LocalAccounts::Group{0, u"root"_s});
+    const bool isForAdministrators = facts.group == administrators.number && facts.mode == 02775;
+    // The choice of those who let nobody enrol in the window.
+    const bool isForRoot = facts.group == 0 && facts.mode == 0755;
+    return folderFindings(texts, path, facts,
+                          facts.owner == 0 && (isForAdministrators || isForRoot),
+                          u"root:%1 2775"_s.arg(administrators.name),
+                          u"install -d -o root -g %1 -m 2775"_s.arg(administrators.name));
+}
+
+// The keys of the settings file that the agent can't use, or would take for something else.
+QStringList wrongKeys(const QVariantMap& dictionary, const QString& path)
+{
+    QStringList keys;
+    const auto add = [&](const QString& key, QMetaType::Type type, bool mayBeMissing) {
+        const auto value = dictionary.constFind(key);
+        const bool isMissing = value == dictionary.cend();
+        if (isMissing ? !mayBeMissing : value->typeId() != type) {
+            keys.append(key);
+        }
+    };
+    add(u"managed"_s, QMetaType::Bool, true);
+    add(u"sessionCode"_s, QMetaType::QString, true);
+    add(u"accountID"_s, QMetaType::QString, false);
+    add(u"platform"_s, QMetaType::QString, false);
+    if (!keys.isEmpty()) {
+        return keys;
+    }
+    if (!QStringList{QString(), u"production"_s, u"staging"_s, u"testing"_s}.contains(
+            dictionary.value(u"platform"_s).toString())) {
+        keys.append(u"platform"_s);
+    }
+    using Complaint = SettingsRules::Complaint;
+    const auto settings = readBackendSettings(path).settings.value_or(BackendSettings());
+    switch (SettingsRules::complaint(settings)) {
+    case Complaint::None:
+        break;
+    case Complaint::AccountId:
+        keys.append(u"accountID"_s);
+        break;
+    case Complaint::SessionCode:
+        keys.append(u"sessionCode"_s);
+        break;
+    }
+    return keys;
+}
+
+Findings settingsFindings(const CommandTexts& texts)
+{
+    const QString path = backendSettingsPath();
+    const FileFacts facts = FileFacts::of(path);
+    if (facts.kind == Kind::Hidden) {
+        return {}; // the folder is at fault
+    }
+    if (facts.kind == Kind::Missing) {
+        return {Finding::wrong(texts, "doctor.notEnrolled"_L1, {asRoot(kEnrol)})};
+    }
+    Findings findings = readFindings(texts, path, facts);
+    if (!findings.isEmpty()) {
+        return findings;
+    }
+    const auto dictionary = PropertyList::readDictionary(path);
+    if (!dictionary) {
+        return {Finding::wrong(texts, "doctor.settingsDamaged"_L1, {path, asRoot(kEnrol)})};
+    }
+    for (const QString& key : wrongKeys(*dictionary, path)) {
+        findings.append(
+            Finding::wrong(texts, "doctor.settingsKey"_L1, {key, path, asRoot(kEnrol)}));
+    }
+    return findings;
+}
+
+Findings allowedFindings(const CommandTexts& texts)
+{
+    const QString path = FilePaths::preferences(u"gateway.json"_s);
+    const FileFacts facts = FileFacts::of(path);
+    Findings findings = isThere(facts) ? readFindings(texts, path, facts) : Findings();
+    if (isThere(facts) && findings.isEmpty() && !readAllowedSettings()) {
+        findings.append(Finding::wrong(texts, "doctor.allowedDamaged"_L1, {path}));
+    }
+    return findings;
+}
+
+} // namespace
+
+Findings MachineFindings::installation(const CommandTexts& texts)
+{
+    Findings findings;
+    const auto check = [&](bool isWhole, const QString& name) {
+        if (!isWhole) {
+            findings.append(
+                Finding::wrong(texts, "doctor.resource"_L1, {MainBundle::path() + u'/' + name}));
+        }
+    };
+    const QStringList needed = {u"CFBundleName"_s, u"CFBundleShortVersionString"_s,
+                                u"CFBundleVersion"_s};
+    check(std::all_of(needed.cbegin(), needed.cend(),
+                      [](const QString& key) {
+                          return MainBundle::infoValue(key).typeId() == QMetaType::QString;
+                      }),
+          u"Info.plist"_s);
+    check(isLanguageDocumentWhole(), u"Resources/translate.json"_s);
+    if (!texts.isWhole()) { // then there is no text for it
+        findings.append(
+            {u"%1/Resources/commands.json is missing or damaged: install the agent again"_s.arg(
+                MainBundle::path())});
+    }
+    for (const auto& complaint : OemOptions::read().complaints()) {
+        findings.append(
+            complaint.key.isEmpty()
+                ? Finding::wrong(texts, "doctor.options"_L1, {complaint.file})
+                : Finding::wrong(texts, "doctor.option"_L1, {complaint.key, complaint.file}));
+    }
+    return findings;
+}
+
+Findings MachineFindings::enrolment(const CommandTexts& texts)
+{
+    return preferencesFindings(texts) + settingsFindings(texts) + allowedFindings(texts);
+}
+
+Findings MachineFindings::logs(const CommandTexts& texts)
+{
+    const QString folder = FilePaths::applicationSupport(u"Halvern/vantoryAgent/logs"_s);
+    const FileFacts facts = FileFacts::of(folder);
+    Findings findings = folderFindings(texts, folder, facts, facts.mode == 01777, u"1777"_s,
+                                       u"install -d -m 1777"_s);
+    if (findings.isEmpty() && !facts.isWritable) {
+        const QString mount = asRoot(u"mount -o remount,rw "_s + QStorageInfo(folder).rootPath());
+        findings.append(Finding::wrong(texts, "doctor.notWritable"_L1, {folder, mount}));
+    }
+    for (const QString& name : {u"/vantoryAgent.stdout"_s, u"/vantoryAgent.stderr"_s}) {
+        const QString path = folder + name;
+        const FileFacts file = FileFacts::of(path);
+        const QStringList values = {path, asRoot(u"rm -r "_s + path)};
+        if (!isThere(file)) {
+            continue; // the agent makes it
+        }
+        if (file.kind != Kind::Regular || file.hasOtherNames) {
+            findings.append(Finding::wrong(texts, "doctor.notOrdinary"_L1, values));
+        } else if (!file.isWritable) {
+            findings.append(Finding::wrong(texts, "doctor.notWritable"_L1, values));
+        }
+    }
+    return findings;
+}
+
+Findings MachineFindings::service(const CommandTexts& texts, const QStringList& arguments)
+{
+    constexpr quint16 kUsualPort = 62188;
+    const PortArgument asked = PortArgument::of(arguments);
+    const quint16 port = asked.port.value_or(OemOptions::read().port().value_or(kUsualPort));
+    Findings findings;
+    if (!asked.invalid.isEmpty()) {
+        findings.append(Finding::wrong(texts, "usage.badPort"_L1, {asked.invalid}));
+    }
+    const auto owners = PortListener::ownersAt(port);
+    const QString number = QString::number(port);
+    if (owners && owners->isEmpty()) {
+        findings.append(Finding::wrong(texts, "doctor.nobodyListens"_L1, {number}));
+    }
+    for (const quint32 owner : owners.value_or(QList<quint32>())) {
+        if (ServiceAccounts::refusalOf(owner, owner)) {
+            findings.append(
+                Finding::wrong(texts, "doctor.untrusted"_L1, {Account::loginName(owner), number}));
+        }
+    }
+    return findings;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// What the desktop in which the program was started offers to it, for whoever looks for what is
+// missing. Nothing is shown, owned or changed by asking.
+struct DesktopFacts {
+    enum class Display {
+        NotNamed,    // neither DISPLAY nor WAYLAND_DISPLAY is set
+        Unreachable, // it refuses, or does not answer within a second
+        Reachable,
+    };
+
+    // Asks the display for at most a second, the session bus likewise, and logind for half of one.
+    // On the main thread, before any other thread exists.
+    [[nodiscard]] static DesktopFacts gather();
+
+    Display display = Display::NotNamed;
+    QString displayName;      // the display that the program would use
+    QStringList desktopNames; // XDG_CURRENT_DESKTOP: "ubuntu", "GNOME"
+
+    bool isBusNamed = false; // whether the environment says where a session bus would be
+    bool hasBus = false;     // one answers
+    // A host of freedesktop.org's StatusNotifierItem, or a tray of its System Tray Protocol.
+    bool showsStatusIcons = false;
+    // A service of its Desktop Notifications Specification that runs, or that the bus would start.
+    bool showsNotifications = false;
+    bool hasLogind = false; // logind answers on the system bus
+};

@@ -1,0 +1,48 @@
+#include "platform/files/FileFacts.h"
+
+#include <QFile>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+FileFacts::Kind kindOf(mode_t mode)
+{
+    if (S_ISREG(mode)) {
+        return FileFacts::Kind::Regular;
+    }
+    return S_ISDIR(mode) ? FileFacts::Kind::Folder : FileFacts::Kind::Other;
+}
+
+} // namespace
+
+FileFacts FileFacts::of(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const auto may = [&name](int what) {
+        return ::faccessat(AT_FDCWD, name.constData(), what, AT_EACCESS) == 0;
+    };
+    FileFacts facts;
+    struct stat named = {};
+    if (::lstat(name.constData(), &named) != 0) {
+        facts.kind = errno == EACCES ? Kind::Hidden : Kind::Missing;
+        return facts;
+    }
+    struct stat status = {};
+    if (::stat(name.constData(), &status) != 0) {
+        status = named;
+    }
+    facts.kind = kindOf(status.st_mode);
+    facts.owner = status.st_uid;
+    facts.group = status.st_gid;
+    facts.mode = status.st_mode & 07777U;
+    facts.hasOtherNames =
+        S_ISLNK(named.st_mode) || (S_ISREG(status.st_mode) && status.st_nlink > 1);
+    facts.isReadable = may(R_OK);
+    facts.isWritable = may(W_OK);
+    return facts;
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+
+// What the file system says of a name, for whoever looks for what is wrong with it. A symbolic link
+// is followed. Any thread.
+struct FileFacts {
+    enum class Kind {
+        Missing,
+        Hidden, // in a folder that this process may not enter
+        Regular,
+        Folder,
+        Other, // a pipe, a device, a link to nowhere
+    };
+
+    [[nodiscard]] static FileFacts of(const QString& path);
+
+    Kind kind = Kind::Missing;
+    std::uint32_t owner = 0; // user and group numbers
+    std::uint32_t group = 0;
+    unsigned int mode = 0;      // the permission bits, with set-user-id, set-group-id and sticky
+    bool hasOtherNames = false; // hard links, or it was reached by a symbolic one
+    bool isReadable = false;    // by this process, as is the next
+    bool isWritable = false;
+};
