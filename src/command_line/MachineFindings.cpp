@@ -186,11 +186,14 @@ Findings MachineFindings::installation(const CommandTexts& texts)
             {u"%1/Resources/commands.json is missing or damaged: install the agent again"_s.arg(
                 MainBundle::path())});
     }
-    for (const auto& complaint : OemOptions::read().complaints()) {
-        findings.append(
-            complaint.key.isEmpty()
-                ? Finding::wrong(texts, "doctor.options"_L1, {complaint.file})
-                : Finding::wrong(texts, "doctor.option"_L1, {complaint.key, complaint.file}));
+    const OemOptions options = OemOptions::read();
+    for (const auto& complaint : options.complaints()) {
+        if (complaint.key.isEmpty()) {
+            findings.append(Finding::wrong(texts, "doctor.options"_L1, {complaint.file}));
+        } else {
+            findings.append(
+                Finding::wrong(texts, "doctor.option"_L1, {complaint.key, complaint.file}));
+        }
     }
     return findings;
 }
