@@ -133,8 +133,8 @@ void RunningAgent::Service::processOne()
     if (done < 0) { // the bus is gone
         m_notifier->setEnabled(false);
     } else if (done > 0) {
-        QMetaObject::invokeMethod(
-            m_notifier.get(), [this] { processOne(); }, Qt::QueuedConnection);
+        const auto next = [this] { processOne(); };
+        QMetaObject::invokeMethod(m_notifier.get(), next, Qt::QueuedConnection);
     }
 }
 
