@@ -188,12 +188,10 @@ Findings MachineFindings::installation(const CommandTexts& texts)
     }
     const OemOptions options = OemOptions::read();
     for (const auto& complaint : options.complaints()) {
-        if (complaint.key.isEmpty()) {
-            findings.append(Finding::wrong(texts, "doctor.options"_L1, {complaint.file}));
-        } else {
-            findings.append(
-                Finding::wrong(texts, "doctor.option"_L1, {complaint.key, complaint.file}));
-        }
+        findings.append(
+            complaint.key.isEmpty()
+                ? Finding::wrong(texts, "doctor.options"_L1, {complaint.file})
+                : Finding::wrong(texts, "doctor.option"_L1, {complaint.key, complaint.file}));
     }
     return findings;
 }
