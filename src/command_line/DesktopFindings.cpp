@@ -126,11 +126,11 @@ Findings autostartFindings(const CommandTexts& texts)
     return {Finding::known(texts, "doctor.agentIsMissing"_L1)};
 }
 
-Findings agentFindings(const CommandTexts& texts)
+Findings agentFindings(const CommandTexts& texts, const DesktopFacts& facts)
 {
     switch (RunningAgent::presence()) {
-    case RunningAgent::Presence::None:
-        return autostartFindings(texts);
+    case RunningAgent::Presence::None: // or it is known to a bus that does not answer
+        return facts.hasBus ? autostartFindings(texts) : Findings();
     case RunningAgent::Presence::Answers:
         return {Finding::known(texts, "doctor.agentRuns"_L1)};
     case RunningAgent::Presence::Silent:
@@ -150,7 +150,8 @@ Findings DesktopFindings::all(const CommandTexts& texts)
     }
     Findings findings = displayFindings(texts, facts);
     if (facts.display != Display::NotNamed) {
-        findings += busFindings(texts, facts) + logindFindings(texts, facts) + agentFindings(texts);
+        findings +=
+            busFindings(texts, facts) + logindFindings(texts, facts) + agentFindings(texts, facts);
     }
     return findings;
 }

@@ -167,6 +167,11 @@ Findings allowedFindings(const CommandTexts& texts)
 Findings MachineFindings::installation(const CommandTexts& texts)
 {
     Findings findings;
+    if (!texts.isWhole()) { // then the other lines have only their keys
+        findings.append(
+            {u"%1/Resources/commands.json is missing or damaged: install the agent again"_s.arg(
+                MainBundle::path())});
+    }
     const auto check = [&](bool isWhole, const QString& name) {
         if (!isWhole) {
             findings.append(
@@ -181,19 +186,12 @@ Findings MachineFindings::installation(const CommandTexts& texts)
                       }),
           u"Info.plist"_s);
     check(isLanguageDocumentWhole(), u"Resources/translate.json"_s);
-    if (!texts.isWhole()) { // then there is no text for it
-        findings.append(
-            {u"%1/Resources/commands.json is missing or damaged: install the agent again"_s.arg(
-                MainBundle::path())});
-    }
     const OemOptions options = OemOptions::read();
     for (const auto& complaint : options.complaints()) {
-        if (complaint.key.isEmpty()) {
-            findings.append(Finding::wrong(texts, "doctor.options"_L1, {complaint.file}));
-        } else {
-            findings.append(
-                Finding::wrong(texts, "doctor.option"_L1, {complaint.key, complaint.file}));
-        }
+        findings.append(
+            complaint.key.isEmpty()
+                ? Finding::wrong(texts, "doctor.options"_L1, {complaint.file})
+                : Finding::wrong(texts, "doctor.option"_L1, {complaint.key, complaint.file}));
     }
     return findings;
 }

@@ -1,0 +1,47 @@
+"""The program in a directory of its own, as ./commands and ./doctor run it, and what it may say."""
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+
+BUNDLE = os.environ["VANTORY_BUILD"] + "/vantoryAgent.app"
+IS_ROOT = os.geteuid() == 0
+with open(f"{BUNDLE}/Resources/commands.json", encoding="utf-8") as document:
+    TEXTS = json.load(document)
+
+
+def text(key, *values):
+    line = TEXTS[key]["En"]
+    for place, value in enumerate(values, 1):
+        line = line.replace(f"%{place}", str(value))
+    return line
+
+
+class Program:
+    def __init__(self):
+        self.root = tempfile.mkdtemp(prefix="vantory-command-line-")
+        self.bundle = shutil.copytree(BUNDLE, f"{self.root}/vantoryAgent.app")
+        self.preferences = f"{self.root}/Library/Preferences/vantoryAgent"
+        self.settings = f"{self.preferences}/com.halvern.vantory.agent.settings.plist"
+        self.logs = f"{self.root}/var/lib/Halvern/vantoryAgent/logs"
+        for folder, mode in ((self.root, 0o755), (self.preferences, 0o755), (self.logs, 0o1777)):
+            os.makedirs(folder, exist_ok=True)
+            os.chmod(folder, mode)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        shutil.rmtree(self.root)
+
+    def start(self, *arguments, environment=None, **options):
+        own = {"VANTORY_ROOT": self.root, "LANGUAGE": "en"}
+        return subprocess.Popen([f"{self.bundle}/vantoryAgent", *map(str, arguments)], text=True,
+                                env=os.environ | own | (environment or {}), **options)
+
+    def run(self, *arguments, **options):
+        """The exit status, and the lines of standard output and standard error."""
+        process = self.start(*arguments, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
+        output, errors = process.communicate(timeout=30)
+        return process.returncode, output.splitlines(), errors.splitlines()
