@@ -44,20 +44,10 @@ bool storeSettings()
 } // namespace
 
 // The settings window without an administrator at hand: everything but the check and the writing.
-class TestSettingsWindow : public QObject {
+class TestSettingsWindow : public AgentTest {
     Q_OBJECT
 
-private:
-    std::unique_ptr<AgentFixture> m_agent;
-
 private Q_SLOTS:
-    void init()
-    {
-        m_agent = std::make_unique<AgentFixture>();
-        QVERIFY(m_agent->start());
-    }
-    void cleanup() { m_agent.reset(); }
-
     void opensLockedWithWhatIsStored()
     {
         QVERIFY(storeSettings() && open(*m_agent));

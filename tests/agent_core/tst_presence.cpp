@@ -226,7 +226,10 @@ private Q_SLOTS:
         start();
         QVERIFY(m_agent->send(status(kAnn)));
         AppDelegate::connectionDisplay();
-        QVERIFY(!window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s)->isVisible());
+        const auto isShown = [](const QString& button) {
+            return window("ConnectionStatus")->findChild<QWidget*>(button)->isVisible();
+        };
+        QVERIFY(!isShown(u"abort"_s) && isShown(u"ChatButton"_s));
     }
 };
 

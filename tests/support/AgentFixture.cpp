@@ -101,12 +101,6 @@ QByteArrayList AgentFixture::sent()
     return messages;
 }
 
-QByteArrayList AgentFixture::sentSoFar()
-{
-    m_agent->waitForReadyRead(0);
-    return sent();
-}
-
 void AgentFixture::forget()
 {
     m_agent->readAll();
@@ -182,4 +176,10 @@ QWidget* AgentFixture::topLevel(const char* name)
     found.removeIf(
         [name](const QWidget* widget) { return widget->objectName() != QLatin1StringView(name); });
     return found.value(0);
+}
+
+void AgentTest::init()
+{
+    m_agent = std::make_unique<AgentFixture>();
+    QVERIFY(m_agent->start());
 }

@@ -28,8 +28,6 @@ public:
     void write(const QByteArray& message);
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
-    // Likewise, without a turn of the event loop.
-    QByteArrayList sentSoFar();
     void forget();
 
     // The messages of a log file, times stripped.
@@ -59,6 +57,18 @@ private:
     QTcpServer m_server;
     QTcpSocket* m_agent = nullptr;
     QByteArray m_received;
+};
+
+// A test whose cases have a new agent each, which is linked.
+class AgentTest : public QObject {
+    Q_OBJECT
+
+protected:
+    std::unique_ptr<AgentFixture> m_agent;
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { m_agent.reset(); }
 };
 
 bool writeFile(const QString& path, const QByteArray& bytes);

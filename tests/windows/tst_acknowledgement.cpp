@@ -34,17 +34,10 @@ void pressByKey(QPushButton& button)
 
 } // namespace
 
-class TestAcknowledgement : public QObject {
+class TestAcknowledgement : public AgentTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_agent = std::make_unique<AgentFixture>();
-        QVERIFY(m_agent->start());
-    }
-    void cleanup() { m_agent.reset(); }
-
     void answersOnceByEveryWay()
     {
         QByteArrayList answers;
@@ -152,7 +145,6 @@ private:
     }
     void waitUntilAwake() const { QVERIFY(AgentFixture::waitUntilHeard(m_dialog)); }
 
-    std::unique_ptr<AgentFixture> m_agent;
     QWidget* m_dialog = nullptr;
     AcknowledgementText* m_question = nullptr;
     QPushButton* m_decline = nullptr;
