@@ -59,17 +59,10 @@ private Q_SLOTS:
     void strayKeysAndClosingAnswerNothing()
     {
         ask("42;srv;Ann");
-        const auto typeAway = [](QWidget* focus) {
-            for (const Qt::Key key :
-                 {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Escape}) {
-                QTest::keyClick(focus, key);
-            }
-        };
-        // Also with the focus on a button, as long as the dialog is deaf.
-        typeAway(m_accept);
-        pressByMouse(*m_accept);
         waitUntilAwake();
-        typeAway(m_dialog->focusWidget());
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Escape}) {
+            QTest::keyClick(m_dialog->focusWidget(), key);
+        }
         m_dialog->close();
         QVERIFY(m_dialog->isVisible());
         // Anything sent before would stand before this.
