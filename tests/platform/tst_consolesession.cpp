@@ -21,21 +21,16 @@
 
 using namespace Qt::StringLiterals;
 
-// A seat's active session or a user's main one, as logind names it.
-struct Place {
-    QString id;
+// A session, as a seat or a user names it, or a session's user.
+template <typename Name>
+struct Named {
+    Name name;
     QDBusObjectPath path;
 
-    static auto fields(auto& self) { return std::tie(self.id, self.path); }
+    static auto fields(auto& self) { return std::tie(self.name, self.path); }
 };
-
-// A session's user.
-struct Owner {
-    uint uid = 0;
-    QDBusObjectPath path;
-
-    static auto fields(auto& self) { return std::tie(self.uid, self.path); }
-};
+using Place = Named<QString>;
+using Owner = Named<uint>;
 
 namespace {
 
@@ -108,6 +103,7 @@ private Q_SLOTS:
         m_logind.isSilent = false;
         m_logind.known = {{u"GetSession named"_s, object(u"/named"_s)},
                           {u"GetUser %1"_s.arg(::getuid()), object(u"/user"_s)},
+                          {kOwn, object(u"/process"_s)},
                           {kActive, placeOf(u"front"_s)},
                           {u"/user Display"_s, placeOf(u"main"_s)},
                           {u"/front Name"_s, u"ann"_s}};
@@ -138,27 +134,25 @@ private Q_SLOTS:
     void screenLock()
     {
         struct Row {
-            QByteArray id; // XDG_SESSION_ID
-            bool isInSession;
+            QByteArray id;    // XDG_SESSION_ID
             QString foreign;  // the sessions of another user
             QString managers; // the sessions of a user manager
             QString asked;
         };
         const Row rows[] = {
-            {"named", true, {}, {}, u"/named"_s},
-            {"c9", true, {}, {}, u"/process"_s}, // gone
-            {"\xFF", true, {}, {}, u"/process"_s},
-            {"", false, {}, {}, u"/front"_s},
-            {"named", true, u"/named"_s, {}, u"/process"_s},
-            {"named", true, u"/named/process"_s, {}, u"/front"_s},
-            {"named", true, {}, u"/named/process"_s, u"/front"_s},
-            {"", false, u"/front"_s, {}, u"/main"_s},
-            {"named", true, {}, u"/named/process/front/main"_s, {}},
+            {"named", {}, {}, u"/named"_s},
+            {"c9", {}, {}, u"/process"_s}, // gone
+            {"\xFF", {}, {}, u"/process"_s},
+            {"", u"/process"_s, {}, u"/front"_s},
+            {"named", u"/named"_s, {}, u"/process"_s},
+            {"named", u"/named/process"_s, {}, u"/front"_s},
+            {"named", {}, u"/named/process"_s, u"/front"_s},
+            {"", u"/process/front"_s, {}, u"/main"_s},
+            {"named", {}, u"/named/process/front/main"_s, {}},
         };
         for (const Row& row : rows) {
             init();
             qputenv("XDG_SESSION_ID", row.id);
-            enterSession(row.isInSession);
             for (const QString& session : kSessions) {
                 if (row.foreign.contains(session)) {
                     m_logind.known[session + u" User"_s] = owner(::getuid() + 1);
@@ -177,7 +171,6 @@ private Q_SLOTS:
 
     void theScreenLockIsWatched()
     {
-        enterSession(true);
         QVariant& isLocked = m_logind.known[u"/process LockedHint"_s];
         isLocked = true;
         const ScreenLock lock;
@@ -218,6 +211,7 @@ private Q_SLOTS:
 
     void noAnswerMeansNobodyAndUnlocked()
     {
+        m_logind.known.remove(kOwn);
         m_logind.known[u"/front LockedHint"_s] = true;
         QVERIFY(answerTo(&ConsoleSession::isScreenLocked));
         const auto bus =
@@ -261,12 +255,7 @@ private:
         QDBusConnection::systemBus().send(signal);
     }
 
-    void enterSession(bool isInSession)
-    {
-        m_logind.known[u"GetSessionByPID %1"_s.arg(::getpid())] =
-            isInSession ? object(u"/process"_s) : QVariant();
-    }
-
+    const QString kOwn = u"GetSessionByPID %1"_s.arg(::getpid());
     const QString kActive = u"/org/freedesktop/login1/seat/seat0 ActiveSession"_s;
     const QStringList kSessions = {u"/named"_s, u"/process"_s, u"/front"_s, u"/main"_s};
     Logind m_logind;
