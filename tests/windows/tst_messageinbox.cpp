@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
@@ -31,15 +32,10 @@ QPushButton* quit(const QWidget* window)
 
 } // namespace
 
-class TestMessageInbox : public QObject {
+class TestMessageInbox : public AgentTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_agent = std::make_unique<AgentFixture>();
-        QVERIFY(m_agent->start());
-    }
     void cleanup()
     {
         m_agent.reset();
@@ -181,6 +177,22 @@ private Q_SLOTS:
         QCOMPARE(shown.left(1), text.left(1));
     }
 
+    void comesWithoutLabelsAndShowsEditedOnes()
+    {
+        const QString path =
+            QCoreApplication::applicationDirPath() + u"/Resources/translate.json"_s;
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QByteArray labels = file.readAll();
+        const auto restore = qScopeGuard([path, labels] { writeFile(path, labels); });
+        QVERIFY(writeFile(path, labels.chopped(9)) && receive(u"Hi"_s)->isVisible());
+        QVERIFY(!m_agent->errorLog().filter(u"error to get language"_s).isEmpty());
+        QVERIFY(writeFile(
+            path, labels.replace("\"received\": \"Received\"", "\"received\": \"Edited\"")));
+        const auto* const label = receive(u"Hi"_s)->findChild<QLabel*>(u"ReceivedLabel"_s);
+        QVERIFY(label->text().startsWith(u"Edited"_s));
+    }
+
     void whatIsCopiedIsWhatWasSent()
     {
         const QString address = u"https://"_s + QString(900, u'a');
@@ -213,8 +225,6 @@ private:
         (void)QTest::qWaitForWindowExposed(added.constFirst());
         return added.constFirst();
     }
-
-    std::unique_ptr<AgentFixture> m_agent;
 };
 
 QTEST_MAIN(TestMessageInbox)
