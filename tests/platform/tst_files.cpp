@@ -1,3 +1,4 @@
+#include "WriteFile.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/files/MainBundle.h"
@@ -21,12 +22,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using Values = std::optional<QVariantMap>;
-
-bool write(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 // As the agent writes the settings: the shell drops the quotes of the head.
 QByteArray settings(const QByteArray& sessionCode)
@@ -60,7 +55,8 @@ private Q_SLOTS:
         const QString path = directory.filePath(u"list.plist"_s);
         const auto check = [&](const char* name, const QByteArray& bytes,
                                const Values& expected = std::nullopt) {
-            QVERIFY2(write(path, bytes) && PropertyList::readDictionary(path) == expected, name);
+            QVERIFY2(writeFile(path, bytes) && PropertyList::readDictionary(path) == expected,
+                     name);
         };
         const QByteArray good = settings("123456");
         // {"k": "v"}; more of the kind are in fuzz/corpus/settings_file.
@@ -128,7 +124,7 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(directory.filePath(u"Grüß.app"_s)));
         QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
         QVERIFY(QFile::link(program, link));
-        QVERIFY(write(directory.filePath(u"Grüß.app/Info.plist"_s), settings("123456")));
+        QVERIFY(writeFile(directory.filePath(u"Grüß.app/Info.plist"_s), settings("123456")));
         const std::pair<QByteArray, QString> names[] = {
             {"& Bell,Room 3,,", u"Ann Bell"_s},
             {",Room 3", u"ann"_s},
@@ -136,7 +132,7 @@ private Q_SLOTS:
             {QByteArray(5000, 'x'), QString(5000, u'x')},
         };
         for (const auto& [comment, name] : names) {
-            QVERIFY(write(database, "ann:x:0:0:" + comment + ":/:/bin/sh\n"));
+            QVERIFY(writeFile(database, "ann:x:0:0:" + comment + ":/:/bin/sh\n"));
             QProcess process;
             process.start(u"unshare"_s,
                           {u"--user"_s, u"--map-root-user"_s, u"--mount"_s, u"sh"_s, u"-c"_s,

@@ -1,3 +1,4 @@
+#include "WriteFile.h"
 #include "service_link/AllowedSettings.h"
 #include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
@@ -13,16 +14,6 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-bool write(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-} // namespace
 
 // Numbers, payloads, command lines and the file of allowed settings, without a link.
 class TestWords : public QObject {
@@ -139,7 +130,7 @@ private Q_SLOTS:
     {
         const QString app = m_root.filePath(u"Applications/A B.app/Contents/MacOS/run"_s);
         QVERIFY(QDir().mkpath(QFileInfo(app).path()));
-        QVERIFY(write(app, "#!/bin/sh\nsleep $1\n: > \"$0.done\"\n"));
+        QVERIFY(writeFile(app, "#!/bin/sh\nsleep $1\n: > \"$0.done\"\n"));
         QFile::setPermissions(app, QFile::ReadOwner | QFile::ExeOwner);
         const std::pair<QString, qint64> expectations[] = {
             {u"exit 3"_s, 3},
@@ -171,8 +162,8 @@ private Q_SLOTS:
             return replaced("true}", "true,\"show_agent_ui_on_connection\":" + value + '}');
         };
         const auto read = [&folder](const QByteArray& document) {
-            return write(folder + u"gateway.json"_s, document) ? readAllowedSettings()
-                                                               : std::nullopt;
+            return writeFile(folder + u"gateway.json"_s, document) ? readAllowedSettings()
+                                                                   : std::nullopt;
         };
         const auto plain = read(whole);
         QVERIFY(plain && !plain->show_agent_ui_on_connection);

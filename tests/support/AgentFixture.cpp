@@ -30,13 +30,6 @@ void waitForProgramEnd()
     endProgram(0);
 }
 
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 AgentFixture::AgentFixture()
 {
     static const bool isAttached = (MainQueue::attach(), WindowActivation::watchInput(), true);
@@ -139,15 +132,12 @@ QString AgentFixture::preferences(const QString& name) const
 
 void AgentFixture::allowShowing(const QByteArray& flag)
 {
-    QByteArray document = R"({"settings":{"allow_message_to_devices":true,)"
-                          R"("allow_chat_to_devices":true,)"
-                          R"("require_user_acknowledgement_for_devices":true,)"
-                          R"("allow_file_transfer_to_devices":true,)"
-                          R"("allow_devices_to_be_viewed":true)";
-    if (!flag.isEmpty()) {
-        document += ",\"show_agent_ui_on_connection\":" + flag;
-    }
-    writeFile(preferences(u"gateway.json"_s), document + "}}");
+    writeFile(preferences(u"gateway.json"_s),
+              R"({"settings":{"allow_message_to_devices":true,"allow_chat_to_devices":true,)"
+              R"("require_user_acknowledgement_for_devices":true,)"
+              R"("allow_file_transfer_to_devices":true,"allow_devices_to_be_viewed":true,)"
+              R"("show_agent_ui_on_connection":)" +
+                  flag + "}}");
 }
 
 QString AgentFixture::sessionLists()

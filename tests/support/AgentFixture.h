@@ -1,5 +1,6 @@
 #pragma once
 
+#include "WriteFile.h"
 #include "agent_state/AppDelegate.h"
 #include "windows/ConnectionStatus.h"
 
@@ -36,7 +37,7 @@ public:
 
     // Where the files of the agent's preferences lie.
     [[nodiscard]] QString preferences(const QString& name) const;
-    // Leaves allowed settings; "true", "false", or empty for a document without the flag.
+    // Leaves allowed settings; the flag is "true" or "false".
     void allowShowing(const QByteArray& flag);
     // The bundle's options besides the port; before start().
     QByteArray options;
@@ -70,5 +71,3 @@ private Q_SLOTS:
     void init();
     void cleanup() { m_agent.reset(); }
 };
-
-bool writeFile(const QString& path, const QByteArray& bytes);
