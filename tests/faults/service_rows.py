@@ -31,16 +31,6 @@ def service_killed(how):
     return {"steps": len(steps), "longest end s": worst}
 
 
-@row()
-def service_half_closed():
-    """The service sends nothing more and still reads: it gets the running command's status."""
-    agent = Agent()
-    agent.send('execute_command={"session":3,"exec":"sleep 1; exit 4"}')
-    agent.link.shutdown(1)
-    agent.expect('result_command={ "session" : 3, "status" : 4 }')
-    return {"end s": agent.ends([0])}
-
-
 @row("--display", "--bus", "--tray", "--size", "3840x2160", cases=("1000", "10000"), slow=("10000",))
 def flood(count):
     """So many messages and chats: "End this session" is clicked in the middle."""
