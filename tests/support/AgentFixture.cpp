@@ -85,11 +85,9 @@ QByteArrayList AgentFixture::sent()
 {
     m_received += m_agent->readAll();
     QByteArrayList messages;
-    qsizetype begin = m_received.indexOf("#####");
-    while (begin >= 0) {
-        const qsizetype next = m_received.indexOf("#####", begin + 5);
-        messages.append(m_received.mid(begin, next < 0 ? -1 : next - begin));
-        begin = next;
+    for (const QString& text :
+         QString::fromUtf8(m_received).split(u"#####"_s, Qt::SkipEmptyParts)) {
+        messages.append("#####" + text.toUtf8());
     }
     return messages;
 }
