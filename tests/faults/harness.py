@@ -113,11 +113,12 @@ class Agent:
             pass
 
     def expect(self, message, seconds=PATIENCE):
-        """Waits for a message that begins so; takes it and what came before it."""
+        """Waits for a message that begins so; takes it and what came before it, which it returns."""
         wanted = MARKER + message.encode()
         until(message, lambda: wanted in self.received or self.pull() or wanted in self.received,
               seconds)
-        _, self.received = self.received.split(wanted, 1)
+        before, self.received = self.received.split(wanted, 1)
+        return before
 
     def command(self, line, seconds=PATIENCE):
         """Runs a command; its status, which the link's own thread sends."""

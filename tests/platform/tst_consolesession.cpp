@@ -4,17 +4,14 @@
 #include "platform/threads/MainQueue.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
-#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <csignal>
 #include <future>
 
 #include <unistd.h>
@@ -207,31 +204,6 @@ private Q_SLOTS:
         QVERIFY(m_bus.registerService(u"org.freedesktop.login1"_s));
         QTRY_VERIFY(lock.isLocked()); // without a signal
         QCOMPARE(changes.size(), 3);
-    }
-
-    void noAnswerMeansNobodyAndUnlocked()
-    {
-        m_logind.known.remove(kOwn);
-        m_logind.known[u"/front LockedHint"_s] = true;
-        QVERIFY(answerTo(&ConsoleSession::isScreenLocked));
-        const auto bus =
-            static_cast<pid_t>(m_bus.interface()->servicePid(u"org.freedesktop.DBus"_s).value());
-        const std::pair<std::function<void()>, std::function<void()>> troubles[] = {
-            {[&] { m_logind.isSilent = true; }, [&] { m_logind.isSilent = false; }},
-            {[&] { ::kill(bus, SIGSTOP); }, [&] { ::kill(bus, SIGCONT); }},
-            {[] { qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere"); }, [] {}},
-        };
-        for (const auto& [begin, end] : troubles) {
-            begin();
-            QElapsedTimer timer;
-            timer.start();
-            const auto user = answerTo(&ConsoleSession::consoleUser);
-            const bool isLocked = answerTo(&ConsoleSession::isScreenLocked);
-            const qint64 elapsed = timer.elapsed();
-            end();
-            QVERIFY(!user && !isLocked);
-            QVERIFY2(elapsed < 10'000, "two questions of half a second each");
-        }
     }
 
 private:
