@@ -175,6 +175,7 @@ private Q_SLOTS:
         QByteArray labels = file.readAll();
         const auto restore = qScopeGuard([path, labels] { writeFile(path, labels); });
         QVERIFY(writeFile(path, labels.chopped(9)) && receive(u"Hi"_s)->isVisible());
+        QVERIFY(QFile::remove(path) && receive(u"Hi"_s)->isVisible());
         QVERIFY(!m_agent->errorLog().filter(u"error to get language"_s).isEmpty());
         QVERIFY(writeFile(
             path, labels.replace("\"received\": \"Received\"", "\"received\": \"Edited\"")));
