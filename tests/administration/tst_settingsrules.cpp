@@ -49,17 +49,6 @@ private Q_SLOTS:
         }
     }
 
-    void commandLines()
-    {
-        const Credentials who = {u"ad min"_s, u"p\"w$d"_s};
-        const QString asRoot = u"/bin/echo \"p\"w$d\" | /usr/bin/sudo -u \"ad min\" -S "
-                               "/usr/bin/sudo -S "_s;
-        QCOMPARE(SettingsCommands::remove(who, u"/a/b c"_s), asRoot + u"/bin/rm \"/a/b c\""_s);
-        QCOMPARE(SettingsCommands::write(who, u"<x a=\"1\">"_s, u"/a/b"_s, u"/bin/chown"_s),
-                 asRoot + u"/bin/echo \"<x a=\"1\">\" > /a/b ; "_s + asRoot +
-                     u"/bin/chown root  /a/b"_s);
-    }
-
     // The real shell writes it, with the test's own rights.
     void writtenFileIsReadBack()
     {

@@ -1,4 +1,5 @@
 #include "AgentFixture.h"
+#include "ServiceMessages.h"
 #include "platform/accounts/Account.h"
 #include "records/Intervals.h"
 
@@ -9,26 +10,9 @@
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
+using namespace ServiceMessages;
 
 namespace {
-
-QByteArray connected(int session, const QByteArray& name)
-{
-    return "connected_session={\"session\":" + QByteArray::number(session) +
-           ",\"deviceName\":\"desk\",\"controlName\":\"" + name + "\"}";
-}
-
-QByteArray status(const QByteArray& valid, const QByteArray& gateway, const QByteArray& sessions)
-{
-    return "status={\"accountIsValid\":" + valid + ",\"gateway\":\"" + gateway +
-           R"(","sessionId":"","sessions":[)" + sessions + "]}";
-}
-
-QByteArray session(int number, const QByteArray& name)
-{
-    return "{\"session\":" + QByteArray::number(number) +
-           R"(,"remoteDevice":"desk","remoteControlUser":")" + name + "\"}";
-}
 
 // What the service's messages move.
 QString state()
@@ -51,7 +35,7 @@ QWidgetList visibleWindows()
 } // namespace
 
 // What the service's messages do to the agent, over the real link.
-class TestDispatch : public QObject {
+class TestDispatch : public AgentTest {
     Q_OBJECT
 
 private:
@@ -62,50 +46,37 @@ private:
         QTRY_VERIFY(isOver);
     }
 
-    std::unique_ptr<AgentFixture> m_agent;
-
 private Q_SLOTS:
-    void init() { m_agent = std::make_unique<AgentFixture>(); }
-    void cleanup() { m_agent.reset(); }
-
     void messages_data()
     {
         QTest::addColumn<QByteArrayList>("sent");
         QTest::addColumn<QString>("after");
-        QTest::addColumn<QString>("recognised"); // of the last message
 
-        const auto row = [](const char* name, const QByteArrayList& sent, const char* after,
-                            const char* recognised) {
-            QTest::newRow(name) << sent << QString::fromUtf8(after)
-                                << QString::fromUtf8(recognised);
+        const auto row = [](const char* name, const QByteArrayList& sent, const char* after) {
+            QTest::newRow(name) << sent << QString::fromUtf8(after);
         };
         const QByteArray up = "connected_gateway=gw";
-        row("gateway down", {up, "disconnected_gateway"}, "not linked '' account unknown [][]",
-            "disconnected_gateway");
-        row("account invalid", {up, "account_invalid"}, "not linked 'gw' account invalid [][]",
-            "account_invalid");
+        row("gateway down", {up, "disconnected_gateway"}, "not linked '' account unknown [][]");
+        row("account invalid", {up, "account_invalid"}, "not linked 'gw' account invalid [][]");
         row("the same session again", {connected(7, "A"), connected(8, "B"), connected(7, "C")},
-            "not linked '' account unknown [7A8B][7A8B]", "connected_session=");
+            "not linked '' account unknown [7A8B][7A8B]");
         row("status, a number twice",
-            {connected(1, "Z"), status("true", "gw", session(7, "A") + ',' + session(7, "B"))},
-            "linked 'gw' account valid [7A][7A]", "status=");
-        row("status without a gateway", {up, status("true", "", "")},
-            "linked 'gw' account valid [][]", "status=");
-        row("status of an invalid account", {up, connected(7, "A"), status("false", "x", "")},
-            "not linked 'gw' account invalid [7A][7A]", "status=");
+            {connected(1, "Z"), status(session(7, "A") + ',' + session(7, "B"))},
+            "linked 'gw' account valid [7A][7A]");
+        row("status without a gateway", {up, status({}, "")}, "linked 'gw' account valid [][]");
+        row("status of an invalid account", {up, connected(7, "A"), status({}, "x", "false")},
+            "not linked 'gw' account invalid [7A][7A]");
         row("two commands in one read", {"connected_gateway=a" + up},
-            "linked 'aconnected_gateway=gw' account unknown [][]", "connected_gateway=");
+            "linked 'aconnected_gateway=gw' account unknown [][]");
     }
 
     void messages()
     {
         QFETCH(QByteArrayList, sent);
-        QVERIFY(m_agent->start());
         for (const QByteArray& message : sent) {
             QVERIFY2(m_agent->send(message), message);
         }
         QTEST(state(), "after");
-        QTEST(m_agent->log().last().mid(8), "recognised");
         QCOMPARE(m_agent->sent(), QByteArrayList());
         // The next message still works.
         QVERIFY(m_agent->send("connected_gateway=next"));
@@ -136,7 +107,6 @@ private Q_SLOTS:
     void idleMessages()
     {
         QFETCH(QByteArray, message);
-        QVERIFY(m_agent->start());
         QVERIFY(m_agent->send("request_chat=5,7"));
         const QString before = state();
         const QWidgetList windows = visibleWindows();
@@ -151,118 +121,49 @@ private Q_SLOTS:
         QTEST(m_agent->log().last().mid(8), "recognised");
     }
 
-    void logLinesStandInTheOrderOfTheSteps()
-    {
-        QVERIFY(m_agent->start());
-        const QStringList before = m_agent->log();
-        const QByteArrayList sent = {"disconnected_gateway=why", connected(7, "A"),
-                                     "user_acknowledgement=x;srv;bob", "status=", "?"};
-        for (const QByteArray& message : sent) {
-            QVERIFY(m_agent->send(message));
-        }
-        const QString receive = u"connection did receive"_s;
-        QCOMPARE(m_agent->log().mid(before.size()),
-                 (QStringList{receive, u"gateway not connected"_s, u"gateway not connected: why"_s,
-                              u"string: disconnected_gateway="_s, receive,
-                              QString::fromUtf8(connected(7, "A")), u"session connected"_s,
-                              u"string: connected_session="_s, receive,
-                              u"user_acknowledgement=x;srv;bob"_s,
-                              u"string: user_acknowledgement="_s, receive, u"status received"_s,
-                              u"string: status="_s, receive, u"string: Unknown"_s}));
-    }
-
-    void windowComesUpLater_data()
+    void windowOfTheSessions_data()
     {
         QTest::addColumn<QByteArray>("allowed"); // "-": no file
-        QTest::addColumn<QByteArray>("message");
-        QTest::addColumn<bool>("comes");
-
-        const QByteArray session7 = connected(7, "A");
-        QTest::newRow("no settings") << QByteArray("-") << session7 << true;
-        QTest::newRow("allowed") << QByteArray("true") << session7 << true;
-        QTest::newRow("not allowed") << QByteArray("false") << session7 << false;
-        QTest::newRow("status with a session")
-            << QByteArray("-") << status("true", "gw", session(7, "A")) << true;
-        QTest::newRow("status without one") << QByteArray("-") << status("true", "gw", "") << false;
-    }
-
-    void windowComesUpLater()
-    {
-        QFETCH(QByteArray, allowed);
-        QFETCH(QByteArray, message);
-        QFETCH(bool, comes);
-        if (allowed != "-") {
-            m_agent->allowShowing(allowed);
-        }
-        Intervals::current().showConnection = std::chrono::milliseconds(50);
-        QVERIFY(m_agent->start());
-        QVERIFY(m_agent->send(message));
-        QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
-        if (comes) {
-            QTRY_VERIFY(AppDelegate::state().connectionStatus->isVisible());
-            // Asked again for a window that is there anyway.
-            QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####request=connections_status"});
-        } else {
-            // Its time has passed when another timer of the same length, begun later, has.
-            waitForATimerOf(Intervals::current().showConnection);
-            QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
-        }
-    }
-
-    void windowAfterTheLastSession_data()
-    {
-        QTest::addColumn<QByteArray>("allowed");
         QTest::addColumn<QByteArray>("end");
-        QTest::addColumn<bool>("visible"); // at once
-        QTest::addColumn<bool>("staying"); // after the wait
+        QTest::addColumn<QString>("visible"); // after the beginning, right after the end, later
 
         const QByteArray last = "disconnected_session=7";
-        QTest::newRow("no settings: hidden at once") << QByteArray("-") << last << false << false;
-        QTest::newRow("not allowed: brought up all the same")
-            << QByteArray("false") << last << true << true;
-        QTest::newRow("allowed: closes after a while")
-            << QByteArray("true") << last << true << false;
-        QTest::newRow("all at once, allowed")
-            << QByteArray("true") << QByteArray("disconnect_all_sessions") << true << false;
-        QTest::newRow("all at once, not allowed")
-            << QByteArray("false") << QByteArray("disconnect_all_sessions") << false << false;
+        const QByteArray all = "disconnect_all_sessions";
+        QTest::newRow("no settings: hidden at once") << QByteArray("-") << last << "100";
+        QTest::newRow("allowed: closes after a while") << QByteArray("true") << last << "110";
+        QTest::newRow("allowed, all at once") << QByteArray("true") << all << "110";
+        QTest::newRow("not allowed: comes at the end") << QByteArray("false") << last << "011";
+        QTest::newRow("not allowed, all at once") << QByteArray("false") << all << "000";
     }
 
-    void windowAfterTheLastSession()
+    void windowOfTheSessions()
     {
         QFETCH(QByteArray, allowed);
         QFETCH(QByteArray, end);
         if (allowed != "-") {
             m_agent->allowShowing(allowed);
         }
-        Intervals::current().showConnection = std::chrono::hours(1);
-        Intervals::current().hideConnection = std::chrono::milliseconds(300);
-        QVERIFY(m_agent->start());
+        Intervals::current().showConnection = Intervals::current().hideConnection =
+            std::chrono::milliseconds(300);
+        QString visible;
+        const auto look = [&visible] {
+            visible += AppDelegate::state().connectionStatus->isVisible() ? u'1' : u'0';
+        };
         QVERIFY(m_agent->send(connected(7, "A")));
-        QVERIFY(m_agent->send(end));
-        QTEST(AppDelegate::state().connectionStatus->isVisible(), "visible");
-        waitForATimerOf(Intervals::current().hideConnection);
-        QTEST(AppDelegate::state().connectionStatus->isVisible(), "staying");
-    }
-
-    void nothingComesUpAtTheLoginWindow()
-    {
-        Intervals::current().showConnection = std::chrono::milliseconds(50);
-        Intervals::current().untilStatusRequest = std::chrono::milliseconds(50);
-        QVERIFY(m_agent->start());
-        AppDelegate::options.username = u"loginwindow"_s;
-        QVERIFY(m_agent->send(connected(7, "A")));
-        QVERIFY(m_agent->send(status("true", "gw", session(7, "A"))));
+        QVERIFY(!AppDelegate::state().connectionStatus->isVisible()); // not before its time
         waitForATimerOf(Intervals::current().showConnection);
-        QVERIFY(!AppDelegate::state().connectionStatus->isVisible());
-        // A session's end shows it even there.
-        QVERIFY(m_agent->send("disconnected_session=9"));
-        QVERIFY(AppDelegate::state().connectionStatus->isVisible());
+        look();
+        // A window that is there has the status asked for once more.
+        QTRY_COMPARE(m_agent->sent().size(), visible == u"1" ? 1 : 0);
+        QVERIFY(m_agent->send(end));
+        look();
+        waitForATimerOf(Intervals::current().hideConnection);
+        look();
+        QTEST(visible, "visible");
     }
 
     void reportsTheUserOnce()
     {
-        QVERIFY(m_agent->start());
         AppDelegate::updateUser();
         QVERIFY(m_agent->send(connected(7, "A")));
         AppDelegate::updateUser();
@@ -273,7 +174,6 @@ private Q_SLOTS:
 
     void menuNamesWhoIsInSession()
     {
-        QVERIFY(m_agent->start());
         const QString nobody = u"Settings|Permissions|Connection|-|About"_s;
         const auto titles = [] {
             QStringList result;
@@ -294,15 +194,6 @@ private Q_SLOTS:
         QVERIFY(m_agent->send("disconnect_all_sessions"));
         QTRY_COMPARE(titles(), nobody);
         QVERIFY(AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
-
-        // A direction override goes, and a long name is cut between two characters.
-        const QString family = u"👨‍👩‍👧‍👦"_s;
-        QVERIFY(m_agent->send(connected(9, "\u202E" + family.repeated(20).toUtf8())));
-        QTRY_VERIFY(titles() != nobody);
-        const QAction& line = *AppDelegate::state().statusBarMenu->actions().at(2);
-        QCOMPARE(line.text(), u"Connection: "_s + family.repeated(9) + u'…');
-        QVERIFY(line.toolTip().contains(family.repeated(7)));
-        QVERIFY(!line.toolTip().contains(QChar(0x202E)));
     }
 };
 

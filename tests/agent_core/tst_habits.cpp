@@ -5,17 +5,11 @@
 
 #include <QApplication>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QProcess>
 #include <QTest>
 #include <QWindow>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-
-#include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
 
@@ -47,79 +41,37 @@ bool pointAt(const QWidget* widget)
     return xdotool({u"mousemove"_s, QString::number(place.x()), QString::number(place.y())});
 }
 
-xcb_connection_t* x11()
+// What xprop prints of one property.
+QByteArray xprop(const QStringList& window, const QString& name)
 {
-    return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+    QGuiApplication::sync();
+    QProcess process;
+    process.start(u"xprop"_s, window + QStringList{name});
+    process.waitForFinished();
+    return process.readAllStandardOutput().trimmed();
 }
 
-xcb_atom_t atom(const QByteArray& name)
+QByteArray xprop(const QWidget& window, const QString& name)
 {
-    const auto cookie = xcb_intern_atom(x11(), 0, static_cast<quint16>(name.size()), name);
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(x11(), cookie, nullptr), &std::free);
-    return reply->atom;
+    return xprop({u"-id"_s, QString::number(window.winId())}, name);
 }
 
-QList<quint32> property(xcb_window_t window, const QByteArray& name)
+// Whether the window manager has it above all others.
+bool isOnTop(const QWidget& window)
 {
-    const auto cookie =
-        xcb_get_property(x11(), 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 1'024);
-    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
-        xcb_get_property_reply(x11(), cookie, nullptr), &std::free);
-    const auto* const values = static_cast<quint32*>(xcb_get_property_value(reply.get()));
-    return {values, values + reply->value_len};
+    return xprop({u"-root"_s}, u"_NET_CLIENT_LIST_STACKING"_s)
+        .endsWith(" 0x" + QByteArray::number(window.winId(), 16));
 }
 
-// Of the window manager's list, from the bottom to the top.
-xcb_window_t topWindow()
+bool wantsAttention(const QWidget& window)
 {
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x11())).data->root;
-    const QList<quint32> windows = property(root, "_NET_CLIENT_LIST_STACKING");
-    return windows.isEmpty() ? xcb_window_t(XCB_WINDOW_NONE) : windows.constLast();
+    return xprop(window, u"_NET_WM_STATE"_s).contains("_NET_WM_STATE_DEMANDS_ATTENTION");
 }
-
-bool wantsAttention(const QWidget* window)
-{
-    return property(static_cast<xcb_window_t>(window->winId()), "_NET_WM_STATE")
-        .contains(atom("_NET_WM_STATE_DEMANDS_ATTENTION"));
-}
-
-// Another program, in which the person writes.
-class Editor {
-public:
-    Editor()
-    {
-        m_process.start(QCoreApplication::applicationFilePath(), {u"--editor"_s});
-        m_isUp = QTest::qWaitFor([this] { return m_process.canReadLine(); });
-        m_process.readLine();
-    }
-    ~Editor()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-    [[nodiscard]] bool isUp() const { return m_isUp; }
-
-    static int run(int argc, char* argv[])
-    {
-        QApplication application(argc, argv);
-        QPlainTextEdit text;
-        text.show();
-        (void)QTest::qWaitForWindowActive(&text);
-        std::puts("ready");
-        std::fflush(stdout);
-        return QApplication::exec();
-    }
-
-private:
-    QProcess m_process;
-    bool m_isUp = false;
-};
 
 } // namespace
 
 // What the person types and clicks by habit, while windows come up and rows move, does nothing.
-class TestHabits : public QObject {
+class TestHabits : public AgentTest {
     Q_OBJECT
 
 private:
@@ -153,16 +105,7 @@ private:
         QVERIFY(pointAt(child("ConnectionStatus", "abort")));
     }
 
-    std::unique_ptr<AgentFixture> m_agent;
-
 private Q_SLOTS:
-    void init()
-    {
-        m_agent = std::make_unique<AgentFixture>();
-        QVERIFY(m_agent->start());
-    }
-    void cleanup() { m_agent.reset(); }
-
     void whatIsTypedElsewhereStaysElsewhere_data()
     {
         QTest::addColumn<QByteArray>("message");
@@ -182,8 +125,11 @@ private Q_SLOTS:
         QFETCH(QByteArray, message);
         QFETCH(QByteArray, name);
         Intervals::current().showConnection = std::chrono::milliseconds(1);
-        const Editor editor;
-        QVERIFY(editor.isUp());
+        QProcess editor; // another program, in which the person writes
+        editor.setStandardOutputFile(QProcess::nullDevice());
+        editor.start(u"xev"_s, {});
+        QVERIFY(xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
+                         u"windowactivate"_s, u"--sync"_s}));
         QProcess typing;
         typing.start(u"xdotool"_s,
                      {u"type"_s, u"--delay"_s, u"40"_s, u"a b \n\t \n"_s.repeated(12)});
@@ -196,13 +142,6 @@ private Q_SLOTS:
         QVERIFY(window(name)->isVisible());
         const auto* const field = window(name)->findChild<QLineEdit*>();
         QVERIFY(field == nullptr || field->text().isEmpty());
-        if (field != nullptr) {
-            // What is meant for the window is heard.
-            QVERIFY(AgentFixture::waitUntilHeard(window(name)));
-            QVERIFY(xdotool({u"type"_s, u"yes"_s}));
-            QVERIFY(xdotool({u"key"_s, u"Return"_s}));
-            QTRY_COMPARE(m_agent->sent().size(), 1);
-        }
     }
 
     void aSentenceStaysInItsChat()
@@ -225,9 +164,10 @@ private Q_SLOTS:
 
     void aDoubleClickEndsOneSession()
     {
+        AppDelegate::requestChat(5, 7);
         showSessions();
         QVERIFY(xdotool({u"click"_s, u"--repeat"_s, u"2"_s, u"--delay"_s, u"80"_s, u"1"_s}));
-        QCOMPARE(answers(), QByteArrayList{"#####disconnect_session=7"});
+        QCOMPARE(answers(), QByteArrayList({"#####close_chat=5", "#####disconnect_session=7"}));
         QCOMPARE(AgentFixture::sessionLists(), u"[8Bob][8Bob]"_s);
     }
 
@@ -254,8 +194,10 @@ private Q_SLOTS:
         QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
         QVERIFY(xdotool({u"key"_s, u"space"_s, u"Return"_s}));
         QCOMPARE(answers(), QByteArrayList());
-        QVERIFY(xdotool({u"key"_s, u"Tab"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s}));
-        QCOMPARE(answers(), QByteArrayList({"#####chat_request=7", "#####disconnect_session=7"}));
+        const QString keys = u"key Tab Tab space Tab Tab space shift+Tab space"_s;
+        QVERIFY(xdotool(keys.split(u' ')));
+        QCOMPARE(answers(), QByteArrayList({"#####chat_request=7", "#####chat_request=8",
+                                            "#####disconnect_session=7"}));
     }
 
     void theQuestionStaysInFront()
@@ -272,11 +214,11 @@ private Q_SLOTS:
         for (const char* const name : {"MessageInbox", "ChatController", "ConnectionStatus",
                                        "window", "AboutController", "ActivityWindow"}) {
             QVERIFY2(QTest::qWaitForWindowExposed(window(name)), name);
-            QTRY_COMPARE(topWindow(), static_cast<xcb_window_t>(question->winId()));
+            QTRY_VERIFY(isOnTop(*question));
             QVERIFY2(question->isActiveWindow(), name);
             // Not even the person's own click hides it.
             QVERIFY2(activate(window(name)), name);
-            QTRY_COMPARE(topWindow(), static_cast<xcb_window_t>(question->winId()));
+            QTRY_VERIFY(isOnTop(*question));
             QVERIFY(activate(question));
         }
     }
@@ -287,11 +229,11 @@ private Q_SLOTS:
         QVERIFY(activate(window("ChatController")));
         AppDelegate::userAcknowledgeRequest(1, u"srv"_s, u"Ann"_s);
         QWidget* const question = window("UserAcknowlegement");
-        QTRY_VERIFY(wantsAttention(question));
+        QTRY_VERIFY(wantsAttention(*question));
         QTest::qWait(200);
         QVERIFY(!question->isActiveWindow()); // the person writes in the chat
         QVERIFY(activate(question));
-        QTRY_VERIFY(!wantsAttention(question));
+        QTRY_VERIFY(!wantsAttention(*question));
         (void)xdotool({u"windowminimize"_s, QString::number(question->winId())});
         QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
         (void)xdotool({u"key"_s, u"alt+F4"_s});
@@ -312,8 +254,7 @@ private Q_SLOTS:
             const auto told = static_cast<quint32>(before + offset);
             WindowActivation::noteAction(told);
             WindowActivation::present(&window);
-            const auto time =
-                ::property(static_cast<xcb_window_t>(window.winId()), "_NET_WM_USER_TIME").value(0);
+            const auto time = xprop(window, u"_NET_WM_USER_TIME"_s).split(' ').last().toUInt();
             if (offset == -30'000) {
                 QCOMPARE(time, told);
             } else {
@@ -323,14 +264,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char* argv[])
-{
-    if (argc > 1 && QByteArray(argv[1]) == "--editor") {
-        return Editor::run(argc, argv);
-    }
-    QApplication application(argc, argv);
-    TestHabits test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(TestHabits)
 #include "tst_habits.moc"

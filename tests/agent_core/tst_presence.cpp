@@ -1,5 +1,6 @@
 #include "AgentFixture.h"
 #include "NotificationServer.h"
+#include "ServiceMessages.h"
 #include "records/Intervals.h"
 #include "windows/ActivityWindow.h"
 #include "windows/UserAcknowlegement.h"
@@ -10,23 +11,9 @@
 #include <QTreeWidget>
 
 using namespace Qt::StringLiterals;
+using namespace ServiceMessages;
 
-namespace {
-
-QByteArray session(const QByteArray& command, const QByteArray& name)
-{
-    return command + "{\"session\":7,\"deviceName\":\"d\",\"controlName\":\"" + name + "\"}";
-}
-
-QByteArray status(const QByteArray& sessions)
-{
-    return R"(status={"accountIsValid":true,"gateway":"gw","sessionId":"","sessions":[)" +
-           sessions + "]}";
-}
-
-constexpr const char* kAnn = R"({"session":7,"remoteDevice":"d","remoteControlUser":"Ann"})";
-
-} // namespace
+const QByteArray kAnn = session(7, "Ann");
 
 // What the person is told of what happens to the computer, now or later.
 class TestPresence : public QObject {
@@ -97,7 +84,7 @@ private Q_SLOTS:
     void sessionsAreTold()
     {
         start();
-        QVERIFY(m_agent->send(session("connected_session=", "<b>Ann</b>")));
+        QVERIFY(m_agent->send(connected(7, "<b>Ann</b>")));
         QTRY_COMPARE(m_server->title(), u"Session began: <b>Ann</b>"_s);
         QCOMPARE(m_server->urgency(), 1);
         QVERIFY(m_agent->send("disconnected_session=7"));
@@ -110,7 +97,7 @@ private Q_SLOTS:
 
         m_calls.clear();
         m_agent->allowShowing("false");
-        QVERIFY(m_agent->send(session("connected_session=", "Bob")));
+        QVERIFY(m_agent->send(connected(7, "Bob")));
         QVERIFY(m_agent->send("disconnected_session=7"));
         QCOMPARE(takeCalls(), QString());
     }
@@ -142,7 +129,7 @@ private Q_SLOTS:
         start();
         AppDelegate::screenLockChanged(true);
         AppDelegate::noteAccepted(u"Ann"_s);
-        QVERIFY(m_agent->send(session("connected_session=", "Ann")));
+        QVERIFY(m_agent->send(connected(7, "Ann")));
         QVERIFY(m_agent->send("disconnected_session=7"));
         QVERIFY(m_agent->send(R"(execute_command={"session":7,"exec":"true"})"));
         QVERIFY(AppDelegate::state().awayItem->isVisible());
@@ -212,7 +199,7 @@ private Q_SLOTS:
         QVERIFY(m_agent->send("account_invalid")); // the icon is left alone
         QCOMPARE(tip(), u"KRD – Not linked"_s);
         QVERIFY(m_agent->send("connected_gateway=gw"));
-        QVERIFY(m_agent->send(session("connected_session=", "Ann")));
+        QVERIFY(m_agent->send(connected(7, "Ann")));
         QCOMPARE(tip(), u"KRD – In session: Ann"_s);
     }
 
@@ -226,7 +213,10 @@ private Q_SLOTS:
         start();
         QVERIFY(m_agent->send(status(kAnn)));
         AppDelegate::connectionDisplay();
-        QVERIFY(!window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s)->isVisible());
+        const auto isShown = [](const QString& button) {
+            return window("ConnectionStatus")->findChild<QWidget*>(button)->isVisible();
+        };
+        QVERIFY(!isShown(u"abort"_s) && isShown(u"ChatButton"_s));
     }
 };
 

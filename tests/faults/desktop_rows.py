@@ -6,7 +6,7 @@ import sys
 import time
 
 import harness
-from harness import SUPPORT, Agent, until
+from harness import SUPPORT, Agent
 from rows import child, message, row, session, use
 
 
@@ -117,28 +117,6 @@ def accessibility_bus_hangs():
     figures = use(Agent())
     launcher.kill()
     return figures
-
-
-@row("--display", "--bus", "--tray")
-def panel_restarts():
-    """The tray goes and comes back: so does the icon."""
-    ui = harness.ui()
-    agent = Agent()
-    agent.watch(0.5)
-
-    def has_icon():
-        return any(ui.is_tray_icon(size) for size in ui.windows("--onlyvisible").values())
-
-    until("the icon", has_icon)
-    os.kill(child("trayer"), signal.SIGKILL)
-    until("no icon", lambda: not has_icon())
-    main = agent.watch(0.5)
-    begin = time.monotonic()
-    panel = subprocess.Popen(["trayer", "--SetDockType", "true"], stderr=subprocess.DEVNULL)
-    until("the icon again", has_icon)
-    back = time.monotonic() - begin
-    panel.kill()
-    return {"main s": main, "icon back s": back}
 
 
 @row("--display", "--bus")

@@ -1,4 +1,4 @@
-"""What the rows of ./faults and ./soak share: a service, the agent linked to it, and its figures."""
+"""What the rows of ./faults share: a service, the agent linked to it, and its figures."""
 import importlib.machinery
 import importlib.util
 import json
@@ -42,8 +42,8 @@ class Agent:
 
     all = []
 
-    def __init__(self, environment=None, limits=None, account=None, program=None, root=None,
-                 link=True, receive_buffer=None):
+    def __init__(self, environment=None, limits=None, account=None, root=None, link=True,
+                 receive_buffer=None):
         self.root = root or tempfile.mkdtemp(prefix="vantory-faults-")
         self.preferences = f"{self.root}/Library/Preferences/vantoryAgent"
         logs = f"{self.root}/var/lib/Halvern/vantoryAgent/logs"
@@ -66,7 +66,7 @@ class Agent:
             if account is not None:
                 os.setuid(account)
 
-        program = program or f"{os.environ['VANTORY_BUILD']}/vantoryAgent.app/vantoryAgent"
+        program = f"{os.environ['VANTORY_BUILD']}/vantoryAgent.app/vantoryAgent"
         begin = time.monotonic()
         self.process = subprocess.Popen(
             [program, f"port={self.server.getsockname()[1]}"], start_new_session=True,
@@ -104,20 +104,21 @@ class Agent:
                 assert time.monotonic() < end, f"{text[:40]} is not read"
                 time.sleep(0)
 
+    def pull(self):
+        try:
+            data = self.link.recv(65536)
+            assert data, f"the link ended after {self.received[-200:]}"
+            self.received += data
+        except TimeoutError:
+            pass
+
     def expect(self, message, seconds=PATIENCE):
-        """Waits for a message that begins so; takes it and what came before it, and returns it."""
+        """Waits for a message that begins so; takes it and what came before it, which it returns."""
         wanted = MARKER + message.encode()
-        end = time.monotonic() + seconds
-        while wanted not in self.received:
-            assert time.monotonic() < end, f"no {message} within {seconds} s"
-            try:
-                data = self.link.recv(65536)
-                assert data, f"the link ended before {message}"
-                self.received += data
-            except TimeoutError:
-                pass
-        _, self.received = self.received.split(wanted, 1)
-        return message
+        until(message, lambda: wanted in self.received or self.pull() or wanted in self.received,
+              seconds)
+        before, self.received = self.received.split(wanted, 1)
+        return before
 
     def command(self, line, seconds=PATIENCE):
         """Runs a command; its status, which the link's own thread sends."""
@@ -129,12 +130,6 @@ class Agent:
         status, self.received = self.received.split(b" }", 1)
         self.command_seconds = time.monotonic() - begin
         return int(status)
-
-    def pull(self):
-        try:
-            self.received += self.link.recv(65536)
-        except TimeoutError:
-            pass
 
     def ask(self, seconds=PATIENCE):
         """How many seconds the main thread takes to do all that was sent, and answer."""
@@ -194,28 +189,17 @@ class Agent:
     def wakeups(self, seconds):
         """How often its threads wait and wake up in this time: what a timer too many would show."""
         def count():
-            tasks = f"/proc/{self.pid}/task"
-            return sum(int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)",
-                                     open(f"{tasks}/{task}/status").read(), re.M).group(1))
-                       for task in os.listdir(tasks))
+            tasks = subprocess.check_output(f"cat /proc/{self.pid}/task/*/status", shell=True, text=True)
+            return sum(map(int, re.findall(r"^voluntary_ctxt_switches:\s+(\d+)", tasks, re.M)))
         before = count()
         time.sleep(seconds)
         return count() - before
 
 
-def windows():
-    """The agent's X windows, those that aren't shown included."""
-    for _ in range(10):  # the search finds none where a window goes while it is looked at
-        found = subprocess.run(["xdotool", "search", "--class", "vantoryAgent"],
-                               capture_output=True, text=True)
-        if found.stdout:
-            break
-    return [int(line) for line in found.stdout.split()]
-
-
 def x_resources():
     """What the X server keeps for the agent: told by its X-Resource extension."""
-    own = windows()
+    # The search finds none where a window goes while it is looked at.
+    own = until("the windows", lambda: list(ui().windows()))
     with socket.socket(socket.AF_UNIX) as server:
         server.connect(f"/tmp/.X11-unix/X{os.environ['DISPLAY'].lstrip(':').split('.')[0]}")
         stream = server.makefile("rwb")
@@ -231,7 +215,7 @@ def x_resources():
         stream.read(4 * struct.unpack("<H", stream.read(8)[6:8])[0])
         name = b"X-Resource"
         head, _ = ask(struct.pack("<BBHHH12s", 98, 0, 5, len(name), 0, name))
-        client = own[0] & ~0x1FFFFF if own else 0
+        client = int(own[0]) & ~0x1FFFFF
         _, counts = ask(struct.pack("<BBHI", head[9], 2, 2, client))
         head, _ = ask(struct.pack("<BBHI", head[9], 3, 2, client))
         return {"windows": len(own),

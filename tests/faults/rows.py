@@ -48,6 +48,9 @@ def use(agent):
     agent.send("receive_chat=", {"context": 4, "from": "Ann", "text": "Hello"})
     agent.send("user_acknowledgement=7;srv;Ann")
     agent.send("close_acknowledgement")
+    agent.send('execute_command={"session":9,"exec":"true"}')
+    before = agent.expect('result_command={ "session" : 9,')
+    assert b"accept_connection" not in before, "the screen counts as locked"
     main = agent.watch(2)
     command = max(agent.command("true") and 0 or agent.command_seconds for _ in range(3))
     assert main < PATIENCE, f"the main thread hung for {main} s"

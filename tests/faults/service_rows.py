@@ -6,8 +6,13 @@ import threading
 import time
 
 import harness
-from harness import HERE, VALID, Agent, until
+from harness import HERE, Agent, until
 from rows import message, row, session
+
+
+def place_of(ui, button):
+    return ui.until(f"no {button}", lambda: next(
+        (ui.centre(node) for node in ui.everything() if node.get_name() == button), None))
 
 
 @row(cases=("closes", "resets"))
@@ -26,27 +31,16 @@ def service_killed(how):
     return {"steps": len(steps), "longest end s": worst}
 
 
-@row()
-def service_half_closed():
-    """The service sends nothing more and still reads: it gets the running command's status."""
-    agent = Agent()
-    agent.send('execute_command={"session":3,"exec":"sleep 1; exit 4"}')
-    agent.link.shutdown(1)
-    agent.expect('result_command={ "session" : 3, "status" : 4 }')
-    return {"end s": agent.ends([0])}
-
-
 @row("--display", "--bus", "--tray", "--size", "3840x2160", cases=("1000", "10000"), slow=("10000",))
 def flood(count):
     """So many messages and chats: "End this session" is clicked in the middle."""
     ui = harness.ui()
     agent = Agent()
     agent.send("connected_session=", session(7))
-    button = ui.until("no button", lambda: next(
-        (node for node in ui.everything() if node.get_name() == "End this session"), None))
+    place_of(ui, "End this session")
     subprocess.run(["xdotool", "search", "--name", "vantory", "windowmove", "3000", "1700"])
     time.sleep(1)  # the row must be at rest before it hears a click
-    x, y = ui.centre(button)
+    place = place_of(ui, "End this session")
     before = agent.figures()
     sent = []
 
@@ -62,7 +56,7 @@ def flood(count):
     thread.start()
     until("the middle", lambda: len(sent) >= int(count) // 2, 120)
     clicked = time.monotonic()
-    ui.xdotool("mousemove", x, y, "click", 1)
+    ui.xdotool("mousemove", *place, "click", 1)
     agent.expect("disconnect_session=7")
     click = time.monotonic() - clicked
     thread.join()
@@ -80,15 +74,14 @@ def service_does_not_read():
     ui = harness.ui()
     agent = Agent(receive_buffer=4096)
     agent.send("connected_session=", session(7))
-    button = ui.until("no button", lambda: next(
-        (node for node in ui.everything() if node.get_name() == "Chat"), None))
+    place_of(ui, "Chat")
     time.sleep(1)
     count = 0
     while agent.waiting()[0] < 50_000:
         agent.send("execute_command={")
         count += 1
     asked = time.monotonic()
-    place = ui.centre(button)
+    place = place_of(ui, "Chat")
     main = time.monotonic() - asked
     ui.xdotool("mousemove", *place, "click", 1)
     until("the click", lambda: agent.pull() or b"chat_request=7" in agent.received)

@@ -48,8 +48,8 @@ private Q_SLOTS:
         // Steps: "up" starts a server, which takes the former one's place; "silent" lets it answer
         // nothing more, "answer" only its last call, "refuse" that with an error, and "late" is the
         // former one's answer; "click1", "other1" and "close1" are its signals about 1, with "*"
-        // another sender's. "Qx" shows "x" at the question's place, "Q-" withdraws it. "|" waits
-        // for the calls, among which "!Q" is a click.
+        // another sender's. "Qx" shows "x" at the question's place, and "QX" what stays there; "Q-"
+        // withdraws it. "|" waits for the calls, among which "!Q" is a click.
         QTest::addColumn<QString>("steps");
         QTest::addColumn<QString>("calls");
         QTest::addRow("only the newest, one at a time")
@@ -67,6 +67,8 @@ private Q_SLOTS:
         QTest::addRow("the former server answers late")
             << u"up silent Qa | up late | Qb | silent Qc | up late | Qd |"_s
             << u"? | | ? b>0 | c>1 | | ? d>0 |"_s;
+        QTest::addRow("the next server shows what stays")
+            << u"Sa QB | up | up | close1 | up |"_s << u"| ? B>0 | ? B>0 | | |"_s;
     }
 
     void calls()
@@ -109,35 +111,10 @@ private Q_SLOTS:
             } else if (const auto place = Place(u"QSA"_s.indexOf(step[0])); step[1] == u'-') {
                 notifications.withdraw(place);
             } else {
-                notifications.show(place, {step.sliced(1), {}});
+                notifications.show(place, {step.sliced(1), {}, false, step[1].isUpper()});
             }
         }
         QCOMPARE(log.join(u' '), calls);
-    }
-
-    void whatStaysIsShownByTheNextServer()
-    {
-        QStringList calls;
-        Notifications notifications(u"App"_s, {});
-        notifications.show(Place::Sessions, {u"passes"_s, {}, false, false});
-        notifications.show(Place::Question, {u"stays"_s, {}, true, true});
-        QTest::qWait(100); // nobody is there
-        for (const bool isClosed : {false, true}) {
-            NotificationServer server(calls);
-            QTRY_COMPARE(calls, QStringList({u"?"_s, u"stays>0"_s}));
-            calls.clear();
-            if (isClosed) {
-                auto closed = QDBusMessage::createSignal(NotificationServer::kPath,
-                                                         NotificationServer::kService,
-                                                         u"NotificationClosed"_s);
-                closed << 1U << 2U;
-                server.bus.send(closed);
-                QTest::qWait(100);
-            }
-        }
-        NotificationServer third(calls);
-        QTest::qWait(200);
-        QCOMPARE(calls, QStringList());
     }
 };
 

@@ -124,13 +124,6 @@ private Q_SLOTS:
         QCOMPARE(m_error, 0);
     }
 
-    void noticesABrokenLinkWhileTheQueueIsBusy()
-    {
-        QVERIFY(start() && makeBusy());
-        reset();
-        QTRY_VERIFY((m_connection->send("#####request=connections_status"), m_error > 0));
-    }
-
     // Nothing of what another account's program sends is acted on, however it goes about it.
     void refusesAnotherAccount_data()
     {

@@ -30,13 +30,6 @@ void waitForProgramEnd()
     endProgram(0);
 }
 
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 AgentFixture::AgentFixture()
 {
     static const bool isAttached = (MainQueue::attach(), WindowActivation::watchInput(), true);
@@ -92,19 +85,11 @@ QByteArrayList AgentFixture::sent()
 {
     m_received += m_agent->readAll();
     QByteArrayList messages;
-    qsizetype begin = m_received.indexOf("#####");
-    while (begin >= 0) {
-        const qsizetype next = m_received.indexOf("#####", begin + 5);
-        messages.append(m_received.mid(begin, next < 0 ? -1 : next - begin));
-        begin = next;
+    for (const QString& text :
+         QString::fromUtf8(m_received).split(u"#####"_s, Qt::SkipEmptyParts)) {
+        messages.append("#####" + text.toUtf8());
     }
     return messages;
-}
-
-QByteArrayList AgentFixture::sentSoFar()
-{
-    m_agent->waitForReadyRead(0);
-    return sent();
 }
 
 void AgentFixture::forget()
@@ -145,15 +130,12 @@ QString AgentFixture::preferences(const QString& name) const
 
 void AgentFixture::allowShowing(const QByteArray& flag)
 {
-    QByteArray document = R"({"settings":{"allow_message_to_devices":true,)"
-                          R"("allow_chat_to_devices":true,)"
-                          R"("require_user_acknowledgement_for_devices":true,)"
-                          R"("allow_file_transfer_to_devices":true,)"
-                          R"("allow_devices_to_be_viewed":true)";
-    if (!flag.isEmpty()) {
-        document += ",\"show_agent_ui_on_connection\":" + flag;
-    }
-    writeFile(preferences(u"gateway.json"_s), document + "}}");
+    writeFile(preferences(u"gateway.json"_s),
+              R"({"settings":{"allow_message_to_devices":true,"allow_chat_to_devices":true,)"
+              R"("require_user_acknowledgement_for_devices":true,)"
+              R"("allow_file_transfer_to_devices":true,"allow_devices_to_be_viewed":true,)"
+              R"("show_agent_ui_on_connection":)" +
+                  flag + "}}");
 }
 
 QString AgentFixture::sessionLists()
@@ -182,4 +164,10 @@ QWidget* AgentFixture::topLevel(const char* name)
     found.removeIf(
         [name](const QWidget* widget) { return widget->objectName() != QLatin1StringView(name); });
     return found.value(0);
+}
+
+void AgentTest::init()
+{
+    m_agent = std::make_unique<AgentFixture>();
+    QVERIFY(m_agent->start());
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "WriteFile.h"
 #include "agent_state/AppDelegate.h"
 #include "windows/ConnectionStatus.h"
 
@@ -28,8 +29,6 @@ public:
     void write(const QByteArray& message);
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
-    // Likewise, without a turn of the event loop.
-    QByteArrayList sentSoFar();
     void forget();
 
     // The messages of a log file, times stripped.
@@ -38,7 +37,7 @@ public:
 
     // Where the files of the agent's preferences lie.
     [[nodiscard]] QString preferences(const QString& name) const;
-    // Leaves allowed settings; "true", "false", or empty for a document without the flag.
+    // Leaves allowed settings; the flag is "true" or "false".
     void allowShowing(const QByteArray& flag);
     // The bundle's options besides the port; before start().
     QByteArray options;
@@ -61,4 +60,14 @@ private:
     QByteArray m_received;
 };
 
-bool writeFile(const QString& path, const QByteArray& bytes);
+// A test whose cases have a new agent each, which is linked.
+class AgentTest : public QObject {
+    Q_OBJECT
+
+protected:
+    std::unique_ptr<AgentFixture> m_agent;
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { m_agent.reset(); }
+};

@@ -34,17 +34,10 @@ void pressByKey(QPushButton& button)
 
 } // namespace
 
-class TestAcknowledgement : public QObject {
+class TestAcknowledgement : public AgentTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_agent = std::make_unique<AgentFixture>();
-        QVERIFY(m_agent->start());
-    }
-    void cleanup() { m_agent.reset(); }
-
     void answersOnceByEveryWay()
     {
         QByteArrayList answers;
@@ -66,17 +59,10 @@ private Q_SLOTS:
     void strayKeysAndClosingAnswerNothing()
     {
         ask("42;srv;Ann");
-        const auto typeAway = [](QWidget* focus) {
-            for (const Qt::Key key :
-                 {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Escape}) {
-                QTest::keyClick(focus, key);
-            }
-        };
-        // Also with the focus on a button, as long as the dialog is deaf.
-        typeAway(m_accept);
-        pressByMouse(*m_accept);
         waitUntilAwake();
-        typeAway(m_dialog->focusWidget());
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Escape}) {
+            QTest::keyClick(m_dialog->focusWidget(), key);
+        }
         m_dialog->close();
         QVERIFY(m_dialog->isVisible());
         // Anything sent before would stand before this.
@@ -152,7 +138,6 @@ private:
     }
     void waitUntilAwake() const { QVERIFY(AgentFixture::waitUntilHeard(m_dialog)); }
 
-    std::unique_ptr<AgentFixture> m_agent;
     QWidget* m_dialog = nullptr;
     AcknowledgementText* m_question = nullptr;
     QPushButton* m_decline = nullptr;

@@ -11,7 +11,7 @@
 using namespace Qt::StringLiterals;
 
 // The connection status window on a real screen, with a real window manager.
-class TestConnectionStatus : public QObject {
+class TestConnectionStatus : public AgentTest {
     Q_OBJECT
 
 private:
@@ -21,7 +21,6 @@ private:
         return m_agent->window()->findChild<Widget*>(QLatin1StringView(name));
     }
     QString text(const char* name) { return find<QLabel>(name)->text(); }
-    void click(const char* name) { QTest::mouseClick(find<QWidget>(name), Qt::LeftButton); }
     static ConnectionStatus& status() { return *AppDelegate::state().connectionStatus; }
 
     static void addSession(qint64 number, const QString& name, double secondsAgo)
@@ -40,32 +39,22 @@ private:
         m_agent->forget();
     }
 
-    std::unique_ptr<AgentFixture> m_agent;
-
 private Q_SLOTS:
-    void init()
-    {
-        m_agent = std::make_unique<AgentFixture>();
-        QVERIFY(m_agent->start());
-    }
-    void cleanup() { m_agent.reset(); }
-
-    void clockTexts_data()
-    {
-        QTest::addColumn<double>("seconds");
-        QTest::addColumn<QString>("text"); // empty: as it was
-        QTest::newRow("nothing yet") << 1.0 << "";
-        QTest::newRow("just over") << 1.001 << "0:01";
-        QTest::newRow("almost a minute") << 59.5 << "0:59";
-        QTest::newRow("an hour") << 3600.0 << "1:00:00";
-        QTest::newRow("a day") << 90061.0 << "1:01:01:01";
-        QTest::newRow("no number") << qQNaN() << "";
-        QTest::newRow("beyond all clocks") << 1e300 << "";
-    }
     void clockTexts()
     {
-        QFETCH(double, seconds);
-        QTEST(elapsedText(seconds).value_or(QString()), "text");
+        const std::pair<double, QString> expectations[] = {
+            // empty: as it was
+            {1.0, {}},
+            {1.001, u"0:01"_s},
+            {59.5, u"0:59"_s},
+            {3600.0, u"1:00:00"_s},
+            {90061.0, u"1:01:01:01"_s},
+            {qQNaN(), {}},
+            {1e300, {}},
+        };
+        for (const auto& [seconds, text] : expectations) {
+            QCOMPARE(elapsedText(seconds).value_or(QString()), text);
+        }
     }
 
     void staysInItsCornerAtEveryHeight()
@@ -113,7 +102,8 @@ private Q_SLOTS:
         AppDelegate::removeConnectionSession(-7);
         status().config();
         QCOMPARE(text("ControlUserName"), u"Bob"_s);
-        QCOMPARE(text("timing"), u"1:02:03"_s); // never Ann's time under Bob's name
+        QCOMPARE(text("timing"), u"1:02:03"_s);        // never Ann's time under Bob's name
+        QVERIFY(!find<QWidget>("slot2")->isVisible()); // out of the keyboard's reach
         QCOMPARE(text("timing2"), QString());
         // The keyboard does not pass to the other session's button.
         QCOMPARE(m_agent->window()->focusWidget(), find<QWidget>("agentDesc"));
@@ -122,17 +112,6 @@ private Q_SLOTS:
         status().config();
         QCOMPARE(text("timing") + text("ControlUserName"), QString());
         QVERIFY(!status().isAnyClockRunning());
-    }
-
-    void endButtonsFollowTheManagement()
-    {
-        addSession(7, u"Ann"_s, 5);
-        status().present();
-        QVERIFY(find<QWidget>("abort")->isVisible());
-        QVERIFY(!find<QWidget>("slot2")->isVisible()); // out of the keyboard's reach
-        AppDelegate::setManaged(false);
-        status().config();
-        QVERIFY(!find<QWidget>("abort")->isVisible() && find<QWidget>("ChatButton")->isVisible());
     }
 
     void longNamesStayInTheWindow()
