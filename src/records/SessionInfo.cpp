@@ -1,5 +1,7 @@
 #include "records/SessionInfo.h"
 
+#include <QTimeZone>
+
 namespace {
 
 // 2001-01-01 00:00:00 UTC, in milliseconds since the Unix epoch.
@@ -19,5 +21,5 @@ QDateTime sessionDateTime(double sessionDate)
         return {};
     }
     const auto milliseconds = static_cast<qint64>(sessionDate * 1000);
-    return QDateTime::fromMSecsSinceEpoch(kReferenceDate + milliseconds, Qt::UTC);
+    return QDateTime::fromMSecsSinceEpoch(kReferenceDate + milliseconds, QTimeZone::utc());
 }

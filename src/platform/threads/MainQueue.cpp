@@ -34,10 +34,13 @@ Queue& queue()
 void runNext()
 {
     std::uint64_t one = 0;
+    if (::read(queue().counter, &one, sizeof one) != sizeof one) {
+        return;
+    }
     std::function<void()> work;
     {
         const std::lock_guard lock(queue().mutex);
-        if (::read(queue().counter, &one, sizeof one) != sizeof one || queue().work.empty()) {
+        if (queue().work.empty()) {
             return;
         }
         work = std::move(queue().work.front());
