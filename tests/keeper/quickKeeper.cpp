@@ -9,6 +9,6 @@ int main(int argc, char* argv[])
         arguments.push_back(QString::fromUtf8(argv[index]));
     }
     Keeper(arguments,
-           {.betweenLooks = 100ms, .besideAnother = 2s, .forDisplay = 1s, .forAgentsEnd = 1s})
+           {.betweenLooks = 100ms, .besideAnother = 1min, .forDisplay = 1s, .forAgentsEnd = 1s})
         .run();
 }
