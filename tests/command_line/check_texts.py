@@ -1,26 +1,21 @@
 #!/usr/bin/python3
 """check_texts.py SOURCE: the program's texts for a terminal are whole, and all of them are used."""
-import collections
 import json
 import pathlib
 import re
 import sys
 
-LANGUAGES = {"En", "Fr", "Es", "It", "Ge", "Ko", "Pt"}
-
 source = pathlib.Path(sys.argv[1])
-texts = json.loads((source / "resources/commands.json").read_text(encoding="utf-8"))
+texts, labels = (json.loads((source / f"resources/{name}.json").read_text(encoding="utf-8"))
+                 for name in ("commands", "translate"))
 code = "".join(path.read_text(encoding="utf-8")
                for path in (source / "src/command_line").glob("*.cpp"))
 used = set(re.findall(r'"([a-z]+\.[a-zA-Z]+)"_L1', code))
-faults = [f"{key}: is not in commands.json" for key in used - set(texts)]
-faults += [f"{key}: is not used" for key in set(texts) - used]
+faults = [f"{key}: is used and missing, or there and not used" for key in used ^ set(texts)]
 for key, forms in texts.items():
-    if set(forms) != LANGUAGES or not all(forms.values()):
+    if set(forms) != set(labels) or not all(forms.values()):
         faults.append(f"{key}: lacks a language, or has one too many")
-    places = collections.Counter(tuple(sorted(re.findall(r"%\d", form)))
-                                 for form in forms.values())
-    if len(places) > 1:
-        faults.append(f"{key}: its languages have different values: {list(places)}")
+    if len({tuple(sorted(re.findall(r"%\d", form))) for form in forms.values()}) > 1:
+        faults.append(f"{key}: its languages do not have the same values")
 print("\n".join(faults) or f"{len(texts)} texts are whole")
 sys.exit(1 if faults or not used else 0)
