@@ -6,13 +6,14 @@ import re
 import sys
 
 source = pathlib.Path(sys.argv[1])
-texts = json.loads((source / "resources/commands.json").read_text(encoding="utf-8"))
+texts, labels = (json.loads((source / f"resources/{name}.json").read_text(encoding="utf-8"))
+                 for name in ("commands", "translate"))
 code = "".join(path.read_text(encoding="utf-8")
                for path in (source / "src/command_line").glob("*.cpp"))
 used = set(re.findall(r'"([a-z]+\.[a-zA-Z]+)"_L1', code))
 faults = [f"{key}: is used and missing, or there and not used" for key in used ^ set(texts)]
 for key, forms in texts.items():
-    if set(forms) != set("En Fr Es It Ge Ko Pt".split()) or not all(forms.values()):
+    if set(forms) != set(labels) or not all(forms.values()):
         faults.append(f"{key}: lacks a language, or has one too many")
     if len({tuple(sorted(re.findall(r"%\d", form))) for form in forms.values()}) > 1:
         faults.append(f"{key}: its languages do not have the same values")
