@@ -1,6 +1,7 @@
 // A chat's transcript: whatever is said, it is written to its end, painted, and copied as it was.
 #include "chat/ChatTranscript.h"
 #include "support/Fuzzing.h"
+#include "support/Offscreen.h"
 #include "window_kit/ShownText.h"
 
 #include <QApplication>
@@ -17,16 +18,6 @@ namespace {
 constexpr int kMostSteps = 24;
 constexpr int kMostTurns = 10'000;
 const QString kEnd = u"the end"_s;
-
-// A program that has no display.
-void startApplication()
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argumentCount = 1;
-    static char name[] = "fuzz";
-    static char* arguments[] = {name, nullptr};
-    static const QApplication application(argumentCount, arguments);
-}
 
 class Chat {
 public:
@@ -99,7 +90,7 @@ private:
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    startApplication();
+    offscreenApplication();
     Chat chat;
     Input input(viewOf(data, size));
     for (int i = 0; i < kMostSteps && !input.isEmpty(); ++i) {

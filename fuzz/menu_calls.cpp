@@ -2,8 +2,8 @@
 #include "platform/desktop/DBusMenu.h"
 #include "platform/desktop/DBusStruct.h"
 #include "support/Fuzzing.h"
+#include "support/Offscreen.h"
 
-#include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -19,7 +19,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kMostSteps = 16;
-const QString kMenu = u"com.canonical.dbusmenu"_s;
 
 // A program that has no display, and the two ends of a connection to it.
 class Program {
@@ -52,20 +51,10 @@ public:
     }
 
 private:
-    QApplication& m_application = application();
+    QApplication& m_application = offscreenApplication();
     QDBusServer m_server{u"unix:tmpdir=/tmp"_s};
     std::unique_ptr<QDBusConnection> m_agents;
     std::unique_ptr<QDBusConnection> m_hosts;
-
-    static QApplication& application()
-    {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argumentCount = 1;
-        static char name[] = "fuzz";
-        static char* arguments[] = {name, nullptr};
-        static QApplication theApplication(argumentCount, arguments);
-        return theApplication;
-    }
 };
 
 class Session {
@@ -78,7 +67,7 @@ public:
 
     void step()
     {
-        switch (m_input.below(8)) {
+        switch (m_input.below(9)) {
         case 0:
             addAction();
             break;
@@ -86,33 +75,36 @@ public:
             changeAction();
             break;
         case 2:
-            askLayout();
+            click();
             break;
         case 3:
-            ask(u"Event"_s, {m_input.any(), word(), value(), static_cast<uint>(m_input.any())});
+            askLayout();
             break;
         case 4:
-            askGroup();
-            break;
-        case 5:
             ask(u"GetProperty"_s, {id(), word()});
             break;
+        case 5:
+            ask(u"GetGroupProperties"_s, {ids(), words()});
+            break;
         case 6:
-            ask(word(), values());
+            ask(u"AboutToShowGroup"_s, {ids()});
+            break;
+        case 7:
+            ask(u"EventGroup"_s, {QVariant::fromValue(QList<DBusMenuEvent>{event(), event()})});
             break;
         default:
-            click();
+            ask(word(), QVariantList{value(), value(), value(), value()}.first(m_input.below(5)));
         }
     }
 
 private:
-    QDBusMessage ask(const QString& method, const QVariantList& arguments,
-                     const QString& interface = kMenu)
+    QDBusMessage ask(const QString& method, const QVariantList& arguments)
     {
         // Qt itself sends no call with an invalid name.
         const bool isName = !method.isEmpty() && method.front().isLetter();
-        auto question = QDBusMessage::createMethodCall(QString(), DBusMenu::path(), interface,
-                                                       isName ? method : u"AboutToShow"_s);
+        auto question =
+            QDBusMessage::createMethodCall(QString(), DBusMenu::path(), u"com.canonical.dbusmenu"_s,
+                                           isName ? method : u"AboutToShow"_s);
         question.setArguments(arguments);
         return m_program.ask(question);
     }
@@ -122,9 +114,7 @@ private:
         QAction* const action = m_menu.addAction(m_input.text());
         action->setSeparator(m_input.below(4) == 0);
         action->setShortcut(QKeySequence(m_input.any()));
-        if (m_input.below(4) == 0) {
-            action->setIcon(QPixmap(16, 16));
-        }
+        action->setIcon(m_input.below(4) == 0 ? QIcon(QPixmap(16, 16)) : QIcon());
         QObject::connect(action, &QAction::triggered, action, [this, action] {
             require(action->isEnabled() && action->isVisible(), "what is triggered can be");
             ++m_clicks;
@@ -134,21 +124,13 @@ private:
     void changeAction()
     {
         const auto actions = m_menu.actions();
-        if (actions.isEmpty()) {
-            return;
-        }
-        QAction* const action = actions.at(m_input.below(256) % actions.size());
-        switch (m_input.below(4)) {
-        case 0:
+        QAction* const action = actions.value(m_input.below(8));
+        const int change = m_input.below(4);
+        if (action == nullptr || change == 0) {
             delete action;
-            break;
-        case 1:
-            action->setVisible(!action->isVisible());
-            break;
-        case 2:
-            action->setEnabled(!action->isEnabled());
-            break;
-        default:
+        } else {
+            action->setVisible(change != 1);
+            action->setEnabled(change != 2);
             action->setText(m_input.text());
         }
     }
@@ -157,38 +139,12 @@ private:
     {
         const int parent = m_input.below(2) == 0 ? 0 : id();
         const int depth = m_input.below(4) - 1;
-        const QDBusMessage answer = ask(u"GetLayout"_s, {parent, depth, QStringList(names())});
-        if (answer.type() == QDBusMessage::ReplyMessage) {
-            const auto layout = qdbus_cast<DBusMenuLayout>(answer.arguments().value(1));
-            const qsizetype children = parent == 0 && depth != 0 ? m_menu.actions().size() : 0;
-            require(layout.id == parent, "the layout is the item's");
-            require(layout.children.size() == children, "the layout has each action once");
-            m_known.clear();
-            for (const QVariant& child : layout.children) {
-                m_known.append(qdbus_cast<DBusMenuLayout>(child).id);
-            }
-        } else {
-            require(parent != 0, "the menu itself is known");
-        }
-    }
-
-    void askGroup()
-    {
-        QList<DBusMenuEvent> events;
-        QList<int> ids;
-        for (int i = m_input.below(8); i > 0; --i) {
-            ids.append(id());
-            events.append({id(), word(), QDBusVariant(i), static_cast<uint>(m_input.any())});
-        }
-        switch (m_input.below(3)) {
-        case 0:
-            ask(u"EventGroup"_s, {QVariant::fromValue(events)});
-            break;
-        case 1:
-            ask(u"AboutToShowGroup"_s, {QVariant::fromValue(ids)});
-            break;
-        default:
-            ask(u"GetGroupProperties"_s, {QVariant::fromValue(ids), names()});
+        const QDBusMessage answer = ask(u"GetLayout"_s, {parent, depth, words()});
+        const auto layout = qdbus_cast<DBusMenuLayout>(answer.arguments().value(1));
+        const qsizetype children = parent == 0 && depth != 0 ? m_menu.actions().size() : 0;
+        require(layout.children.size() == children, "the layout has each action once");
+        for (const QVariant& child : layout.children) {
+            m_known.append(qdbus_cast<DBusMenuLayout>(child).id);
         }
     }
 
@@ -209,6 +165,10 @@ private:
                                                   : m_input.any();
     }
 
+    QVariant ids() { return QVariant::fromValue(QList<int>{id(), id(), id()}); }
+
+    DBusMenuEvent event() { return {id(), word(), QDBusVariant(id()), 0}; }
+
     QString word()
     {
         static const QStringList known = {
@@ -220,40 +180,14 @@ private:
         return choice < known.size() ? known.at(choice) : m_input.text();
     }
 
-    QStringList names()
-    {
-        QStringList result;
-        for (int i = m_input.below(4); i > 0; --i) {
-            result.append(word());
-        }
-        return result;
-    }
+    QStringList words() { return QStringList{word(), word()}.first(m_input.below(3)); }
 
     QVariant value()
     {
-        switch (m_input.below(6)) {
-        case 0:
-            return m_input.any();
-        case 1:
-            return m_input.text();
-        case 2:
-            return names();
-        case 3:
-            return QVariant::fromValue(QDBusVariant(m_input.any()));
-        case 4:
-            return QVariantMap{{u"a"_s, m_input.text()}};
-        default:
-            return QVariant::fromValue(QList<int>{m_input.any(), 0});
-        }
-    }
-
-    QVariantList values()
-    {
-        QVariantList result;
-        for (int i = m_input.below(5); i > 0; --i) {
-            result.append(value());
-        }
-        return result;
+        const QVariant kinds[] = {
+            id(),    word(), QVariant::fromValue(QDBusVariant(id())), QVariantMap{{word(), id()}},
+            words(), ids()};
+        return kinds[m_input.below(6)];
     }
 
     const Program& m_program;
