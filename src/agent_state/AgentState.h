@@ -5,6 +5,7 @@
 #include "records/SessionInfo.h"
 #include "records/SettingsTexts.h"
 #include "settings/OemOptions.h"
+#include "settings/ServicePort.h"
 
 #include <QList>
 #include <QPointer>
@@ -36,7 +37,7 @@ struct AgentOptions {
     QString companyName = QString::fromLatin1("Halvern");
     QString appName;
     QString username; // the console user's; read once
-    quint16 portUI = 62188;
+    quint16 portUI = kUsualServicePort;
     bool displayPlatform = true;
     bool displayAgentType = true;
     bool displayChange = true;

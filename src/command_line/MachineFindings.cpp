@@ -12,6 +12,7 @@
 #include "service_link/ServiceAccounts.h"
 #include "settings/OemOptions.h"
 #include "settings/PortArgument.h"
+#include "settings/ServicePort.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
 
@@ -229,12 +230,11 @@ Findings MachineFindings::logs(const CommandTexts& texts)
 
 Findings MachineFindings::service(const CommandTexts& texts, const QStringList& arguments)
 {
-    constexpr quint16 kUsualPort = 62188;
-    const PortArgument asked = PortArgument::of(arguments);
-    const quint16 port = asked.port.value_or(OemOptions::read().port().value_or(kUsualPort));
+    const quint16 port = servicePort(arguments);
     Findings findings;
-    if (!asked.invalid.isEmpty()) {
-        findings.append(Finding::wrong(texts, "usage.badPort"_L1, {asked.invalid}));
+    const QString invalid = PortArgument::of(arguments).invalid;
+    if (!invalid.isEmpty()) {
+        findings.append(Finding::wrong(texts, "usage.badPort"_L1, {invalid}));
     }
     const auto owners = PortListener::ownersAt(port);
     const QString number = QString::number(port);

@@ -1,12 +1,12 @@
 #include "keeper/Keeper.h"
 
-#include "keeper/ServicePort.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/SessionLock.h"
 #include "platform/network/PortListener.h"
 #include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/processes/TerminationSignals.h"
+#include "settings/ServicePort.h"
 
 #include <atomic>
 #include <cstdio>

@@ -1,11 +1,10 @@
-#include "keeper/ServicePort.h"
+#include "settings/ServicePort.h"
 
 #include "settings/OemOptions.h"
 #include "settings/PortArgument.h"
 
 quint16 servicePort(const QStringList& arguments)
 {
-    constexpr quint16 kUsual = 62188;
     const auto port = PortArgument::of(arguments).port;
-    return port ? *port : OemOptions::read().port().value_or(kUsual);
+    return port ? *port : OemOptions::read().port().value_or(kUsualServicePort);
 }
