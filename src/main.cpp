@@ -15,7 +15,9 @@
 #include <QPixmapCache>
 #include <QSessionManager>
 
+#include <atomic>
 #include <cstdlib>
+#include <mutex>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -40,16 +42,20 @@ QStringList argumentsOf(int argc, char* argv[])
     return arguments;
 }
 
-bool hasDisplay = false;
+std::atomic_bool hasDisplay = false;
 
 // Qt's own messages are dropped: the program writes to its log files only. Those that end the
 // program are kept; until there is a display they say that there is none, and the first one before
 // says why.
 void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
+    static std::mutex mutex; // guards the reason
     static QString reason;
-    if (!hasDisplay && reason.isEmpty()) {
-        reason = message.trimmed();
+    if (!hasDisplay && type != QtDebugMsg && type != QtInfoMsg) {
+        const std::lock_guard lock(mutex);
+        if (reason.isEmpty()) {
+            reason = message.trimmed();
+        }
     }
     if (type != QtFatalMsg) {
         return;

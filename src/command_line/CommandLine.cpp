@@ -105,7 +105,9 @@ int CommandLine::showRunningAgent(const QStringList& arguments)
     const CommandTexts texts;
     const auto running = RunningAgent::present();
     const auto port = PortArgument::of(arguments).port;
-    if (running && port && *port != *running) {
+    if (!running) {
+        Terminal::complain(texts.text("start.noAnswer"_L1));
+    } else if (port && *port != *running) {
         Terminal::complain(
             texts.text("start.otherPort"_L1, {QString::number(*running), QString::number(*port)}));
     } else {

@@ -51,7 +51,7 @@ QString CommandTexts::text(QLatin1StringView key, const QStringList& values) con
 {
     const QString form = m_texts.value(key).toObject().value(m_language).toString();
     if (form.isEmpty()) {
-        return (QStringList(QString(key)) + values).join(u' ');
+        return ShownText::line((QStringList(QString(key)) + values).join(u' '), kLongestValue);
     }
     QString result;
     for (qsizetype place = 0; place < form.size(); ++place) {

@@ -4,9 +4,11 @@
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/DesktopFacts.h"
+#include "platform/display/DisplayConnection.h"
 #include "platform/files/FileFacts.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/RegularFile.h"
+#include "platform/files/SessionLock.h"
 
 #include <QStandardPaths>
 
@@ -119,9 +121,15 @@ Findings autostartFindings(const CommandTexts& texts)
     if (isSwitchedOff(own)) {
         return {Finding::wrong(texts, "doctor.autostartOff"_L1, {own, u"rm "_s + own})};
     }
-    if (FileFacts::of(own).kind != FileFacts::Kind::Regular &&
-        FileFacts::of(system).kind != FileFacts::Kind::Regular) {
+    const bool hasOwn = FileFacts::of(own).kind == FileFacts::Kind::Regular;
+    if (!hasOwn && FileFacts::of(system).kind != FileFacts::Kind::Regular) {
         return {Finding::wrong(texts, "doctor.autostartMissing"_L1, {system})};
+    }
+    if (!hasOwn && isSwitchedOff(system)) { // where the service starts the agent
+        return {Finding::known(texts, "doctor.autostartOffForAll"_L1, {system})};
+    }
+    if (Account::number() != 0 && !SessionLock::isTaken(DisplayConnection::keeperLock())) {
+        return {Finding::wrong(texts, "doctor.keeperIsMissing"_L1)};
     }
     return {Finding::known(texts, "doctor.agentIsMissing"_L1)};
 }

@@ -3,6 +3,7 @@
 #include "command_line/CommandTexts.h"
 #include "command_line/Terminal.h"
 #include "platform/accounts/Account.h"
+#include "platform/files/FileFacts.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/WholeFile.h"
 #include "settings/SettingsFile.h"
@@ -19,6 +20,8 @@ namespace {
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
+
+constexpr unsigned int kMode = 0644;
 
 bool isValid(const BackendSettings& settings)
 {
@@ -51,6 +54,14 @@ bool succeeded(const CommandTexts& texts, const QString& path, const std::option
         Terminal::complain(texts.text("enrol.failed"_L1, {path, *error}));
     }
     return !error;
+}
+
+// Whether the file has the owner and the mode that enrolling gives it.
+bool isAsWritten(const QString& path)
+{
+    const FileFacts facts = FileFacts::of(path);
+    return facts.kind == FileFacts::Kind::Regular && !facts.hasOtherNames && facts.owner == 0 &&
+           facts.group == 0 && facts.mode == kMode;
 }
 
 bool isRoot(const CommandTexts& texts)
@@ -94,13 +105,14 @@ int Enrolling::enrol(const CommandTexts& texts, const QString& entry, const QStr
         return kFailed;
     }
     const QString path = backendSettingsPath();
-    if (readBackendSettings(path).settings == settings) {
+    if (isAsWritten(path) && readBackendSettings(path).settings == settings) {
         Terminal::print(texts.text("enrol.same"_L1));
         return kDone;
     }
     const QByteArray bytes = (settingsPropertyList(*settings) + u'\n').toUtf8();
-    if (!succeeded(texts, path, WholeFile::write(path, bytes, 0644)) ||
-        !removeAccountFiles(texts)) {
+    // In this order: after a failure the next try does not find the new settings.
+    if (!removeAccountFiles(texts) ||
+        !succeeded(texts, path, WholeFile::write(path, bytes, kMode))) {
         return kFailed;
     }
     Terminal::print(texts.text("enrol.done"_L1));
@@ -113,13 +125,10 @@ int Enrolling::unenrol(const CommandTexts& texts)
         return kFailed;
     }
     const QString path = backendSettingsPath();
-    if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink()) {
-        Terminal::print(texts.text("enrol.none"_L1));
-        return kDone;
-    }
-    if (!succeeded(texts, path, WholeFile::remove(path)) || !removeAccountFiles(texts)) {
+    const bool isEnrolled = QFileInfo::exists(path) || QFileInfo(path).isSymLink();
+    if (!removeAccountFiles(texts) || !succeeded(texts, path, WholeFile::remove(path))) {
         return kFailed;
     }
-    Terminal::print(texts.text("enrol.taken"_L1));
+    Terminal::print(texts.text(isEnrolled ? "enrol.taken"_L1 : "enrol.none"_L1));
     return kDone;
 }

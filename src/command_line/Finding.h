@@ -18,9 +18,10 @@ struct Finding {
     }
 
     // Something to know.
-    [[nodiscard]] static Finding known(const CommandTexts& texts, QLatin1StringView key)
+    [[nodiscard]] static Finding known(const CommandTexts& texts, QLatin1StringView key,
+                                       const QStringList& values = {})
     {
-        return {texts.text(key), false};
+        return {texts.text(key, values), false};
     }
 };
 

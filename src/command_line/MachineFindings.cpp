@@ -60,7 +60,7 @@ Findings folderFindings(const CommandTexts& texts, const QString& path, const Fi
 // What keeps this account from reading a file that is there.
 Findings readFindings(const CommandTexts& texts, const QString& path, const FileFacts& facts)
 {
-    if (facts.kind != Kind::Regular) {
+    if (facts.kind != Kind::Regular || facts.hasOtherNames) {
         return {Finding::wrong(texts, "doctor.notOrdinary"_L1, {path, asRoot(u"rm -r "_s + path)})};
     }
     if (!facts.isReadable) {
@@ -81,7 +81,9 @@ Findings preferencesFindings(const CommandTexts& texts)
     const FileFacts facts = FileFacts::of(path);
     const auto administrators =
         LocalAccounts::administrators().value_or(LocalAccounts::Group{0, u"root"_s});
-    const bool isForAdministrators = facts.group == administrators.number && facts.mode == 02775;
+    const bool isForAdministrators =
+        QStringList{u"admin"_s, u"sudo"_s, u"wheel"_s}.contains(QFileInfo(path).group()) &&
+        facts.mode == 02775;
     // The choice of those who let nobody enrol in the window.
     const bool isForRoot = facts.group == 0 && facts.mode == 0755;
     return folderFindings(texts, path, facts,

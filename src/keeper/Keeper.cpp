@@ -6,8 +6,10 @@
 #include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/processes/TerminationSignals.h"
+#include "service_link/ServiceAccounts.h"
 #include "settings/ServicePort.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 
@@ -25,6 +27,16 @@ void say(const QString& text)
 {
     const QByteArray line = "vantoryAgentKeeper: " + text.toUtf8() + '\n';
     std::fputs(line.constData(), stderr);
+}
+
+// Whether somebody listens whom the agent would take for the service; true where that can't be
+// found out.
+bool isServiceAt(quint16 port)
+{
+    const auto owners = PortListener::ownersAt(port);
+    return !owners || std::any_of(owners->cbegin(), owners->cend(), [](quint32 owner) {
+        return !ServiceAccounts::refusalOf(owner, owner);
+    });
 }
 
 bool endedWith(const ChildProcess::Result& result, int status)
@@ -58,7 +70,7 @@ void Keeper::run()
         endProgram(1);
     }
     SessionLock lock;
-    const auto result = lock.take(u"vantoryAgentKeeper-%1.lock"_s.arg(display));
+    const auto result = lock.take(DisplayConnection::keeperLock());
     if (result == SessionLock::Result::Busy) {
         say(u"%1 has a keeper already"_s.arg(display));
         endProgram(0);
@@ -100,13 +112,13 @@ int Keeper::keep()
     return 0;
 }
 
-// Returns when somebody listens, or false when the display has gone.
+// Returns when the service listens, or false when the display has gone.
 bool Keeper::awaitService()
 {
     bool isWaiting = false;
     for (;;) {
         const quint16 port = servicePort(m_arguments);
-        if (PortListener::existsAt(port)) {
+        if (isServiceAt(port)) {
             if (isWaiting) {
                 say(u"starts the agent"_s);
             }

@@ -78,7 +78,10 @@ QString lockName()
     if (display.isEmpty()) {
         display = qEnvironmentVariable("WAYLAND_DISPLAY");
     }
-    return u"vantoryAgent-%1.lock"_s.arg(display);
+    // HOST:DISPLAY.SCREEN; all screens are one desktop.
+    const qsizetype colon = display.lastIndexOf(u':');
+    const qsizetype dot = colon < 0 ? -1 : display.indexOf(u'.', colon);
+    return u"vantoryAgent-%1.lock"_s.arg(dot < 0 ? display : display.first(dot));
 }
 
 } // namespace
@@ -130,7 +133,7 @@ void RunningAgent::Service::answer(Requests requests)
 void RunningAgent::Service::processOne()
 {
     const int done = sd_bus_process(m_bus.get(), nullptr);
-    if (done < 0) { // the bus is gone
+    if (done == -ECONNRESET || done == -ENOTCONN) { // the bus is gone
         m_notifier->setEnabled(false);
     } else if (done > 0) {
         const auto next = [this] { processOne(); };
@@ -163,8 +166,9 @@ int RunningAgent::Service::onEndSession(sd_bus_message* question, void* self, sd
 
 RunningAgent::RunningAgent()
 {
-    if (!takeName()) {
-        m_isThisProcess = m_lock.take(lockName()) != SessionLock::Result::Busy;
+    m_isThisProcess = m_lock.take(lockName()) != SessionLock::Result::Busy;
+    if (m_isThisProcess) {
+        takeName();
     }
 }
 
@@ -175,27 +179,21 @@ bool RunningAgent::isThisProcess() const
     return m_isThisProcess;
 }
 
-// Returns whether the bus has answered.
-bool RunningAgent::takeName()
+void RunningAgent::takeName()
 {
     const auto end = UserBus::Clock::now() + kLongestStart;
     auto [state, connection] = UserBus::connect({}, end);
     if (!connection) {
-        return false;
+        return;
     }
     sd_bus* const bus = connection.get();
     sd_bus_set_method_call_timeout(bus, UserBus::microsecondsUntil(end) + 1);
     const int taken = sd_bus_request_name(bus, kName, 0);
     sd_bus_set_method_call_timeout(bus, 0); // the library's own again
-    if (taken == -EEXIST) {
-        m_isThisProcess = false;
-        return true;
+    m_isThisProcess = taken != -EEXIST;
+    if (taken >= 0) {
+        m_service = std::make_unique<Service>(std::move(connection));
     }
-    if (taken < 0) {
-        return false;
-    }
-    m_service = std::make_unique<Service>(std::move(connection));
-    return true;
 }
 
 void RunningAgent::answer(Requests requests)

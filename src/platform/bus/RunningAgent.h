@@ -9,15 +9,15 @@
 #include <memory>
 #include <optional>
 
-// There is one agent a desktop session: the one that owns the name "com.halvern.vantoryAgent" on
-// the session bus. Where no session bus answers within half a second, it is the one that holds a
-// lock, one for each display (see SessionLock).
+// There is one agent a desktop session: the one that holds the lock of its display (see
+// SessionLock) and owns the name "com.halvern.vantoryAgent" on the session bus. Where no session
+// bus answers within half a second, and after a bus has gone, the lock alone decides.
 //
 // Over the bus the others ask it: object "/com/halvern/vantoryAgent", interface
 // "com.halvern.vantoryAgent". The bus lets in only programs of the person's own.
 class RunningAgent {
 public:
-    // Takes name or lock, if nobody has it. Waits at most as said above.
+    // Takes lock and name, if nobody has one of them. Waits at most as said above.
     RunningAgent();
     ~RunningAgent();
     RunningAgent(const RunningAgent&) = delete;
@@ -54,7 +54,7 @@ public:
 private:
     class Service;
 
-    [[nodiscard]] bool takeName();
+    void takeName();
 
     std::unique_ptr<Service> m_service; // owns the name
     SessionLock m_lock;

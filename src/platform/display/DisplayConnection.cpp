@@ -126,22 +126,34 @@ QString DisplayConnection::name()
     return dot < 0 ? display : display.first(dot);
 }
 
+QString DisplayConnection::keeperLock()
+{
+    return u"vantoryAgentKeeper-%1.lock"_s.arg(name());
+}
+
 bool DisplayConnection::open(milliseconds limit)
 {
     constexpr milliseconds kBetweenTries(500);
-    if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        m_server = std::make_unique<XServer>();
-    } else {
-        m_server = std::make_unique<WaylandServer>();
-    }
     const auto end = Clock::now() + limit;
-    while (!m_server->connect()) {
+    for (;;) {
+        if (connectTo<WaylandServer>("WAYLAND_DISPLAY") || connectTo<XServer>("DISPLAY")) {
+            return true;
+        }
         if (Clock::now() >= end) {
             return false;
         }
         std::this_thread::sleep_for(kBetweenTries);
     }
-    return true;
+}
+
+template <typename Kind>
+bool DisplayConnection::connectTo(const char* variable)
+{
+    if (qEnvironmentVariableIsEmpty(variable)) {
+        return false;
+    }
+    m_server = std::make_unique<Kind>();
+    return m_server->connect();
 }
 
 bool DisplayConnection::isGoneWithin(milliseconds time)

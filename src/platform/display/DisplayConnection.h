@@ -7,8 +7,8 @@
 
 // A connection to the person's display that shows nothing and asks for nothing: it ends when the
 // display goes, as at the log-out. The display is the Wayland compositor that WAYLAND_DISPLAY
-// names, else the X server of DISPLAY; where both are set, the X server is the compositor's own and
-// may come and go. One thread.
+// names, else, also where that one does not answer, the X server of DISPLAY; where both are there,
+// the X server is the compositor's own and may come and go. One thread.
 class DisplayConnection {
 public:
     DisplayConnection();
@@ -20,6 +20,9 @@ public:
     // What the environment calls the display, without the number of an X screen; empty where it
     // names none.
     [[nodiscard]] static QString name();
+
+    // The name of the lock that the display's keeper holds (see SessionLock).
+    [[nodiscard]] static QString keeperLock();
 
     // Connects, and tries again for `limit` while nobody answers or the display refuses. Waits
     // longer for an X server that has taken the connection and hangs. Called once.
@@ -33,6 +36,9 @@ private:
     class Server;
     class WaylandServer;
     class XServer;
+
+    template <typename Kind>
+    bool connectTo(const char* variable);
 
     std::unique_ptr<Server> m_server;
 };

@@ -15,7 +15,8 @@ inline constexpr qint64 kLimit = 16 * 1024 * 1024;
 
 // Appends in one write, so that lines of several threads and processes stay whole. Makes no file.
 // Past the limit the lines of the newer half are moved to the front of the same file. A file that
-// another process is doing that to, or that may not be read, only grows.
+// another process is doing that to, or that may not be read, only grows; at twice the limit it is
+// emptied.
 void append(const QString& path, const QByteArray& bytes);
 
 // Empties the file, or makes it, readable and writable for everybody. An existing one is kept: in a

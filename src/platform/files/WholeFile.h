@@ -11,7 +11,7 @@ namespace WholeFile {
 
 // Replaces the file, or makes it, with this process's user and group and exactly this mode; also
 // where another one's file or a link had the name. The bytes are on the disk when it returns. Where
-// it fails, what was there stays.
+// it fails, what was there stays; unless only the directory could not be brought to the disk.
 [[nodiscard]] std::optional<QString> write(const QString& path, const QByteArray& bytes,
                                            unsigned int mode);
 
