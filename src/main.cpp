@@ -10,6 +10,7 @@
 #include "platform/processes/ProgramEnd.h"
 #include "platform/processes/TerminationSignals.h"
 #include "platform/threads/MainQueue.h"
+#include "platform/threads/Thread.h"
 
 #include <QApplication>
 #include <QPixmapCache>
@@ -104,6 +105,8 @@ int main(int argc, char* argv[])
     auto toolkitArguments = DisplayServer::preferX11(std::vector<char*>(argv, argv + argc));
     auto count = static_cast<int>(toolkitArguments.size());
     toolkitArguments.push_back(nullptr);
+    // Without one, the toolkit would wait here for the session bus for ever (Qt 6.8).
+    Thread::mustBeAvailable("the toolkit");
     QApplication application(count, toolkitArguments.data());
     hasDisplay = true;
     QApplication::setApplicationName(u"vantoryAgent"_s);

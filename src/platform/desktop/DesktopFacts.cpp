@@ -122,8 +122,8 @@ bool isWaylandReachable(const QString& display)
     std::copy(path.cbegin(), path.cend(), address.sun_path);
     // Does not wait: where the compositor's queue is full, it hangs.
     const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    return ::connect(socket.value(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
-           0;
+    const auto* const general = reinterpret_cast<const sockaddr*>(&address);
+    return socket.isOpen() && ::connect(socket.value(), general, sizeof address) == 0;
 }
 
 void askDisplay(DesktopFacts& facts)

@@ -44,8 +44,8 @@ bool canDiagnose()
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK); // any free port
     auto* const general = reinterpret_cast<sockaddr*>(&address);
     socklen_t length = sizeof address;
-    return ::bind(own.value(), general, length) == 0 && ::listen(own.value(), 1) == 0 &&
-           ::getsockname(own.value(), general, &length) == 0 &&
+    return own.isOpen() && ::bind(own.value(), general, length) == 0 &&
+           ::listen(own.value(), 1) == 0 && ::getsockname(own.value(), general, &length) == 0 &&
            diagnosedOwner(localhost(address.sin_port).front());
 }
 

@@ -17,3 +17,8 @@ std::thread Thread::start(const std::string& name, std::function<void()> work)
         qFatal("no thread for \"%s\": %s", name.c_str(), error.what());
     }
 }
+
+void Thread::mustBeAvailable(const std::string& name)
+{
+    start(name, [] {}).join();
+}

@@ -10,4 +10,7 @@ namespace Thread {
 // ends and says so. A debugger shows the first fifteen characters of the name.
 [[nodiscard]] std::thread start(const std::string& name, std::function<void()> work);
 
+// Ends the program in the same way where the system has no thread left at this moment.
+void mustBeAvailable(const std::string& name);
+
 } // namespace Thread
