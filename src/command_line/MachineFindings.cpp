@@ -7,6 +7,7 @@
 #include "platform/files/FilePaths.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/PropertyList.h"
+#include "platform/files/RegularFile.h"
 #include "platform/network/PortListener.h"
 #include "service_link/AllowedSettings.h"
 #include "service_link/ServiceAccounts.h"
@@ -26,6 +27,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using Kind = FileFacts::Kind;
+
+constexpr qsizetype kLargestFile = 1024 * 1024;
 
 const QString kEnrol = u"vantoryAgent --enrol"_s;
 
@@ -159,7 +162,8 @@ Findings allowedFindings(const CommandTexts& texts)
     const QString path = FilePaths::preferences(u"gateway.json"_s);
     const FileFacts facts = FileFacts::of(path);
     Findings findings = isThere(facts) ? readFindings(texts, path, facts) : Findings();
-    if (isThere(facts) && findings.isEmpty() && !readAllowedSettings()) {
+    if (isThere(facts) && findings.isEmpty() &&
+        !allowedSettingsFrom(RegularFile::read(path, kLargestFile).bytes)) {
         findings.append(Finding::wrong(texts, "doctor.allowedDamaged"_L1, {path}));
     }
     return findings;

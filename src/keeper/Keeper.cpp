@@ -9,6 +9,8 @@
 #include "service_link/ServiceAccounts.h"
 #include "settings/ServicePort.h"
 
+#include <QFileInfo>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -103,6 +105,9 @@ int Keeper::keep()
         report(result);
         if (endedWith(result, kArgumentsRefused)) {
             return kArgumentsRefused;
+        }
+        if (!result.status && !QFileInfo::exists(agent)) {
+            return 0; // the package has been removed
         }
         if (m_display.isGoneWithin(endedWith(result, kAnotherRuns) ? m_intervals.besideAnother
                                                                    : m_intervals.betweenLooks)) {

@@ -35,8 +35,8 @@ public:
     {}
 
     // Ends the process: with 0 when SIGTERM, SIGINT or SIGHUP comes (they end the agent, too), when
-    // the display goes, or when the display has a keeper already; with 1 when there is no display;
-    // with 2 when the agent refuses the arguments.
+    // the display goes, when the agent has been removed, or when the display has a keeper already;
+    // with 1 when there is no display; with 2 when the agent refuses the arguments.
     [[noreturn]] void run();
 
 private:

@@ -50,6 +50,12 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
 
 } // namespace
 
+std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
+{
+    const auto settings = decode(text);
+    return settings ? std::optional(settings->settings) : std::nullopt;
+}
+
 std::optional<AllowedData> readAllowedSettings()
 {
     constexpr qsizetype kLargest = 1024 * 1024;
@@ -58,6 +64,5 @@ std::optional<AllowedData> readAllowedSettings()
     if (content.state == RegularFile::State::Unreadable) {
         fatalState(u"The allowed settings cannot be read: "_s + path);
     }
-    const auto settings = decode(content.bytes);
-    return settings ? std::optional(settings->settings) : std::nullopt;
+    return allowedSettingsFrom(content.bytes);
 }

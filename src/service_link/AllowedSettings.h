@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QByteArray>
+
 #include <optional>
 
 // What the account permits on this machine: the service writes it to gateway.json in the agent's
@@ -22,3 +24,6 @@ struct AllowedSettings {
 // Reads the file. None where there is none, or where it is larger than a mebibyte or does not
 // decode. One that is there but can't be read, or is no regular file, ends the program. Any thread.
 [[nodiscard]] std::optional<AllowedData> readAllowedSettings();
+
+// Decodes the file's bytes alike. Any thread.
+[[nodiscard]] std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text);
