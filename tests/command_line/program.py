@@ -11,8 +11,8 @@ with open(f"{BUNDLE}/Resources/commands.json", encoding="utf-8") as document:
     TEXTS = json.load(document)
 
 
-def text(key, *values):
-    line = TEXTS[key]["En"]
+def text(key, *values, language="En"):
+    line = TEXTS[key][language]
     for place, value in enumerate(values, 1):
         line = line.replace(f"%{place}", str(value))
     return line
