@@ -19,9 +19,9 @@ endfunction()
 # vantory_add_test(NAME SOURCES... [LIBRARIES libs...] [TIMEOUT seconds] [DISPLAY] [BUS] [BUNDLE])
 #
 # A QtTest program in a folder of its own, which is its application folder; with BUNDLE it has the
-# agent's resources there, of which the test may change any. With DISPLAY it runs in an X server with a window manager of its own, with BUS
-# on session and system buses of its own; both come from tests/support/with_desktop.
-# A STARTER is given the program to run and does all that itself.
+# agent's resources there, of which the test may change any. With DISPLAY it runs in an X server with
+# a window manager of its own, with BUS on session and system buses of its own; both come from
+# tests/support/with_desktop. A STARTER is given the program to run and does all that itself.
 function(vantory_add_test name)
     cmake_parse_arguments(TEST "DISPLAY;BUS;BUNDLE" "TIMEOUT;STARTER" "LIBRARIES" ${ARGN})
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})

@@ -47,6 +47,7 @@ set(CPACK_DEBIAN_PACKAGE_SUGGESTS "fonts-noto-cjk")
 
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/before_packing.cmake) # writes conffiles
+set(CPACK_VANTORY_FOLDERS_WITH_MODES "${folders_with_modes}")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${control}/conffiles ${control}/postinst ${control}/postrm)
 include(CPack)
