@@ -57,19 +57,21 @@ XServerQuestion::Answer XServerQuestion::ask(std::chrono::milliseconds limit)
     Descriptor childs(ends[1]);
     const pid_t child = ::fork();
     if (child == 0) {
-        ::_exit(askServer());
+        const char answer = static_cast<char>(askServer());
+        ::_exit(::write(ends[1], &answer, 1) == 1 ? 0 : 1);
     }
     if (child < 0) {
         return {};
     }
     childs.close();
-    // Nothing is written: the pipe's other end closes when the child ends.
+    // By the pipe and not by the exit status, which is lost where SIGCHLD is ignored.
     pollfd end = {mine.value(), POLLIN, 0};
-    if (::poll(&end, 1, static_cast<int>(limit.count())) <= 0) {
+    char answer = Unreachable;
+    if (TEMP_FAILURE_RETRY(::poll(&end, 1, static_cast<int>(limit.count()))) <= 0) {
         ::kill(child, SIGKILL);
+    } else if (::read(mine.value(), &answer, 1) != 1) {
+        answer = Unreachable;
     }
-    int status = 0;
-    const bool hasAnswered = ::waitpid(child, &status, 0) == child && WIFEXITED(status);
-    const int answer = hasAnswered ? WEXITSTATUS(status) : Unreachable;
+    ::waitpid(child, nullptr, 0);
     return {answer != Unreachable, answer == WithTray};
 }
