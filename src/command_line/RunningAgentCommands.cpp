@@ -37,6 +37,20 @@ void print(const CommandTexts& texts, const StatusSummary& status)
     }
 }
 
+// JSON text as a terminal may show it: what could move the cursor or turn the reading direction is
+// escaped. Such characters stand in strings only.
+QString shownJson(const QByteArray& json)
+{
+    QString result;
+    for (const QChar c : QString::fromUtf8(json)) {
+        const bool isRisky = c.category() == QChar::Other_Control ||
+                             (c >= QChar(0x202A) && c <= QChar(0x202E)) ||
+                             (c >= QChar(0x2066) && c <= QChar(0x206F));
+        result += isRisky ? u"\\u%1"_s.arg(c.unicode(), 4, 16, QChar(u'0')) : QString(c);
+    }
+    return result;
+}
+
 } // namespace
 
 int RunningAgentCommands::status(const CommandTexts& texts, bool isJson)
@@ -44,7 +58,7 @@ int RunningAgentCommands::status(const CommandTexts& texts, bool isJson)
     const auto answer = RunningAgent::status();
     const auto status = answer ? StatusSummary::fromJson(*answer) : std::nullopt;
     if (isJson) {
-        Terminal::print(QString::fromUtf8(status ? status->toJson() : StatusSummary::notRunning()));
+        Terminal::print(shownJson(status ? status->toJson() : StatusSummary::notRunning()));
     } else if (status) {
         print(texts, *status);
     } else {
