@@ -158,6 +158,17 @@ private Q_SLOTS:
         QVERIFY((status.st_mode & 0777) == 0640 && status.st_size == file.size());
     }
 
+    // Everybody may write the file, and lock it.
+    void farTooLongLogsAreEmptied()
+    {
+        QFile file(m_ordinary);
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.resize(2 * SharedLogFile::kLimit + 1));
+        QCOMPARE(::flock(file.handle(), LOCK_EX), 0);
+        printLog(u"a line"_s);
+        const QRegularExpression line(u"\\A%1a line\n\\z"_s.arg(kTime));
+        QVERIFY(file.size() < 100 && line.match(content(m_ordinary)).hasMatch());
+    }
+
     void errorsReachTheJournal()
     {
         QVERIFY(QDir(m_root->path()).mkpath(u"run/systemd/journal"_s));
