@@ -5,6 +5,7 @@ import json
 import os
 import re
 import resource
+import shutil
 import signal
 import socket
 import struct
@@ -49,7 +50,9 @@ class Agent:
         logs = f"{self.root}/var/lib/Halvern/vantoryAgent/logs"
         for folder in (logs, self.preferences):
             os.makedirs(folder, exist_ok=True)
-        if account is not None:
+        bundle = f"{os.environ['VANTORY_BUILD']}/vantoryAgent.app"
+        if account is not None:  # which may not reach the build's folder, say in /root
+            bundle = shutil.copytree(bundle, f"{self.root}/vantoryAgent.app", dirs_exist_ok=True)
             subprocess.run(["chown", "-R", str(account), self.root], check=True)
         self.logs = logs
         self.received = b""
@@ -66,10 +69,9 @@ class Agent:
             if account is not None:
                 os.setuid(account)
 
-        program = f"{os.environ['VANTORY_BUILD']}/vantoryAgent.app/vantoryAgent"
         begin = time.monotonic()
         self.process = subprocess.Popen(
-            [program, f"port={self.server.getsockname()[1]}"], start_new_session=True,
+            [f"{bundle}/vantoryAgent", f"port={self.server.getsockname()[1]}"], start_new_session=True,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, preexec_fn=prepare,
             env={**os.environ, "VANTORY_ROOT": self.root, "LANGUAGE": "en", **(environment or {})})
         self.pid = self.process.pid
