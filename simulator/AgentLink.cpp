@@ -1,5 +1,6 @@
 #include "simulator/AgentLink.h"
 
+#include <QFile>
 #include <QHostAddress>
 #include <QTcpSocket>
 
@@ -10,12 +11,15 @@
 
 namespace {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 // An agent's message is complete when no byte has come for so long.
 constexpr auto kQuietTime = 50ms;
-// The least time between two sends, so that the agent reads the first before the second comes.
+// The least time between two sends, and between two looks whether the agent has read the first.
 constexpr auto kSendGap = 30ms;
+// So long an agent that does not read is waited for.
+constexpr auto kPatience = 10s;
 // The time that the agent has to close its side after close().
 constexpr auto kCloseTime = 1s;
 
@@ -25,6 +29,28 @@ constexpr QByteArrayView kMarker = "#####";
 qsizetype nextMessage(const QByteArray& bytes)
 {
     return bytes.indexOf(kMarker, bytes.startsWith(kMarker) ? kMarker.size() : 0);
+}
+
+// Whether the agent has still to read some of what it was sent, as the kernel's table of its
+// sockets says (proc(5)): the other end of this socket is in it, too.
+bool isBehind(const QTcpSocket& socket)
+{
+    const auto end = [](quint16 port) {
+        return ':' + QByteArray::number(port, 16).rightJustified(4, '0').toUpper();
+    };
+    QFile table(u"/proc/self/net/tcp"_s);
+    if (!table.open(QFile::ReadOnly)) {
+        return false;
+    }
+    // "sl local_address rem_address st tx_queue:rx_queue ..."
+    for (const QByteArray& line : table.readAll().split('\n')) {
+        const QByteArrayList fields = line.simplified().split(' ');
+        if (fields.size() > 4 && fields.at(1).endsWith(end(socket.peerPort())) &&
+            fields.at(2).endsWith(end(socket.localPort()))) {
+            return !fields.at(4).endsWith(":00000000");
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -100,11 +126,16 @@ void AgentLink::send(const QByteArray& message)
         return;
     }
     m_sending = message;
+    m_patience.setRemainingTime(kPatience);
     m_gap.start(static_cast<int>(m_nextSend.remainingTime()));
 }
 
 void AgentLink::write()
 {
+    if (isBehind(*m_socket) && !m_patience.hasExpired()) {
+        m_gap.start(kSendGap);
+        return;
+    }
     m_socket->write(m_sending);
     m_socket->flush(); // at once, as one piece
 }

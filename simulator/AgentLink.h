@@ -15,7 +15,7 @@ class QTcpSocket;
 //
 // An agent's message begins with a marker and has no end: it is complete when the next one begins
 // or when nothing comes for a while. A message to the agent has neither: the agent takes what one
-// read returns as one message, so each is sent in one write, some time after the one before.
+// read returns as one message, so each is sent in one write, when it has read the one before.
 class AgentLink : public QObject {
     Q_OBJECT
 
@@ -61,6 +61,7 @@ private:
     QByteArray m_buffer;            // has come and is not a complete message yet
     QByteArray m_sending;           // empty while nothing is being sent
     QDeadlineTimer m_nextSend;      // when it may begin
+    QDeadlineTimer m_patience;      // for an agent that has not read the one before
     QTimer m_quiet;
     QTimer m_gap;
     QTimer m_closing;
