@@ -1,7 +1,6 @@
 #include "agent_core/PrivilegedSettings.h"
 
 #include "logging/Logs.h"
-#include "platform/files/FilePaths.h"
 #include "platform/processes/ChildProcess.h"
 #include "platform/processes/SecretText.h"
 #include "platform/processes/SystemPrograms.h"
@@ -92,8 +91,7 @@ void PrivilegedSettings::replace(const Credentials& credentials, const BackendSe
             removeWithOwnRights(entry);
         }
     }
-    const QString other =
-        FilePaths::library(u"Application Support/Halvern/vantoryAgent/ostrand_settings.json"_s);
+    const QString other = olderSettingsPath();
     if (QFileInfo::exists(other)) {
         removeWithOwnRights(systemPath(other));
     }

@@ -13,31 +13,9 @@ namespace {
 constexpr qsizetype kLargestFile = 1024 * 1024;
 constexpr qsizetype kLongestValue = 500;
 
-// The document's names of the languages are those of the label document.
-QString nameOf(Language language)
-{
-    switch (language) {
-    case Language::English:
-        return u"En"_s;
-    case Language::French:
-        return u"Fr"_s;
-    case Language::Italian:
-        return u"It"_s;
-    case Language::Spanish:
-        return u"Es"_s;
-    case Language::German:
-        return u"Ge"_s;
-    case Language::Korean:
-        return u"Ko"_s;
-    case Language::Portuguese:
-        return u"Pt"_s;
-    }
-    return u"En"_s;
-}
-
 } // namespace
 
-CommandTexts::CommandTexts(Language language) : m_language(nameOf(language))
+CommandTexts::CommandTexts(Language language) : m_language(languageKey(language))
 {
     if (const auto path = MainBundle::resourcePath(u"commands"_s, u"json"_s)) {
         m_texts =

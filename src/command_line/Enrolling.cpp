@@ -4,8 +4,8 @@
 #include "command_line/Terminal.h"
 #include "platform/accounts/Account.h"
 #include "platform/files/FileFacts.h"
-#include "platform/files/FilePaths.h"
 #include "platform/files/WholeFile.h"
+#include "service_link/AllowedSettings.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
 
@@ -77,10 +77,7 @@ bool isRoot(const CommandTexts& texts)
 bool removeAccountFiles(const CommandTexts& texts)
 {
     bool isDone = true;
-    for (const QString& path :
-         {FilePaths::preferences(u"gateway.json"_s),
-          FilePaths::library(
-              u"Application Support/Halvern/vantoryAgent/ostrand_settings.json"_s)}) {
+    for (const QString& path : {allowedSettingsPath(), olderSettingsPath()}) {
         isDone = succeeded(texts, path, WholeFile::remove(path)) && isDone;
     }
     return isDone;

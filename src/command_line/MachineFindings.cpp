@@ -159,7 +159,7 @@ Findings settingsFindings(const CommandTexts& texts)
 
 Findings allowedFindings(const CommandTexts& texts)
 {
-    const QString path = FilePaths::preferences(u"gateway.json"_s);
+    const QString path = allowedSettingsPath();
     const FileFacts facts = FileFacts::of(path);
     Findings findings = isThere(facts) ? readFindings(texts, path, facts) : Findings();
     if (isThere(facts) && findings.isEmpty() &&

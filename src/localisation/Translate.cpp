@@ -9,6 +9,8 @@
 #include <QJsonObject>
 #include <QStringDecoder>
 
+#include <algorithm>
+#include <iterator>
 #include <mutex>
 
 using namespace Qt::StringLiterals;
@@ -139,14 +141,30 @@ const Extra kExtras[] = {
 using InfoField = Info JsonData::*;
 
 struct Record {
-    const char16_t* key;
+    const char16_t* key;    // in the documents
+    const char16_t* prefix; // of the person's preference
+    Language language;
     InfoField info;
 };
 
+// The first stands for a language that has none.
 const Record kRecords[] = {
-    {u"En", &JsonData::En}, {u"Fr", &JsonData::Fr}, {u"Es", &JsonData::Es}, {u"It", &JsonData::It},
-    {u"Ge", &JsonData::Ge}, {u"Ko", &JsonData::Ko}, {u"Pt", &JsonData::Pt},
+    {u"En", u"en", Language::English, &JsonData::En},
+    {u"Fr", u"fr", Language::French, &JsonData::Fr},
+    {u"Es", u"es", Language::Spanish, &JsonData::Es},
+    {u"It", u"it", Language::Italian, &JsonData::It},
+    {u"Ge", u"de", Language::German, &JsonData::Ge},
+    {u"Ko", u"ko", Language::Korean, &JsonData::Ko},
+    {u"Pt", u"pt", Language::Portuguese, &JsonData::Pt},
 };
+
+const Record& recordOf(Language language)
+{
+    const auto* const found =
+        std::find_if(std::begin(kRecords), std::end(kRecords),
+                     [&](const Record& record) { return record.language == language; });
+    return found == std::end(kRecords) ? kRecords[0] : *found;
+}
 
 constexpr auto kError = "error to get language: "_L1;
 
@@ -209,23 +227,12 @@ Decoded read(const QString& path)
 
 const JsonData::Info& JsonData::info(Language language) const
 {
-    switch (language) {
-    case Language::English:
-        return En;
-    case Language::French:
-        return Fr;
-    case Language::Italian:
-        return It;
-    case Language::Spanish:
-        return Es;
-    case Language::German:
-        return Ge;
-    case Language::Korean:
-        return Ko;
-    case Language::Portuguese:
-        return Pt;
-    }
-    return En;
+    return this->*recordOf(language).info;
+}
+
+QString languageKey(Language language)
+{
+    return QString::fromUtf16(recordOf(language).key);
 }
 
 std::shared_ptr<const JsonData> getLanguageLabel()
@@ -281,19 +288,10 @@ Language languageFor(const QStringList& preferredLanguages)
     if (preferredLanguages.isEmpty()) {
         fatalState(u"the system names no preferred language"_s);
     }
-    struct Prefix {
-        const char16_t* text;
-        Language language;
-    };
-    static constexpr Prefix kPrefixes[] = {
-        {u"en", Language::English},    {u"fr", Language::French}, {u"it", Language::Italian},
-        {u"es", Language::Spanish},    {u"de", Language::German}, {u"ko", Language::Korean},
-        {u"pt", Language::Portuguese},
-    };
     const QString prefix = preferredLanguages.constFirst().left(2);
-    for (const Prefix& known : kPrefixes) {
-        if (prefix == QStringView(known.text)) {
-            return known.language;
+    for (const Record& record : kRecords) {
+        if (prefix == QStringView(record.prefix)) {
+            return record.language;
         }
     }
     return Language::English;

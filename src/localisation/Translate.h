@@ -80,6 +80,9 @@ struct JsonData {
     [[nodiscard]] const Info& info(Language language) const;
 };
 
+// What the language's record is called in the documents: "En". Any thread.
+[[nodiscard]] QString languageKey(Language language);
+
 // The whole document. It is read and decoded once a change of the file, so that an edited one takes
 // effect at the next look. None where it cannot be read or decoded as a whole; then the error log
 // has one line a look. A bundle without the document is a broken installation and ends the program.

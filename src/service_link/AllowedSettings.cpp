@@ -50,6 +50,11 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
 
 } // namespace
 
+QString allowedSettingsPath()
+{
+    return FilePaths::preferences(u"gateway.json"_s);
+}
+
 std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
 {
     const auto settings = decode(text);
@@ -59,7 +64,7 @@ std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
 std::optional<AllowedData> readAllowedSettings()
 {
     constexpr qsizetype kLargest = 1024 * 1024;
-    const QString path = FilePaths::preferences(u"gateway.json"_s);
+    const QString path = allowedSettingsPath();
     const auto content = RegularFile::read(path, kLargest);
     if (content.state == RegularFile::State::Unreadable) {
         fatalState(u"The allowed settings cannot be read: "_s + path);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 #include <optional>
 
@@ -20,6 +21,9 @@ struct AllowedData {
 struct AllowedSettings {
     AllowedData settings;
 };
+
+// The file's place, root directory included. Any thread.
+[[nodiscard]] QString allowedSettingsPath();
 
 // Reads the file. None where there is none, or where it is larger than a mebibyte or does not
 // decode. One that is there but can't be read, or is no regular file, ends the program. Any thread.

@@ -23,6 +23,11 @@ QString backendSettingsPath()
     return FilePaths::preferences(u"com.halvern.vantory.agent.settings.plist"_s);
 }
 
+QString olderSettingsPath()
+{
+    return FilePaths::library(u"Application Support/Halvern/vantoryAgent/ostrand_settings.json"_s);
+}
+
 StoredSettings readBackendSettings(const QString& path)
 {
     if (!QFileInfo::exists(path)) {

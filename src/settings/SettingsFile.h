@@ -9,6 +9,9 @@
 // The settings file's place, root directory included.
 [[nodiscard]] QString backendSettingsPath();
 
+// The place of older settings, which are deleted with those of an account.
+[[nodiscard]] QString olderSettingsPath();
+
 struct StoredSettings {
     std::optional<BackendSettings> settings;
     QString error; // why the file holds none; empty where a key is missing or no text

@@ -79,9 +79,3 @@ std::optional<QList<quint32>> PortListener::ownersAt(quint16 port)
     }
     return isKnown ? std::optional(owners) : std::nullopt;
 }
-
-bool PortListener::existsAt(quint16 port)
-{
-    const auto owners = ownersAt(port);
-    return !owners || !owners->isEmpty();
-}

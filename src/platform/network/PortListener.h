@@ -13,8 +13,4 @@ namespace PortListener {
 // the kernel can't be asked: then only a connection could tell.
 [[nodiscard]] std::optional<QList<quint32>> ownersAt(quint16 port);
 
-// Whether there is such a listener, of whichever account. True also where the kernel can't be
-// asked.
-[[nodiscard]] bool existsAt(quint16 port);
-
 } // namespace PortListener
