@@ -125,7 +125,7 @@ int main(int argc, char* argv[])
     QPixmapCache::setCacheLimit(2048);
 
     MainQueue::attach();
-    Accessibility::joinIfBusAnswers(&application);
+    Accessibility::begin(&application);
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();

@@ -1,5 +1,6 @@
 #include "agent_core/DesktopNotices.h"
 
+#include "platform/desktop/Announcements.h"
 #include "platform/files/MainBundle.h"
 #include "service_link/AllowedSettings.h"
 #include "window_kit/ShownText.h"
@@ -67,6 +68,10 @@ void DesktopNotices::tellSession(const Activity& activity)
     m_sinceNews.start();
     m_news.prepend(activity);
     m_news.resize(std::min(m_news.size(), kMostNews));
+    // Whatever the account says about showing: who sees the icon has it from there.
+    if (!activity.isUnseen) {
+        Announcements::say(lineFor(activity, m_labels().value_or(englishFallback())));
+    }
     if (!m_sessionTimer.isActive()) {
         m_sessionTimer.start();
     }
@@ -101,6 +106,8 @@ void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
     }
     m_notifications.show(Notifications::Place::Question,
                          {labels.UserAck.user_ack_title, text(lines), true, true});
+    lines.prepend(labels.UserAck.user_ack_title);
+    Announcements::say(lines.join(u'\n'), Announcements::About::Question);
 }
 
 void DesktopNotices::stop()
@@ -112,6 +119,7 @@ void DesktopNotices::stop()
 void DesktopNotices::withdrawQuestion()
 {
     m_notifications.withdraw(Notifications::Place::Question);
+    Announcements::withdraw(Announcements::About::Question);
 }
 
 void DesktopNotices::tellWithdrawal()
@@ -119,6 +127,7 @@ void DesktopNotices::tellWithdrawal()
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     m_notifications.show(Notifications::Place::Question,
                          {labels.UserAck.withdrawn, QString(), false, false});
+    Announcements::say(labels.UserAck.withdrawn, Announcements::About::Question);
 }
 
 void DesktopNotices::tellAbsence(const QList<Activity>& activities)
@@ -134,6 +143,8 @@ void DesktopNotices::tellAbsence(const QList<Activity>& activities)
     m_notifications.withdraw(Notifications::Place::Sessions);
     m_notifications.show(Notifications::Place::Absence,
                          {labels.Activity.away, text(lines), true, true});
+    lines.prepend(labels.Activity.away);
+    Announcements::say(text(lines));
 }
 
 void DesktopNotices::absenceSeen()

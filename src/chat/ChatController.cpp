@@ -1,6 +1,7 @@
 #include "chat/ChatController.h"
 
 #include "platform/accounts/Account.h"
+#include "platform/desktop/Announcements.h"
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
 #include "window_kit/AgentWindow.h"
@@ -19,6 +20,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype kLongestMessage = 128;
+constexpr qsizetype kMostSaid = 1'000; // of a longer one
 
 } // namespace
 
@@ -107,8 +109,8 @@ void ChatController::refresh()
         m_window->setWindowTitle(u"vantory - "_s + labels->Chat.chat);
         Window::setText(*ui.Quit, labels->Common.quit);
         Window::setText(*ui.Send, labels->Common.send);
-        ui.Messages->setAccessibleName(labels->Chat.chat);
-        ui.Message->setAccessibleName(labels->Chat.chat);
+        ui.Messages->setAccessibleName(labels->Chat.transcript);
+        ui.Message->setAccessibleName(labels->Chat.field);
     }
     ui.Message->setFocus();
 }
@@ -231,8 +233,13 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
         transcript.showNewest();
     }
     // Not for the person's own lines: who has just written one is here.
-    if (left && isVisible()) {
-        m_window->markNews();
+    if (left) {
+        const QString shown = ShownText::shown(message.left(kMostSaid));
+        Announcements::say(sender.isEmpty() ? shown
+                                            : ShownText::line(sender) + u": "_s + shown);
+        if (isVisible()) {
+            m_window->markNews();
+        }
     }
 }
 

@@ -115,6 +115,8 @@ const Extra kExtras[] = {
     EXTRA(Message, caution, u"Caution"),
     EXTRA(Message, stop, u"Important warning"),
     EXTRA(Message, more, u"and %1 more"),
+    EXTRA(Chat, transcript, u"Conversation"),
+    EXTRA(Chat, field, u"Message"),
     EXTRA(Settings, unlock, u"Unlock"),
     EXTRA(Settings, lock, u"Lock"),
     EXTRA(Security, wrong, u"The name or the password is wrong."),

@@ -43,7 +43,7 @@ struct JsonData {
                 more; // "%1" stands for a number
         };
         struct Chat {
-            QString chat, joined, left;
+            QString chat, joined, left, transcript, field;
         };
         struct Settings {
             QString managed, sessionCode, accountId, platform, unlock, lock;

@@ -1,11 +1,13 @@
 #include "windows/MessageInbox.h"
 
 #include "platform/accounts/PreferredLanguages.h"
+#include "platform/desktop/Announcements.h"
 #include "platform/desktop/BundleImages.h"
 #include "records/Intervals.h"
 #include "ui_MessageInbox.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Placement.h"
+#include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
 #include "windows/MessageKind.h"
 
@@ -26,6 +28,9 @@ namespace {
 constexpr int kFewestLines = 3;
 constexpr int kMostLines = 12;
 constexpr int kLineLength = 56;
+
+// Of the text, to who can't see it and has not gone to the window yet.
+constexpr qsizetype kMostSaid = 1'000;
 
 } // namespace
 
@@ -151,8 +156,12 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     m_window->ui.TimeLabel->setText(
         arrivalTime(QDateTime::currentDateTime(), preferredLanguages().constFirst()));
     m_window->ui.Sender->setFullText(from);
-    m_window->ui.message->setAccessibleName(m_window->ui.senderLabel->text() + u' ' + from);
+    const QString sender = m_window->ui.senderLabel->text() + u' ' + ShownText::line(from);
+    m_window->ui.message->setAccessibleName(sender);
     m_window->showText(text);
+    const QString said = sender + u'\n' + ShownText::shown(text.left(kMostSaid));
+    const QString kind = m_window->ui.kind->text();
+    Announcements::say(kind.isEmpty() ? said : kind + u'\n' + said);
 
     timeout = seconds;
     m_window->ui.AutomaticMessage->clear();

@@ -1,5 +1,6 @@
 #include "windows/SecurityAccess.h"
 
+#include "platform/desktop/Announcements.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/processes/SecretText.h"
 #include "ui_SecurityAccess.h"
@@ -86,6 +87,7 @@ public:
     {
         showSign(u"caution"_s);
         ui.result->setText(m_wrong);
+        Announcements::say(m_wrong);
         ui.username->setFocus();
     }
 

@@ -2,6 +2,7 @@
 
 #include "platform/desktop/BundleImages.h"
 #include "window_kit/ElidedLabel.h"
+#include "window_kit/ShownText.h"
 #include "windows/SessionClock.h"
 
 #include <QLabel>
@@ -15,6 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::chrono::milliseconds kSettlingTime(600);
+constexpr qsizetype kLongestName = 200; // that is spoken
 
 void nameButton(QToolButton* button, const QString& text)
 {
@@ -59,7 +61,9 @@ void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd, co
         return;
     }
     m_widgets->place->setVisible(m_session.has_value());
-    m_widgets->name->setFullText(m_session ? m_session->remoteControlUser : QString());
+    const QString name = m_session ? m_session->remoteControlUser : QString();
+    m_widgets->name->setFullText(name);
+    m_widgets->card->setAccessibleName(ShownText::line(name, kLongestName)); // whose buttons are in it
     m_widgets->abort->setVisible(canEnd);
     m_widgets->note->setFullText(note);
     m_widgets->note->setVisible(!note.isEmpty());

@@ -22,6 +22,7 @@ public:
 
     struct Widgets {
         QWidget* place; // what holds the others
+        QWidget* card;
         QLabel* sign;
         ElidedLabel* name;
         QLabel* timing;

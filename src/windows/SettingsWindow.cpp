@@ -1,5 +1,6 @@
 #include "windows/SettingsWindow.h"
 
+#include "platform/desktop/Announcements.h"
 #include "platform/desktop/BundleImages.h"
 #include "ui_SettingsWindow.h"
 #include "windows/PlatformNames.h"
@@ -33,6 +34,10 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
 
     translate();
     setLocked(true);
+    // Readers aren't told of a closed list's new value.
+    connect(m_ui->platformSelect, &QComboBox::textActivated, this, [](const QString& region) {
+        Announcements::say(region, Announcements::About::Value);
+    });
     connect(m_ui->managed, &QCheckBox::toggled, this, &SettingsWindow::modeChanged);
     connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
     connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });

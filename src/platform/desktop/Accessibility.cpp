@@ -1,12 +1,16 @@
 #include "platform/desktop/Accessibility.h"
 
 #include "platform/bus/Bus.h"
+#include "platform/desktop/Announcements.h"
+#include "platform/desktop/HiddenEcho.h"
 #include "platform/threads/Worker.h"
 
 #include <QAccessible>
+#include <QAccessibleWidget>
 #include <QByteArray>
 #include <QDBusMessage>
 #include <QEvent>
+#include <QFrame>
 #include <QWidget>
 
 #include <chrono>
@@ -79,10 +83,24 @@ private:
     std::future<bool> m_check;
 };
 
+QAccessibleInterface* interfaceOfFrame(const QString& className, QObject* object)
+{
+    if (className != QLatin1StringView(QFrame::staticMetaObject.className())) {
+        return nullptr;
+    }
+    auto* const frame = static_cast<QFrame*>(object);
+    const bool isLine =
+        frame->frameShape() == QFrame::HLine || frame->frameShape() == QFrame::VLine;
+    return new QAccessibleWidget(frame, isLine ? QAccessible::Separator : QAccessible::Grouping);
+}
+
 } // namespace
 
-void Accessibility::joinIfBusAnswers(QObject* application)
+void Accessibility::begin(QObject* application)
 {
+    HiddenEcho::install();
+    Announcements::begin(application);
+    QAccessible::installFactory(&interfaceOfFrame);
     // Once it is there, setting it again moves no other variable, which a thread may be reading.
     qputenv(kAddress, qgetenv(kAddress));
     const auto result = std::make_shared<std::promise<bool>>();

@@ -2,13 +2,19 @@
 
 class QObject;
 
-// When Qt joins the desktop's accessibility bus (AT-SPI), where screen readers look for programs.
+// The desktop's accessibility bus (AT-SPI), where screen readers look for programs.
 namespace Accessibility {
 
-// Qt joins at the program's first window, on the main thread, which waits for the session bus, the
-// accessibility bus and its registry. From now on a worker asks all three first, and the first
-// window waits for them for less than a second. Where they have not answered by then, this run of
-// the program does without. Once, before the first widget.
-void joinIfBusAnswers(QObject* application);
+// Once, before the first widget, on the main thread.
+//
+// Qt joins the bus at the program's first window, on the main thread, which waits for the session
+// bus, the accessibility bus and its registry. From now on a worker asks all three first, and the
+// first window waits for them for less than a second. Where they have not answered by then, this
+// run of the program does without.
+//
+// Fields that hide what is typed hide it on the bus, too (HiddenEcho), announcements can be made
+// (Announcements), and frames are what they are there for: groups of the things in them, and lines
+// between them. The toolkit's own role for them is the one that readers take for a window.
+void begin(QObject* application);
 
 } // namespace Accessibility

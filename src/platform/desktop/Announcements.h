@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+class QObject;
+
+// Says to people who use a screen reader what happens, whichever program has the keyboard.
+//
+// A text is said about 300 ms later, when the screen reader has begun to read a window that came up
+// with it; texts of that time are said together. Typing makes screen readers fall silent: if the
+// person types just after it, the text is said once more when the keyboard has been quiet for a
+// second. It reaches the reader as the accessible name of an object with AT-SPI's notification
+// role, in a window that is never on the screen. Where no screen reader asks for it nothing is
+// done. Main thread.
+namespace Announcements {
+
+// What a text is about: of all but News only the newest is said, and none that was withdrawn.
+enum class About { News, Question, Value };
+
+// Once, after the application object exists.
+void begin(QObject* application);
+
+// Plain text, of which the first 2,000 characters are said.
+void say(const QString& text, About about = About::News);
+
+// It is no longer true; said once it can't be unsaid.
+void withdraw(About about);
+
+} // namespace Announcements
