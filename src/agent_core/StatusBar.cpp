@@ -4,6 +4,7 @@
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
 #include "settings/PortArgument.h"
+#include "window_kit/MenuKeys.h"
 #include "window_kit/ShownText.h"
 
 #include <QAction>
@@ -106,6 +107,7 @@ void AppDelegate::systemTray()
                                u"activity"_s, &AppDelegate::showActivity);
     state().awayItem->setVisible(false);
     m_statusItem->setMenu(m_menu.get());
+    MenuKeys::setMenu(m_menu.get());
     state().statusBarItem = m_statusItem.get();
     state().statusBarMenu = m_menu.get();
 }

@@ -5,6 +5,7 @@
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
 #include "window_kit/ShownText.h"
 
@@ -40,14 +41,6 @@ public:
         connectButton(ui.Send, [this] { m_owner.SendAction(); });
         // Return or Enter in the field; anywhere else Return is the button's key equivalent.
         connect(ui.Message, &QLineEdit::returnPressed, this, [this] { m_owner.SendAction(); });
-    }
-
-    // Sets a button's text and leaves it the key equivalent that it has.
-    static void setText(QPushButton& button, const QString& text)
-    {
-        const QKeySequence keyEquivalent = button.shortcut();
-        button.setText(text);
-        button.setShortcut(keyEquivalent);
     }
 
     void setCloseButton(bool isThere)
@@ -107,8 +100,10 @@ void ChatController::refresh()
     const auto& ui = m_window->ui;
     if (const auto labels = m_labels()) {
         m_window->setWindowTitle(u"vantory - "_s + labels->Chat.chat);
-        Window::setText(*ui.Quit, labels->Common.quit);
-        Window::setText(*ui.Send, labels->Common.send);
+        Mnemonics::setTexts({{ui.Quit, labels->Common.quit}});
+        const QKeySequence keyEquivalent = ui.Send->shortcut(); // which a new text takes away
+        ui.Send->setText(Mnemonics::plain(labels->Common.send));
+        ui.Send->setShortcut(keyEquivalent);
         ui.Messages->setAccessibleName(labels->Chat.transcript);
         ui.Message->setAccessibleName(labels->Chat.field);
     }

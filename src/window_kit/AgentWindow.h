@@ -2,6 +2,7 @@
 
 #include "window_kit/InputGuard.h"
 #include "window_kit/Logo.h"
+#include "window_kit/MenuKeys.h"
 #include "window_kit/WindowRules.h"
 
 #include <QAbstractButton>
@@ -31,7 +32,7 @@ public:
         if (!this->isVisible()) {
             inputGuard.end(); // of a time when it came up by itself
         }
-        WindowRules::bringUp(this, WindowRules::Occasion::Person);
+        bringUp(WindowRules::Occasion::Person);
     }
 
     // Brings it up because of what the service reports: what the person types into another window
@@ -41,7 +42,7 @@ public:
         // Also where the toolkit takes the window for the active one: it learns late that the
         // person has gone to another program.
         inputGuard.begin(keptOut);
-        WindowRules::bringUp(this, WindowRules::Occasion::Service);
+        bringUp(WindowRules::Occasion::Service);
     }
 
     // The window is shown, and something in it is new.
@@ -92,6 +93,12 @@ protected:
     }
 
 private:
+    void bringUp(WindowRules::Occasion occasion)
+    {
+        MenuKeys::addTo(this);
+        WindowRules::bringUp(this, occasion);
+    }
+
     QLabel* m_logo = nullptr;
     bool m_dropsClick = false; // of the button that is pressed
 };

@@ -4,6 +4,7 @@
 #include "platform/files/MainBundle.h"
 #include "ui_AboutController.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
 #include "windows/Bundle+extensions.h"
 
@@ -74,10 +75,12 @@ void AboutController::translate(const JsonData::Info& data)
     ui.agentName->setText(u"vantory Agent"_s);
     ui.versionName->setText(data.About.version + u": "_s +
                             required(Bundle::releaseVersionNumber(), "CFBundleShortVersionString"));
-    ui.Quit->setText(data.Common.quit);
     ui.copyright->setText(u"© 2026 Halvern. All rights reserved."_s);
     ui.BuildLabel->setText(data.About.build + u": "_s +
                            required(Bundle::buildVersionNumber(), "CFBundleVersion"));
+    Mnemonics::setTexts({{ui.Quit, data.Common.quit}});
+    // Readers speak it with the button, which has the keyboard.
+    ui.Quit->setAccessibleDescription(ui.versionName->text() + u", "_s + ui.BuildLabel->text());
 }
 
 void AboutController::QuitAction()

@@ -3,6 +3,7 @@
 #include "platform/accounts/PreferredLanguages.h"
 #include "ui_ActivityWindow.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
 #include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
@@ -75,7 +76,7 @@ public:
     void fill(const ActivityList& activities, const JsonData::Info& labels)
     {
         setWindowTitle(u"vantory - "_s + labels.Activity.title);
-        ui.Quit->setText(labels.Common.quit);
+        Mnemonics::setTexts({{ui.Quit, labels.Common.quit}});
         ui.entries->setAccessibleName(labels.Activity.title);
         ui.entries->setHeaderLabels({labels.Activity.time, labels.Activity.event,
                                      labels.Activity.details, labels.Activity.status});

@@ -6,6 +6,7 @@
 #include "records/Intervals.h"
 #include "ui_MessageInbox.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
 #include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
@@ -68,7 +69,7 @@ public:
         setWindowTitle(u"vantory"_s);
         ui.ReceivedLabel->setText(labels.Message.received);
         ui.senderLabel->setText(labels.Message.from);
-        ui.Quit->setText(labels.Common.ok);
+        Mnemonics::setTexts({{ui.Quit, labels.Common.ok}});
         const QString kind = MessageKind::word(m_kind, labels.Message);
         ui.kind->setText(kind);
         ui.kind->setVisible(!kind.isEmpty());

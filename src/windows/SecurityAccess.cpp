@@ -5,6 +5,7 @@
 #include "platform/processes/SecretText.h"
 #include "ui_SecurityAccess.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/Mnemonics.h"
 
 #include <QDialog>
 #include <QLineEdit>
@@ -130,8 +131,8 @@ void SecurityAccess::translate(const JsonData::Info& data)
 {
     Ui::SecurityAccess& ui = window().ui;
     window().setWindowTitle(u"vantory"_s);
-    ui.cancelButton->setText(data.Common.cancel);
-    ui.applyButton->setText(data.Common.apply);
+    Mnemonics::setTexts(
+        {{ui.cancelButton, data.Common.cancel}, {ui.applyButton, data.Common.apply}});
     ui.username->setPlaceholderText(data.Security.username);
     ui.username->setAccessibleName(data.Security.username);
     ui.password->setPlaceholderText(data.Security.password);

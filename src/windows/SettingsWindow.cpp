@@ -3,6 +3,7 @@
 #include "platform/desktop/Announcements.h"
 #include "platform/desktop/BundleImages.h"
 #include "ui_SettingsWindow.h"
+#include "window_kit/Mnemonics.h"
 #include "windows/PlatformNames.h"
 
 #include <QLabel>
@@ -49,11 +50,6 @@ SettingsWindow::~SettingsWindow() = default;
 void SettingsWindow::translate()
 {
     setWindowTitle(m_texts.title);
-    m_ui->managed->setText(m_texts.managed);
-    m_ui->sessionCodeDesc->setText(m_texts.sessionCode);
-    m_ui->accountIdDesc->setText(m_texts.accountId);
-    m_ui->regionDesc->setText(m_texts.region);
-    m_ui->cancelButton->setText(m_texts.cancel);
     m_ui->sessionCodeText->setAccessibleName(m_texts.sessionCode);
     m_ui->accountIdText->setAccessibleName(m_texts.accountId);
     m_ui->platformSelect->setAccessibleName(m_texts.region);
@@ -118,7 +114,14 @@ void SettingsWindow::showMode()
     const bool isManaged = m_ui->managed->isChecked();
     m_ui->sessionCodeDesc->setVisible(!isManaged);
     m_ui->sessionCodeText->setVisible(!isManaged);
-    m_ui->applyButton->setText(isManaged ? m_texts.applyMessage : m_texts.startMessage);
+    Mnemonics::setTexts({
+        {m_ui->applyButton, isManaged ? m_texts.applyMessage : m_texts.startMessage},
+        {m_ui->cancelButton, m_texts.cancel},
+        {m_ui->managed, m_texts.managed},
+        {m_ui->regionDesc, m_texts.region},
+        {m_ui->accountIdDesc, m_texts.accountId},
+        {m_ui->sessionCodeDesc, m_texts.sessionCode},
+    });
 }
 
 void SettingsWindow::showDisplayOptions(bool showsMode, bool showsRegion)

@@ -3,6 +3,7 @@
 #include "platform/desktop/BundleImages.h"
 #include "ui_UserAcknowlegement.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
 
 #include <QApplication>
@@ -166,8 +167,9 @@ void UserAcknowledgement::translate(const JsonData::Info& data)
 {
     Window& shown = window();
     shown.setWindowTitle(u"vantory - "_s + data.UserAck.user_ack_title);
-    shown.ui.declineButton->setText(data.Common.reject);
-    shown.ui.acceptButton->setText(data.Common.accept);
+    // Without letters: a chord that was meant for another program answers nothing.
+    shown.ui.declineButton->setText(Mnemonics::plain(data.Common.reject));
+    shown.ui.acceptButton->setText(Mnemonics::plain(data.Common.accept));
     shown.ui.user_ack_desc->setDescription(data.UserAck.user_ack_desc);
     shown.ui.user_ack_desc->setNames(serverName, controlUserName);
     shown.ui.replaced->setText(data.UserAck.replaced);

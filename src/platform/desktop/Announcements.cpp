@@ -23,6 +23,7 @@ constexpr milliseconds kAfterWindow(300);
 constexpr milliseconds kTypingEnds(1'000);
 // Typing later than that does not cut off much.
 constexpr milliseconds kIsBeingSaid(2'500);
+constexpr milliseconds kLongestJoining(3'000);
 // After that nobody finds it among the program's windows any more.
 constexpr milliseconds kRemains(10'000);
 constexpr qsizetype kLongest = 2'000;
@@ -59,16 +60,19 @@ void removeAll(QList<Text>& texts, Announcements::About about)
     texts.removeIf([about](const Text& text) { return text.about == about; });
 }
 
-class Announcer : public QObject {
+class Announcer : public QObject, public QAccessible::ActivationObserver {
 public:
     explicit Announcer(QObject* application);
+    ~Announcer() override { QAccessible::removeActivationObserver(this); }
 
     void add(const Text& text);
     void withdraw(Announcements::About about);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void accessibilityActiveChanged(bool isActive) override;
 
 private:
+    void joinBus();
     void sayWaiting();
     void sayAgain();
     void say(const QList<Text>& texts);
@@ -78,6 +82,8 @@ private:
     QTimer m_next;
     QTimer m_typing;
     QTimer m_remains;
+    QTimer m_joining;
+    bool m_hasJoined = false;
     QElapsedTimer m_sinceSaid;
     std::unique_ptr<Announcement> m_announcement;
 };
@@ -92,13 +98,16 @@ Announcer::Announcer(QObject* application) : QObject(application)
 {
     for (const auto& [timer, length] : {std::pair(&m_next, kAfterWindow),
                                         std::pair(&m_typing, kTypingEnds),
-                                        std::pair(&m_remains, kRemains)}) {
+                                        std::pair(&m_remains, kRemains),
+                                        std::pair(&m_joining, kLongestJoining)}) {
         timer->setSingleShot(true);
         timer->setInterval(length);
     }
     connect(&m_next, &QTimer::timeout, this, &Announcer::sayWaiting);
     connect(&m_typing, &QTimer::timeout, this, &Announcer::sayAgain);
     connect(&m_remains, &QTimer::timeout, this, [this] { m_announcement.reset(); });
+    connect(&m_joining, &QTimer::timeout, this, [this] { m_waiting.clear(); });
+    QAccessible::installActivationObserver(this);
     application->installEventFilter(this);
 }
 
@@ -125,7 +134,7 @@ void Announcer::withdraw(Announcements::About about)
 // The keys that a window receives or drops. Those of other programs are nobody's business.
 bool Announcer::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() == QEvent::KeyPress && watched->isWindowType() && event->spontaneous()) {
+    if (event->type() == QEvent::KeyPress && watched->isWindowType()) {
         const QString typed = static_cast<QKeyEvent*>(event)->text();
         const bool isTyping = !typed.isEmpty() && typed.at(0).isPrint() && !typed.at(0).isSpace();
         const bool isBeingSaid =
@@ -137,8 +146,32 @@ bool Announcer::eventFilter(QObject* watched, QEvent* event)
     return QObject::eventFilter(watched, event);
 }
 
+void Announcer::accessibilityActiveChanged(bool isActive)
+{
+    if (isActive && !m_waiting.isEmpty()) {
+        m_next.start(); // the program is made known to the readers only now
+    }
+}
+
+// The toolkit joins the bus at the program's first window, and learns a little later whether there
+// is a reader.
+void Announcer::joinBus()
+{
+    if (!std::exchange(m_hasJoined, true)) {
+        Announcement(QString()).winId();
+    }
+    if (!m_joining.isActive()) {
+        m_joining.start();
+    }
+}
+
 void Announcer::sayWaiting()
 {
+    if (!QAccessible::isActive()) {
+        joinBus();
+        return;
+    }
+    m_joining.stop();
     m_typing.stop();
     m_said = std::exchange(m_waiting, {});
     say(m_said);
@@ -157,7 +190,7 @@ void Announcer::say(const QList<Text>& texts)
         all += (all.isEmpty() ? QString() : QString(u'\n')) + text.text;
     }
     m_announcement.reset(); // another object each time: readers look at it a moment later
-    if (!all.isEmpty() && QAccessible::isActive()) {
+    if (!all.isEmpty()) {
         m_announcement = std::make_unique<Announcement>(all);
         m_announcement->show();
         m_remains.start();
@@ -175,7 +208,7 @@ void Announcements::begin(QObject* application)
 void Announcements::say(const QString& text, About about)
 {
     MainQueue::assertMainThread();
-    if (announcer() && QAccessible::isActive() && !text.isEmpty()) {
+    if (announcer() && !text.isEmpty()) {
         announcer()->add({about, text.left(kLongest)});
     }
 }

@@ -13,6 +13,7 @@ namespace {
 
 const QString kType = u"type"_s;
 const QString kLabel = u"label"_s;
+const QString kDescription = u"accessible-desc"_s;
 const QString kEnabled = u"enabled"_s;
 const QString kVisible = u"visible"_s;
 const QString kIconData = u"icon-data"_s;
@@ -47,6 +48,19 @@ QString labelOf(const QString& text)
         }
     }
     return label;
+}
+
+// An action's text without the mark of its mnemonic.
+QString plainTextOf(const QString& text)
+{
+    QString plain;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == u'&' && ++i == text.size()) {
+            break;
+        }
+        plain += text[i];
+    }
+    return plain;
 }
 
 // Sixteen logical pixels, the usual size of pictures in menus, at the scale of this program's
@@ -101,6 +115,7 @@ QVariantMap DBusMenuItemProperties::of(const QAction& action)
         return properties;
     }
     properties[kLabel] = labelOf(action.text());
+    properties[kDescription] = plainTextOf(action.text());
     properties[kEnabled] = action.isEnabled();
     if (const QByteArray png = pngOf(action.icon());
         !png.isEmpty() && action.isIconVisibleInMenu()) {
@@ -114,5 +129,5 @@ QVariantMap DBusMenuItemProperties::of(const QAction& action)
 
 QStringList DBusMenuItemProperties::optionalNames()
 {
-    return {kIconData, kShortcut, kType, kLabel, kEnabled};
+    return {kIconData, kShortcut, kType, kLabel, kDescription, kEnabled};
 }

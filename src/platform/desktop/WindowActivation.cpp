@@ -46,6 +46,12 @@ public:
     {
         switch (event->type()) {
         case QEvent::KeyPress:
+            // With a screen reader the toolkit asks that first, and sends a copy without the time.
+            if (!event->spontaneous() && watched->isWindowType()) {
+                lastAction() = serverTimeNow();
+                break;
+            }
+            [[fallthrough]];
         case QEvent::MouseButtonPress:
         case QEvent::TouchBegin:
             if (event->spontaneous()) {
