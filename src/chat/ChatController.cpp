@@ -230,8 +230,7 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
     // Not for the person's own lines: who has just written one is here.
     if (left) {
         const QString shown = ShownText::shown(message.left(kMostSaid));
-        Announcements::say(sender.isEmpty() ? shown
-                                            : ShownText::line(sender) + u": "_s + shown);
+        Announcements::say(sender.isEmpty() ? shown : ShownText::line(sender) + u": "_s + shown);
         if (isVisible()) {
             m_window->markNews();
         }

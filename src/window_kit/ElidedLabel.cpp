@@ -58,7 +58,6 @@ void ElidedLabel::elide()
     const QString line = ShownText::line(m_fullText, kLongestLine);
     const QString shown = fontMetrics().elidedText(line, Qt::ElideRight, contentsRect().width());
     setText(shown);
-    setAccessibleName(line);
     const bool isCut = shown != line || m_fullText.size() > kLongestLine;
     setToolTip(isCut ? ShownText::toolTip(ShownText::line(m_fullText)) : QString());
 }

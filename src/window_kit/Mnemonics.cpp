@@ -58,7 +58,6 @@ void Mnemonics::setTexts(const QList<Named>& texts)
             continue;
         }
         taken += place->letter;
-        setText(widget,
-                plain(text.first(place->index)) + u'&' + plain(text.sliced(place->index)));
+        setText(widget, plain(text.first(place->index)) + u'&' + plain(text.sliced(place->index)));
     }
 }

@@ -179,10 +179,10 @@ ConnectionStatus::Window& ConnectionStatus::window()
 void ConnectionStatus::awakeFromNib()
 {
     const Ui::ConnectionStatus& ui = m_window->ui;
-    m_rows[0].setWidgets(
-        {ui.slot, ui.card, ui.sessionSign, ui.ControlUserName, ui.timing, ui.note, ui.ChatButton, ui.abort});
-    m_rows[1].setWidgets({ui.slot2, ui.card2, ui.sessionSign2, ui.ControlUserName2, ui.timing2, ui.note2,
-                          ui.ChatButton2, ui.abort2});
+    m_rows[0].setWidgets({ui.slot, ui.card, ui.sessionSign, ui.ControlUserName, ui.timing, ui.note,
+                          ui.ChatButton, ui.abort});
+    m_rows[1].setWidgets({ui.slot2, ui.card2, ui.sessionSign2, ui.ControlUserName2, ui.timing2,
+                          ui.note2, ui.ChatButton2, ui.abort2});
     refresh();
 }
 

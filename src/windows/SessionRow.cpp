@@ -63,7 +63,8 @@ void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd, co
     m_widgets->place->setVisible(m_session.has_value());
     const QString name = m_session ? m_session->remoteControlUser : QString();
     m_widgets->name->setFullText(name);
-    m_widgets->card->setAccessibleName(ShownText::line(name, kLongestName)); // whose buttons are in it
+    m_widgets->card->setAccessibleName(
+        ShownText::line(name, kLongestName)); // whose buttons are in it
     m_widgets->abort->setVisible(canEnd);
     m_widgets->note->setFullText(note);
     m_widgets->note->setVisible(!note.isEmpty());

@@ -36,9 +36,8 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     translate();
     setLocked(true);
     // Readers aren't told of a closed list's new value.
-    connect(m_ui->platformSelect, &QComboBox::textActivated, this, [](const QString& region) {
-        Announcements::say(region, Announcements::About::Value);
-    });
+    connect(m_ui->platformSelect, &QComboBox::textActivated, this,
+            [](const QString& region) { Announcements::say(region, Announcements::About::Value); });
     connect(m_ui->managed, &QCheckBox::toggled, this, &SettingsWindow::modeChanged);
     connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
     connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });

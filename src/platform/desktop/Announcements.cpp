@@ -96,10 +96,9 @@ QPointer<Announcer>& announcer()
 
 Announcer::Announcer(QObject* application) : QObject(application)
 {
-    for (const auto& [timer, length] : {std::pair(&m_next, kAfterWindow),
-                                        std::pair(&m_typing, kTypingEnds),
-                                        std::pair(&m_remains, kRemains),
-                                        std::pair(&m_joining, kLongestJoining)}) {
+    for (const auto& [timer, length] :
+         {std::pair(&m_next, kAfterWindow), std::pair(&m_typing, kTypingEnds),
+          std::pair(&m_remains, kRemains), std::pair(&m_joining, kLongestJoining)}) {
         timer->setSingleShot(true);
         timer->setInterval(length);
     }

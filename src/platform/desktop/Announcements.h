@@ -10,8 +10,8 @@ class QObject;
 // with it; texts of that time are said together. Typing makes screen readers fall silent: if the
 // person types just after it, the text is said once more when the keyboard has been quiet for a
 // second. It reaches the reader as the accessible name of an object with AT-SPI's notification
-// role, in a window that is never on the screen. Where there is no screen reader nothing is said. Main
-// thread.
+// role, in a window that is never on the screen. Where there is no screen reader nothing is said.
+// Main thread.
 namespace Announcements {
 
 // What a text is about: of all but News only the newest is said, and none that was withdrawn.

@@ -19,9 +19,11 @@ const QString kVisible = u"visible"_s;
 const QString kIconData = u"icon-data"_s;
 const QString kShortcut = u"shortcut"_s;
 
-// An action's text for dbusmenu, where an underscore marks the mnemonic and "__" is one underscore,
-// as it is with the ampersand in Qt.
-QString labelOf(const QString& text)
+enum class Marks { Underscore, None };
+
+// An action's text for dbusmenu. In labels an underscore marks the mnemonic and "__" is one
+// underscore, as it is with the ampersand in Qt; descriptions are plain text.
+QString textOf(const QString& text, Marks marks)
 {
     QString label;
     bool marked = false;
@@ -32,7 +34,7 @@ QString labelOf(const QString& text)
                 break;
             }
             character = text[i];
-            if (!marked && character.isLetterOrNumber()) {
+            if (marks != Marks::None && !marked && character.isLetterOrNumber()) {
                 label += u'_';
                 marked = true;
             }
@@ -41,26 +43,13 @@ QString labelOf(const QString& text)
         if (category == QChar::Other_Control || category == QChar::Separator_Line ||
             category == QChar::Separator_Paragraph) {
             label += u' ';
-        } else if (character == u'_') {
+        } else if (marks != Marks::None && character == u'_') {
             label += u"__"_s;
         } else {
             label += character;
         }
     }
     return label;
-}
-
-// An action's text without the mark of its mnemonic.
-QString plainTextOf(const QString& text)
-{
-    QString plain;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == u'&' && ++i == text.size()) {
-            break;
-        }
-        plain += text[i];
-    }
-    return plain;
 }
 
 // Sixteen logical pixels, the usual size of pictures in menus, at the scale of this program's
@@ -114,8 +103,8 @@ QVariantMap DBusMenuItemProperties::of(const QAction& action)
         properties[kType] = u"separator"_s;
         return properties;
     }
-    properties[kLabel] = labelOf(action.text());
-    properties[kDescription] = plainTextOf(action.text());
+    properties[kLabel] = textOf(action.text(), Marks::Underscore);
+    properties[kDescription] = textOf(action.text(), Marks::None);
     properties[kEnabled] = action.isEnabled();
     if (const QByteArray png = pngOf(action.icon());
         !png.isEmpty() && action.isIconVisibleInMenu()) {
