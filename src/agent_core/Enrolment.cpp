@@ -62,12 +62,12 @@ void AppDelegate::settings()
     }
     if (m_restartWait) {
         m_opensSettingsAfterRestartWait = true;
-    } else if (!settingsWindow().isVisible()) {
-        prepareSettingsWindow();
-        window->present();
-    } else if (window->isMinimized()) {
-        window->present();
+        return;
     }
+    if (!settingsWindow().isVisible()) { // else what is entered in it stays
+        prepareSettingsWindow();
+    }
+    window->present();
 }
 
 void AppDelegate::waitingSettings()

@@ -7,6 +7,7 @@
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
+#include "window_kit/PlainToolTip.h"
 #include "window_kit/ShownText.h"
 
 #include <QCloseEvent>
@@ -197,7 +198,7 @@ void ChatController::showMembers()
     for (const QString& name : std::as_const(members)) {
         names.append(ShownText::line(name));
     }
-    m_window->ui.Messages->setToolTip(ShownText::toolTip(names.join(u'\n')));
+    setPlainToolTip(*m_window->ui.Messages, names.join(u'\n'));
     m_window->ui.operators->setFullText(names.join(u", "_s));
 }
 

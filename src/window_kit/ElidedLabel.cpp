@@ -1,5 +1,6 @@
 #include "window_kit/ElidedLabel.h"
 
+#include "window_kit/PlainToolTip.h"
 #include "window_kit/ShownText.h"
 
 #include <QEvent>
@@ -59,5 +60,5 @@ void ElidedLabel::elide()
     const QString shown = fontMetrics().elidedText(line, Qt::ElideRight, contentsRect().width());
     setText(shown);
     const bool isCut = shown != line || m_fullText.size() > kLongestLine;
-    setToolTip(isCut ? ShownText::toolTip(ShownText::line(m_fullText)) : QString());
+    setPlainToolTip(*this, isCut ? ShownText::line(m_fullText) : QString());
 }

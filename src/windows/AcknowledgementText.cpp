@@ -1,5 +1,6 @@
 #include "windows/AcknowledgementText.h"
 
+#include "window_kit/PlainToolTip.h"
 #include "window_kit/ShownText.h"
 
 #include <QFocusEvent>
@@ -64,7 +65,7 @@ void AcknowledgementText::elide()
     m_shownControlUser = metrics.elidedText(controlUser, Qt::ElideRight, width());
     const bool isCut = m_shownServer != server || m_shownControlUser != controlUser;
     const auto tip = [](const QString& name) { return ShownText::line(name, kLongestTip); };
-    setToolTip(isCut ? ShownText::toolTip(tip(m_server) + u'\n' + tip(m_controlUser)) : QString());
+    setPlainToolTip(*this, isCut ? tip(m_server) + u'\n' + tip(m_controlUser) : QString());
     update();
 }
 

@@ -4,7 +4,7 @@
 #include "records/Intervals.h"
 #include "ui_ConnectionStatus.h"
 #include "window_kit/AgentWindow.h"
-#include "window_kit/ShownText.h"
+#include "window_kit/PlainToolTip.h"
 
 #include <QEvent>
 #include <QScreen>
@@ -286,7 +286,7 @@ void ConnectionStatus::showState()
         gatewayConnectionStatus ? u"status-available"_s : u"status-unavailable"_s, sign));
     sign.setAccessibleName(gatewayConnectionStatus ? ready : no_gateway);
     if (showConnectionDetail) {
-        sign.setToolTip(ShownText::toolTip(gateway_name));
+        setPlainToolTip(sign, gateway_name);
     }
     m_window->ui.agentDesc->setText(stateText());
 }

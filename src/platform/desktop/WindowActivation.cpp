@@ -38,6 +38,13 @@ quint32& lastAction()
 
 std::atomic<bool> isStopped = false;
 
+void noteTime(const QInputEvent& input)
+{
+    if (input.timestamp() != 0) {
+        lastAction() = static_cast<quint32>(input.timestamp());
+    }
+}
+
 class InputWatch : public QObject {
 public:
     using QObject::QObject;
@@ -45,6 +52,9 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override
     {
         switch (event->type()) {
+        case QEvent::ShortcutOverride: // all that there is of a key that is a shortcut
+            noteTime(*static_cast<QInputEvent*>(event));
+            break;
         case QEvent::KeyPress:
             // With a screen reader the toolkit asks that first, and sends a copy without the time.
             if (!event->spontaneous() && watched->isWindowType()) {
@@ -55,10 +65,7 @@ public:
         case QEvent::MouseButtonPress:
         case QEvent::TouchBegin:
             if (event->spontaneous()) {
-                const quint64 time = static_cast<QInputEvent*>(event)->timestamp();
-                if (time != 0) {
-                    lastAction() = static_cast<quint32>(time);
-                }
+                noteTime(*static_cast<QInputEvent*>(event));
             }
             break;
         default:
