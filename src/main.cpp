@@ -47,7 +47,7 @@ std::atomic_bool hasDisplay = false;
 
 // Qt's own messages are dropped: the program writes to its log files only. Those that end the
 // program are kept; until there is a display they say that there is none, and the first one before
-// says why.
+// says why. The one that says that the display has gone is the last chance for an orderly end.
 void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     static std::mutex mutex; // guards the reason
@@ -57,6 +57,9 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
         if (reason.isEmpty()) {
             reason = message.trimmed();
         }
+    }
+    if (hasDisplay && DisplayServer::isGone(message)) {
+        terminate();
     }
     if (type != QtFatalMsg) {
         return;

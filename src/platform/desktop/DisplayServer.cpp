@@ -12,3 +12,8 @@ std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
     }
     return arguments;
 }
+
+bool DisplayServer::isGone(QStringView toolkitMessage)
+{
+    return toolkitMessage.startsWith(u"The Wayland connection");
+}

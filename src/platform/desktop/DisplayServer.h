@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringView>
+
 #include <vector>
 
 // Which display server the program connects to.
@@ -11,5 +13,10 @@ namespace DisplayServer {
 // no program do. As an argument, because the programs that we start inherit the environment. Before
 // the application object exists.
 [[nodiscard]] std::vector<char*> preferX11(std::vector<char*> arguments);
+
+// Whether this is the last word of the toolkit's Wayland part: the compositor has gone, or has
+// thrown the program out. It calls _exit() next, which runs no exit handler. (Its X11 part calls
+// exit().)
+[[nodiscard]] bool isGone(QStringView toolkitMessage);
 
 } // namespace DisplayServer
