@@ -33,6 +33,12 @@ namespace {
     waitForProgramEnd();
 }
 
+[[noreturn]] void terminateWithoutDisplay()
+{
+    DisplayServer::noteGone();
+    terminate();
+}
+
 // The arguments without the program's name.
 QStringList argumentsOf(int argc, char* argv[])
 {
@@ -58,8 +64,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
             reason = message.trimmed();
         }
     }
-    if (hasDisplay && DisplayServer::isGone(message)) {
-        terminate();
+    if (hasDisplay && DisplayServer::isLastWord(message)) {
+        terminateWithoutDisplay();
     }
     if (type != QtFatalMsg) {
         return;
@@ -135,7 +141,7 @@ int main(int argc, char* argv[])
     AppDelegate::answerRequests(runningAgent);
     // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
     // last, because exit handlers run in the reverse order: this one comes first.
-    std::atexit(&terminate);
+    std::atexit(&terminateWithoutDisplay);
     QApplication::exec();
     terminate();
 }

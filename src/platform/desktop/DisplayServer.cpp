@@ -2,6 +2,14 @@
 
 #include <QtGlobal>
 
+#include <atomic>
+
+namespace {
+
+std::atomic<bool> hasGone = false;
+
+} // namespace
+
 std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
 {
     static char option[] = "-platform";
@@ -13,7 +21,17 @@ std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
     return arguments;
 }
 
-bool DisplayServer::isGone(QStringView toolkitMessage)
+bool DisplayServer::isLastWord(QStringView toolkitMessage)
 {
     return toolkitMessage.startsWith(u"The Wayland connection");
+}
+
+void DisplayServer::noteGone()
+{
+    hasGone = true;
+}
+
+bool DisplayServer::isGone()
+{
+    return hasGone;
 }

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-// Which display server the program connects to.
+// Which display server the program connects to, and that it is there no more.
 namespace DisplayServer {
 
 // The program's arguments, with Qt's option for X11 (also XWayland) behind the program's name where
@@ -17,6 +17,11 @@ namespace DisplayServer {
 // Whether this is the last word of the toolkit's Wayland part: the compositor has gone, or has
 // thrown the program out. It calls _exit() next, which runs no exit handler. (Its X11 part calls
 // exit().)
-[[nodiscard]] bool isGone(QStringView toolkitMessage);
+[[nodiscard]] bool isLastWord(QStringView toolkitMessage);
+
+// To be told by whoever learns that the server has gone, or has thrown the program out: nothing can
+// be asked of it any more. Any thread, as for isGone().
+void noteGone();
+[[nodiscard]] bool isGone();
 
 } // namespace DisplayServer

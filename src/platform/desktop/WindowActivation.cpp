@@ -163,6 +163,17 @@ void WindowActivation::stop()
     isStopped = true;
 }
 
+void WindowActivation::hideAll()
+{
+    MainQueue::assertMainThread();
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        window->hide();
+    }
+    if (xcb_connection_t* const connection = X11::connection()) {
+        xcb_flush(connection);
+    }
+}
+
 void WindowActivation::present(QWidget* window)
 {
     MainQueue::assertMainThread();

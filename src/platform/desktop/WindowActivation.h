@@ -51,4 +51,8 @@ void showAnew(QWidget* window);
 // From now on no window comes up any more: the program is ending. Any thread.
 void stop();
 
+// Takes all windows off the screen at once, also where the program does nothing but wait
+// afterwards.
+void hideAll();
+
 } // namespace WindowActivation
