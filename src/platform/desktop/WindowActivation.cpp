@@ -6,6 +6,8 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QInputEvent>
+#include <QLayout>
+#include <QTimer>
 #include <QWidget>
 #include <QWindow>
 
@@ -18,6 +20,8 @@
 #include <xcb/xcb.h>
 
 namespace {
+
+using namespace std::chrono_literals;
 
 // X servers on this machine count their time on the monotonic clock.
 quint32 serverTimeNow()
@@ -111,6 +115,59 @@ bool canRestack(xcb_connection_t* connection)
     return std::find(first, last, X11::atom(connection, "_NET_RESTACK_WINDOW")) != last;
 }
 
+// Whether windows keep their order by requests of ours. Native Wayland has none, and tiling window
+// managers take none.
+bool isOrderOurs()
+{
+    xcb_connection_t* const connection = X11::connection();
+    return connection != nullptr && canRestack(connection);
+}
+
+// Gives a window back the limits of its size when it is on the screen.
+class SizeRelease : public QObject {
+public:
+    explicit SizeRelease(QWidget* window) : QObject(window->windowHandle()), m_window(window)
+    {
+        parent()->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Expose && m_window->windowHandle()->isExposed()) {
+            // A compositor shows the window, and looks at its limits, somewhat later.
+            QTimer::singleShot(500ms, this, [this] { release(); });
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    void release()
+    {
+        m_window->windowHandle()->setMinimumSize(m_window->minimumSize());
+        m_window->windowHandle()->setMaximumSize(m_window->maximumSize());
+        deleteLater();
+    }
+
+    QWidget* const m_window; // owns the window on the screen, and this with it
+};
+
+// Tiling window managers leave a window whose size is fixed as it is, above the tiles. They look
+// once, at its coming up, so that the person may change the size as ever afterwards.
+void keepOutOfTiles(QWidget* window)
+{
+    window->ensurePolished();
+    if (window->layout() != nullptr) {
+        window->layout()->activate();
+    }
+    if (!window->testAttribute(Qt::WA_Resized)) {
+        window->adjustSize();
+    }
+    window->winId(); // makes the handle
+    window->windowHandle()->setMinimumSize(window->size());
+    window->windowHandle()->setMaximumSize(window->size());
+    new SizeRelease(window);
+}
+
 // Shows the window without the toolkit's asking for the keyboard, which it would do with this very
 // moment as the person's last action.
 void showWithoutActivation(QWidget* window)
@@ -120,6 +177,9 @@ void showWithoutActivation(QWidget* window)
     }
     window->setAttribute(Qt::WA_ShowWithoutActivating);
     window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    if (!window->isVisible() && !isOrderOurs()) {
+        keepOutOfTiles(window);
+    }
     window->show();
 }
 
@@ -221,7 +281,7 @@ void WindowActivation::putAbove(QWidget* window, QWidget* other)
 void WindowActivation::showAnew(QWidget* window)
 {
     MainQueue::assertMainThread();
-    if (!isStopped && X11::connection() == nullptr) {
+    if (!isStopped && !isOrderOurs()) {
         window->hide();
         showWithoutActivation(window);
     }

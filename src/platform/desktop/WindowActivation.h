@@ -44,7 +44,7 @@ void demandAttention(QWidget* window);
 // WM_TRANSIENT_FOR).
 void putAbove(QWidget* window, QWidget* other);
 
-// Where programs can't restack their windows (native Wayland), shows a window anew, which puts it
+// Where programs can't restack their windows (native Wayland, tiling window managers), shows a window anew, which puts it
 // in front of the others. Elsewhere it does nothing.
 void showAnew(QWidget* window);
 
