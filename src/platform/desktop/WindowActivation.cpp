@@ -102,17 +102,7 @@ void askForActivation(xcb_connection_t* connection, const QWidget* window)
 // Whether the window manager, which may be another one at each call, can restack.
 bool canRestack(xcb_connection_t* connection)
 {
-    constexpr quint32 kMostAtoms = 1'024;
-    const auto cookie =
-        xcb_get_property(connection, 0, X11::screen(connection).root,
-                         X11::atom(connection, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, kMostAtoms);
-    const auto reply = X11::owned(xcb_get_property_reply(connection, cookie, nullptr));
-    if (!reply || reply->format != 32) {
-        return false;
-    }
-    const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
-    const auto* const last = first + reply->value_len;
-    return std::find(first, last, X11::atom(connection, "_NET_RESTACK_WINDOW")) != last;
+    return X11::supported(connection).contains(X11::atom(connection, "_NET_RESTACK_WINDOW"));
 }
 
 // Whether windows keep their order by requests of ours. Native Wayland has none, and tiling window
