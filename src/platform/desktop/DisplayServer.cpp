@@ -13,7 +13,7 @@ std::atomic<bool> hasGone = false;
 std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
 {
     static char option[] = "-platform";
-    static char platform[] = "xcb";
+    static char platform[] = "xcb;wayland";
     if (!arguments.empty() && qEnvironmentVariableIsSet("DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         arguments.insert(arguments.begin() + 1, {option, platform});
