@@ -33,6 +33,12 @@ namespace {
     waitForProgramEnd();
 }
 
+[[noreturn]] void terminateWithoutDisplay()
+{
+    DisplayServer::noteGone();
+    terminate();
+}
+
 // The arguments without the program's name.
 QStringList argumentsOf(int argc, char* argv[])
 {
@@ -47,7 +53,7 @@ std::atomic_bool hasDisplay = false;
 
 // Qt's own messages are dropped: the program writes to its log files only. Those that end the
 // program are kept; until there is a display they say that there is none, and the first one before
-// says why.
+// says why. The one that says that the display has gone is the last chance for an orderly end.
 void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     static std::mutex mutex; // guards the reason
@@ -57,6 +63,9 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
         if (reason.isEmpty()) {
             reason = message.trimmed();
         }
+    }
+    if (hasDisplay && DisplayServer::isLastWord(message)) {
+        terminateWithoutDisplay();
     }
     if (type != QtFatalMsg) {
         return;
@@ -132,7 +141,7 @@ int main(int argc, char* argv[])
     AppDelegate::answerRequests(runningAgent);
     // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
     // last, because exit handlers run in the reverse order: this one comes first.
-    std::atexit(&terminate);
+    std::atexit(&terminateWithoutDisplay);
     QApplication::exec();
     terminate();
 }

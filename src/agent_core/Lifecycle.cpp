@@ -5,6 +5,7 @@
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/accounts/ScreenLock.h"
+#include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/files/MainBundle.h"
@@ -235,9 +236,9 @@ void AppDelegate::applicationWillTerminate()
     WindowActivation::stop();
     // At once and not after the wait: from another thread the main loop goes on meanwhile.
     if (MainQueue::isMainThread()) {
-        stopTimersAndNotices();
+        leaveDesktop();
     } else {
-        MainQueue::post(&AppDelegate::stopTimersAndNotices);
+        MainQueue::post(&AppDelegate::leaveDesktop);
     }
     const auto end = std::chrono::steady_clock::now() + Intervals::current().restartRequest;
     const bool asksForRestart = options.restart_daemon_at_close_only && !isAtLoginWindow();
@@ -266,8 +267,14 @@ QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repe
     return timer;
 }
 
-void AppDelegate::stopTimersAndNotices()
+void AppDelegate::leaveDesktop()
 {
+    if (!DisplayServer::isGone()) {
+        if (state().statusBarItem != nullptr) {
+            state().statusBarItem->hide();
+        }
+        WindowActivation::hideAll();
+    }
     if (state().notices != nullptr) {
         state().notices->stop();
     }

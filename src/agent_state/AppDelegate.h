@@ -198,7 +198,7 @@ private:
     // A timer that dies with the delegate.
     static QTimer* startTimer(std::chrono::milliseconds interval, Repeats repeats,
                               std::function<void()> action);
-    static void stopTimersAndNotices();
+    static void leaveDesktop();
     static void readAppName();
     static void logHostAndUser();
     static void readConsoleUser();

@@ -64,6 +64,9 @@ Findings displayFindings(const CommandTexts& texts, const DesktopFacts& facts)
     if (facts.display == Display::Unreachable) {
         return {Finding::wrong(texts, "doctor.displayUnreachable"_L1, {facts.displayName})};
     }
+    if (facts.display == Display::Unsupported) {
+        return {Finding::wrong(texts, "doctor.noWaylandPart"_L1, {u"qt6-wayland"_s})};
+    }
     return {};
 }
 

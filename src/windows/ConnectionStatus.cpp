@@ -1,6 +1,7 @@
 #include "windows/ConnectionStatus.h"
 
 #include "platform/desktop/BundleImages.h"
+#include "platform/desktop/WorkArea.h"
 #include "records/Intervals.h"
 #include "ui_ConnectionStatus.h"
 #include "window_kit/AgentWindow.h"
@@ -208,7 +209,9 @@ void ConnectionStatus::setPosition()
     // Moving or resizing a minimised window would bring it back.
     if (m_window && !m_window->isMinimized() && m_window->screen() != nullptr) {
         const int screenWidth = m_window->screen()->geometry().width();
-        m_window->move(screenWidth - m_window->frameGeometry().width(), 0);
+        const QMargins untold = WorkArea::untold();
+        m_window->move(screenWidth - m_window->frameGeometry().width() - untold.right(),
+                       untold.top());
     }
 }
 

@@ -13,7 +13,7 @@ FOLDERS = {
     "src/platform/network": "platform/files platform/threads",
     "src/platform/accounts": "platform/files platform/threads platform/bus platform/processes",
     "src/platform/display": "platform/files",
-    "src/platform/desktop": "platform/files platform/threads platform/bus",
+    "src/platform/desktop": "platform/files platform/threads platform/bus platform/display",
     "src/logging": "platform",
     "src/localisation": "platform logging",
     "src/records": "platform/files localisation",

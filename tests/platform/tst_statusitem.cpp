@@ -56,7 +56,8 @@ private Q_SLOTS:
     {
         // Steps: T a tray starts, I the item, W a watcher, H a host; w, h they end; R another
         // watcher with a host takes the first one's place; S a watcher starts that answers nothing,
-        // A it answers the rest; i the item starts without a thread; t, T the tray restarts.
+        // A it answers the rest; i the item starts without a thread; X it is hidden, and gets
+        // another icon; t, T the tray restarts.
         QTest::addColumn<QByteArray>("steps");
         QTest::addColumn<QByteArray>("places");
         QTest::addRow("program, then panel") << "ITWH"_ba
@@ -73,6 +74,10 @@ private Q_SLOTS:
                                        << "NNNT"_ba;
         QTest::addRow("watcher hangs under the tray's icon") << "TISw"_ba
                                                              << "NTTT"_ba;
+        QTest::addRow("hidden under a host, then a tray") << "WHIXhT"_ba
+                                                          << "NNHNNN"_ba;
+        QTest::addRow("hidden in a tray, which restarts") << "TIXtT"_ba
+                                                          << "NTNNN"_ba;
         QTest::addRow("the system has no thread left") << "TRi"_ba
                                                        << "NNH"_ba;
     }
@@ -87,6 +92,11 @@ private Q_SLOTS:
             {'t', [&] { tray.reset(); }},
             {'I', [&] { startItem(); }},
             {'i', [&] { startItemWithoutThread(); }},
+            {'X',
+             [&] {
+                 m_item->hide();
+                 m_item->setIcon(picture(48, Qt::red));
+             }},
             {'W', [&] { m_watcher = std::make_unique<Watcher>(); }},
             {'R', [&] { m_watcher = std::make_unique<Watcher>(true); }},
             {'S', [&] { m_watcher = std::make_unique<Watcher>(false, 0); }},

@@ -3,10 +3,16 @@
 #include "windows/SessionClock.h"
 
 #include <QAbstractButton>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
+
+#include <cstdlib>
+#include <memory>
+
+#include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
 
@@ -72,6 +78,35 @@ private Q_SLOTS:
             QTRY_VERIFY(isPlaced());
             AppDelegate::removeConnectionSession(height == 313 ? 8 : -7);
         }
+    }
+
+    void keepsClearOfAPanelThatNobodyTellsOf()
+    {
+        auto* const server =
+            qApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+        const auto root = xcb_setup_roots_iterator(xcb_get_setup(server)).data->root;
+        const auto atom = [&](const QByteArray& name) {
+            const auto cookie = xcb_intern_atom(server, 0, static_cast<quint16>(name.size()), name);
+            const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+                xcb_intern_atom_reply(server, cookie, nullptr), &std::free);
+            return reply->atom;
+        };
+        const auto setSupported = [&](const QList<xcb_atom_t>& hints) {
+            xcb_change_property(server, XCB_PROP_MODE_REPLACE, root, atom("_NET_SUPPORTED"),
+                                XCB_ATOM_ATOM, 32, static_cast<quint32>(hints.size()),
+                                hints.constData());
+        };
+        present();
+        setSupported({atom("_NET_WM_STATE")});
+        status().setPosition();
+        const auto place = [this] { return m_agent->window()->frameGeometry(); };
+        const int right = m_agent->window()->screen()->geometry().right();
+        QTRY_COMPARE(place().top(), 32);
+        QCOMPARE(place().right(), right - 16);
+        setSupported({atom("_NET_WM_STATE"), atom("_NET_WORKAREA")});
+        status().setPosition();
+        QTRY_COMPARE(place().top(), 0);
+        QCOMPARE(place().right(), right);
     }
 
     void statesInWords()

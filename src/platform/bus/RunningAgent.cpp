@@ -1,6 +1,7 @@
 #include "platform/bus/RunningAgent.h"
 
 #include "platform/bus/UserBus.h"
+#include "platform/files/DisplayName.h"
 
 #include <QSocketNotifier>
 
@@ -74,14 +75,8 @@ quint32 launchTime()
 // A lock for each display, as the toolkit chooses it.
 QString lockName()
 {
-    QString display = qEnvironmentVariable("DISPLAY");
-    if (display.isEmpty()) {
-        display = qEnvironmentVariable("WAYLAND_DISPLAY");
-    }
-    // HOST:DISPLAY.SCREEN; all screens are one desktop.
-    const qsizetype colon = display.lastIndexOf(u':');
-    const qsizetype dot = colon < 0 ? -1 : display.indexOf(u'.', colon);
-    return u"vantoryAgent-%1.lock"_s.arg(dot < 0 ? display : display.first(dot));
+    const QString x11 = DisplayName::x11();
+    return u"vantoryAgent-%1.lock"_s.arg(x11.isEmpty() ? DisplayName::wayland() : x11);
 }
 
 } // namespace

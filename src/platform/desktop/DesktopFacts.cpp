@@ -2,17 +2,16 @@
 
 #include "platform/bus/UserBus.h"
 #include "platform/desktop/XServerQuestion.h"
-#include "platform/files/Descriptor.h"
+#include "platform/display/WaylandSocket.h"
+#include "platform/files/DisplayName.h"
+#include "platform/files/FilePaths.h"
 
-#include <QFile>
+#include <QDir>
+#include <QLibraryInfo>
 
-#include <algorithm>
 #include <chrono>
 #include <cstring>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <systemd/sd-bus.h>
 
 using namespace Qt::StringLiterals;
@@ -108,41 +107,30 @@ bool hasStatusHost(const Questions& bus)
            Questions::isTrue(answer);
 }
 
-// The compositor's socket: a name in the runtime directory, or a path.
-bool isWaylandReachable(const QString& display)
+// Whether the toolkit's part for native Wayland is installed.
+bool canUseWayland()
 {
-    const QByteArray path = QFile::encodeName(
-        display.startsWith(u'/') ? display
-                                 : qEnvironmentVariable("XDG_RUNTIME_DIR") + u'/' + display);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= static_cast<qsizetype>(sizeof address.sun_path)) {
-        return false;
-    }
-    std::copy(path.cbegin(), path.cend(), address.sun_path);
-    // Does not wait: where the compositor's queue is full, it hangs.
-    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    const auto* const general = reinterpret_cast<const sockaddr*>(&address);
-    return socket.isOpen() && ::connect(socket.value(), general, sizeof address) == 0;
+    const QDir parts(FilePaths::system(QLibraryInfo::path(QLibraryInfo::PluginsPath)) +
+                     u"/platforms"_s);
+    return !parts.entryList({u"libqwayland*"_s}, QDir::Files).isEmpty();
 }
 
+// As the program chooses: the X server where it answers, else the compositor.
 void askDisplay(DesktopFacts& facts)
 {
     using Display = DesktopFacts::Display;
-    const auto stateOf = [](bool isReachable) {
-        return isReachable ? Display::Reachable : Display::Unreachable;
-    };
-    // Where there are both, the program uses the X server.
-    facts.displayName = qEnvironmentVariable("DISPLAY");
-    if (!facts.displayName.isEmpty()) {
-        const auto answer = XServerQuestion::ask(kLimit);
-        facts.display = stateOf(answer.isReachable);
-        facts.showsStatusIcons = answer.hasTray;
-        return;
-    }
-    facts.displayName = qEnvironmentVariable("WAYLAND_DISPLAY");
-    if (!facts.displayName.isEmpty()) {
-        facts.display = stateOf(isWaylandReachable(facts.displayName));
+    const QString x11 = DisplayName::x11();
+    const QString wayland = DisplayName::wayland();
+    const auto server = x11.isEmpty() ? XServerQuestion::Answer() : XServerQuestion::ask(kLimit);
+    facts.showsStatusIcons = server.hasTray;
+    facts.displayName = x11.isEmpty() ? wayland : x11;
+    if (server.isReachable) {
+        facts.display = Display::Reachable;
+    } else if (!wayland.isEmpty() && WaylandSocket::connect().isOpen()) {
+        facts.displayName = wayland;
+        facts.display = canUseWayland() ? Display::Reachable : Display::Unsupported;
+    } else if (!facts.displayName.isEmpty()) {
+        facts.display = Display::Unreachable;
     }
 }
 

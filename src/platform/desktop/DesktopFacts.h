@@ -9,6 +9,7 @@ struct DesktopFacts {
     enum class Display {
         NotNamed,    // neither DISPLAY nor WAYLAND_DISPLAY is set
         Unreachable, // it refuses, or does not answer within a second
+        Unsupported, // a Wayland compositor for which the toolkit's part is missing
         Reachable,
     };
 

@@ -2,13 +2,36 @@
 
 #include <QtGlobal>
 
+#include <atomic>
+
+namespace {
+
+std::atomic<bool> hasGone = false;
+
+} // namespace
+
 std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
 {
     static char option[] = "-platform";
-    static char platform[] = "xcb";
+    static char platform[] = "xcb;wayland";
     if (!arguments.empty() && qEnvironmentVariableIsSet("DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         arguments.insert(arguments.begin() + 1, {option, platform});
     }
     return arguments;
+}
+
+bool DisplayServer::isLastWord(QStringView toolkitMessage)
+{
+    return toolkitMessage.startsWith(u"The Wayland connection");
+}
+
+void DisplayServer::noteGone()
+{
+    hasGone = true;
+}
+
+bool DisplayServer::isGone()
+{
+    return hasGone;
 }

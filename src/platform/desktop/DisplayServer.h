@@ -1,15 +1,27 @@
 #pragma once
 
+#include <QStringView>
+
 #include <vector>
 
-// Which display server the program connects to.
+// Which display server the program connects to, and that it is there no more.
 namespace DisplayServer {
 
 // The program's arguments, with Qt's option for X11 (also XWayland) behind the program's name where
-// there is an X server and the environment names no other platform. A window that comes up by
-// itself must be able to stand above the others and ask for the keyboard, which native Wayland lets
-// no program do. As an argument, because the programs that we start inherit the environment. Before
-// the application object exists.
+// the environment names an X server and no other platform; native Wayland comes next, for where no
+// server answers. A window that comes up by itself must be able to stand above the others and ask
+// for the keyboard, which native Wayland lets no program do. As an argument, because the programs
+// that we start inherit the environment. Before the application object exists.
 [[nodiscard]] std::vector<char*> preferX11(std::vector<char*> arguments);
+
+// Whether this is the last word of the toolkit's Wayland part: the compositor has gone, or has
+// thrown the program out. It calls _exit() next, which runs no exit handler. (Its X11 part calls
+// exit().)
+[[nodiscard]] bool isLastWord(QStringView toolkitMessage);
+
+// To be told by whoever learns that the server has gone, or has thrown the program out: nothing can
+// be asked of it any more. Any thread, as for isGone().
+void noteGone();
+[[nodiscard]] bool isGone();
 
 } // namespace DisplayServer

@@ -67,17 +67,28 @@ StatusItem::~StatusItem() = default;
 
 void StatusItem::setIcon(const QIcon& icon)
 {
-    d->setIcon(icon);
+    if (d) {
+        d->setIcon(icon);
+    }
 }
 
 void StatusItem::setToolTip(const QString& text)
 {
-    d->setToolTip(text);
+    if (d) {
+        d->setToolTip(text);
+    }
 }
 
 void StatusItem::setMenu(QMenu* menu)
 {
-    d->setMenu(menu);
+    if (d) {
+        d->setMenu(menu);
+    }
+}
+
+void StatusItem::hide()
+{
+    d.reset();
 }
 
 void StatusItem::Private::setIcon(const QIcon& icon)

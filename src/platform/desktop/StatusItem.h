@@ -37,6 +37,9 @@ public:
     // visibility, enabling, order. Not every host shows submenus and check marks.
     void setMenu(QMenu* menu);
 
+    // Takes the icon away at once and for good, whatever is set afterwards.
+    void hide();
+
 private:
     class Private;
     std::unique_ptr<Private> d;

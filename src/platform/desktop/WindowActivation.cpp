@@ -6,6 +6,8 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QInputEvent>
+#include <QLayout>
+#include <QTimer>
 #include <QWidget>
 #include <QWindow>
 
@@ -18,6 +20,8 @@
 #include <xcb/xcb.h>
 
 namespace {
+
+using namespace std::chrono_literals;
 
 // X servers on this machine count their time on the monotonic clock.
 quint32 serverTimeNow()
@@ -105,17 +109,60 @@ void askForActivation(xcb_connection_t* connection, const QWidget* window)
 // Whether the window manager, which may be another one at each call, can restack.
 bool canRestack(xcb_connection_t* connection)
 {
-    constexpr quint32 kMostAtoms = 1'024;
-    const auto cookie =
-        xcb_get_property(connection, 0, X11::screen(connection).root,
-                         X11::atom(connection, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, kMostAtoms);
-    const auto reply = X11::owned(xcb_get_property_reply(connection, cookie, nullptr));
-    if (!reply || reply->format != 32) {
-        return false;
+    return X11::supported(connection).contains(X11::atom(connection, "_NET_RESTACK_WINDOW"));
+}
+
+// Whether windows keep their order by requests of ours. Native Wayland has none, and tiling window
+// managers take none.
+bool isOrderOurs()
+{
+    xcb_connection_t* const connection = X11::connection();
+    return connection != nullptr && canRestack(connection);
+}
+
+// Gives a window back the limits of its size when it is on the screen.
+class SizeRelease : public QObject {
+public:
+    explicit SizeRelease(QWidget* window) : QObject(window->windowHandle()), m_window(window)
+    {
+        parent()->installEventFilter(this);
     }
-    const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
-    const auto* const last = first + reply->value_len;
-    return std::find(first, last, X11::atom(connection, "_NET_RESTACK_WINDOW")) != last;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Expose && m_window->windowHandle()->isExposed()) {
+            // A compositor shows the window, and looks at its limits, somewhat later.
+            QTimer::singleShot(500ms, this, [this] { release(); });
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    void release()
+    {
+        m_window->windowHandle()->setMinimumSize(m_window->minimumSize());
+        m_window->windowHandle()->setMaximumSize(m_window->maximumSize());
+        deleteLater();
+    }
+
+    QWidget* const m_window; // owns the window on the screen, and this with it
+};
+
+// Tiling window managers leave a window whose size is fixed as it is, above the tiles. They look
+// once, at its coming up, so that the person may change the size as ever afterwards.
+void keepOutOfTiles(QWidget* window)
+{
+    window->ensurePolished();
+    if (window->layout() != nullptr) {
+        window->layout()->activate();
+    }
+    if (!window->testAttribute(Qt::WA_Resized)) {
+        window->adjustSize();
+    }
+    window->winId(); // makes the handle
+    window->windowHandle()->setMinimumSize(window->size());
+    window->windowHandle()->setMaximumSize(window->size());
+    new SizeRelease(window);
 }
 
 // Shows the window without the toolkit's asking for the keyboard, which it would do with this very
@@ -127,6 +174,9 @@ void showWithoutActivation(QWidget* window)
     }
     window->setAttribute(Qt::WA_ShowWithoutActivating);
     window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    if (!window->isVisible() && !isOrderOurs()) {
+        keepOutOfTiles(window);
+    }
     window->show();
 }
 
@@ -168,6 +218,17 @@ void WindowActivation::noteAction(quint32 serverTime)
 void WindowActivation::stop()
 {
     isStopped = true;
+}
+
+void WindowActivation::hideAll()
+{
+    MainQueue::assertMainThread();
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        window->hide();
+    }
+    if (xcb_connection_t* const connection = X11::connection()) {
+        xcb_flush(connection);
+    }
 }
 
 void WindowActivation::present(QWidget* window)
@@ -217,7 +278,7 @@ void WindowActivation::putAbove(QWidget* window, QWidget* other)
 void WindowActivation::showAnew(QWidget* window)
 {
     MainQueue::assertMainThread();
-    if (!isStopped && X11::connection() == nullptr) {
+    if (!isStopped && !isOrderOurs()) {
         window->hide();
         showWithoutActivation(window);
     }

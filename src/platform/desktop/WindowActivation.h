@@ -44,11 +44,15 @@ void demandAttention(QWidget* window);
 // WM_TRANSIENT_FOR).
 void putAbove(QWidget* window, QWidget* other);
 
-// Where programs can't restack their windows (native Wayland), shows a window anew, which puts it
-// in front of the others. Elsewhere it does nothing.
+// Where programs can't restack their windows (native Wayland, tiling window managers), shows a
+// window anew, which puts it in front of the others. Elsewhere it does nothing.
 void showAnew(QWidget* window);
 
 // From now on no window comes up any more: the program is ending. Any thread.
 void stop();
+
+// Takes all windows off the screen at once, also where the program does nothing but wait
+// afterwards.
+void hideAll();
 
 } // namespace WindowActivation

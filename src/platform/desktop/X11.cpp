@@ -21,3 +21,17 @@ const xcb_screen_t& X11::screen(xcb_connection_t* connection)
 {
     return *xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
 }
+
+QList<quint32> X11::supported(xcb_connection_t* connection)
+{
+    constexpr quint32 kMostAtoms = 1'024;
+    const auto cookie =
+        xcb_get_property(connection, 0, screen(connection).root, atom(connection, "_NET_SUPPORTED"),
+                         XCB_ATOM_ATOM, 0, kMostAtoms);
+    const auto reply = owned(xcb_get_property_reply(connection, cookie, nullptr));
+    if (!reply || reply->format != 32) {
+        return {};
+    }
+    const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + reply->value_len};
+}

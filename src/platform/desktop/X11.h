@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QtGlobal>
 
 #include <cstdlib>
@@ -29,5 +30,9 @@ xcb_connection_t* connection();
 quint32 atom(xcb_connection_t* connection, const QByteArray& name);
 
 const xcb_screen_t& screen(xcb_connection_t* connection);
+
+// What the window manager, which may be another one at each call, knows of EWMH; empty where there
+// is none.
+QList<quint32> supported(xcb_connection_t* connection);
 
 } // namespace X11

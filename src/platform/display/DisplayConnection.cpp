@@ -1,9 +1,7 @@
 #include "platform/display/DisplayConnection.h"
 
-#include "platform/files/Descriptor.h"
-
-#include <QByteArray>
-#include <QFile>
+#include "platform/display/WaylandSocket.h"
+#include "platform/files/DisplayName.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +11,6 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
@@ -22,15 +19,6 @@ using std::chrono::milliseconds;
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// The socket of the Wayland protocol's standard library: a name in the runtime directory, or a
-// path.
-QByteArray waylandSocket()
-{
-    const QString name = qEnvironmentVariable("WAYLAND_DISPLAY");
-    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return QFile::encodeName(name.startsWith(u'/') ? name : folder + u'/' + name);
-}
 
 } // namespace
 
@@ -53,16 +41,8 @@ class DisplayConnection::WaylandServer : public Server {
 public:
     bool connect() override
     {
-        const QByteArray path = waylandSocket();
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        if (path.size() >= static_cast<qsizetype>(sizeof address.sun_path)) {
-            return false;
-        }
-        std::copy(path.cbegin(), path.cend(), address.sun_path);
-        m_socket = Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-        return ::connect(m_socket.value(), reinterpret_cast<const sockaddr*>(&address),
-                         sizeof address) == 0;
+        m_socket = WaylandSocket::connect();
+        return m_socket.isOpen();
     }
 
     [[nodiscard]] int descriptor() const override { return m_socket.value(); }
@@ -116,14 +96,8 @@ DisplayConnection::~DisplayConnection() = default;
 
 QString DisplayConnection::name()
 {
-    const QString wayland = qEnvironmentVariable("WAYLAND_DISPLAY");
-    if (!wayland.isEmpty()) {
-        return wayland;
-    }
-    // HOST:DISPLAY.SCREEN
-    const QString display = qEnvironmentVariable("DISPLAY");
-    const qsizetype dot = display.indexOf(u'.', std::max(display.lastIndexOf(u':'), qsizetype(0)));
-    return dot < 0 ? display : display.first(dot);
+    const QString wayland = DisplayName::wayland();
+    return wayland.isEmpty() ? DisplayName::x11() : wayland;
 }
 
 QString DisplayConnection::keeperLock()

@@ -36,6 +36,11 @@ QString FilePaths::runtime(const QString& path)
     return rooted(u"/run/"_s + path);
 }
 
+QString FilePaths::system(const QString& absolutePath)
+{
+    return rooted(absolutePath);
+}
+
 QString FilePaths::autostart(const QString& name)
 {
     return rooted(u"/etc/xdg/autostart/"_s + name);

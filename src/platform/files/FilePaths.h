@@ -15,6 +15,9 @@ namespace FilePaths {
 [[nodiscard]] QString configuration(const QString& path);      // "/etc/opt/PATH"
 [[nodiscard]] QString runtime(const QString& path);            // "/run/PATH"
 
+// A path that the system has told.
+[[nodiscard]] QString system(const QString& absolutePath);
+
 // What the system's desktops start: "/etc/xdg/autostart/NAME".
 [[nodiscard]] QString autostart(const QString& name);
 
