@@ -17,7 +17,22 @@ quint32 X11::atom(xcb_connection_t* connection, const QByteArray& name)
     return reply ? reply->atom : quint32(XCB_ATOM_NONE);
 }
 
+int X11::screenNumber()
+{
+    char* host = nullptr;
+    int display = 0;
+    int screen = 0;
+    if (xcb_parse_display(nullptr, &host, &display, &screen) != 0) {
+        std::free(host);
+    }
+    return screen;
+}
+
 const xcb_screen_t& X11::screen(xcb_connection_t* connection)
 {
-    return *xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (int i = screenNumber(); i > 0 && screens.rem > 1; --i) {
+        xcb_screen_next(&screens);
+    }
+    return *screens.data;
 }

@@ -28,6 +28,8 @@ xcb_connection_t* connection();
 // Zero where there is none.
 quint32 atom(xcb_connection_t* connection, const QByteArray& name);
 
+// The one that DISPLAY names; the toolkit's connection is for it, too.
+int screenNumber();
 const xcb_screen_t& screen(xcb_connection_t* connection);
 
 } // namespace X11
