@@ -103,6 +103,7 @@ private Q_SLOTS:
             QTest::qWait(150);
             QVERIFY2(clock.elapsed() < 1000, "the main thread was blocked");
             QTRY_COMPARE(placeOfIcon(), places[i]);
+            QCOMPARE(m_item && m_item->hasPlace(), places[i] != 'N');
         }
     }
 

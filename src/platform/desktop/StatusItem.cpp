@@ -30,6 +30,7 @@ public:
     void setIcon(const QIcon& icon);
     void setToolTip(const QString& text);
     void setMenu(QMenu* menu);
+    [[nodiscard]] bool hasPlace() const { return m_item || (m_tray && m_tray->isShown()); }
 
 private:
     void watchBus(const QDBusConnection& bus);
@@ -68,6 +69,11 @@ StatusItem::~StatusItem() = default;
 void StatusItem::setIcon(const QIcon& icon)
 {
     d->setIcon(icon);
+}
+
+bool StatusItem::hasPlace() const
+{
+    return d->hasPlace();
 }
 
 void StatusItem::setToolTip(const QString& text)

@@ -117,6 +117,11 @@ void TrayIcon::setIcon(const QIcon& icon)
     }
 }
 
+bool TrayIcon::isShown() const
+{
+    return m_window && m_window->isVisible();
+}
+
 void TrayIcon::setToolTip(const QString& text)
 {
     m_toolTip = Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
