@@ -38,6 +38,32 @@ quint32& lastAction()
 
 std::atomic<bool> isStopped = false;
 
+// ICCCM's UrgencyHint among the hints that the toolkit has set.
+void setUrgency(const QWidget& window, bool isUrgent)
+{
+    xcb_connection_t* const connection = X11::connection();
+    if (connection == nullptr || window.windowHandle() == nullptr) {
+        return;
+    }
+    constexpr quint32 kHints = 9; // 32-bit numbers, the flags first
+    constexpr quint32 kUrgency = 1U << 8;
+    const auto id = static_cast<xcb_window_t>(window.winId());
+    const auto cookie =
+        xcb_get_property(connection, 0, id, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 0, kHints);
+    const auto reply = X11::owned(xcb_get_property_reply(connection, cookie, nullptr));
+    if (!reply || reply->format != 32 || reply->value_len != kHints) {
+        return;
+    }
+    auto* const hints = static_cast<quint32*>(xcb_get_property_value(reply.get()));
+    const quint32 before = hints[0];
+    hints[0] = isUrgent ? before | kUrgency : before & ~kUrgency;
+    if (hints[0] != before) {
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, XCB_ATOM_WM_HINTS,
+                            XCB_ATOM_WM_HINTS, 32, kHints, hints);
+        xcb_flush(connection);
+    }
+}
+
 class InputWatch : public QObject {
 public:
     using QObject::QObject;
@@ -52,6 +78,13 @@ public:
                 const quint64 time = static_cast<QInputEvent*>(event)->timestamp();
                 if (time != 0) {
                     lastAction() = static_cast<quint32>(time);
+                }
+            }
+            break;
+        case QEvent::WindowActivate:
+            if (const auto* const window = qobject_cast<QWidget*>(watched)) {
+                if (window->isWindow()) {
+                    setUrgency(*window, false);
                 }
             }
             break;
@@ -103,6 +136,14 @@ bool canRestack(xcb_connection_t* connection)
     const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
     const auto* const last = first + reply->value_len;
     return std::find(first, last, X11::atom(connection, "_NET_RESTACK_WINDOW")) != last;
+}
+
+void restack(xcb_connection_t* connection, const QWidget* window, const QWidget* other)
+{
+    // Window managers take the request from pagers only (EWMH's source indication 2).
+    constexpr quint32 kByPager = 2;
+    sendToWindowManager(connection, window, "_NET_RESTACK_WINDOW",
+                        {kByPager, static_cast<quint32>(other->winId()), XCB_STACK_MODE_ABOVE});
 }
 
 // Shows the window without the toolkit's asking for the keyboard, which it would do with this very
@@ -186,7 +227,10 @@ void WindowActivation::show(QWidget* window)
 
 void WindowActivation::demandAttention(QWidget* window)
 {
-    QApplication::alert(window); // nothing where the window is active
+    if (!window->isActiveWindow()) {
+        QApplication::alert(window);
+        setUrgency(*window, true);
+    }
 }
 
 void WindowActivation::putAbove(QWidget* window, QWidget* other)
@@ -194,10 +238,21 @@ void WindowActivation::putAbove(QWidget* window, QWidget* other)
     MainQueue::assertMainThread();
     xcb_connection_t* const connection = X11::connection();
     if (!isStopped && connection != nullptr && canRestack(connection)) {
-        // Window managers take the request from pagers only (EWMH's source indication 2).
-        constexpr quint32 kByPager = 2;
-        sendToWindowManager(connection, window, "_NET_RESTACK_WINDOW",
-                            {kByPager, static_cast<quint32>(other->winId()), XCB_STACK_MODE_ABOVE});
+        restack(connection, window, other);
+    }
+}
+
+void WindowActivation::bringAbove(QWidget* window, QWidget* other)
+{
+    MainQueue::assertMainThread();
+    xcb_connection_t* const connection = X11::connection();
+    if (isStopped || connection == nullptr) {
+        return;
+    }
+    if (canRestack(connection)) {
+        restack(connection, window, other);
+    } else {
+        window->raise();
     }
 }
 
