@@ -6,14 +6,18 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QInputEvent>
+#include <QPointer>
+#include <QTimer>
 #include <QWidget>
 #include <QWindow>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <ctime>
 #include <iterator>
+#include <vector>
 
 #include <xcb/xcb.h>
 
@@ -122,20 +126,33 @@ void askForActivation(xcb_connection_t* connection, const QWidget* window)
     sendToWindowManager(connection, window, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
 }
 
-// Whether the window manager, which may be another one at each call, can restack.
-bool canRestack(xcb_connection_t* connection)
+// What the window manager, which may be another one at each call, tells by a list.
+std::vector<quint32> listOfWindowManager(xcb_connection_t* connection, const QByteArray& name)
 {
-    constexpr quint32 kMostAtoms = 1'024;
+    constexpr quint32 kMost = 1'024;
     const auto cookie =
-        xcb_get_property(connection, 0, X11::screen(connection).root,
-                         X11::atom(connection, "_NET_SUPPORTED"), XCB_ATOM_ATOM, 0, kMostAtoms);
+        xcb_get_property(connection, 0, X11::screen(connection).root, X11::atom(connection, name),
+                         XCB_GET_PROPERTY_TYPE_ANY, 0, kMost);
     const auto reply = X11::owned(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32) {
-        return false;
+        return {};
     }
-    const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
-    const auto* const last = first + reply->value_len;
-    return std::find(first, last, X11::atom(connection, "_NET_RESTACK_WINDOW")) != last;
+    const auto* const first = static_cast<quint32*>(xcb_get_property_value(reply.get()));
+    return {first, first + reply->value_len};
+}
+
+bool canRestack(xcb_connection_t* connection)
+{
+    const auto supported = listOfWindowManager(connection, "_NET_SUPPORTED");
+    const quint32 wanted = X11::atom(connection, "_NET_RESTACK_WINDOW");
+    return std::find(supported.begin(), supported.end(), wanted) != supported.end();
+}
+
+bool isListedBelow(xcb_connection_t* connection, const QWidget* window, const QWidget* other)
+{
+    const auto stacked = listOfWindowManager(connection, "_NET_CLIENT_LIST_STACKING");
+    const auto place = std::find(stacked.begin(), stacked.end(), window->winId());
+    return std::find(place, stacked.end(), other->winId()) != stacked.end();
 }
 
 void restack(xcb_connection_t* connection, const QWidget* window, const QWidget* other)
@@ -251,9 +268,15 @@ void WindowActivation::bringAbove(QWidget* window, QWidget* other)
     }
     if (canRestack(connection)) {
         restack(connection, window, other);
-    } else {
-        window->raise();
+        return;
     }
+    constexpr std::chrono::milliseconds kUntilStacked(200);
+    QTimer::singleShot(kUntilStacked, window, [window, below = QPointer<QWidget>(other)] {
+        xcb_connection_t* const now = X11::connection();
+        if (!isStopped && window->isVisible() && below && isListedBelow(now, window, below)) {
+            askForKeyboard(window);
+        }
+    });
 }
 
 void WindowActivation::showAnew(QWidget* window)

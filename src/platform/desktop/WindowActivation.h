@@ -45,7 +45,7 @@ void demandAttention(QWidget* window);
 void putAbove(QWidget* window, QWidget* other);
 
 // The same for a window that has just come up and must be seen: where the window manager can't
-// restack, it is raised, whatever that does to the keyboard. (i3 has one order for both.)
+// restack, and has put it below, it asks for the keyboard. (Some have one order for both.)
 void bringAbove(QWidget* window, QWidget* other);
 
 // Where programs can't restack their windows (native Wayland), shows a window anew, which puts it
