@@ -11,6 +11,7 @@
 #include <QScreen>
 #include <QTextDocument>
 #include <QWidget>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -45,8 +46,10 @@ TrayIcon::Window::Window(const TrayIcon& icon, bool hasAlphaChannel)
     setAttribute(Qt::WA_QuitOnClose, false);
     setAttribute(Qt::WA_TranslucentBackground, hasAlphaChannel);
     constexpr QSize kUsual(22, 22);
-    setMinimumSize(kUsual);
     resize(kUsual);
+    // Only a hint, for trays that ask: the widget takes a smaller size from others.
+    create();
+    windowHandle()->setMinimumSize(kUsual);
 }
 
 void TrayIcon::Window::showInTray()
@@ -58,6 +61,12 @@ void TrayIcon::Window::showInTray()
         const auto cookie = xcb_change_window_attributes_checked(m_owner.m_connection, id(),
                                                                  XCB_CW_BACK_PIXMAP, &kLikeParent);
         X11::owned(xcb_request_check(m_owner.m_connection, cookie));
+    }
+    // The tray may have changed the size already, and showing would ask for the former one.
+    const auto cookie = xcb_get_geometry(m_owner.m_connection, id());
+    const auto geometry = X11::owned(xcb_get_geometry_reply(m_owner.m_connection, cookie, nullptr));
+    if (geometry) {
+        resize((QSizeF(geometry->width, geometry->height) / devicePixelRatioF()).toSize());
     }
     show();
 }
