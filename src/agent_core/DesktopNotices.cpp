@@ -58,6 +58,11 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     m_sessionTimer.setInterval(kGathering);
     connect(&m_sessionTimer, &QTimer::timeout, this, &DesktopNotices::showSessions);
     connect(&m_notifications, &Notifications::activated, this, &DesktopNotices::activated);
+    connect(&m_notifications, &Notifications::taken, this, [this](Notifications::Place place) {
+        if (place == Notifications::Place::Icon) {
+            Q_EMIT missingIconTold();
+        }
+    });
 }
 
 void DesktopNotices::tellSession(const Activity& activity)
@@ -108,6 +113,13 @@ void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
                          {labels.UserAck.user_ack_title, text(lines), true, true});
     lines.prepend(labels.UserAck.user_ack_title);
     Announcements::say(lines.join(u'\n'), Announcements::About::Question);
+}
+
+void DesktopNotices::tellMissingIcon()
+{
+    const JsonData::Info labels = m_labels().value_or(englishFallback());
+    m_notifications.show(Notifications::Place::Icon,
+                         {labels.Connection.noIcon, labels.Connection.noIconHow, false, false});
 }
 
 void DesktopNotices::stop()

@@ -33,12 +33,17 @@ public:
     void tellAbsence(const QList<Activity>& activities);
     void absenceSeen();
 
+    // No panel shows the icon: how to see it, and what does without it.
+    void tellMissingIcon();
+
     // The program is ending: nothing more is told.
     void stop();
 
 Q_SIGNALS:
     // The person has clicked a notice.
     void activated(Notifications::Place place);
+    // The desktop has taken the word about the icon.
+    void missingIconTold();
 
 private:
     void showSessions();

@@ -119,6 +119,7 @@ void AppDelegate::startNotices()
             state().userAcknowledge->present();
             break;
         case Notifications::Place::Sessions:
+        case Notifications::Place::Icon:
             connectionDisplay();
             break;
         case Notifications::Place::Absence:
@@ -126,6 +127,7 @@ void AppDelegate::startNotices()
             break;
         }
     });
+    connect(m_notices.get(), &DesktopNotices::missingIconTold, this, &AppDelegate::noteIconHint);
     m_screenLock = std::make_unique<ScreenLock>();
     connect(m_screenLock.get(), &ScreenLock::changed, this, &AppDelegate::screenLockChanged);
 }
@@ -192,6 +194,8 @@ void AppDelegate::startTimers()
     if (!isAtLoginWindow()) {
         state().connnectionStatusTimer =
             startTimer(intervals.untilStatusRequest, Repeats::No, &AppDelegate::requestStatus);
+        state().iconHintTimer =
+            startTimer(intervals.untilIconHint, Repeats::No, [this] { tellMissingIcon(); });
     }
     state().userTimer = startTimer(intervals.userUpdate, Repeats::Yes, &AppDelegate::updateUser);
 }
@@ -278,9 +282,9 @@ void AppDelegate::leaveDesktop()
     if (state().notices != nullptr) {
         state().notices->stop();
     }
-    for (const auto& timer :
-         {state().connectionShowTimer, state().connnectionStatusTimer,
-          state().connectionNotShowTimer, state().userTimer, state().settingsShowTimer}) {
+    for (const auto& timer : {state().connectionShowTimer, state().connnectionStatusTimer,
+                              state().connectionNotShowTimer, state().userTimer,
+                              state().settingsShowTimer, state().iconHintTimer}) {
         delete timer.data();
     }
 }

@@ -101,6 +101,7 @@ struct AgentState {
     QPointer<QTimer> connectionShowTimer;
     QPointer<QTimer> connectionNotShowTimer;
     QPointer<QTimer> settingsShowTimer;
+    QPointer<QTimer> iconHintTimer;
     // Three n: the name is part of the interface.
     QPointer<QTimer> connnectionStatusTimer;
     QPointer<QTimer> userTimer;

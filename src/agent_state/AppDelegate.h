@@ -135,6 +135,13 @@ public:
     // Reads the command line.
     static void permissions_process();
 
+    // --- IconHint.cpp: what the person is told, once, on a desktop without a place for the icon
+    // ---
+
+    void tellMissingIcon();
+    // It was told: not again in a later run.
+    static void noteIconHint();
+
     // --- MenuActions.cpp: those that open no window of another group ---
 
     static void permissions();
@@ -235,8 +242,9 @@ private:
     std::unique_ptr<DesktopNotices> m_notices;
     std::unique_ptr<ScreenLock> m_screenLock;
     std::unique_ptr<SecurityAccess> m_access;
-    std::shared_ptr<CredentialCheck> m_check; // whose result is waited for
-    QPointer<QTimer> m_restartWait;           // after new settings
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
+    std::shared_ptr<CredentialCheck> m_check;                      // whose result is waited for
+    QPointer<QTimer> m_restartWait;                                // after new settings
     bool m_opensSettingsAfterRestartWait = false;
     QPointer<QMenu> MainMenu; // the application's own menu; this desktop's have none
 };

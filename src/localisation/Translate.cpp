@@ -110,6 +110,12 @@ const Extra kExtras[] = {
     EXTRA(Connection, notLinked, u"Not linked"),
     EXTRA(Connection, inSession, u"In session"),
     EXTRA(Connection, notEnded, u"Not ended"),
+    EXTRA(Connection, noIcon, u"No panel shows the agent’s icon"),
+    EXTRA(
+        Connection, noIconHow,
+        u"The icon says who is in session. To see it, add a system tray to the panel, or in GNOME "
+        u"switch on the extension AppIndicator. “vantory Agent”, started again, opens its window "
+        u"at any time."),
     EXTRA(Message, information, u"Information"),
     EXTRA(Message, question, u"Question"),
     EXTRA(Message, caution, u"Caution"),

@@ -33,7 +33,7 @@ struct JsonData {
         };
         struct Connection {
             QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
-                abort_connection_label, linked, notLinked, inSession, notEnded;
+                abort_connection_label, linked, notLinked, inSession, notEnded, noIcon, noIconHow;
         };
         struct About {
             QString about, agent, version, build;

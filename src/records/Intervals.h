@@ -9,12 +9,13 @@ struct Intervals {
 
     milliseconds untilSettings{5'000};      // from the start to the settings window
     milliseconds untilStatusRequest{5'000}; // from the start to asking for a status
-    milliseconds userUpdate{60'000};        // between two looks at the user's full name
-    milliseconds restartRequest{2'000};     // for the restart request to leave
-    milliseconds showConnection{2'000};     // from a session's start to the status window
-    milliseconds hideConnection{5'000};     // from the last session's end to its closing
-    milliseconds clock{1'000};              // between two looks at a running clock
-    milliseconds departure{8'000};          // from a chat member's departure to its notice
+    milliseconds untilIconHint{30'000}; // from the start to the word that no panel shows the icon
+    milliseconds userUpdate{60'000};    // between two looks at the user's full name
+    milliseconds restartRequest{2'000}; // for the restart request to leave
+    milliseconds showConnection{2'000}; // from a session's start to the status window
+    milliseconds hideConnection{5'000}; // from the last session's end to its closing
+    milliseconds clock{1'000};          // between two looks at a running clock
+    milliseconds departure{8'000};      // from a chat member's departure to its notice
 
     static Intervals& current();
 };

@@ -70,7 +70,7 @@ void WindowRules::bringUp(QWidget* window, Occasion occasion)
     activated(window);
     QWidget* const active = QApplication::activeWindow();
     if (window == frontWindow() && active != nullptr && active != window) {
-        WindowActivation::putAbove(window, active);
+        WindowActivation::bringAbove(window, active);
     }
     if (isNew && hasFrontWindowBefore(window)) {
         WindowActivation::showAnew(frontWindow());

@@ -61,6 +61,18 @@ private Q_SLOTS:
         m_server.reset();
     }
 
+    // This desktop has neither a host nor a tray.
+    void theMissingIconIsToldOnce()
+    {
+        Intervals::current().untilIconHint = std::chrono::milliseconds(1);
+        start();
+        QCOMPARE(takeCalls(), u"? No panel shows the agent’s icon>0"_s);
+        m_server->click(1);
+        QTRY_VERIFY(m_agent->window() != nullptr && m_agent->window()->isVisible());
+        m_agent->delegate->tellMissingIcon(); // as a later run does
+        QCOMPARE(takeCalls(), QString());
+    }
+
     void neverAsksForEver()
     {
         start();

@@ -113,6 +113,7 @@ private Q_SLOTS:
             QTest::qWait(150);
             QVERIFY2(clock.elapsed() < 1000, "the main thread was blocked");
             QTRY_COMPARE(placeOfIcon(), places[i]);
+            QCOMPARE(m_item && m_item->hasPlace(), places[i] != 'N');
         }
     }
 
@@ -208,6 +209,47 @@ private Q_SLOTS:
         QTRY_COMPARE(triggered, (QStringList{u"C"_s, u"A"_s}));
     }
 
+    void aClickOpensOneMenu_data()
+    {
+        // What the host does: a calls Activate, c ContextMenu, m SecondaryActivate, o opens the
+        // menu itself, - waits until it has seen the item's.
+        QTest::addColumn<QByteArray>("steps");
+        QTest::addColumn<bool>("opensOurs");
+        QTest::addRow("a host without a menu") << "c"_ba << true;
+        QTest::addRow("a host that opens its menu when there is no other") << "ao"_ba << false;
+        QTest::addRow("a host that does not") << "a"_ba << true;
+        QTest::addRow("a slow host") << "a-o"_ba << false;
+        QTest::addRow("two clicks, of which the first opens the host's menu") << "oa"_ba << false;
+        QTest::addRow("the middle button") << "m"_ba << false;
+    }
+
+    void aClickOpensOneMenu()
+    {
+        QFETCH(const QByteArray, steps);
+        m_menu->addAction(u"A"_s);
+        startWithHost();
+        QCursor::setPos(300, 0);
+        // A place within the host's own window, as some tell it.
+        const QVariantList place = {0, 25};
+        const std::map<char, std::function<void()>> step = {
+            {'a',
+             [&] {
+                 QCOMPARE(m_watcher->call(kItem, u"Activate"_s, place).errorName(),
+                          u"org.freedesktop.DBus.Error.UnknownMethod"_s);
+             }},
+            {'c', [&] { m_watcher->call(kItem, u"ContextMenu"_s, place); }},
+            {'m', [&] { m_watcher->call(kItem, u"SecondaryActivate"_s, place); }},
+            {'o', [&] { m_watcher->call(kMenu, u"AboutToShow"_s, {0}); }},
+            {'-', [&] { QTRY_VERIFY(m_menu->isVisible()); }},
+        };
+        for (const char name : steps) {
+            step.at(name)();
+        }
+        QTest::qWait(500);
+        QTEST(m_menu->isVisible(), "opensOurs");
+        QVERIFY(!m_menu->isVisible() || m_menu->x() == 300);
+    }
+
     void strangeCallsAreAnswered()
     {
         const QVariant noData = QVariant::fromValue(QDBusVariant(0));
@@ -220,7 +262,7 @@ private Q_SLOTS:
             {kMenu, u"Event"_s, {kMost, u"clicked"_s, noData, 0U}},
             {kMenu, u"EventGroup"_s, {unknown}},
             {kItem, u"deleteLater"_s, {}},
-            {kItem, u"Activate"_s, {kLeast, kMost}},
+            {kItem, u"ContextMenu"_s, {kLeast, kMost}},
         };
         m_menu->addAction(u"A"_s);
         startWithHost();

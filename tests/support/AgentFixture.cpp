@@ -40,7 +40,7 @@ AgentFixture::AgentFixture()
     Intervals::current() = Intervals();
     // What comes by itself after the start, only where a test wants it.
     Intervals::current().untilSettings = Intervals::current().untilStatusRequest =
-        std::chrono::hours(1);
+        Intervals::current().untilIconHint = std::chrono::hours(1);
     m_server.listen(QHostAddress::LocalHost);
 }
 

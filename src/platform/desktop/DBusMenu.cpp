@@ -164,6 +164,7 @@ bool DBusMenu::AboutToShow(int id)
         return false;
     }
     if (id == kRoot && m_menu) {
+        Q_EMIT openedByHost();
         Q_EMIT m_menu->aboutToShow();
     }
     const bool isOutdated = m_announcement.isActive();
@@ -256,6 +257,9 @@ bool DBusMenu::handleEvent(int id, const QString& eventId, uint timestamp)
                 }
             },
             Qt::QueuedConnection);
+    }
+    if (id == kRoot && eventId == u"opened") {
+        Q_EMIT openedByHost();
     }
     return isKnown(id);
 }

@@ -104,6 +104,8 @@ Q_SIGNALS:
     Q_SCRIPTABLE void ItemsPropertiesUpdated(const QList<DBusMenuItem>& updated,
                                              const QList<DBusMenuItemKeys>& removed);
     Q_SCRIPTABLE void LayoutUpdated(uint revision, int parent);
+    // The host opens its menu. Not on the bus.
+    void openedByHost();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -161,6 +161,7 @@ void Notifications::notify(Slot& slot)
                      closeShown(slot); // it was to be replaced
                  } else if (asked == m_server) {
                      slot.id = answer.arguments().value(0).toUInt();
+                     Q_EMIT taken(static_cast<Place>(&slot - m_slots.data()));
                  }
                  sendChanges();
              });

@@ -24,7 +24,7 @@ class Notifications : public QObject {
 
 public:
     // Each has at most one notification; a new one replaces it.
-    enum class Place { Question, Sessions, Absence };
+    enum class Place { Question, Sessions, Absence, Icon };
     Q_ENUM(Place)
 
     struct Content {
@@ -41,6 +41,8 @@ public:
     void withdraw(Place place);
 
 Q_SIGNALS:
+    // The service has taken the notification, and shows it by its own rules.
+    void taken(Notifications::Place place);
     // The person has clicked the notification.
     void activated(Notifications::Place place);
 
@@ -64,7 +66,7 @@ private:
 
     const QString m_applicationName;
     const QString m_iconPath;
-    std::array<Slot, 3> m_slots; // by Place
+    std::array<Slot, 4> m_slots; // by Place
     std::unique_ptr<QDBusConnection> m_bus;
     std::unique_ptr<Bus::Signals> m_signals;
     QString m_server;                  // its unique name on the bus; empty while there is none

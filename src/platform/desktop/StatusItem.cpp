@@ -30,6 +30,7 @@ public:
     void setIcon(const QIcon& icon);
     void setToolTip(const QString& text);
     void setMenu(QMenu* menu);
+    [[nodiscard]] bool hasPlace() const { return m_item || (m_tray && m_tray->isShown()); }
 
 private:
     void watchBus(const QDBusConnection& bus);
@@ -70,6 +71,11 @@ void StatusItem::setIcon(const QIcon& icon)
     if (d) {
         d->setIcon(icon);
     }
+}
+
+bool StatusItem::hasPlace() const
+{
+    return d->hasPlace();
 }
 
 void StatusItem::setToolTip(const QString& text)

@@ -30,6 +30,9 @@ public:
     // The picture, for any size that a host asks for.
     void setIcon(const QIcon& icon);
 
+    // Whether a host or a tray has taken the icon in. They may hide it all the same.
+    [[nodiscard]] bool hasPlace() const;
+
     // Plain text, shown while the pointer rests on the icon.
     void setToolTip(const QString& text);
 

@@ -1,8 +1,10 @@
 #include "platform/desktop/StatusNotifierItem.h"
 
 #include "platform/desktop/DBusStruct.h"
+#include "platform/desktop/MenuPlace.h"
 
 #include <QCoreApplication>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
@@ -11,13 +13,14 @@
 #include <QImage>
 #include <QMenu>
 #include <QPixmap>
-#include <QScreen>
 #include <QSize>
 #include <QtEndian>
 
 #include <algorithm>
+#include <chrono>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -26,6 +29,9 @@ const QString kPath = u"/StatusNotifierItem"_s;
 
 // No status bar is higher, and the pictures are sent with every change.
 constexpr int kLargestPicture = 128;
+
+// In which a host has opened its menu.
+constexpr std::chrono::milliseconds kHostsTime = 300ms;
 
 // The standard's form: the process, and a number within it.
 QString busName()
@@ -57,6 +63,12 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString
     qDBusRegisterMetaType<StatusNotifierPicture>();
     qDBusRegisterMetaType<QList<StatusNotifierPicture>>();
     qDBusRegisterMetaType<StatusNotifierToolTip>();
+    m_waitForHost.setSingleShot(true);
+    connect(&m_waitForHost, &QTimer::timeout, this, [this] {
+        m_opensHostMenu = false;
+        popUpMenu();
+    });
+    connect(&m_exportedMenu, &DBusMenu::openedByHost, this, &StatusNotifierItem::leaveMenuToHost);
     m_bus.registerObject(kPath, this, QDBusConnection::ExportScriptableContents);
     requestName();
 }
@@ -161,32 +173,44 @@ StatusNotifierToolTip StatusNotifierItem::toolTip() const
 
 void StatusNotifierItem::Activate(int x, int y)
 {
-    popUpMenu({x, y});
+    if (calledFromDBus()) {
+        sendErrorReply(QDBusError::UnknownMethod, u"The item is a menu"_s);
+    }
+    m_place = {x, y};
+    // Its menu may have been opened by the first click of two.
+    if (m_sinceHostMenu.isValid() && m_sinceHostMenu.elapsed() < kHostsTime.count()) {
+        return;
+    }
+    m_waitForHost.start(m_opensHostMenu ? kHostsTime : 0ms);
 }
 
-void StatusNotifierItem::SecondaryActivate(int x, int y)
-{
-    popUpMenu({x, y});
-}
+void StatusNotifierItem::SecondaryActivate(int /*x*/, int /*y*/) {}
 
 void StatusNotifierItem::ContextMenu(int x, int y)
 {
-    popUpMenu({x, y});
+    m_place = {x, y};
+    m_waitForHost.stop();
+    popUpMenu();
 }
 
 void StatusNotifierItem::Scroll(int /*delta*/, const QString& /*orientation*/) {}
 
-void StatusNotifierItem::popUpMenu(QPoint place)
+void StatusNotifierItem::leaveMenuToHost()
 {
-    // Any process may have sent the place: it may be on no screen.
-    const QScreen* screen = QGuiApplication::screenAt(place);
-    if (screen == nullptr) {
-        screen = QGuiApplication::primaryScreen();
+    m_sinceHostMenu.start();
+    const bool isOursShown = m_menu && m_menu->isVisible();
+    if (isOursShown) {
+        m_menu->hide();
     }
-    if (screen == nullptr || !m_menu) {
-        return;
+    if (isOursShown || m_waitForHost.isActive()) {
+        m_waitForHost.stop();
+        m_opensHostMenu = true;
     }
-    const QRect area = screen->geometry();
-    m_menu->popup({std::clamp(place.x(), area.left(), area.right()),
-                   std::clamp(place.y(), area.top(), area.bottom())});
+}
+
+void StatusNotifierItem::popUpMenu()
+{
+    if (m_menu && QGuiApplication::primaryScreen() != nullptr) {
+        m_menu->popup(MenuPlace::inHost(m_place, m_menu->sizeHint()));
+    }
 }

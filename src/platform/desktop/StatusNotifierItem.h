@@ -4,13 +4,16 @@
 
 #include <QByteArray>
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QDBusObjectPath>
+#include <QElapsedTimer>
 #include <QIcon>
 #include <QList>
 #include <QObject>
 #include <QPoint>
 #include <QPointer>
 #include <QString>
+#include <QTimer>
 
 #include <tuple>
 
@@ -44,7 +47,7 @@ struct StatusNotifierToolTip { // (sa(iiay)ss)
 // On the bus, and registered with the watcher, from construction to destruction; one at a time in a
 // program. It never waits: it registers when the bus has answered. Main thread. Internal to the
 // platform.
-class StatusNotifierItem : public QObject {
+class StatusNotifierItem : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
     Q_PROPERTY(QString Category READ category CONSTANT)
@@ -87,8 +90,11 @@ public:
     [[nodiscard]] QList<StatusNotifierPicture> noPictures() const { return {}; }
 
 public Q_SLOTS:
-    // The operations of the interface, with its names. A host that does not draw the menu itself
-    // calls the first three, with the place on the screen; all open the menu.
+    // The operations of the interface, with its names.
+    //
+    // A click does what the host's menu is for, and nothing else. Hosts that call Activate although
+    // the item is a menu are told that there is no such method: most then open their own menu,
+    // and for one that does not, ours opens. ContextMenu is called by hosts without a menu.
     Q_SCRIPTABLE void Activate(int x, int y);
     Q_SCRIPTABLE void SecondaryActivate(int x, int y);
     Q_SCRIPTABLE void ContextMenu(int x, int y);
@@ -104,7 +110,8 @@ Q_SIGNALS:
 private:
     void requestName();
     void registerAs(const QString& name);
-    void popUpMenu(QPoint place);
+    void popUpMenu();
+    void leaveMenuToHost();
 
     QDBusConnection m_bus;
     const QString m_watcher;
@@ -114,4 +121,9 @@ private:
     QString m_toolTip;
     QPointer<QMenu> m_menu;
     DBusMenu m_exportedMenu;
+
+    QPoint m_place;              // of the last click, as the host has told it
+    QTimer m_waitForHost;        // runs while the host may open its menu by itself
+    bool m_opensHostMenu = true; // until it is seen not to do so
+    QElapsedTimer m_sinceHostMenu;
 };

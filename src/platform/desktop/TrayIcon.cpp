@@ -1,5 +1,6 @@
 #include "platform/desktop/TrayIcon.h"
 
+#include "platform/desktop/MenuPlace.h"
 #include "platform/desktop/X11.h"
 
 #include <QGuiApplication>
@@ -10,25 +11,13 @@
 #include <QScreen>
 #include <QTextDocument>
 #include <QWidget>
+#include <QWindow>
 
 #include <algorithm>
 
 #include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-// The menu's top left corner: below the icon, or above it where the screen ends.
-QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen)
-{
-    const int below = icon.bottom() + 1;
-    const int y = below + menu.height() <= screen.bottom() + 1 ? below : icon.top() - menu.height();
-    const int x = std::min(icon.left(), screen.right() + 1 - menu.width());
-    return {std::max(x, screen.left()), std::max(y, screen.top())};
-}
-
-} // namespace
 
 // What the tray takes into its own window. Its size is the tray's decision.
 class TrayIcon::Window : public QWidget {
@@ -46,7 +35,6 @@ protected:
 
 private:
     const TrayIcon& m_owner;
-    QPixmap m_background; // the tray's, where windows have no alpha channel
 };
 
 TrayIcon::Window::Window(const TrayIcon& icon, bool hasAlphaChannel)
@@ -58,8 +46,10 @@ TrayIcon::Window::Window(const TrayIcon& icon, bool hasAlphaChannel)
     setAttribute(Qt::WA_QuitOnClose, false);
     setAttribute(Qt::WA_TranslucentBackground, hasAlphaChannel);
     constexpr QSize kUsual(22, 22);
-    setMinimumSize(kUsual);
     resize(kUsual);
+    // Only a hint, for trays that ask: the widget takes a smaller size from others.
+    create();
+    windowHandle()->setMinimumSize(kUsual);
 }
 
 void TrayIcon::Window::showInTray()
@@ -72,6 +62,12 @@ void TrayIcon::Window::showInTray()
                                                                  XCB_CW_BACK_PIXMAP, &kLikeParent);
         X11::owned(xcb_request_check(m_owner.m_connection, cookie));
     }
+    // The tray may have changed the size already, and showing would ask for the former one.
+    const auto cookie = xcb_get_geometry(m_owner.m_connection, id());
+    const auto geometry = X11::owned(xcb_get_geometry_reply(m_owner.m_connection, cookie, nullptr));
+    if (geometry) {
+        resize((QSizeF(geometry->width, geometry->height) / devicePixelRatioF()).toSize());
+    }
     show();
 }
 
@@ -83,12 +79,10 @@ void TrayIcon::Window::paintEvent(QPaintEvent* /*event*/)
         painter.fillRect(rect(), Qt::transparent);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     } else {
-        if (m_background.deviceIndependentSize().toSize() != size()) {
-            // Both go to the server in this order, so that no icon is in the picture.
-            xcb_clear_area(m_owner.m_connection, 0, id(), 0, 0, 0, 0);
-            m_background = screen()->grabWindow(winId());
-        }
-        painter.drawPixmap(QPoint(), m_background);
+        // Anew each time, for a panel changes its colours, too. Both go to the server in this
+        // order, so that no icon is in the picture.
+        xcb_clear_area(m_owner.m_connection, 0, id(), 0, 0, 0, 0);
+        painter.drawPixmap(QPoint(), screen()->grabWindow(winId()));
     }
     m_owner.m_icon.paint(&painter, rect());
 }
@@ -107,13 +101,14 @@ void TrayIcon::Window::mousePressEvent(QMouseEvent* event)
     if (screen == nullptr) {
         screen = QGuiApplication::primaryScreen();
     }
-    menu->popup(menuPosition(icon, menu->sizeHint(), screen->geometry()));
+    menu->popup(MenuPlace::at(icon, menu->sizeHint(), screen->geometry()));
 }
 
 TrayIcon::TrayIcon(const QString& title) : m_title(title), m_connection(X11::connection())
 {
     if (m_connection != nullptr) {
-        m_selection = X11::atom(m_connection, "_NET_SYSTEM_TRAY_S0");
+        m_selection =
+            X11::atom(m_connection, "_NET_SYSTEM_TRAY_S" + QByteArray::number(X11::screenNumber()));
         m_manager = X11::atom(m_connection, "MANAGER");
         qApp->installNativeEventFilter(this);
     }
@@ -129,6 +124,11 @@ void TrayIcon::setIcon(const QIcon& icon)
     } else {
         m_window->update();
     }
+}
+
+bool TrayIcon::isShown() const
+{
+    return m_window && m_window->isVisible();
 }
 
 void TrayIcon::setToolTip(const QString& text)
@@ -163,6 +163,13 @@ bool TrayIcon::nativeEventFilter(const QByteArray& type, void* message, qintptr*
     case XCB_DESTROY_NOTIFY:
         if (reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window == m_tray) {
             dock();
+        }
+        break;
+    case XCB_EXPOSE:
+        // The toolkit would show what it has painted last, over the tray's former background.
+        if (m_window &&
+            reinterpret_cast<const xcb_expose_event_t*>(event)->window == m_window->id()) {
+            m_window->update();
         }
         break;
     case XCB_REPARENT_NOTIFY: {

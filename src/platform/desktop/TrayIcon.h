@@ -28,6 +28,9 @@ public:
     // There is an icon in the tray as long as this one is not null.
     void setIcon(const QIcon& icon);
 
+    // Whether a tray has taken it in.
+    [[nodiscard]] bool isShown() const;
+
     // Plain text.
     void setToolTip(const QString& text);
 

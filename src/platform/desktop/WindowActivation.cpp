@@ -1,21 +1,21 @@
 #include "platform/desktop/WindowActivation.h"
 
 #include "platform/desktop/X11.h"
+#include "platform/desktop/X11WindowManager.h"
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
 #include <QGuiApplication>
 #include <QInputEvent>
 #include <QLayout>
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 #include <QWindow>
 
-#include <algorithm>
-#include <array>
 #include <atomic>
+#include <chrono>
 #include <ctime>
-#include <iterator>
 
 #include <xcb/xcb.h>
 
@@ -72,6 +72,13 @@ public:
                 noteTime(*static_cast<QInputEvent*>(event));
             }
             break;
+        case QEvent::WindowActivate:
+            if (const auto* const window = qobject_cast<QWidget*>(watched)) {
+                if (window->isWindow()) {
+                    X11WindowManager::setUrgency(*window, false);
+                }
+            }
+            break;
         default:
             break;
         }
@@ -79,45 +86,11 @@ public:
     }
 };
 
-// A request to the window manager about a window.
-void sendToWindowManager(xcb_connection_t* connection, const QWidget* window,
-                         const QByteArray& type, const std::array<quint32, 3>& data)
-{
-    xcb_client_message_event_t message = {};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = static_cast<xcb_window_t>(window->winId());
-    message.type = X11::atom(connection, type);
-    std::copy(data.begin(), data.end(), std::begin(message.data.data32));
-    xcb_send_event(connection, 0, X11::screen(connection).root,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&message));
-    xcb_flush(connection);
-}
-
-void askForActivation(xcb_connection_t* connection, const QWidget* window)
-{
-    const auto id = static_cast<xcb_window_t>(window->winId());
-    const quint32 time = lastAction();
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id,
-                        X11::atom(connection, "_NET_WM_USER_TIME"), XCB_ATOM_CARDINAL, 32, 1,
-                        &time);
-    constexpr quint32 kByApplication = 1;
-    sendToWindowManager(connection, window, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
-}
-
-// Whether the window manager, which may be another one at each call, can restack.
-bool canRestack(xcb_connection_t* connection)
-{
-    return X11::supported(connection).contains(X11::atom(connection, "_NET_RESTACK_WINDOW"));
-}
-
 // Whether windows keep their order by requests of ours. Native Wayland has none, and tiling window
 // managers take none.
 bool isOrderOurs()
 {
-    xcb_connection_t* const connection = X11::connection();
-    return connection != nullptr && canRestack(connection);
+    return X11WindowManager::canRestack();
 }
 
 // Gives a window back the limits of its size when it is on the screen.
@@ -182,8 +155,8 @@ void showWithoutActivation(QWidget* window)
 
 void askForKeyboard(QWidget* window)
 {
-    if (xcb_connection_t* const connection = X11::connection()) {
-        askForActivation(connection, window);
+    if (X11::connection() != nullptr) {
+        X11WindowManager::askForActivation(*window, lastAction());
     } else {
         window->activateWindow();
     }
@@ -260,19 +233,37 @@ void WindowActivation::show(QWidget* window)
 
 void WindowActivation::demandAttention(QWidget* window)
 {
-    QApplication::alert(window); // nothing where the window is active
+    if (!window->isActiveWindow()) {
+        QApplication::alert(window);
+        X11WindowManager::setUrgency(*window, true);
+    }
 }
 
 void WindowActivation::putAbove(QWidget* window, QWidget* other)
 {
     MainQueue::assertMainThread();
-    xcb_connection_t* const connection = X11::connection();
-    if (!isStopped && connection != nullptr && canRestack(connection)) {
-        // Window managers take the request from pagers only (EWMH's source indication 2).
-        constexpr quint32 kByPager = 2;
-        sendToWindowManager(connection, window, "_NET_RESTACK_WINDOW",
-                            {kByPager, static_cast<quint32>(other->winId()), XCB_STACK_MODE_ABOVE});
+    if (!isStopped && X11WindowManager::canRestack()) {
+        X11WindowManager::restack(*window, *other);
     }
+}
+
+void WindowActivation::bringAbove(QWidget* window, QWidget* other)
+{
+    MainQueue::assertMainThread();
+    if (isStopped || X11::connection() == nullptr) {
+        return;
+    }
+    if (X11WindowManager::canRestack()) {
+        X11WindowManager::restack(*window, *other);
+        return;
+    }
+    constexpr std::chrono::milliseconds kUntilStacked(200);
+    QTimer::singleShot(kUntilStacked, window, [window, below = QPointer<QWidget>(other)] {
+        if (!isStopped && window->isVisible() && below &&
+            X11WindowManager::isListedBelow(*window, *below)) {
+            askForKeyboard(window);
+        }
+    });
 }
 
 void WindowActivation::showAnew(QWidget* window)

@@ -34,8 +34,8 @@ void offer(QWidget* window);
 // is, and the window manager decides about a new one.
 void show(QWidget* window);
 
-// Marks a window that the person is not in as wanting attention (EWMH
-// _NET_WM_STATE_DEMANDS_ATTENTION).
+// Marks a window that the person is not in as wanting attention, until they are: by EWMH's
+// _NET_WM_STATE_DEMANDS_ATTENTION and by ICCCM's older hint, which is all that some know.
 void demandAttention(QWidget* window);
 
 // Puts a window that is shown above another one, without moving the keyboard: by EWMH's
@@ -43,6 +43,10 @@ void demandAttention(QWidget* window);
 // manager has none, dialogs stay above the program's other windows by themselves (ICCCM's
 // WM_TRANSIENT_FOR).
 void putAbove(QWidget* window, QWidget* other);
+
+// The same for a window that has just come up and must be seen: where the window manager can't
+// restack, and has put it below, it asks for the keyboard. (Some have one order for both.)
+void bringAbove(QWidget* window, QWidget* other);
 
 // Where programs can't restack their windows (native Wayland, tiling window managers), shows a
 // window anew, which puts it in front of the others. Elsewhere it does nothing.

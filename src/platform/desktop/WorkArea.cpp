@@ -8,7 +8,7 @@ QMargins WorkArea::untold()
     if (connection == nullptr) {
         return {};
     }
-    const QList<quint32> supported = X11::supported(connection);
+    const QList<quint32> supported = X11::rootList(connection, "_NET_SUPPORTED");
     const auto isTold = [&](const char* name) {
         return supported.contains(X11::atom(connection, name));
     };

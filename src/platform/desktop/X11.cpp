@@ -17,21 +17,36 @@ quint32 X11::atom(xcb_connection_t* connection, const QByteArray& name)
     return reply ? reply->atom : quint32(XCB_ATOM_NONE);
 }
 
-const xcb_screen_t& X11::screen(xcb_connection_t* connection)
+int X11::screenNumber()
 {
-    return *xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+    char* host = nullptr;
+    int display = 0;
+    int screen = 0;
+    if (xcb_parse_display(nullptr, &host, &display, &screen) != 0) {
+        std::free(host);
+    }
+    return screen;
 }
 
-QList<quint32> X11::supported(xcb_connection_t* connection)
+const xcb_screen_t& X11::screen(xcb_connection_t* connection)
 {
-    constexpr quint32 kMostAtoms = 1'024;
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (int i = screenNumber(); i > 0 && screens.rem > 1; --i) {
+        xcb_screen_next(&screens);
+    }
+    return *screens.data;
+}
+
+QList<quint32> X11::rootList(xcb_connection_t* connection, const QByteArray& name)
+{
+    constexpr quint32 kMost = 1'024;
     const auto cookie =
-        xcb_get_property(connection, 0, screen(connection).root, atom(connection, "_NET_SUPPORTED"),
-                         XCB_ATOM_ATOM, 0, kMostAtoms);
+        xcb_get_property(connection, 0, screen(connection).root, atom(connection, name),
+                         XCB_GET_PROPERTY_TYPE_ANY, 0, kMost);
     const auto reply = owned(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32) {
         return {};
     }
-    const auto* const first = static_cast<xcb_atom_t*>(xcb_get_property_value(reply.get()));
+    const auto* const first = static_cast<quint32*>(xcb_get_property_value(reply.get()));
     return {first, first + reply->value_len};
 }

@@ -29,10 +29,12 @@ xcb_connection_t* connection();
 // Zero where there is none.
 quint32 atom(xcb_connection_t* connection, const QByteArray& name);
 
+// The one that DISPLAY names; the toolkit's connection is for it, too.
+int screenNumber();
 const xcb_screen_t& screen(xcb_connection_t* connection);
 
-// What the window manager, which may be another one at each call, knows of EWMH; empty where there
-// is none.
-QList<quint32> supported(xcb_connection_t* connection);
+// A property of the root window that is a list of 32-bit values, by which a window manager tells
+// something; empty where there is none.
+QList<quint32> rootList(xcb_connection_t* connection, const QByteArray& name);
 
 } // namespace X11

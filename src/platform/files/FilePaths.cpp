@@ -46,6 +46,14 @@ QString FilePaths::autostart(const QString& name)
     return rooted(u"/etc/xdg/autostart/"_s + name);
 }
 
+QString FilePaths::personState(const QString& name)
+{
+    const QString told = qEnvironmentVariable("XDG_STATE_HOME");
+    const QString directory =
+        QDir::isAbsolutePath(told) ? told : QDir::homePath() + u"/.local/state"_s;
+    return rooted(directory + u"/vantoryAgent/"_s + name);
+}
+
 QString FilePaths::preferences(const QString& name)
 {
     return library(u"Preferences/vantoryAgent/"_s + name);

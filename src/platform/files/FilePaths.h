@@ -21,6 +21,10 @@ namespace FilePaths {
 // What the system's desktops start: "/etc/xdg/autostart/NAME".
 [[nodiscard]] QString autostart(const QString& name);
 
+// What the agent keeps for the person from one run to the next (XDG Base Directory Specification):
+// "$XDG_STATE_HOME/vantoryAgent/NAME", usually below "~/.local/state".
+[[nodiscard]] QString personState(const QString& name);
+
 // The agent's preferences: "/Library/Preferences/vantoryAgent/NAME".
 [[nodiscard]] QString preferences(const QString& name);
 
