@@ -40,9 +40,11 @@ The service itself is not part of this package.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libpam0g, libpam-runtime")
 # sudo writes the settings that the window has taken. The session bus carries the icon and the
-# notifications, logind knows of the locked screen, and without Xwayland the desktop is asked directly.
+# notifications, logind knows of the locked screen, without Xwayland the desktop is asked directly, and
+# the translations have the words of the text fields' menus.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-    "sudo, default-dbus-session-bus | dbus-session-bus, default-logind | logind, qt6-wayland")
+    "sudo, default-dbus-session-bus | dbus-session-bus, default-logind | logind, qt6-wayland, \
+qt6-translations-l10n")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "fonts-noto-cjk")
 
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)

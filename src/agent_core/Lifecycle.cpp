@@ -7,6 +7,7 @@
 #include "platform/accounts/ScreenLock.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/desktop/ToolkitWords.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ProgramEnd.h"
@@ -176,6 +177,7 @@ bool AppDelegate::isAtLoginWindow()
 void AppDelegate::changeLanguageNeeded()
 {
     options.language = languageFor(preferredLanguages());
+    ToolkitWords::speak(languageCode(options.language));
 }
 
 void AppDelegate::startClient()

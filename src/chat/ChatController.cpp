@@ -6,6 +6,7 @@
 #include "ui_ChatController.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
+#include "window_kit/Pictures.h"
 #include "window_kit/Placement.h"
 #include "window_kit/PlainToolTip.h"
 #include "window_kit/ShownText.h"
@@ -119,6 +120,9 @@ bool ChatController::isVisible() const
 void ChatController::presentBeside(const QList<QPoint>& others)
 {
     const QRect area = Placement::availableArea();
+    m_window->resize(Pictures::grown(m_window->size(), *m_window)
+                         .boundedTo(area.size() * 3 / 4)
+                         .expandedTo(m_window->minimumSize()));
     const QPoint first = Placement::leftSide(area, m_window->size());
     m_window->move(Placement::cascade(area, m_window->size(), first, others));
     m_window->presentByService();

@@ -6,6 +6,7 @@
 
 #include <QEvent>
 #include <QFocusEvent>
+#include <QFontInfo>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -24,7 +25,7 @@ constexpr int kPaddingX = 12;
 constexpr int kPaddingY = 6;
 constexpr int kRadius = 10;
 constexpr int kFarSide = 40; // what a message leaves free on the other side
-constexpr int kHeaderSize = 14;
+constexpr qreal kHeaderSize = 14;
 
 constexpr int kKind = QTextFormat::UserProperty + 1;
 constexpr int kColour = QTextFormat::UserProperty + 2;
@@ -69,7 +70,8 @@ ChatTranscript::ChatTranscript(QWidget* parent)
 void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour colour)
 {
     QTextCharFormat characters;
-    characters.setFontPointSize(kHeaderSize);
+    // Not smaller than what is said below it.
+    characters.setFontPointSize(std::max(kHeaderSize, QFontInfo(font()).pointSizeF()));
     characters.setFontWeight(QFont::Bold);
     characters.setProperty(kColour, static_cast<int>(colour));
     append(ShownText::line(sender), Kind::Header, isLeft, characters);

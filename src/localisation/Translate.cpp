@@ -125,6 +125,8 @@ const Extra kExtras[] = {
     EXTRA(Chat, field, u"Message"),
     EXTRA(Settings, unlock, u"Unlock"),
     EXTRA(Settings, lock, u"Lock"),
+    EXTRA(Settings, locked, u"Locked: only an administrator can change these settings."),
+    EXTRA(Settings, fixed, u"These settings can’t be changed on this computer."),
     EXTRA(Security, wrong, u"The name or the password is wrong."),
     EXTRA(Security, checking, u"Checking…"),
     EXTRA(Activity, title, u"What happened"),
@@ -236,6 +238,11 @@ Decoded read(const QString& path)
 const JsonData::Info& JsonData::info(Language language) const
 {
     return this->*recordOf(language).info;
+}
+
+QString languageCode(Language language)
+{
+    return QString::fromUtf16(recordOf(language).prefix);
 }
 
 QString languageKey(Language language)

@@ -46,7 +46,7 @@ struct JsonData {
             QString chat, joined, left, transcript, field;
         };
         struct Settings {
-            QString managed, sessionCode, accountId, platform, unlock, lock;
+            QString managed, sessionCode, accountId, platform, unlock, lock, locked, fixed;
         };
         struct Security {
             QString username, password, wrong, checking;
@@ -79,6 +79,9 @@ struct JsonData {
     // The record of a language, by name and never by position.
     [[nodiscard]] const Info& info(Language language) const;
 };
+
+// As in the person's preference: "en". Any thread.
+[[nodiscard]] QString languageCode(Language language);
 
 // What the language's record is called in the documents: "En". Any thread.
 [[nodiscard]] QString languageKey(Language language);

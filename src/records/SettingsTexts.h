@@ -13,6 +13,8 @@ struct SettingsTexts {
     QString ok;
     QString unlock;
     QString lock;
+    QString locked; // why nothing can be changed: nobody has unlocked it, or nobody can
+    QString fixed;
 
     QString accountIdErrorTitle;
     QString accountIdErrorMsg;

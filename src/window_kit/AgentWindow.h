@@ -3,6 +3,8 @@
 #include "window_kit/InputGuard.h"
 #include "window_kit/Logo.h"
 #include "window_kit/MenuKeys.h"
+#include "window_kit/Pictures.h"
+#include "window_kit/TextColours.h"
 #include "window_kit/WindowRules.h"
 
 #include <QAbstractButton>
@@ -82,11 +84,26 @@ protected:
         }
     }
 
+    bool event(QEvent* event) override
+    {
+        if (event->type() == QEvent::Polish) { // its first showing
+            TextColours::makeReadable(*this);
+        } else if (event->type() ==
+                   QEvent::ScreenChangeInternal) { // one of another scale, it may be
+            Pictures::refresh(*this);
+            showLogo();
+        }
+        return Base::event(event);
+    }
+
     void changeEvent(QEvent* event) override
     {
         Base::changeEvent(event);
-        if (event->type() == QEvent::PaletteChange && m_logo != nullptr) {
-            Logo::followAppearance(*m_logo);
+        if (event->type() == QEvent::PaletteChange) {
+            TextColours::makeReadable(*this);
+            showLogo();
+        } else if (event->type() == QEvent::FontChange) {
+            Pictures::refresh(*this);
         } else if (event->type() == QEvent::ActivationChange && this->isActiveWindow()) {
             WindowRules::activated(this);
         }
@@ -97,6 +114,14 @@ private:
     {
         MenuKeys::addTo(this);
         WindowRules::bringUp(this, occasion);
+    }
+
+    // For another palette or scale.
+    void showLogo()
+    {
+        if (m_logo != nullptr) {
+            Logo::followAppearance(*m_logo);
+        }
     }
 
     QLabel* m_logo = nullptr;

@@ -11,4 +11,15 @@ inline constexpr double kReadable = 4.5;
 // The contrast ratio of two colours, from 1 to 21 (WCAG 2.1).
 [[nodiscard]] double ratio(const QColor& one, const QColor& other);
 
+// So much of the way from one colour to the other; 0 to 1.
+[[nodiscard]] QColor mixed(const QColor& base, const QColor& other, float share);
+
+// What a colour that is not opaque looks like on the background.
+[[nodiscard]] QColor over(const QColor& colour, const QColor& background);
+
+// The colour nearest to the wished one that has that contrast with the background, as far as black
+// or white have it.
+[[nodiscard]] QColor readable(const QColor& wish, const QColor& background,
+                              double contrast = kReadable);
+
 } // namespace Contrast

@@ -48,9 +48,10 @@ void showPicture(QLabel& logo, QByteArray& bytes)
 void Logo::showBundled(QLabel& logo)
 {
     const bool isDark = logo.palette().color(QPalette::Window).lightness() < 128;
-    const auto picture = BundleImages::icon(isDark ? u"image-dark"_s : u"image-light"_s);
-    if (picture) {
-        logo.setPixmap(picture->pixmap(kSize, logo.devicePixelRatioF()));
+    const QPixmap picture = BundleImages::pixmap(isDark ? u"image-dark"_s : u"image-light"_s, kSize,
+                                                 logo.devicePixelRatioF());
+    if (!picture.isNull()) {
+        logo.setPixmap(picture);
     }
 }
 

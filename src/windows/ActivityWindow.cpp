@@ -91,6 +91,15 @@ public:
                                                      : QString());
     }
 
+    // Once: from then on it has the size that the person gives it.
+    void growWithFont()
+    {
+        if (!std::exchange(m_isGrown, true)) {
+            setMinimumSize(Pictures::grown(minimumSize(), *this));
+            resize(Pictures::grown(size(), *this));
+        }
+    }
+
     Ui::ActivityWindow ui;
 
 protected:
@@ -121,6 +130,7 @@ private:
     }
 
     ActivityWindow& m_owner;
+    bool m_isGrown = false;
 };
 
 QString ActivityWindow::eventName(Activity::Kind kind, const JsonData::Info& labels)
@@ -156,6 +166,7 @@ void ActivityWindow::present()
         m_window = std::make_unique<Window>(*this);
     }
     if (!m_window->isVisible()) {
+        m_window->growWithFont();
         m_window->move(Placement::centre(Placement::availableArea(), m_window->size()));
     }
     fill();

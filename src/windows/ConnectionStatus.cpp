@@ -1,10 +1,10 @@
 #include "windows/ConnectionStatus.h"
 
-#include "platform/desktop/BundleImages.h"
 #include "platform/desktop/WorkArea.h"
 #include "records/Intervals.h"
 #include "ui_ConnectionStatus.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/Pictures.h"
 #include "window_kit/PlainToolTip.h"
 
 #include <QEvent>
@@ -60,6 +60,26 @@ public:
         }
     }
 
+    // Gives the state's line the largest font, up to the window's, in which it has room.
+    void fitState()
+    {
+        constexpr qreal kSmallest = 8; // points
+        QLabel& line = *ui.agentDesc;
+        layout()->activate();
+        QFont fitting = font();
+        const auto hasRoom = [&] {
+            const QRect room = line.contentsRect();
+            return room.contains(QFontMetrics(fitting).boundingRect(
+                room, static_cast<int>(line.alignment()) | Qt::TextWordWrap, line.text()));
+        };
+        while (fitting.pointSizeF() > kSmallest && !hasRoom()) {
+            fitting.setPointSizeF(fitting.pointSizeF() - 0.5);
+        }
+        if (line.font() != fitting) {
+            line.setFont(fitting);
+        }
+    }
+
     Ui::ConnectionStatus ui;
 
 protected:
@@ -71,11 +91,15 @@ protected:
             // The frame, which counts for the place, is there when the window is on the screen.
             windowHandle()->installEventFilter(this);
             m_isToBePlaced = true;
+            fitState();
             m_owner.inSession();
             m_owner.inSession2();
             break;
         case QEvent::Resize:
             m_isToBePlaced = true;
+            break;
+        case QEvent::FontChange:
+            fitState();
             break;
         case QEvent::WindowStateChange:
             // A minimised window was not redrawn.
@@ -285,13 +309,13 @@ void ConnectionStatus::showState()
         return;
     }
     QLabel& sign = *m_window->ui.gateway_status;
-    sign.setPixmap(BundleImages::pixmap(
-        gatewayConnectionStatus ? u"status-available"_s : u"status-unavailable"_s, sign));
+    Pictures::show(sign, gatewayConnectionStatus ? u"status-available"_s : u"status-unavailable"_s);
     sign.setAccessibleName(gatewayConnectionStatus ? ready : no_gateway);
     if (showConnectionDetail) {
         setPlainToolTip(sign, gateway_name);
     }
     m_window->ui.agentDesc->setText(stateText());
+    m_window->fitState();
 }
 
 void ConnectionStatus::showActivityButton()
@@ -300,8 +324,7 @@ void ConnectionStatus::showActivityButton()
         return;
     }
     QToolButton& button = *m_window->ui.activity;
-    button.setIcon(BundleImages::icon(hasUnseenActivity ? u"activity-unseen"_s : u"activity"_s)
-                       .value_or(QIcon()));
+    Pictures::show(button, hasUnseenActivity ? u"activity-unseen"_s : u"activity"_s);
     const QString& title = hasUnseenActivity ? m_awayTitle : m_activityTitle;
     button.setToolTip(title);
     button.setAccessibleName(title);

@@ -2,11 +2,11 @@
 
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/desktop/Announcements.h"
-#include "platform/desktop/BundleImages.h"
 #include "records/Intervals.h"
 #include "ui_MessageInbox.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
+#include "window_kit/Pictures.h"
 #include "window_kit/Placement.h"
 #include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
@@ -51,9 +51,8 @@ public:
     void setKind(qint64 kind)
     {
         m_kind = kind;
-        const QPixmap picture = BundleImages::pixmap(MessageKind::picture(kind), *ui.icon);
-        ui.icon->setPixmap(picture);
-        ui.icon->setVisible(!picture.isNull());
+        Pictures::show(*ui.icon, MessageKind::picture(kind));
+        ui.icon->setVisible(!ui.icon->pixmap(Qt::ReturnByValue).isNull());
         ui.kind->hide(); // until there is a word for it
     }
 
@@ -82,6 +81,17 @@ public:
         m_notShown = count;
         ui.notShown->setText(words.replace("%1"_L1, QString::number(count)));
         ui.notShown->setVisible(count > 0);
+        growToNeed();
+    }
+
+    // Lines that wrap need more height than the layout asks for by itself.
+    void growToNeed(int more = 0)
+    {
+        layout()->activate();
+        const int needed = layout()->totalMinimumHeightForWidth(width()) + more;
+        if (height() < needed) {
+            resize(width(), needed);
+        }
     }
 
     // Escape and the title bar.
@@ -127,7 +137,8 @@ private:
                                      kFewestLines, kMostLines);
         ui.message->setMinimumSize(width + margin, heightOf(kFewestLines));
         layout()->activate();
-        resize(layout()->totalMinimumSize() + QSize(0, heightOf(lines) - heightOf(kFewestLines)));
+        resize(layout()->totalMinimumSize());
+        growToNeed(heightOf(lines) - heightOf(kFewestLines));
     }
 
     MessageInbox& m_owner;
@@ -179,6 +190,7 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
 
 void MessageInbox::present(const QList<QPoint>& others)
 {
+    m_window->growToNeed();
     const QRect area = Placement::availableArea();
     const QPoint first = Placement::centre(area, m_window->size());
     m_window->move(Placement::cascade(area, m_window->size(), first, others));

@@ -1,11 +1,11 @@
 #include "windows/SecurityAccess.h"
 
 #include "platform/desktop/Announcements.h"
-#include "platform/desktop/BundleImages.h"
 #include "platform/processes/SecretText.h"
 #include "ui_SecurityAccess.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
+#include "window_kit/Pictures.h"
 
 #include <QDialog>
 #include <QLineEdit>
@@ -31,10 +31,7 @@ public:
         connect(ui.cancelButton, &QPushButton::clicked, this, [this] { m_owner.cancelAction(); });
     }
 
-    void showSign(const QString& picture)
-    {
-        ui.sign->setPixmap(BundleImages::pixmap(picture, *ui.sign));
-    }
+    void showSign(const QString& picture) { Pictures::show(*ui.sign, picture); }
 
     void clearPassword()
     {

@@ -1,7 +1,7 @@
 #include "windows/SessionRow.h"
 
-#include "platform/desktop/BundleImages.h"
 #include "window_kit/ElidedLabel.h"
+#include "window_kit/Pictures.h"
 #include "window_kit/ShownText.h"
 #include "windows/SessionClock.h"
 
@@ -16,6 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::chrono::milliseconds kSettlingTime(600);
+constexpr int kRoom = 66;               // for the lines of a row, in points
 constexpr qsizetype kLongestName = 200; // that is spoken
 
 void nameButton(QToolButton* button, const QString& text)
@@ -36,9 +37,9 @@ void SessionRow::setWidgets(const Widgets& widgets)
 {
     m_widgets = widgets;
     widgets.timing->clear();
-    widgets.sign->setPixmap(BundleImages::pixmap(u"appIcon-22-session"_s, *widgets.sign));
-    widgets.chat->setIcon(BundleImages::icon(u"chat"_s).value_or(QIcon()));
-    widgets.abort->setIcon(BundleImages::icon(u"abort"_s).value_or(QIcon()));
+    Pictures::show(*widgets.sign, u"appIcon-22-session"_s);
+    Pictures::show(*widgets.chat, u"chat"_s);
+    Pictures::show(*widgets.abort, u"abort"_s);
 }
 
 void SessionRow::translate(const QString& abort, const QString& chat)
@@ -68,6 +69,8 @@ void SessionRow::show(const std::optional<SessionInfo>& session, bool canEnd, co
     m_widgets->abort->setVisible(canEnd);
     m_widgets->note->setFullText(note);
     m_widgets->note->setVisible(!note.isEmpty());
+    m_widgets->timing->setVisible(note.isEmpty() ||
+                                  3 * m_widgets->name->fontMetrics().height() <= kRoom);
     if (isAnother) {
         m_widgets->timing->clear();
         tick();

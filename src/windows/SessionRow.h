@@ -36,7 +36,8 @@ public:
     void translate(const QString& abort, const QString& chat);
 
     // None for a row without a session. `canEnd`: whether the person may end it. `note` stands
-    // below the elapsed time; empty for none.
+    // below the elapsed time, or in its place where letters are too large for three lines; empty
+    // for none.
     void show(const std::optional<SessionInfo>& session, bool canEnd, const QString& note);
     // Writes the elapsed time.
     void tick();

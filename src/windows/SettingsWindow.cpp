@@ -4,6 +4,8 @@
 #include "platform/desktop/BundleImages.h"
 #include "ui_SettingsWindow.h"
 #include "window_kit/Mnemonics.h"
+#include "window_kit/Pictures.h"
+#include "window_kit/PushButton.h"
 #include "windows/PlatformNames.h"
 
 #include <QLabel>
@@ -26,8 +28,8 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     // when the mode hides it.
     const int width = fontMetrics().horizontalAdvance(QString(38, u'0'));
     m_ui->accountIdText->setMinimumWidth(width);
-    for (QWidget* const widget :
-         std::initializer_list<QWidget*>{m_ui->sessionCodeDesc, m_ui->sessionCodeText}) {
+    for (QWidget* const widget : std::initializer_list<QWidget*>{
+             m_ui->sessionCodeDesc, m_ui->sessionCodeText, m_ui->whyLocked}) {
         QSizePolicy policy = widget->sizePolicy();
         policy.setRetainSizeWhenHidden(true);
         widget->setSizePolicy(policy);
@@ -79,7 +81,7 @@ void SettingsWindow::setLocked(bool isLocked)
     m_isLocked = isLocked;
     const QString picture = isLocked ? u"lock"_s : u"unlock"_s;
     const QString words = isLocked ? m_texts.unlock : m_texts.lock;
-    m_ui->lockButton->setIcon(BundleImages::icon(picture).value_or(QIcon()));
+    Pictures::show(*m_ui->lockButton, picture);
     m_ui->lockButton->setToolTip(words);
     m_ui->lockButton->setAccessibleName(words);
     for (QWidget* const widget : std::initializer_list<QWidget*>{
@@ -89,6 +91,7 @@ void SettingsWindow::setLocked(bool isLocked)
         widget->setEnabled(!isLocked);
     }
     showMode();
+    showWhyLocked();
     if (isLocked) {
         m_ui->lockButton->setFocus();
     } else {
@@ -133,6 +136,17 @@ void SettingsWindow::showDisplayOptions(bool showsMode, bool showsRegion)
 void SettingsWindow::showLock(bool isShown)
 {
     m_ui->lockButton->setVisible(isShown);
+    showWhyLocked();
+}
+
+void SettingsWindow::showWhyLocked()
+{
+    const bool canUnlock = !m_ui->lockButton->isHidden();
+    const QString& words = canUnlock ? m_texts.locked : m_texts.fixed;
+    m_ui->whyLocked->setText(words);
+    m_ui->whyLocked->setVisible(m_isLocked);
+    // A screen reader comes to the button and not to the line.
+    m_ui->lockButton->setAccessibleDescription(m_isLocked ? words : QString());
 }
 
 void SettingsWindow::setBusy(bool isBusy)
@@ -153,10 +167,9 @@ void SettingsWindow::complain(const QString& title, const QString& message)
         new QMessageBox(QMessageBox::Warning, windowTitle(), title, QMessageBox::NoButton, this);
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->setInformativeText(message);
-    alert->addButton(m_texts.ok, QMessageBox::AcceptRole);
-    if (const auto sign = BundleImages::icon(u"caution"_s)) {
-        alert->setIconPixmap(sign->pixmap(kSign, devicePixelRatioF()));
-    }
+    alert->addButton(new PushButton(m_texts.ok), QMessageBox::AcceptRole);
+    alert->setIconPixmap(
+        BundleImages::pixmap(u"caution"_s, Pictures::grown(kSign, *alert), devicePixelRatioF()));
     const QList<QLabel*> labels = alert->findChildren<QLabel*>();
     for (QLabel* const label : labels) {
         label->setTextFormat(Qt::PlainText);

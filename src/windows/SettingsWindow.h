@@ -55,6 +55,7 @@ Q_SIGNALS:
 
 private:
     void showMode();
+    void showWhyLocked();
     void translate();
 
     std::unique_ptr<Ui::SettingsWindow> m_ui;

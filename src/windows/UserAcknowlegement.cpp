@@ -1,9 +1,9 @@
 #include "windows/UserAcknowlegement.h"
 
-#include "platform/desktop/BundleImages.h"
 #include "ui_UserAcknowlegement.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
+#include "window_kit/Pictures.h"
 #include "window_kit/Placement.h"
 
 #include <QApplication>
@@ -36,9 +36,9 @@ public:
     explicit Window(UserAcknowledgement& owner) : AgentWindow(Qt::Dialog, {})
     {
         ui.setupUi(this);
-        ui.picture->setPixmap(BundleImages::pixmap(u"acknowledge"_s, *ui.picture));
-        ui.declineButton->setIcon(BundleImages::icon(u"stop"_s).value_or(QIcon()));
-        ui.acceptButton->setIcon(BundleImages::icon(u"status-available"_s).value_or(QIcon()));
+        Pictures::show(*ui.picture, u"acknowledge"_s);
+        Pictures::show(*ui.declineButton, u"stop"_s);
+        Pictures::show(*ui.acceptButton, u"status-available"_s);
         answerBy(*ui.declineButton, [&owner] { owner.declineAction(); });
         answerBy(*ui.acceptButton, [&owner] { owner.acceptAction(); });
         WindowRules::setFrontWindow(this);

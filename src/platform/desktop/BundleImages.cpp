@@ -2,30 +2,117 @@
 
 #include "platform/files/MainBundle.h"
 
+#include <QApplication>
+#include <QBuffer>
+#include <QFile>
 #include <QHash>
-#include <QPixmap>
-#include <QWidget>
+#include <QIconEngine>
+#include <QImage>
+#include <QImageReader>
+#include <QPainter>
+#include <QPixmapCache>
+#include <QStyle>
+#include <QStyleOption>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+// One file of a picture, as it was read: much smaller than the picture in it.
+struct File {
+    QSize size;
+    QByteArray bytes;
+};
+
+// Paints a picture in any size. One that is not there is scaled down from the largest, which looks
+// as if it were drawn in that size.
+class Picture : public QIconEngine {
+public:
+    // From the smallest to the largest.
+    Picture(QString name, QList<File> files) : m_name(std::move(name)), m_files(std::move(files)) {}
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State /*state*/) override
+    {
+        const QSize largest = m_files.constLast().size;
+        const QSize fitting =
+            largest.scaled(size.boundedTo(largest), Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+        const QString key = u"%1 %2x%3 %4"_s.arg(m_name)
+                                .arg(fitting.width())
+                                .arg(fitting.height())
+                                .arg(static_cast<int>(mode));
+        QPixmap pixmap;
+        if (!QPixmapCache::find(key, &pixmap)) {
+            pixmap = inMode(QPixmap::fromImage(scaled(fitting)), mode);
+            QPixmapCache::insert(key, pixmap);
+        }
+        return pixmap;
+    }
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override
+    {
+        const qreal scale = painter->device()->devicePixelRatio();
+        QPixmap pixmap = this->pixmap(rect.size() * scale, mode, state);
+        pixmap.setDevicePixelRatio(scale);
+        const QSizeF spare = QSizeF(rect.size()) - pixmap.deviceIndependentSize();
+        painter->drawPixmap(rect.topLeft() + QPointF(spare.width(), spare.height()) / 2, pixmap);
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode /*mode*/, QIcon::State /*state*/) override
+    {
+        QList<QSize> sizes;
+        for (const File& file : m_files.first(std::min<qsizetype>(m_files.size(), 2))) {
+            sizes.append(file.size);
+        }
+        return sizes;
+    }
+
+    [[nodiscard]] QIconEngine* clone() const override { return new Picture(*this); }
+
+private:
+    [[nodiscard]] QImage scaled(const QSize& size) const
+    {
+        const auto exact = std::find_if(m_files.cbegin(), m_files.cend(),
+                                        [&](const File& file) { return file.size == size; });
+        const File& file = exact != m_files.cend() ? *exact : m_files.constLast();
+        const QImage image = QImage::fromData(file.bytes, "PNG");
+        return image.size() == size
+                   ? image
+                   : image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    }
+
+    static QPixmap inMode(const QPixmap& pixmap, QIcon::Mode mode)
+    {
+        if (mode == QIcon::Normal) {
+            return pixmap;
+        }
+        QStyleOption option;
+        option.palette = QGuiApplication::palette();
+        return QApplication::style()->generatedIconPixmap(mode, pixmap, &option);
+    }
+
+    const QString m_name;
+    const QList<File> m_files;
+};
+
 QIcon read(const QString& name)
 {
-    QIcon icon;
-    // Both sizes on every screen: a status bar may ask for either.
-    for (const auto& [suffix, scale] : {std::pair(QString(), 1.0), std::pair(u"@2x"_s, 2.0)}) {
+    QList<File> files;
+    for (const QString& suffix : {QString(), u"@2x"_s, u"@4x"_s}) {
         const auto path = MainBundle::resourcePath(name + suffix, u"png"_s);
-        if (!path) {
-            continue;
-        }
-        QPixmap pixmap(*path);
-        pixmap.setDevicePixelRatio(scale);
-        if (!pixmap.isNull()) {
-            icon.addPixmap(pixmap);
+        QFile file(path.value_or(QString()));
+        if (path && file.open(QIODevice::ReadOnly)) {
+            const QByteArray bytes = file.readAll();
+            QBuffer buffer;
+            buffer.setData(bytes);
+            const QSize size = QImageReader(&buffer, "PNG").size();
+            if (!size.isEmpty()) {
+                files.append({size, bytes});
+            }
         }
     }
-    return icon;
+    return files.isEmpty() ? QIcon() : QIcon(new Picture(name, files));
 }
 
 } // namespace
@@ -41,8 +128,16 @@ std::optional<QIcon> BundleImages::icon(const QString& name)
     return picture.isNull() ? std::nullopt : std::optional(picture);
 }
 
-QPixmap BundleImages::pixmap(const QString& name, const QWidget& place)
+QPixmap BundleImages::pixmap(const QString& name, const QSize& size, qreal scale)
 {
     const auto picture = icon(name);
-    return picture ? picture->pixmap(place.size(), place.devicePixelRatioF()) : QPixmap();
+    if (!picture) {
+        return {};
+    }
+    // Whole pixels, and none beyond the size.
+    const QSize pixels(static_cast<int>(size.width() * scale),
+                       static_cast<int>(size.height() * scale));
+    QPixmap pixmap = picture->pixmap(pixels, 1.0);
+    pixmap.setDevicePixelRatio(scale);
+    return pixmap;
 }

@@ -6,19 +6,17 @@
 
 #include <optional>
 
-class QWidget;
-
-// The pictures among the bundle's resources: each is there as NAME.png and, in twice the size, as
-// NAME@2x.png. Main thread.
+// The pictures among the bundle's resources: each is there as NAME.png, as NAME@2x.png in twice the
+// size, and as NAME@4x.png where it may be shown larger still. Main thread.
 namespace BundleImages {
 
-// Both sizes of a picture; none where there is no such resource or it is no picture. It is read
-// once and then kept, so that an upgraded or removed package takes nothing away from a running
-// program.
+// A picture for every size and scale, up to its largest file's; none where there is no such
+// resource or it is no picture. The sizes that it names are those of the first two files, which
+// status bars are sent. It is read once and then kept, so that an upgraded or removed package takes
+// nothing away from a running program.
 [[nodiscard]] std::optional<QIcon> icon(const QString& name);
 
-// The picture as it fits the widget, in its size and for its screen; a null one where there is
-// none.
-[[nodiscard]] QPixmap pixmap(const QString& name, const QWidget& place);
+// The picture in that size, in points, for a screen of that scale; a null one where there is none.
+[[nodiscard]] QPixmap pixmap(const QString& name, const QSize& size, qreal scale);
 
 } // namespace BundleImages

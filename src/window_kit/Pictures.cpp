@@ -1,0 +1,94 @@
+#include "window_kit/Pictures.h"
+
+#include "platform/desktop/BundleImages.h"
+
+#include <QAbstractButton>
+#include <QFontInfo>
+#include <QIcon>
+#include <QLabel>
+#include <QPainter>
+#include <QVariant>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Of a font of 10 points on a screen of 96 points an inch.
+constexpr qreal kUsualFont = 13.5;
+constexpr int kGap = 4; // beside words, more than what styles leave
+
+// A widget's own: the picture that it shows, and how large it was designed.
+constexpr const char* kName = "pictureName";
+constexpr const char* kSize = "pictureSize";
+constexpr const char* kLargest = "pictureLargest";
+
+// The size that was noted when this was first asked for.
+QSize designed(QWidget& widget, const char* key, const QSize& size)
+{
+    if (!widget.property(key).isValid()) {
+        widget.setProperty(key, size);
+    }
+    return widget.property(key).toSize();
+}
+
+// Leaves room at the side of the words.
+QPixmap withGap(const QPixmap& picture, bool isLeftToRight)
+{
+    const qreal scale = picture.devicePixelRatio();
+    const QSize gap(static_cast<int>(std::lround(kGap * scale)), 0);
+    QPixmap wide(picture.size() + gap);
+    wide.setDevicePixelRatio(scale);
+    wide.fill(Qt::transparent);
+    QPainter(&wide).drawPixmap(QPointF(isLeftToRight ? 0 : kGap, 0), picture);
+    return wide;
+}
+
+} // namespace
+
+QSize Pictures::grown(const QSize& size, const QWidget& widget)
+{
+    return size * std::max(1.0, QFontInfo(widget.font()).pixelSize() / kUsualFont);
+}
+
+void Pictures::show(QLabel& label, const QString& name)
+{
+    label.setProperty(kName, name);
+    const QSize size = grown(designed(label, kSize, label.minimumSize()), label)
+                           .boundedTo(designed(label, kLargest, label.maximumSize()));
+    label.setFixedSize(size);
+    label.setPixmap(BundleImages::pixmap(name, size, label.devicePixelRatioF()));
+}
+
+void Pictures::show(QAbstractButton& button, const QString& name)
+{
+    button.setProperty(kName, name);
+    const QSize size = grown(designed(button, kSize, button.iconSize()), button);
+    const auto icon = BundleImages::icon(name);
+    if (!icon || button.text().isEmpty()) {
+        button.setIconSize(size);
+        button.setIcon(icon.value_or(QIcon()));
+        return;
+    }
+    button.setIconSize(size + QSize(kGap, 0));
+    button.setIcon(withGap(icon->pixmap(size, button.devicePixelRatioF()),
+                           button.layoutDirection() == Qt::LeftToRight));
+}
+
+void Pictures::refresh(QWidget& window)
+{
+    const auto widgets = window.findChildren<QWidget*>();
+    for (QWidget* const widget : widgets) {
+        const QString name = widget->property(kName).toString();
+        if (name.isEmpty()) {
+            continue;
+        }
+        if (auto* const label = qobject_cast<QLabel*>(widget)) {
+            show(*label, name);
+        } else if (auto* const button = qobject_cast<QAbstractButton*>(widget)) {
+            show(*button, name);
+        }
+    }
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QSize>
+#include <QString>
+
+class QAbstractButton;
+class QLabel;
+class QWidget;
+
+// Pictures in windows. They have the size that the .ui file gives them with a font of usual size,
+// grow with a larger one, and are as sharp as the screen can show them. Main thread.
+namespace Pictures {
+
+// Such a size for the widget's font.
+[[nodiscard]] QSize grown(const QSize& size, const QWidget& widget);
+
+// Shows a picture of the bundle, in the label's minimum size and up to its maximum size. Without
+// the resource the label is empty.
+void show(QLabel& label, const QString& name);
+
+// Likewise; the button's icon size is the picture's.
+void show(QAbstractButton& button, const QString& name);
+
+// Shows all pictures in it anew, for another font or screen.
+void refresh(QWidget& window);
+
+} // namespace Pictures

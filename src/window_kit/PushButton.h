@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QPushButton>
+
+// A button whose words have room around them with every font: styles leave the same few points also
+// beside large letters.
+class PushButton : public QPushButton {
+public:
+    using QPushButton::QPushButton;
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+};
