@@ -11,6 +11,7 @@
 #include <QLineEdit>
 #include <QLoggingCategory>
 #include <QMenu>
+#include <QScreen>
 #include <QStyle>
 #include <QTemporaryDir>
 #include <QTest>
@@ -22,8 +23,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What panels and title bars leave of a screen of 1366 by 768.
-constexpr QSize kLargest(1366 - 8, 768 - 80);
+// What panels, frames and title bars take of a screen.
+constexpr QSize kTaken(8, 80);
 
 struct Tongue {
     const char* name;
@@ -109,7 +110,8 @@ private Q_SLOTS:
         Samples::forEach(language, [&](const QString& name, QWidget& window) {
             QStringList found = Inspector::faultsOfLayout(window);
             found += Inspector::faultsOfColours(window);
-            if (window.width() > kLargest.width() || window.height() > kLargest.height()) {
+            const QSize largest = window.screen()->size() - kTaken; // one is 1366 by 768
+            if (window.width() > largest.width() || window.height() > largest.height()) {
                 found += u"%1x%2 is too large"_s.arg(window.width()).arg(window.height());
             }
             for (const QString& fault : found) {
