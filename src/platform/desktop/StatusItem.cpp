@@ -75,7 +75,7 @@ void StatusItem::setIcon(const QIcon& icon)
 
 bool StatusItem::hasPlace() const
 {
-    return d->hasPlace();
+    return d && d->hasPlace();
 }
 
 void StatusItem::setToolTip(const QString& text)
