@@ -5,12 +5,14 @@
 #include "platform/desktop/StatusItem.h"
 #include "settings/PortArgument.h"
 #include "window_kit/MenuKeys.h"
+#include "window_kit/Pictures.h"
 #include "window_kit/ShownText.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QKeySequence>
 #include <QMenu>
+#include <QProxyStyle>
 #include <QStyle>
 
 #include <utility>
@@ -32,6 +34,19 @@ QIcon statusIcon(const QString& name)
     const auto icon = BundleImages::icon(name);
     return icon ? *icon : QApplication::style()->standardIcon(QStyle::SP_ComputerIcon);
 }
+
+// Draws a menu's pictures as large as its letters ask for; styles have one size for all fonts.
+class MenuStyle : public QProxyStyle {
+public:
+    [[nodiscard]] int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                                  const QWidget* widget) const override
+    {
+        const int pixels = QProxyStyle::pixelMetric(metric, option, widget);
+        return metric == PM_SmallIconSize && widget != nullptr
+                   ? Pictures::grown({pixels, pixels}, *widget).width()
+                   : pixels;
+    }
+};
 
 QString connectivityLabel(const std::optional<JsonData::Info>& labels)
 {
@@ -96,6 +111,9 @@ void AppDelegate::systemTray()
 
     m_menu = std::make_unique<QMenu>(ShownText::menuItem(options.oemName, kLongestItem));
     m_menu->setToolTipsVisible(true);
+    auto* const style = new MenuStyle;
+    style->setParent(m_menu.get());
+    m_menu->setStyle(style);
     addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, u"wrench"_s,
             [this] { settings(); });
     addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, u"gear"_s,

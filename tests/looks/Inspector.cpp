@@ -320,9 +320,14 @@ QStringList Inspector::faultsOfLayout(const QWidget& window)
             faults += widget.objectName() + u": "_s + fault;
         }
     });
-    if (qobject_cast<const QMenu*>(&window) != nullptr &&
-        window.size() != window.size().expandedTo(window.sizeHint())) {
-        faults += u"is smaller than its items"_s;
+    if (qobject_cast<const QMenu*>(&window) != nullptr) {
+        if (window.size() != window.size().expandedTo(window.sizeHint())) {
+            faults += u"is smaller than its items"_s;
+        }
+        if (window.style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, &window) <
+            QFontInfo(window.font()).pixelSize()) {
+            faults += u"the pictures are smaller than the text"_s;
+        }
     }
     return faults;
 }
