@@ -43,6 +43,22 @@ void X11WindowManager::askForActivation(const QWidget& window, quint32 time)
     send(connection, window, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
 }
 
+std::optional<quint32> X11WindowManager::useOfActiveWindow()
+{
+    xcb_connection_t* const connection = X11::connection();
+    if (connection == nullptr) {
+        return std::nullopt;
+    }
+    quint32 window = X11::rootList(connection, "_NET_ACTIVE_WINDOW").value(0);
+    if (window == XCB_WINDOW_NONE) {
+        return std::nullopt;
+    }
+    // Some keep the time at a window of its own.
+    window = X11::list(connection, window, "_NET_WM_USER_TIME_WINDOW").value(0, window);
+    const auto time = X11::list(connection, window, "_NET_WM_USER_TIME");
+    return time.isEmpty() || time[0] == 0 ? std::nullopt : std::optional(time[0]);
+}
+
 bool X11WindowManager::canRestack()
 {
     xcb_connection_t* const connection = X11::connection();
