@@ -49,14 +49,18 @@ std::optional<quint32> X11WindowManager::useOfActiveWindow()
     if (connection == nullptr) {
         return std::nullopt;
     }
-    quint32 window = X11::rootList(connection, "_NET_ACTIVE_WINDOW").value(0);
+    const quint32 window = X11::rootList(connection, "_NET_ACTIVE_WINDOW").value(0);
     if (window == XCB_WINDOW_NONE) {
         return std::nullopt;
     }
-    // Some keep the time at a window of its own.
-    window = X11::list(connection, window, "_NET_WM_USER_TIME_WINDOW").value(0, window);
-    const auto time = X11::list(connection, window, "_NET_WM_USER_TIME");
-    return time.isEmpty() || time[0] == 0 ? std::nullopt : std::optional(time[0]);
+    // Programs may keep the time at a window of its own, and do so where the window manager looks
+    // there.
+    auto time = X11::list(connection, window, "_NET_WM_USER_TIME");
+    const quint32 keeper = X11::list(connection, window, "_NET_WM_USER_TIME_WINDOW").value(0);
+    if (keeper != XCB_WINDOW_NONE) {
+        time = X11::list(connection, keeper, "_NET_WM_USER_TIME") + time;
+    }
+    return time.value(0) == 0 ? std::nullopt : std::optional(time[0]);
 }
 
 bool X11WindowManager::canRestack()
