@@ -99,7 +99,8 @@ void DesktopNotices::showSessions()
         lines.append(lineFor(activity, labels));
     }
     const QString newest = lines.takeFirst();
-    m_notifications.show(Notifications::Place::Sessions, {newest, text(lines), false, false});
+    m_notifications.show(Notifications::Place::Sessions,
+                         {newest, text(lines), labels.Connection.conn_status_title, false, false});
 }
 
 void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
@@ -109,8 +110,9 @@ void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
     if (replacesAnother) {
         lines.append(labels.UserAck.replaced);
     }
-    m_notifications.show(Notifications::Place::Question,
-                         {labels.UserAck.user_ack_title, text(lines), true, true});
+    m_notifications.show(
+        Notifications::Place::Question,
+        {labels.UserAck.user_ack_title, text(lines), labels.UserAck.user_ack_title, true, true});
     lines.prepend(labels.UserAck.user_ack_title);
     Announcements::say(lines.join(u'\n'), Announcements::About::Question);
 }
@@ -119,7 +121,8 @@ void DesktopNotices::tellMissingIcon()
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     m_notifications.show(Notifications::Place::Icon,
-                         {labels.Connection.noIcon, labels.Connection.noIconHow, false, false});
+                         {labels.Connection.noIcon, labels.Connection.noIconHow,
+                          labels.Connection.conn_status_title, false, false});
 }
 
 void DesktopNotices::stop()
@@ -137,8 +140,9 @@ void DesktopNotices::withdrawQuestion()
 void DesktopNotices::tellWithdrawal()
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
-    m_notifications.show(Notifications::Place::Question,
-                         {labels.UserAck.withdrawn, QString(), false, false});
+    m_notifications.show(
+        Notifications::Place::Question,
+        {labels.UserAck.withdrawn, QString(), labels.UserAck.user_ack_title, false, false});
     Announcements::say(labels.UserAck.withdrawn, Announcements::About::Question);
 }
 
@@ -154,7 +158,7 @@ void DesktopNotices::tellAbsence(const QList<Activity>& activities)
     m_sessionTimer.stop();
     m_notifications.withdraw(Notifications::Place::Sessions);
     m_notifications.show(Notifications::Place::Absence,
-                         {labels.Activity.away, text(lines), true, true});
+                         {labels.Activity.away, text(lines), labels.Activity.title, true, true});
     lines.prepend(labels.Activity.away);
     Announcements::say(text(lines));
 }

@@ -151,6 +151,30 @@ private Q_SLOTS:
         QVERIFY(field == nullptr || field->text().isEmpty());
     }
 
+    // Where the other program tells when the person has last used it, as the toolkits do.
+    void theKeyboardStaysWhereItIsUsed()
+    {
+        QProcess editor;
+        editor.setStandardOutputFile(QProcess::nullDevice());
+        editor.start(u"xev"_s, {});
+        for (const bool isUsedLater : {true, false}) {
+            QVERIFY(xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
+                             u"windowactivate"_s, u"--sync"_s}));
+            WindowActivation::noteAction(0);
+            // Milliseconds of the X server's clock.
+            const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(
+                std::chrono::steady_clock::now().time_since_epoch());
+            const auto used = now + std::chrono::seconds(isUsedLater ? 1 : -1);
+            (void)xprop({u"-name"_s, u"Event Tester"_s, u"-f"_s, u"_NET_WM_USER_TIME"_s, u"32c"_s,
+                         u"-set"_s, u"_NET_WM_USER_TIME"_s},
+                        QString::number(static_cast<quint32>(used.count())));
+            QVERIFY(
+                m_agent->send(R"(receive_message={"from":"a","text":"b","timeout":0,"icon":1})"));
+            QTest::qWait(500);
+            QCOMPARE(QApplication::activeWindow() != nullptr, !isUsedLater);
+        }
+    }
+
     void aSentenceStaysInItsChat()
     {
         QVERIFY(m_agent->send("request_chat=5,7"));

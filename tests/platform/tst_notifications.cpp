@@ -29,7 +29,7 @@ private Q_SLOTS:
             server.capabilities = {isOther ? u"body-markup"_s : u"body"_s};
             Notifications notifications(u"App"_s, u"/icon.png"_s);
             const QString strange = u"<b>a\u0000\"&"_s + QChar(0xD83D); // half of a pair
-            notifications.show(Place::Absence, {strange, strange, isOther, isOther});
+            notifications.show(Place::Absence, {strange, strange, strange, isOther, isOther});
             QTRY_COMPARE(server.last.member(), u"Notify"_s);
             const QString title = u"<b>a\uFFFD\"&?"_s;
             const QString text = isOther ? u"&lt;b&gt;a\uFFFD&quot;&amp;?"_s : title;
@@ -111,7 +111,7 @@ private Q_SLOTS:
             } else if (const auto place = Place(u"QSA"_s.indexOf(step[0])); step[1] == u'-') {
                 notifications.withdraw(place);
             } else {
-                notifications.show(place, {step.sliced(1), {}, false, step[1].isUpper()});
+                notifications.show(place, {step.sliced(1), {}, {}, false, step[1].isUpper()});
             }
         }
         QCOMPARE(log.join(u' '), calls);

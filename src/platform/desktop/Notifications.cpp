@@ -150,7 +150,7 @@ void Notifications::notify(Slot& slot)
                                     sendable(m_iconPath),
                                     title,
                                     *m_takesMarkup ? text.toHtmlEscaped() : text,
-                                    QStringList{kClick, title},
+                                    QStringList{kClick, sendable(slot.content->action)},
                                     hints,
                                     slot.content->stays ? 0 : -1};
     slot.isAnswerPending = true;

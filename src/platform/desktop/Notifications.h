@@ -30,6 +30,7 @@ public:
     struct Content {
         QString title; // both plain text
         QString text;
+        QString action; // what a click opens, for services that show a button for it
         bool isCritical = false;
         bool stays = false; // until the person or withdraw() closes it; else the service decides
     };

@@ -86,6 +86,15 @@ public:
     }
 };
 
+// Whether the window with the keyboard says that the person has used it later than this program.
+bool isPersonElsewhere()
+{
+    const auto used = X11WindowManager::useOfActiveWindow();
+    constexpr quint32 kHalf = 1U << 31; // the clock wraps
+    return QGuiApplication::focusWindow() == nullptr && used && *used != lastAction() &&
+           *used - lastAction() < kHalf;
+}
+
 // Whether windows keep their order by requests of ours. Native Wayland has none, and tiling window
 // managers take none.
 bool isOrderOurs()
@@ -218,8 +227,11 @@ void WindowActivation::offer(QWidget* window)
 {
     MainQueue::assertMainThread();
     if (!isStopped) {
+        const bool isBusy = isPersonElsewhere();
         showWithoutActivation(window);
-        askForKeyboard(window);
+        if (!isBusy) {
+            askForKeyboard(window);
+        }
     }
 }
 

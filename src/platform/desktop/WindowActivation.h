@@ -27,7 +27,9 @@ void noteAction(quint32 serverTime);
 void present(QWidget* window);
 
 // Likewise, without raising a window that is shown already: some window managers activate what is
-// raised, whatever the person does elsewhere.
+// raised, whatever the person does elsewhere. The keyboard is left to another program's window that
+// the person has used later than this program, for not all window managers look at that (EWMH
+// _NET_WM_USER_TIME).
 void offer(QWidget* window);
 
 // Shows the window without asking for the keyboard: a window that is shown already stays where it

@@ -39,10 +39,14 @@ const xcb_screen_t& X11::screen(xcb_connection_t* connection)
 
 QList<quint32> X11::rootList(xcb_connection_t* connection, const QByteArray& name)
 {
+    return list(connection, screen(connection).root, name);
+}
+
+QList<quint32> X11::list(xcb_connection_t* connection, quint32 window, const QByteArray& name)
+{
     constexpr quint32 kMost = 1'024;
-    const auto cookie =
-        xcb_get_property(connection, 0, screen(connection).root, atom(connection, name),
-                         XCB_GET_PROPERTY_TYPE_ANY, 0, kMost);
+    const auto cookie = xcb_get_property(connection, 0, window, atom(connection, name),
+                                         XCB_GET_PROPERTY_TYPE_ANY, 0, kMost);
     const auto reply = owned(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32) {
         return {};

@@ -33,8 +33,9 @@ quint32 atom(xcb_connection_t* connection, const QByteArray& name);
 int screenNumber();
 const xcb_screen_t& screen(xcb_connection_t* connection);
 
-// A property of the root window that is a list of 32-bit values, by which a window manager tells
-// something; empty where there is none.
+// A property of a window that is a list of 32-bit values; empty where there is none.
+QList<quint32> list(xcb_connection_t* connection, quint32 window, const QByteArray& name);
+// Of the root window, by which a window manager tells something.
 QList<quint32> rootList(xcb_connection_t* connection, const QByteArray& name);
 
 } // namespace X11

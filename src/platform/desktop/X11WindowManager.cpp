@@ -43,6 +43,26 @@ void X11WindowManager::askForActivation(const QWidget& window, quint32 time)
     send(connection, window, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
 }
 
+std::optional<quint32> X11WindowManager::useOfActiveWindow()
+{
+    xcb_connection_t* const connection = X11::connection();
+    if (connection == nullptr) {
+        return std::nullopt;
+    }
+    const quint32 window = X11::rootList(connection, "_NET_ACTIVE_WINDOW").value(0);
+    if (window == XCB_WINDOW_NONE) {
+        return std::nullopt;
+    }
+    // Programs may keep the time at a window of its own, and do so where the window manager looks
+    // there.
+    auto time = X11::list(connection, window, "_NET_WM_USER_TIME");
+    const quint32 keeper = X11::list(connection, window, "_NET_WM_USER_TIME_WINDOW").value(0);
+    if (keeper != XCB_WINDOW_NONE) {
+        time = X11::list(connection, keeper, "_NET_WM_USER_TIME") + time;
+    }
+    return time.value(0) == 0 ? std::nullopt : std::optional(time[0]);
+}
+
 bool X11WindowManager::canRestack()
 {
     xcb_connection_t* const connection = X11::connection();

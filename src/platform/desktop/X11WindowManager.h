@@ -2,6 +2,8 @@
 
 #include <QtGlobal>
 
+#include <optional>
+
 class QWidget;
 
 // Requests to the window manager of an X server (EWMH, ICCCM) about windows of this program.
@@ -10,6 +12,10 @@ namespace X11WindowManager {
 
 // Asks for the keyboard, with the X server's time of the person's last action.
 void askForActivation(const QWidget& window, quint32 time);
+
+// The time of the person's last action in the window with the keyboard, any program's (EWMH
+// _NET_WM_USER_TIME); none where that is not told.
+[[nodiscard]] std::optional<quint32> useOfActiveWindow();
 
 // Whether it keeps the order of windows that is asked for. Each call asks the window manager, which
 // may be another one by then.
