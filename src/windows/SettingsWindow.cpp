@@ -8,6 +8,7 @@
 #include "window_kit/PushButton.h"
 #include "windows/PlatformNames.h"
 
+#include <QFocusEvent>
 #include <QLabel>
 #include <QLayout>
 #include <QMessageBox>
@@ -37,9 +38,8 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
 
     translate();
     setLocked(true);
-    // Readers aren't told of a closed list's new value.
-    connect(m_ui->platformSelect, &QComboBox::textActivated, this,
-            [](const QString& region) { Announcements::say(region, Announcements::About::Value); });
+    connect(m_ui->platformSelect, &QComboBox::textActivated, this, &SettingsWindow::sayRegion);
+    m_ui->platformSelect->installEventFilter(this);
     connect(m_ui->managed, &QCheckBox::toggled, this, &SettingsWindow::modeChanged);
     connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
     connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });
@@ -47,6 +47,21 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
 }
 
 SettingsWindow::~SettingsWindow() = default;
+
+// The toolkit tells readers the list's name only.
+void SettingsWindow::sayRegion()
+{
+    Announcements::say(m_ui->platformSelect->currentText(), Announcements::About::Value);
+}
+
+bool SettingsWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_ui->platformSelect && event->type() == QEvent::FocusIn &&
+        static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason) {
+        sayRegion();
+    }
+    return AgentWindow::eventFilter(watched, event);
+}
 
 void SettingsWindow::translate()
 {

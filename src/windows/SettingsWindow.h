@@ -53,7 +53,11 @@ Q_SIGNALS:
     void applyPressed();
     void cancelPressed();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void sayRegion();
     void showMode();
     void showWhyLocked();
     void translate();
