@@ -1,5 +1,6 @@
 #include "windows/UserAcknowlegement.h"
 
+#include "platform/desktop/WindowActivation.h"
 #include "ui_UserAcknowlegement.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
@@ -10,6 +11,7 @@
 #include <QDialog>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QWindow>
 
 #include <functional>
 #include <utility>
@@ -84,6 +86,8 @@ protected:
     void showEvent(QShowEvent* event) override
     {
         AgentWindow::showEvent(event);
+        connect(windowHandle(), &QWindow::windowStateChanged, this, &Window::comeBack,
+                Qt::UniqueConnection);
         inputGuard.begin(InputGuard::Inputs::KeyboardAndMouse);
     }
 
@@ -102,6 +106,21 @@ protected:
     }
 
 private:
+    // Native Wayland brings no window back, and the widget does not hear that it went.
+    void comeBack(Qt::WindowState state)
+    {
+        if (state != Qt::WindowMinimized) {
+            return;
+        }
+        const auto showAnew = [this] {
+            if (isVisible()) {
+                windowHandle()->setWindowState(Qt::WindowNoState);
+                WindowActivation::showAnew(this);
+            }
+        };
+        QMetaObject::invokeMethod(this, showAnew, Qt::QueuedConnection);
+    }
+
     void answerBy(QPushButton& button, const std::function<void()>& action)
     {
         connect(&button, &QPushButton::pressed, this, [this] { m_pressedFor = m_question; });
