@@ -73,7 +73,7 @@ void WindowRules::bringUp(QWidget* window, Occasion occasion)
         WindowActivation::bringAbove(window, active);
     }
     if (isNew && hasFrontWindowBefore(window)) {
-        WindowActivation::showAnew(frontWindow());
+        WindowActivation::showAnew(frontWindow(), window);
     }
 }
 

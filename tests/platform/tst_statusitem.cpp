@@ -117,6 +117,16 @@ private Q_SLOTS:
         }
     }
 
+    // polybar's has 16 pixels.
+    void aTrayMayGiveLessRoom()
+    {
+        const Tray tray;
+        startItem();
+        QTRY_VERIFY(Tray::icon() != nullptr);
+        Tray::icon()->resize(16, 16);
+        QCOMPARE(Tray::icon()->size(), QSize(16, 16));
+    }
+
     void theHostGetsTheWholeItem()
     {
         // The text, and what is drawn and what is spoken of it.

@@ -23,6 +23,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// From a window's coming up to the window manager's putting it in its place.
+constexpr std::chrono::milliseconds kUntilStacked = 200ms;
+
 // X servers on this machine count their time on the monotonic clock.
 quint32 serverTimeNow()
 {
@@ -162,6 +165,12 @@ void showWithoutActivation(QWidget* window)
     window->show();
 }
 
+void hideAndShow(QWidget* window)
+{
+    window->hide();
+    showWithoutActivation(window);
+}
+
 void askForKeyboard(QWidget* window)
 {
     if (X11::connection() != nullptr) {
@@ -269,7 +278,6 @@ void WindowActivation::bringAbove(QWidget* window, QWidget* other)
         X11WindowManager::restack(*window, *other);
         return;
     }
-    constexpr std::chrono::milliseconds kUntilStacked(200);
     QTimer::singleShot(kUntilStacked, window, [window, below = QPointer<QWidget>(other)] {
         if (!isStopped && window->isVisible() && below &&
             X11WindowManager::isListedBelow(*window, *below)) {
@@ -278,11 +286,20 @@ void WindowActivation::bringAbove(QWidget* window, QWidget* other)
     });
 }
 
-void WindowActivation::showAnew(QWidget* window)
+void WindowActivation::showAnew(QWidget* window, QWidget* other)
 {
     MainQueue::assertMainThread();
-    if (!isStopped && !isOrderOurs()) {
-        window->hide();
-        showWithoutActivation(window);
+    if (isStopped || isOrderOurs()) {
+        return;
     }
+    if (X11::connection() == nullptr) {
+        hideAndShow(window);
+        return;
+    }
+    QTimer::singleShot(kUntilStacked, window, [window, above = QPointer<QWidget>(other)] {
+        if (!isStopped && window->isVisible() && above &&
+            !X11WindowManager::isListedBelow(*above, *window)) {
+            hideAndShow(window);
+        }
+    });
 }

@@ -51,8 +51,9 @@ void putAbove(QWidget* window, QWidget* other);
 void bringAbove(QWidget* window, QWidget* other);
 
 // Where programs can't restack their windows (native Wayland, tiling window managers), shows a
-// window anew, which puts it in front of the others. Elsewhere it does nothing.
-void showAnew(QWidget* window);
+// window anew, which puts it in front of the others; unless the window manager tells that it is
+// above the other one, which has just come up. Elsewhere it does nothing.
+void showAnew(QWidget* window, QWidget* other);
 
 // From now on no window comes up any more: the program is ending. Any thread.
 void stop();
