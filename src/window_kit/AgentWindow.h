@@ -26,6 +26,7 @@ public:
           inputGuard(this)
     {
         Logo::setWindowIcon(*this);
+        TextColours::makeReadable(*this); // before there is anything to tell of it
     }
 
     // Brings the window up because the person asks for it.
@@ -86,7 +87,7 @@ protected:
 
     bool event(QEvent* event) override
     {
-        if (event->type() == QEvent::Polish) { // its first showing
+        if (event->type() == QEvent::Polish) { // its first showing: what is in it, too
             TextColours::makeReadable(*this);
         } else if (event->type() ==
                    QEvent::ScreenChangeInternal) { // one of another scale, it may be

@@ -81,7 +81,9 @@ public:
         m_notShown = count;
         ui.notShown->setText(words.replace("%1"_L1, QString::number(count)));
         ui.notShown->setVisible(count > 0);
-        growToNeed();
+        if (count > 0) {
+            growToNeed();
+        }
     }
 
     // Lines that wrap need more height than the layout asks for by itself.
