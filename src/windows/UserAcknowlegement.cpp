@@ -115,7 +115,7 @@ private:
         const auto showAnew = [this] {
             if (isVisible()) {
                 windowHandle()->setWindowState(Qt::WindowNoState);
-                WindowActivation::showAnew(this);
+                WindowActivation::showAnew(this, nullptr);
             }
         };
         QMetaObject::invokeMethod(this, showAnew, Qt::QueuedConnection);

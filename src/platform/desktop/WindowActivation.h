@@ -52,7 +52,8 @@ void bringAbove(QWidget* window, QWidget* other);
 
 // Where programs can't restack their windows (native Wayland, tiling window managers), shows a
 // window anew, which puts it in front of the others; unless the window manager tells that it is
-// above the other one, which has just come up. Elsewhere it does nothing.
+// above the other one, which has just come up. Elsewhere, and under any window manager without
+// another one, it does nothing.
 void showAnew(QWidget* window, QWidget* other);
 
 // From now on no window comes up any more: the program is ending. Any thread.
