@@ -1,5 +1,6 @@
 #include "agent_core/DesktopNotices.h"
 #include "agent_state/AppDelegate.h"
+#include "platform/desktop/Announcements.h"
 #include "records/Activity.h"
 #include "windows/ActivityWindow.h"
 #include "windows/ConnectionStatus.h"
@@ -81,6 +82,7 @@ void AppDelegate::commandEnded(quint64 command, qint64 status)
 void AppDelegate::screenLockChanged(bool isLocked)
 {
     state().isScreenLocked = isLocked;
+    Announcements::hold(isLocked);
     if (!isLocked && state().hasUntoldAbsence) {
         tellAbsence();
     }

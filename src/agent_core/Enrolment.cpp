@@ -64,6 +64,10 @@ void AppDelegate::settings()
         m_opensSettingsAfterRestartWait = true;
         return;
     }
+    if (state().access->isVisible()) { // it is in front of the settings
+        state().access->present(window.get());
+        return;
+    }
     if (!settingsWindow().isVisible()) { // else what is entered in it stays
         prepareSettingsWindow();
     }

@@ -68,6 +68,7 @@ QAction* addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut
     auto* const item = new QAction(&menu);
     updateItem(item, title, symbol);
     item->setShortcut(shortcut);
+    item->setAutoRepeat(false);
     QObject::connect(item, &QAction::triggered, item, action);
     menu.addAction(item);
     return item;

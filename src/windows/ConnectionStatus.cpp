@@ -4,6 +4,7 @@
 #include "records/Intervals.h"
 #include "ui_ConnectionStatus.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/FittingText.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/PlainToolTip.h"
 
@@ -60,24 +61,18 @@ public:
         }
     }
 
-    // Gives the state's line the largest font, up to the window's, in which it has room.
+    // The person has asked for the window: the keyboard is where it is seen.
+    void enterByKeyboard()
+    {
+        if (focusWidget() == nullptr || focusWidget() == ui.agentDesc) {
+            ui.activity->setFocus(Qt::OtherFocusReason);
+        }
+    }
+
     void fitState()
     {
-        constexpr qreal kSmallest = 8; // points
-        QLabel& line = *ui.agentDesc;
         layout()->activate();
-        QFont fitting = font();
-        const auto hasRoom = [&] {
-            const QRect room = line.contentsRect();
-            return room.contains(QFontMetrics(fitting).boundingRect(
-                room, static_cast<int>(line.alignment()) | Qt::TextWordWrap, line.text()));
-        };
-        while (fitting.pointSizeF() > kSmallest && !hasRoom()) {
-            fitting.setPointSizeF(fitting.pointSizeF() - 0.5);
-        }
-        if (line.font() != fitting) {
-            line.setFont(fitting);
-        }
+        fitText(*ui.agentDesc, font());
     }
 
     Ui::ConnectionStatus ui;
@@ -163,6 +158,7 @@ void ConnectionStatus::present()
 {
     window();
     setPosition();
+    m_window->enterByKeyboard();
     m_window->present();
 }
 

@@ -55,13 +55,13 @@ public:
 
     void setBusy(bool isBusy)
     {
-        for (QWidget* const widget :
-             std::initializer_list<QWidget*>{ui.username, ui.password, ui.applyButton}) {
-            widget->setEnabled(!isBusy);
-        }
         ui.result->setText(isBusy ? m_checking : QString());
         if (isBusy) {
             ui.result->setFocus(); // else a second Return or a blank would press Cancel
+        }
+        for (QWidget* const widget :
+             std::initializer_list<QWidget*>{ui.username, ui.password, ui.applyButton}) {
+            widget->setEnabled(!isBusy);
         }
         if (isBusy) {
             setCursor(Qt::BusyCursor);
@@ -85,7 +85,7 @@ public:
     {
         showSign(u"caution"_s);
         ui.result->setText(m_wrong);
-        Announcements::say(m_wrong);
+        Announcements::say(m_wrong, Announcements::About::Credentials);
         ui.username->setFocus();
     }
 
@@ -151,6 +151,11 @@ void SecurityAccess::present(QWidget* settings)
     shown.present();
 }
 
+bool SecurityAccess::isVisible() const
+{
+    return m_window && m_window->isVisible();
+}
+
 void SecurityAccess::check()
 {
     if (m_isChecking) {
@@ -160,6 +165,7 @@ void SecurityAccess::check()
     const QString username = ui.username->text();
     QString password = SecretText::copy(ui.password->text());
     m_isChecking = true;
+    Announcements::withdraw(Announcements::About::Credentials);
     window().clearPassword();
     window().setBusy(true);
     Q_EMIT credentialsEntered(username, password);
@@ -187,6 +193,7 @@ void SecurityAccess::applyAction()
 void SecurityAccess::cancelAction()
 {
     m_isChecking = false;
+    Announcements::withdraw(Announcements::About::Credentials);
     Q_EMIT cancelled();
     if (m_window) {
         m_window->setBusy(false);

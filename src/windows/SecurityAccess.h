@@ -27,6 +27,7 @@ public:
     void refresh();
     // Brings the window up, in front of the one that it is for.
     void present(QWidget* settings);
+    [[nodiscard]] bool isVisible() const;
 
     // Emits what was typed, and empties the password's field at once.
     void check();

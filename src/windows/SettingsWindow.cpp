@@ -59,6 +59,8 @@ bool SettingsWindow::eventFilter(QObject* watched, QEvent* event)
     if (watched == m_ui->platformSelect && event->type() == QEvent::FocusIn &&
         static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason) {
         sayRegion();
+    } else if (watched == m_ui->platformSelect && event->type() == QEvent::FocusOut) {
+        Announcements::withdraw(Announcements::About::Value);
     }
     return AgentWindow::eventFilter(watched, event);
 }

@@ -98,7 +98,7 @@ QAccessibleInterface* interfaceOfFrame(const QString& className, QObject* object
 
 void Accessibility::begin(QObject* application)
 {
-    HiddenEcho::install();
+    HiddenEcho::install(application);
     Announcements::begin(application);
     QAccessible::installFactory(&interfaceOfFrame);
     // Once it is there, setting it again moves no other variable, which a thread may be reading.

@@ -11,7 +11,9 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <algorithm>
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <utility>
 
@@ -21,13 +23,16 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kAfterWindow(300);
 constexpr milliseconds kTypingEnds(1'000);
-// Typing later than that does not cut off much.
-constexpr milliseconds kIsBeingSaid(2'500);
+// How long a text takes, more or less.
+constexpr milliseconds kSayingBegins(1'500);
+constexpr milliseconds kSayingCharacter(60);
 constexpr milliseconds kLongestJoining(3'000);
 // After that nobody finds it among the program's windows any more.
 constexpr milliseconds kRemains(10'000);
 constexpr qsizetype kLongest = 2'000;
 constexpr qsizetype kMostTexts = 20;
+// Of the objects that tell them.
+constexpr std::size_t kMostShown = 4;
 
 // Its accessible name is what is said.
 class Announcement : public QWidget {
@@ -53,6 +58,8 @@ QAccessibleInterface* interfaceFor(const QString& className, QObject* object)
 struct Text {
     Announcements::About about;
     QString text;
+
+    bool operator==(const Text&) const = default;
 };
 
 void removeAll(QList<Text>& texts, Announcements::About about)
@@ -67,11 +74,14 @@ public:
 
     void add(const Text& text);
     void withdraw(Announcements::About about);
+    void hold(bool isHeld);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
     void accessibilityActiveChanged(bool isActive) override;
 
 private:
+    void startIfFree();
+    void typed();
     void joinBus();
     void sayWaiting();
     void sayAgain();
@@ -85,7 +95,9 @@ private:
     QTimer m_joining;
     bool m_hasJoined = false;
     QElapsedTimer m_sinceSaid;
-    std::unique_ptr<Announcement> m_announcement;
+    bool m_isHeld = false;
+    // Several: readers look at an object a moment after it was shown.
+    std::deque<std::unique_ptr<Announcement>> m_shown;
 };
 
 QPointer<Announcer>& announcer()
@@ -104,7 +116,7 @@ Announcer::Announcer(QObject* application) : QObject(application)
     }
     connect(&m_next, &QTimer::timeout, this, &Announcer::sayWaiting);
     connect(&m_typing, &QTimer::timeout, this, &Announcer::sayAgain);
-    connect(&m_remains, &QTimer::timeout, this, [this] { m_announcement.reset(); });
+    connect(&m_remains, &QTimer::timeout, this, [this] { m_shown.clear(); });
     connect(&m_joining, &QTimer::timeout, this, [this] { m_waiting.clear(); });
     QAccessible::installActivationObserver(this);
     application->installEventFilter(this);
@@ -115,12 +127,35 @@ void Announcer::add(const Text& text)
     if (text.about != Announcements::About::News) {
         withdraw(text.about);
     }
-    m_waiting.append(text);
-    if (m_waiting.size() > kMostTexts) {
-        m_waiting.removeFirst();
+    if (m_waiting.contains(text)) { // two windows of one chat
+        return;
     }
-    if (!m_next.isActive()) {
+    m_waiting.append(text);
+    const auto oldest = std::find_if(m_waiting.cbegin(), m_waiting.cend(), [](const Text& kept) {
+        return kept.about == Announcements::About::News;
+    });
+    if (m_waiting.size() > kMostTexts && oldest != m_waiting.cend()) {
+        m_waiting.erase(oldest);
+    }
+    startIfFree();
+}
+
+void Announcer::startIfFree()
+{
+    if (!m_isHeld && !m_waiting.isEmpty() && !m_next.isActive()) {
         m_next.start();
+    }
+}
+
+void Announcer::hold(bool isHeld)
+{
+    m_isHeld = isHeld;
+    if (isHeld) {
+        m_next.stop();
+        m_typing.stop();
+        m_said.clear();
+    } else {
+        startIfFree();
     }
 }
 
@@ -134,21 +169,36 @@ void Announcer::withdraw(Announcements::About about)
 bool Announcer::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::KeyPress && watched->isWindowType()) {
-        const QString typed = static_cast<QKeyEvent*>(event)->text();
-        const bool isTyping = !typed.isEmpty() && typed.at(0).isPrint() && !typed.at(0).isSpace();
-        const bool isBeingSaid =
-            !m_said.isEmpty() && m_sinceSaid.elapsed() < milliseconds(kIsBeingSaid).count();
-        if (isTyping && (isBeingSaid || m_typing.isActive())) {
-            m_typing.start();
+        const QString text = static_cast<QKeyEvent*>(event)->text();
+        if (!text.isEmpty() && text.at(0).isPrint() && !text.at(0).isSpace()) {
+            typed();
         }
+    } else if (event->type() == QEvent::InputMethod &&
+               !static_cast<QInputMethodEvent*>(event)->commitString().isEmpty()) {
+        typed();
     }
     return QObject::eventFilter(watched, event);
 }
 
+void Announcer::typed()
+{
+    if (m_typing.isActive()) {
+        m_typing.start();
+        return;
+    }
+    auto saying = kSayingBegins;
+    for (const Text& text : std::as_const(m_said)) {
+        saying += text.text.size() * kSayingCharacter;
+    }
+    if (!m_said.isEmpty() && m_sinceSaid.elapsed() < saying.count()) {
+        m_typing.start();
+    }
+}
+
 void Announcer::accessibilityActiveChanged(bool isActive)
 {
-    if (isActive && !m_waiting.isEmpty()) {
-        m_next.start(); // the program is made known to the readers only now
+    if (isActive) {
+        startIfFree(); // the program is made known to the readers only now
     }
 }
 
@@ -171,9 +221,13 @@ void Announcer::sayWaiting()
         return;
     }
     m_joining.stop();
+    // What typing has cut off is still to be said.
+    QList<Text> texts = m_typing.isActive() ? m_said : QList<Text>();
     m_typing.stop();
-    m_said = std::exchange(m_waiting, {});
-    say(m_said);
+    texts += std::exchange(m_waiting, {});
+    m_said = texts;
+    removeAll(m_said, Announcements::About::Value);
+    say(texts);
     m_sinceSaid.start();
 }
 
@@ -184,16 +238,19 @@ void Announcer::sayAgain()
 
 void Announcer::say(const QList<Text>& texts)
 {
-    QString all;
+    if (texts.isEmpty()) {
+        return;
+    }
+    QStringList all;
     for (const Text& text : texts) {
-        all += (all.isEmpty() ? QString() : QString(u'\n')) + text.text;
+        all.append(text.text);
     }
-    m_announcement.reset(); // another object each time: readers look at it a moment later
-    if (!all.isEmpty()) {
-        m_announcement = std::make_unique<Announcement>(all);
-        m_announcement->show();
-        m_remains.start();
+    if (m_shown.size() == kMostShown) {
+        m_shown.pop_front();
     }
+    m_shown.push_back(std::make_unique<Announcement>(all.join(u'\n').left(2 * kLongest)));
+    m_shown.back()->show();
+    m_remains.start();
 }
 
 } // namespace
@@ -217,6 +274,14 @@ void Announcements::withdraw(About about)
     MainQueue::assertMainThread();
     if (announcer()) {
         announcer()->withdraw(about);
+    }
+}
+
+void Announcements::hold(bool isHeld)
+{
+    MainQueue::assertMainThread();
+    if (announcer()) {
+        announcer()->hold(isHeld);
     }
 }
 

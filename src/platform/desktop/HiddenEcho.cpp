@@ -1,6 +1,8 @@
 #include "platform/desktop/HiddenEcho.h"
 
 #include <QAccessible>
+#include <QApplication>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QString>
 
@@ -11,6 +13,12 @@ constexpr QChar kBullet(u'\u2022');
 QString bulletsFor(const QString& text)
 {
     return QString(text.size(), kBullet);
+}
+
+bool isHidden(const QObject* object)
+{
+    const auto* const field = qobject_cast<const QLineEdit*>(object);
+    return field != nullptr && field->echoMode() != QLineEdit::Normal;
 }
 
 void report(QAccessibleEvent* event);
@@ -68,17 +76,55 @@ void report(QAccessibleEvent* event)
     if (event->type() == QAccessible::TableModelChanged) {
         return;
     }
-    const auto* const field = qobject_cast<QLineEdit*>(event->object());
-    if (field == nullptr || field->echoMode() == QLineEdit::Normal) {
-        passOn(event);
-    } else {
+    if (isHidden(event->object())) {
         reportHidden(event);
+    } else {
+        passOn(event);
     }
 }
 
+// The toolkit also tells the bus each key that a window receives from the desktop, with its letter,
+// and does so in an event filter of its own. It leaves out those that the program sends itself.
+class HiddenKeys : public QObject {
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (!event->spontaneous() || !watched->isWindowType() || !QAccessible::isActive() ||
+            !isHidden(QApplication::focusWidget())) {
+            return false;
+        }
+        switch (event->type()) {
+        case QEvent::ShortcutOverride: // comes before each key
+            // The filter that was installed last is asked first.
+            parent()->installEventFilter(this);
+            return false;
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+            sendAsOurs(watched, *static_cast<QKeyEvent*>(event));
+            return true;
+        default:
+            return false;
+        }
+    }
+
+private:
+    static void sendAsOurs(QObject* window, QKeyEvent& key)
+    {
+        QKeyEvent copy(key.type(), key.key(), key.modifiers(), key.nativeScanCode(),
+                       key.nativeVirtualKey(), key.nativeModifiers(), key.text(),
+                       key.isAutoRepeat(), static_cast<quint16>(key.count()));
+        copy.setTimestamp(key.timestamp());
+        QCoreApplication::sendEvent(window, &copy);
+        key.setAccepted(copy.isAccepted());
+    }
+};
+
 } // namespace
 
-void HiddenEcho::install()
+void HiddenEcho::install(QObject* application)
 {
     QAccessible::installUpdateHandler(&report);
+    application->installEventFilter(new HiddenKeys(application));
 }
