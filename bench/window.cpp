@@ -18,11 +18,12 @@ public:
     double timeTo(const char* name, const Show& show)
     {
         m_painted = nullptr;
+        m_name = QLatin1StringView(name);
         QElapsedTimer timer;
         timer.start();
         show();
         // The event that paints a window also hands it to the display.
-        while (m_painted == nullptr || m_painted->objectName() != QLatin1StringView(name)) {
+        while (m_painted == nullptr) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
         return static_cast<double>(timer.nsecsElapsed()) / 1e6;
@@ -41,12 +42,13 @@ private:
     bool eventFilter(QObject* receiver, QEvent* event) override
     {
         if (event->type() == QEvent::Paint && receiver->isWidgetType() &&
-            static_cast<QWidget*>(receiver)->isWindow()) {
+            static_cast<QWidget*>(receiver)->isWindow() && receiver->objectName() == m_name) {
             m_painted = static_cast<QWidget*>(receiver);
         }
         return false;
     }
 
+    QLatin1StringView m_name;
     QWidget* m_painted = nullptr;
 };
 
