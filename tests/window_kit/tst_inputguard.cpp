@@ -1,32 +1,15 @@
 #include "window_kit/InputGuard.h"
-#include "window_kit/WindowRules.h"
 
 #include <QInputMethodEvent>
 #include <QLineEdit>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace WindowRules;
 
-class TestWindowRules : public QObject {
+class TestInputGuard : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void onlyThePersonTakesTheKeyboardFromAnotherWindow()
-    {
-        const Approach expected[3][3] = {
-            {Approach::Activate, Approach::Activate, Approach::Show}, // the person
-            {Approach::Offer, Approach::Show, Approach::Show},        // the service
-            {Approach::Mark, Approach::Mark, Approach::Mark},         // news
-        };
-        for (const auto occasion : {Occasion::Person, Occasion::Service, Occasion::News}) {
-            for (const auto keyboard : {Keyboard::Free, Keyboard::InAnother, Keyboard::InFront}) {
-                QCOMPARE(approach(occasion, keyboard),
-                         expected[static_cast<int>(occasion)][static_cast<int>(keyboard)]);
-            }
-        }
-    }
-
     void aGuardDropsTextAndIsNeverWeakened()
     {
         QLineEdit field;
@@ -55,5 +38,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestWindowRules)
-#include "tst_windowrules.moc"
+QTEST_MAIN(TestInputGuard)
+#include "tst_inputguard.moc"
