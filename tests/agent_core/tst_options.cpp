@@ -2,13 +2,12 @@
 #include "agent_core/StatusBarRules.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/MainBundle.h"
-#include "settings/PortArgument.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
-// What an installation and a command line can choose.
+// What an installation can choose.
 class TestOptions : public QObject {
     Q_OBJECT
 
@@ -73,19 +72,6 @@ private Q_SLOTS:
         QString errors = agent.errorLog().filter(u"oem.plist"_s).join(u'\n');
         errors.replace(MainBundle::path() + u"/Resources/oem.plist"_s, u"BUNDLED"_s);
         QTEST(errors.replace(file, u"DEPLOYED"_s), "error");
-    }
-
-    void ports()
-    {
-        const auto port = [](const char* last) {
-            return PortArgument::of({u"port=6000"_s, QLatin1StringView(last)}).port;
-        };
-        QCOMPARE(port("6001"), quint16(6000));
-        QCOMPARE(port("port=6001"), quint16(6001)); // the last decides
-        for (const char* const bad :
-             {"port=abc", "port=", "port=70000", "port=-1", "port=6000x", "port= 6000"}) {
-            QVERIFY2(!port(bad), bad);
-        }
     }
 
     void notLinkedWinsOverInSession()
