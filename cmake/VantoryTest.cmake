@@ -29,9 +29,7 @@ function(vantory_add_test name)
         vantory_options vantory_test_options Qt6::Test ${TEST_LIBRARIES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
     target_compile_definitions(${name} PRIVATE
-        VANTORY_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
-        VANTORY_TEST_SUPPORT="${PROJECT_SOURCE_DIR}/tests/support"
-    )
+        VANTORY_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}")
     set(folder ${PROJECT_BINARY_DIR}/tests/${name}.app)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${folder})
     if(TEST_BUNDLE)

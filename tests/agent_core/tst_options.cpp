@@ -2,13 +2,12 @@
 #include "agent_core/StatusBarRules.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/MainBundle.h"
-#include "settings/PortArgument.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
-// What an installation and a command line can choose.
+// What an installation can choose.
 class TestOptions : public QObject {
     Q_OBJECT
 
@@ -23,40 +22,35 @@ private Q_SLOTS:
         const auto list = [](const QByteArray& keys) {
             return "<plist version=\"1.0\"><dict>" + keys + "</dict></plist>";
         };
-        const QByteArray none;
+        const auto row = [](const char* name, const QByteArray& bundled, const QByteArray& deployed,
+                            const char* after, const char* error = "") {
+            QTest::newRow(name) << bundled << deployed << QString::fromLatin1(after)
+                                << QString::fromLatin1(error);
+        };
         const QByteArray platform = "<key>show_platform</key><false/>";
         const QByteArray others =
             "<key>show_agent_type</key><false/><key>enable_change</key><false/>";
         const QByteArray leaving = "<key>allow_to_leave_chat</key><true/>";
-        QTest::newRow("none") << none << none << "111 0 KRD"
-                              << "";
-        QTest::newRow("all three") << platform + others << none << "000 0 KRD"
-                                   << "";
-        QTest::newRow("the chain begins with the platform") << others << none << "111 0 KRD"
-                                                            << "";
-        QTest::newRow("and breaks at what is no boolean")
-            << platform + "<key>show_agent_type</key><integer>0</integer>" +
-                   "<key>enable_change</key><false/>"
-            << none << "011 0 KRD"
-            << "BUNDLED: show_agent_type is not a boolean";
-        QTest::newRow("no string") << leaving + "<key>oemName</key><true/>" << none << "111 1 KRD"
-                                   << "BUNDLED: oemName is not a string";
-        QTest::newRow("the machine's go first")
-            << leaving + platform + "<key>oemName</key><string>Acme</string>"
-            << list("<key>oemName</key><string>Own</string><key>show_platform</key><true/>" +
-                    others)
-            << "100 1 Own"
-            << "";
-        QTest::newRow("the machine's can't be used")
-            << QByteArray("<key>oemName</key><string>Acme</string>")
-            << list("<key>oemName</key><date>2026-11-25T00:00:00Z</date>" + leaving) << "111 1 Acme"
-            << "DEPLOYED: oemName is not a string";
-        QTest::newRow("no port") << none << list("<key>port</key><integer>65536</integer>")
-                                 << "111 0 KRD"
-                                 << "DEPLOYED: port is not a port from 1 to 65535";
-        QTest::newRow("no property list")
-            << leaving << QByteArray("oemName=Acme") << "111 1 KRD"
-            << "DEPLOYED cannot be read as a property list with a dictionary";
+        const QByteArray acme = "<key>oemName</key><string>Acme</string>";
+        row("none", "", "", "111 0 KRD");
+        row("all three", platform + others, "", "000 0 KRD");
+        row("the chain begins with the platform", others, "", "111 0 KRD");
+        row("and breaks at what is no boolean",
+            platform + "<key>show_agent_type</key><integer>0</integer>"
+                       "<key>enable_change</key><false/>",
+            "", "011 0 KRD", "BUNDLED: show_agent_type is not a boolean");
+        row("no string", leaving + "<key>oemName</key><true/>", "", "111 1 KRD",
+            "BUNDLED: oemName is not a string");
+        row("the machine's go first", leaving + platform + acme,
+            list("<key>oemName</key><string>Own</string><key>show_platform</key><true/>" + others),
+            "100 1 Own");
+        row("the machine's can't be used", acme,
+            list("<key>oemName</key><date>2026-11-25T00:00:00Z</date>" + leaving), "111 1 Acme",
+            "DEPLOYED: oemName is not a string");
+        row("no port", "", list("<key>port</key><integer>65536</integer>"), "111 0 KRD",
+            "DEPLOYED: port is not a port from 1 to 65535");
+        row("no property list", leaving, "oemName=Acme", "111 1 KRD",
+            "DEPLOYED cannot be read as a property list with a dictionary");
     }
 
     void options()
@@ -78,19 +72,6 @@ private Q_SLOTS:
         QString errors = agent.errorLog().filter(u"oem.plist"_s).join(u'\n');
         errors.replace(MainBundle::path() + u"/Resources/oem.plist"_s, u"BUNDLED"_s);
         QTEST(errors.replace(file, u"DEPLOYED"_s), "error");
-    }
-
-    void ports()
-    {
-        const auto port = [](const char* last) {
-            return PortArgument::of({u"port=6000"_s, QLatin1StringView(last)}).port;
-        };
-        QCOMPARE(port("6001"), quint16(6000));
-        QCOMPARE(port("port=6001"), quint16(6001)); // the last decides
-        for (const char* const bad :
-             {"port=abc", "port=", "port=70000", "port=-1", "port=6000x", "port= 6000"}) {
-            QVERIFY2(!port(bad), bad);
-        }
     }
 
     void notLinkedWinsOverInSession()

@@ -20,7 +20,7 @@ def text(key, *values, language="En"):
 
 class Program:
     def __init__(self):
-        self.root = tempfile.mkdtemp(prefix="vantory-command-line-")
+        self.root = tempfile.mkdtemp(prefix="vantory-Grüß-")
         self.bundle = shutil.copytree(BUNDLE, f"{self.root}/vantoryAgent.app")
         self.preferences = f"{self.root}/Library/Preferences/vantoryAgent"
         self.settings = f"{self.preferences}/com.halvern.vantory.agent.settings.plist"

@@ -31,47 +31,43 @@ class TestPeerOwner : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyStateOfAConnection_data()
-    {
-        QTest::addColumn<QHostAddress>("address");
-        QTest::addColumn<QHostAddress>("by");
-        const QHostAddress own4(QHostAddress::LocalHost);
-        const QHostAddress own6(QHostAddress::LocalHostIPv6);
-        QTest::newRow("127.0.0.1") << own4 << own4;
-        QTest::newRow("0.0.0.0") << QHostAddress(QHostAddress::AnyIPv4) << own4;
-        QTest::newRow("::1") << own6 << own6;
-        QTest::newRow("both, by IPv4") << QHostAddress(QHostAddress::Any) << own4;
-        QTest::newRow("both, by IPv6") << QHostAddress(QHostAddress::Any) << own6;
-    }
-
     void everyStateOfAConnection()
     {
-        QFETCH(const QHostAddress, address);
-        QFETCH(const QHostAddress, by);
-        QTcpServer server;
-        if (!server.listen(address)) {
-            QSKIP("the machine has no IPv6");
-        }
-        const Descriptor socket = connectTo(server.serverPort(), by);
-        QVERIFY(socket.isOpen());
-        const auto isFound = [&socket](State state) {
-            for (const auto& answer :
-                 {PeerOwner::bySocketDiagnosis(socket), PeerOwner::byTables(socket, kTables)}) {
-                const bool hasOwner = state != State::Closed;
-                if (answer.state != state || (hasOwner && answer.owner != ::getuid())) {
-                    qInfo("state %d, owner %u", static_cast<int>(answer.state), answer.owner);
-                    return false;
-                }
-            }
-            return true;
+        const QHostAddress own4(QHostAddress::LocalHost);
+        const QHostAddress own6(QHostAddress::LocalHostIPv6);
+        const std::pair<QHostAddress, QHostAddress> cases[] = {
+            {own4, own4},
+            {QHostAddress::AnyIPv4, own4},
+            {QHostAddress::Any, own4},
+            {own6, own6},
+            {QHostAddress::Any, own6},
         };
-        QCOMPARE(PortListener::ownersAt(server.serverPort()), QList<quint32>{::getuid()});
-        QVERIFY(isFound(State::Waiting)); // before the event loop has run
-        QVERIFY(server.waitForNewConnection(5000));
-        QVERIFY(isFound(State::Accepted));
-        server.nextPendingConnection()->close();
-        QVERIFY(isFound(State::Closed));
-        QCOMPARE(PeerOwner::byTables(socket, u"/nowhere"_s).state, State::Unknown);
+        for (const auto& [address, by] : cases) {
+            QTcpServer server;
+            if (!server.listen(address)) {
+                QSKIP("the machine has no IPv6");
+            }
+            const Descriptor socket = connectTo(server.serverPort(), by);
+            QVERIFY(socket.isOpen());
+            const auto isFound = [&socket](State state) {
+                for (const auto& answer :
+                     {PeerOwner::bySocketDiagnosis(socket), PeerOwner::byTables(socket, kTables)}) {
+                    const bool hasOwner = state != State::Closed;
+                    if (answer.state != state || (hasOwner && answer.owner != ::getuid())) {
+                        qInfo("state %d, owner %u", static_cast<int>(answer.state), answer.owner);
+                        return false;
+                    }
+                }
+                return true;
+            };
+            QCOMPARE(PortListener::ownersAt(server.serverPort()), QList<quint32>{::getuid()});
+            QVERIFY(isFound(State::Waiting)); // before the event loop has run
+            QVERIFY(server.waitForNewConnection(5000));
+            QVERIFY(isFound(State::Accepted));
+            server.nextPendingConnection()->close();
+            QVERIFY(isFound(State::Closed));
+            QCOMPARE(PeerOwner::byTables(socket, u"/nowhere"_s).state, State::Unknown);
+        }
     }
 
     void aResetConnectionIsClosed()

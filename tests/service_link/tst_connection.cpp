@@ -114,16 +114,6 @@ private Q_SLOTS:
         QCOMPARE(messages(), QStringList{u"last words"_s});
     }
 
-    void stopsOnce()
-    {
-        QVERIFY(start());
-        m_connection->stop();
-        m_connection->stop();
-        QTRY_COMPARE(m_peer->state(), QAbstractSocket::UnconnectedState);
-        QCOMPARE(m_ends, 1);
-        QCOMPARE(m_error, 0);
-    }
-
     // Nothing of what another account's program sends is acted on, however it goes about it.
     void refusesAnotherAccount_data()
     {

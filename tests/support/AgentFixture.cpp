@@ -92,6 +92,17 @@ QByteArrayList AgentFixture::sent()
     return messages;
 }
 
+QByteArrayList AgentFixture::takeSent()
+{
+    const QByteArray end = "#####end";
+    AppDelegate::send(QString::fromLatin1(end));
+    (void)QTest::qWaitFor([&] { return sent().endsWith(end); });
+    QByteArrayList messages = sent();
+    forget();
+    messages.removeAll(end);
+    return messages;
+}
+
 void AgentFixture::forget()
 {
     m_agent->readAll();

@@ -29,6 +29,8 @@ public:
     void write(const QByteArray& message);
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
+    // Likewise, when all that was said before has been sent; then it is forgotten.
+    QByteArrayList takeSent();
     void forget();
 
     // The messages of a log file, times stripped.

@@ -1,6 +1,5 @@
 #include "AgentFixture.h"
 #include "records/Intervals.h"
-#include "window_kit/Contrast.h"
 #include "windows/MessageInbox.h"
 
 #include <QClipboard>
@@ -13,13 +12,9 @@
 #include <QTest>
 #include <QTimer>
 
-#include <functional>
 #include <limits>
 
 using namespace Qt::StringLiterals;
-
-using Closing = std::function<void(QWidget*)>;
-Q_DECLARE_METATYPE(Closing)
 
 namespace {
 
@@ -34,67 +29,47 @@ class TestMessageInbox : public AgentTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup()
-    {
-        m_agent.reset();
-        QApplication::setPalette(QPalette());
-    }
-
-    void aKindHasAPictureAndAReadableColour()
+    // That they can be read is tst_looks'.
+    void aKindHasAPictureAndAColour()
     {
         const QStringList words = {
             {}, u"Information"_s, u"Question"_s, u"Caution"_s, u"Important warning"_s};
         for (int kind = -1; kind <= 5; ++kind) {
             const bool isKnown = kind >= 1 && kind <= 4;
             const QWidget* const window = receive(u"Hi"_s, 0, kind);
-            const auto* const message = window->findChild<QPlainTextEdit*>();
             const auto* const icon = window->findChild<QLabel*>(u"icon"_s);
             QCOMPARE(window->findChild<QLabel*>(u"kind"_s)->text(), words.value(kind));
             QCOMPARE(icon->isVisible() && !icon->pixmap().isNull(), isKnown);
-            // Open windows follow a change.
-            for (const QColor& ground : {QColor(0x2d, 0x2d, 0x2d), QColor(Qt::white)}) {
-                QPalette palette(ground);
-                palette.setColor(QPalette::Base, ground);
-                QApplication::setPalette(palette);
-                QTRY_COMPARE(message->palette().color(QPalette::Base), ground);
-                const QColor text = message->palette().color(QPalette::Text);
-                QVERIFY(Contrast::ratio(text, ground) >= 4.5);
-                QCOMPARE(text != palette.color(QPalette::Text), isKnown);
-            }
+            const QPalette message = window->findChild<QPlainTextEdit*>()->palette();
+            QCOMPARE(message.color(QPalette::Text) != window->palette().color(QPalette::Text),
+                     isKnown);
         }
     }
 
-    void closesByEveryWay_data()
-    {
-        QTest::addColumn<int>("timeout");
-        QTest::addColumn<Closing>("close");
-        QTest::newRow("button") << 0 << Closing([](QWidget* window) {
-            QTest::mouseClick(quit(window), Qt::LeftButton);
-        });
-        QTest::newRow("Return") << 0 << Closing([](QWidget* window) {
-            QTest::keyClick(window->focusWidget(), Qt::Key_Return);
-        });
-        QTest::newRow("title bar") << 0 << Closing(&QWidget::close);
-        QTest::newRow("count-down") << 2 << Closing([](QWidget*) {});
-    }
     void closesByEveryWay()
     {
-        QFETCH(int, timeout);
-        QFETCH(Closing, close);
-        QWidget* const first = receive(u"1"_s, timeout);
-        receive(u"2"_s);
-        const QPointer<MessageInbox> controller = AppDelegate::state().messageInbox.constFirst();
-        // What was typed elsewhere as it came up closes nothing.
-        QTest::keyClick(first->focusWidget(), Qt::Key_Return);
-        QVERIFY(first->isVisible());
-        QVERIFY(AgentFixture::waitUntilHeard(first));
-        close(first);
-        QTRY_VERIFY(controller.isNull());
-        QCOMPARE(AppDelegate::state().messageInbox.size(), 1);
-        QCOMPARE(open().size(), 1);
-        QCOMPARE(m_agent->log().filter(u"deleted index=0"_s).size(), 1);
-        AppDelegate::send(u"#####end"_s); // the service hears nothing else
-        QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####end"});
+        for (const QString& way : {u"button"_s, u"Return"_s, u"title bar"_s, u"count-down"_s}) {
+            m_agent.reset();
+            m_agent = std::make_unique<AgentFixture>();
+            QVERIFY(m_agent->start());
+            QWidget* const first = receive(u"1"_s, way == u"count-down" ? 2 : 0);
+            receive(u"2"_s);
+            const QPointer<MessageInbox> controller =
+                AppDelegate::state().messageInbox.constFirst();
+            QVERIFY(AgentFixture::waitUntilHeard(first));
+            if (way == u"button") {
+                QTest::mouseClick(quit(first), Qt::LeftButton);
+            } else if (way == u"Return") {
+                QTest::keyClick(first->focusWidget(), Qt::Key_Return);
+            } else if (way == u"title bar") {
+                first->close();
+            }
+            QTRY_VERIFY2(controller.isNull(), qPrintable(way));
+            QCOMPARE(AppDelegate::state().messageInbox.size(), 1);
+            QCOMPARE(open().size(), 1);
+            QCOMPARE(m_agent->log().filter(u"deleted index=0"_s).size(), 1);
+            QCOMPARE(m_agent->takeSent(), QByteArrayList()); // the service hears nothing
+        }
     }
 
     // The newest says how many had to go, until the person has closed the last one.
@@ -166,21 +141,17 @@ private Q_SLOTS:
         QCOMPARE(shown.left(1), text.left(1));
     }
 
-    void comesWithoutLabelsAndShowsEditedOnes()
+    void comesWithoutLabels()
     {
         const QString path =
             QCoreApplication::applicationDirPath() + u"/Resources/translate.json"_s;
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QByteArray labels = file.readAll();
+        const QByteArray labels = file.readAll();
         const auto restore = qScopeGuard([path, labels] { writeFile(path, labels); });
         QVERIFY(writeFile(path, labels.chopped(9)) && receive(u"Hi"_s)->isVisible());
         QVERIFY(QFile::remove(path) && receive(u"Hi"_s)->isVisible());
         QVERIFY(!m_agent->errorLog().filter(u"error to get language"_s).isEmpty());
-        QVERIFY(writeFile(
-            path, labels.replace("\"received\": \"Received\"", "\"received\": \"Edited\"")));
-        const auto* const label = receive(u"Hi"_s)->findChild<QLabel*>(u"ReceivedLabel"_s);
-        QVERIFY(label->text().startsWith(u"Edited"_s));
     }
 
     void whatIsCopiedIsWhatWasSent()
