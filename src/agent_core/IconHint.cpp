@@ -4,6 +4,7 @@
 #include "platform/files/FilePaths.h"
 #include "platform/files/WholeFile.h"
 #include "platform/threads/Worker.h"
+#include "records/Intervals.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -35,6 +36,11 @@ void remember()
 
 void AppDelegate::tellMissingIcon()
 {
+    if (state().isScreenLocked) { // nobody would see it
+        state().iconHintTimer = startTimer(Intervals::current().untilIconHint, Repeats::No,
+                                           [this] { tellMissingIcon(); });
+        return;
+    }
     // A home directory may hang.
     Worker::runThen(&wasTold, m_self, [](bool isTold) {
         if (!isTold && !isTerminating() && !state().statusBarItem->hasPlace()) {

@@ -153,14 +153,17 @@ private Q_SLOTS:
         QProcess editor;
         editor.setStandardOutputFile(QProcess::nullDevice());
         editor.start(u"xev"_s, {});
-        for (const bool isUsedLater : {true, false}) {
+        // How long ago, in milliseconds, and whether that is later than this program's last use.
+        for (const auto& [ago, isUsedLater] :
+             {std::pair(0, true), std::pair(1'000, false), std::pair(-60'000, false)}) {
             QVERIFY(xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
                              u"windowactivate"_s, u"--sync"_s}));
             WindowActivation::noteAction(0);
+            QTest::qWait(20);
             // Milliseconds of the X server's clock.
             const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(
                 std::chrono::steady_clock::now().time_since_epoch());
-            const auto used = now + std::chrono::seconds(isUsedLater ? 1 : -1);
+            const auto used = now - std::chrono::milliseconds(ago);
             (void)xprop({u"-name"_s, u"Event Tester"_s, u"-f"_s, u"_NET_WM_USER_TIME"_s, u"32c"_s,
                          u"-set"_s, u"_NET_WM_USER_TIME"_s},
                         QString::number(static_cast<quint32>(used.count())));

@@ -32,6 +32,10 @@ QPoint MenuPlace::inHost(QPoint told, const QSize& menu)
         icon.setBottom(free.top() - 1);
     } else if (icon.top() > free.bottom()) {
         icon.setTop(free.bottom() + 1);
+    } else if (icon.left() < free.left()) {
+        icon.moveLeft(free.left());
+    } else if (icon.left() > free.right()) {
+        return {std::max(free.right() + 1 - menu.width(), free.left()), at(icon, menu, whole).y()};
     }
     return at(icon, menu, whole);
 }

@@ -19,6 +19,8 @@
 
 #include <xcb/xcb.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -93,9 +95,15 @@ public:
 bool isPersonElsewhere()
 {
     const auto used = X11WindowManager::useOfActiveWindow();
-    constexpr quint32 kHalf = 1U << 31; // the clock wraps
-    return QGuiApplication::focusWindow() == nullptr && used && *used != lastAction() &&
-           *used - lastAction() < kHalf;
+    if (QGuiApplication::focusWindow() != nullptr || !used) {
+        return false;
+    }
+    const auto isLater = [](quint32 one, quint32 other) {
+        constexpr quint32 kHalf = 1U << 31; // the clock wraps
+        return one != other && one - other < kHalf;
+    };
+    // A program that tells a time in the future must not keep ours from the keyboard for good.
+    return isLater(*used, lastAction()) && !isLater(*used, serverTimeNow());
 }
 
 // Whether windows keep their order by requests of ours. Native Wayland has none, and tiling window
@@ -105,19 +113,25 @@ bool isOrderOurs()
     return X11WindowManager::canRestack();
 }
 
+const QString kSizeRelease = u"sizeRelease"_s;
+
 // Gives a window back the limits of its size when it is on the screen.
 class SizeRelease : public QObject {
 public:
     explicit SizeRelease(QWidget* window) : QObject(window->windowHandle()), m_window(window)
     {
+        setObjectName(kSizeRelease);
         parent()->installEventFilter(this);
+        // A compositor shows the window, and looks at its limits, somewhat later.
+        m_time.setSingleShot(true);
+        m_time.setInterval(500ms);
+        connect(&m_time, &QTimer::timeout, this, &SizeRelease::release);
     }
 
     bool eventFilter(QObject* watched, QEvent* event) override
     {
         if (event->type() == QEvent::Expose && m_window->windowHandle()->isExposed()) {
-            // A compositor shows the window, and looks at its limits, somewhat later.
-            QTimer::singleShot(500ms, this, [this] { release(); });
+            m_time.start();
         }
         return QObject::eventFilter(watched, event);
     }
@@ -131,6 +145,7 @@ private:
     }
 
     QWidget* const m_window; // owns the window on the screen, and this with it
+    QTimer m_time;
 };
 
 // Tiling window managers leave a window whose size is fixed as it is, above the tiles. They look
@@ -147,6 +162,8 @@ void keepOutOfTiles(QWidget* window)
     window->winId(); // makes the handle
     window->windowHandle()->setMinimumSize(window->size());
     window->windowHandle()->setMaximumSize(window->size());
+    // One of an earlier showing would give them back too early.
+    delete window->windowHandle()->findChild<QObject*>(kSizeRelease, Qt::FindDirectChildrenOnly);
     new SizeRelease(window);
 }
 
@@ -279,7 +296,8 @@ void WindowActivation::bringAbove(QWidget* window, QWidget* other)
         return;
     }
     QTimer::singleShot(kUntilStacked, window, [window, below = QPointer<QWidget>(other)] {
-        if (!isStopped && window->isVisible() && below &&
+        // Not where the person has gone on to another program meanwhile.
+        if (!isStopped && window->isVisible() && below && below->isActiveWindow() &&
             X11WindowManager::isListedBelow(*window, *below)) {
             askForKeyboard(window);
         }
@@ -292,13 +310,16 @@ void WindowActivation::showAnew(QWidget* window, QWidget* other)
     if (isStopped || isOrderOurs()) {
         return;
     }
-    if (X11::connection() == nullptr) {
+    const bool isOnX11 = X11::connection() != nullptr;
+    if (!isOnX11 && other == nullptr) {
         hideAndShow(window);
         return;
     }
-    QTimer::singleShot(kUntilStacked, window, [window, above = QPointer<QWidget>(other)] {
-        if (!isStopped && window->isVisible() && above &&
-            !X11WindowManager::isListedBelow(*above, *window)) {
+    QTimer::singleShot(kUntilStacked, window, [=, above = QPointer<QWidget>(other)] {
+        // Wayland tells no order, but what has the keyboard lies in front.
+        const bool isInFront = isOnX11 ? above && X11WindowManager::isListedBelow(*above, *window)
+                                       : window->isActiveWindow();
+        if (!isStopped && window->isVisible() && above && !isInFront) {
             hideAndShow(window);
         }
     });

@@ -59,8 +59,7 @@ void showAnew(QWidget* window, QWidget* other);
 // From now on no window comes up any more: the program is ending. Any thread.
 void stop();
 
-// Takes all windows off the screen at once, also where the program does nothing but wait
-// afterwards.
+// Takes all windows off the screen, at once under an X server, else when the event loop goes on.
 void hideAll();
 
 } // namespace WindowActivation
