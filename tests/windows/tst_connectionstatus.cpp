@@ -2,12 +2,10 @@
 #include "records/Intervals.h"
 #include "windows/SessionClock.h"
 
-#include <QAbstractButton>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
 #include <QTest>
-#include <QTimer>
 
 #include <cstdlib>
 #include <memory>
