@@ -3,7 +3,6 @@
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
 
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTemporaryFile>

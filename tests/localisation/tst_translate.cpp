@@ -1,3 +1,4 @@
+#include "WriteFile.h"
 #include "localisation/Translate.h"
 
 #include <QCoreApplication>
@@ -89,12 +90,10 @@ private:
         return errors;
     }
 
-    bool install(const QByteArray& document)
+    static bool install(const QByteArray& document)
     {
-        const QString folder = QCoreApplication::applicationDirPath() + u"/Resources"_s;
-        QFile file(folder + u"/translate.json"_s);
-        return QDir().mkpath(folder) && file.open(QIODevice::WriteOnly) &&
-               file.write(document) == document.size();
+        return writeFile(QCoreApplication::applicationDirPath() + u"/Resources/translate.json"_s,
+                         document);
     }
 
     QByteArray m_shipped;

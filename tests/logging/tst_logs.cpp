@@ -1,5 +1,5 @@
+#include "WriteFile.h"
 #include "logging/Logs.h"
-
 #include "platform/files/SharedLogFile.h"
 
 #include <QDateTime>
@@ -24,12 +24,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString kTime = uR"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )"_s;
-
-bool fill(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 QString content(const QString& path)
 {
@@ -78,12 +72,10 @@ private Q_SLOTS:
 
     void timesFollowTheZone()
     {
-        const QByteArray zone = qgetenv("TZ");
         for (const char* const next : {"XYZ-3", "XYZ-9"}) {
             qputenv("TZ", next);
             printLog(QString());
         }
-        zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
         const QStringList lines = content(m_ordinary).split(u'\n');
         const auto time = [&](int line) {
             return QDateTime::fromString(lines[line].left(19), u"yyyy-MM-dd HH:mm:ss"_s);
@@ -104,7 +96,7 @@ private Q_SLOTS:
             {"pipe", [&] { return ::mkfifo(log, 0666); }},
         };
         for (const auto& [name, make] : kinds) {
-            QVERIFY(fill(targetPath, "old") && ::chmod(target, 0640) == 0);
+            QVERIFY(writeFile(targetPath, "old") && ::chmod(target, 0640) == 0);
             QVERIFY2(QFile::remove(m_ordinary) && make() == 0, name);
             printLog(u"lost"_s);
             LogDestination().cleanUp();

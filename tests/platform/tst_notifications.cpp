@@ -5,9 +5,7 @@
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusVirtualObject>
 #include <QTest>
-#include <QUuid>
 
 #include <iterator>
 #include <list>

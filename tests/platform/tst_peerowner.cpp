@@ -36,11 +36,8 @@ private Q_SLOTS:
         const QHostAddress own4(QHostAddress::LocalHost);
         const QHostAddress own6(QHostAddress::LocalHostIPv6);
         const std::pair<QHostAddress, QHostAddress> cases[] = {
-            {own4, own4},
-            {QHostAddress::AnyIPv4, own4},
-            {QHostAddress::Any, own4},
-            {own6, own6},
-            {QHostAddress::Any, own6},
+            {own4, own4}, {QHostAddress::AnyIPv4, own4}, {QHostAddress::Any, own4},
+            {own6, own6}, {QHostAddress::Any, own6},
         };
         for (const auto& [address, by] : cases) {
             QTcpServer server;

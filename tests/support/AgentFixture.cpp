@@ -11,7 +11,6 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
-#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>

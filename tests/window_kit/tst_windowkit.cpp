@@ -1,6 +1,7 @@
 #include "window_kit/InputGuard.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
+#include "window_kit/WindowRules.h"
 
 #include <QInputMethodEvent>
 #include <QLineEdit>
@@ -14,6 +15,22 @@ class TestWindowKit : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void onlyThePersonTakesTheKeyboardFromAnotherWindow()
+    {
+        using namespace WindowRules;
+        const Approach expected[3][3] = {
+            {Approach::Activate, Approach::Activate, Approach::Show}, // the person
+            {Approach::Offer, Approach::Show, Approach::Show},        // the service
+            {Approach::Mark, Approach::Mark, Approach::Mark},         // news
+        };
+        for (const auto occasion : {Occasion::Person, Occasion::Service, Occasion::News}) {
+            for (const auto keyboard : {Keyboard::Free, Keyboard::InAnother, Keyboard::InFront}) {
+                QCOMPARE(approach(occasion, keyboard),
+                         expected[static_cast<int>(occasion)][static_cast<int>(keyboard)]);
+            }
+        }
+    }
+
     void aGuardDropsTextAndIsNeverWeakened()
     {
         QLineEdit field;

@@ -2,12 +2,10 @@
 #include "records/Intervals.h"
 #include "windows/SessionClock.h"
 
-#include <QAbstractButton>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
 #include <QTest>
-#include <QTimer>
 
 #include <cstdlib>
 #include <memory>
@@ -147,6 +145,19 @@ private Q_SLOTS:
         status().config();
         QCOMPARE(text("timing") + text("ControlUserName"), QString());
         QVERIFY(!status().isAnyClockRunning());
+    }
+
+    void longNamesStayInTheWindow()
+    {
+        const QString name = QString(65'000, u'W') + u"\n<b>x</b>"_s;
+        addSession(7, name, 5);
+        status().present();
+        QVERIFY(QTest::qWaitForWindowActive(m_agent->window()));
+        const QWidget* const abort = find<QWidget>("abort");
+        const QRect place(abort->mapTo(m_agent->window(), QPoint()), abort->size());
+        QVERIFY(m_agent->window()->rect().contains(place));
+        QVERIFY(text("ControlUserName").size() < 100);
+        QCOMPARE(find<QLabel>("ControlUserName")->accessibleName(), name);
     }
 
     void customLogo()

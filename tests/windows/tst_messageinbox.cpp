@@ -10,7 +10,6 @@
 #include <QScopeGuard>
 #include <QScreen>
 #include <QTest>
-#include <QTimer>
 
 #include <limits>
 
