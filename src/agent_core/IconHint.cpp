@@ -4,10 +4,10 @@
 #include "platform/files/FilePaths.h"
 #include "platform/files/WholeFile.h"
 #include "platform/threads/Worker.h"
-#include "records/Intervals.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -37,8 +37,7 @@ void remember()
 void AppDelegate::tellMissingIcon()
 {
     if (state().isScreenLocked) { // nobody would see it
-        state().iconHintTimer = startTimer(Intervals::current().untilIconHint, Repeats::No,
-                                           [this] { tellMissingIcon(); });
+        state().iconHintTimer->start();
         return;
     }
     // A home directory may hang.

@@ -15,7 +15,8 @@
 #include <functional>
 
 // What all windows of the agent have in common: they stay above ordinary ones, bear the program's
-// icon, and show a logo that follows the palette. `Base` is QWidget or QDialog. Main thread.
+// icon, know the menu's keys, and their logo, pictures and colours follow palette, font and screen.
+// `Base` is QWidget or QDialog. Main thread.
 template <typename Base>
 class AgentWindow : public Base {
 public:
@@ -89,8 +90,7 @@ protected:
     {
         if (event->type() == QEvent::Polish) { // its first showing: what is in it, too
             TextColours::makeReadable(*this);
-        } else if (event->type() ==
-                   QEvent::ScreenChangeInternal) { // one of another scale, it may be
+        } else if (event->type() == QEvent::ScreenChangeInternal) { // perhaps of another scale
             Pictures::refresh(*this);
             showLogo();
         }

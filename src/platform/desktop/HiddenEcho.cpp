@@ -31,6 +31,13 @@ void passOn(QAccessibleEvent* event)
     QAccessible::installUpdateHandler(&report);
 }
 
+// In place of what was typed.
+void passOn(QAccessibleTextCursorEvent&& hidden, const QAccessibleTextCursorEvent& typed)
+{
+    hidden.setCursorPosition(typed.cursorPosition());
+    passOn(&hidden);
+}
+
 void reportHidden(QAccessibleEvent* event)
 {
     QObject* const field = event->object();
@@ -39,31 +46,28 @@ void reportHidden(QAccessibleEvent* event)
     }
     switch (event->type()) {
     case QAccessible::TextInserted: {
-        const auto* const typed = static_cast<QAccessibleTextInsertEvent*>(event);
-        QAccessibleTextInsertEvent hidden(field, typed->changePosition(),
-                                          bulletsFor(typed->textInserted()));
-        hidden.setCursorPosition(typed->cursorPosition());
-        passOn(&hidden);
+        const auto& typed = static_cast<QAccessibleTextInsertEvent&>(*event);
+        passOn(QAccessibleTextInsertEvent(field, typed.changePosition(),
+                                          bulletsFor(typed.textInserted())),
+               typed);
         break;
     }
     case QAccessible::TextRemoved: {
-        const auto* const typed = static_cast<QAccessibleTextRemoveEvent*>(event);
-        QAccessibleTextRemoveEvent hidden(field, typed->changePosition(),
-                                          bulletsFor(typed->textRemoved()));
-        hidden.setCursorPosition(typed->cursorPosition());
-        passOn(&hidden);
+        const auto& typed = static_cast<QAccessibleTextRemoveEvent&>(*event);
+        passOn(QAccessibleTextRemoveEvent(field, typed.changePosition(),
+                                          bulletsFor(typed.textRemoved())),
+               typed);
         break;
     }
     case QAccessible::TextUpdated: {
-        const auto* const typed = static_cast<QAccessibleTextUpdateEvent*>(event);
-        QAccessibleTextUpdateEvent hidden(field, typed->changePosition(),
-                                          bulletsFor(typed->textRemoved()),
-                                          bulletsFor(typed->textInserted()));
-        hidden.setCursorPosition(typed->cursorPosition());
-        passOn(&hidden);
+        const auto& typed = static_cast<QAccessibleTextUpdateEvent&>(*event);
+        passOn(QAccessibleTextUpdateEvent(field, typed.changePosition(),
+                                          bulletsFor(typed.textRemoved()),
+                                          bulletsFor(typed.textInserted())),
+               typed);
         break;
     }
-    case QAccessible::ValueChanged:
+    case QAccessible::ValueChanged: // has the whole text
         break;
     default:
         passOn(event);
