@@ -15,6 +15,7 @@
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
+#include "settings/ServiceAccounts.h"
 #include "windows/AboutController.h"
 #include "windows/ActivityWindow.h"
 #include "windows/Bundle+extensions.h"
@@ -182,7 +183,13 @@ void AppDelegate::changeLanguageNeeded()
 
 void AppDelegate::startClient()
 {
-    m_client = std::make_unique<Client>(u"localhost"_s, options.portUI, m_checkMessage);
+    const ServiceAccounts accounts(options.oem);
+    for (const QString& name : accounts.unknown()) {
+        printErrorLog(u"service_accounts: there is no account %1"_s.arg(name));
+    }
+    m_client = std::make_unique<Client>(
+        u"localhost"_s, options.portUI, [accounts](quint32 uid) { return accounts.refusalOf(uid); },
+        m_checkMessage);
     client = m_client.get();
     isStarted = true; // from here on a signal runs the whole orderly end
     client->start();

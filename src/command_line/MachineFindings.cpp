@@ -8,11 +8,11 @@
 #include "platform/files/MainBundle.h"
 #include "platform/files/PropertyList.h"
 #include "platform/files/RegularFile.h"
-#include "platform/network/PortListener.h"
+#include "platform/network/SocketOwners.h"
 #include "service_link/AllowedSettings.h"
-#include "service_link/ServiceAccounts.h"
 #include "settings/OemOptions.h"
 #include "settings/PortArgument.h"
+#include "settings/ServiceAccounts.h"
 #include "settings/ServicePort.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
@@ -236,19 +236,27 @@ Findings MachineFindings::logs(const CommandTexts& texts)
 
 Findings MachineFindings::service(const CommandTexts& texts, const QStringList& arguments)
 {
-    const quint16 port = servicePort(arguments);
+    const OemOptions options = OemOptions::read();
+    const ServiceAccounts accounts(options);
+    const quint16 port = servicePort(arguments, options);
     Findings findings;
     const QString invalid = PortArgument::of(arguments).invalid;
     if (!invalid.isEmpty()) {
         findings.append(Finding::wrong(texts, "usage.badPort"_L1, {invalid}));
     }
-    const auto owners = PortListener::ownersAt(port);
+    for (const QString& name : accounts.unknown()) {
+        findings.append(Finding::wrong(texts, "doctor.unknownAccount"_L1, {name}));
+    }
+    const auto owners = SocketOwners::listenersAt(port);
     const QString number = QString::number(port);
-    if (owners && owners->isEmpty()) {
+    if (!owners) {
+        findings.append(
+            Finding::wrong(texts, "doctor.unknownOwner"_L1, {asRoot(u"modprobe tcp_diag"_s)}));
+    } else if (owners->isEmpty()) {
         findings.append(Finding::wrong(texts, "doctor.nobodyListens"_L1, {number}));
     }
     for (const quint32 owner : owners.value_or(QList<quint32>())) {
-        if (ServiceAccounts::refusalOf(owner, owner)) {
+        if (!accounts.contain(owner)) {
             findings.append(
                 Finding::wrong(texts, "doctor.untrusted"_L1, {Account::loginName(owner), number}));
         }

@@ -2,11 +2,12 @@
 
 #include "platform/files/MainBundle.h"
 #include "platform/files/SessionLock.h"
-#include "platform/network/PortListener.h"
+#include "platform/network/SocketOwners.h"
 #include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/processes/TerminationSignals.h"
-#include "service_link/ServiceAccounts.h"
+#include "settings/OemOptions.h"
+#include "settings/ServiceAccounts.h"
 #include "settings/ServicePort.h"
 
 #include <QFileInfo>
@@ -20,6 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // The agent's exit statuses that mean something here. All others are the same: it has ended.
+constexpr int kFailed = 1;
 constexpr int kArgumentsRefused = 2;
 constexpr int kAnotherRuns = 3;
 
@@ -29,16 +31,6 @@ void say(const QString& text)
 {
     const QByteArray line = "vantoryAgentKeeper: " + text.toUtf8() + '\n';
     std::fputs(line.constData(), stderr);
-}
-
-// Whether somebody listens whom the agent would take for the service; true where that can't be
-// found out.
-bool isServiceAt(quint16 port)
-{
-    const auto owners = PortListener::ownersAt(port);
-    return !owners || std::any_of(owners->cbegin(), owners->cend(), [](quint32 owner) {
-        return !ServiceAccounts::refusalOf(owner, owner);
-    });
 }
 
 bool endedWith(const ChildProcess::Result& result, int status)
@@ -80,8 +72,9 @@ void Keeper::run()
     if (result == SessionLock::Result::Failed) {
         say(u"goes on without a lock: there can be no file"_s);
     }
-    TerminationSignals::handle([grace = m_intervals.forAgentsEnd] {
+    TerminationSignals::handle([&lock, grace = m_intervals.forAgentsEnd] {
         isEnding = true;
+        lock.release(); // another keeper need not wait for this one's agent
         ChildProcess::endRunning(grace);
         endProgram(0);
     });
@@ -98,6 +91,7 @@ int Keeper::keep()
     const QString agent = MainBundle::path() + u"/vantoryAgent"_s;
     const QStringList arguments = QStringList{u"--kept"_s} + m_arguments;
     while (awaitService()) {
+        const auto begin = std::chrono::steady_clock::now();
         const auto result = ChildProcess::run(agent, arguments, {.endsWithProgram = true});
         if (isEnding) {
             waitForProgramEnd();
@@ -109,29 +103,49 @@ int Keeper::keep()
         if (!result.status && !QFileInfo::exists(agent)) {
             return 0; // the package has been removed
         }
-        if (m_display.isGoneWithin(endedWith(result, kAnotherRuns) ? m_intervals.besideAnother
-                                                                   : m_intervals.betweenLooks)) {
+        const auto lasted = std::chrono::steady_clock::now() - begin;
+        if (m_display.isGoneWithin(
+                waitAfter(result, std::chrono::floor<std::chrono::milliseconds>(lasted)))) {
             break;
         }
     }
     return 0;
 }
 
+std::chrono::milliseconds Keeper::waitAfter(const ChildProcess::Result& result,
+                                            std::chrono::milliseconds lasted)
+{
+    if (endedWith(result, kAnotherRuns)) {
+        return m_intervals.besideAnother;
+    }
+    const bool hadNoLink = endedWith(result, kFailed) && lasted < m_intervals.untilLink;
+    m_wait =
+        hadNoLink ? std::min(2 * m_wait, m_intervals.betweenFailures) : m_intervals.betweenLooks;
+    return m_wait;
+}
+
 // Returns when the service listens, or false when the display has gone.
 bool Keeper::awaitService()
 {
-    bool isWaiting = false;
+    QString said;
     for (;;) {
-        const quint16 port = servicePort(m_arguments);
-        if (isServiceAt(port)) {
-            if (isWaiting) {
+        const OemOptions options = OemOptions::read();
+        const quint16 port = servicePort(m_arguments, options);
+        const auto owners = SocketOwners::listenersAt(port);
+        const ServiceAccounts accounts(options);
+        if (owners && std::any_of(owners->cbegin(), owners->cend(),
+                                  [&](quint32 owner) { return accounts.contain(owner); })) {
+            if (!said.isEmpty()) {
                 say(u"starts the agent"_s);
             }
             return true;
         }
-        if (!isWaiting) {
-            say(u"waits for the service at port %1"_s.arg(port));
-            isWaiting = true;
+        const QString text = (owners ? u"waits for the service at port %1"_s
+                                     : u"the system does not tell who listens at port %1"_s)
+                                 .arg(port);
+        if (text != said) {
+            say(text);
+            said = text;
         }
         if (m_display.isGoneWithin(m_intervals.betweenLooks)) {
             return false;

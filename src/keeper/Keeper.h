@@ -9,10 +9,11 @@
 #include <chrono>
 #include <optional>
 
-// Starts the agent that lies beside this program, in the person's session, and starts it again
-// whenever it has ended: an agent makes one link to the service, and ends with it. While nobody
-// listens at the service's port it only looks there, at a fixed interval and without limit, and
-// never connects: the service would take that for an agent.
+// Starts the agent that lies beside this program, in the user's session, and starts it again
+// whenever it has ended: an agent makes one link to the service, and ends with it. While no account
+// that may be the service listens at its port, or the kernel does not tell who does, it only looks
+// there, at a fixed interval and without limit, and never connects: the service would take that for
+// an agent.
 //
 // There is one a display. It says what has changed, a line each on standard error, and no more.
 // Main thread, before any other thread exists.
@@ -20,6 +21,10 @@ class Keeper {
 public:
     struct Intervals {
         std::chrono::milliseconds betweenLooks = std::chrono::seconds(3);
+        // After agents that failed one after another, the time between looks doubles up to this.
+        std::chrono::milliseconds betweenFailures = std::chrono::minutes(1);
+        // An agent that fails sooner has had no link.
+        std::chrono::milliseconds untilLink = std::chrono::seconds(15);
         // Where another agent runs in the session.
         std::chrono::milliseconds besideAnother = std::chrono::seconds(30);
         // A desktop that has just started may need a moment.
@@ -42,10 +47,13 @@ public:
 private:
     int keep();
     [[nodiscard]] bool awaitService();
+    [[nodiscard]] std::chrono::milliseconds waitAfter(const ChildProcess::Result& result,
+                                                      std::chrono::milliseconds lasted);
     void report(const ChildProcess::Result& result);
 
     const QStringList m_arguments;
     const Intervals m_intervals;
     DisplayConnection m_display;
     QString m_lastComplaint;
+    std::chrono::milliseconds m_wait = m_intervals.betweenLooks;
 };

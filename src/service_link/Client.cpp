@@ -6,8 +6,10 @@
 using namespace Qt::StringLiterals;
 
 Client::Client(const QString& hostName, quint16 portNumber,
+               TcpConnection::AccountCheck accountCheck,
                ClientConnection::CheckMessage checkMessage)
-    : host(hostName), port(portNumber), connection(hostName, portNumber, std::move(checkMessage))
+    : host(hostName), port(portNumber),
+      connection(hostName, portNumber, std::move(accountCheck), std::move(checkMessage))
 {}
 
 void Client::start()

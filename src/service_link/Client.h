@@ -10,7 +10,9 @@
 // ends; whoever started the agent starts it again.
 class Client {
 public:
-    Client(const QString& host, quint16 port, ClientConnection::CheckMessage checkMessage);
+    // `accountCheck` decides which accounts may be the service, by UID.
+    Client(const QString& host, quint16 port, TcpConnection::AccountCheck accountCheck,
+           ClientConnection::CheckMessage checkMessage);
 
     // Once, on the main thread.
     void start();

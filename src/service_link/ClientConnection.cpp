@@ -2,7 +2,6 @@
 
 #include "logging/Logs.h"
 #include "platform/threads/MainQueue.h"
-#include "service_link/ServiceAccounts.h"
 
 #include <QStringDecoder>
 
@@ -23,8 +22,10 @@ std::optional<QString> decodeText(const QByteArray& data)
 
 } // namespace
 
-ClientConnection::ClientConnection(const QString& host, quint16 port, CheckMessage checkMessage)
-    : m_checkMessage(std::move(checkMessage)), m_connection(host, port, &ServiceAccounts::refusalOf)
+ClientConnection::ClientConnection(const QString& host, quint16 port,
+                                   TcpConnection::AccountCheck accountCheck,
+                                   CheckMessage checkMessage)
+    : m_checkMessage(std::move(checkMessage)), m_connection(host, port, std::move(accountCheck))
 {}
 
 ClientConnection::~ClientConnection()
@@ -39,18 +40,14 @@ void ClientConnection::start()
     setUpReceive();
     m_connection.setOverdue(endPatience,
                             [this](const std::optional<NetworkError>& error) { didEnd(error); });
-    m_connection.start(
-        m_queue, [this](const std::optional<NetworkError>& error, bool isOwnerKnown) {
-            if (!isOwnerKnown) {
-                printErrorLog(u"the system does not tell which account the service runs as"_s);
-            }
-            if (error) {
-                // Not tried again: whoever starts the agent starts it again.
-                connectionDidFail(*error);
-            } else {
-                printLog(u"Client connection ready"_s);
-            }
-        });
+    m_connection.start(m_queue, [this](const std::optional<NetworkError>& error) {
+        if (error) {
+            // Not tried again: whoever starts the agent starts it again.
+            connectionDidFail(*error);
+        } else {
+            printLog(u"Client connection ready"_s);
+        }
+    });
 }
 
 void ClientConnection::send(const QByteArray& data)

@@ -24,7 +24,9 @@ public:
     using CheckMessage = std::function<std::optional<QString>(const std::optional<QString>&)>;
     using DidStop = std::function<void(const std::optional<NetworkError>&)>;
 
-    ClientConnection(const QString& host, quint16 port, CheckMessage checkMessage);
+    // `accountCheck` decides who may be the service (see TcpConnection).
+    ClientConnection(const QString& host, quint16 port, TcpConnection::AccountCheck accountCheck,
+                     CheckMessage checkMessage);
     // On the main thread. Waits for the message that is being handled; its handler must not wait
     // for the caller.
     ~ClientConnection();

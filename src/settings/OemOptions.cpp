@@ -6,13 +6,14 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-enum class Kind { Text, Boolean, Port };
+enum class Kind { Text, Boolean, Port, Names };
 
 constexpr struct {
     const char* name;
@@ -27,6 +28,7 @@ constexpr struct {
     {"show_agent_type", Kind::Boolean},
     {"enable_change", Kind::Boolean},
     {"port", Kind::Port},
+    {"service_accounts", Kind::Names},
 };
 
 // What is wrong with a value; null where nothing is.
@@ -37,6 +39,15 @@ const char* fault(const QVariant& value, Kind kind)
         return value.typeId() == QMetaType::QString ? nullptr : "is not a string";
     case Kind::Boolean:
         return value.typeId() == QMetaType::Bool ? nullptr : "is not a boolean";
+    case Kind::Names: {
+        const QVariantList names = value.toList();
+        return value.typeId() == QMetaType::QVariantList &&
+                       std::all_of(
+                           names.cbegin(), names.cend(),
+                           [](const QVariant& name) { return name.typeId() == QMetaType::QString; })
+                   ? nullptr
+                   : "is not an array of strings";
+    }
     case Kind::Port:
         if (value.typeId() != QMetaType::LongLong) {
             return "is not an integer";
@@ -104,4 +115,9 @@ std::optional<quint16> OemOptions::port() const
     const auto value = m_values.constFind(u"port"_s);
     return value != m_values.cend() ? std::optional(static_cast<quint16>(value->toUInt()))
                                     : std::nullopt;
+}
+
+QStringList OemOptions::serviceAccounts() const
+{
+    return m_values.value(u"service_accounts"_s).toStringList();
 }

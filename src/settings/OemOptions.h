@@ -2,12 +2,13 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 
 #include <optional>
 
 // What those who ship and deploy the program choose: names, what the windows offer, the service's
-// port. Two property lists say it, each with any of the keys:
+// port and accounts. Two property lists say it, each with any of the keys:
 //
 //     /etc/opt/Halvern/vantoryAgent/oem.plist    this machine's; no upgrade touches it
 //     Resources/oem.plist                        the application folder's
@@ -35,6 +36,9 @@ public:
     [[nodiscard]] std::optional<bool> boolean(const QString& key) const;
     // "port", from 1 to 65535.
     [[nodiscard]] std::optional<quint16> port() const;
+    // "service_accounts": names of accounts that may be the service besides root. Empty where the
+    // key is missing.
+    [[nodiscard]] QStringList serviceAccounts() const;
 
     [[nodiscard]] const QList<Complaint>& complaints() const { return m_complaints; }
 

@@ -3,8 +3,8 @@
 #include "settings/OemOptions.h"
 #include "settings/PortArgument.h"
 
-quint16 servicePort(const QStringList& arguments)
+quint16 servicePort(const QStringList& arguments, const OemOptions& options)
 {
     const auto port = PortArgument::of(arguments).port;
-    return port ? *port : OemOptions::read().port().value_or(kUsualServicePort);
+    return port ? *port : options.port().value_or(kUsualServicePort);
 }

@@ -27,7 +27,7 @@ FOLDERS = {
     "src/agent_core": "platform logging localisation records service_link settings window_kit windows"
                       " chat agent_state",
     "src/dispatch": "platform logging records service_link agent_state",
-    "src/keeper": "platform service_link settings",
+    "src/keeper": "platform settings",
     "src/main.cpp": "platform logging command_line agent_state dispatch",
     "simulator": "",
 }

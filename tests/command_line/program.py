@@ -5,6 +5,7 @@ import shutil
 import subprocess
 import tempfile
 
+SUPPORT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support")
 BUNDLE = os.environ["VANTORY_BUILD"] + "/vantoryAgent.app"
 IS_ROOT = os.geteuid() == 0
 with open(f"{BUNDLE}/Resources/commands.json", encoding="utf-8") as document:
@@ -19,7 +20,8 @@ def text(key, *values, language="En"):
 
 
 class Program:
-    def __init__(self):
+    def __init__(self, starter=None):
+        self.starter = [starter] if starter else []
         self.root = tempfile.mkdtemp(prefix="vantory-Grüß-")
         self.bundle = shutil.copytree(BUNDLE, f"{self.root}/vantoryAgent.app")
         self.preferences = f"{self.root}/Library/Preferences/vantoryAgent"
@@ -29,6 +31,8 @@ class Program:
             os.makedirs(folder, exist_ok=True)
             os.chmod(folder, mode)
 
+        subprocess.run([f"{SUPPORT}/trust_this_account", self.root], check=True)
+
     def __enter__(self):
         return self
 
@@ -37,8 +41,12 @@ class Program:
 
     def start(self, *arguments, environment=None, **options):
         own = {"VANTORY_ROOT": self.root, "LANGUAGE": "en"}
-        return subprocess.Popen([f"{self.bundle}/vantoryAgent", *map(str, arguments)], text=True,
+        return subprocess.Popen([*self.starter, f"{self.bundle}/vantoryAgent", *map(str, arguments)], text=True,
                                 env=os.environ | own | (environment or {}), **options)
+
+    def error_log(self):
+        with open(f"{self.logs}/vantoryAgent.stderr", encoding="utf-8") as log:
+            return log.read()
 
     def run(self, *arguments, **options):
         """The exit status, and the lines of standard output and standard error."""

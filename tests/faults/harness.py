@@ -50,6 +50,7 @@ class Agent:
         logs = f"{self.root}/var/lib/Halvern/vantoryAgent/logs"
         for folder in (logs, self.preferences):
             os.makedirs(folder, exist_ok=True)
+        subprocess.run([f"{SUPPORT}/trust_this_account", self.root], check=True)
         bundle = f"{os.environ['VANTORY_BUILD']}/vantoryAgent.app"
         if account is not None:  # which may not reach the build's folder, say in /root
             bundle = shutil.copytree(bundle, f"{self.root}/vantoryAgent.app", dirs_exist_ok=True)

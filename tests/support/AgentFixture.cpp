@@ -1,6 +1,7 @@
 #include "AgentFixture.h"
 
 #include "dispatch/MessageDispatch.h"
+#include "platform/accounts/Account.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
@@ -51,9 +52,12 @@ AgentFixture::~AgentFixture()
 bool AgentFixture::start()
 {
     const QString resources = QCoreApplication::applicationDirPath() + u"/Resources/"_s;
-    writeFile(resources + u"oem.plist"_s, "<plist version=\"1.0\"><dict><key>port</key><integer>" +
-                                              QByteArray::number(m_server.serverPort()) +
-                                              "</integer>" + options + "</dict></plist>");
+    writeFile(resources + u"oem.plist"_s,
+              "<plist version=\"1.0\"><dict><key>port</key><integer>" +
+                  QByteArray::number(m_server.serverPort()) +
+                  "</integer><key>service_accounts</key><array><string>" +
+                  Account::loginName().toUtf8() + "</string></array>" + options +
+                  "</dict></plist>");
     delegate = std::make_unique<AppDelegate>(&MessageDispatch::checkMessage);
     delegate->applicationDidFinishLaunching();
     return QTest::qWaitFor([this] {

@@ -39,6 +39,14 @@ QString Account::loginName(quint32 number)
     return namesOf(number).login;
 }
 
+std::optional<quint32> Account::numberOf(const QString& name)
+{
+    const QByteArray bytes = name.toUtf8();
+    const auto entry = AccountDatabase::find<passwd>(
+        [&bytes](auto... arguments) { return ::getpwnam_r(bytes.constData(), arguments...); });
+    return entry ? std::optional(entry->record.pw_uid) : std::nullopt;
+}
+
 QString Account::fullName()
 {
     const auto [login, comment] = namesOf(number());

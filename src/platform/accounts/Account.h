@@ -14,6 +14,9 @@ namespace Account {
 [[nodiscard]] QString loginName();
 [[nodiscard]] QString loginName(quint32 number);
 
+// The user number of the account with this login name; none where there is none.
+[[nodiscard]] std::optional<quint32> numberOf(const QString& name);
+
 // The full name: the first part of the account's comment field, in which "&" means the capitalised
 // login name (passwd(5)); the login name where it is empty.
 [[nodiscard]] QString fullName();

@@ -35,6 +35,20 @@ QVariant toVariant(plist_t node)
         const char* const text = plist_get_string_ptr(node, &length);
         return QString::fromUtf8(text, static_cast<qsizetype>(length));
     }
+    case PLIST_ARRAY: { // of a thousand levels at most
+        QVariantList values;
+        void* memory = nullptr;
+        plist_array_new_iter(node, &memory);
+        const std::unique_ptr<void, Free> iterator(memory);
+        for (;;) {
+            plist_t item = nullptr;
+            plist_array_next_item(node, iterator.get(), &item);
+            if (item == nullptr) {
+                return values;
+            }
+            values.append(toVariant(item));
+        }
+    }
     default:
         return {};
     }

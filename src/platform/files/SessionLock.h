@@ -20,6 +20,9 @@ public:
     // "/" in the name becomes a "-".
     [[nodiscard]] Result take(const QString& name);
 
+    // Gives the lock back. No other call may run meanwhile.
+    void release() { m_file.close(); }
+
     // Whether a process has the lock of that name. Takes it from nobody, not even for a moment.
     [[nodiscard]] static bool isTaken(const QString& name);
 

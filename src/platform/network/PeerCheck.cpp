@@ -1,34 +1,48 @@
 #include "platform/network/PeerCheck.h"
 
-#include "platform/network/PeerOwner.h"
-
 #include <cerrno>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using State = SocketOwners::Peer::State;
 
-PeerCheck::PeerCheck(TcpConnection::OwnerCheck ownerCheck) : m_ownerCheck(std::move(ownerCheck)) {}
+PeerCheck::PeerCheck(TcpConnection::AccountCheck accountCheck)
+    : m_accountCheck(std::move(accountCheck))
+{}
+
+void PeerCheck::noteListener(const sockaddr_storage& address)
+{
+    m_listener = SocketOwners::listenerAt(address);
+}
 
 std::optional<NetworkError> PeerCheck::check(const Descriptor& connection)
 {
-    using State = PeerOwner::State;
-    const auto [state, owner, listener] = PeerOwner::of(connection);
-    const bool wasPending = std::exchange(m_isPending, state == State::Waiting);
-    switch (state) {
-    case State::Accepted:
-    case State::Waiting:
-        if (const auto refusal = m_ownerCheck(owner, listener)) {
-            return NetworkError{EACCES, *refusal};
-        }
-        return std::nullopt;
-    case State::Closed:
-        // One that was queued can only have been taken by who holds the listener.
-        return wasPending ? std::nullopt
-                          : std::optional(NetworkError{
-                                ECONNRESET, u"the peer closed before its owner could be found"_s});
-    case State::Unknown:
-        m_isOwnerKnown = wasPending;
-        return std::nullopt;
+    const auto [state, uid, listener] = SocketOwners::peerOf(connection);
+    const bool wasPending = std::exchange(m_isPending, state == State::Queued);
+    if (state == State::Unknown) {
+        return NetworkError{EACCES,
+                            u"the system does not tell which account the service runs as"_s};
     }
-    return std::nullopt;
+    // A connection that was in an accepted listener's queue was taken from there, also where that
+    // listener has gone since.
+    if (!wasPending) {
+        if (!listener) {
+            return NetworkError{ECONNRESET, u"nobody listens on the service's port any more"_s};
+        }
+        // The kernel itself holds the end of some kinds of socket (SMC), as root, whoever listens.
+        if (const auto refusal = refusalOf(listener->uid)) {
+            return refusal;
+        }
+        // Where the same listener was there before and after, no other one had the port meanwhile.
+        if (state == State::Closed && listener != m_listener) {
+            return NetworkError{ECONNRESET, u"the peer closed before its owner could be found"_s};
+        }
+    }
+    return state == State::Accepted ? refusalOf(uid) : std::nullopt;
+}
+
+std::optional<NetworkError> PeerCheck::refusalOf(quint32 uid) const
+{
+    const auto reason = m_accountCheck(uid);
+    return reason ? std::optional(NetworkError{EACCES, *reason}) : std::nullopt;
 }

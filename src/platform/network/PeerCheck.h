@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/files/Descriptor.h"
+#include "platform/network/SocketOwners.h"
 #include "platform/network/TcpConnection.h"
 
 #include <optional>
@@ -8,20 +8,23 @@
 // Decides whether the peer of one connection is heard. Internal to the platform; one thread.
 class PeerCheck {
 public:
-    explicit PeerCheck(TcpConnection::OwnerCheck ownerCheck);
+    explicit PeerCheck(TcpConnection::AccountCheck accountCheck);
+
+    // Before connecting: notes who listens at the address.
+    void noteListener(const sockaddr_storage& address);
 
     // Returns why the peer may not be heard, or none where it may: once when connected, and while
     // the check is pending again after the first bytes were received and before they count.
     [[nodiscard]] std::optional<NetworkError> check(const Descriptor& connection);
 
-    // Whether the peer, whose account was accepted as the listener, has still to take the
-    // connection. Whoever sends something has taken it.
+    // Whether the peer, whose listener was accepted, has still to take the connection. Whoever
+    // sends something has taken it.
     [[nodiscard]] bool isPending() const { return m_isPending; }
-    // False where the system could not tell the owner.
-    [[nodiscard]] bool isOwnerKnown() const { return m_isOwnerKnown; }
 
 private:
-    const TcpConnection::OwnerCheck m_ownerCheck;
+    [[nodiscard]] std::optional<NetworkError> refusalOf(quint32 uid) const;
+
+    const TcpConnection::AccountCheck m_accountCheck;
+    std::optional<SocketOwners::Listener> m_listener; // before connecting
     bool m_isPending = false;
-    bool m_isOwnerKnown = true;
 };

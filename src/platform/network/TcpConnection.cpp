@@ -38,8 +38,8 @@ NetworkError networkError(int code)
 // Shared with the callbacks that wait on the queue and may outlive the connection there.
 class TcpConnection::Private : public std::enable_shared_from_this<TcpConnection::Private> {
 public:
-    Private(const QString& host, quint16 port, OwnerCheck ownerCheck)
-        : m_host(host), m_port(port), m_peer(std::move(ownerCheck))
+    Private(const QString& host, quint16 port, AccountCheck accountCheck)
+        : m_host(host), m_port(port), m_peer(std::move(accountCheck))
     {}
 
     void setOverdue(std::chrono::milliseconds patience, Overdue overdue)
@@ -173,19 +173,17 @@ private:
     void run(const ConnectHandler& handler)
     {
         auto [socket, error] =
-            TcpPeer::connect(m_host, m_port, m_wake, [this] { return isCancelled(); });
-        auto reason = error != 0 ? std::optional(networkError(error)) : m_peer.check(socket);
-        if (!reason) {
+            TcpPeer::connect(m_host, m_port, m_peer, m_wake, [this] { return isCancelled(); });
+        if (!error) {
             const std::lock_guard lock(m_mutex);
             m_socket = std::move(socket);
         }
-        m_queue->post(
-            [self = shared_from_this(), handler, reason, isKnown = m_peer.isOwnerKnown()] {
-                if (!self->isCancelled()) {
-                    handler(reason, isKnown);
-                }
-            });
-        if (!reason) {
+        m_queue->post([self = shared_from_this(), handler, error = error] {
+            if (!self->isCancelled()) {
+                handler(error);
+            }
+        });
+        if (!error) {
             exchange();
         }
     }
@@ -346,8 +344,8 @@ private:
     bool m_cancelled = false;
 };
 
-TcpConnection::TcpConnection(const QString& host, quint16 port, OwnerCheck ownerCheck)
-    : d(std::make_shared<Private>(host, port, std::move(ownerCheck)))
+TcpConnection::TcpConnection(const QString& host, quint16 port, AccountCheck accountCheck)
+    : d(std::make_shared<Private>(host, port, std::move(accountCheck)))
 {}
 
 TcpConnection::~TcpConnection()

@@ -22,21 +22,17 @@ struct NetworkError {
 // read of the socket, of at most 64 KiB, is one receive. Reading pauses while a mebibyte waits to
 // be received.
 //
-// No byte is exchanged before the account that holds the peer's end has been accepted. Where the
-// peer has not taken the connection yet, that is the account that listens, and the one that takes
-// it is looked at before the first byte is received.
+// No byte is exchanged before the accounts that listen and that hold the peer's end have been
+// accepted. Where the peer has not taken the connection yet, the account that takes it is looked at
+// before the first byte is received. Where a peer has closed already, the listener decides alone.
 class TcpConnection {
 public:
-    // Given the user numbers of who has the peer's end and of who listens there (none where nobody
-    // does any more), returns why that account may not be the peer, or none where it may. Runs on
-    // the connection's thread.
-    using OwnerCheck =
-        std::function<std::optional<QString>(quint32 owner, std::optional<quint32> listener)>;
+    // Given a UID, returns why that account may not be the peer, or none where it may. Asked of who
+    // listens and of who has the peer's end. Runs on the connection's thread.
+    using AccountCheck = std::function<std::optional<QString>(quint32 uid)>;
     // No error when connected, else why not: nobody listens, the host can't be reached, the peer
-    // was refused, and so on. `isOwnerKnown` is false where the system can't tell who the peer is;
-    // the connection is used nevertheless.
-    using ConnectHandler =
-        std::function<void(const std::optional<NetworkError>& error, bool isOwnerKnown)>;
+    // was refused or can't be told, and so on.
+    using ConnectHandler = std::function<void(const std::optional<NetworkError>& error)>;
     // The data of one read (none at the end), whether the peer has closed its side, what failed.
     using Receive = std::function<void(const QByteArray& data, bool isComplete,
                                        const std::optional<NetworkError>&)>;
@@ -44,8 +40,8 @@ public:
     // What failed, or none where the peer has closed its side.
     using Overdue = std::function<void(const std::optional<NetworkError>&)>;
 
-    // The host is "localhost" (127.0.0.1, then ::1) or a numeric address.
-    TcpConnection(const QString& host, quint16 port, OwnerCheck ownerCheck);
+    // The host is "localhost" (127.0.0.1 and ::1 in turn) or a numeric address.
+    TcpConnection(const QString& host, quint16 port, AccountCheck accountCheck);
     // Cancels and waits for the connection's thread. Not from a handler.
     ~TcpConnection();
 

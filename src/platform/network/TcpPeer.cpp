@@ -1,5 +1,7 @@
 #include "platform/network/TcpPeer.h"
 
+#include "platform/files/SystemError.h"
+
 #include <QByteArray>
 #include <QList>
 
@@ -91,10 +93,11 @@ int awaitConnection(const Descriptor& socket, const Descriptor& wake,
     }
 }
 
-TcpPeer::Connected connectTo(Address address, const Descriptor& wake,
-                             const std::function<bool()>& isCancelled)
+// Returns zero and an open socket when connected, else an errno value.
+int connectTo(Address address, Descriptor& socket, const Descriptor& wake,
+              const std::function<bool()>& isCancelled)
 {
-    Descriptor socket(
+    socket = Descriptor(
         ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     // Before connecting: with the usual window, which begins small, the kernel may send a message
     // of 65,536 bytes in parts, and it would come in two reads.
@@ -110,30 +113,40 @@ TcpPeer::Connected connectTo(Address address, const Descriptor& wake,
     if (error == 0 && isConnectedToItself(socket)) {
         error = ECONNREFUSED;
     }
-    if (error != 0) {
-        return {{}, error};
-    }
     const int on = 1; // every message leaves at once
     ::setsockopt(socket.value(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    return {std::move(socket), 0};
+    return error;
 }
 
 } // namespace
 
-TcpPeer::Connected TcpPeer::connect(const QString& host, quint16 port, const Descriptor& wake,
+TcpPeer::Connected TcpPeer::connect(const QString& host, quint16 port, PeerCheck& check,
+                                    const Descriptor& wake,
                                     const std::function<bool()>& isCancelled)
 {
     const QList<QByteArray> texts = host == "localhost"_L1 ? QList<QByteArray>{"127.0.0.1", "::1"}
                                                            : QList<QByteArray>{host.toLatin1()};
-    int firstError = 0;
+    std::optional<NetworkError> firstError;
+    std::optional<NetworkError> firstRefusal;
     for (const QByteArray& text : texts) {
         const auto address = numericAddress(text, port);
-        Connected connected =
-            address ? connectTo(*address, wake, isCancelled) : Connected{{}, EADDRNOTAVAIL};
-        if (connected.error == 0 || connected.error == ECANCELED) {
-            return connected;
+        if (address) {
+            check.noteListener(address->storage);
         }
-        firstError = firstError == 0 ? connected.error : firstError;
+        Descriptor socket;
+        const int code = address ? connectTo(*address, socket, wake, isCancelled) : EADDRNOTAVAIL;
+        auto refusal = code == 0 ? check.check(socket) : std::nullopt;
+        if (code == 0 && !refusal) {
+            return {std::move(socket)};
+        }
+        if (code == ECANCELED) {
+            return {{}, NetworkError{code, systemErrorText(code)}};
+        }
+        if (refusal && !firstRefusal) {
+            firstRefusal = refusal;
+        } else if (code != 0 && !firstError) {
+            firstError = NetworkError{code, systemErrorText(code)};
+        }
     }
-    return {{}, firstError};
+    return {{}, firstRefusal ? firstRefusal : firstError};
 }

@@ -1,26 +1,29 @@
 #pragma once
 
 #include "platform/files/Descriptor.h"
+#include "platform/network/PeerCheck.h"
 
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 // Reaching the peer of a TcpConnection. Internal to the platform.
 namespace TcpPeer {
 
 struct Connected {
     Descriptor socket; // does not block
-    int error = 0;     // an errno value where there is no socket
+    std::optional<NetworkError> error = std::nullopt;
 };
 
-// Connects to a port of a host, or returns the first address's error. "localhost" is tried at
+// Connects to a port of a host, where the check lets the peer be heard. "localhost" is tried at
 // 127.0.0.1 and then at ::1 (RFC 6761, section 6.3), without asking a resolver; any other host must
-// be a numeric address.
+// be a numeric address. Where no address will do, the error is the first refusal, else the first
+// address's.
 //
 // Blocks. Each time `wake`, an eventfd, has become readable, it is read and `isCancelled` asked; if
 // that is true the error is ECANCELED.
-[[nodiscard]] Connected connect(const QString& host, quint16 port, const Descriptor& wake,
-                                const std::function<bool()>& isCancelled);
+[[nodiscard]] Connected connect(const QString& host, quint16 port, PeerCheck& check,
+                                const Descriptor& wake, const std::function<bool()>& isCancelled);
 
 } // namespace TcpPeer

@@ -1,0 +1,205 @@
+#include "platform/network/SocketOwners.h"
+
+#include "platform/files/Descriptor.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include <arpa/inet.h>
+#include <linux/inet_diag.h>
+#include <linux/netlink.h>
+#include <linux/sock_diag.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+using SocketOwners::Listener;
+using SocketOwners::Peer;
+
+namespace {
+
+// Each network namespace has its loopback device under this number.
+constexpr std::uint32_t kLoopback = 1;
+
+// The address of one end, in network byte order; an IPv4 address fills the first word only.
+struct End {
+    int family = AF_UNSPEC;
+    std::array<std::uint32_t, 4> address = {};
+    std::uint16_t port = 0;
+};
+
+// One that belongs to no process has the inode 0, and root for its owner whoever had it.
+struct Socket {
+    int state = 0; // TCP_ESTABLISHED and so on
+    quint32 uid = 0;
+    quint64 inode = 0;
+    quint64 cookie = 0;
+};
+
+std::optional<End> endOf(const sockaddr_storage& storage)
+{
+    End end;
+    end.family = storage.ss_family;
+    if (end.family == AF_INET) {
+        const auto& v4 = reinterpret_cast<const sockaddr_in&>(storage);
+        end.address[0] = v4.sin_addr.s_addr;
+        end.port = v4.sin_port;
+        return end;
+    }
+    if (end.family != AF_INET6) {
+        return std::nullopt;
+    }
+    const auto& v6 = reinterpret_cast<const sockaddr_in6&>(storage);
+    std::memcpy(end.address.data(), &v6.sin6_addr, sizeof v6.sin6_addr);
+    end.port = v6.sin6_port;
+    if (IN6_IS_ADDR_V4MAPPED(&v6.sin6_addr)) { // the connection is one of IPv4
+        end.family = AF_INET;
+        end.address = {end.address[3]};
+    }
+    return end;
+}
+
+std::optional<End> endBy(int (*call)(int, sockaddr*, socklen_t*), int socket)
+{
+    sockaddr_storage storage = {};
+    socklen_t length = sizeof storage;
+    return call(socket, reinterpret_cast<sockaddr*>(&storage), &length) == 0 ? endOf(storage)
+                                                                             : std::nullopt;
+}
+
+// The answer is there when the question has been sent.
+std::optional<Socket> answerFrom(const Descriptor& diagnosis)
+{
+    alignas(nlmsghdr) std::array<char, 4096> buffer = {};
+    const ssize_t length = ::recv(diagnosis.value(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    nlmsghdr header = {};
+    inet_diag_msg message = {};
+    if (length < static_cast<ssize_t>(NLMSG_LENGTH(sizeof message))) {
+        return std::nullopt;
+    }
+    std::memcpy(&header, buffer.data(), sizeof header);
+    if (header.nlmsg_type != SOCK_DIAG_BY_FAMILY) {
+        return std::nullopt;
+    }
+    std::memcpy(&message, buffer.data() + NLMSG_HDRLEN, sizeof message);
+    const auto [low, high] = message.id.idiag_cookie;
+    return Socket{message.idiag_state, message.idiag_uid, message.idiag_inode,
+                  std::uint64_t{high} << 32 | low};
+}
+
+// The socket with these two ends or, without the second one, the listener that takes connections to
+// the first. None where there is no such socket, or where the kernel can't be asked: it answers
+// alike where the diagnosis is not built in.
+std::optional<Socket> find(const End& local, const End* remote)
+{
+    const Descriptor diagnosis(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
+    struct {
+        nlmsghdr header = {};
+        inet_diag_req_v2 request = {};
+    } question;
+    question.header.nlmsg_len = sizeof question;
+    question.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
+    question.header.nlmsg_flags = NLM_F_REQUEST;
+    question.request.sdiag_family = static_cast<std::uint8_t>(local.family);
+    question.request.sdiag_protocol = IPPROTO_TCP;
+    inet_diag_sockid& id = question.request.id;
+    std::memcpy(id.idiag_src, local.address.data(), sizeof id.idiag_src);
+    id.idiag_sport = local.port;
+    if (remote != nullptr) {
+        std::memcpy(id.idiag_dst, remote->address.data(), sizeof id.idiag_dst);
+        id.idiag_dport = remote->port;
+    }
+    id.idiag_if = kLoopback;
+    id.idiag_cookie[0] = id.idiag_cookie[1] = INET_DIAG_NOCOOKIE;
+    if (::send(diagnosis.value(), &question, sizeof question, 0) != sizeof question) {
+        return std::nullopt;
+    }
+    const std::optional<Socket> found = answerFrom(diagnosis);
+    // Where no socket has both ends, the kernel answers with the listener.
+    const bool isAsked = found && (found->state == TCP_LISTEN) == (remote == nullptr);
+    return isAsked ? found : std::nullopt;
+}
+
+std::optional<Listener> listenerAt(const End& end)
+{
+    const auto socket = find(end, nullptr);
+    return socket ? std::optional(Listener{socket->uid, socket->cookie}) : std::nullopt;
+}
+
+// A socket of this process must be found, with the inode under which it is open here.
+bool isOwn(const std::optional<Socket>& found, int descriptor)
+{
+    struct stat status = {};
+    return found && ::fstat(descriptor, &status) == 0 && found->inode == status.st_ino;
+}
+
+// Whether the kernel finds a listener of our own.
+bool canAsk()
+{
+    const Descriptor own(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK); // any free port
+    if (!own.isOpen() ||
+        ::bind(own.value(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(own.value(), 1) != 0) {
+        return false;
+    }
+    const auto end = endBy(&::getsockname, own.value());
+    return end && isOwn(find(*end, nullptr), own.value());
+}
+
+} // namespace
+
+std::optional<QList<quint32>> SocketOwners::listenersAt(quint16 port)
+{
+    QList<quint32> owners;
+    for (const End& end : {End{AF_INET, {htonl(INADDR_LOOPBACK)}, htons(port)},
+                           End{AF_INET6, {0, 0, 0, htonl(1)}, htons(port)}}) {
+        const auto listener = ::listenerAt(end);
+        if (listener && !owners.contains(listener->uid)) {
+            owners.append(listener->uid);
+        }
+    }
+    return !owners.isEmpty() || canAsk() ? std::optional(owners) : std::nullopt;
+}
+
+std::optional<quint32> SocketOwners::ofPeer(int connection)
+{
+    const auto own = endBy(&::getsockname, connection);
+    const auto peer = endBy(&::getpeername, connection);
+    if (!own || !peer || !isOwn(find(*own, &*peer), connection)) {
+        return std::nullopt;
+    }
+    const auto found = find(*peer, &*own);
+    return found && found->inode != 0 ? std::optional(found->uid) : std::nullopt;
+}
+
+std::optional<Listener> SocketOwners::listenerAt(const sockaddr_storage& address)
+{
+    const auto end = endOf(address);
+    return end ? ::listenerAt(*end) : std::nullopt;
+}
+
+Peer SocketOwners::peerOf(const Descriptor& connection)
+{
+    using State = Peer::State;
+    const auto own = endBy(&::getsockname, connection.value());
+    const auto peer = endBy(&::getpeername, connection.value());
+    if (own && peer && isOwn(find(*own, &*peer), connection.value())) {
+        // The listener first: a connection that is queued afterwards was queued by that one.
+        const auto listener = ::listenerAt(*peer);
+        const auto found = find(*peer, &*own);
+        if (found && found->inode != 0) {
+            return {State::Accepted, found->uid, listener};
+        }
+        const bool isQueued =
+            found && (found->state == TCP_ESTABLISHED || found->state == TCP_SYN_RECV);
+        return {isQueued ? State::Queued : State::Closed, 0, listener};
+    }
+    // One that has been reset is found no more.
+    return {endBy(&::getpeername, connection.value()) ? State::Unknown : State::Closed, 0, {}};
+}
