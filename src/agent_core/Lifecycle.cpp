@@ -5,6 +5,7 @@
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/accounts/ScreenLock.h"
+#include "platform/bus/RunningAgent.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/ToolkitWords.h"
@@ -190,6 +191,7 @@ void AppDelegate::startClient()
     m_client = std::make_unique<Client>(
         u"localhost"_s, options.portUI, [accounts](quint32 uid) { return accounts.refusalOf(uid); },
         m_checkMessage);
+    m_client->connection.didNoticeEnd = &RunningAgent::leave;
     client = m_client.get();
     isStarted = true; // from here on a signal runs the whole orderly end
     client->start();
@@ -245,6 +247,7 @@ void AppDelegate::applicationWillTerminate()
     if (!isStarted) {
         endProgram(0);
     }
+    RunningAgent::leave();
     Client::prepareToStop();
     WindowActivation::stop();
     // At once and not after the wait: from another thread the main loop goes on meanwhile.

@@ -38,8 +38,8 @@ void ClientConnection::start()
 {
     printLog(u"connection will start"_s);
     setUpReceive();
-    m_connection.setOverdue(endPatience,
-                            [this](const std::optional<NetworkError>& error) { didEnd(error); });
+    m_connection.setEnd(didNoticeEnd, endPatience,
+                        [this](const std::optional<NetworkError>& error) { didEnd(error); });
     m_connection.start(m_queue, [this](const std::optional<NetworkError>& error) {
         if (error) {
             // Not tried again: whoever starts the agent starts it again.

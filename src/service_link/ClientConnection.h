@@ -46,6 +46,8 @@ public:
     // Called once when the connection has ended, with what failed or none, on the thread that ended
     // it. Set before start(), and cleared before it is called.
     DidStop didStopCallback;
+    // Called once, on another thread, when the end has been noticed. Before start().
+    std::function<void()> didNoticeEnd = [] {};
     // Before start().
     std::chrono::milliseconds endPatience{5'000};
 

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 
+#include <sys/socket.h>
 #include <systemd/sd-bus.h>
 
 using namespace Qt::StringLiterals;
@@ -87,6 +88,8 @@ public:
     explicit Service(UserBus::Connection bus) : m_bus(std::move(bus)) {}
 
     void answer(Requests requests);
+    // The bus takes the name away. Any thread.
+    void disconnect() const { ::shutdown(m_descriptor, SHUT_RDWR); }
 
 private:
     static int onPresent(sd_bus_message* question, void* self, sd_bus_error* error);
@@ -97,6 +100,7 @@ private:
     void processOne();
 
     const UserBus::Connection m_bus;
+    const int m_descriptor = sd_bus_get_fd(m_bus.get());
     Requests m_requests;
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
@@ -118,7 +122,7 @@ void RunningAgent::Service::answer(Requests requests)
     if (sd_bus_add_object_vtable(bus, nullptr, kPath, kName, kMethods, this) < 0) {
         return;
     }
-    m_notifier = std::make_unique<QSocketNotifier>(sd_bus_get_fd(bus), QSocketNotifier::Read);
+    m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
     const auto process = [this] { processOne(); };
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), process);
     // What came with the answer to the question for the name has been read already.
@@ -159,15 +163,34 @@ int RunningAgent::Service::onEndSession(sd_bus_message* question, void* self, sd
     return sd_bus_reply_method_return(question, "b", isEnded ? 1 : 0);
 }
 
+std::atomic<RunningAgent*> RunningAgent::s_this = nullptr;
+
 RunningAgent::RunningAgent()
 {
     m_isThisProcess = m_lock.take(lockName()) != SessionLock::Result::Busy;
     if (m_isThisProcess) {
         takeName();
     }
+    if (m_isThisProcess) {
+        s_this = this;
+    }
 }
 
-RunningAgent::~RunningAgent() = default;
+RunningAgent::~RunningAgent()
+{
+    s_this = nullptr;
+}
+
+void RunningAgent::leave()
+{
+    RunningAgent* const agent = s_this.exchange(nullptr);
+    if (agent != nullptr) {
+        if (agent->m_service) {
+            agent->m_service->disconnect();
+        }
+        agent->m_lock.release();
+    }
+}
 
 bool RunningAgent::isThisProcess() const
 {

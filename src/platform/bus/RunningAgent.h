@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QtGlobal>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -25,6 +26,10 @@ public:
 
     // Whether this process is the one.
     [[nodiscard]] bool isThisProcess() const;
+
+    // Gives lock and name up, if this process has them: it begins to end, and whoever is started
+    // now is the one. Any thread.
+    static void leave();
 
     // What it does for others.
     struct Requests {
@@ -55,6 +60,8 @@ private:
     class Service;
 
     void takeName();
+
+    static std::atomic<RunningAgent*> s_this; // while this process is the one
 
     std::unique_ptr<Service> m_service; // owns the name
     SessionLock m_lock;

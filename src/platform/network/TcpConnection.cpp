@@ -42,8 +42,9 @@ public:
         : m_host(host), m_port(port), m_peer(std::move(accountCheck))
     {}
 
-    void setOverdue(std::chrono::milliseconds patience, Overdue overdue)
+    void setEnd(std::function<void()> noticed, std::chrono::milliseconds patience, Overdue overdue)
     {
+        m_noticed = std::move(noticed);
         m_patience = patience;
         m_overdue = std::move(overdue);
     }
@@ -227,6 +228,9 @@ private:
                 const std::lock_guard lock(m_mutex);
                 noteEnd(); // behind what is still to be read
             }
+            if (m_endSeen && m_noticed) {
+                std::exchange(m_noticed, nullptr)();
+            }
         }
     }
 
@@ -326,6 +330,7 @@ private:
     std::thread m_thread;
 
     // Set before the thread starts, and used by it.
+    std::function<void()> m_noticed;
     std::chrono::milliseconds m_patience{0};
     Overdue m_overdue;
     // The thread's own.
@@ -359,9 +364,10 @@ void TcpConnection::start(SerialQueue& queue, ConnectHandler handler)
     d->start(queue, std::move(handler));
 }
 
-void TcpConnection::setOverdue(std::chrono::milliseconds patience, Overdue overdue)
+void TcpConnection::setEnd(std::function<void()> noticed, std::chrono::milliseconds patience,
+                           Overdue overdue)
 {
-    d->setOverdue(patience, std::move(overdue));
+    d->setEnd(std::move(noticed), patience, std::move(overdue));
 }
 
 void TcpConnection::receive(Receive handler)

@@ -52,9 +52,10 @@ public:
     // `queue`, which must outlive the connection. Once.
     void start(SerialQueue& queue, ConnectHandler handler);
 
-    // Sets what is called on the connection's thread where its end has not been received within
-    // this time, because the owner is busy or much is still to be received. Before start().
-    void setOverdue(std::chrono::milliseconds patience, Overdue overdue);
+    // Sets what is called on the connection's thread when its end has been noticed, and when that
+    // end has not been received within this time, because the owner is busy or much is still to be
+    // received. Before start().
+    void setEnd(std::function<void()> noticed, std::chrono::milliseconds patience, Overdue overdue);
 
     // Asks for the next read; the handler is called once. One at a time.
     void receive(Receive handler);
