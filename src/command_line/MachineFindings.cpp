@@ -146,9 +146,15 @@ Findings settingsFindings(const CommandTexts& texts)
     if (!findings.isEmpty()) {
         return findings;
     }
+    constexpr unsigned int kWritableForOthers = 022;
+    if (facts.owner != 0 || (facts.mode & kWritableForOthers) != 0) {
+        findings.append(Finding::wrong(texts, "doctor.settingsOwner"_L1,
+                                       {path, ownersAndMode(path, facts), asRoot(kEnrol)}));
+    }
     const auto dictionary = PropertyList::readDictionary(path);
     if (!dictionary) {
-        return {Finding::wrong(texts, "doctor.settingsDamaged"_L1, {path, asRoot(kEnrol)})};
+        findings.append(Finding::wrong(texts, "doctor.settingsDamaged"_L1, {path, asRoot(kEnrol)}));
+        return findings;
     }
     for (const QString& key : wrongKeys(*dictionary, path)) {
         findings.append(
