@@ -28,15 +28,16 @@ fs::path systemPath(const QString& path)
     return fs::path(QFile::encodeName(path).toStdString());
 }
 
-// Runs a command line that holds a password, and wipes it. Everybody may read the file that it
-// writes, whatever the agent's own umask is.
-void runInShell(QString line, const QString& purpose)
+// Runs a script that holds a password, and wipes it. Everybody may read the file that it writes,
+// whatever the agent's own umask is.
+void runInShell(QString script, const QString& purpose)
 {
-    QStringList arguments = {u"-c"_s, line};
-    const auto result = ChildProcess::run(SystemPrograms::kBash.toString(), arguments,
-                                          {.limit = kLongestShell, .umask = 022});
-    arguments.clear();
-    SecretText::wipe(line);
+    ChildProcess::Options options = {
+        .input = script.toUtf8(), .limit = kLongestShell, .umask = 022};
+    const auto result = ChildProcess::run(SystemPrograms::kBash.toString(),
+                                          SettingsCommands::shellArguments(), options);
+    SecretText::wipe(options.input);
+    SecretText::wipe(script);
     if (!result.status) {
         printErrorLog(u"The shell that is to %1 failed: %2"_s.arg(purpose, result.error));
     }

@@ -9,7 +9,7 @@
 // machine. It takes seconds, at most a minute a step, so it runs on a worker thread.
 //
 // Nobody asks whether a step succeeds: the credentials decide what happens. The only thing logged
-// is a shell that could not be started or did not end; never a command line, which holds the
+// is a shell that could not be started or did not end; never its script, which holds the
 // password.
 namespace PrivilegedSettings {
 

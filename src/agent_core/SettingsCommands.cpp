@@ -15,12 +15,12 @@ using Pieces = std::vector<QStringView>;
 
 // A command that runs as root: a sudo that becomes the named account, and within it a sudo that
 // becomes root, with the password on their input. To become oneself takes no password, so the
-// second one reads it.
+// second one reads it. The shell's own "echo" writes it: a program would have it as an argument.
 Pieces asRoot(const Credentials& credentials)
 {
-    return {kEcho, u" \"",    credentials.password, u"\" | ",
-            kSudo, u" -u \"", credentials.user,     u"\" -S ",
-            kSudo, u" -S "};
+    return {u"echo \"", credentials.password, u"\" | ",  kSudo,
+            u" -u \"",  credentials.user,     u"\" -S ", kSudo,
+            u" -S "};
 }
 
 // In one piece of memory, so that no other copy is left when the line is wiped.
@@ -43,6 +43,11 @@ QString joined(std::initializer_list<Pieces> groups)
 }
 
 } // namespace
+
+QStringList SettingsCommands::shellArguments()
+{
+    return {u"--norc"_s, u"-p"_s, u"-c"_s, u"eval \"$(</dev/stdin)\" </dev/null"_s};
+}
 
 QString SettingsCommands::remove(const Credentials& credentials, const QString& path)
 {

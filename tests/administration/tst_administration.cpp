@@ -12,6 +12,9 @@
 #include <QProcess>
 #include <QTimer>
 
+#include <atomic>
+#include <future>
+
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -43,6 +46,19 @@ QByteArray stored()
 {
     QFile file(backendSettingsPath());
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
+}
+
+// Looks at the command lines of all processes until `isOver`: whether one has the text.
+bool isInACommandLine(const QByteArray& text, const std::atomic_bool& isOver)
+{
+    bool isFound = false;
+    while (!isFound && !isOver) {
+        for (const QString& process : QDir(u"/proc"_s).entryList({u"[1-9]*"_s})) {
+            QFile file(u"/proc/%1/cmdline"_s.arg(process));
+            isFound = isFound || (file.open(QIODevice::ReadOnly) && file.readAll().contains(text));
+        }
+    }
+    return isFound;
 }
 
 // Watches that the main thread comes round while something else takes its time.
@@ -84,11 +100,17 @@ private:
     {
         code()->setText(sessionCode);
         m_agent->forget();
+        std::atomic_bool isOver = false;
+        auto isShown =
+            std::async(isInACommandLine, AppDelegate::state().pwd.toUtf8(), std::cref(isOver));
         const Pulse pulse;
         click(window(), "applyButton");
         window()->close(); // can't be had now
-        QVERIFY(window()->isVisible() && !window()->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(!window()->isVisible(), kPatience);
+        const bool isBusy = window()->isVisible() && !window()->isEnabled();
+        const bool isClosed = QTest::qWaitFor([] { return !window()->isVisible(); }, kPatience);
+        isOver = true;
+        QVERIFY(!isShown.get());
+        QVERIFY(isBusy && isClosed);
         QVERIFY(pulse.isSteady() && !code()->isEnabled());
         QTRY_COMPARE(m_agent->sent().count("#####request=restart"), 1);
     }

@@ -20,6 +20,44 @@ const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
 class TestSettingsRules : public QObject {
     Q_OBJECT
 
+private:
+    // As the agent has it, with the stand-in for sudo.
+    [[nodiscard]] QString script(const QString& password, const BackendSettings& settings) const
+    {
+        return SettingsCommands::write({u"me"_s, password}, settingsPropertyList(settings),
+                                       m_folder.filePath(u"written"_s), u"/bin/true"_s)
+            .replace(u"/usr/bin/sudo"_s, m_folder.filePath(u"sudo"_s));
+    }
+
+    // What becomes of it: what the shell prints, what the stand-in saw, what is written.
+    [[nodiscard]] QByteArray run(const QString& script, const QStringList& arguments = {},
+                                 QProcessEnvironment environment = {}) const
+    {
+        QProcess shell;
+        shell.setStandardErrorFile(QProcess::nullDevice());
+        environment.insert(u"HOME"_s, m_folder.path());
+        environment.insert(u"PATH"_s, u"/usr/bin:/bin"_s);
+        shell.setProcessEnvironment(environment);
+        shell.setWorkingDirectory(m_folder.path());
+        if (script.isEmpty()) {
+            shell.setStandardInputFile(QProcess::nullDevice());
+            shell.start(u"/bin/bash"_s, arguments);
+        } else {
+            shell.start(u"/bin/bash"_s, SettingsCommands::shellArguments());
+            shell.write(script.toUtf8());
+        }
+        shell.closeWriteChannel();
+        QByteArray result = shell.waitForFinished() ? shell.readAll() : QByteArray("no end");
+        for (const QString& name : {u"sudo.saw"_s, u"written"_s}) {
+            QFile file(m_folder.filePath(name));
+            result += file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing");
+            file.remove();
+        }
+        return result;
+    }
+
+    const QTemporaryDir m_folder;
+
 private Q_SLOTS:
     // Only the entry of the chosen mode counts.
     void entries()
@@ -48,19 +86,81 @@ private Q_SLOTS:
         }
     }
 
-    // The real shell writes it, with the test's own rights.
+    void initTestCase()
+    {
+        // Stands in for sudo: notes its arguments, its input and who shows a password.
+        QFile sudo(m_folder.filePath(u"sudo"_s));
+        QVERIFY(sudo.open(QIODevice::WriteOnly));
+        sudo.write(
+            "#!/bin/sh\n"
+            "{ grep -l '[p]wd-of-me' /proc/[0-9]*/cmdline; printf '<%s>' \"$@\"; cat; } >>$0.saw\n"
+            "shift 5; exec \"$@\"\n");
+        sudo.setPermissions(QFile::ReadUser | QFile::ExeUser);
+        for (const char* const name : {"env", ".bashrc"}) {
+            QFile file(m_folder.filePath(QLatin1StringView(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write("cat; exit") > 0);
+        }
+    }
+
     void writtenFileIsReadBack()
     {
-        const QTemporaryDir directory;
-        const QString path = directory.filePath(u"written.plist"_s);
         for (const BackendSettings& settings :
              {BackendSettings{false, u"000123"_s, {}, {}},
               BackendSettings{true, u"000123"_s, kId, u"testing"_s}}) {
-            QString line = SettingsCommands::write(
-                {u"me"_s, u"secret"_s}, settingsPropertyList(settings), path, u"/bin/true"_s);
-            line.remove(u"/usr/bin/sudo -u \"me\" -S /usr/bin/sudo -S "_s);
-            QCOMPARE(QProcess::execute(u"/bin/bash"_s, {u"-c"_s, line}), 0);
-            QCOMPARE(read_BackendSettingsPlist(path), settings);
+            QTemporaryFile file;
+            const QByteArray written = run(script(u"plain"_s, settings));
+            QVERIFY(file.open() && file.write(written.sliced(written.lastIndexOf("<?xml"))) > 0 &&
+                    file.flush());
+            QCOMPARE(read_BackendSettingsPlist(file.fileName()), settings);
+        }
+    }
+
+    void noCommandLineHoldsThePassword()
+    {
+        // More than a pipe holds: who writes it is still there when the stand-in looks.
+        const QString password = u"pwd-of-me"_s.repeated(10'000);
+        const QByteArray seen = run(script(password, {}));
+        QCOMPARE(seen.count(password.toUtf8()), 2);
+        QVERIFY2(!seen.contains("/proc/"), seen.left(200));
+    }
+
+    // With the script on its input, and whatever the environment holds, the shell does what it does
+    // with the script as its argument, and with the program "echo".
+    void theShellReadsTheScriptAsItsArgument()
+    {
+        const QString passwords[] = {u" blank, ümlaut 암호"_s,
+                                     u"quo\"te $HOME 'x'"_s,
+                                     u"two\" \"words"_s,
+                                     u"a\" -n -e \"\\tb"_s,
+                                     u"back\\\\slash\\n\\c\\"_s,
+                                     u"`pwd` $0 $((1+1)) $# $1 $LINENO * ! ~ {a,b}"_s,
+                                     u"-n"_s,
+                                     u"-e"_s,
+                                     u"-e a\\tb"_s,
+                                     u"\x01\x02\x7f\t\r\n\n"_s,
+                                     u"\"; cat; ls /proc/self/fd; echo \""_s,
+                                     u"\"; exit; echo \""_s,
+                                     u"\"; return; ) echo \""_s,
+                                     u"\"\nls -l /proc/self/fd/0 | sed 's/.* //'\necho \""_s};
+        const QProcessEnvironment odd = [this] {
+            QProcessEnvironment variables;
+            for (const char* const name : {"echo", "eval"}) {
+                variables.insert(u"BASH_FUNC_%1%%"_s.arg(QLatin1StringView(name)),
+                                 u"() { exit; }"_s);
+            }
+            variables.insert(u"BASH_ENV"_s, m_folder.filePath(u"env"_s));
+            variables.insert(u"BASHOPTS"_s, u"xpg_echo"_s);
+            variables.insert(u"SHELLOPTS"_s, u"noglob:nounset:onecmd"_s);
+            variables.insert(u"POSIXLY_CORRECT"_s, u"1"_s);
+            variables.insert(u"SSH_CLIENT"_s, u"1"_s);
+            return variables;
+        }();
+        for (const QString& password : passwords) {
+            const QString text = script(password, {});
+            const QString before = QString(text).replace(u" ; echo "_s, u" ; /bin/echo "_s);
+            const QByteArray expected = run({}, {u"-c"_s, u"/bin/"_s + before});
+            QCOMPARE(run(text), expected);
+            QCOMPARE(run(text, {}, odd), expected);
         }
     }
 

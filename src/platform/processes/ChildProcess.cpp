@@ -3,7 +3,6 @@
 #include "platform/files/Descriptor.h"
 #include "platform/files/SystemError.h"
 #include "platform/processes/RunningSessions.h"
-#include "platform/processes/SecretText.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -71,16 +70,6 @@ public:
         }
         m_pointers.push_back(nullptr);
     }
-    ~Arguments()
-    {
-        for (QByteArray& text : m_texts) {
-            SecretText::wipe(text);
-        }
-    }
-
-    Arguments(const Arguments&) = delete;
-    Arguments& operator=(const Arguments&) = delete;
-
     [[nodiscard]] bool holdZero() const
     {
         return std::any_of(m_texts.cbegin(), m_texts.cend(),

@@ -12,8 +12,8 @@
 //
 // A child starts in a session of its own (no terminal), with the default action for every signal,
 // an empty signal mask and no descriptor of ours but the standard three. Its input is empty, its
-// output and errors go nowhere, so that no child ever waits for the agent. The copies that are made
-// of the arguments are overwritten, since an argument may hold a password.
+// output and errors go nowhere, so that no child ever waits for the agent. Everybody can read the
+// arguments: a password goes through the input.
 namespace ChildProcess {
 
 struct Result {
