@@ -1,5 +1,8 @@
 #include "simulator/AgentLink.h"
 
+#include "platform/accounts/Account.h"
+#include "platform/network/SocketOwners.h"
+
 #include <QFile>
 #include <QHostAddress>
 #include <QTcpSocket>
@@ -55,7 +58,8 @@ bool isBehind(const QTcpSocket& socket)
 
 } // namespace
 
-AgentLink::AgentLink(QObject* parent) : QObject(parent)
+AgentLink::AgentLink(const std::optional<QString>& account, QObject* parent)
+    : QObject(parent), m_account(account)
 {
     for (QTimer* const timer : {&m_quiet, &m_gap, &m_closing}) {
         timer->setSingleShot(true);
@@ -83,10 +87,10 @@ bool AgentLink::listen(quint16 port)
 void AgentLink::takeLinks()
 {
     while (QTcpSocket* socket = m_server.nextPendingConnection()) {
-        if (m_socket) {
+        if (const QString refusal = refusalOf(*socket); !refusal.isEmpty()) {
             socket->abort();
             socket->deleteLater();
-            Q_EMIT turnedAway();
+            Q_EMIT turnedAway(refusal);
             continue;
         }
         m_socket = socket;
@@ -96,6 +100,23 @@ void AgentLink::takeLinks()
         connect(m_socket, &QTcpSocket::disconnected, this, [this] { endLink(true); });
         Q_EMIT linked();
     }
+}
+
+// Why the link is not taken; empty where it is.
+QString AgentLink::refusalOf(const QTcpSocket& socket) const
+{
+    if (m_socket) {
+        return u"another agent came, and there is one at a time"_s;
+    }
+    if (!m_account) {
+        return {};
+    }
+    const auto owner = SocketOwners::ofPeer(static_cast<int>(socket.socketDescriptor()));
+    if (!owner) {
+        return u"the system does not tell whose program came"_s;
+    }
+    const QString name = Account::loginName(*owner);
+    return name == *m_account ? QString() : u"a program of the account %1 came"_s.arg(name);
 }
 
 void AgentLink::read()

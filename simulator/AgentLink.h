@@ -7,11 +7,12 @@
 #include <QTimer>
 
 #include <chrono>
+#include <optional>
 
 class QTcpSocket;
 
 // The service's end of the link to the agent. It listens on this machine only, for one agent at a
-// time.
+// time, and closes the links of other accounts' programs before a byte.
 //
 // An agent's message begins with a marker and has no end: it is complete when the next one begins
 // or when nothing comes for a while. A message to the agent has neither: the agent takes what one
@@ -20,7 +21,8 @@ class AgentLink : public QObject {
     Q_OBJECT
 
 public:
-    explicit AgentLink(QObject* parent = nullptr);
+    // The login name of the account whose agent may connect; none where nobody is to ask.
+    explicit AgentLink(const std::optional<QString>& account, QObject* parent = nullptr);
     ~AgentLink() override;
 
     // False where the port is not free; 0 takes any that is.
@@ -43,19 +45,21 @@ public:
 
 Q_SIGNALS:
     void linked();
-    void turnedAway(); // a second agent, whose link was closed
+    void turnedAway(const QString& reason); // a link that was closed at once
     void received(const QByteArray& message);
     void sent(const QByteArray& message);
     void ended(bool byAgent);
 
 private:
     void takeLinks();
+    [[nodiscard]] QString refusalOf(const QTcpSocket& socket) const;
     void read();
     void deliverRest();
     void write();
     void checkSent();
     void endLink(bool byAgent);
 
+    const std::optional<QString> m_account;
     QTcpServer m_server;
     QTcpSocket* m_socket = nullptr; // the server's child
     QByteArray m_buffer;            // has come and is not a complete message yet

@@ -43,7 +43,7 @@ Player::Player(AgentLink& link, OnFailure onFailure, const QDir& screenshots)
     connect(&link, &AgentLink::received, this, &Player::onReceived);
     connect(&link, &AgentLink::ended, this, &Player::onEnded);
     connect(&link, &AgentLink::turnedAway, this,
-            [this] { say(u"another agent came and was closed: one at a time"_s); });
+            [this](const QString& reason) { say(u"turned away: "_s + reason); });
     connect(&link, &AgentLink::sent, this, [this](const QByteArray& message) {
         Q_EMIT said(Voice::Service, shown(message));
         if (m_current && m_current->kind == Send) { // not when its time is over

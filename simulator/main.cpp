@@ -1,3 +1,4 @@
+#include "platform/accounts/Account.h"
 #include "simulator/AgentLink.h"
 #include "simulator/Console.h"
 #include "simulator/Player.h"
@@ -24,6 +25,7 @@ struct Options {
     quint16 port = 0;
     QString scriptFile; // empty: lines are typed
     QDir screenshots;
+    std::optional<QString> agentAccount; // none: anybody's
 };
 
 constexpr QStringView kIntroduction =
@@ -47,6 +49,10 @@ std::optional<Options> readOptions()
     parser.addOption({u"port"_s, u"Port to listen on; 0: a free one."_s, u"N"_s, u"0"_s});
     parser.addOption({u"script"_s, u"Play this script."_s, u"FILE"_s});
     parser.addOption({u"screenshots"_s, u"Folder for screenshots."_s, u"DIR"_s, u"."_s});
+    parser.addOption(
+        {u"agent-account"_s, u"Whose agent may connect."_s, u"NAME"_s, Account::loginName()});
+    parser.addOption(
+        {u"hear-anybody"_s, u"Be a wrong service, which does not ask who connects."_s});
     if (!parser.parse(QCoreApplication::arguments())) {
         return std::nullopt;
     }
@@ -57,7 +63,10 @@ std::optional<Options> readOptions()
     bool isPort = false;
     const Options options{.port = parser.value(u"port"_s).toUShort(&isPort),
                           .scriptFile = parser.value(u"script"_s),
-                          .screenshots = QDir(parser.value(u"screenshots"_s))};
+                          .screenshots = QDir(parser.value(u"screenshots"_s)),
+                          .agentAccount = parser.isSet(u"hear-anybody"_s)
+                                              ? std::nullopt
+                                              : std::optional(parser.value(u"agent-account"_s))};
     if (!isPort || !parser.positionalArguments().isEmpty()) {
         return std::nullopt;
     }
@@ -93,7 +102,7 @@ int main(int argc, char* argv[])
         return kCannotBegin;
     }
 
-    AgentLink link;
+    AgentLink link(options->agentAccount);
     if (!link.listen(options->port)) {
         console.print(Voice::Failure, u"port %1: %2"_s.arg(options->port).arg(link.listenError()));
         return kCannotBegin;
