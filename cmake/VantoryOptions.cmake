@@ -76,14 +76,23 @@ elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     endif()
 endif()
 
-# vantory_room(NAME HEADERS h... [SOURCES cpp...] [PUBLIC libs...] [PRIVATE libs...])
+# vantory_library(NAME FOLDERS folder... [EXCEPT file...] [PUBLIC libs...] [PRIVATE libs...])
 #
-# A room of the house: one static library, its headers verified to stand alone.
-function(vantory_room name)
-    cmake_parse_arguments(ROOM "" "" "HEADERS;SOURCES;PUBLIC;PRIVATE" ${ARGN})
-    add_library(${name} STATIC ${ROOM_SOURCES})
-    target_sources(${name} PUBLIC FILE_SET HEADERS
-        BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${ROOM_HEADERS})
+# A static library of all that is in these folders, its headers verified to stand alone.
+function(vantory_library name)
+    cmake_parse_arguments(LIBRARY "" "" "FOLDERS;EXCEPT;PUBLIC;PRIVATE" ${ARGN})
+    list(TRANSFORM LIBRARY_FOLDERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    list(TRANSFORM LIBRARY_FOLDERS APPEND /*.h OUTPUT_VARIABLE headers)
+    list(TRANSFORM LIBRARY_FOLDERS APPEND /*.cpp OUTPUT_VARIABLE sources)
+    list(TRANSFORM LIBRARY_FOLDERS APPEND /*.ui OUTPUT_VARIABLE forms)
+    file(GLOB headers CONFIGURE_DEPENDS ${headers})
+    file(GLOB sources CONFIGURE_DEPENDS ${sources} ${forms})
+    foreach(file IN LISTS LIBRARY_EXCEPT)
+        list(FILTER sources EXCLUDE REGEX "/${file}$")
+    endforeach()
+    add_library(${name} STATIC ${sources})
+    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers})
     set_target_properties(${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
-    target_link_libraries(${name} PUBLIC vantory_options ${ROOM_PUBLIC} PRIVATE ${ROOM_PRIVATE})
+    target_link_libraries(${name}
+        PUBLIC vantory_options ${LIBRARY_PUBLIC} PRIVATE ${LIBRARY_PRIVATE})
 endfunction()

@@ -1,4 +1,4 @@
-"""check_rules.py SOURCE: who may include and link whom, and what no file may hold."""
+"""check_rules.py SOURCE: who may include whom, and what no file may hold."""
 import pathlib
 import re
 import subprocess
@@ -42,8 +42,6 @@ LINES = [
      "an old Qt habit"),
 ]
 LONGEST = 400
-# CMake's name of each folder.
-TARGETS = {"vantory_" + name.removeprefix("src/").replace("/", "_"): name for name in FOLDERS}
 
 
 def folder(path):
@@ -56,11 +54,8 @@ def may_use(user, used):
                                for name in FOLDERS[user].split())
 
 
-def uses(path, text):
-    """What the file includes or links: pairs of the name in the text and its folder."""
-    if path.endswith("CMakeLists.txt"):
-        return [(name, TARGETS[name]) for name in re.findall(r"\bvantory_\w+", text)
-                if name in TARGETS]
+def uses(text):
+    """What the file includes: pairs of the name in the text and its folder."""
     names = re.findall(r'^#include "([^"]+/[^"]+)"', text, re.M)
     return [(name, folder("src/" + name) or folder(name)) for name in names]
 
@@ -71,7 +66,7 @@ def faults_of(path, text):
         yield f"{path}: in none of the folders"
     if text.count("\n") > LONGEST:
         yield f"{path}: more than {LONGEST} lines"
-    for name, used in uses(path, text) if own else []:
+    for name, used in uses(text) if own else []:
         if not used or not may_use(own, used):
             yield f"{path}: {own} must not use {name}"
     for files, line, why in LINES:
