@@ -1,3 +1,4 @@
+#include "agent_core/Names.h"
 #include "agent_state/AppDelegate.h"
 #include "chat/ChatController.h"
 #include "logging/Logs.h"
@@ -135,7 +136,7 @@ void AppDelegate::receiveChat(const ChatMessage& message)
 {
     for (ChatController* const chat : chatsOf(message.context)) {
         chat->wakeUp();
-        chat->receiveChat(message.from, message.text);
+        chat->receiveChat(Names::inSession(message.from, chat->session), message.text);
     }
 }
 
@@ -143,7 +144,7 @@ void AppDelegate::chatMemberJoined(const ChatMember& member)
 {
     for (ChatController* const chat : chatsOf(member.context)) {
         chat->wakeUp();
-        chat->joinedMember(member.member);
+        chat->joinedMember(Names::inSession(member.member, chat->session));
     }
 }
 
@@ -151,6 +152,6 @@ void AppDelegate::chatMemberLeft(const ChatMember& member)
 {
     for (ChatController* const chat : chatsOf(member.context)) {
         chat->wakeUp();
-        chat->leftMemberLater(member.member);
+        chat->leftMemberLater(Names::inSession(member.member, chat->session));
     }
 }

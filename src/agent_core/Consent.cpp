@@ -1,4 +1,5 @@
 #include "agent_core/DesktopNotices.h"
+#include "agent_core/Names.h"
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/accounts/ConsoleSession.h"
@@ -13,7 +14,8 @@ bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlN
     const bool isLocked = ConsoleSession::isScreenLocked();
     if (isLocked) {
         send(Protocol::acceptConnection(session));
-        MainQueue::post([controlName] { noteAccepted(controlName); });
+        MainQueue::post(
+            [session, controlName] { noteAccepted(Names::inSession(controlName, session)); });
     }
     return isLocked;
 }
@@ -27,7 +29,7 @@ void AppDelegate::userAcknowledgeRequest(qint64 session, const QString& server,
     printLog(u"User Ack Request. session: "_s + QString::number(session) + u" for server: "_s +
              server + u" with user: "_s + controlName);
     UserAcknowledgement& dialog = *state().userAcknowledge;
-    dialog.ask(session, server, controlName);
+    dialog.ask(session, Names::inSession(server, session), Names::inSession(controlName, session));
     if (state().notices != nullptr) {
         state().notices->askQuestion(dialog.question(), dialog.replacesAnother);
     }

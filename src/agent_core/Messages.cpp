@@ -1,3 +1,4 @@
+#include "agent_core/Names.h"
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "windows/ConnectionStatus.h"
@@ -75,7 +76,7 @@ void AppDelegate::showMessageInbox(const Message& message)
     state().messageInbox.append(window);
     QObject::connect(window, &MessageInbox::closed, window,
                      [window](bool isByPerson) { closed(window, isByPerson); });
-    window->set(message.from, message.text, message.timeout, message.icon);
+    window->set(Names::ofSender(message.from), message.text, message.timeout, message.icon);
     showNotShown();
     window->present(others);
 }

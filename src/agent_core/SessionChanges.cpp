@@ -1,3 +1,4 @@
+#include "agent_core/Names.h"
 #include "agent_state/AppDelegate.h"
 #include "windows/ConnectionStatus.h"
 
@@ -18,10 +19,12 @@ public:
         });
     }
 
-    static bool add(const SessionInfo& session)
+    static bool add(SessionInfo session)
     {
         const bool isNew = find(session.session) == list().end();
         if (isNew) {
+            session.remoteControlUser =
+                Names::inSession(session.remoteControlUser, session.session);
             list().append(session);
             AppDelegate::state().connectionStatus->setConnection(session);
         }
@@ -53,7 +56,7 @@ bool isIn(const QList<SessionInfo>& sessions, qint64 session)
 void AppDelegate::addSession(const SessionInfo& session)
 {
     if (SessionChanges::add(session)) {
-        noteSessionBegan(session);
+        noteSessionBegan(SessionChanges::list().constLast());
     }
 }
 

@@ -110,6 +110,7 @@ const Extra kExtras[] = {
     EXTRA(Connection, notLinked, u"Not linked"),
     EXTRA(Connection, inSession, u"In session"),
     EXTRA(Connection, notEnded, u"Not ended"),
+    EXTRA(Connection, session, u"Session %1"),
     EXTRA(Connection, noIcon, u"No panel shows the agent’s icon"),
     EXTRA(
         Connection, noIconHow,

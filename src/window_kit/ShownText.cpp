@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <unicode/ubrk.h>
+#include <unicode/uchar.h>
 
 using namespace Qt::StringLiterals;
 
@@ -54,6 +55,21 @@ bool isStackingMark(char32_t c)
 {
     const QChar::Category category = QChar::category(c);
     return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing;
+}
+
+bool leavesInk(char32_t c)
+{
+    switch (c) {
+    case 0x2800:  // the empty Braille pattern
+    case 0x1D159: // a note without a head
+    case 0x13441: // blanks between hieroglyphs
+    case 0x13442:
+        return false;
+    default:
+        return (QChar::isLetterOrNumber(c) || QChar::isPunct(c) || QChar::isSymbol(c)) &&
+               u_hasBinaryProperty(static_cast<UChar32>(c), UCHAR_DEFAULT_IGNORABLE_CODE_POINT) ==
+                   0;
+    }
 }
 
 class Cleaner {
@@ -169,6 +185,12 @@ QString breakable(QStringView text)
 }
 
 } // namespace
+
+bool ShownText::isSeen(QStringView name)
+{
+    const auto start = name.first(std::min<qsizetype>(name.size(), 8)).toUcs4();
+    return std::any_of(start.cbegin(), start.cend(), &leavesInk);
+}
 
 QString ShownText::shown(const QString& text)
 {

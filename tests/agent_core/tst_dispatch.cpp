@@ -66,6 +66,8 @@ private Q_SLOTS:
         row("status without a gateway", {up, status({}, "")}, "linked 'gw' account valid [][]");
         row("status of an invalid account", {up, connected(7, "A"), status({}, "x", "false")},
             "not linked 'gw' account invalid [7A][7A]");
+        row("names that nobody sees", {connected(7, ""), connected(8, "\u3164"), connected(9, "C")},
+            "not linked '' account unknown [7Session 78Session 89C][7Session 78Session 89C]");
         row("two commands in one read", {"connected_gateway=a" + up},
             "linked 'aconnected_gateway=gw' account unknown [][]");
     }

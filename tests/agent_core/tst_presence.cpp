@@ -104,6 +104,8 @@ private Q_SLOTS:
         QTRY_COMPARE(m_server->title(), u"Session ended: <b>Ann</b>"_s);
         QCOMPARE(m_server->text(), u"Session began: <b>Ann</b>"_s);
         QCOMPARE(m_server->replacedId(), 1U);
+        QVERIFY(m_agent->send(connected(8, "\u200B")));
+        QTRY_COMPARE(m_server->title(), u"Session began: Session 8"_s);
         m_server->click(1);
         QTRY_VERIFY(window("ConnectionStatus") != nullptr &&
                     window("ConnectionStatus")->isVisible());

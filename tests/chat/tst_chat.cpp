@@ -114,7 +114,9 @@ private Q_SLOTS:
         QTest::newRow("speakers in turn")
             << u"Bob: one|+: Eve|Bob: two|me: a|me: b|Eve: c"_s
             << u"L# Bob|L one|L+ Eve has joined|L two"_s + me + u"|R a|R b|L# Eve|L c"_s;
-        QTest::newRow("nobody speaks") << u": one"_s << u"L one"_s;
+        QTest::newRow("names that nobody sees")
+            << u": one|\u3164: two|+: \u200B"_s
+            << u"L# Session 7|L one|L two|L+ Session 7 has joined"_s;
         QTest::newRow("markup is text")
             << u"<b>B</b>: <a href='x'>&lt;</a>"_s << u"L# <b>B</b>|L <a href='x'>&lt;</a>"_s;
         QTest::newRow("right to left")

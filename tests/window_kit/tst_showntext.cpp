@@ -61,6 +61,21 @@ private Q_SLOTS:
         QCOMPARE(ShownText::line(text, text.size()), shown);
     }
 
+    void isSeen()
+    {
+        for (const QString& name :
+             {QString(), u" \t\n\u00A0\u2003\u3000\u2028"_s, u"\u200B\u200D\u2060\uFEFF"_s,
+              u"\u115F\u1160\u3164\uFFA0"_s, u"\u2800"_s, u"\u0301\u20DD\uFE0F"_s,
+              u"\u00AD\u202E\u2066"_s, u"\u0001\u007F\u009F"_s, u"\uE000"_s,
+              u"\U000E0041\U0001D159\U00013441"_s, QString(60'000, QChar(0x200B)) + u'a'}) {
+            QVERIFY2(!ShownText::isSeen(name), qPrintable(name.toHtmlEscaped()));
+        }
+        for (const QString& name : {u"."_s, u"\u200F\u05D0"_s, u" 7"_s, u"김"_s, u"\u1112\u1161"_s,
+                                    u"e\u0301"_s, u"กำ"_s, u"𝒜"_s, kFamily, u"❤️"_s}) {
+            QVERIFY2(ShownText::isSeen(name), qPrintable(name));
+        }
+    }
+
     void cut()
     {
         const std::pair<QString, QString> cases[] = {

@@ -68,6 +68,12 @@ private Q_SLOTS:
         QCOMPARE(m_agent->takeSent(), QByteArrayList());
     }
 
+    void aNameThatNobodySeesIsTheSessionsNumber()
+    {
+        ask("42;\u200B;\u3164");
+        QCOMPARE(m_question->text(), u"Session 42"_s + kQuestion + u"Session 42"_s);
+    }
+
     // What was meant for one question never answers the next.
     void aSecondRequestTakesThePlaceOfTheFirst()
     {

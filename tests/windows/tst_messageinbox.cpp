@@ -1,5 +1,6 @@
 #include "AgentFixture.h"
 #include "records/Intervals.h"
+#include "window_kit/ShownText.h"
 #include "windows/MessageInbox.h"
 
 #include <QClipboard>
@@ -124,6 +125,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::newRow("markup") << u"<img src='x'><a href='y'>&lt;</a>"_s;
         QTest::newRow("controls") << QString::fromLatin1("a\0\a\x1b[31m\x7f\r\nb", 12);
+        QTest::newRow("nothing to see") << QString(QChar(0x3164));
         QTest::newRow("towers") << (u'A' + QString(1'000, QChar(0x301))).repeated(65);
         QTest::newRow("without blanks") << QString(65'000, QChar(0xac00));
         QTest::newRow("many lines") << QString(65'000, u'\n');
@@ -137,6 +139,7 @@ private Q_SLOTS:
         QVERIFY(window->rect().contains(quit(window)->geometry()));
         const QString shown = window->findChild<QPlainTextEdit*>()->toPlainText();
         QVERIFY(!shown.contains(QChar(0)) && !shown.contains(QChar(0x202e)));
+        QVERIFY(ShownText::isSeen(window->findChild<QLabel*>(u"Sender"_s)->text()));
         QCOMPARE(shown.left(1), text.left(1));
     }
 

@@ -1,0 +1,23 @@
+#include "agent_core/Names.h"
+
+#include "agent_state/AppDelegate.h"
+#include "window_kit/ShownText.h"
+
+using namespace Qt::StringLiterals;
+
+QString Names::inSession(const QString& name, qint64 session)
+{
+    if (ShownText::isSeen(name)) {
+        return name;
+    }
+    return AppDelegate::labels().value_or(englishFallback()).Connection.session.arg(session);
+}
+
+QString Names::ofSender(const QString& name)
+{
+    if (ShownText::isSeen(name)) {
+        return name;
+    }
+    const auto labels = AppDelegate::labels();
+    return labels ? labels->Main.control : u"Control"_s;
+}
