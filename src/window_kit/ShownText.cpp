@@ -16,6 +16,8 @@ namespace {
 // Vietnamese, Hebrew with its accents and Tibetan need fewer.
 constexpr int kMostMarks = 8;
 constexpr qsizetype kLongestToolTip = 10'000;
+// A tool tip that is higher than the screen loses its beginning, or does not come up at all.
+constexpr qsizetype kMostToolTipBreaks = 20;
 // A tool tip's line up to this length needs no wrapping.
 constexpr qsizetype kToolTipLine = 80;
 // Where the start of a text is shown, no more of it is read: cleaning the rest would only cost
@@ -214,7 +216,10 @@ QString ShownText::menuItem(const QString& text, qsizetype longest)
 
 QString ShownText::toolTip(const QString& text)
 {
-    const QString tip = start(text, u'\n', kLongestToolTip);
+    QString tip = start(text, u'\n', kLongestToolTip);
+    if (tip.count(u'\n') > kMostToolTipBreaks) {
+        tip.replace(u'\n', u'↵');
+    }
     if (tip.size() <= kToolTipLine && !Qt::mightBeRichText(tip)) {
         return tip;
     }

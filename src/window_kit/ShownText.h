@@ -31,7 +31,8 @@ namespace ShownText {
 [[nodiscard]] QString menuItem(const QString& text, qsizetype longest);
 
 // For tool tips, which guess whether a text is markup and do not break the lines of plain text.
-// Line breaks stay, long lines are wrapped, and what goes beyond 10,000 code units is left out.
+// Up to 20 line breaks stay, more are shown as '↵'; long lines are wrapped, and what goes beyond
+// 10,000 code units is left out.
 [[nodiscard]] QString toolTip(const QString& text);
 
 // The first so many characters as a person counts them (grapheme clusters, UAX #29): no accent, no

@@ -98,6 +98,7 @@ private Q_SLOTS:
             {u"<b>B</b>\n&"_s, u"&lt;b&gt;B&lt;/b&gt;\n&amp;"_s},
             {words + QString(85, u'c'), words + QString(80, u'c') + u"\u200Bccccc"_s},
             {kFamily.repeated(10), kFamily.repeated(7) + u'\u200B' + kFamily.repeated(3)},
+            {u"a\n"_s.repeated(50), u"a↵"_s.repeated(40) + u'\u200B' + u"a↵"_s.repeated(10)},
             {u"a "_s.repeated(32'500), u"a "_s.repeated(5'000) + u'…'},
         };
         for (const auto& [text, body] : cases) {
