@@ -70,7 +70,7 @@ void AppDelegate::forgetEnded(qint64 session)
 
 void AppDelegate::commandBegan(quint64 command, const QString& text)
 {
-    noteActivity(Kind::Command, text.trimmed().section(u'\n', 0, 0), command);
+    noteActivity(Kind::Command, text.trimmed(), command);
 }
 
 void AppDelegate::commandEnded(quint64 command, qint64 status)

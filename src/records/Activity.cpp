@@ -6,7 +6,11 @@
 void ActivityList::add(const Activity& activity)
 {
     m_all.append(activity);
-    m_all.last().text.truncate(kLongestText);
+    QString& text = m_all.last().text;
+    if (text.size() > kLongestText) {
+        const bool isHalf = text.at(kLongestText - 1).isHighSurrogate();
+        text = text.left(kLongestText - (isHalf ? 1 : 0)) + u'…';
+    }
     if (m_all.size() > kMost) {
         // What the person has not seen stays, as long as anything else can go.
         const auto seen = std::find_if(m_all.cbegin(), m_all.cend(),

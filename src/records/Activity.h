@@ -12,7 +12,7 @@ struct Activity {
 
     Kind kind = Kind::SessionBegan;
     QDateTime time;
-    QString text; // the operator's name, or a command's first line
+    QString text; // the operator's name, or the command
     // Of a command only: what finish() knows it by, and its status once it has ended.
     quint64 command = 0;
     std::optional<qint64> status = std::nullopt;
@@ -24,8 +24,8 @@ struct Activity {
 class ActivityList {
 public:
     static constexpr qsizetype kMost = 1'000;
-    // Of an entry's text, in UTF-16 code units; what is longer is cut.
-    static constexpr qsizetype kLongestText = 1'000;
+    // Of an entry's text, in UTF-16 code units; what is longer is cut, and ends in '…'.
+    static constexpr qsizetype kLongestText = 4'000;
 
     void add(const Activity& activity);
     // A command has ended.

@@ -8,10 +8,13 @@
 #include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
 
+#include <QClipboard>
 #include <QDialog>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QHideEvent>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QStyledItemDelegate>
 
 #include <chrono>
@@ -21,8 +24,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// In UTF-16 code units; a longer text is whole in its tool tip.
+// In UTF-16 code units; a longer text is whole in its tool tip, and where it is copied.
 constexpr qsizetype kLongestText = 300;
+constexpr int kDetails = 2; // the column
 // Changes that come one upon the other fill the list once.
 constexpr std::chrono::milliseconds kGathering(100);
 
@@ -45,6 +49,14 @@ public:
         return QStyledItemDelegate::sizeHint(option, index) + QSize(16, 8);
     }
 };
+
+// Of a command of several lines the first one, and a mark that more follows.
+QString detailsText(const Activity& activity)
+{
+    const qsizetype end =
+        activity.kind == Activity::Kind::Command ? activity.text.indexOf(u'\n') : -1;
+    return ShownText::line(end < 0 ? activity.text : activity.text.first(end) + u'…', kLongestText);
+}
 
 QString statusText(const Activity& activity, const JsonData::Info& labels)
 {
@@ -69,7 +81,10 @@ public:
         ui.entries->header()->setSectionsMovable(false);
         ui.entries->header()->setStretchLastSection(false);
         ui.entries->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-        ui.entries->header()->setSectionResizeMode(2, QHeaderView::Stretch);
+        ui.entries->header()->setSectionResizeMode(kDetails, QHeaderView::Stretch);
+        const auto* const copy =
+            new QShortcut(QKeySequence::Copy, ui.entries, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(copy, &QShortcut::activated, this, &Window::copyDetails);
         connectButton(ui.Quit, [this] { reject(); });
     }
 
@@ -112,13 +127,23 @@ protected:
     }
 
 private:
+    void copyDetails()
+    {
+        if (const QTreeWidgetItem* const item = ui.entries->currentItem()) {
+            const QString text = item->data(kDetails, Qt::UserRole).toString();
+            QGuiApplication::clipboard()->setText(
+                ShownText::shown(text).replace(QChar::LineSeparator, u'\n'));
+        }
+    }
+
     [[nodiscard]] QTreeWidgetItem* itemFor(const Activity& activity,
                                            const JsonData::Info& labels) const
     {
-        auto* const item = new QTreeWidgetItem(
-            {timeText(activity.time), eventName(activity.kind, labels),
-             ShownText::line(activity.text, kLongestText), statusText(activity, labels)});
-        item->setToolTip(2, ShownText::toolTip(activity.text));
+        auto* const item =
+            new QTreeWidgetItem({timeText(activity.time), eventName(activity.kind, labels),
+                                 detailsText(activity), statusText(activity, labels)});
+        item->setToolTip(kDetails, ShownText::toolTip(activity.text));
+        item->setData(kDetails, Qt::UserRole, activity.text);
         if (activity.isUnseen) {
             QFont bold = font();
             bold.setBold(true);

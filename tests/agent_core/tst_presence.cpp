@@ -6,6 +6,8 @@
 #include "windows/UserAcknowlegement.h"
 
 #include <QAction>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QTest>
 #include <QTreeWidget>
@@ -22,17 +24,26 @@ class TestPresence : public QObject {
 private:
     static QWidget* window(const char* name) { return AgentFixture::topLevel(name); }
 
+    static QTreeWidget& list() { return *window("ActivityWindow")->findChild<QTreeWidget*>(); }
+
     // The list's rows without their times, the newest first.
     static QStringList activities()
     {
         QStringList rows;
-        const auto* const list = window("ActivityWindow")->findChild<QTreeWidget*>();
-        for (int row = 0; row < list->topLevelItemCount(); ++row) {
-            const QTreeWidgetItem& item = *list->topLevelItem(row);
+        for (int row = 0; row < list().topLevelItemCount(); ++row) {
+            const QTreeWidgetItem& item = *list().topLevelItem(row);
             rows.append((item.font(1).bold() ? u"*"_s : QString()) + item.text(1) + u'|' +
                         item.text(2) + u'|' + item.text(3));
         }
         return rows;
+    }
+
+    // Of the newest row.
+    static QString copied()
+    {
+        list().setCurrentItem(list().topLevelItem(0));
+        QTest::keyClick(&list(), Qt::Key_C, Qt::ControlModifier);
+        return QGuiApplication::clipboard()->text();
     }
 
     void start() { QVERIFY(m_agent->start()); }
@@ -191,11 +202,15 @@ private Q_SLOTS:
         start();
         AppDelegate::showActivity();
         m_agent->write("execute_command={\"session\":7,\"exec\":\"printf one\\nsleep 1\"}");
-        QTRY_COMPARE(activities(), QStringList(u"Command|printf one|Running"_s));
-        QTRY_COMPARE(activities(), QStringList(u"Command|printf one|0"_s));
+        QTRY_COMPARE(activities(), QStringList(u"Command|printf one…|Running"_s));
+        QTRY_COMPARE(activities(), QStringList(u"Command|printf one…|0"_s));
+        QCOMPARE(copied(), u"printf one\nsleep 1"_s);
+        QCOMPARE(list().topLevelItem(0)->toolTip(2), copied());
         QVERIFY(m_agent->send(R"(execute_application={"session":7,"exec":"exit 3"})"));
         QTRY_COMPARE(activities().value(0), u"Command|exit 3|3"_s);
-        for (int i = 0; i < 1'000; ++i) {
+        AppDelegate::commandBegan(99, u'x' + u"🙂"_s.repeated(2'000));
+        QTRY_COMPARE(copied(), u'x' + u"🙂"_s.repeated(1'999) + u'…');
+        for (int i = 0; i < 999; ++i) {
             AppDelegate::commandBegan(100, u"x"_s);
         }
         QTRY_COMPARE(window("ActivityWindow")->findChild<QLabel*>(u"earlier"_s)->text(),
