@@ -12,12 +12,13 @@ public:
     enum class Result {
         Taken,  // this process has it now, until the object ends
         Busy,   // another one has it
-        Failed, // there can be no such file
+        Failed, // there can be no such file, or others could hold its lock
     };
 
-    // The file is NAME in the person's runtime directory (XDG_RUNTIME_DIR of the XDG Base Directory
-    // Specification), or with the person's user number before it in /tmp, where there is none. Each
-    // "/" in the name becomes a "-".
+    // The file is NAME in the user's runtime directory (XDG_RUNTIME_DIR of the XDG Base Directory
+    // Specification), if it is a directory that only the user may write to; else "UID-NAME" in
+    // /tmp. Each "/" in the name becomes a "-". The file counts if it is the user's, has one name,
+    // and nobody else may open it.
     [[nodiscard]] Result take(const QString& name);
 
     // Gives the lock back. No other call may run meanwhile.
