@@ -49,16 +49,37 @@ std::optional<QByteArray> utf8(const QString& text)
     return encoder.hasError() ? std::nullopt : std::optional(bytes);
 }
 
-void sendToJournal(Journal::Priority priority, const QString& message)
+// Without what a terminal or an editor would act on: control characters but for tabs and line
+// breaks, other separators of lines, and what turns the direction of text (UAX #9).
+QString visible(const QString& message)
 {
-    if (const auto bytes = utf8(message)) {
-        Journal::send(priority, *bytes);
+    QString text;
+    text.reserve(message.size());
+    for (const QChar character : message) {
+        const char16_t code = character.unicode();
+        if (code != u'\t' && code != u'\n' && (code < 0x20 || (code >= 0x7F && code < 0xA0))) {
+            text += u"\\x%1"_s.arg(code, 2, 16, QChar(u'0'));
+        } else if ((code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069)) {
+            text += u"\\u%1"_s.arg(code, 4, 16, QChar(u'0'));
+        } else {
+            text += character;
+        }
     }
+    return text;
 }
 
-void append(const LogDestination& destination, const QString& message)
+// With the time before it. The lines after the first one begin with a tab: no text from outside
+// looks like a line of ours.
+QString record(const QString& message)
 {
-    destination.write(timeText() + u' ' + message + u'\n');
+    return timeText() + u' ' + visible(message).replace(u'\n', "\n\t"_L1) + u'\n';
+}
+
+void sendToJournal(Journal::Priority priority, const QString& message)
+{
+    if (const auto bytes = utf8(visible(message))) {
+        Journal::send(priority, *bytes);
+    }
 }
 
 } // namespace
@@ -86,12 +107,12 @@ LogErrorDestination::LogErrorDestination() : LogDestination(u"vantoryAgent.stder
 
 void printLog(const QString& message)
 {
-    append(LogDestination(), message);
+    LogDestination().write(record(message));
 }
 
 void printErrorLog(const QString& message)
 {
-    append(LogErrorDestination(), message);
+    LogErrorDestination().write(record(message));
     sendToJournal(Journal::Priority::Error, message);
 }
 
@@ -103,10 +124,10 @@ void printJournal(const QString& message)
 void fatalState(const QString& why)
 {
     if (hasBegun) {
-        append(LogErrorDestination(), why);
+        LogErrorDestination().write(record(why));
     }
     if (!Journal::takesStandardError()) { // else the line that follows gets there
         sendToJournal(Journal::Priority::Critical, why);
     }
-    abortProgram(why.toLocal8Bit() + '\n');
+    abortProgram(visible(why).toLocal8Bit() + '\n');
 }

@@ -5,9 +5,11 @@
 // The two log files of the program: ordinary messages and errors. Each holds exactly one run, of a
 // long one the last lines (see SharedLogFile).
 //
-// UTF-8 text, one record a line: local date and time to the millisecond, a blank, the message as it
-// is. Nothing here reports a failure: where a file is missing or may not be written, the text is
-// lost, and no directory is ever made. Any thread.
+// UTF-8 text, in records: local date and time to the millisecond, a blank, the message, and a line
+// feed. In the message a tab follows each line feed, and other control characters, which could
+// change what a terminal shows, are written as "\xNN" or "\uNNNN". Nothing here reports a failure:
+// where a file is missing or may not be written, the text is lost, and no directory is ever made.
+// Any thread.
 
 // A file that text is appended to (see SharedLogFile). It is opened for each text, so a file that
 // is removed while the program runs is only made again at the next start.
@@ -34,7 +36,7 @@ public:
 };
 
 void printLog(const QString& message);
-// Also an entry of the system's journal.
+// Also an entry of the system's journal, whose lines have no tab before them.
 void printErrorLog(const QString& message);
 // An entry of the system's journal, and no line of a file.
 void printJournal(const QString& message);

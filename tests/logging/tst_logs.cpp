@@ -60,11 +60,14 @@ private Q_SLOTS:
 
     void linesBeginWithTheTime()
     {
-        printLog(u"one\ntwo"_s);
+        printLog(u"one\n2026-11-25 14:05:09.042 two\r\x1b[2J\x7f\u009b\u2028\u202e\u2069\tend"_s);
         printLog(QString());
         printLog(u"half "_s + QChar(0xd800));
         printErrorLog(u"größer"_s);
-        const QRegularExpression lines(u"\\A%1one\ntwo\n%1\n%1größer\n\\z"_s.arg(kTime));
+        const QString first = uR"(one
+	2026-11-25 14:05:09.042 two\x0d\x1b[2J\x7f\x9b\u2028\u202e\u2069	end)"_s;
+        const QRegularExpression lines(
+            u"\\A%1%2\n%1\n%1größer\n\\z"_s.arg(kTime, QRegularExpression::escape(first)));
         const QString text = content(m_ordinary) + content(m_errors);
         QVERIFY2(lines.match(text).hasMatch(), qPrintable(text));
         QVERIFY(QFile::permissions(m_errors).testFlags(QFile::ReadOther | QFile::WriteOther));
@@ -180,10 +183,10 @@ private Q_SLOTS:
                    "\nSYSLOG_IDENTIFIER=vantoryAgent\n";
         };
         printLog(u"not there"_s);
-        printErrorLog(u"größer\nPRIORITY=0"_s);
+        printErrorLog(u"größer\nPRIORITY=0\x1b"_s);
         printJournal(u"start"_s);
         printErrorLog(QString(16383, u'x') + u"ßen"_s);
-        QCOMPARE(next(), entry("1300000000000000", "größer\nPRIORITY=0", "3"));
+        QCOMPARE(next(), entry("1700000000000000", "größer\nPRIORITY=0\\x1b", "3"));
         QCOMPARE(next(), entry("0500000000000000", "start", "6"));
         QCOMPARE(next(), entry("ff3f000000000000", QByteArray(16383, 'x'), "3"));
         QCOMPARE(next(), QByteArray());
