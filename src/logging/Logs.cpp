@@ -75,6 +75,11 @@ QString record(const QString& message)
     return timeText() + u' ' + visible(message).replace(u'\n', "\n\t"_L1) + u'\n';
 }
 
+QByteArray firstLine()
+{
+    return record(u"the log had reached 16 MiB and was emptied"_s).toUtf8();
+}
+
 void sendToJournal(Journal::Priority priority, const QString& message)
 {
     if (const auto bytes = utf8(visible(message))) {
@@ -93,7 +98,7 @@ LogDestination::LogDestination(const QString& name)
 void LogDestination::write(const QString& text) const
 {
     if (const auto bytes = utf8(text)) {
-        SharedLogFile::append(m_path, *bytes);
+        SharedLogFile::append(m_path, *bytes, firstLine);
     }
 }
 

@@ -2,8 +2,8 @@
 
 #include <QString>
 
-// The two log files of the program: ordinary messages and errors. Each holds exactly one run, of a
-// long one the last lines (see SharedLogFile).
+// The two log files of the program: ordinary messages and errors. Each holds exactly one run; it is
+// emptied when it gets too long (see SharedLogFile).
 //
 // UTF-8 text, in records: local date and time to the millisecond, a blank, the message, and a line
 // feed. In the message a tab follows each line feed, and other control characters, which could

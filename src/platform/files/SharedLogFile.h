@@ -10,14 +10,12 @@
 // loses the text. Any thread.
 namespace SharedLogFile {
 
-// In bytes. A file that a text would make longer loses the older half of its lines first.
+// In bytes.
 inline constexpr qint64 kLimit = 16 * 1024 * 1024;
 
-// Appends in one write, so that lines of several threads and processes stay whole. Makes no file.
-// Past the limit the lines of the newer half are moved to the front of the same file. A file that
-// another process is doing that to, or that may not be read, only grows; at twice the limit it is
-// emptied.
-void append(const QString& path, const QByteArray& bytes);
+// Appends in one write, so that lines of several threads and processes stay whole. Makes no file. A
+// log that would become longer than the limit is emptied first, and begins with `firstLine()`.
+void append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)());
 
 // Empties the file, or makes it, readable and writable for everybody. An existing one is kept: in a
 // sticky directory another person's file can't be replaced. Where the name is that of a link or of
