@@ -227,14 +227,10 @@ Findings MachineFindings::logs(const CommandTexts& texts)
     for (const QString& name : {u"/vantoryAgent.stdout"_s, u"/vantoryAgent.stderr"_s}) {
         const QString path = folder + name;
         const FileFacts file = FileFacts::of(path);
-        const QStringList values = {path, asRoot(u"rm -r "_s + path)};
-        if (!isThere(file)) {
-            continue; // the agent makes it
-        }
-        if (file.kind != Kind::Regular || file.hasOtherNames) {
-            findings.append(Finding::wrong(texts, "doctor.notOrdinary"_L1, values));
-        } else if (!file.isWritable) {
-            findings.append(Finding::wrong(texts, "doctor.notWritable"_L1, values));
+        if (isThere(file) &&
+            (file.kind != Kind::Regular || file.hasOtherNames || (file.mode & 0666) != 0666)) {
+            findings.append(Finding::wrong(texts, "doctor.notALog"_L1,
+                                           {path, asRoot(u"mv %1 %1.old"_s.arg(path))}));
         }
     }
     return findings;

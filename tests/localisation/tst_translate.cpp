@@ -1,5 +1,6 @@
 #include "WriteFile.h"
 #include "localisation/Translate.h"
+#include "logging/Logs.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -22,6 +23,7 @@ private Q_SLOTS:
         m_shipped = shipped.readAll();
         qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
         QVERIFY(QDir().mkpath(m_logs));
+        LogErrorDestination().cleanUp();
     }
 
     // It is decoded again only after a change, but after each.

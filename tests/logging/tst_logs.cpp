@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -85,7 +86,7 @@ private Q_SLOTS:
         QVERIFY2(apart >= 0 && apart < 60, qPrintable(lines.join(u'|')));
     }
 
-    // What a link names is not changed, and nobody waits for a pipe's reader.
+    // Others may have put it there. Nobody waits for a pipe's reader.
     void nothingElseIsWrittenTo()
     {
         const QByteArray log = QFile::encodeName(m_ordinary);
@@ -95,17 +96,18 @@ private Q_SLOTS:
             {"symbolic link", [&] { return ::symlink(target, log); }},
             {"hard link", [&] { return ::link(target, log); }},
             {"pipe", [&] { return ::mkfifo(log, 0666); }},
+            {"another file of the person's", [&] { return ::rename(target, log); }},
         };
         for (const auto& [name, make] : kinds) {
-            QVERIFY(writeFile(targetPath, "old") && ::chmod(target, 0640) == 0);
+            const mode_t mode = qstrcmp(name, "another file of the person's") == 0 ? 0664 : 0666;
+            QVERIFY(writeFile(targetPath, "old") && ::chmod(target, mode) == 0);
             QVERIFY2(QFile::remove(m_ordinary) && make() == 0, name);
-            printLog(u"lost"_s);
             LogDestination().cleanUp();
-            printLog(u"written"_s);
+            printLog(u"lost"_s);
+            const QString path = QFile::exists(targetPath) ? targetPath : m_ordinary;
             struct stat status = {};
-            QVERIFY2(::stat(target, &status) == 0 && (status.st_mode & 0777) == 0640, name);
-            QCOMPARE(content(targetPath), u"old"_s);
-            QVERIFY2(content(m_ordinary).endsWith(u"written\n"_s), name);
+            QVERIFY2(::stat(QFile::encodeName(path), &status) == 0, name);
+            QVERIFY2((status.st_mode & 0777) == mode && content(path) == u"old", name);
         }
     }
 
@@ -118,6 +120,20 @@ private Q_SLOTS:
             u"\\A%1the log had reached 16 MiB and was emptied\n%1a line\n%1another\n\\z"_s.arg(
                 kTime));
         QVERIFY2(lines.match(content(m_ordinary)).hasMatch(), qPrintable(content(m_ordinary)));
+    }
+
+    // Written to, but neither emptied nor filled without end.
+    void logsOfOtherAccounts()
+    {
+        if (::chown(QFile::encodeName(m_ordinary), 65534, 65534) != 0) {
+            QSKIP("only root can give a file to another account");
+        }
+        printLog(u"a line"_s);
+        LogDestination().cleanUp();
+        QVERIFY(content(m_ordinary).endsWith(u" a line\n"));
+        QVERIFY(QFile::resize(m_ordinary, SharedLogFile::kLimit));
+        printLog(u"lost"_s);
+        QCOMPARE(QFileInfo(m_ordinary).size(), SharedLogFile::kLimit);
     }
 
     void errorsReachTheJournal()

@@ -2,8 +2,6 @@
 
 #include "platform/files/RegularFile.h"
 
-#include <QFile>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,37 +13,38 @@ constexpr mode_t kForEverybody = 0666;
 struct OpenLog {
     Descriptor file;
     off_t size = 0;
+    uid_t owner = 0;
+
+    bool empty() const
+    {
+        return (owner == 0 || owner == ::geteuid()) && ::ftruncate(file.value(), 0) == 0;
+    }
 };
 
-// Closed where it is no regular file that has one name only: what is written through a link, also a
-// hard one, changes another file.
-OpenLog openLog(const QString& path, int flags)
+// Without O_CREAT, which the kernel refuses for another account's file in a sticky directory
+// (fs.protected_regular). Closed where it is no log.
+OpenLog openLog(const QString& path)
 {
-    Descriptor file = RegularFile::open(path, flags | O_NOFOLLOW, kForEverybody);
+    Descriptor file = RegularFile::open(path, O_WRONLY | O_APPEND | O_NOFOLLOW);
     struct stat status = {};
-    if (file.isOpen() && (::fstat(file.value(), &status) != 0 || status.st_nlink != 1)) {
+    if (file.isOpen() && (::fstat(file.value(), &status) != 0 || status.st_nlink != 1 ||
+                          (status.st_mode & kForEverybody) != kForEverybody)) {
         file.close();
     }
-    return {std::move(file), status.st_size};
-}
-
-bool isOwn(const Descriptor& file)
-{
-    struct stat status = {};
-    return ::fstat(file.value(), &status) == 0 && status.st_uid == ::geteuid();
+    return {std::move(file), status.st_size, status.st_uid};
 }
 
 } // namespace
 
 void SharedLogFile::append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)())
 {
-    const OpenLog log = openLog(path, O_WRONLY | O_APPEND);
+    const OpenLog log = openLog(path);
     if (!log.file.isOpen()) {
         return;
     }
     QByteArray text = bytes;
     if (log.size > kLimit - bytes.size()) {
-        if (::ftruncate(log.file.value(), 0) != 0) {
+        if (!log.empty()) {
             return;
         }
         text.prepend(firstLine());
@@ -57,14 +56,15 @@ void SharedLogFile::append(const QString& path, const QByteArray& bytes, QByteAr
 
 void SharedLogFile::startEmpty(const QString& path)
 {
-    Descriptor file = openLog(path, O_WRONLY).file;
-    if (!file.isOpen() || ::ftruncate(file.value(), 0) != 0) {
-        ::unlink(QFile::encodeName(path).constData());
-        file = openLog(path, O_WRONLY | O_CREAT | O_EXCL).file;
+    const OpenLog log = openLog(path);
+    if (log.file.isOpen()) {
+        log.empty();
+        return;
     }
-    if (file.isOpen() && isOwn(file)) {
-        // The umask has cut the mode of a new file. Another person's file keeps its mode, also
-        // where root runs the program.
-        [[maybe_unused]] const auto result = ::fchmod(file.value(), kForEverybody);
+    // Only a new file gets the mode, which the umask has cut. In a sticky directory that everybody
+    // may write to, another account can give one of the user's own files this name.
+    const Descriptor made = RegularFile::open(path, O_WRONLY | O_CREAT | O_EXCL, kForEverybody);
+    if (made.isOpen()) {
+        [[maybe_unused]] const auto result = ::fchmod(made.value(), kForEverybody);
     }
 }

@@ -3,23 +3,22 @@
 #include <QByteArray>
 #include <QString>
 
-// A log file in a directory that all persons at this machine share: they append to the same file.
+// A log file in a directory that all users of the machine share: they append to the same file.
 //
-// Only a regular file that has one name is emptied, changed in mode or written to: no symbolic
-// link, no hard one. Nothing here reports a failure: a file that is missing or may not be written
-// loses the text. Any thread.
+// Only a regular file that has one name, and that everybody may read and write, counts as a log:
+// whoever can put such a file in place could change it as well. Nothing here reports a failure: a
+// file that is missing or is no log loses the text. Any thread.
 namespace SharedLogFile {
 
 // In bytes.
 inline constexpr qint64 kLimit = 16 * 1024 * 1024;
 
 // Appends in one write, so that lines of several threads and processes stay whole. Makes no file. A
-// log that would become longer than the limit is emptied first, and begins with `firstLine()`.
+// log that would become longer than the limit is emptied first, and begins with `firstLine()`; one
+// that belongs neither to root nor to the user is not emptied, and loses the text.
 void append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)());
 
-// Empties the file, or makes it, readable and writable for everybody. An existing one is kept: in a
-// sticky directory another person's file can't be replaced. Where the name is that of a link or of
-// what can't be written, the name is removed, if the directory allows it, and a file made.
+// Empties the log, if it is root's or the user's. Makes it where the name is free.
 void startEmpty(const QString& path);
 
 } // namespace SharedLogFile
