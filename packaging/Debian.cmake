@@ -8,7 +8,7 @@ endif()
 
 install(FILES ${debian}/lintian-overrides DESTINATION share/lintian/overrides RENAME vantory-agent)
 set(control ${CMAKE_CURRENT_BINARY_DIR}/control)
-foreach(script IN ITEMS preinst postrm)
+foreach(script IN ITEMS preinst postinst postrm)
     configure_file(debian/${script}.in ${control}/${script} @ONLY
         FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
             WORLD_READ WORLD_EXECUTE)
@@ -51,5 +51,5 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/before_packing.cmake) # writes conffiles
 set(CPACK_VANTORY_FOLDERS_WITH_MODES "${folders_with_modes}")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
-    ${control}/conffiles ${control}/preinst ${control}/postrm)
+    ${control}/conffiles ${control}/preinst ${control}/postinst ${control}/postrm)
 include(CPack)
