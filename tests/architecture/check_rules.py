@@ -1,3 +1,4 @@
+#!/usr/bin/python3
 """check_rules.py SOURCE: who may include whom, and what no file may hold."""
 import pathlib
 import re
