@@ -229,8 +229,10 @@ Findings MachineFindings::logs(const CommandTexts& texts)
         const FileFacts file = FileFacts::of(path);
         if (isThere(file) &&
             (file.kind != Kind::Regular || file.hasOtherNames || (file.mode & 0666) != 0666)) {
-            findings.append(Finding::wrong(texts, "doctor.notALog"_L1,
-                                           {path, asRoot(u"mv %1 %1.old"_s.arg(path))}));
+            findings.append(
+                Finding::wrong(texts, "doctor.notALog"_L1,
+                               {path, asRoot(u"mv %1 %1.old; "_s.arg(path)) +
+                                          asRoot(u"install -m 666 /dev/null "_s + path)}));
         }
     }
     return findings;

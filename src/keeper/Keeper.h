@@ -12,8 +12,8 @@
 // Starts the agent that lies beside this program, in the user's session, and starts it again
 // whenever it has ended: an agent makes one link to the service, and ends with it. While no account
 // that may be the service listens at its port, or the kernel does not tell who does, it only looks
-// there, at a fixed interval and without limit, and never connects: the service would take that for
-// an agent.
+// there at a fixed interval, however long that takes, and never connects: the service would take
+// that for an agent.
 //
 // There is one a display. It says what has changed, a line each on standard error, and no more.
 // Main thread, before any other thread exists.
@@ -21,7 +21,7 @@ class Keeper {
 public:
     struct Intervals {
         std::chrono::milliseconds betweenLooks = std::chrono::seconds(3);
-        // After agents that failed one after another, the time between looks doubles up to this.
+        // The wait after each agent that fails is twice the one before, up to this.
         std::chrono::milliseconds betweenFailures = std::chrono::minutes(1);
         // An agent that fails sooner has had no link.
         std::chrono::milliseconds untilLink = std::chrono::seconds(15);

@@ -50,7 +50,7 @@ std::optional<QByteArray> utf8(const QString& text)
 }
 
 // Without what a terminal or an editor would act on: control characters but for tabs and line
-// breaks, other separators of lines, and what turns the direction of text (UAX #9).
+// breaks, other separators of lines, and explicit changes of direction (UAX #9).
 QString visible(const QString& message)
 {
     QString text;

@@ -14,8 +14,8 @@
 namespace ShownText {
 
 // Whether a name can be seen at its start, which is what its line shows: one of its first eight
-// code units is a letter, a digit, a punctuation mark or a symbol, and one that leaves ink. Blanks,
-// controls, fillers, and marks without a letter leave none.
+// code points is a letter, a digit, a punctuation mark or a symbol, and one that leaves ink.
+// Blanks, controls, fillers, and marks without a letter leave none.
 [[nodiscard]] bool isSeen(QStringView name);
 
 // For several lines: every line break is a line separator.

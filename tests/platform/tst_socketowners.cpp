@@ -56,14 +56,14 @@ private Q_SLOTS:
         }
     }
 
-    void aResetConnectionIsClosed()
+    void aResetConnectionIsTold()
     {
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
         const quint16 port = server.serverPort();
         const Descriptor socket = connectTo(port, QHostAddress::LocalHost);
         server.close(); // resets what it has not accepted
-        QCOMPARE(peerOf(socket).state, State::Closed);
+        QCOMPARE(peerOf(socket).state, State::Reset);
         QCOMPARE(listenersAt(port), QList<quint32>());
     }
 

@@ -1,5 +1,7 @@
 #include "platform/network/PeerCheck.h"
 
+#include "platform/files/SystemError.h"
+
 #include <cerrno>
 #include <utility>
 
@@ -12,19 +14,23 @@ PeerCheck::PeerCheck(TcpConnection::AccountCheck accountCheck)
 
 void PeerCheck::noteListener(const sockaddr_storage& address)
 {
+    m_isPending = false; // that was another connection
     m_listener = SocketOwners::listenerAt(address);
 }
 
 std::optional<NetworkError> PeerCheck::check(const Descriptor& connection)
 {
     const auto [state, uid, listener] = SocketOwners::peerOf(connection);
-    const bool wasPending = std::exchange(m_isPending, state == State::Queued);
+    const bool wasPending = std::exchange(m_isPending, false);
     if (state == State::Unknown) {
         return NetworkError{EACCES,
                             u"the system does not tell which account the service runs as"_s};
     }
-    // A connection that was in an accepted listener's queue was taken from there, also where that
-    // listener has gone since.
+    if (state == State::Reset) {
+        return NetworkError{ECONNRESET, systemErrorText(ECONNRESET)};
+    }
+    // What was in the queue of a trusted listener was taken from there, also where that listener
+    // has gone since.
     if (!wasPending) {
         if (!listener) {
             return NetworkError{ECONNRESET, u"nobody listens on the service's port any more"_s};
@@ -38,6 +44,7 @@ std::optional<NetworkError> PeerCheck::check(const Descriptor& connection)
             return NetworkError{ECONNRESET, u"the peer closed before its owner could be found"_s};
         }
     }
+    m_isPending = state == State::Queued;
     return state == State::Accepted ? refusalOf(uid) : std::nullopt;
 }
 

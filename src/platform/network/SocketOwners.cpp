@@ -200,6 +200,5 @@ Peer SocketOwners::peerOf(const Descriptor& connection)
             found && (found->state == TCP_ESTABLISHED || found->state == TCP_SYN_RECV);
         return {isQueued ? State::Queued : State::Closed, 0, listener};
     }
-    // One that has been reset is found no more.
-    return {endBy(&::getpeername, connection.value()) ? State::Unknown : State::Closed, 0, {}};
+    return {endBy(&::getpeername, connection.value()) ? State::Unknown : State::Reset, 0, {}};
 }

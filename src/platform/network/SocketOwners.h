@@ -41,6 +41,7 @@ struct Peer {
         Accepted, // a program has taken the connection
         Queued,   // it waits in the listener's queue
         Closed,   // nobody has the other end any more, and the kernel has forgotten who had it
+        Reset,    // this end is none of a connection any more
         Unknown,  // the kernel can't be asked: it does not even find this end
     };
     State state = State::Unknown;

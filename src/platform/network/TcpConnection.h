@@ -22,9 +22,10 @@ struct NetworkError {
 // read of the socket, of at most 64 KiB, is one receive. Reading pauses while a mebibyte waits to
 // be received.
 //
-// No byte is exchanged before the accounts that listen and that hold the peer's end have been
-// accepted. Where the peer has not taken the connection yet, the account that takes it is looked at
-// before the first byte is received. Where a peer has closed already, the listener decides alone.
+// Nothing is sent or received before the accounts that listen and that hold the peer's end have
+// been found to be trusted. While the connection waits in a trusted listener's queue, bytes are
+// sent; the account that takes it is looked at before a byte from it counts. Where a peer has
+// closed already, the listener decides alone.
 class TcpConnection {
 public:
     // Given a UID, returns why that account may not be the peer, or none where it may. Asked of who
