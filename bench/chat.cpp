@@ -1,41 +1,28 @@
-// What a new line and another width cost in a chat's transcript until they are laid out, scrolled
-// to and painted, with many lines above against few; and how long harmful texts hold up the
-// program. Processor time.
+// What a new line and another width cost in a chat that holds as many lines as it keeps, until they
+// are laid out, scrolled to and painted, against one of ten lines; and what the longest texts cost
+// that one message of the link can hold. Processor time.
 #include "Figures.h"
 #include "chat/ChatTranscript.h"
 
-#include <QAbstractEventDispatcher>
 #include <QApplication>
+#include <QTest>
 #include <QTextDocument>
 
-#include <array>
 #include <memory>
-#include <string>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kMany = 10'000;
-
-// Runs the event loop until every transcript is written and laid out. Returns the longest turn.
-double finish()
-{
-    double longest = 0;
-    bool isOver = false;
-    while (!isOver) {
-        longest = std::max(longest, Figures::processorTimeOf([&isOver] {
-                               isOver = !QAbstractEventDispatcher::instance()->processEvents(
-                                   QEventLoop::AllEvents);
-                           }));
-    }
-    return longest;
-}
+constexpr int kFew = 10;
+constexpr int kRounds = 101;
+constexpr qsizetype kMostBytes = 65'000;
 
 // Of the size that it has in a new window.
 std::unique_ptr<ChatTranscript> transcriptOf(int lines)
 {
     auto transcript = std::make_unique<ChatTranscript>();
+    transcript->document()->setMaximumBlockCount(lines);
     transcript->resize(360, 370);
     transcript->show();
     for (int i = 0; i < lines; ++i) {
@@ -46,96 +33,51 @@ std::unique_ptr<ChatTranscript> transcriptOf(int lines)
             u"Line %1, which is long enough to be broken once in the window."_s.arg(i), i % 2 == 0,
             i % 20 == 0 ? ChatColour::Green : ChatColour::Text);
     }
-    finish();
+    if (!QTest::qWaitForWindowExposed(transcript.get())) {
+        qFatal("the window does not come up: nothing would be painted");
+    }
     return transcript;
 }
 
-void newLine()
+// Until the change is painted and nothing is left to do.
+template <typename Change>
+double timeOf(ChatTranscript& transcript, const Change& change)
 {
-    std::vector<double> many;
-    std::vector<double> few;
-    const auto append = [](ChatTranscript& transcript, bool isLeft) {
-        const double used = Figures::processorTimeOf([&transcript, isLeft] {
-            transcript.appendBody(u"One more line, which is long enough to be broken once."_s,
-                                  isLeft, ChatColour::Text);
-            transcript.viewport()->repaint();
-        });
-        finish();
-        return used;
-    };
-    const auto longTranscript = transcriptOf(kMany);
-    for (int round = 0; round < 25; ++round) {
-        const auto shortTranscript = transcriptOf(10);
-        for (int line = 0; line < 20; ++line) {
-            many.push_back(append(*longTranscript, line % 2 == 0));
-            few.push_back(append(*shortTranscript, line % 2 == 0));
-        }
-    }
-    Figures::show("a chat's line at 10,000 lines, at 10", many, few, "ms");
+    return Figures::processorTimeOf([&transcript, &change] {
+        change(transcript);
+        transcript.viewport()->repaint();
+        QApplication::processEvents();
+    });
 }
 
-void resize()
+template <typename Change>
+void compare(const char* what, const Change& change)
 {
-    const auto longTranscript = transcriptOf(kMany);
-    const auto shortTranscript = transcriptOf(10);
     std::vector<double> many;
     std::vector<double> few;
-    double longest = 0;
-    for (int round = 0; round < 41; ++round) {
-        const auto measured = [round](ChatTranscript& transcript) {
-            return Figures::processorTimeOf([&transcript, round] {
-                transcript.resize(round % 2 == 0 ? 420 : 360, 370);
-                transcript.viewport()->repaint();
-            });
+    const auto longTranscript = transcriptOf(ChatTranscript::kMostLines);
+    const auto shortTranscript = transcriptOf(kFew);
+    for (int round = 0; round < kRounds; ++round) {
+        const auto changed = [round, &change](ChatTranscript& transcript) {
+            change(transcript, round);
         };
-        many.push_back(measured(*longTranscript));
-        longest = std::max(longest, finish());
-        few.push_back(measured(*shortTranscript));
-        finish();
+        many.push_back(timeOf(*longTranscript, changed));
+        few.push_back(timeOf(*shortTranscript, changed));
     }
-    Figures::show("resizing a chat of 10,000 lines, of 10", many, few, "ms");
-    Figures::show("  the longest turn until all is laid out", longest, "ms");
+    Figures::show(what, many, few, "ms");
 }
 
-struct Harm {
-    std::string name;
-    QString text;
-};
-
-// As much as one message of the link holds, 65,536 bytes of UTF-8.
-QList<Harm> harms()
+void longText(const char* what, const QString& unit)
 {
-    const auto filled = [](const QString& unit) {
-        return unit.repeated(65'000 / unit.toUtf8().size());
-    };
-    return {
-        {"words", filled(u"lorem ipsum "_s)},
-        {"no place to break", filled(u"a"_s)},
-        {"line breaks", filled(u"\n"_s)},
-        {"a thousand combining marks", u'a' + QString(1'000, QChar(0x301))},
-        {"combining marks only", filled(QString(QChar(0x301)))},
-        {"overrides", filled(QString(QChar(0x202E)))},
-        {"control characters", filled(QString(QChar(0x01)))},
-        {"NUL", filled(QString(QChar(QChar::Null)))},
-        {"joiners", filled(QString(QChar(0x200D)))},
-        {"emoji families", filled(u"👨‍👩‍👧‍👦"_s)},
-        {"Hangul", filled(u"한"_s)},
-        {"directions mixed", filled(u"abc مرحبا 123 "_s)},
-    };
-}
-
-// The longest turn of the event loop that a chat's text of 65,000 bytes takes.
-void harmfulTexts()
-{
-    for (const Harm& harm : harms()) {
-        const auto transcript = transcriptOf(100);
-        double longest = Figures::processorTimeOf([&transcript, &harm] {
-            transcript->appendBody(harm.text, true, ChatColour::Text);
-            transcript->viewport()->repaint();
-        });
-        longest = std::max(longest, finish());
-        Figures::show(("  longest turn, 65,000 bytes of " + harm.name).c_str(), longest, "ms");
-    }
+    const QString text = unit.repeated(kMostBytes / unit.toUtf8().size());
+    const auto transcript = transcriptOf(ChatTranscript::kMostLines);
+    const double used = timeOf(*transcript, [&text](ChatTranscript& changed) {
+        changed.appendBody(text, true, ChatColour::Text);
+    });
+    Figures::show(what, used, "ms");
+    const double again =
+        timeOf(*transcript, [](ChatTranscript& changed) { changed.resize(420, 370); });
+    Figures::show("  resizing that", again, "ms");
 }
 
 } // namespace
@@ -143,7 +85,16 @@ void harmfulTexts()
 int main(int argc, char* argv[])
 {
     const QApplication application(argc, argv);
-    newLine();
-    resize();
-    harmfulTexts();
+    compare("a chat's line at 2,000 lines, at 10", [](ChatTranscript& transcript, int round) {
+        transcript.appendBody(u"One more line, which is long enough to be broken once."_s,
+                              round % 2 == 0, ChatColour::Text);
+    });
+    compare("resizing a chat of 2,000 lines, of 10", [](ChatTranscript& transcript, int round) {
+        transcript.resize(round % 2 == 0 ? 420 : 340, 370);
+    });
+    longText("65,000 bytes of words in a chat", u"lorem ipsum "_s);
+    longText("65,000 bytes without a blank", u"a"_s);
+    longText("65,000 bytes of line breaks", u"\n"_s);
+    longText("65,000 bytes of emoji", u"👨‍👩‍👧‍👦"_s);
+    longText("65,000 bytes of flags", u"🇰🇷"_s);
 }

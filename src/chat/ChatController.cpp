@@ -229,9 +229,6 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
         transcript.appendHeader(sender, left, color);
     }
     transcript.appendBody(message, left, color);
-    if (!left) {
-        transcript.showNewest();
-    }
     // Not for the person's own lines: who has just written one is here.
     if (left) {
         const QString shown = ShownText::shown(message.left(kMostSaid));

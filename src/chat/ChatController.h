@@ -1,6 +1,6 @@
 #pragma once
 
-#include "chat/ChatColours.h"
+#include "chat/ChatTranscript.h"
 #include "localisation/Translate.h"
 
 #include <QList>

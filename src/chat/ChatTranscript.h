@@ -1,34 +1,32 @@
 #pragma once
 
-#include "chat/ChatColours.h"
-
 #include <QString>
-#include <QTextBlockFormat>
-#include <QTextCharFormat>
+#include <QTextCursor>
 #include <QTextEdit>
-#include <QTimer>
-
-#include <deque>
-#include <optional>
 
 class QTextBlock;
-class TranscriptLayout;
+
+// Why a line of a transcript has a colour. The colour itself depends on the palette.
+enum class ChatColour {
+    Text,  // what somebody says
+    Green, // somebody has joined
+    Red,   // somebody has left
+};
 
 // What has been said in a chat: read-only, selectable across lines, plain text always.
 //
-// Operators' messages and all notices stand on the left, the person's own messages on the right,
-// also where their script runs from right to left. Messages have a background, notices a colour.
+// Operators' messages and all notices stand on the left, the user's own messages on the right, also
+// where their script runs from right to left. Messages have a background, notices a colour.
 //
-// A new line costs the same however many there are, and so does another width. A long text is
-// written in several turns of the event loop, so that the program never stops for long, and what
-// comes after it waits for its end.
-//
-// The newest line stays in sight. Once the person has scrolled up to read, the block at the upper
-// edge stays where it is. Main thread.
+// The newest line stays in sight. Once the user has scrolled up to read, the line at the upper edge
+// stays where it is, until the user scrolls down again or says something. Main thread.
 class ChatTranscript : public QTextEdit {
     Q_OBJECT
 
 public:
+    // The newest lines that are kept; a text of more than 1,000 characters counts as several.
+    static constexpr int kMostLines = 2'000;
+
     explicit ChatTranscript(QWidget* parent = nullptr);
 
     // The line that says who speaks from here on.
@@ -36,52 +34,25 @@ public:
     // What is said, or a notice.
     void appendBody(const QString& text, bool isLeft, ChatColour colour);
 
-    // Scrolls to the newest line, wherever the person is reading.
-    void showNewest();
-
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    void scrollContentsBy(int dx, int dy) override;
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     [[nodiscard]] QMimeData* createMimeDataFromSelection() const override;
 
 private:
-    enum class Kind { None, Header, Notice, OperatorsMessage, OwnMessage };
+    enum class Kind { Header, Message, Notice };
 
-    // A block of the document that is still to be written.
-    struct Block {
-        QString text;
-        QTextBlockFormat format;
-        QTextCharFormat characters;
-    };
-
-    // What the person has scrolled to: a block by its number, and how much of it is above the edge.
-    struct Place {
-        int block = 0;
-        int offset = 0;
-    };
-
-    static bool isMessage(Kind kind);
-    static Kind kindOf(const QTextBlock& block);
-    void append(const QString& shown, Kind kind, bool isLeft, const QTextCharFormat& characters);
-    [[nodiscard]] QTextBlockFormat formatAfter(Kind before, Kind kind, bool isLeft) const;
+    void append(const QString& shown, Kind kind, bool isLeft, ChatColour colour);
+    void keepSelection();
+    [[nodiscard]] QTextBlock blockAt(qreal y) const;
+    [[nodiscard]] int topOf(const QTextCursor& place) const;
     void notePlace();
     void keepPlace();
-    void layOutView();
-    void write();
-    void writeBlock(const Block& block);
-    [[nodiscard]] QTextBlock firstBlockAt(qreal y) const;
-    [[nodiscard]] QRectF bubbleOf(const QTextBlock& first, const QTextBlock& last) const;
-    void paintBubbles(const QRect& area);
+    void paintBubbles(const QRectF& area);
     void recolour();
 
-    TranscriptLayout* const m_layout; // the document's
-    std::deque<Block> m_waiting;
-    QTimer m_writeTimer;
-    Kind m_lastKind = Kind::None; // of the last block, written or waiting
-    bool m_isEmpty = true;
-    std::optional<Place> m_place; // none at the newest line
+    QTextCursor m_place; // what the user reads at the upper edge; null at the newest line
+    int m_above = 0;     // how much of that line is above the edge, in pixels
 };
