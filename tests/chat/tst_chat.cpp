@@ -1,19 +1,23 @@
 #include "AgentFixture.h"
 #include "chat/ChatController.h"
+#include "chat/ChatTranscript.h"
 #include "platform/accounts/Account.h"
 #include "records/Intervals.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QApplication>
+#include <QClipboard>
 #include <QInputMethodEvent>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
-#include <QTextEdit>
-#include <QTimer>
+#include <QWindow>
 
 using namespace Qt::StringLiterals;
 
@@ -27,52 +31,9 @@ QByteArray told(const char* command, const QString& name, const QString& text = 
     return command + QJsonDocument(payload).toJson(QJsonDocument::Compact);
 }
 
-QWidgetList windows()
+QColor colourOf(const QTextBlock& line)
 {
-    QWidgetList found = QApplication::topLevelWidgets();
-    found.removeIf([](QWidget* window) { return window->objectName() != u"ChatController"; });
-    return found;
-}
-
-template <typename Widget>
-Widget* find(const char* name)
-{
-    return windows().constFirst()->findChild<Widget*>(QLatin1StringView(name));
-}
-
-QTextEdit& messages()
-{
-    return *find<QTextEdit>("Messages");
-}
-
-// The transcript, block by block: on the left or the right, "#" for a header, "+" in green, "-" in
-// red.
-QStringList lines()
-{
-    QStringList result;
-    for (QTextBlock block = messages().document()->begin(); block.isValid(); block = block.next()) {
-        const bool isRight = block.blockFormat().alignment().testFlag(Qt::AlignRight);
-        const QTextCharFormat format = block.begin().fragment().charFormat();
-        QString kind = format.fontWeight() == QFont::Bold ? u"#"_s : QString();
-        if (format.hasProperty(QTextFormat::ForegroundBrush)) {
-            const QColor colour = format.foreground().color();
-            kind = colour.green() > colour.red() ? u"+"_s : u"-"_s;
-        }
-        result.append((isRight ? u'R' : u'L') + kind + u' ' + block.text());
-    }
-    return result;
-}
-
-void say(const QString& text)
-{
-    find<QLineEdit>("Message")->setText(text);
-    QTest::mouseClick(find<QPushButton>("Send"), Qt::LeftButton);
-}
-
-// Waits until the window hears keys.
-void listen()
-{
-    QVERIFY(AgentFixture::waitUntilHeard(windows().constFirst()));
+    return line.begin().fragment().charFormat().foreground().color();
 }
 
 } // namespace
@@ -85,182 +46,188 @@ private:
     // An agent with one session, and a chat in it.
     void open(bool mayLeave = true)
     {
+        m_agent.reset();
+        m_agent = std::make_unique<AgentFixture>();
         m_agent->options = mayLeave ? "<key>allow_to_leave_chat</key><true/>" : "";
         QVERIFY(m_agent->start());
         Intervals::current().departure = std::chrono::milliseconds(100);
         AppDelegate::addSession({7, u"desk"_s, u"Ann"_s, {}});
         QVERIFY(m_agent->send("request_chat=5,7"));
-        QCOMPARE(windows().size(), 1);
-        QVERIFY(QTest::qWaitForWindowActive(windows().constFirst()));
+        m_window = AgentFixture::topLevel("ChatController");
+        QVERIFY(QTest::qWaitForWindowActive(m_window));
+        m_messages = m_window->findChild<ChatTranscript*>(u"Messages"_s);
+        m_bar = m_messages->verticalScrollBar();
+        m_field = m_window->findChild<QLineEdit*>(u"Message"_s);
+        m_send = m_window->findChild<QPushButton*>(u"Send"_s);
+        m_quit = m_window->findChild<QPushButton*>(u"Quit"_s);
         QTRY_COMPARE(lines(), QStringList(u"L+ Ann has joined"_s));
+        QVERIFY(AgentFixture::waitUntilHeard(m_window));
+    }
+
+    // A chat with as many lines as it keeps.
+    void fill()
+    {
+        open();
+        for (int i = 0; i <= ChatTranscript::kMostLines; ++i) {
+            append(u"%1 word"_s.arg(i).repeated(1 + i % 20));
+        }
+    }
+
+    void append(const QString& text) { m_messages->appendBody(text, true, ChatColour::Text); }
+
+    // How far the end of the text is below the window.
+    [[nodiscard]] int distanceToEnd() const
+    {
+        const qreal height = m_messages->document()->documentLayout()->documentSize().height();
+        return qRound(height) - m_messages->viewport()->height() - m_bar->value();
+    }
+
+    [[nodiscard]] QTextCursor lineAtTop() const { return m_messages->cursorForPosition({0, 0}); }
+
+    // The transcript, block by block: on the left or the right, "#" for a header, "+" in green, "-"
+    // in red.
+    [[nodiscard]] QStringList lines() const
+    {
+        QStringList result;
+        for (QTextBlock block = m_messages->document()->begin(); block.isValid();
+             block = block.next()) {
+            const bool isRight = block.blockFormat().alignment().testFlag(Qt::AlignRight);
+            const bool isBold = block.begin().fragment().charFormat().fontWeight() == QFont::Bold;
+            const QColor colour = colourOf(block);
+            QString kind = isBold ? u"#"_s : QString();
+            if (colour != QColor(Qt::black)) {
+                kind = colour.green() > colour.red() ? u"+"_s : u"-"_s;
+            }
+            result.append((isRight ? u'R' : u'L') + kind + u' ' + block.text());
+        }
+        return result;
     }
 
     std::unique_ptr<AgentFixture> m_agent;
+    QPointer<QWidget> m_window;
+    ChatTranscript* m_messages = nullptr;
+    QLineEdit* m_field = nullptr;
+    QPushButton* m_send = nullptr;
+    QPushButton* m_quit = nullptr;
+    QScrollBar* m_bar = nullptr;
 
 private Q_SLOTS:
-    void init() { m_agent = std::make_unique<AgentFixture>(); }
     void cleanup()
     {
         m_agent.reset();
-        QVERIFY(AppDelegate::state().chats.isEmpty());
-        QVERIFY(windows().isEmpty());
+        QVERIFY(m_window == nullptr);
     }
 
     void showsWhoSpeaksAndOnWhichSide()
     {
         open();
-        const QString me = Account::fullName();
-        struct Entry {
-            const char* command; // none: the user sends the text
-            QString name;
-            QString text;
-            QStringList shown;
-        };
-        QStringList expected = lines();
-        for (const Entry& entry : std::initializer_list<Entry>{
-                 {"receive_chat=", {}, u"one"_s, {u"L# Session 7"_s, u"L one"_s}},
-                 {"receive_chat=", u"\u3164"_s, u"two"_s, {u"L two"_s}},
-                 {"chat_joined_member=", u"\u200B"_s, {}, {u"L+ Session 7 has joined"_s}},
-                 {"receive_chat=",
-                  u"<b>B\nob\u202E"_s,
-                  u"<i>\n"_s,
-                  {u"L# <b>B ob"_s, u"L <i>\u2028"_s}},
-                 {"chat_joined_member=", u"E\nve\u202E"_s, {}, {u"L+ E ve has joined"_s}},
-                 {"receive_chat=", u"<b>B\nob\u202E"_s, u"two"_s, {u"L two"_s}},
-                 {nullptr, {}, u"שלום"_s, {u"R# "_s + me, u"R שלום"_s}},
-                 {nullptr, {}, u"a"_s, {u"R a"_s}},
-                 {"receive_chat=", u"יוסי"_s, u"שלום"_s, {u"L# יוסי"_s, u"L שלום"_s}}}) {
-            if (entry.command == nullptr) {
-                say(entry.text);
+        for (const auto& [command, name, text] :
+             std::initializer_list<std::tuple<const char*, QString, QString>>{
+                 {"receive_chat=", {}, u"one"_s},
+                 {"receive_chat=", u"\u3164"_s, u"two"_s},
+                 {"receive_chat=", u"<b>\nB\u202E"_s, u"<i>\n"_s},
+                 {"chat_joined_member=", u"E\nve"_s, {}},
+                 {"receive_chat=", u"<b>\nB\u202E"_s, u"two"_s},
+                 {nullptr, {}, u"שלום"_s}, // the user
+                 {nullptr, {}, u"a"_s},
+                 {"receive_chat=", u"יוסי"_s, u"שלום"_s}}) {
+            const qsizetype before = lines().size();
+            if (command != nullptr) {
+                QVERIFY(m_agent->send(told(command, name, text)));
             } else {
-                QVERIFY(m_agent->send(told(entry.command, entry.name, entry.text)));
+                m_field->setText(text);
+                QTest::mouseClick(m_send, Qt::LeftButton);
             }
-            expected += entry.shown;
-            QTRY_COMPARE(lines(), expected);
+            QTRY_VERIFY(lines().size() > before);
         }
+        QCOMPARE(lines().mid(1).join(u'|'),
+                 u"L# Session 7|L one|L two|L# <b> B|L <i>\u2028|L+ E ve has joined|L two|"_s +
+                     u"R# "_s + Account::fullName() + u"|R שלום|R a|L# יוסי|L שלום"_s);
+
+        // A notice's colour can be read on another palette, too.
+        const QTextBlock joining = m_messages->document()->firstBlock();
+        const int onLight = colourOf(joining).lightness();
+        QPalette dark;
+        dark.setColor(QPalette::Base, 0x333333);
+        m_messages->setPalette(dark);
+        QVERIFY(colourOf(joining).lightness() > onLight);
     }
 
     void sendsWhatIsTyped()
     {
         open();
-        auto* const field = find<QLineEdit>("Message");
-        QVERIFY(field->hasFocus());
-        listen();
-        QTest::keyClick(field, Qt::Key_Return);                       // nothing to send
-        QTest::keyClicks(field, u"a \"b\" \\#####request=restart"_s); // no message of its own
-        QTest::keyClick(field, Qt::Key_Return);
-        QTest::keyClicks(field, u"c"_s); // at once behind it, and not along with it
-        QTest::keyClick(field, Qt::Key_Enter, Qt::KeypadModifier);
+        QVERIFY(m_field->hasFocus());
+        const QString text = u"a \"b\" \\#####request=restart"_s; // no message of its own
+        QTest::keyClick(m_field, Qt::Key_Return);                 // nothing to send
+        QTest::keyClicks(m_field, text);
+        QTest::keyClick(m_field, Qt::Key_Return);
+        QTest::keyClicks(m_field, u"c"_s); // at once behind it, and not along with it
+        QTest::keyClick(m_field, Qt::Key_Enter, Qt::KeypadModifier);
         QTRY_COMPARE(m_agent->sent().size(), 2);
         const QByteArray first = m_agent->sent().constFirst();
         QVERIFY(first.startsWith("#####send_chat={"));
-        const QJsonObject expected{{u"token"_s, 5},
-                                   {u"message"_s, u"a \"b\" \\#####request=restart"_s}};
-        QCOMPARE(QJsonDocument::fromJson(first.mid(15)).object(), expected);
+        QCOMPARE(QJsonDocument::fromJson(first.mid(15)).object(),
+                 QJsonObject({{u"token"_s, 5}, {u"message"_s, text}}));
 
-        // Without a link it is shown all the same.
-        Client* const client = std::exchange(AppDelegate::client, nullptr);
-        say(u"nobody hears"_s);
-        QTRY_COMPARE(lines().constLast(), u"R nobody hears"_s);
-        AppDelegate::client = client;
-    }
-
-    void holdsTheLengthAndLetsCompose()
-    {
-        open();
-        listen();
-        auto* const field = find<QLineEdit>("Message");
-        field->insert(QString(120, u'a'));
-        field->setCursorPosition(3);
-        field->insert(QString(20, u'b')); // as a paste does
-        QCOMPARE(field->text(), u"aaa"_s + QString(20, u'b') + QString(105, u'a'));
+        // At most 128 characters.
+        m_field->insert(QString(120, u'a'));
+        m_field->setCursorPosition(3);
+        m_field->insert(QString(20, u'b')); // as a paste does
+        QCOMPARE(m_field->text(), u"aaa"_s + QString(20, u'b') + QString(105, u'a'));
         // A syllable is written down while the next one is being composed: nothing is cut yet.
         QInputMethodEvent composing(u"하"_s, {});
         composing.setCommitString(u"한"_s);
-        QApplication::sendEvent(field, &composing);
-        QCOMPARE(field->text().size(), 129);
+        QApplication::sendEvent(m_field, &composing);
+        QCOMPARE(m_field->text().size(), 129);
         QInputMethodEvent composed;
         composed.setCommitString(u"하"_s);
-        QApplication::sendEvent(field, &composed);
-        QCOMPARE(field->text().size(), 128);
-        QCOMPARE(field->text().mid(23, 3), u"한하a"_s);
+        QApplication::sendEvent(m_field, &composed);
+        QCOMPARE(m_field->text().size(), 128);
+        QCOMPARE(m_field->text().mid(23, 3), u"한하a"_s);
     }
 
-    void closing_data()
-    {
-        QTest::addColumn<QString>("way");
-        QTest::addColumn<bool>("mayLeave");
-        for (const QString& way : {u"Quit"_s, u"title bar"_s, u"Escape"_s}) {
-            QTest::addRow("%s", qPrintable(way)) << way << true;
-            QTest::addRow("%s, may not leave", qPrintable(way)) << way << false;
-        }
-    }
     void closing()
     {
-        QFETCH(QString, way);
-        QFETCH(bool, mayLeave);
-        const bool closes = mayLeave && way != u"Escape";
-        open(mayLeave);
-        QWidget* const window = windows().constFirst();
-        listen();
-        if (way == u"Quit") {
-            QTest::mouseClick(find<QPushButton>("Quit"), Qt::LeftButton);
-        } else if (way == u"title bar") {
-            window->windowHandle()->close(); // what the window manager's request comes to
-        } else {
-            QTest::keyClick(find<QLineEdit>("Message"), Qt::Key_Escape);
+        for (const auto& [byQuit, mayLeave] :
+             {std::pair(true, true), {true, false}, {false, false}, {false, true}}) {
+            open(mayLeave);
+            if (byQuit) {
+                QTest::mouseClick(m_quit, Qt::LeftButton);
+            } else {
+                m_window->windowHandle()->close(); // what the window manager's request comes to
+            }
+            QCOMPARE(m_window->isVisible(), !mayLeave);
+            QCOMPARE(AppDelegate::state().chats.isEmpty(), byQuit && mayLeave);
+            QCOMPARE(m_agent->takeSent(), QByteArrayList(mayLeave ? 1 : 0, "#####close_chat=5"));
+            QTRY_COMPARE(m_window == nullptr, byQuit && mayLeave);
         }
-        QCOMPARE(window->isVisible(), !closes);
-        QCOMPARE(AppDelegate::state().chats.isEmpty(), way == u"Quit" && closes);
-        QVERIFY(m_agent->send("close_chat=9")); // everything before has been handled
-        QTRY_COMPARE(m_agent->sent(), QByteArrayList(closes ? 1 : 0, "#####close_chat=5"));
-        QTRY_COMPARE(windows().size(), AppDelegate::state().chats.size());
-    }
-
-    void comesBackAfterItsTitleBar()
-    {
-        open();
-        QWidget* const window = windows().constFirst();
+        // After its title bar it comes back.
         for (const QByteArray& message :
              {told("receive_chat=", u"Bob"_s, u"seen"_s), told("chat_joined_member=", u"Eve"_s),
               told("chat_left_member=", u"Eve"_s), QByteArray("close_chat=5")}) {
-            QVERIFY(window->close());
+            m_window->close();
             QVERIFY(m_agent->send(message));
-            QTRY_VERIFY(window->isVisible());
+            QTRY_VERIFY(m_window->isVisible());
         }
         // The keyboard has not been handed to the button that closes.
-        QVERIFY(window->focusWidget() != find<QPushButton>("Quit"));
+        QVERIFY(m_window->focusWidget() != m_quit);
     }
 
-    void endedByTheService_data()
-    {
-        QTest::addColumn<QByteArray>("message");
-        QTest::addColumn<bool>("ends");
-        QTest::newRow("the chat is closed") << QByteArray("close_chat=5") << true;
-        QTest::newRow("its session ends") << QByteArray("disconnected_session=7") << true;
-        QTest::newRow("all sessions end") << QByteArray("disconnect_all_sessions") << true;
-        QTest::newRow("another chat") << QByteArray("close_chat=6") << false;
-        QTest::newRow("another session") << QByteArray("disconnected_session=8") << false;
-    }
     void endedByTheService()
     {
-        QFETCH(QByteArray, message);
-        QFETCH(bool, ends);
-        open(false);
-        for (const QByteArray& each : {message, message, told("chat_left_member=", u"Bob"_s)}) {
-            QVERIFY(m_agent->send(each));
+        for (const char* const message :
+             {"close_chat=5", "disconnected_session=7", "disconnect_all_sessions"}) {
+            open(false);
+            QVERIFY(m_agent->send("close_chat=6"));
+            QVERIFY(m_agent->send("disconnected_session=8"));
+            QVERIFY(m_agent->takeSent().isEmpty()); // all of that is done
+            QVERIFY(m_send->isEnabled() && m_field->isEnabled() && !m_quit->isEnabled());
+            QVERIFY(m_agent->send(message));
+            QTRY_COMPARE(lines().mid(1), QStringList(u"L- Ann has left"_s));
+            QVERIFY(!m_send->isEnabled() && !m_field->isEnabled() && m_quit->isEnabled());
+            QVERIFY(m_window->windowHandle()->flags().testFlag(Qt::WindowCloseButtonHint));
+            QVERIFY(m_window->isVisible());
         }
-        QTRY_VERIFY(AppDelegate::state().chats.constFirst()->findChildren<QTimer*>().isEmpty());
-        QVERIFY(m_agent->send("close_chat=9")); // everything before has been shown
-        QCOMPARE(lines().mid(1),                // one departure, whatever else comes
-                 QStringList(ends ? u"L- Ann has left"_s : u"L- Bob has left"_s));
-        QCOMPARE(find<QPushButton>("Send")->isEnabled(), !ends);
-        QCOMPARE(find<QLineEdit>("Message")->isEnabled(), !ends);
-        // Leaving is possible now.
-        QVERIFY(find<QPushButton>("Quit")->isEnabled());
-        QWidget& window = *windows().constFirst();
-        QVERIFY(window.windowHandle()->flags().testFlag(Qt::WindowCloseButtonHint));
-        QVERIFY(window.isVisible());
     }
 
     void membersComeOnceAndOneGoes()
@@ -268,16 +235,76 @@ private Q_SLOTS:
         open();
         QVERIFY(m_agent->send(told("chat_joined_member=", u"<i>Bob"_s)));
         QVERIFY(m_agent->send(told("chat_joined_member=", u"Ann"_s)));
-        QTRY_COMPARE(messages().toolTip(), u"Ann\n<i>Bob"_s);
-        QCOMPARE(find<QLabel>("operators")->text(), u"Ann, <i>Bob"_s);
+        QTRY_COMPARE(m_messages->toolTip(), u"Ann\n<i>Bob"_s);
+        QCOMPARE(m_window->findChild<QLabel*>(u"operators"_s)->text(), u"Ann, <i>Bob"_s);
         QVERIFY(m_agent->send(told("chat_left_member=", u"<i>Bob"_s)));
-        QVERIFY(!AppDelegate::state().chats.constFirst()->leaved); // not before its time
-        QTRY_VERIFY(AppDelegate::state().chats.constFirst()->leaved);
-        QTRY_COMPARE(lines().mid(1),
-                     QStringList({u"L+ <i>Bob has joined"_s, u"L- <i>Bob has left"_s}));
+        QCOMPARE(lines().size(), 2); // not before its time
+        QTRY_COMPARE(lines().mid(2), QStringList(u"L- <i>Bob has left"_s));
+        QVERIFY(m_agent->send("close_chat=5")); // no second departure
         QVERIFY(m_agent->send(told("chat_left_member=", u"Eve"_s)));
-        QTest::mouseClick(find<QPushButton>("Quit"), Qt::LeftButton);
-        QTRY_VERIFY(windows().isEmpty()); // gone when her time comes
+        QTRY_VERIFY(!m_field->isEnabled());
+        QCOMPARE(lines().size(), 3);
+        QTest::mouseClick(m_quit, Qt::LeftButton);
+        QTRY_VERIFY(m_window == nullptr); // gone when Eve's time comes
+    }
+
+    void staysAtTheNewestLine()
+    {
+        fill();
+        QCOMPARE(m_messages->document()->blockCount(), ChatTranscript::kMostLines);
+        for (const int width : {500, 280, 360}) {
+            m_messages->resize(width, 370);
+            QCOMPARE(distanceToEnd(), 0);
+        }
+        append(u"a"_s.repeated(60'000));
+        append(u"a\n"_s.repeated(30'000));
+        QCOMPARE(distanceToEnd(), 0);
+        m_messages->selectAll();
+        append(u"more"_s);
+        QCOMPARE(distanceToEnd(), 0);
+        QVERIFY(!m_messages->textCursor().selectedText().contains(u"more"_s));
+    }
+
+    void staysWhereTheUserReads()
+    {
+        for (const bool byKeyboard : {true, false}) {
+            fill();
+            if (byKeyboard) {
+                for (int i = 0; i < 60; ++i) {
+                    QTest::keyClick(m_messages, Qt::Key_Up);
+                }
+            } else {
+                m_bar->setSliderPosition(m_bar->maximum() * 4 / 5);
+                m_messages->selectAll();
+            }
+            QVERIFY(distanceToEnd() > 100);
+            const QString read = lineAtTop().block().text();
+            const QRect place = m_messages->cursorRect(lineAtTop());
+            append(u"more"_s); // takes a line of the same height away at the other end
+            QCOMPARE(lineAtTop().block().text(), read);
+            QCOMPARE(m_messages->cursorRect(lineAtTop()), place);
+            m_messages->resize(280, 200);
+            QCOMPARE(lineAtTop().block().text(), read);
+            // Back at the end, new lines are followed again.
+            if (byKeyboard) {
+                QTest::keyClick(m_messages, Qt::Key_End, Qt::ControlModifier);
+            } else {
+                m_messages->appendBody(u"the user's own"_s, false, ChatColour::Text);
+            }
+            append(u"more"_s);
+            QCOMPARE(distanceToEnd(), 0);
+        }
+    }
+
+    void copiesWhatWasSaid()
+    {
+        open();
+        const QString text = u"a\n\n"_s.repeated(500) + u"b"_s.repeated(2'500) + u" c"_s;
+        QVERIFY(m_agent->send(told("receive_chat=", u"Ann"_s, text)));
+        QTRY_VERIFY(lines().size() > 2);
+        m_messages->selectAll();
+        m_messages->copy();
+        QCOMPARE(QApplication::clipboard()->text(), u"Ann has joined\nAnn\n"_s + text);
     }
 };
 
