@@ -27,7 +27,7 @@ std::unique_ptr<ChatTranscript> transcriptOf(int lines)
     transcript->show();
     for (int i = 0; i < lines; ++i) {
         if (i % 5 == 0) {
-            transcript->appendHeader(u"Ann Carter"_s, i % 2 == 0, ChatColour::Text);
+            transcript->appendHeader(u"Ann Carter"_s, i % 2 == 0);
         }
         transcript->appendBody(
             u"Line %1, which is long enough to be broken once in the window."_s.arg(i), i % 2 == 0,

@@ -226,10 +226,10 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
     ChatTranscript& transcript = *m_window->ui.Messages;
     if (!sender.isEmpty() && sender != lastUser) {
         lastUser = sender;
-        transcript.appendHeader(sender, left, color);
+        transcript.appendHeader(sender, left);
     }
     transcript.appendBody(message, left, color);
-    // Not for the person's own lines: who has just written one is here.
+    // Not for the user's own lines: who has just written one is here.
     if (left) {
         const QString shown = ShownText::shown(message.left(kMostSaid));
         Announcements::say(sender.isEmpty() ? shown : ShownText::line(sender) + u": "_s + shown);
@@ -244,7 +244,7 @@ void ChatController::end()
     const auto& ui = m_window->ui;
     const QWidget* const focus = m_window->focusWidget();
     if (focus == ui.Message || focus == ui.Send) {
-        // Else the keyboard would pass to the Quit button, under the person's typing.
+        // Else the keyboard would pass to the Quit button, while the user types.
         ui.Messages->setFocus();
     }
     ui.Send->setEnabled(false);

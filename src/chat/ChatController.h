@@ -14,25 +14,25 @@
 
 // One chat with the operators of a session, and its window.
 //
-// The window that the person closes by its title bar can be brought back; after the Quit button
-// whoever made the chat deletes it. Whoever ends the chat, the window stays, to be read, until the
-// person closes it. Main thread.
+// A window that the user closes by its title bar comes back with the next line; after the Quit
+// button the owner deletes the chat. When the chat ends, its window stays, to be read, until the
+// user closes it. Main thread.
 class ChatController : public QObject {
     Q_OBJECT
 
 public:
-    // `allowToLeave`: whether the person may close the window before somebody has left.
+    // `allowToLeave`: whether the user may close the window before somebody has left.
     ChatController(LabelSource labels, bool allowToLeave, QObject* parent);
     ~ChatController() override;
 
-    // Whether the person can see the window: a minimised one is not visible.
+    // Whether the user can see the window: a minimised one is not visible.
     [[nodiscard]] bool isVisible() const;
     // Brings the window up for the first time, beside the other chats, which stand at these places.
     void presentBeside(const QList<QPoint>& others);
     // Where the window stands, also while it is minimised; none where it is closed.
     [[nodiscard]] std::optional<QPoint> position() const;
 
-    // Whether the person is in its window.
+    // Whether the window has the keyboard.
     [[nodiscard]] bool isInUse() const;
     // Whether nothing more can be written.
     [[nodiscard]] bool hasEnded() const;
@@ -78,9 +78,9 @@ public:
     bool logoChanged = false;
 
 Q_SIGNALS:
-    // A line that the person has sent; at most 128 characters.
+    // A line that the user has sent; at most 128 characters.
     void lineEntered(const QString& text);
-    // The person has closed the window, by the title bar or the Quit button.
+    // The user has closed the window, by the title bar or the Quit button.
     void closed();
     // The Quit button, after closed().
     void quit();

@@ -96,9 +96,9 @@ ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
     connect(bar, &QScrollBar::rangeChanged, this, &ChatTranscript::keepPlace);
 }
 
-void ChatTranscript::appendHeader(const QString& sender, bool isLeft, ChatColour colour)
+void ChatTranscript::appendHeader(const QString& sender, bool isLeft)
 {
-    append(ShownText::line(sender), Kind::Header, isLeft, colour);
+    append(ShownText::line(sender), Kind::Header, isLeft, ChatColour::Text);
 }
 
 void ChatTranscript::appendBody(const QString& text, bool isLeft, ChatColour colour)
@@ -132,7 +132,7 @@ void ChatTranscript::append(const QString& shown, Kind kind, bool isLeft, ChatCo
         break;
     case Kind::Notice:
         format.setProperty(kColour, static_cast<int>(colour));
-        format.setBottomMargin(8 + kPaddingY);
+        format.setBottomMargin(2 * kPaddingY);
         // A name that runs from right to left does not turn the whole sentence round.
         format.setLayoutDirection(Qt::LeftToRight);
         characters.setForeground(noticeBrush(format, palette()));
@@ -172,9 +172,10 @@ void ChatTranscript::keepSelection()
     }
 }
 
-QTextBlock ChatTranscript::blockAt(qreal y) const
+// The position in the text that is nearest to this height.
+int ChatTranscript::positionAt(qreal y) const
 {
-    return document()->findBlock(document()->documentLayout()->hitTest({0, y}, Qt::FuzzyHit));
+    return document()->documentLayout()->hitTest({0, y}, Qt::FuzzyHit);
 }
 
 // Where the line stands in the document. Lays out what is above it.
@@ -191,8 +192,7 @@ void ChatTranscript::notePlace()
     // The caret in the last line leaves the margin below it out of sight.
     if (bar.sliderPosition() < bar.maximum() - kDocumentMargin) {
         m_place = QTextCursor(document());
-        m_place.setPosition(
-            document()->documentLayout()->hitTest(QPointF(0, bar.sliderPosition()), Qt::FuzzyHit));
+        m_place.setPosition(positionAt(bar.sliderPosition()));
         m_above = bar.sliderPosition() - topOf(m_place);
     }
 }
@@ -236,12 +236,14 @@ void ChatTranscript::paintBubbles(const QRectF& area)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.translate(0, -scrolled);
-    // The background of a message above the area may reach into it.
-    QTextBlock block = blockAt(area.top() + scrolled - 2 * kPaddingY);
+    // A background reaches beyond its text.
+    const qreal top = area.top() + scrolled - kPaddingY;
+    const qreal bottom = area.bottom() + scrolled + kPaddingY;
+    QTextBlock block = document()->findBlock(positionAt(top));
     while (continuationOf(block) != 0 && block.previous().isValid()) {
         block = block.previous();
     }
-    while (block.isValid() && block.layout()->position().y() < area.bottom() + scrolled) {
+    while (block.isValid() && block.layout()->position().y() <= bottom) {
         const QTextBlockFormat format = block.blockFormat();
         QRectF text;
         do {

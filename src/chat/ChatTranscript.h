@@ -4,8 +4,6 @@
 #include <QTextCursor>
 #include <QTextEdit>
 
-class QTextBlock;
-
 // Why a line of a transcript has a colour. The colour itself depends on the palette.
 enum class ChatColour {
     Text,  // what somebody says
@@ -30,7 +28,7 @@ public:
     explicit ChatTranscript(QWidget* parent = nullptr);
 
     // The line that says who speaks from here on.
-    void appendHeader(const QString& sender, bool isLeft, ChatColour colour);
+    void appendHeader(const QString& sender, bool isLeft);
     // What is said, or a notice.
     void appendBody(const QString& text, bool isLeft, ChatColour colour);
 
@@ -46,7 +44,7 @@ private:
 
     void append(const QString& shown, Kind kind, bool isLeft, ChatColour colour);
     void keepSelection();
-    [[nodiscard]] QTextBlock blockAt(qreal y) const;
+    [[nodiscard]] int positionAt(qreal y) const;
     [[nodiscard]] int topOf(const QTextCursor& place) const;
     void notePlace();
     void keepPlace();

@@ -10,7 +10,7 @@ class MessageField : public QLineEdit {
 public:
     explicit MessageField(QWidget* parent = nullptr);
 
-    // Cuts the text to its first so many characters as a person counts them. The caret stays.
+    // Cuts the text to so many characters (grapheme clusters, UAX #29). The caret stays.
     void limitTo(qsizetype characters);
 
 Q_SIGNALS:
