@@ -2,6 +2,7 @@
 #include "logging/Logs.h"
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ChildProcess.h"
+#include "platform/threads/Worker.h"
 #include "windows/AboutController.h"
 
 using namespace Qt::StringLiterals;
@@ -11,8 +12,11 @@ void AppDelegate::permissions()
 {
     const QString application =
         MainBundle::path().replace("vantoryAgent.app"_L1, "vantoryPermissions.app"_L1);
-    if (const auto error = ChildProcess::start(application + u"/vantoryPermissions"_s, {})) {
-        printErrorLog(*error);
+    const auto child = ChildProcess::start(application + u"/vantoryPermissions"_s, {});
+    if (child.error) {
+        printErrorLog(*child.error);
+    } else {
+        Worker::run([child] { ChildProcess::wait(child); });
     }
 }
 

@@ -32,8 +32,7 @@ fs::path systemPath(const QString& path)
 // whatever the agent's own umask is.
 void runInShell(QString script, const QString& purpose)
 {
-    ChildProcess::Options options = {
-        .input = script.toUtf8(), .limit = kLongestShell, .umask = 022};
+    ChildProcess::Options options = {.input = script.toUtf8(), .limit = kLongestShell};
     const auto result = ChildProcess::run(SystemPrograms::kBash.toString(),
                                           SettingsCommands::shellArguments(), options);
     SecretText::wipe(options.input);

@@ -46,7 +46,7 @@ QString joined(std::initializer_list<Pieces> groups)
 
 QStringList SettingsCommands::shellArguments()
 {
-    return {u"--norc"_s, u"-p"_s, u"-c"_s, u"eval \"$(</dev/stdin)\" </dev/null"_s};
+    return {u"--norc"_s, u"-p"_s, u"-c"_s, u"umask 022; eval \"$(</dev/stdin)\" </dev/null"_s};
 }
 
 QString SettingsCommands::remove(const Credentials& credentials, const QString& path)

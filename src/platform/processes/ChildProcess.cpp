@@ -2,25 +2,19 @@
 
 #include "platform/files/Descriptor.h"
 #include "platform/files/SystemError.h"
-#include "platform/processes/RunningSessions.h"
 
-#include <QCoreApplication>
 #include <QFile>
-#include <QSocketNotifier>
-#include <QThread>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
-#include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,297 +22,218 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Child {
-    pid_t pid = -1;
-    int error = 0; // an errno value where it could not be started
+constexpr std::chrono::milliseconds kBetweenLooks(10);
+
+// The children that end with the program. Each leads a session and a process group of its number.
+struct Running {
+    std::timed_mutex mutex; // guards the rest
+    std::vector<pid_t> leaders;
+    bool isOver = false;
 };
 
-// Not one of the standard three, which the child replaces: this process may have been started
-// without them.
-Descriptor aboveStandard(Descriptor descriptor)
+// Never destroyed: other threads may run while the process ends.
+Running& running()
 {
-    const bool isStandard = descriptor.isOpen() && descriptor.value() <= STDERR_FILENO;
-    return isStandard ? Descriptor(::fcntl(descriptor.value(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
-                      : std::move(descriptor);
+    static auto* const theRunning = new Running;
+    return *theRunning;
 }
 
-struct Pipe {
-    Descriptor reading;
-    Descriptor writing;
-
-    bool open()
-    {
-        std::array<int, 2> ends = {-1, -1};
-        [[maybe_unused]] const int result = ::pipe2(ends.data(), O_CLOEXEC);
-        reading = aboveStandard(Descriptor(ends[0]));
-        writing = aboveStandard(Descriptor(ends[1]));
-        return reading.isOpen() && writing.isOpen();
-    }
-};
-
-// The program and its arguments as the system takes them.
-class Arguments {
-public:
-    Arguments(const QString& program, const QStringList& arguments)
-    {
-        m_texts.push_back(QFile::encodeName(program));
-        for (const QString& argument : arguments) {
-            m_texts.push_back(argument.toUtf8());
-        }
-        for (QByteArray& text : m_texts) {
-            m_pointers.push_back(text.data());
-        }
-        m_pointers.push_back(nullptr);
-    }
-    [[nodiscard]] bool holdZero() const
-    {
-        return std::any_of(m_texts.cbegin(), m_texts.cend(),
-                           [](const QByteArray& text) { return text.contains('\0'); });
-    }
-    [[nodiscard]] char* const* pointers() const { return m_pointers.data(); }
-
-private:
-    std::vector<QByteArray> m_texts;
-    std::vector<char*> m_pointers;
-};
-
-// The kernel's calls and not the C library's, which leave out two signals that it uses itself.
-using SignalMask = std::uint64_t;
-
-SignalMask setSignalMask(SignalMask mask)
+// The error of a system call.
+ChildProcess::Child failure(int error)
 {
-    SignalMask before = 0;
-    ::syscall(SYS_rt_sigprocmask, SIG_SETMASK, &mask, &before, sizeof mask);
-    return before;
+    return {-1, systemErrorText(error)};
 }
 
-void setDefaultActions()
+// Fills a pipe and returns its end for reading. Nobody reads yet: the bytes fit as a whole or not
+// at all (EMSGSIZE).
+Descriptor pipeWith(const QByteArray& bytes)
 {
-    constexpr int kLastSignal = 64;
-    const std::array<std::uint64_t, 8> defaultAction = {}; // more than the kernel's structure
-    for (int signal = 1; signal <= kLastSignal; ++signal) {
-        ::syscall(SYS_rt_sigaction, signal, defaultAction.data(), nullptr, sizeof(SignalMask));
+    std::array<int, 2> ends = {-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        return {};
     }
+    Descriptor reading(ends[0]);
+    const Descriptor writing(ends[1]);
+    if (::write(writing.value(), bytes.constData(), static_cast<std::size_t>(bytes.size())) !=
+        bytes.size()) {
+        reading.close();
+        errno = EMSGSIZE;
+    }
+    return reading;
 }
 
-// What the child needs; all is made before it exists.
-struct Preparation {
-    char* const* arguments = nullptr;
-    int input = -1;
-    int output = -1;
-    int failure = -1; // where an errno value is written when the program can't be started
-    std::optional<unsigned int> umask;
-};
-
-// Runs in the child, in the parent's memory and while other threads may hold any lock: system calls
-// only.
-[[noreturn]] void becomeProgram(const Preparation& preparation)
+ChildProcess::Child spawn(const QString& program, const QStringList& arguments,
+                          const QByteArray& inputBytes)
 {
-    ::setsid();
-    if (preparation.umask) {
-        ::umask(*preparation.umask);
+    std::vector<QByteArray> texts = {QFile::encodeName(program)};
+    for (const QString& argument : arguments) {
+        texts.push_back(argument.toUtf8());
     }
-    setDefaultActions();
-    setSignalMask(0);
-    if (::dup2(preparation.input, STDIN_FILENO) >= 0 &&
-        ::dup2(preparation.output, STDOUT_FILENO) >= 0 &&
-        ::dup2(preparation.output, STDERR_FILENO) >= 0 &&
-        ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0) {
-        ::execv(preparation.arguments[0], preparation.arguments);
-    }
-    const int error = errno;
-    [[maybe_unused]] const auto written = ::write(preparation.failure, &error, sizeof error);
-    ::_exit(127);
-}
-
-// vfork() copies no memory, so it costs the same however large this process is. Signals are blocked
-// meanwhile: a handler of ours that ran in the child would change our memory.
-[[gnu::noinline]] pid_t makeChild(const Preparation& preparation)
-{
-    const SignalMask mask = setSignalMask(~SignalMask(0));
-    const pid_t child = ::vfork();
-    if (child == 0) {
-        // NOLINTNEXTLINE(clang-analyzer-unix.Vfork): makes system calls only
-        becomeProgram(preparation);
-    }
-    const int error = errno;
-    setSignalMask(mask);
-    errno = error;
-    return child;
-}
-
-// A program that was started with SIGCHLD ignored inherits that; the system then reaps its children
-// by itself, and no status ever comes.
-void expectStatuses()
-{
-    struct sigaction action = {};
-    ::sigaction(SIGCHLD, nullptr, &action);
-    if ((action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_IGN) {
-        action = {};
-        action.sa_handler = SIG_DFL;
-        ::sigaction(SIGCHLD, &action, nullptr);
-    }
-}
-
-// Reaps the child, once it has ended.
-ChildProcess::Result reap(pid_t child)
-{
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) {
-            return {std::nullopt, systemErrorText(errno)}; // somebody else has taken the status
-        }
-    }
-    if (WIFSIGNALED(status)) {
-        return {.status = WTERMSIG(status), .isSignal = true};
-    }
-    return {.status = WEXITSTATUS(status)};
-}
-
-// Returns the number of bytes, as read(2).
-ssize_t readWhole(int descriptor, void* target, std::size_t size)
-{
-    ssize_t length = 0;
-    do {
-        length = ::read(descriptor, target, size);
-    } while (length < 0 && errno == EINTR);
-    return length;
-}
-
-Child spawn(const QString& program, const QStringList& arguments,
-            const ChildProcess::Options& options)
-{
-    const Arguments texts(program, arguments);
-    if (texts.holdZero()) {
-        return {-1, EINVAL};
-    }
-    const Descriptor null = aboveStandard(Descriptor(::open("/dev/null", O_RDWR | O_CLOEXEC)));
-    Pipe failure;
-    if (!null.isOpen() || !failure.open()) {
-        return {-1, errno};
-    }
-    Pipe input;
-    if (!options.input.isEmpty()) {
-        if (!input.open()) {
-            return {-1, errno};
-        }
-        // Before there is a reader: it fits as a whole or not at all.
-        ::fcntl(input.writing.value(), F_SETFL, O_NONBLOCK);
-        if (::write(input.writing.value(), options.input.constData(),
-                    static_cast<std::size_t>(options.input.size())) != options.input.size()) {
-            return {-1, EMSGSIZE};
-        }
-    }
-
-    expectStatuses();
-    const pid_t child =
-        makeChild({texts.pointers(), (input.reading.isOpen() ? input.reading : null).value(),
-                   null.value(), failure.writing.value(), options.umask});
-    if (child < 0) {
-        return {-1, errno};
-    }
-    failure.writing.close();
+    std::vector<char*> pointers;
     int error = 0;
-    // The pipe ends without a byte when the child becomes the program.
-    if (readWhole(failure.reading.value(), &error, sizeof error) == sizeof error) {
-        reap(child);
-        return {-1, error};
+    for (QByteArray& text : texts) {
+        error = text.contains('\0') ? EINVAL : error;
+        pointers.push_back(text.data());
     }
-    return {child, 0};
+    pointers.push_back(nullptr);
+    const Descriptor input = inputBytes.isEmpty() ? Descriptor() : pipeWith(inputBytes);
+    if (!inputBytes.isEmpty() && !input.isOpen()) {
+        error = errno;
+    }
+
+    posix_spawn_file_actions_t files;
+    ::posix_spawn_file_actions_init(&files);
+    // The input first: its descriptor may be one of the standard three, where this process was
+    // started without them.
+    if (input.isOpen()) {
+        ::posix_spawn_file_actions_adddup2(&files, input.value(), STDIN_FILENO);
+    } else {
+        ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    }
+    ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
+    ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+
+    posix_spawnattr_t attributes;
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setflags(&attributes,
+                               POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    sigset_t signals;
+    ::sigfillset(&signals);
+    ::posix_spawnattr_setsigdefault(&attributes, &signals);
+    ::sigemptyset(&signals);
+    ::posix_spawnattr_setsigmask(&attributes, &signals);
+
+    ChildProcess::Child child;
+    if (error == 0) {
+        error =
+            ::posix_spawn(&child.pid, pointers[0], &files, &attributes, pointers.data(), environ);
+    }
+    ::posix_spawnattr_destroy(&attributes);
+    ::posix_spawn_file_actions_destroy(&files);
+    return error == 0 ? child : failure(error);
 }
 
-// A descriptor that becomes readable when the child ends (pidfd_open(2)). The C library declares
-// its function for C only.
-Descriptor endOf(pid_t child)
+// Waits for the child's end; with WNOHANG it does not wait, and with WNOWAIT the child is not
+// reaped. Returns zero, or an errno value.
+int await(pid_t child, siginfo_t& info, int flags)
 {
-    return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
+    while (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | flags) != 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
 }
 
-// Whether the child ends before the moment; it is not reaped. Without a descriptor that tells it,
-// the child is looked at every 20 ms.
+// Whether the child has ended; it is not reaped.
+bool hasEnded(pid_t child)
+{
+    siginfo_t info = {};
+    return await(child, info, WNOHANG | WNOWAIT) != 0 || info.si_pid == child;
+}
+
 bool endsBefore(pid_t child, Clock::time_point moment)
 {
-    using std::chrono::milliseconds;
-    const Descriptor end = endOf(child);
-    const milliseconds longest = end.isOpen() ? std::chrono::minutes(1) : milliseconds(20);
-    for (;;) {
-        siginfo_t info = {};
-        if (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
-            info.si_pid == child) {
-            return true;
-        }
-        const auto left = std::chrono::ceil<milliseconds>(moment - Clock::now());
-        if (left <= milliseconds(0)) {
+    while (!hasEnded(child)) {
+        if (Clock::now() >= moment) {
             return false;
         }
-        pollfd watched = {end.value(), POLLIN, 0};
-        ::poll(&watched, 1, static_cast<int>(std::min(left, longest).count()));
+        std::this_thread::sleep_for(kBetweenLooks);
     }
+    return true;
 }
 
-ChildProcess::Result waitFor(pid_t child, std::chrono::milliseconds limit)
+// Sends the signal to a leader's process group, or asks only whether there is one (0). Where the
+// group is gone the leader is taken from the list: its number may become another's.
+void signalGroups(std::vector<pid_t>& leaders, int signal)
 {
-    constexpr std::chrono::seconds kForDying(2);
-    if (endsBefore(child, Clock::now() + limit)) {
-        return reap(child);
-    }
-    ::kill(-child, SIGKILL);
-    // One that has become another account's can't be killed and goes on.
-    if (endsBefore(child, Clock::now() + kForDying)) {
-        reap(child);
-    }
-    return {std::nullopt, systemErrorText(ETIMEDOUT)};
+    std::erase_if(
+        leaders, [signal](pid_t leader) { return ::kill(-leader, signal) != 0 && errno == ESRCH; });
 }
 
-void reapLater(pid_t child)
+void awaitGroups(std::vector<pid_t>& leaders, Clock::time_point end)
 {
-    QCoreApplication* const application = QCoreApplication::instance();
-    Q_ASSERT(application != nullptr && QThread::currentThread() == application->thread());
-    const auto end = std::make_shared<Descriptor>(endOf(child));
-    if (!end->isOpen()) {
-        return; // no descriptor is left: the system reaps the child when the agent ends
+    for (signalGroups(leaders, 0); !leaders.empty() && Clock::now() < end;
+         signalGroups(leaders, 0)) {
+        std::this_thread::sleep_for(kBetweenLooks);
     }
-    auto* const notifier = new QSocketNotifier(end->value(), QSocketNotifier::Read, application);
-    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [notifier, end, child] {
-        reap(child);
-        notifier->setEnabled(false);
-        end->close();
-        notifier->deleteLater();
-    });
 }
 
 } // namespace
 
+ChildProcess::Child ChildProcess::start(const QString& program, const QStringList& arguments,
+                                        const Options& options)
+{
+    std::unique_lock<std::timed_mutex> lock;
+    if (options.endsWithProgram) {
+        lock = std::unique_lock(running().mutex);
+        if (running().isOver) {
+            return failure(ECANCELED);
+        }
+    }
+    Child child = spawn(program, arguments, options.input);
+    if (lock && !child.error) {
+        running().leaders.push_back(child.pid);
+    }
+    child.limit = options.limit;
+    return child;
+}
+
+ChildProcess::Result ChildProcess::wait(const Child& child)
+{
+    constexpr std::chrono::seconds kForDying(2);
+    if (child.error) {
+        return {std::nullopt, *child.error};
+    }
+    int error = 0;
+    if (child.limit && !endsBefore(child.pid, Clock::now() + *child.limit)) {
+        error = ETIMEDOUT;
+        ::kill(-child.pid, SIGKILL);
+        // One that has become another account's can't be killed and goes on.
+        if (!endsBefore(child.pid, Clock::now() + kForDying)) {
+            return {std::nullopt, systemErrorText(error)};
+        }
+    }
+    siginfo_t info = {};
+    await(child.pid, info, WNOWAIT);
+    {
+        const std::lock_guard lock(running().mutex);
+        std::erase(running().leaders, child.pid);
+    }
+    if (const int reaping = await(child.pid, info, 0); error == 0) {
+        error = reaping; // somebody else has taken the status
+    }
+    if (error != 0) {
+        return {std::nullopt, systemErrorText(error)};
+    }
+    return {.status = info.si_status, .isSignal = info.si_code != CLD_EXITED};
+}
+
 ChildProcess::Result ChildProcess::run(const QString& program, const QStringList& arguments,
                                        const Options& options)
 {
-    Child child;
-    const auto start = [&] { return (child = spawn(program, arguments, options)).pid; };
-    if (!options.endsWithProgram) {
-        start();
-    } else if (!RunningSessions::begin(start)) {
-        child.error = ECANCELED;
-    }
-    if (child.error != 0) {
-        return {std::nullopt, systemErrorText(child.error)};
-    }
-    if (options.endsWithProgram) {
-        RunningSessions::awaitEnd(child.pid);
-    }
-    return options.limit ? waitFor(child.pid, *options.limit) : reap(child.pid);
+    return wait(start(program, arguments, options));
 }
 
 void ChildProcess::endRunning(std::chrono::milliseconds grace)
 {
-    RunningSessions::endAll(grace);
-}
-
-std::optional<QString> ChildProcess::start(const QString& program, const QStringList& arguments)
-{
-    const Child child = spawn(program, arguments, {});
-    if (child.error != 0) {
-        return systemErrorText(child.error);
+    constexpr std::chrono::milliseconds kForKilling(200);
+    const auto end = Clock::now() + grace;
+    std::vector<pid_t> leaders;
+    {
+        // A shell that can't even be loaded (its file system hangs) must not hold up the end.
+        const std::unique_lock lock(running().mutex, end);
+        if (!lock.owns_lock()) {
+            return;
+        }
+        running().isOver = true;
+        leaders = running().leaders;
     }
-    reapLater(child.pid);
-    return std::nullopt;
+    std::erase_if(leaders, &hasEnded); // what it has left in the background goes on
+    signalGroups(leaders, SIGTERM);
+    signalGroups(leaders, SIGCONT); // a stopped one hears it only then
+    awaitGroups(leaders, end);
+    signalGroups(leaders, SIGKILL); // another account's (of sudo, say) can't be killed
+    awaitGroups(leaders, Clock::now() + kForKilling);
 }

@@ -31,24 +31,32 @@ struct Options {
     QByteArray input = {};
     // After this time the child and its process group are killed.
     std::optional<std::chrono::milliseconds> limit = {};
-    // The child's umask, where it must not be ours.
-    std::optional<unsigned int> umask = {};
     // Whether endRunning() ends it.
     bool endsWithProgram = false;
 };
+
+// A child that was started, or why it was not. Somebody must wait for it, once.
+struct Child {
+    int pid = -1;
+    std::optional<QString> error = {};
+    std::optional<std::chrono::milliseconds> limit = {};
+};
+
+// Starts the program. Any thread.
+[[nodiscard]] Child start(const QString& program, const QStringList& arguments,
+                          const Options& options = {});
+
+// Waits for the child's end. Any thread.
+Result wait(const Child& child);
 
 // Starts the program and waits for its end. Any thread.
 [[nodiscard]] Result run(const QString& program, const QStringList& arguments,
                          const Options& options = {});
 
-// Starts the program and does not wait for it; it is reaped when it ends. Returns why it could not
-// be started, or none. Main thread, with an event loop.
-[[nodiscard]] std::optional<QString> start(const QString& program, const QStringList& arguments);
-
-// Ends the sessions of the children that run() waits for and that are to end with this program:
-// asks each of their processes to end (SIGTERM), and kills what is left after `grace`. Returns when
-// they have ended, or the time is over. From then on such a child is not started any more: run()
-// fails with ECANCELED. What an ended child has left in the background is not touched. Any thread.
+// Ends the children that are to end with this program and that have not ended yet: asks their
+// process groups to end (SIGTERM), and kills what is left after `grace`. Returns when they have
+// ended, or the time is over. From then on such a child is not started any more: start() fails with
+// ECANCELED. What an ended child has left in the background is not touched. Any thread.
 void endRunning(std::chrono::milliseconds grace);
 
 } // namespace ChildProcess

@@ -9,6 +9,7 @@
 void TerminationSignals::handle(std::function<void()> handler)
 {
     ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGCHLD, SIG_DFL); // else the system reaps the children, and no status ever comes
 
     sigset_t handled;
     sigemptyset(&handled);

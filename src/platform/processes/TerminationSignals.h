@@ -10,7 +10,8 @@ namespace TerminationSignals {
 //
 // Called before any other thread is started: it blocks the signals in the calling thread, and every
 // thread that is started afterwards inherits that. SIGPIPE is ignored from then on too: a broken
-// link is reported where it is written to.
+// link is reported where it is written to. SIGCHLD, which the program may have inherited ignored,
+// is not: the system would reap the children, and their statuses would be lost.
 void handle(std::function<void()> handler);
 
 } // namespace TerminationSignals
