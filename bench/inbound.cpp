@@ -32,7 +32,8 @@ void measure(const char* what, const QByteArray& command, const QByteArray& payl
     for (int round = 0; round < kRounds; ++round) {
         messages.push_back(Figures::processorTimeOf([&bytes] {
                                for (int i = 0; i < kMessages; ++i) {
-                                   MessageDispatch::checkMessage(QString::fromUtf8(bytes));
+                                   static_cast<void>(
+                                       MessageDispatch::checkMessage(QString::fromUtf8(bytes)));
                                    while (MainQueue::waiting() > 0) {
                                        QCoreApplication::processEvents();
                                    }

@@ -3,6 +3,7 @@
 #include "agent_state/AppDelegate.h"
 #include "dispatch/MessageDispatch.h"
 #include "platform/threads/MainQueue.h"
+#include "platform/threads/Worker.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
 #include "support/Fuzzing.h"
@@ -48,6 +49,12 @@ void MainQueue::postAndWait(std::function<void()> work)
 {
     runPosted();
     work();
+}
+
+Descriptor Worker::start(std::function<void()> work)
+{
+    work();
+    return {};
 }
 
 void AppDelegate::gatewayConnected(const QString& /*name*/) {}
@@ -106,25 +113,26 @@ void AppDelegate::send(const QString& command)
     require(command.lastIndexOf("#####"_L1) == 0, "one command is sent at a time");
 }
 
-qint64 RemoteCommands::executeCommand(const QString& text)
+RemoteCommands::Started RemoteCommands::executeCommand(const QString& text)
 {
     requireText(text);
-    return 3;
+    return {[] { return 3; }};
 }
-qint64 RemoteCommands::executeApplication(const QString& text)
+RemoteCommands::Started RemoteCommands::executeApplication(const QString& text)
 {
     return executeCommand(text);
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    std::optional<QString> command;
     bool mayBeFatal = false;
     try {
         const QString text = QString::fromUtf8(viewOf(data, size));
         mayBeFatal = text.startsWith("request_chat="_L1) && !text.contains(u',');
-        command = MessageDispatch::checkMessage(text);
-        require(!command || text.startsWith(*command), "the command begins the message");
+        const auto handled = MessageDispatch::checkMessage(text);
+        require(!handled.command || text.startsWith(*handled.command),
+                "the command begins the message");
+        handled.rest();
     } catch (const FatalState&) {
         require(mayBeFatal, "only a chat without a session ends the program");
     }

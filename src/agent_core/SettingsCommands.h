@@ -19,9 +19,10 @@ struct Credentials {
 namespace SettingsCommands {
 
 // The arguments that make bash(1) run the script on its input as it would run the argument of "-c",
-// with an empty input and the umask 022; so no command line holds the password, which everybody could read. The
-// environment cannot change the shell's own commands: "-p" leaves out its functions, shell options
-// and BASH_ENV, "--norc" the file that bash reads by itself where SSH_CLIENT is set.
+// with an empty input and the umask 022; so no command line holds the password, which everybody
+// could read. The environment cannot change the shell's own commands: "-p" leaves out its
+// functions, shell options and BASH_ENV, "--norc" the file that bash reads by itself where
+// SSH_CLIENT is set.
 [[nodiscard]] QStringList shellArguments();
 
 // Removes the file.

@@ -3,6 +3,7 @@
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/threads/MainQueue.h"
+#include "platform/threads/Worker.h"
 #include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
@@ -17,6 +18,7 @@ namespace {
 struct Received {
     const QString& text;
     const QStringView payload;
+    ClientConnection::Handled& result;
 };
 
 // Posts an operation with the record, where there is one.
@@ -34,10 +36,11 @@ void disconnectedGateway(const Received&)
     MainQueue::post(&AppDelegate::gatewayDisconnected);
 }
 
-void disconnectAllSessions(const Received&)
+void disconnectAllSessions(const Received& received)
 {
     printLog(u"disconnect all sessions"_s);
-    MainQueue::postAndWait(&AppDelegate::allSessionsDisconnected);
+    received.result.awaited =
+        Worker::start([] { MainQueue::postAndWait(&AppDelegate::allSessionsDisconnected); });
 }
 
 void accountInvalid(const Received&)
@@ -50,11 +53,15 @@ void userAcknowledgement(const Received& received)
     printLog(received.text);
     const QStringList pieces = received.payload.toString().split(u';', Qt::SkipEmptyParts);
     const auto session = pieces.size() == 3 ? Protocol::parseInteger64(pieces.at(0)) : std::nullopt;
-    if (session && !AppDelegate::acceptIfScreenIsLocked(*session, pieces.at(2))) {
-        MainQueue::post([number = *session, server = pieces.at(1), user = pieces.at(2)] {
-            AppDelegate::userAcknowledgeRequest(number, server, user);
-        });
+    if (!session) {
+        return;
     }
+    const auto ask = [number = *session, server = pieces.at(1), user = pieces.at(2)] {
+        if (!AppDelegate::acceptIfScreenIsLocked(number, user)) {
+            MainQueue::post([=] { AppDelegate::userAcknowledgeRequest(number, server, user); });
+        }
+    };
+    received.result.awaited = Worker::start(ask);
 }
 
 void disconnectedGatewayReason(const Received& received)
@@ -130,7 +137,7 @@ void chatLeftMember(const Received& received)
     post(decode_chat_member(received.payload), &AppDelegate::chatMemberLeft);
 }
 
-void execute(const Received& received, qint64 (*run)(const QString&))
+void execute(const Received& received, RemoteCommands::Started (*start)(const QString&))
 {
     printLog(u"get= "_s + received.payload.toString());
     const auto info = decode_application_info(received.payload);
@@ -138,12 +145,16 @@ void execute(const Received& received, qint64 (*run)(const QString&))
         AppDelegate::send(Protocol::resultCommandFailedToRead());
         return;
     }
-    static quint64 lastCommand = 0; // of this run; only the link's queue comes here
+    static quint64 lastCommand = 0; // of this run; only the link's thread comes here
     const quint64 command = ++lastCommand;
     MainQueue::post([command, text = info->exec] { AppDelegate::commandBegan(command, text); });
-    const qint64 status = run(info->exec);
-    AppDelegate::send(Protocol::resultCommand(info->session, status));
-    MainQueue::post([command, status] { AppDelegate::commandEnded(command, status); });
+    RemoteCommands::Started started = start(info->exec);
+    received.result.awaited = std::move(started.end);
+    received.result.rest = [command, session = info->session, wait = started.wait] {
+        const int status = wait();
+        AppDelegate::send(Protocol::resultCommand(session, status));
+        MainQueue::post([command, status] { AppDelegate::commandEnded(command, status); });
+    };
 }
 
 void executeCommand(const Received& received)
@@ -198,16 +209,14 @@ constexpr Entry kEntries[] = {
 
 } // namespace
 
-std::optional<QString> MessageDispatch::checkMessage(const std::optional<QString>& message)
+ClientConnection::Handled MessageDispatch::checkMessage(const std::optional<QString>& message)
 {
-    if (!message) {
-        return std::nullopt;
-    }
     for (const Entry& entry : kEntries) {
-        if (const auto payload = entry.command.payloadOf(*message)) {
-            entry.handle({*message, *payload});
-            return entry.command.text.toString();
+        if (const auto payload = message ? entry.command.payloadOf(*message) : std::nullopt) {
+            ClientConnection::Handled handled = {entry.command.text.toString()};
+            entry.handle({*message, *payload, handled});
+            return handled;
         }
     }
-    return std::nullopt;
+    return {};
 }

@@ -28,37 +28,23 @@ ClientConnection::ClientConnection(const QString& host, quint16 port,
     : m_checkMessage(std::move(checkMessage)), m_connection(host, port, std::move(accountCheck))
 {}
 
-ClientConnection::~ClientConnection()
-{
-    m_connection.cancel();
-    m_queue.stop();
-}
-
 void ClientConnection::start()
 {
     printLog(u"connection will start"_s);
-    setUpReceive();
-    m_connection.setEnd(didNoticeEnd, endPatience,
-                        [this](const std::optional<NetworkError>& error) { didEnd(error); });
-    m_connection.start(m_queue, [this](const std::optional<NetworkError>& error) {
-        if (error) {
-            // Not tried again: whoever starts the agent starts it again.
-            connectionDidFail(*error);
-        } else {
-            printLog(u"Client connection ready"_s);
-        }
-    });
+    m_connection.start(
+        "Client connection Q",
+        {.connected = [] { printLog(u"Client connection ready"_s); },
+         .received = [this](const QByteArray& data) { return didReceive(data); },
+         .sent =
+             [](qsizetype size) { printLog(u"connection did send, data: %1 bytes"_s.arg(size)); },
+         .endNoticed = didNoticeEnd,
+         .ended = [this](const std::optional<NetworkError>& error) { didEnd(error); }},
+        endPatience);
 }
 
 void ClientConnection::send(const QByteArray& data)
 {
-    m_connection.send(data, [this, size = data.size()](const std::optional<NetworkError>& error) {
-        if (error) {
-            connectionDidFail(*error); // at once, also while the queue is busy
-            return;
-        }
-        m_queue.post([size] { printLog(u"connection did send, data: %1 bytes"_s.arg(size)); });
-    });
+    m_connection.send(data);
 }
 
 void ClientConnection::stop()
@@ -67,65 +53,48 @@ void ClientConnection::stop()
     end(std::nullopt);
 }
 
-void ClientConnection::setUpReceive()
+bool ClientConnection::didReceive(const QByteArray& data)
 {
-    m_connection.receive(
-        [this](const QByteArray& data, bool isComplete, const std::optional<NetworkError>& error) {
-            didReceive(data, isComplete, error);
-        });
+    const std::optional<QString> text = decodeText(data);
+    printLog(u"connection did receive"_s);
+    Handled handled = m_checkMessage(text);
+    const auto finish = [this, command = handled.command, rest = handled.rest] {
+        rest();
+        return didHandle(command);
+    };
+    if (!handled.awaited.isOpen()) {
+        return finish();
+    }
+    m_connection.await(std::move(handled.awaited), finish);
+    return false;
 }
 
-void ClientConnection::didReceive(const QByteArray& data, bool isComplete,
-                                  const std::optional<NetworkError>& error)
-{
-    if (!data.isEmpty()) {
-        const std::optional<QString> text = decodeText(data);
-        printLog(u"connection did receive"_s);
-        const std::optional<QString> command = m_checkMessage(text);
-        printLog(u"string: "_s + command.value_or(u"Unknown"_s));
-    }
-    if (isComplete || error) {
-        didEnd(error);
-    } else {
-        receiveNext();
-    }
-}
-
-// Messages wait at the service when the main thread has enough to do. Its queue then asks for the
-// next one itself, when it has come to the end.
-void ClientConnection::receiveNext()
+// Returns whether the next message may come now. Messages wait at the service when the main thread
+// has enough to do. Its queue then asks for the next one itself, when it has come to the end.
+bool ClientConnection::didHandle(const std::optional<QString>& command)
 {
     constexpr std::size_t kMostWaiting = 256;
+    printLog(u"string: "_s + command.value_or(u"Unknown"_s));
     if (MainQueue::waiting() < kMostWaiting) {
-        setUpReceive();
-        return;
+        return true;
     }
     MainQueue::post([this, self = std::weak_ptr<void>(m_self)] {
         if (!self.expired()) {
-            setUpReceive();
+            m_connection.resume();
         }
     });
+    return false;
 }
 
+// Not tried again, also where there was no connection: whoever starts the agent starts it again.
 void ClientConnection::didEnd(const std::optional<NetworkError>& error)
 {
     if (error) {
-        connectionDidFail(*error);
+        printErrorLog(u"connection did fail, error: "_s + error->text);
     } else {
-        connectionDidEnd();
+        printLog(u"connection did end"_s);
     }
-}
-
-void ClientConnection::connectionDidFail(const NetworkError& error)
-{
-    printErrorLog(u"connection did fail, error: "_s + error.text);
     end(error);
-}
-
-void ClientConnection::connectionDidEnd()
-{
-    printLog(u"connection did end"_s);
-    end(std::nullopt);
 }
 
 void ClientConnection::end(const std::optional<NetworkError>& error)

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platform/files/Descriptor.h"
 #include "platform/network/TcpConnection.h"
-#include "platform/threads/SerialQueue.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,16 +12,22 @@
 #include <mutex>
 #include <optional>
 
-// The link to the service: receives one message after another on a queue of its own, and sends from
-// any thread, also while that queue is busy. Once it has ended it can't be used again.
+// The link to the service: receives one message after another on the link's thread, and sends from
+// any thread. Once it has ended it can't be used again.
 //
 // The link's end waits behind the message that is being handled and those before the end, for
 // `endPatience` at most.
 class ClientConnection {
 public:
-    // Handles a received text (none where it was not UTF-8) and returns the recognised command.
-    // Runs on the queue; the next receive waits for it.
-    using CheckMessage = std::function<std::optional<QString>(const std::optional<QString>&)>;
+    struct Handled {
+        std::optional<QString> command; // as it was recognised
+        // Where something takes long: is readable when that is over, and what is done then.
+        Descriptor awaited = {};
+        std::function<void()> rest = [] {};
+    };
+    // Handles a received text (none where it was not UTF-8). This and the rest run on the link's
+    // thread, and the next receive waits for them.
+    using CheckMessage = std::function<Handled(const std::optional<QString>&)>;
     using DidStop = std::function<void(const std::optional<NetworkError>&)>;
 
     // `accountCheck` decides who may be the service (see TcpConnection).
@@ -29,7 +35,7 @@ public:
                      CheckMessage checkMessage);
     // On the main thread. Waits for the message that is being handled; its handler must not wait
     // for the caller.
-    ~ClientConnection();
+    ~ClientConnection() = default;
 
     ClientConnection(const ClientConnection&) = delete;
     ClientConnection& operator=(const ClientConnection&) = delete;
@@ -52,18 +58,13 @@ public:
     std::chrono::milliseconds endPatience{5'000};
 
 private:
-    void setUpReceive();
-    void receiveNext();
-    void didReceive(const QByteArray& data, bool isComplete,
-                    const std::optional<NetworkError>& error);
+    bool didReceive(const QByteArray& data);
+    bool didHandle(const std::optional<QString>& command);
     void didEnd(const std::optional<NetworkError>& error);
-    void connectionDidFail(const NetworkError& error);
-    void connectionDidEnd();
     void end(const std::optional<NetworkError>& error);
 
     const CheckMessage m_checkMessage;
     const std::shared_ptr<void> m_self{this, [](void*) {}}; // only to tell that it is still there
     std::mutex m_callbackMutex;                             // for taking didStopCallback
-    SerialQueue m_queue{"Client connection Q"};
     TcpConnection m_connection;
 };

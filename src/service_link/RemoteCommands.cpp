@@ -10,24 +10,26 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 kCouldNotStart = 1;
-constexpr qint64 kNoSuchApplication = 4;
+constexpr int kCouldNotStart = 1;
+constexpr int kNoSuchApplication = 4;
 
 enum class StatusLog { Written, Omitted };
 
-qint64 runShell(const QString& script, StatusLog statusLog)
+RemoteCommands::Started startShell(const QString& script, StatusLog statusLog)
 {
     // The last argument is the script's name in the shell's own messages.
-    const auto result = ChildProcess::run(SystemPrograms::kSh.toString(), {u"-c"_s, script, u"&"_s},
-                                          {.endsWithProgram = true});
-    if (!result.status) {
-        printErrorLog(result.error);
-        return kCouldNotStart;
-    }
-    if (statusLog == StatusLog::Written) {
-        printLog(u"status="_s + QString::number(*result.status));
-    }
-    return *result.status;
+    const auto child = ChildProcess::start(SystemPrograms::kSh.toString(),
+                                           {u"-c"_s, script, u"&"_s}, {.endsWithProgram = true});
+    const auto wait = [child, statusLog] {
+        const auto result = ChildProcess::wait(child);
+        if (!result.status) {
+            printErrorLog(result.error);
+        } else if (statusLog == StatusLog::Written) {
+            printLog(u"status="_s + QString::number(*result.status));
+        }
+        return result.status.value_or(kCouldNotStart);
+    };
+    return {wait, ChildProcess::endOf(child)};
 }
 
 QString withoutQuotes(const QString& word)
@@ -42,25 +44,25 @@ QString withoutQuotes(const QString& word)
 
 } // namespace
 
-qint64 RemoteCommands::executeCommand(const QString& text)
+RemoteCommands::Started RemoteCommands::executeCommand(const QString& text)
 {
     const bool isApplicationStart =
         text.contains("/Applications/"_L1) && text.contains(".app/Contents/MacOS/"_L1);
     if (isApplicationStart) {
         if (!QFileInfo::exists(withoutQuotes(getCommand(text)))) {
-            return kNoSuchApplication;
+            return {[] { return kNoSuchApplication; }};
         }
         // In the background: the shell ends at once.
-        return runShell(text + u" &"_s, StatusLog::Written);
+        return startShell(text + u" &"_s, StatusLog::Written);
     }
     printLog(u"command="_s + text);
-    return runShell(text, StatusLog::Written);
+    return startShell(text, StatusLog::Written);
 }
 
-qint64 RemoteCommands::executeApplication(const QString& text)
+RemoteCommands::Started RemoteCommands::executeApplication(const QString& text)
 {
     printLog(u"command="_s + text);
-    return runShell(text, StatusLog::Omitted);
+    return startShell(text, StatusLog::Omitted);
 }
 
 void RemoteCommands::endRunning()

@@ -8,7 +8,7 @@ import sys
 # From the ground up: each folder may use what it names, with the folders below it, and itself.
 FOLDERS = {
     "src/platform/files": "",
-    "src/platform/threads": "",
+    "src/platform/threads": "platform/files",
     "src/platform/bus": "platform/files",
     "src/platform/processes": "platform/files platform/threads",
     "src/platform/network": "platform/files platform/threads",

@@ -1,3 +1,4 @@
+#include "platform/threads/Worker.h"
 #include "service_link/ClientConnection.h"
 
 #include <QFile>
@@ -43,13 +44,14 @@ private Q_SLOTS:
                 return uid == ::getuid() ? std::nullopt : std::optional(u"a stranger"_s);
             },
             [this, idle = m_idle.get_future().share()](const std::optional<QString>& text) {
-                if (text == u"execute") {
-                    m_isBusy = true;
-                    idle.wait();
-                }
                 const std::lock_guard lock(m_mutex);
                 m_messages.append(text.value_or(u"(none)"_s));
-                return text;
+                ClientConnection::Handled handled{text};
+                if (text == u"execute") {
+                    m_isBusy = true;
+                    handled.awaited = Worker::start([idle] { idle.wait(); });
+                }
+                return handled;
             });
         m_connection->didStopCallback = [this](const std::optional<NetworkError>& error) {
             m_error = error ? error->code : 0;
@@ -207,7 +209,7 @@ private Q_SLOTS:
         }
         QTRY_COMPARE(m_ends, 1);
         QCOMPARE(m_error > 0, isReset);
-        QCOMPARE(messages(), QStringList());
+        QCOMPARE(messages(), QStringList{u"execute"_s});
     }
 
 private:

@@ -132,7 +132,7 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(QFileInfo(app).path()));
         QVERIFY(writeFile(app, "#!/bin/sh\nsleep $1\n: > \"$0.done\"\n"));
         QFile::setPermissions(app, QFile::ReadOwner | QFile::ExeOwner);
-        const std::pair<QString, qint64> expectations[] = {
+        const std::pair<QString, int> expectations[] = {
             {u"exit 3"_s, 3},
             {u"/nowhere/x 2>/dev/null"_s, 127},
             {u"kill -KILL $$"_s, 9},
@@ -141,7 +141,7 @@ private Q_SLOTS:
             {u'\'' + app + u"x' 5"_s, 4},
         };
         for (const auto& [line, status] : expectations) {
-            QCOMPARE(RemoteCommands::executeCommand(line), status);
+            QCOMPARE(RemoteCommands::executeCommand(line).wait(), status);
         }
         QVERIFY(!QFile::exists(app + u".done"_s));
     }

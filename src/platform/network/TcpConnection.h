@@ -1,14 +1,20 @@
 #pragma once
 
+#include "platform/files/Descriptor.h"
+
 #include <QByteArray>
 #include <QString>
 
+#include <array>
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <thread>
 
-class SerialQueue;
+class PeerCheck;
 
 // What the system said when something on the network failed.
 struct NetworkError {
@@ -18,9 +24,9 @@ struct NetworkError {
 
 // One TCP connection, which is opened once.
 //
-// It has a thread of its own, so that bytes are sent and read while the owner's queue is busy. Each
-// read of the socket, of at most 64 KiB, is one receive. Reading pauses while a mebibyte waits to
-// be received.
+// It has a thread of its own, which reads and calls the handlers. Each read of the socket, of at
+// most 64 KiB, is one receive. The thread reads on while the owner is not ready for the next
+// receive, until a mebibyte waits.
 //
 // Nothing is sent or received before the accounts that listen and that hold the peer's end have
 // been found to be trusted. While the connection waits in a trusted listener's queue, bytes are
@@ -31,15 +37,23 @@ public:
     // Given a UID, returns why that account may not be the peer, or none where it may. Asked of who
     // listens and of who has the peer's end. Runs on the connection's thread.
     using AccountCheck = std::function<std::optional<QString>(quint32 uid)>;
-    // No error when connected, else why not: nobody listens, the host can't be reached, the peer
-    // was refused or can't be told, and so on.
-    using ConnectHandler = std::function<void(const std::optional<NetworkError>& error)>;
-    // The data of one read (none at the end), whether the peer has closed its side, what failed.
-    using Receive = std::function<void(const QByteArray& data, bool isComplete,
-                                       const std::optional<NetworkError>&)>;
-    using SendCompletion = std::function<void(const std::optional<NetworkError>&)>;
-    // What failed, or none where the peer has closed its side.
-    using Overdue = std::function<void(const std::optional<NetworkError>&)>;
+
+    // All run on the connection's thread.
+    struct Handlers {
+        std::function<void()> connected;
+        // The data of one read. Returns whether the owner is ready for the next one; if not, it
+        // calls resume() later.
+        std::function<bool(const QByteArray& data)> received;
+        // How many bytes of one send() the system has taken; not before the owner is ready.
+        std::function<void(qsizetype size)> sent;
+        // Whether received or not, the peer has closed its side or something has failed.
+        std::function<void()> endNoticed;
+        // The last one, once: behind all that was received, where the owner takes no longer for
+        // that than `endPatience`. No error where the peer has closed its side. At once where a
+        // send fails, and where there is no connection: nobody listens, the host can't be reached,
+        // the peer was refused or can't be told, and so on.
+        std::function<void(const std::optional<NetworkError>& error)> ended;
+    };
 
     // The host is "localhost" (127.0.0.1 and ::1 in turn) or a numeric address.
     TcpConnection(const QString& host, quint16 port, AccountCheck accountCheck);
@@ -49,29 +63,71 @@ public:
     TcpConnection(const TcpConnection&) = delete;
     TcpConnection& operator=(const TcpConnection&) = delete;
 
-    // Connects, and calls the handler once with the outcome. That and the receive callbacks run on
-    // `queue`, which must outlive the connection. Once.
-    void start(SerialQueue& queue, ConnectHandler handler);
+    // Connects. A debugger shows the first fifteen characters of the label as the thread's name.
+    // Once.
+    void start(const std::string& label, Handlers handlers, std::chrono::milliseconds endPatience);
 
-    // Sets what is called on the connection's thread when its end has been noticed, and when that
-    // end has not been received within this time, because the owner is busy or much is still to be
-    // received. Before start().
-    void setEnd(std::function<void()> noticed, std::chrono::milliseconds patience, Overdue overdue);
+    // The owner is ready for the next receive. Any thread.
+    void resume();
 
-    // Asks for the next read; the handler is called once. One at a time.
-    void receive(Receive handler);
+    // Calls `then` on the connection's thread when the descriptor becomes readable; what it returns
+    // is what `received` would. From `received`.
+    void await(Descriptor descriptor, std::function<bool()> then);
 
-    // Sends the bytes after all earlier ones; before the connection is there they wait. The
-    // completion runs on the connection's thread, not on the queue, so that a broken link is
-    // noticed while the queue is busy. After cancel() nothing is sent and no completion runs. Any
-    // thread.
-    void send(QByteArray data, SendCompletion completion);
+    // Sends the bytes after all earlier ones; before the connection is there they wait. Any thread.
+    void send(QByteArray data);
 
     // Ends the connection. What the system's buffer holds still leaves. No handler is called after
     // this; one that has begun goes on. Any thread, also from a handler.
     void cancel();
 
 private:
-    class Private;
-    std::shared_ptr<Private> d;
+    struct Outgoing {
+        QByteArray data;
+        qsizetype sent = 0;
+        std::optional<NetworkError> error = {};
+
+        [[nodiscard]] bool isOver() const { return error || sent == data.size(); }
+    };
+    using Clock = std::chrono::steady_clock;
+
+    void wake() const;
+    void put(Outgoing& message) const;
+    [[nodiscard]] bool isCancelled();
+    void run();
+    void deliver();
+    bool exchange();
+    [[nodiscard]] int interest() const;
+    [[nodiscard]] int untilOverdue() const;
+    void readOnce();
+    void writeSome();
+    void noteEnd();
+    void end(const std::optional<NetworkError>& error);
+    [[nodiscard]] std::optional<NetworkError> unreadError() const;
+
+    const QString m_host;
+    const quint16 m_port;
+    const Descriptor m_wake; // an eventfd
+    Handlers m_handlers;
+    std::chrono::milliseconds m_patience{0};
+
+    // The thread's own.
+    std::unique_ptr<PeerCheck> m_peer;
+    std::array<char, 65536> m_buffer;
+    std::deque<QByteArray> m_incoming;
+    qsizetype m_waitingBytes = 0;
+    bool m_isOver = false; // all has been read
+    Descriptor m_awaited;
+    std::function<bool()> m_then;
+
+    std::mutex m_mutex;  // guards what follows
+    Descriptor m_socket; // set once, when connected, by the thread that reads and polls it
+    std::optional<NetworkError> m_readError;
+    std::optional<Clock::time_point> m_endSeen; // written by the thread only, as the error
+    std::deque<Outgoing> m_outgoing;
+    std::deque<qsizetype> m_sent; // the sizes that have still to be told
+    bool m_isReady = true;
+    bool m_cancelled = false;
+
+    std::jthread m_thread; // joined before the rest goes
 };

@@ -1,6 +1,5 @@
 #include "platform/processes/ChildProcess.h"
 
-#include "platform/files/Descriptor.h"
 #include "platform/files/SystemError.h"
 
 #include <QFile>
@@ -15,6 +14,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -178,6 +178,12 @@ ChildProcess::Child ChildProcess::start(const QString& program, const QStringLis
     }
     child.limit = options.limit;
     return child;
+}
+
+Descriptor ChildProcess::endOf(const Child& child)
+{
+    // pidfd_open(2). The C library declares its function for C only.
+    return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, child.pid, 0)));
 }
 
 ChildProcess::Result ChildProcess::wait(const Child& child)

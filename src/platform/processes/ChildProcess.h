@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/files/Descriptor.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -45,6 +47,10 @@ struct Child {
 // Starts the program. Any thread.
 [[nodiscard]] Child start(const QString& program, const QStringList& arguments,
                           const Options& options = {});
+
+// A descriptor that becomes readable when the child has ended; not open where none is left. Before
+// wait(). Any thread.
+[[nodiscard]] Descriptor endOf(const Child& child);
 
 // Waits for the child's end. Any thread.
 Result wait(const Child& child);

@@ -1,10 +1,8 @@
 #include "platform/processes/TerminationSignals.h"
 
-#include <csignal>
-#include <system_error>
-#include <thread>
+#include "platform/threads/Thread.h"
 
-#include <pthread.h>
+#include <csignal>
 
 void TerminationSignals::handle(std::function<void()> handler)
 {
@@ -17,18 +15,17 @@ void TerminationSignals::handle(std::function<void()> handler)
         sigaddset(&handled, signal);
     }
     ::pthread_sigmask(SIG_BLOCK, &handled, nullptr);
-    try {
-        std::thread thread([handled, handler = std::move(handler)] {
-            for (;;) {
-                int signal = 0;
-                if (::sigwait(&handled, &signal) == 0) {
-                    handler();
-                }
+    std::jthread thread = Thread::tryStart("signals", [handled, handler = std::move(handler)] {
+        for (;;) {
+            int signal = 0;
+            if (::sigwait(&handled, &signal) == 0) {
+                handler();
             }
-        });
-        ::pthread_setname_np(thread.native_handle(), "signals");
+        }
+    });
+    if (thread.joinable()) {
         thread.detach();
-    } catch (const std::system_error&) {
+    } else {
         ::pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
     }
 }

@@ -7,15 +7,24 @@
 
 #include <pthread.h>
 
-std::thread Thread::start(const std::string& name, std::function<void()> work)
+std::jthread Thread::tryStart(const std::string& name, std::function<void()> work)
 {
     try {
-        std::thread thread(std::move(work));
+        std::jthread thread(std::move(work));
         ::pthread_setname_np(thread.native_handle(), name.substr(0, 15).c_str());
         return thread;
-    } catch (const std::system_error& error) {
-        qFatal("no thread for \"%s\": %s", name.c_str(), error.what());
+    } catch (const std::system_error&) {
+        return {};
     }
+}
+
+std::jthread Thread::start(const std::string& name, std::function<void()> work)
+{
+    std::jthread thread = tryStart(name, std::move(work));
+    if (!thread.joinable()) {
+        qFatal("no thread for \"%s\"", name.c_str());
+    }
+    return thread;
 }
 
 void Thread::mustBeAvailable(const std::string& name)

@@ -6,9 +6,12 @@
 
 namespace Thread {
 
-// Starts a thread that the program can't do without: where the system has none left, the program
-// ends and says so. A debugger shows the first fifteen characters of the name.
-[[nodiscard]] std::thread start(const std::string& name, std::function<void()> work);
+// Starts a thread; where the system has none left the result can't be joined, and nothing runs. A
+// debugger shows the first fifteen characters of the name. Any thread.
+[[nodiscard]] std::jthread tryStart(const std::string& name, std::function<void()> work);
+
+// Likewise, but a program that can't do without this thread ends and says so.
+[[nodiscard]] std::jthread start(const std::string& name, std::function<void()> work);
 
 // Ends the program in the same way where the system has no thread left at this moment.
 void mustBeAvailable(const std::string& name);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/files/Descriptor.h"
 #include "platform/threads/MainQueue.h"
 
 #include <functional>
@@ -11,6 +12,10 @@ namespace Worker {
 // Nobody waits for it, a program that ends neither: it must hold values only, and post its result.
 // Any thread.
 void run(std::function<void()> work);
+
+// As run(), but at once: where no thread is left, on this one. The descriptor becomes readable when
+// the work is done; it is not open where that is so already.
+[[nodiscard]] Descriptor start(std::function<void()> work);
 
 // As run(), then calls `then` with the work's result on the main thread, unless the owner has been
 // deleted by then. Only `then` may use the owner.
