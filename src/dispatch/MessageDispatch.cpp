@@ -181,7 +181,7 @@ void status(const Received& received)
 }
 
 struct Entry {
-    Protocol::InboundCommand command;
+    QStringView command;
     void (*handle)(const Received&);
 };
 
@@ -212,8 +212,9 @@ constexpr Entry kEntries[] = {
 ClientConnection::Handled MessageDispatch::checkMessage(const std::optional<QString>& message)
 {
     for (const Entry& entry : kEntries) {
-        if (const auto payload = message ? entry.command.payloadOf(*message) : std::nullopt) {
-            ClientConnection::Handled handled = {entry.command.text.toString()};
+        if (const auto payload =
+                message ? Protocol::payloadOf(entry.command, *message) : std::nullopt) {
+            ClientConnection::Handled handled = {entry.command.toString()};
             entry.handle({*message, *payload, handled});
             return handled;
         }

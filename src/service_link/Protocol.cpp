@@ -21,10 +21,11 @@ QString withNumber(const QString& prefix, qint64 number)
 
 } // namespace
 
-std::optional<QStringView> Protocol::InboundCommand::payloadOf(QStringView message) const
+std::optional<QStringView> Protocol::payloadOf(QStringView command, QStringView message)
 {
-    const bool isThis = match == Match::Whole ? message == text : message.startsWith(text);
-    return isThis ? std::optional(message.sliced(text.size())) : std::nullopt;
+    const bool isPrefix = command.endsWith(u'=');
+    const bool isThis = isPrefix ? message.startsWith(command) : message == command;
+    return isThis ? std::optional(message.sliced(command.size())) : std::nullopt;
 }
 
 QString Protocol::requestConnectionsStatus()

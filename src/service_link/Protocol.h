@@ -12,36 +12,30 @@
 // commands, one in each read.
 namespace Protocol {
 
-enum class Match { Whole, Prefix };
-
-struct InboundCommand {
-    QStringView text;
-    Match match;
-
-    // The payload where the message is this command, in the message's own text; empty for a keyword
-    // alone.
-    [[nodiscard]] std::optional<QStringView> payloadOf(QStringView message) const;
-};
-
 // From the service. A message is compared with them in this order, and the first match counts.
-inline constexpr InboundCommand kDisconnectedGateway{u"disconnected_gateway", Match::Whole};
-inline constexpr InboundCommand kDisconnectAllSessions{u"disconnect_all_sessions", Match::Whole};
-inline constexpr InboundCommand kAccountInvalid{u"account_invalid", Match::Whole};
-inline constexpr InboundCommand kUserAcknowledgement{u"user_acknowledgement=", Match::Prefix};
-inline constexpr InboundCommand kDisconnectedGatewayReason{u"disconnected_gateway=", Match::Prefix};
-inline constexpr InboundCommand kConnectedSession{u"connected_session=", Match::Prefix};
-inline constexpr InboundCommand kDisconnectedSession{u"disconnected_session=", Match::Prefix};
-inline constexpr InboundCommand kCloseAcknowledgement{u"close_acknowledgement", Match::Whole};
-inline constexpr InboundCommand kReceiveMessage{u"receive_message=", Match::Prefix};
-inline constexpr InboundCommand kRequestChat{u"request_chat=", Match::Prefix};
-inline constexpr InboundCommand kCloseChat{u"close_chat=", Match::Prefix};
-inline constexpr InboundCommand kReceiveChat{u"receive_chat=", Match::Prefix};
-inline constexpr InboundCommand kChatJoinedMember{u"chat_joined_member=", Match::Prefix};
-inline constexpr InboundCommand kChatLeftMember{u"chat_left_member=", Match::Prefix};
-inline constexpr InboundCommand kExecuteCommand{u"execute_command=", Match::Prefix};
-inline constexpr InboundCommand kExecuteApplication{u"execute_application=", Match::Prefix};
-inline constexpr InboundCommand kConnectedGateway{u"connected_gateway=", Match::Prefix};
-inline constexpr InboundCommand kStatus{u"status=", Match::Prefix};
+// What ends in "=" begins a message, with the payload behind it; any other is a whole message.
+inline constexpr QStringView kDisconnectedGateway = u"disconnected_gateway";
+inline constexpr QStringView kDisconnectAllSessions = u"disconnect_all_sessions";
+inline constexpr QStringView kAccountInvalid = u"account_invalid";
+inline constexpr QStringView kUserAcknowledgement = u"user_acknowledgement=";
+inline constexpr QStringView kDisconnectedGatewayReason = u"disconnected_gateway=";
+inline constexpr QStringView kConnectedSession = u"connected_session=";
+inline constexpr QStringView kDisconnectedSession = u"disconnected_session=";
+inline constexpr QStringView kCloseAcknowledgement = u"close_acknowledgement";
+inline constexpr QStringView kReceiveMessage = u"receive_message=";
+inline constexpr QStringView kRequestChat = u"request_chat=";
+inline constexpr QStringView kCloseChat = u"close_chat=";
+inline constexpr QStringView kReceiveChat = u"receive_chat=";
+inline constexpr QStringView kChatJoinedMember = u"chat_joined_member=";
+inline constexpr QStringView kChatLeftMember = u"chat_left_member=";
+inline constexpr QStringView kExecuteCommand = u"execute_command=";
+inline constexpr QStringView kExecuteApplication = u"execute_application=";
+inline constexpr QStringView kConnectedGateway = u"connected_gateway=";
+inline constexpr QStringView kStatus = u"status=";
+
+// The payload where the message is this command, in the message's own text; empty for a keyword
+// alone.
+[[nodiscard]] std::optional<QStringView> payloadOf(QStringView command, QStringView message);
 
 // To the service: whole messages, with the "#####". It does not occur again in any of them, and
 // none ends in "#", whatever a name or a chat's line holds.
