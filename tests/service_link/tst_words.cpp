@@ -70,22 +70,6 @@ private Q_SLOTS:
         }
     }
 
-    // As RFC 8259 has it, whatever the library would take. What must be refused is in
-    // fuzz/corpus/json_text.
-    void jsonOfTheStandard()
-    {
-        const auto decode = [](const QByteArray& text, const QByteArray& value) {
-            const QByteArray json = R"({"from":"a","icon":1,"timeout":0,"x":VALUE,"text":"TEXT"})";
-            return decode_message(
-                QString::fromUtf8(QByteArray(json).replace("VALUE", value).replace("TEXT", text)));
-        };
-        QCOMPARE(decode("\\\"\\\\\\/\\b\\f\\n\\r\\t\\u005D\x7f", "-0.5e+7").value().text,
-                 u"\"\\/\b\f\n\r\t]\x7f"_s);
-        QCOMPARE(decode("\\ud83d\\uDE00", "[ \t\r\n]").value().text, u"\U0001F600"_s);
-        QCOMPARE(decode("\xef\xbb\xbfx", "1").value().text, u"\ufeffx"_s);
-        QVERIFY(!decode("", QByteArray(1024, '[') + QByteArray(1024, ']')));
-    }
-
     void statusRecords()
     {
         const auto decode = [](const QString& isValid, const QString& date) {
@@ -111,14 +95,11 @@ private Q_SLOTS:
     {
         const std::pair<const char*, const char*> expectations[] = {
             {"", ""},
-            {" a", ""},
             {"/bin/ls -l", "/bin/ls"},
             {"'/a b/c' -x", "'/a b/c'"},
             {"\"/a b/c\"d e", "\"/a b/c\""},
-            {"/a\\ b/c d", "/a\\ b/c"},
             {"'a\\'b' c", "'a\\'"}, // a backslash does not protect a quote
             {"\"it's\" x", "\"it's\""},
-            {"'a b", "'a b"},
             {"\\a b", "\\a"}, // only a quoted blank clears the escape
         };
         for (const auto& [line, word] : expectations) {
@@ -166,16 +147,10 @@ private Q_SLOTS:
                                                                    : std::nullopt;
         };
         const auto plain = read(whole);
-        QVERIFY(plain && !plain->show_agent_ui_on_connection);
-        QVERIFY(!plain->allow_chat_to_devices && plain->allow_devices_to_be_viewed);
+        QVERIFY(plain && !plain->show_agent_ui_on_connection && !plain->allow_chat_to_devices);
         QVERIFY(read(showing("true")).value().show_agent_ui_on_connection.value());
-        QVERIFY(!read(showing("false")).value().show_agent_ui_on_connection.value());
-        for (const QByteArray& bad :
-             {showing("\"true\""), replaced("\"allow_chat_to_devices\":false,", ""),
-              replaced("false", "0"), replaced("{\"s", "{\"\\x\":1,\"s"), QByteArray(),
-              QByteArray("\xff\x00\xfe", 3)}) {
-            QVERIFY2(!read(bad), bad);
-        }
+        QVERIFY(!read(showing("\"true\"")) && !read(replaced("false", "0")));
+        QVERIFY(!read(replaced("\"allow_chat_to_devices\":false,", "")) && !read(QByteArray()));
     }
 
 private:
