@@ -6,7 +6,8 @@
 // Work for the main thread, in the order of posting. It runs from the event loop, also from that of
 // a modal alert.
 //
-// Each turn of the loop runs one piece, so that what the person does is not held up by many.
+// Each turn of the loop runs pieces for two milliseconds, or a longer one, so that what the user
+// does is not held up by many.
 //
 // The work waits in a queue of our own, and Qt only watches its counter: the thread sanitizer does
 // not see Qt's own locks and would report every hand-over by Qt as a data race.
