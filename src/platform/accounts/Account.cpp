@@ -2,24 +2,22 @@
 
 #include "platform/accounts/AccountDatabase.h"
 
+#include <utility>
+
 #include <limits.h>
 #include <pwd.h>
 #include <unistd.h>
 
 namespace {
 
-struct Names {
-    QString login;
-    QString comment;
-};
-
-Names namesOf(quint32 number)
+// Login name and comment; the decimal UID where the account database doesn't know it.
+std::pair<QString, QString> namesOf(quint32 uid)
 {
     const auto entry = AccountDatabase::find<passwd>(
-        [number](auto... arguments) { return ::getpwuid_r(number, arguments...); });
-    return entry ? Names{QString::fromUtf8(entry->record.pw_name),
-                         QString::fromUtf8(entry->record.pw_gecos)}
-                 : Names{QString::number(number), {}};
+        [uid](auto... arguments) { return ::getpwuid_r(uid, arguments...); });
+    return entry ? std::pair(QString::fromUtf8(entry->record.pw_name),
+                             QString::fromUtf8(entry->record.pw_gecos))
+                 : std::pair(QString::number(uid), QString());
 }
 
 } // namespace
@@ -36,7 +34,7 @@ QString Account::loginName()
 
 QString Account::loginName(quint32 number)
 {
-    return namesOf(number).login;
+    return namesOf(number).first;
 }
 
 std::optional<quint32> Account::numberOf(const QString& name)

@@ -16,6 +16,7 @@
 
 #include <dlfcn.h>
 #include <grp.h>
+#include <limits.h>
 #include <pwd.h>
 #include <security/pam_appl.h>
 #include <unistd.h>
@@ -31,64 +32,28 @@ struct AccountRecord {
     gid_t group = 0;
 };
 
-std::optional<AccountRecord> account(const QByteArray& name)
+std::optional<AccountRecord> knownAccount(const QString& name)
 {
+    const QByteArray bytes = name.toUtf8();
+    if (name.startsWith(u'-') || std::any_of(name.cbegin(), name.cend(), [](QChar c) {
+            return c.category() == QChar::Other_Control;
+        })) {
+        return std::nullopt;
+    }
     const auto entry = AccountDatabase::find<passwd>(
-        [&](auto... arguments) { return ::getpwnam_r(name.constData(), arguments...); });
+        [&](auto... arguments) { return ::getpwnam_r(bytes.constData(), arguments...); });
     return entry ? std::optional(AccountRecord{entry->record.pw_name, entry->record.pw_gid})
                  : std::nullopt;
 }
 
-std::optional<gid_t> groupId(const char* name)
-{
-    const auto entry = AccountDatabase::find<group>(
-        [&](auto... arguments) { return ::getgrnam_r(name, arguments...); });
-    return entry ? std::optional(entry->record.gr_gid) : std::nullopt;
-}
-
-std::optional<AccountRecord> knownAccount(const QString& name)
-{
-    const bool isUsable = !name.isEmpty() && !name.startsWith(u'-') &&
-                          std::none_of(name.cbegin(), name.cend(), [](QChar c) {
-                              return c.category() == QChar::Other_Control;
-                          });
-    return isUsable ? account(name.toUtf8()) : std::nullopt;
-}
-
 // PAM, loaded when it is first needed: most agents never ask for a password, and linked it would
 // cost every one of them 36 KiB of memory at its start.
-class Pam {
-public:
-    Pam() : m_library(::dlopen("libpam.so.0", RTLD_NOW | RTLD_LOCAL)) // stays loaded
-    {
-        if (m_library != nullptr) {
-            find(start, "pam_start");
-            find(authenticate, "pam_authenticate");
-            find(accountManagement, "pam_acct_mgmt");
-            find(end, "pam_end");
-        }
-    }
-
-    [[nodiscard]] bool isThere() const
-    {
-        return start != nullptr && authenticate != nullptr && accountManagement != nullptr &&
-               end != nullptr;
-    }
-
-    decltype(&::pam_start) start = nullptr;
-    decltype(&::pam_authenticate) authenticate = nullptr;
-    decltype(&::pam_acct_mgmt) accountManagement = nullptr;
-    decltype(&::pam_end) end = nullptr;
-
-private:
-    template <typename Function>
-    void find(Function& function, const char* name)
-    {
-        function = reinterpret_cast<Function>(::dlsym(m_library, name));
-    }
-
-    void* m_library;
-};
+template <typename Function>
+Function* pam(const char* name)
+{
+    static void* const library = ::dlopen("libpam.so.0", RTLD_NOW | RTLD_LOCAL); // stays loaded
+    return library != nullptr ? reinterpret_cast<Function*>(::dlsym(library, name)) : nullptr;
+}
 
 // Answers PAM's questions: the answer to a hidden one is the password; any other is for a person,
 // and nobody is asked here. PAM overwrites and frees the answers.
@@ -97,51 +62,41 @@ int converse(int count, const pam_message** messages, pam_response** responses, 
     if (count <= 0 || count > PAM_MAX_NUM_MSG) {
         return PAM_CONV_ERR;
     }
-    const auto& password = *static_cast<const QByteArray*>(data);
-    auto* const answers = static_cast<pam_response*>(
-        std::calloc(static_cast<std::size_t>(count), sizeof(pam_response)));
+    const bool isAnswerable = std::none_of(messages, messages + count, [](const pam_message* m) {
+        return m->msg_style == PAM_PROMPT_ECHO_ON;
+    });
+    auto* const answers = isAnswerable ? static_cast<pam_response*>(std::calloc(
+                                             static_cast<std::size_t>(count), sizeof(pam_response)))
+                                       : nullptr;
     if (answers == nullptr) {
-        return PAM_BUF_ERR;
+        return PAM_CONV_ERR;
     }
-    bool isAnswered = true;
     for (int i = 0; i < count; ++i) {
         if (messages[i]->msg_style == PAM_PROMPT_ECHO_OFF) {
-            answers[i].resp = ::strdup(password.constData());
-            isAnswered = isAnswered && answers[i].resp != nullptr;
-        } else if (messages[i]->msg_style == PAM_PROMPT_ECHO_ON) {
-            isAnswered = false;
+            answers[i].resp = ::strdup(static_cast<const QByteArray*>(data)->constData());
         }
     }
-    if (isAnswered) {
-        *responses = answers;
-        return PAM_SUCCESS;
-    }
-    for (int i = 0; i < count; ++i) {
-        if (answers[i].resp != nullptr) {
-            ::explicit_bzero(answers[i].resp, std::strlen(answers[i].resp));
-            std::free(answers[i].resp);
-        }
-    }
-    std::free(answers);
-    return PAM_CONV_ERR;
+    *responses = answers;
+    return PAM_SUCCESS;
 }
 
 bool doesPamAccept(const QByteArray& name, QByteArray& password)
 {
-    static const Pam pam;
-    if (!pam.isThere()) {
-        return false;
-    }
+    auto* const start = pam<decltype(::pam_start)>("pam_start");
+    auto* const authenticate = pam<decltype(::pam_authenticate)>("pam_authenticate");
+    auto* const manageAccount = pam<decltype(::pam_acct_mgmt)>("pam_acct_mgmt");
+    auto* const end = pam<decltype(::pam_end)>("pam_end");
     const pam_conv conversation = {&converse, &password};
     pam_handle_t* handle = nullptr;
-    if (pam.start("vantoryagent", name.constData(), &conversation, &handle) != PAM_SUCCESS) {
+    if (start == nullptr || authenticate == nullptr || manageAccount == nullptr || end == nullptr ||
+        start("vantoryagent", name.constData(), &conversation, &handle) != PAM_SUCCESS) {
         return false;
     }
-    int answer = pam.authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
+    int answer = authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
     if (answer == PAM_SUCCESS) {
-        answer = pam.accountManagement(handle, PAM_SILENT);
+        answer = manageAccount(handle, PAM_SILENT);
     }
-    pam.end(handle, answer);
+    end(handle, answer);
     return answer == PAM_SUCCESS;
 }
 
@@ -179,8 +134,10 @@ bool LocalAccounts::isPasswordRight(const QString& name, const QString& password
 std::optional<LocalAccounts::Group> LocalAccounts::administrators()
 {
     for (const char* const candidate : {"admin", "sudo", "wheel"}) {
-        if (const auto number = groupId(candidate)) {
-            return Group{*number, QString::fromLatin1(candidate)};
+        const auto entry = AccountDatabase::find<group>(
+            [&](auto... arguments) { return ::getgrnam_r(candidate, arguments...); });
+        if (entry) {
+            return Group{entry->record.gr_gid, QString::fromLatin1(candidate)};
         }
     }
     return std::nullopt;
@@ -193,12 +150,9 @@ bool LocalAccounts::isAdministrator(const QString& name)
     if (!known || !wanted) {
         return false;
     }
-    std::vector<gid_t> groups(64);
+    std::vector<gid_t> groups(NGROUPS_MAX + 1); // and its own
     auto count = static_cast<int>(groups.size());
-    while (::getgrouplist(known->name.constData(), known->group, groups.data(), &count) < 0) {
-        groups.resize(std::max(groups.size() * 2, static_cast<std::size_t>(count)));
-        count = static_cast<int>(groups.size());
-    }
-    groups.resize(static_cast<std::size_t>(count));
+    ::getgrouplist(known->name.constData(), known->group, groups.data(), &count);
+    groups.resize(std::min(groups.size(), static_cast<std::size_t>(count)));
     return std::find(groups.cbegin(), groups.cend(), wanted->number) != groups.cend();
 }

@@ -1,19 +1,13 @@
 #include "platform/accounts/PreferredLanguages.h"
 
-#include <QStringView>
-
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
 
 // "pt_BR" for "pt_BR.UTF-8@euro".
-QString languageOf(QStringView locale)
+QString languageOf(const QString& locale)
 {
-    const auto* const end =
-        std::find_if(locale.begin(), locale.end(), [](QChar c) { return c == u'.' || c == u'@'; });
-    return locale.first(end - locale.begin()).toString();
+    return locale.section(u'.', 0, 0).section(u'@', 0, 0);
 }
 
 } // namespace
@@ -21,8 +15,7 @@ QString languageOf(QStringView locale)
 QStringList preferredLanguages()
 {
     QStringList languages;
-    const QString list = qEnvironmentVariable("LANGUAGE");
-    for (const QStringView piece : QStringView(list).split(u':')) {
+    for (const QString& piece : qEnvironmentVariable("LANGUAGE").split(u':')) {
         languages.append(languageOf(piece));
     }
     for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
