@@ -102,8 +102,7 @@ int main(int argc, char* argv[])
     if (const auto status = CommandLine::run(arguments)) {
         return *status;
     }
-    RunningAgent runningAgent;
-    if (!runningAgent.isThisProcess()) {
+    if (!RunningAgent::take()) {
         return CommandLine::showRunningAgent(arguments);
     }
     ProcessMemory::useOneHeap();
@@ -138,7 +137,7 @@ int main(int argc, char* argv[])
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();
-    AppDelegate::answerRequests(runningAgent);
+    AppDelegate::answerRequests();
     // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
     // last, because exit handlers run in the reverse order: this one comes first.
     std::atexit(&terminateWithoutDisplay);

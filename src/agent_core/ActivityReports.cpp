@@ -32,7 +32,7 @@ void AppDelegate::noteActivity(Kind kind, const QString& text, quint64 command)
         agent.hasUntoldAbsence = true;
         showUnseenActivity();
     }
-    // An acceptance may be noted after the unlocking, and where nobody tells of that.
+    // An acceptance may be noted after the unlocking.
     if (kind == Kind::RequestAccepted && !agent.isScreenLocked) {
         tellAbsence();
         return;

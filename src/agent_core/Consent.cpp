@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlName)
 {
-    const bool isLocked = ConsoleSession::isScreenLocked();
+    const bool isLocked = ConsoleSession::screen() == ConsoleSession::Screen::Locked;
     if (isLocked) {
         send(Protocol::acceptConnection(session));
         MainQueue::post(

@@ -4,7 +4,6 @@
 #include "platform/accounts/Account.h"
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/accounts/PreferredLanguages.h"
-#include "platform/accounts/ScreenLock.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/StatusItem.h"
@@ -131,8 +130,7 @@ void AppDelegate::startNotices()
         }
     });
     connect(m_notices.get(), &DesktopNotices::missingIconTold, this, &AppDelegate::noteIconHint);
-    m_screenLock = std::make_unique<ScreenLock>();
-    connect(m_screenLock.get(), &ScreenLock::changed, this, &AppDelegate::screenLockChanged);
+    ConsoleSession::followLock(&AppDelegate::screenLockChanged);
 }
 
 void AppDelegate::readAppName()

@@ -39,14 +39,14 @@ bool endListedSession(qint64 number)
 
 } // namespace
 
-void AppDelegate::answerRequests(RunningAgent& agent)
+void AppDelegate::answerRequests()
 {
-    agent.answer({.present =
-                      [](quint32 time) {
-                          WindowActivation::noteAction(time);
-                          connectionDisplay();
-                      },
-                  .port = [] { return options.portUI; },
-                  .status = [] { return summary().toJson(); },
-                  .endSession = &endListedSession});
+    RunningAgent::answer({.present =
+                              [](quint32 time) {
+                                  WindowActivation::noteAction(time);
+                                  connectionDisplay();
+                              },
+                          .port = [] { return options.portUI; },
+                          .status = [] { return summary().toJson(); },
+                          .endSession = &endListedSession});
 }

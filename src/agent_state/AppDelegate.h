@@ -14,8 +14,6 @@
 #include <memory>
 #include <optional>
 
-class RunningAgent;
-class ScreenLock;
 class SettingsWindow;
 struct CredentialCheck;
 
@@ -150,7 +148,7 @@ public:
     // --- Requests.cpp: what other programs of the person's ask of the agent ---
 
     // From now on, as long as `agent` lives.
-    static void answerRequests(RunningAgent& agent);
+    static void answerRequests();
 
     // --- Consent.cpp ---
 
@@ -240,7 +238,6 @@ private:
     std::unique_ptr<AboutController> m_aboutView;
     std::unique_ptr<ActivityWindow> m_activityWindow;
     std::unique_ptr<DesktopNotices> m_notices;
-    std::unique_ptr<ScreenLock> m_screenLock;
     std::unique_ptr<SecurityAccess> m_access;
     const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
     std::shared_ptr<CredentialCheck> m_check;                      // whose result is waited for

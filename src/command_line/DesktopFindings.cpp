@@ -86,15 +86,16 @@ Findings busFindings(const CommandTexts& texts, const DesktopFacts& facts)
     return findings;
 }
 
-Findings logindFindings(const CommandTexts& texts, const DesktopFacts& facts)
+Findings logindFindings(const CommandTexts& texts)
 {
-    if (!facts.hasLogind) {
+    switch (ConsoleSession::screen()) {
+    case ConsoleSession::Screen::Unknown:
         return {Finding::wrong(texts, "doctor.noLogind"_L1)};
-    }
-    if (!ConsoleSession::ownSession()) {
+    case ConsoleSession::Screen::NoSession:
         return {Finding::wrong(texts, "doctor.noSession"_L1, {u"libpam-systemd"_s})};
+    default:
+        return {};
     }
-    return {};
 }
 
 // Whether a desktop leaves out what such a file starts (Desktop Entry Specification).
@@ -161,8 +162,7 @@ Findings DesktopFindings::all(const CommandTexts& texts)
     }
     Findings findings = displayFindings(texts, facts);
     if (facts.display != Display::NotNamed) {
-        findings +=
-            busFindings(texts, facts) + logindFindings(texts, facts) + agentFindings(texts, facts);
+        findings += busFindings(texts, facts) + logindFindings(texts) + agentFindings(texts, facts);
     }
     return findings;
 }

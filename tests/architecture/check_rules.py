@@ -38,8 +38,7 @@ LINES = [
      "only the platform asks the system"),
     (r"\.h$", r'#include (<.*\.h>|"ui_)|^using namespace', "not in a header"),
     (r"\.(cpp|h)$", r'QStringLiteral|QLatin1String\(|"_qs\b', 'texts are u""_s or ""_L1'),
-    # A SIGNAL() as the last argument is the bus's connect(), which has no other way.
-    (r"^(src|simulator)/", r"\bSIGNAL\(.*\),|\bprocessEvents\(|\bsender\(\)|\bon_\w+_\w+\(",
+    (r"^(src|simulator)/", r"\bSIGNAL\(|\bprocessEvents\(|\bsender\(\)|\bon_\w+_\w+\(",
      "an old Qt habit"),
 ]
 LONGEST = 400

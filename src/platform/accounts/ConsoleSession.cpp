@@ -1,25 +1,29 @@
 #include "platform/accounts/ConsoleSession.h"
 
+#include "platform/bus/BusConnection.h"
+#include "platform/threads/MainQueue.h"
+#include "platform/threads/Worker.h"
+
 #include <QByteArray>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTimer>
 
-#include <cerrno>
-#include <chrono>
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <string>
+#include <mutex>
+#include <utility>
 
-#include <systemd/sd-bus.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using ConsoleSession::Screen;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+using Clock = BusConnection::Clock;
 
 constexpr std::chrono::milliseconds kTimeLimit(500);
+constexpr std::chrono::seconds kPause(3); // between the attempts to connect
+constexpr int kAttempts = 10;
 
 constexpr auto kService = "org.freedesktop.login1";
 constexpr auto kManagerPath = "/org/freedesktop/login1";
@@ -29,193 +33,187 @@ constexpr auto kSeat = "org.freedesktop.login1.Seat";
 constexpr auto kSession = "org.freedesktop.login1.Session";
 constexpr auto kUser = "org.freedesktop.login1.User";
 
-// Questions to logind, over a connection of their own. An answer that comes after the deadline, is
-// an error or is not of the documented type counts as none.
+// What is followed: changes of sessions, seats and users; and that logind comes (back).
+constexpr const char* kSignals[] = {
+    "type='signal',sender='org.freedesktop.login1',interface='org.freedesktop.DBus.Properties'",
+    "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',"
+    "arg0='org.freedesktop.login1',arg1=''",
+};
+
+// The one connection to logind, which all threads share.
+struct Shared {
+    std::mutex mutex; // guards the rest
+    BusConnection bus;
+    std::function<void(bool)> tell;
+    bool isLocked = false; // what was told last
+};
+
+// Never destroyed: other threads may ask while the process ends.
+Shared& shared()
+{
+    static auto* const theOne = new Shared;
+    return *theOne;
+}
+
+// Calls to logind, which together have the time limit. Other threads wait meanwhile.
 class Logind {
 public:
-    Logind()
+    Logind();
+
+    [[nodiscard]] std::optional<QString> consoleUser();
+    // Asks, once more where something changes meanwhile, and tells who follows.
+    Screen screen();
+
+private:
+    // Whether something has come besides the replies: one of the signals.
+    bool readNews()
     {
-        // Only begins to connect. The library's own call that waits for an answer also waits for
-        // the connection, without a time limit; hence answerTo().
-        sd_bus* bus = nullptr;
-        if (sd_bus_open_system(&bus) >= 0) {
-            m_bus.reset(bus);
+        bool hasNews = false;
+        while (m_bus.processOne()) {
+            hasNews = true;
         }
+        return hasNews;
     }
 
     // The object path that a method of the manager returns.
-    template <typename... Arguments>
-    [[nodiscard]] std::optional<std::string> object(const char* method, const char* types,
-                                                    Arguments... arguments)
+    std::optional<QByteArray> object(const char* method, const BusConnection::Argument& argument)
     {
-        const Message answer = call(kManagerPath, kManager, method, types, arguments...);
-        return text(answer.get(), SD_BUS_TYPE_OBJECT_PATH);
+        return m_bus.call(kService, kManagerPath, kManager, method, {argument})
+            .value<const char*>('o');
     }
 
-    // The session that is active at the seat.
-    [[nodiscard]] std::optional<std::string> activeSession()
+    std::optional<QByteArray> sessionText(const QByteArray& session, const char* name)
     {
-        return sessionIn(kSeatPath, kSeat, "ActiveSession");
+        return m_bus.property(kService, session.constData(), kSession, name, "s")
+            .value<const char*>('s');
     }
 
-    // The user's main session: logind prefers a graphical one.
-    [[nodiscard]] std::optional<std::string> mainSessionOf(std::uint32_t uid)
-    {
-        const auto user = object("GetUser", "u", uid);
-        return user ? sessionIn(user->c_str(), kUser, "Display") : std::nullopt;
-    }
-
-    // Whether the session is the user's and has a screen. A user manager's and cron's sessions,
-    // whose classes are "manager" and "background", are never locked.
-    [[nodiscard]] bool isDesktopOf(std::uint32_t uid, const std::string& path)
-    {
-        const Message answer = property(path.c_str(), kSession, "User", "(uo)");
-        std::uint32_t owner = 0;
-        if (!answer || sd_bus_message_read(answer.get(), "(uo)", &owner, nullptr) <= 0 ||
-            owner != uid) {
-            return false;
-        }
-        const auto kind = sessionText(path, "Class");
-        return kind && kind->rfind("user", 0) == 0; // also "user-early" and the like
-    }
-
-    [[nodiscard]] std::optional<std::string> sessionText(const std::string& path, const char* name)
-    {
-        const Message answer = property(path.c_str(), kSession, name, "s");
-        return text(answer.get(), SD_BUS_TYPE_STRING);
-    }
-
-    [[nodiscard]] bool sessionFlag(const std::string& path, const char* name)
-    {
-        const Message answer = property(path.c_str(), kSession, name, "b");
-        int value = 0;
-        return answer && sd_bus_message_read_basic(answer.get(), SD_BUS_TYPE_BOOLEAN, &value) > 0 &&
-               value != 0;
-    }
-
-private:
-    static Message none() { return {nullptr, &sd_bus_message_unref}; }
-
-    [[nodiscard]] static std::optional<std::string> text(sd_bus_message* answer, char type)
-    {
-        const char* value = nullptr;
-        if (answer == nullptr || sd_bus_message_read_basic(answer, type, &value) <= 0) {
-            return std::nullopt;
-        }
-        return value;
-    }
-
-    // The session that a property names, as "(so)".
-    [[nodiscard]] std::optional<std::string> sessionIn(const char* path, const char* interface,
-                                                       const char* name)
-    {
-        const Message answer = property(path, interface, name, "(so)");
-        const char* id = nullptr;
-        const char* session = nullptr;
-        if (!answer || sd_bus_message_read(answer.get(), "(so)", &id, &session) <= 0 ||
-            *id == '\0') {
-            return std::nullopt; // an empty id means no session
-        }
-        return session;
-    }
-
-    // The next value to read in the answer is the property's.
-    Message property(const char* path, const char* interface, const char* name, const char* type)
-    {
-        Message answer =
-            call(path, "org.freedesktop.DBus.Properties", "Get", "ss", interface, name);
-        if (!answer ||
-            sd_bus_message_enter_container(answer.get(), SD_BUS_TYPE_VARIANT, type) <= 0) {
-            return none();
-        }
-        return answer;
-    }
-
-    template <typename... Arguments>
-    Message call(const char* path, const char* interface, const char* method, const char* types,
-                 Arguments... arguments)
-    {
-        sd_bus_message* message = nullptr;
-        if (!m_bus || sd_bus_message_new_method_call(m_bus.get(), &message, kService, path,
-                                                     interface, method) < 0) {
-            return none();
-        }
-        const Message request(message, &sd_bus_message_unref);
-        if (sd_bus_message_append(message, types, arguments...) < 0) {
-            return none();
-        }
-        return answerTo(message);
-    }
-
-    // Sends the request, and processes the connection's traffic, from its set-up on, until the
-    // answer or the deadline comes.
-    Message answerTo(sd_bus_message* request)
-    {
-        Message answer = none();
-        const auto store = [](sd_bus_message* message, void* target, sd_bus_error*) {
-            static_cast<Message*>(target)->reset(sd_bus_message_ref(message));
-            return 0;
-        };
-        sd_bus_slot* slot = nullptr;
-        constexpr auto kNoTimeLimit = UINT64_MAX; // the loop below has one
-        if (sd_bus_call_async(m_bus.get(), &slot, request, store, &answer, kNoTimeLimit) < 0) {
-            return answer;
-        }
-        const std::unique_ptr<sd_bus_slot, decltype(&sd_bus_slot_unref)> owner(slot,
-                                                                               &sd_bus_slot_unref);
-        while (!answer) {
-            const auto left =
-                std::chrono::duration_cast<std::chrono::microseconds>(m_deadline - Clock::now());
-            if (left.count() <= 0) {
-                break;
-            }
-            const int done = sd_bus_process(m_bus.get(), nullptr);
-            if (done < 0) {
-                break;
-            }
-            if (done == 0) {
-                const int waited =
-                    sd_bus_wait(m_bus.get(), static_cast<std::uint64_t>(left.count()));
-                if (waited < 0 && waited != -EINTR) {
-                    break;
-                }
-            }
-        }
-        return answer && sd_bus_message_is_method_error(answer.get(), nullptr) == 0
-                   ? std::move(answer)
-                   : none();
-    }
-
-    // Unsent messages are dropped: to send them could take long.
-    struct Close {
-        void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-    };
+    std::optional<QByteArray> sessionIn(const QByteArray& path, const char* interface,
+                                        const char* name);
+    bool isDesktopOf(quint32 uid, const QByteArray& session);
+    Screen askForScreen();
 
     const Clock::time_point m_deadline = Clock::now() + kTimeLimit;
-    std::unique_ptr<sd_bus, Close> m_bus;
+    const std::lock_guard<std::mutex> m_lock{shared().mutex};
+    BusConnection& m_bus = shared().bus;
 };
 
-std::optional<std::string> ownSessionIn(Logind& logind)
+Logind::Logind()
 {
-    const std::uint32_t uid = ::getuid();
-    const QByteArray id = qgetenv("XDG_SESSION_ID");
-    const std::function<std::optional<std::string>()> candidates[] = {
-        [&] {
-            return id.isEmpty() ? std::nullopt : logind.object("GetSession", "s", id.constData());
-        },
-        [&] {
-            return logind.object("GetSessionByPID", "u", static_cast<std::uint32_t>(::getpid()));
-        },
-        [&] { return logind.activeSession(); },
-        [&] { return logind.mainSessionOf(uid); },
-    };
-    for (const auto& candidate : candidates) {
-        const auto session = candidate();
-        if (session && logind.isDesktopOf(uid, *session)) {
-            return session;
+    readNews();
+    if (m_bus.isOpen()) {
+        m_bus.setDeadline(m_deadline);
+        return;
+    }
+    m_bus = BusConnection(BusConnection::kSystem, m_deadline);
+    for (const char* const rule : kSignals) {
+        if (!m_bus.callBus("AddMatch", {rule})) {
+            m_bus = BusConnection();
         }
     }
-    return std::nullopt;
+}
+
+// The session that a property names, as "(so)".
+std::optional<QByteArray> Logind::sessionIn(const QByteArray& path, const char* interface,
+                                            const char* name)
+{
+    BusReply reply = m_bus.property(kService, path.constData(), interface, name, "(so)");
+    reply.enter('r', "so");
+    const auto id = reply.value<const char*>('s');
+    const bool isSession = id && **id != '\0';
+    return isSession ? reply.value<const char*>('o') : std::nullopt;
+}
+
+// Whether the session is the user's and has a screen. A user manager's and cron's sessions, whose
+// classes are "manager" and "background", are never locked.
+bool Logind::isDesktopOf(quint32 uid, const QByteArray& session)
+{
+    BusReply owner = m_bus.property(kService, session.constData(), kSession, "User", "(uo)");
+    owner.enter('r', "uo");
+    return owner.value<quint32>('u') == uid &&
+           sessionText(session, "Class").value_or(QByteArray()).startsWith("user"); // "user-early"
+}
+
+std::optional<QString> Logind::consoleUser()
+{
+    const auto session = sessionIn(kSeatPath, kSeat, "ActiveSession");
+    const auto kind = session ? sessionText(*session, "Class") : std::nullopt;
+    if (kind == "greeter") {
+        return u"loginwindow"_s;
+    }
+    const auto name = kind ? sessionText(*session, "Name") : std::nullopt;
+    return name && !name->isEmpty() ? std::optional(QString::fromUtf8(*name)) : std::nullopt;
+}
+
+Screen Logind::askForScreen()
+{
+    const quint32 uid = ::getuid();
+    const QByteArray id = qgetenv("XDG_SESSION_ID");
+    using Candidate = std::function<std::optional<QByteArray>()>;
+    for (const Candidate& candidate : {
+             Candidate([&] {
+                 return id.isEmpty() ? std::nullopt : object("GetSession", id.constData());
+             }),
+             Candidate([&] { return object("GetSessionByPID", static_cast<quint32>(::getpid())); }),
+             Candidate([&] { return sessionIn(kSeatPath, kSeat, "ActiveSession"); }),
+             Candidate([&] { // the user's main session: logind prefers a graphical one
+                 const auto user = object("GetUser", uid);
+                 return user ? sessionIn(*user, kUser, "Display") : std::nullopt;
+             }),
+         }) {
+        const auto session = candidate();
+        if (session && isDesktopOf(uid, *session)) {
+            const auto isLocked =
+                m_bus.property(kService, session->constData(), kSession, "LockedHint", "b").flag();
+            return !isLocked ? Screen::Unknown : *isLocked ? Screen::Locked : Screen::Unlocked;
+        }
+    }
+    const bool replies =
+        static_cast<bool>(m_bus.call(kService, kManagerPath, "org.freedesktop.DBus.Peer", "Ping"));
+    return replies ? Screen::NoSession : Screen::Unknown;
+}
+
+Screen Logind::screen()
+{
+    Screen screen = Screen::Unknown;
+    do {
+        screen = askForScreen();
+    } while (readNews() && Clock::now() < m_deadline);
+    const bool isLocked = screen == Screen::Locked;
+    if (screen != Screen::Unknown && isLocked != shared().isLocked && shared().tell) {
+        shared().isLocked = isLocked;
+        MainQueue::post([tell = shared().tell, isLocked] { tell(isLocked); });
+    }
+    return screen;
+}
+
+void follow(int attempts);
+
+// Asks again when the connection has something to read, or for a new connection. Main thread.
+void waitForNews(const BusConnection& bus, int attempts)
+{
+    auto* const application = QCoreApplication::instance();
+    if (bus.isReady()) {
+        auto* const notifier =
+            new QSocketNotifier(bus.descriptor(), QSocketNotifier::Read, application);
+        // The copy of the connection keeps the descriptor open while it is watched.
+        QObject::connect(notifier, &QSocketNotifier::activated, notifier, [notifier, bus] {
+            notifier->setEnabled(false);
+            notifier->deleteLater();
+            follow(kAttempts);
+        });
+    } else if (attempts > 0) {
+        QTimer::singleShot(kPause, application, [attempts] { follow(attempts); });
+    }
+}
+
+void follow(int attempts)
+{
+    Worker::run([attempts] {
+        ConsoleSession::screen();
+        const std::lock_guard lock(shared().mutex);
+        MainQueue::post([bus = shared().bus, attempts] { waitForNews(bus, attempts - 1); });
+    });
 }
 
 } // namespace
@@ -223,29 +221,24 @@ std::optional<std::string> ownSessionIn(Logind& logind)
 std::optional<QString> ConsoleSession::consoleUser()
 {
     Logind logind;
-    const auto session = logind.activeSession();
-    if (!session) {
-        return std::nullopt;
+    const auto user = logind.consoleUser();
+    if (shared().tell) {
+        logind.screen(); // what was read on the way may have been a signal
     }
-    const auto kind = logind.sessionText(*session, "Class");
-    if (kind == "greeter") {
-        return u"loginwindow"_s;
-    }
-    const auto name = logind.sessionText(*session, "Name");
-    return kind && name && !name->empty() ? std::optional(QString::fromStdString(*name))
-                                          : std::nullopt;
+    return user;
 }
 
-std::optional<QString> ConsoleSession::ownSession()
+Screen ConsoleSession::screen()
 {
-    Logind logind;
-    const auto session = ownSessionIn(logind);
-    return session ? std::optional(QString::fromStdString(*session)) : std::nullopt;
+    return Logind().screen();
 }
 
-bool ConsoleSession::isScreenLocked()
+void ConsoleSession::followLock(std::function<void(bool)> tell)
 {
-    Logind logind;
-    const auto session = ownSessionIn(logind);
-    return session && logind.sessionFlag(*session, "LockedHint");
+    const std::lock_guard lock(shared().mutex);
+    const bool isFirst = !std::exchange(shared().tell, std::move(tell));
+    shared().isLocked = false;
+    if (isFirst) {
+        follow(kAttempts);
+    }
 }

@@ -1,9 +1,30 @@
 #include "platform/bus/Bus.h"
 
+#include "platform/bus/BusConnection.h"
+
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 
+#include <cerrno>
+
 using namespace Qt::StringLiterals;
+
+bool Bus::answers(const QByteArray& bus, const char* service, std::chrono::seconds limit)
+{
+    BusConnection connection(bus, BusConnection::Clock::now() + limit);
+    return connection.call(service, "/", "org.freedesktop.DBus.Peer", "Ping").error() != ETIMEDOUT;
+}
+
+QDBusConnection Bus::session()
+{
+    static const bool isThere = [] { // the first caller asks, the others wait for it
+        while (!answers(BusConnection::kSession, "org.freedesktop.DBus", kTimeLimit)) {
+        }
+        return true;
+    }();
+    Q_UNUSED(isThere);
+    return QDBusConnection::sessionBus();
+}
 
 void Bus::ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit,
               QObject* context, const std::function<void(const QDBusMessage&)>& then)
@@ -15,13 +36,10 @@ void Bus::ask(const QDBusConnection& bus, const QDBusMessage& question, int time
     });
 }
 
-QDBusMessage Bus::propertyQuestion(const QString& service, const QString& path,
-                                   const QString& interface, const QString& property)
+QDBusMessage Bus::callToBus(const QString& method)
 {
-    auto question = QDBusMessage::createMethodCall(service, path,
-                                                   u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
-    question << interface << property;
-    return question;
+    return QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                          u"org.freedesktop.DBus"_s, method);
 }
 
 void Bus::watchOwner(const QDBusConnection& bus, const QString& service, QObject* context,
@@ -33,9 +51,7 @@ void Bus::watchOwner(const QDBusConnection& bus, const QString& service, QObject
     QObject::connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, context,
                      [then](const QString&, const QString&, const QString& owner) { then(owner); });
 
-    auto question =
-        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-                                       u"org.freedesktop.DBus"_s, u"GetNameOwner"_s);
+    auto question = callToBus(u"GetNameOwner"_s);
     question << service;
     ask(bus, question, kNoTimeLimit, context, [then](const QDBusMessage& answer) {
         // An error means that there is no owner.
@@ -44,12 +60,10 @@ void Bus::watchOwner(const QDBusConnection& bus, const QString& service, QObject
     });
 }
 
-Bus::Signals::Signals(QDBusConnection bus, const QString& path, const QString& interface,
-                      const QStringList& names)
+void Bus::receive(QDBusConnection bus, const QString& path, const QString& interface,
+                  const QStringList& names, QObject* receiver, const char* slot)
 {
-    // Connected by text, as nowhere else: QtDBus's proxy classes, whose signals could be connected
-    // as usual, ask for the owner of the service's name.
     for (const QString& name : names) {
-        bus.connect(QString(), path, interface, name, this, SIGNAL(received(QDBusMessage)));
+        bus.connect(QString(), path, interface, name, receiver, slot);
     }
 }

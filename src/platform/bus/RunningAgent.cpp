@@ -1,10 +1,13 @@
 #include "platform/bus/RunningAgent.h"
 
-#include "platform/bus/UserBus.h"
+#include "platform/bus/BusConnection.h"
 #include "platform/files/DisplayName.h"
+#include "platform/files/SessionLock.h"
 
+#include <QCoreApplication>
 #include <QSocketNotifier>
 
+#include <atomic>
 #include <cerrno>
 
 #include <sys/socket.h>
@@ -15,53 +18,36 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using namespace std::chrono_literals;
-using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
 
 constexpr const char* kName = "com.halvern.vantoryAgent"; // and the interface
 constexpr const char* kPath = "/com/halvern/vantoryAgent";
 constexpr auto kLongestStart = 500ms;
-constexpr auto kLongestAnswer = 5s;
+constexpr auto kLongestReply = 5s;
 
-Message none()
-{
-    return {nullptr, &sd_bus_message_unref};
-}
-
-struct Answer {
-    int result = -ENOTCONN; // negative: an error number
-    Message message = none();
+// The place of the agent, where this process has it. Never destroyed: any thread may leave it while
+// the process ends.
+struct Place {
+    std::atomic_bool isTaken = false;
+    BusConnection bus; // owns the name
+    SessionLock lock;
+    RunningAgent::Requests requests;
 };
 
-// Asks the agent that has the name.
-template <typename... Arguments>
-Answer ask(std::chrono::milliseconds limit, const char* method, const char* types,
-           Arguments... arguments)
+Place& place()
 {
-    const auto end = UserBus::Clock::now() + limit;
-    const auto [state, connection] = UserBus::connect({}, end);
-    sd_bus_message* question = nullptr;
-    if (!connection || sd_bus_message_new_method_call(connection.get(), &question, kName, kPath,
-                                                      kName, method) < 0) {
-        return {};
-    }
-    const Message owner(question, &sd_bus_message_unref);
-    if (sd_bus_message_set_auto_start(question, 0) < 0 ||
-        sd_bus_message_append(question, types, arguments...) < 0) {
-        return {};
-    }
-    sd_bus_message* answer = nullptr;
-    const int result = sd_bus_call(connection.get(), question, UserBus::microsecondsUntil(end) + 1,
-                                   nullptr, &answer);
-    return {result, Message(answer, &sd_bus_message_unref)};
+    static auto* const theOne = new Place;
+    return *theOne;
 }
 
-template <typename Value>
-std::optional<Value> value(const Answer& answer, char type)
+BusConnection connectWithin(std::chrono::milliseconds limit)
 {
-    Value read = {};
-    const bool isRead =
-        answer.message && sd_bus_message_read_basic(answer.message.get(), type, &read) > 0;
-    return isRead ? std::optional(read) : std::nullopt;
+    return {BusConnection::kSession, BusConnection::Clock::now() + limit};
+}
+
+// Calls the agent that has the name.
+BusReply call(const char* method, BusConnection::Arguments arguments = {})
+{
+    return connectWithin(kLongestReply).call(kName, kPath, kName, method, arguments);
 }
 
 // The X server's time in the id that a launcher gives to what it starts (Startup Notification
@@ -80,175 +66,109 @@ QString lockName()
     return u"vantoryAgent-%1.lock"_s.arg(x11.isEmpty() ? DisplayName::wayland() : x11);
 }
 
-} // namespace
-
-// The name's owner on the bus.
-class RunningAgent::Service {
-public:
-    explicit Service(UserBus::Connection bus) : m_bus(std::move(bus)) {}
-
-    void answer(Requests requests);
-    // The bus takes the name away. Any thread.
-    void disconnect() const { ::shutdown(m_descriptor, SHUT_RDWR); }
-
-private:
-    static int onPresent(sd_bus_message* question, void* self, sd_bus_error* error);
-    static int onStatus(sd_bus_message* question, void* self, sd_bus_error* error);
-    static int onEndSession(sd_bus_message* question, void* self, sd_bus_error* error);
-    static const sd_bus_vtable kMethods[];
-
-    void processOne();
-
-    const UserBus::Connection m_bus;
-    const int m_descriptor = sd_bus_get_fd(m_bus.get());
-    Requests m_requests;
-    std::unique_ptr<QSocketNotifier> m_notifier;
-};
-
-const sd_bus_vtable RunningAgent::Service::kMethods[] = {
-    SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD_WITH_NAMES("Present", "u", SD_BUS_PARAM(time), "q", SD_BUS_PARAM(port),
-                             &onPresent, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("Status", "", , "s", SD_BUS_PARAM(json), &onStatus,
-                             SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD_WITH_NAMES("EndSession", "x", SD_BUS_PARAM(session), "b", SD_BUS_PARAM(isEnded),
-                             &onEndSession, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_VTABLE_END};
-
-void RunningAgent::Service::answer(Requests requests)
+int onPresent(sd_bus_message* call, void*, sd_bus_error*)
 {
-    m_requests = std::move(requests);
-    sd_bus* const bus = m_bus.get();
-    if (sd_bus_add_object_vtable(bus, nullptr, kPath, kName, kMethods, this) < 0) {
-        return;
-    }
-    m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
-    const auto process = [this] { processOne(); };
-    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), process);
-    // What came with the answer to the question for the name has been read already.
-    QMetaObject::invokeMethod(m_notifier.get(), process, Qt::QueuedConnection);
-}
-
-void RunningAgent::Service::processOne()
-{
-    const int done = sd_bus_process(m_bus.get(), nullptr);
-    if (done == -ECONNRESET || done == -ENOTCONN) { // the bus is gone
-        m_notifier->setEnabled(false);
-    } else if (done > 0) {
-        const auto next = [this] { processOne(); };
-        QMetaObject::invokeMethod(m_notifier.get(), next, Qt::QueuedConnection);
-    }
-}
-
-int RunningAgent::Service::onPresent(sd_bus_message* question, void* self, sd_bus_error*)
-{
-    const Requests& requests = static_cast<Service*>(self)->m_requests;
+    const RunningAgent::Requests& requests = place().requests;
     quint32 time = 0;
-    sd_bus_message_read_basic(question, SD_BUS_TYPE_UINT32, &time);
+    sd_bus_message_read_basic(call, SD_BUS_TYPE_UINT32, &time);
     requests.present(time);
-    return sd_bus_reply_method_return(question, "q", static_cast<int>(requests.port()));
+    return sd_bus_reply_method_return(call, "q", static_cast<int>(requests.port()));
 }
 
-int RunningAgent::Service::onStatus(sd_bus_message* question, void* self, sd_bus_error*)
+int onStatus(sd_bus_message* call, void*, sd_bus_error*)
 {
-    const QByteArray status = static_cast<Service*>(self)->m_requests.status();
-    return sd_bus_reply_method_return(question, "s", status.constData());
+    const QByteArray status = place().requests.status();
+    return sd_bus_reply_method_return(call, "s", status.constData());
 }
 
-int RunningAgent::Service::onEndSession(sd_bus_message* question, void* self, sd_bus_error*)
+int onEndSession(sd_bus_message* call, void*, sd_bus_error*)
 {
     qint64 session = 0;
-    sd_bus_message_read_basic(question, SD_BUS_TYPE_INT64, &session);
-    const bool isEnded = static_cast<Service*>(self)->m_requests.endSession(session);
-    return sd_bus_reply_method_return(question, "b", isEnded ? 1 : 0);
+    sd_bus_message_read_basic(call, SD_BUS_TYPE_INT64, &session);
+    const bool isEnded = place().requests.endSession(session);
+    return sd_bus_reply_method_return(call, "b", isEnded ? 1 : 0);
 }
 
-std::atomic<RunningAgent*> RunningAgent::s_this = nullptr;
-
-RunningAgent::RunningAgent()
+// One call a turn of the main loop.
+void processOne(QSocketNotifier* notifier)
 {
-    m_isThisProcess = m_lock.take(lockName()) != SessionLock::Result::Busy;
-    if (m_isThisProcess) {
-        takeName();
-    }
-    if (m_isThisProcess) {
-        s_this = this;
+    if (place().bus.processOne()) {
+        QMetaObject::invokeMethod(
+            notifier, [notifier] { processOne(notifier); }, Qt::QueuedConnection);
+    } else if (!place().bus.isOpen()) { // the bus is gone
+        notifier->setEnabled(false);
     }
 }
 
-RunningAgent::~RunningAgent()
+} // namespace
+
+bool RunningAgent::take()
 {
-    s_this = nullptr;
+    // The D-Bus specification's numbers.
+    constexpr quint32 kDoNotQueue = 4;
+    constexpr quint32 kExists = 3;
+    bool isOurs = place().lock.take(lockName()) != SessionLock::Result::Busy;
+    if (isOurs) {
+        place().bus = connectWithin(kLongestStart);
+        isOurs =
+            place().bus.callBus("RequestName", {kName, kDoNotQueue}).value<quint32>('u') != kExists;
+    }
+    place().isTaken = isOurs;
+    return isOurs;
 }
 
 void RunningAgent::leave()
 {
-    RunningAgent* const agent = s_this.exchange(nullptr);
-    if (agent != nullptr) {
-        if (agent->m_service) {
-            agent->m_service->disconnect();
-        }
-        agent->m_lock.release();
-    }
-}
-
-bool RunningAgent::isThisProcess() const
-{
-    return m_isThisProcess;
-}
-
-void RunningAgent::takeName()
-{
-    const auto end = UserBus::Clock::now() + kLongestStart;
-    auto [state, connection] = UserBus::connect({}, end);
-    if (!connection) {
-        return;
-    }
-    sd_bus* const bus = connection.get();
-    sd_bus_set_method_call_timeout(bus, UserBus::microsecondsUntil(end) + 1);
-    const int taken = sd_bus_request_name(bus, kName, 0);
-    sd_bus_set_method_call_timeout(bus, 0); // the library's own again
-    m_isThisProcess = taken != -EEXIST;
-    if (taken >= 0) {
-        m_service = std::make_unique<Service>(std::move(connection));
+    if (place().isTaken.exchange(false)) {
+        // The bus takes the name away.
+        ::shutdown(place().bus.descriptor(), SHUT_RDWR);
+        place().lock.release();
     }
 }
 
 void RunningAgent::answer(Requests requests)
 {
-    if (m_service) {
-        m_service->answer(std::move(requests));
+    static const sd_bus_vtable kMethods[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD("Present", "u", "q", &onPresent, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD("Status", "", "s", &onStatus, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD("EndSession", "x", "b", &onEndSession, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    place().requests = std::move(requests);
+    const BusConnection& bus = place().bus;
+    if (!bus.isReady() ||
+        sd_bus_add_object_vtable(bus.bus(), nullptr, kPath, kName, kMethods, nullptr) < 0) {
+        return;
     }
+    auto* const notifier =
+        new QSocketNotifier(bus.descriptor(), QSocketNotifier::Read, QCoreApplication::instance());
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier,
+                     [notifier] { processOne(notifier); });
+    processOne(notifier); // what came with the reply to the request for the name is read already
 }
 
 std::optional<quint16> RunningAgent::present()
 {
-    return value<quint16>(ask(kLongestAnswer, "Present", "u", launchTime()), SD_BUS_TYPE_UINT16);
+    return call("Present", {launchTime()}).value<quint16>('q');
 }
 
 std::optional<QByteArray> RunningAgent::status()
 {
-    const Answer answer = ask(kLongestAnswer, "Status", "");
-    const auto text = value<const char*>(answer, SD_BUS_TYPE_STRING);
-    return text ? std::optional(QByteArray(*text)) : std::nullopt;
+    return call("Status").value<const char*>('s');
 }
 
 std::optional<bool> RunningAgent::endSession(qint64 session)
 {
-    const auto isEnded =
-        value<int>(ask(kLongestAnswer, "EndSession", "x", session), SD_BUS_TYPE_BOOLEAN);
-    return isEnded ? std::optional(*isEnded != 0) : std::nullopt;
+    return call("EndSession", {session}).flag();
 }
 
 RunningAgent::Presence RunningAgent::presence()
 {
-    const int result = ask(kLongestStart, "Status", "").result;
-    if (result == -ETIMEDOUT) {
-        return Presence::Silent;
+    BusConnection bus = connectWithin(kLongestStart);
+    const int error = bus.isReady() ? bus.call(kName, kPath, kName, "Status").error() : ENXIO;
+    if (error == EHOSTUNREACH || error == ENXIO) { // nobody has the name
+        return SessionLock::isTaken(lockName()) ? Presence::Silent : Presence::None;
     }
-    const bool isThere = result != -EHOSTUNREACH && result != -ENXIO && result != -ENOTCONN;
-    if (isThere) { // an error is an answer, too
-        return Presence::Answers;
-    }
-    return SessionLock::isTaken(lockName()) ? Presence::Silent : Presence::None;
+    // An error is an answer, too.
+    return error == ETIMEDOUT ? Presence::Silent : Presence::Answers;
 }

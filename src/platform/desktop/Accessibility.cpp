@@ -21,11 +21,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using std::chrono::milliseconds;
-
 const QString kLauncher = u"org.a11y.Bus"_s; // on the session bus, and its interface
-constexpr std::chrono::seconds kTimeLimit(25);
-constexpr auto kLongestWait = milliseconds(800);
+constexpr std::chrono::milliseconds kLongestWait(800);
 // Qt connects to this address, and does not look for another one.
 constexpr auto kAddress = "AT_SPI_BUS_ADDRESS";
 constexpr auto kNowhere = "unix:path=/nonexistent";
@@ -38,11 +35,10 @@ bool isAnswered()
         QDBusMessage question = QDBusMessage::createMethodCall(kLauncher, u"/org/a11y/bus"_s,
                                                                kLauncher, u"GetAddress"_s);
         question.setAutoStartService(false);
-        const QDBusMessage answer =
-            Bus::session().call(question, QDBus::Block, milliseconds(kTimeLimit).count());
+        const QDBusMessage answer = Bus::session().call(question);
         address = answer.arguments().value(0).toString().toUtf8();
     }
-    return address.isEmpty() || Bus::answers(address, "org.a11y.atspi.Registry", kTimeLimit);
+    return address.isEmpty() || Bus::answers(address, "org.a11y.atspi.Registry", Bus::kTimeLimit);
 }
 
 // Waits for the program's first window. The tray's icon is one, too; a menu only when it opens.

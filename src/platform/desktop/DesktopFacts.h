@@ -13,8 +13,8 @@ struct DesktopFacts {
         Reachable,
     };
 
-    // Asks the display for at most a second, the session bus likewise, and logind for half of one.
-    // On the main thread, before any other thread exists.
+    // Asks the display for at most a second, and the session bus likewise. On the main thread,
+    // before any other thread exists.
     [[nodiscard]] static DesktopFacts gather();
 
     Display display = Display::NotNamed;
@@ -27,5 +27,4 @@ struct DesktopFacts {
     bool showsStatusIcons = false;
     // A service of its Desktop Notifications Specification that runs, or that the bus would start.
     bool showsNotifications = false;
-    bool hasLogind = false; // logind answers on the system bus
 };

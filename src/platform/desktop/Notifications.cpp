@@ -66,9 +66,8 @@ void Notifications::watchBus(const QDBusConnection& bus)
         return;
     }
     m_bus = std::make_unique<QDBusConnection>(bus);
-    m_signals = std::make_unique<Bus::Signals>(
-        bus, kPath, kService, QStringList{u"NotificationClosed"_s, u"ActionInvoked"_s});
-    connect(m_signals.get(), &Bus::Signals::received, this, &Notifications::receive);
+    Bus::receive(bus, kPath, kService, {u"NotificationClosed"_s, u"ActionInvoked"_s}, this,
+                 SLOT(receive(QDBusMessage)));
     Bus::watchOwner(bus, kService, this, [this](const QString& owner) { setServer(owner); });
     sendChanges(); // the service may start for it
 }

@@ -9,9 +9,6 @@
 
 class QDBusConnection;
 class QDBusMessage;
-namespace Bus {
-class Signals;
-}
 
 // Notifications of the desktop, a client of freedesktop.org's Desktop Notifications Specification
 // 1.2. A desktop without them is no error, and nothing is shown then.
@@ -47,6 +44,9 @@ Q_SIGNALS:
     // The person has clicked the notification.
     void activated(Notifications::Place place);
 
+private Q_SLOTS:
+    void receive(const QDBusMessage& signal);
+
 private:
     struct Slot {
         std::optional<Content> content; // the newest; none: withdrawn
@@ -63,13 +63,11 @@ private:
     void askForCapabilities();
     void notify(Slot& slot);
     void closeShown(Slot& slot);
-    void receive(const QDBusMessage& signal);
 
     const QString m_applicationName;
     const QString m_iconPath;
     std::array<Slot, 4> m_slots; // by Place
     std::unique_ptr<QDBusConnection> m_bus;
-    std::unique_ptr<Bus::Signals> m_signals;
     QString m_server;                  // its unique name on the bus; empty while there is none
     std::optional<bool> m_takesMarkup; // none until the server has told its capabilities
     bool m_isAskingForCapabilities = false;

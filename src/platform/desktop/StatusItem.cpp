@@ -24,6 +24,8 @@ const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
 } // namespace
 
 class StatusItem::Private : public QObject {
+    Q_OBJECT
+
 public:
     Private(const QString& id, const QString& title);
 
@@ -32,10 +34,12 @@ public:
     void setMenu(QMenu* menu);
     [[nodiscard]] bool hasPlace() const { return m_item || (m_tray && m_tray->isShown()); }
 
+private Q_SLOTS:
+    void askForHost();
+
 private:
     void watchBus(const QDBusConnection& bus);
     void setWatcher(const QString& uniqueName);
-    void askForHost();
     void useHost();
     void useTray();
 
@@ -50,7 +54,6 @@ private:
     std::unique_ptr<TrayIcon> m_tray;
 
     std::optional<QDBusConnection> m_bus;
-    std::unique_ptr<Bus::Signals> m_hosts;
     QString m_watcher; // its unique name on the bus; empty while there is none
     const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
 };
@@ -142,10 +145,9 @@ void StatusItem::Private::watchBus(const QDBusConnection& bus)
     m_bus = bus;
 
     // The subscriptions come before the question for a host, so that no change is missed.
-    m_hosts = std::make_unique<Bus::Signals>(
-        bus, kWatcherPath, kWatcher,
-        QStringList{u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s});
-    connect(m_hosts.get(), &Bus::Signals::received, this, &Private::askForHost);
+    Bus::receive(bus, kWatcherPath, kWatcher,
+                 {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s}, this,
+                 SLOT(askForHost()));
     Bus::watchOwner(bus, kWatcher, this, [this](const QString& owner) { setWatcher(owner); });
 }
 
@@ -170,8 +172,9 @@ void StatusItem::Private::askForHost()
     }
     // Asked again after each signal: that is about one host, and there may be several.
     // While a desktop starts the watcher may answer late, hence no time limit.
-    const auto question = Bus::propertyQuestion(m_watcher, kWatcherPath, kWatcher,
-                                                u"IsStatusNotifierHostRegistered"_s);
+    auto question = QDBusMessage::createMethodCall(m_watcher, kWatcherPath,
+                                                   u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    question << kWatcher << u"IsStatusNotifierHostRegistered"_s;
     Bus::ask(*m_bus, question, Bus::kNoTimeLimit, this,
              [this, asked = m_watcher](const QDBusMessage& answer) {
                  if (asked != m_watcher) {
@@ -208,3 +211,5 @@ void StatusItem::Private::useTray()
         m_tray->setIcon(m_icon);
     }
 }
+
+#include "StatusItem.moc"

@@ -1,5 +1,6 @@
 #include "platform/desktop/StatusNotifierItem.h"
 
+#include "platform/bus/Bus.h"
 #include "platform/desktop/DBusStruct.h"
 #include "platform/desktop/MenuPlace.h"
 
@@ -7,8 +8,6 @@
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QGuiApplication>
 #include <QImage>
 #include <QMenu>
@@ -37,12 +36,6 @@ constexpr std::chrono::milliseconds kHostsTime = 300ms;
 QString busName()
 {
     return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
-}
-
-QDBusMessage callToBus(const QString& method)
-{
-    return QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-                                          u"org.freedesktop.DBus"_s, method);
 }
 
 StatusNotifierPicture pictureOf(const QImage& source)
@@ -76,7 +69,7 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString
 StatusNotifierItem::~StatusNotifierItem()
 {
     // There is no call that unregisters an item; the watcher drops it when its name is released.
-    QDBusMessage release = callToBus(u"ReleaseName"_s);
+    QDBusMessage release = Bus::callToBus(u"ReleaseName"_s);
     release << busName();
     m_bus.send(release);
     m_bus.unregisterObject(kPath);
@@ -90,14 +83,11 @@ void StatusNotifierItem::requestName()
     constexpr uint primaryOwner = 1;
     constexpr uint alreadyOwner = 4;
 
-    QDBusMessage request = callToBus(u"RequestName"_s);
+    QDBusMessage request = Bus::callToBus(u"RequestName"_s);
     request << busName() << doNotQueue;
-    auto* const call = new QDBusPendingCallWatcher(m_bus.asyncCall(request), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
-        call->deleteLater();
-        const QDBusPendingReply<uint> answer = *call;
-        const bool isOurs =
-            !answer.isError() && (answer.value() == primaryOwner || answer.value() == alreadyOwner);
+    Bus::ask(m_bus, request, Bus::kUsualTimeLimit, this, [this](const QDBusMessage& answer) {
+        const uint result = answer.arguments().value(0).toUInt(); // 0: an error
+        const bool isOurs = result == primaryOwner || result == alreadyOwner;
         registerAs(isOurs ? busName() : m_bus.baseService());
     });
 }
