@@ -1,12 +1,12 @@
 #include "agent_core/StatusBarRules.h"
 #include "agent_state/AppDelegate.h"
+#include "localisation/ShownText.h"
 #include "logging/Logs.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
 #include "settings/PortArgument.h"
 #include "window_kit/MenuKeys.h"
 #include "window_kit/Pictures.h"
-#include "window_kit/ShownText.h"
 
 #include <QAction>
 #include <QApplication>

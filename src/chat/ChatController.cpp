@@ -1,5 +1,6 @@
 #include "chat/ChatController.h"
 
+#include "localisation/ShownText.h"
 #include "platform/accounts/Account.h"
 #include "platform/desktop/Announcements.h"
 #include "records/Intervals.h"
@@ -9,7 +10,6 @@
 #include "window_kit/Pictures.h"
 #include "window_kit/Placement.h"
 #include "window_kit/PlainToolTip.h"
-#include "window_kit/ShownText.h"
 
 #include <QCloseEvent>
 #include <QTimer>

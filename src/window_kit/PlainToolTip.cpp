@@ -1,6 +1,6 @@
 #include "window_kit/PlainToolTip.h"
 
-#include "window_kit/ShownText.h"
+#include "localisation/ShownText.h"
 
 #include <QWidget>
 

@@ -1,11 +1,11 @@
 #include "windows/ActivityWindow.h"
 
+#include "localisation/ShownText.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "ui_ActivityWindow.h"
 #include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
-#include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
 
 #include <QClipboard>

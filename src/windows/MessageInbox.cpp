@@ -1,5 +1,6 @@
 #include "windows/MessageInbox.h"
 
+#include "localisation/ShownText.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/desktop/Announcements.h"
 #include "records/Intervals.h"
@@ -8,7 +9,6 @@
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/Placement.h"
-#include "window_kit/ShownText.h"
 #include "windows/ArrivalTime.h"
 #include "windows/MessageKind.h"
 

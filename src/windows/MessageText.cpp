@@ -1,7 +1,7 @@
 #include "windows/MessageText.h"
 
+#include "localisation/ShownText.h"
 #include "window_kit/PlainSelection.h"
-#include "window_kit/ShownText.h"
 
 #include <QTextBlock>
 

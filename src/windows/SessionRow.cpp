@@ -1,8 +1,8 @@
 #include "windows/SessionRow.h"
 
+#include "localisation/ShownText.h"
 #include "window_kit/ElidedLabel.h"
 #include "window_kit/Pictures.h"
-#include "window_kit/ShownText.h"
 #include "windows/SessionClock.h"
 
 #include <QLabel>

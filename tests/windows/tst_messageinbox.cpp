@@ -1,6 +1,6 @@
 #include "AgentFixture.h"
+#include "localisation/ShownText.h"
 #include "records/Intervals.h"
-#include "window_kit/ShownText.h"
 #include "windows/MessageInbox.h"
 
 #include <QClipboard>
