@@ -5,8 +5,8 @@
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
 #include "settings/PortArgument.h"
-#include "window_kit/MenuKeys.h"
 #include "window_kit/Pictures.h"
+#include "window_kit/WindowRules.h"
 
 #include <QAction>
 #include <QApplication>
@@ -126,7 +126,7 @@ void AppDelegate::systemTray()
                                u"activity"_s, &AppDelegate::showActivity);
     state().awayItem->setVisible(false);
     m_statusItem->setMenu(m_menu.get());
-    MenuKeys::setMenu(m_menu.get());
+    WindowRules::setMenu(m_menu.get());
     state().statusBarItem = m_statusItem.get();
     state().statusBarMenu = m_menu.get();
 }

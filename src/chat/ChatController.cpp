@@ -6,10 +6,10 @@
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/ElidedLabel.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/Placement.h"
-#include "window_kit/PlainToolTip.h"
 
 #include <QCloseEvent>
 #include <QTimer>

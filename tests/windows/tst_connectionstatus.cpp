@@ -1,6 +1,6 @@
 #include "AgentFixture.h"
 #include "records/Intervals.h"
-#include "windows/SessionClock.h"
+#include "windows/ConnectionStatus.h"
 
 #include <QGuiApplication>
 #include <QLabel>
@@ -144,7 +144,7 @@ private Q_SLOTS:
         AppDelegate::removeConnectionSession(8);
         status().config();
         QCOMPARE(text("timing") + text("ControlUserName"), QString());
-        QVERIFY(!status().isAnyClockRunning());
+        QVERIFY(!status().sessionTimer.isActive());
     }
 
     void longNamesStayInTheWindow()
