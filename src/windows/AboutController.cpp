@@ -72,8 +72,3 @@ void AboutController::translate(const JsonData::Info& labels)
     m_ui->Quit->setAccessibleDescription(m_ui->versionName->text() + u", "_s +
                                          m_ui->BuildLabel->text());
 }
-
-void AboutController::QuitAction()
-{
-    hide();
-}

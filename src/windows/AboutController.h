@@ -28,7 +28,7 @@ public:
     void translate(const JsonData::Info& labels);
 
     // The button.
-    void QuitAction();
+    void QuitAction() { hide(); }
 
 private:
     void setUp();

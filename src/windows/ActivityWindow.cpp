@@ -68,19 +68,10 @@ QString statusText(const Activity& activity, const JsonData::Info& labels)
 
 QString ActivityWindow::eventName(Activity::Kind kind, const JsonData::Info& labels)
 {
-    switch (kind) {
-    case Activity::Kind::SessionBegan:
-        return labels.Activity.began;
-    case Activity::Kind::SessionEnded:
-        return labels.Activity.ended;
-    case Activity::Kind::SessionNotEnded:
-        return labels.Activity.notEnded;
-    case Activity::Kind::RequestAccepted:
-        return labels.Activity.accepted;
-    case Activity::Kind::Command:
-        return labels.Activity.command;
-    }
-    return {};
+    const auto& words = labels.Activity;
+    const QStringList names{words.began, words.ended, words.notEnded, words.accepted,
+                            words.command}; // in the order of Kind
+    return names.value(static_cast<int>(kind));
 }
 
 ActivityWindow::ActivityWindow(LabelSource labels, Source activities)

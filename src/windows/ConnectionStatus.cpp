@@ -77,10 +77,8 @@ ConnectionStatus::ConnectionStatus(LabelSource labels)
     m_texts.Connection.ready = u"Agent ready"_s;
     m_texts.Connection.no_gateway = u"No gateway available"_s;
     m_texts.Connection.account_invalid = u"Account is blocked or no longer exists"_s;
-    connect(&sessionTimer, &QTimer::timeout, this, [this] {
-        inSession();
-        inSession2();
-    });
+    connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);
+    connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession2);
 }
 
 ConnectionStatus::~ConnectionStatus() = default;
@@ -292,16 +290,6 @@ void ConnectionStatus::showTime(const Row& row)
     }
 }
 
-void ConnectionStatus::inSession()
-{
-    tick(0);
-}
-
-void ConnectionStatus::inSession2()
-{
-    tick(1);
-}
-
 void ConnectionStatus::tick(std::size_t row)
 {
     if (isSeen()) {
@@ -309,31 +297,11 @@ void ConnectionStatus::tick(std::size_t row)
     }
 }
 
-void ConnectionStatus::Abort()
-{
-    requestEnd(0);
-}
-
-void ConnectionStatus::Abort2()
-{
-    requestEnd(1);
-}
-
 void ConnectionStatus::requestEnd(std::size_t row)
 {
     if (const auto session = m_rows.at(row).session) {
         Q_EMIT endRequested(session->session);
     }
-}
-
-void ConnectionStatus::ChatAction()
-{
-    requestChat(0);
-}
-
-void ConnectionStatus::ChatAction2()
-{
-    requestChat(1);
 }
 
 void ConnectionStatus::requestChat(std::size_t row)

@@ -64,13 +64,13 @@ public:
     void config();
 
     // The buttons.
-    void Abort();
-    void Abort2();
-    void ChatAction();
-    void ChatAction2();
+    void Abort() { requestEnd(0); }
+    void Abort2() { requestEnd(1); }
+    void ChatAction() { requestChat(0); }
+    void ChatAction2() { requestChat(1); }
     // The clock's ticks, for each row.
-    void inSession();
-    void inSession2();
+    void inSession() { tick(0); }
+    void inSession2() { tick(1); }
 
     QTimer sessionTimer; // of both rows, so that they tick together
 

@@ -12,8 +12,6 @@ constexpr int kGoesOn = 1;
 
 } // namespace
 
-MessageText::MessageText(QWidget* parent) : QPlainTextEdit(parent) {}
-
 void MessageText::setMessage(const QString& text)
 {
     const QString shown = ShownText::shown(text);

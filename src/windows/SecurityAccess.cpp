@@ -117,12 +117,11 @@ void SecurityAccess::check()
     if (m_isChecking) {
         return;
     }
-    const QString username = m_ui->username->text();
     QString password = SecretText::copy(m_ui->password->text());
     Announcements::withdraw(Announcements::About::Credentials);
     clearPassword();
     setChecking(true);
-    Q_EMIT credentialsEntered(username, password);
+    Q_EMIT credentialsEntered(m_ui->username->text(), password);
     SecretText::wipe(password);
 }
 
@@ -139,11 +138,6 @@ void SecurityAccess::finishCheck(bool isRight)
     m_ui->result->setText(m_wrong);
     Announcements::say(m_wrong, Announcements::About::Credentials);
     m_ui->username->setFocus();
-}
-
-void SecurityAccess::applyAction()
-{
-    check();
 }
 
 void SecurityAccess::cancelAction()

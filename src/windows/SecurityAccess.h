@@ -36,7 +36,7 @@ public:
     void finishCheck(bool isRight);
 
     // The buttons.
-    void applyAction();
+    void applyAction() { check(); }
     void cancelAction();
 
     // Escape and the title bar.

@@ -92,9 +92,8 @@ void SettingsWindow::showNoSettings()
 void SettingsWindow::setLocked(bool isLocked)
 {
     m_isLocked = isLocked;
-    const QString picture = isLocked ? u"lock"_s : u"unlock"_s;
     const QString words = isLocked ? m_texts.unlock : m_texts.lock;
-    Pictures::show(*m_ui->lockButton, picture);
+    Pictures::show(*m_ui->lockButton, isLocked ? u"lock"_s : u"unlock"_s);
     m_ui->lockButton->setToolTip(words);
     m_ui->lockButton->setAccessibleName(words);
     for (QWidget* const widget : std::initializer_list<QWidget*>{

@@ -80,16 +80,6 @@ QString UserAcknowledgement::question() const
     return m_ui->user_ack_desc->text();
 }
 
-void UserAcknowledgement::acceptAction()
-{
-    answer(true);
-}
-
-void UserAcknowledgement::declineAction()
-{
-    answer(false);
-}
-
 void UserAcknowledgement::answer(bool isAccepted)
 {
     Q_EMIT answered(session, isAccepted);

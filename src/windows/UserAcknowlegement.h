@@ -37,8 +37,8 @@ public:
     void translate(const JsonData::Info& labels);
 
     // The buttons.
-    void acceptAction();
-    void declineAction();
+    void acceptAction() { answer(true); }
+    void declineAction() { answer(false); }
 
     // Escape and the title bar.
     void reject() override {}
