@@ -1,6 +1,6 @@
 // Names and messages of other people, made safe to show.
+#include "localisation/ShownText.h"
 #include "support/Fuzzing.h"
-#include "window_kit/ShownText.h"
 
 #include <QTextDocument>
 

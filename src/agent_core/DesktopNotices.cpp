@@ -1,9 +1,9 @@
 #include "agent_core/DesktopNotices.h"
 
+#include "localisation/ShownText.h"
 #include "platform/desktop/Announcements.h"
 #include "platform/files/MainBundle.h"
 #include "service_link/AllowedSettings.h"
-#include "window_kit/ShownText.h"
 #include "windows/ActivityWindow.h"
 
 #include <algorithm>

@@ -20,6 +20,7 @@
 #include "windows/ActivityWindow.h"
 #include "windows/Bundle+extensions.h"
 #include "windows/ConnectionStatus.h"
+#include "windows/MessageInbox.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
@@ -63,6 +64,7 @@ AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
 AppDelegate::~AppDelegate()
 {
     client = nullptr;
+    qDeleteAll(state().messageInbox);
     state() = AgentState();
 }
 

@@ -54,7 +54,7 @@ void makeRoom()
     }
     const auto oldest =
         std::find_if(state.messageInbox.cbegin(), state.messageInbox.cend(),
-                     [](const MessageInbox* message) { return !message->isInUse(); });
+                     [](const MessageInbox* message) { return !message->isActiveWindow(); });
     ++state.messagesNotShown;
     (*oldest)->stopMessage();
 }
@@ -69,10 +69,9 @@ void AppDelegate::showMessageInbox(const Message& message)
     makeRoom();
     QList<QPoint> others;
     for (const MessageInbox* const shown : std::as_const(state().messageInbox)) {
-        others.append(shown->position());
+        others.append(shown->pos());
     }
-    // Dies with the delegate, which owns its parent.
-    auto* const window = new MessageInbox(&AppDelegate::labels, state().connectionStatus);
+    auto* const window = new MessageInbox(&AppDelegate::labels); // dies with the delegate
     state().messageInbox.append(window);
     QObject::connect(window, &MessageInbox::closed, window,
                      [window](bool isByPerson) { closed(window, isByPerson); });

@@ -1,7 +1,7 @@
 #include "agent_core/Names.h"
 
 #include "agent_state/AppDelegate.h"
-#include "window_kit/ShownText.h"
+#include "localisation/ShownText.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,12 +1,12 @@
 #include "agent_core/StatusBarRules.h"
 #include "agent_state/AppDelegate.h"
+#include "localisation/ShownText.h"
 #include "logging/Logs.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
 #include "settings/PortArgument.h"
-#include "window_kit/MenuKeys.h"
 #include "window_kit/Pictures.h"
-#include "window_kit/ShownText.h"
+#include "window_kit/WindowRules.h"
 
 #include <QAction>
 #include <QApplication>
@@ -126,7 +126,7 @@ void AppDelegate::systemTray()
                                u"activity"_s, &AppDelegate::showActivity);
     state().awayItem->setVisible(false);
     m_statusItem->setMenu(m_menu.get());
-    MenuKeys::setMenu(m_menu.get());
+    WindowRules::setMenu(m_menu.get());
     state().statusBarItem = m_statusItem.get();
     state().statusBarMenu = m_menu.get();
 }

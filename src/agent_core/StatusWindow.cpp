@@ -39,14 +39,14 @@ void AppDelegate::connectionDisplay()
 
 void AppDelegate::redrawIfVisible()
 {
-    if (state().connectionStatus->isVisible()) {
+    if (state().connectionStatus->isSeen()) {
         state().connectionStatus->config();
     }
 }
 
 void AppDelegate::showLaterIfHidden()
 {
-    if (!state().connectionStatus->isVisible()) {
+    if (!state().connectionStatus->isSeen()) {
         showConnectionLater(false);
     }
 }
@@ -65,12 +65,12 @@ void AppDelegate::showConnectionLater(bool loop)
 void AppDelegate::showConnection()
 {
     ConnectionStatus& window = *state().connectionStatus;
-    if (isTerminating() || window.isVisible()) {
+    if (isTerminating() || window.isSeen()) {
         return;
     }
     // Only a window that comes up asks for the status: the answer leads here again.
     window.config();
-    if (window.isAnyClockRunning()) {
+    if (!window.sessions().isEmpty()) {
         refreshWindow(window);
         window.presentByService();
     }
@@ -88,7 +88,7 @@ void AppDelegate::stopShowConnectionLater()
         window.hide();
     } else if (*shows) {
         window.wakeUp();
-        if (!window.isVisible()) {
+        if (!window.isSeen()) {
             window.presentByService();
         }
         delete state().connectionNotShowTimer.data();

@@ -1,15 +1,15 @@
 #include "chat/ChatController.h"
 
+#include "localisation/ShownText.h"
 #include "platform/accounts/Account.h"
 #include "platform/desktop/Announcements.h"
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
 #include "window_kit/AgentWindow.h"
+#include "window_kit/ElidedLabel.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/Placement.h"
-#include "window_kit/PlainToolTip.h"
-#include "window_kit/ShownText.h"
 
 #include <QCloseEvent>
 #include <QTimer>

@@ -1,8 +1,8 @@
 #include "chat/ChatTranscript.h"
 
+#include "localisation/ShownText.h"
 #include "window_kit/Contrast.h"
 #include "window_kit/PlainSelection.h"
-#include "window_kit/ShownText.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QEvent>

@@ -1,6 +1,6 @@
 #include "chat/MessageField.h"
 
-#include "window_kit/ShownText.h"
+#include "localisation/ShownText.h"
 
 #include <QInputMethodEvent>
 #include <QKeyEvent>

@@ -1,10 +1,10 @@
 #include "command_line/CommandTexts.h"
 
+#include "localisation/ShownText.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/files/Json.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/RegularFile.h"
-#include "window_kit/ShownText.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,21 +1,23 @@
 #pragma once
 
+#include "window_kit/Contrast.h"
 #include "window_kit/InputGuard.h"
-#include "window_kit/Logo.h"
-#include "window_kit/MenuKeys.h"
 #include "window_kit/Pictures.h"
-#include "window_kit/TextColours.h"
 #include "window_kit/WindowRules.h"
 
-#include <QAbstractButton>
 #include <QCloseEvent>
 #include <QEvent>
 #include <QLabel>
 
 #include <functional>
+#include <utility>
 
 // What all windows of the agent have in common: they stay above ordinary ones, bear the program's
 // icon, know the menu's keys, and their logo, pictures and colours follow palette, font and screen.
+//
+// A window is one class: an AgentWindow with its Ui:: as a private member. Its owner hands it its
+// labels and what it shows; what the user does leaves it as a signal. One that lives as long as the
+// agent sets up what is in it when it is first to be seen: at the start that would only cost time.
 // `Base` is QWidget or QDialog. Main thread.
 template <typename Base>
 class AgentWindow : public Base {
@@ -26,52 +28,49 @@ public:
                             Qt::WindowStaysOnTopHint),
           inputGuard(this)
     {
-        Logo::setWindowIcon(*this);
-        TextColours::makeReadable(*this); // before there is anything to tell of it
+        Contrast::makeReadable(*this); // before there is anything to tell of it
     }
 
-    // Brings the window up because the person asks for it.
+    // Brings the window up because the user asks for it.
     void present()
     {
         if (!this->isVisible()) {
             inputGuard.end(); // of a time when it came up by itself
         }
-        bringUp(WindowRules::Occasion::Person);
+        WindowRules::bringUp(this, WindowRules::Occasion::User);
     }
 
-    // Brings it up because of what the service reports: what the person types into another window
+    // Brings it up because of what the service reports: what the user types into another window
     // just then presses nothing here.
     void presentByService(InputGuard::Inputs keptOut = InputGuard::Inputs::Keyboard)
     {
         // Also where the toolkit takes the window for the active one: it learns late that the
-        // person has gone to another program.
+        // user has gone to another program.
         inputGuard.begin(keptOut);
-        bringUp(WindowRules::Occasion::Service);
+        WindowRules::bringUp(this, WindowRules::Occasion::Service);
     }
 
     // The window is shown, and something in it is new.
     void markNews() { WindowRules::bringUp(this, WindowRules::Occasion::News); }
 
-    // Runs the action when the button is pressed, unless the window is deaf at the press.
+    // Runs the action when the button is pressed and the press was meant.
     void connectButton(QAbstractButton* button, std::function<void()> action)
     {
-        QObject::connect(button, &QAbstractButton::pressed, this,
-                         [this] { m_dropsClick = inputGuard.dropsPress(); });
-        QObject::connect(button, &QAbstractButton::clicked, this, [this, run = std::move(action)] {
-            if (!m_dropsClick) {
-                run();
-            }
-        });
+        inputGuard.connectButton(button, std::move(action));
     }
 
     // The label that shows the logo: the bundle's until refreshLogo() finds a custom one.
     void setLogo(QLabel* logo)
     {
         m_logo = logo;
-        Logo::showBundled(*logo);
+        Pictures::showLogo(*m_logo, false);
     }
-    // `logoChanged` as for Logo::refresh().
-    void refreshLogo(bool& logoChanged) { Logo::refresh(*m_logo, logoChanged); }
+    // `logoChanged` says whether the window has ever shown a custom one, and is never reset.
+    void refreshLogo(bool& logoChanged)
+    {
+        m_mayBeCustom = true;
+        logoChanged = Pictures::showLogo(*m_logo, true) || logoChanged;
+    }
 
     InputGuard inputGuard;
 
@@ -88,8 +87,9 @@ protected:
 
     bool event(QEvent* event) override
     {
-        if (event->type() == QEvent::Polish) { // its first showing: what is in it, too
-            TextColours::makeReadable(*this);
+        if (event->type() == QEvent::Polish) { // its first showing
+            Pictures::setWindowIcon(*this);
+            Contrast::makeReadable(*this);                          // what is in it, too
         } else if (event->type() == QEvent::ScreenChangeInternal) { // perhaps of another scale
             Pictures::refresh(*this);
             showLogo();
@@ -101,7 +101,7 @@ protected:
     {
         Base::changeEvent(event);
         if (event->type() == QEvent::PaletteChange) {
-            TextColours::makeReadable(*this);
+            Contrast::makeReadable(*this);
             showLogo();
         } else if (event->type() == QEvent::FontChange) {
             Pictures::refresh(*this);
@@ -111,20 +111,13 @@ protected:
     }
 
 private:
-    void bringUp(WindowRules::Occasion occasion)
-    {
-        MenuKeys::addTo(this);
-        WindowRules::bringUp(this, occasion);
-    }
-
-    // For another palette or scale.
     void showLogo()
     {
         if (m_logo != nullptr) {
-            Logo::followAppearance(*m_logo);
+            Pictures::showLogo(*m_logo, m_mayBeCustom);
         }
     }
 
     QLabel* m_logo = nullptr;
-    bool m_dropsClick = false; // of the button that is pressed
+    bool m_mayBeCustom = false;
 };

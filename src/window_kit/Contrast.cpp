@@ -1,5 +1,9 @@
 #include "window_kit/Contrast.h"
 
+#include <QApplication>
+#include <QComboBox>
+#include <QPalette>
+
 #include <algorithm>
 #include <cmath>
 
@@ -14,6 +18,16 @@ double luminance(const QColor& colour)
     };
     return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
            0.0722 * linear(colour.blueF());
+}
+
+// The colour that the desktop has for it, or the nearest one that can be read.
+void keepReadable(QPalette& palette, QPalette::ColorGroup group, QPalette::ColorRole text,
+                  QPalette::ColorRole behind, double contrast)
+{
+    const QPalette desktop = QApplication::palette();
+    const QColor background = desktop.color(group, behind);
+    const QColor colour = Contrast::over(desktop.color(group, text), background);
+    palette.setColor(group, text, Contrast::readable(colour, background, contrast));
 }
 
 } // namespace
@@ -51,4 +65,23 @@ QColor Contrast::readable(const QColor& wish, const QColor& background, double c
         }
     }
     return end;
+}
+
+void Contrast::makeReadable(QWidget& window)
+{
+    constexpr double kWish = kReadable + 1; // the smoothing of letters takes some of it
+    QPalette own;
+    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        keepReadable(own, group, QPalette::PlaceholderText, QPalette::Base, kWish);
+    }
+    keepReadable(own, QPalette::Disabled, QPalette::WindowText, QPalette::Window, kWish);
+    keepReadable(own, QPalette::Disabled, QPalette::Text, QPalette::Base, kWish);
+    window.setPalette(own);
+    QPalette inBox;
+    // Styles light buttons up.
+    keepReadable(inBox, QPalette::Disabled, QPalette::ButtonText, QPalette::Button, kWish + 2);
+    const auto boxes = window.findChildren<QComboBox*>();
+    for (QComboBox* const box : boxes) {
+        box->setPalette(inBox);
+    }
 }

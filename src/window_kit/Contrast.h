@@ -2,7 +2,9 @@
 
 #include <QColor>
 
-// How well colours can be told apart. Any thread.
+class QWidget;
+
+// How well colours can be told apart. Any thread, where nothing else is said.
 namespace Contrast {
 
 // The least contrast of a text with its background (WCAG 2.1, success criterion 1.4.3).
@@ -21,5 +23,10 @@ inline constexpr double kReadable = 4.5;
 // or white have it.
 [[nodiscard]] QColor readable(const QColor& wish, const QColor& background,
                               double contrast = kReadable);
+
+// Makes what a palette paints too faintly readable in a window: the words in empty fields, and what
+// can be read but not changed. Buttons that can't be pressed keep the style's look. For a new
+// window and when the palette has changed; main thread.
+void makeReadable(QWidget& window);
 
 } // namespace Contrast

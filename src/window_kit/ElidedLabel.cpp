@@ -1,7 +1,6 @@
 #include "window_kit/ElidedLabel.h"
 
-#include "window_kit/PlainToolTip.h"
-#include "window_kit/ShownText.h"
+#include "localisation/ShownText.h"
 
 #include <QEvent>
 #include <QFontMetrics>
@@ -10,8 +9,15 @@ namespace {
 
 // Laying out more would only cost time: no window shows so much in one line.
 constexpr qsizetype kLongestLine = 1'000;
+constexpr qsizetype kMostSpoken = 1'000;
 
 } // namespace
+
+void setPlainToolTip(QWidget& widget, const QString& text)
+{
+    widget.setToolTip(text.isEmpty() ? QString() : ShownText::toolTip(text));
+    widget.setAccessibleDescription(ShownText::shown(text.left(kMostSpoken)));
+}
 
 ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent)
 {
@@ -20,7 +26,7 @@ ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent)
 
 void ElidedLabel::setFullText(const QString& text)
 {
-    if (m_fullText == text) {
+    if (m_fullText == text) { // readers would hear of it again
         return;
     }
     m_fullText = text;

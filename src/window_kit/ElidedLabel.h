@@ -2,6 +2,11 @@
 
 #include <QLabel>
 
+// Gives the widget a tool tip of plain text (ShownText::toolTip()); none for an empty one. Screen
+// readers get the same words as its description: of a widget without one they get its tool tip,
+// which is markup. Main thread.
+void setPlainToolTip(QWidget& widget, const QString& text);
+
 // A label of one line for text from outside. A text that does not fit is elided, and the tool tip
 // has it whole.
 class ElidedLabel : public QLabel {

@@ -1,12 +1,12 @@
 #include "window_kit/InputGuard.h"
 
+#include <QAbstractButton>
 #include <QCoreApplication>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
-#include <QWidget>
+#include <QMouseEvent>
 #include <QWindow>
 
-#include <chrono>
 #include <utility>
 
 namespace {
@@ -14,83 +14,117 @@ namespace {
 constexpr std::chrono::milliseconds kKeyboardQuiet(1'000);
 constexpr std::chrono::milliseconds kMouseQuiet(600);
 
+// Releases a button that is being pressed, without a click.
+void releaseWithoutClick(QAbstractButton& button)
+{
+    button.setDown(false);
+    const QPointF outside(-1, -1);
+    QMouseEvent release(QEvent::MouseButtonRelease, outside, button.mapToGlobal(outside),
+                        Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&button, &release);
+}
+
 } // namespace
 
-void InputGuard::Quiet::begin(bool isExposed)
+void InputGuard::DeafTime::begin(bool isExposed)
 {
-    isOn = true;
-    if (isExposed) {
-        time.start();
-    } else {
-        time.stop();
-    }
+    end = isExposed ? QDeadlineTimer(length) : QDeadlineTimer(QDeadlineTimer::Forever);
 }
 
-void InputGuard::Quiet::dropped()
+bool InputGuard::DeafTime::drops()
 {
-    if (time.isActive()) {
-        time.start();
+    if (isOn() && !end.isForever()) {
+        begin(true);
     }
+    return isOn();
 }
 
-void InputGuard::Quiet::end()
-{
-    isOn = false;
-    time.stop();
-}
-
-InputGuard::InputGuard(QWidget* window) : QObject(window), m_window(window)
-{
-    for (const auto& [quiet, length] :
-         {std::pair(&m_keyboard, kKeyboardQuiet), std::pair(&m_mouse, kMouseQuiet)}) {
-        quiet->time.setSingleShot(true);
-        quiet->time.setInterval(length);
-        connect(&quiet->time, &QTimer::timeout, this, [this, over = quiet] {
-            over->end();
-            stopIfOver();
-        });
-    }
-}
+InputGuard::InputGuard(QWidget* window)
+    : QObject(window), m_window(window), m_keyboard{kKeyboardQuiet, {}}, m_mouse{kMouseQuiet, {}}
+{}
 
 void InputGuard::begin(Inputs inputs)
 {
     m_keyboard.begin(isExposed());
-    m_ignoresHeldKey = true; // one pressed just before may begin to repeat only when that is over
     if (inputs == Inputs::KeyboardAndMouse) {
         m_mouse.begin(isExposed());
+        forgetPresses(*m_window);
     }
-    QCoreApplication::instance()->installEventFilter(this); // once, however often it is called
+    ignoreHeldKey(); // one pressed just before may begin to repeat only when that is over
 }
 
 void InputGuard::end()
 {
-    m_keyboard.end();
-    m_mouse.end();
-    stopIfOver();
+    m_keyboard.end = m_mouse.end = QDeadlineTimer();
 }
 
 void InputGuard::ignoreHeldKey()
 {
     m_ignoresHeldKey = true;
-    QCoreApplication::instance()->installEventFilter(this);
+    QCoreApplication::instance()->installEventFilter(this); // once, however often it is called
 }
 
-bool InputGuard::dropsPress()
+void InputGuard::changed(QWidget& part)
 {
-    const bool isDropped = isOn();
-    m_keyboard.dropped();
-    m_mouse.dropped();
+    m_parts.insert(&part, {kMouseQuiet, QDeadlineTimer(kMouseQuiet)});
+    forgetPresses(part);
+}
+
+void InputGuard::connectButton(QAbstractButton* button, std::function<void()> action)
+{
+    connect(button, &QAbstractButton::pressed, this, [this, button] {
+        if (dropsPress(button)) {
+            m_meant.remove(button);
+        } else {
+            m_meant.insert(button);
+        }
+    });
+    connect(button, &QAbstractButton::clicked, this, [this, button, run = std::move(action)] {
+        if (m_meant.remove(button) && button->isVisible()) {
+            run();
+        }
+    });
+}
+
+// All times that drop it begin anew. The event filter has dropped the keyboard's and the mouse's
+// presses of a deaf window already, so there it is a screen reader's.
+bool InputGuard::dropsPress(const QAbstractButton* button)
+{
+    const bool hasKeyboard = m_keyboard.drops();
+    bool isDropped = m_mouse.drops() || hasKeyboard;
+    for (auto part = m_parts.begin(); part != m_parts.end(); ++part) {
+        isDropped = (part.key()->isAncestorOf(button) && part->drops()) || isDropped;
+    }
     return isDropped;
+}
+
+void InputGuard::forgetPresses(const QWidget& part)
+{
+    const QSet<QAbstractButton*> meant = m_meant;
+    for (QAbstractButton* const button : meant) {
+        if (part.isAncestorOf(button)) {
+            m_meant.remove(button);
+            releaseWithoutClick(*button);
+        }
+    }
 }
 
 bool InputGuard::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Expose && watched == m_window->windowHandle()) {
-        exposed();
+        for (DeafTime* const time : {&m_keyboard, &m_mouse}) {
+            if (time->end.isForever()) {
+                time->begin(isExposed());
+            }
+        }
+    }
+    if (!isOn() && !m_ignoresHeldKey) {
+        QCoreApplication::instance()->removeEventFilter(this);
+        return false;
     }
     const auto* const widget = qobject_cast<QWidget*>(watched);
     if (widget == nullptr || widget->window() != m_window || !isToBeDropped(event)) {
-        return QObject::eventFilter(watched, event);
+        return false;
     }
     // Accepted, so that nobody else is asked: not the shortcuts, not the parents.
     event->accept();
@@ -100,15 +134,6 @@ bool InputGuard::eventFilter(QObject* watched, QEvent* event)
 bool InputGuard::isExposed() const
 {
     return m_window->windowHandle() != nullptr && m_window->windowHandle()->isExposed();
-}
-
-void InputGuard::exposed()
-{
-    for (Quiet* const quiet : {&m_keyboard, &m_mouse}) {
-        if (quiet->isOn && !quiet->time.isActive() && isExposed()) {
-            quiet->time.start();
-        }
-    }
 }
 
 bool InputGuard::isToBeDropped(QEvent* event)
@@ -126,12 +151,10 @@ bool InputGuard::isToBeDropped(QEvent* event)
     case QEvent::MouseButtonDblClick:
     case QEvent::TouchBegin:
     case QEvent::TabletPress:
-        if (m_mouse.isOn) {
-            m_mouse.dropped();
+        if (m_mouse.drops()) {
             return true;
         }
-        m_keyboard.end(); // the person has aimed at this window
-        stopIfOver();
+        m_keyboard.end = QDeadlineTimer(); // the user has aimed at this window
         return false;
     default:
         return false;
@@ -140,20 +163,9 @@ bool InputGuard::isToBeDropped(QEvent* event)
 
 bool InputGuard::dropsKey(bool isRepeat)
 {
-    if (m_keyboard.isOn) {
-        m_keyboard.dropped();
+    if (m_keyboard.drops()) {
         return true;
     }
-    if (m_ignoresHeldKey && !isRepeat) {
-        m_ignoresHeldKey = false;
-        stopIfOver();
-    }
+    m_ignoresHeldKey = m_ignoresHeldKey && isRepeat;
     return m_ignoresHeldKey;
-}
-
-void InputGuard::stopIfOver()
-{
-    if (!isOn() && !m_ignoresHeldKey) {
-        QCoreApplication::instance()->removeEventFilter(this);
-    }
 }

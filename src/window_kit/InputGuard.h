@@ -1,19 +1,33 @@
 #pragma once
 
+#include <QDeadlineTimer>
+#include <QHash>
 #include <QObject>
-#include <QTimer>
+#include <QSet>
 
+#include <chrono>
+#include <functional>
+
+class QAbstractButton;
 class QWidget;
 
-// Keeps a window deaf when it has come up by itself: what the person was typing or clicking
-// elsewhere just then does nothing in it.
+// Whether a key, a click or a press in a window was meant for it: the one guard of that. Each
+// window has its own. It drops
 //
-// Keys and input methods' text are dropped until the person clicks in the window, or until the
-// keyboard was quiet for a second. That second counts from the window's exposure, and each key that
-// is dropped begins it anew. The mouse can be kept out likewise for 600 ms. A screen reader's press
-// of a button comes without an event; whoever acts on the button asks dropsPress().
+// - keys and input methods' text in a window that has come up by itself, until the user clicks in
+// it
+//   or the keyboard was quiet for a second;
+// - where that is asked for, clicks in it as well, for 600 ms;
+// - presses of the buttons in a part of the window that has just come to mean something else (a row
+//   into which another session has moved), for 600 ms;
+// - the end of a press that began before such a change, and the repeats of a key that was held down
+//   before.
 //
-// Main thread; lives as long as its window.
+// The times count from the moment at which the window is on the screen; each input that is dropped
+// begins its time anew. Keys and clicks are dropped as events. A screen reader's press comes
+// without one and clicks a moment later: whatever acts on a button is connected by connectButton(),
+// which looks at the press when it begins and when it ends. Main thread; lives as long as its
+// window.
 class InputGuard : public QObject {
     Q_OBJECT
 
@@ -22,45 +36,48 @@ public:
 
     explicit InputGuard(QWidget* window);
 
-    // To be called before the window is shown, or when it shows something new. Never shortens what
-    // is running.
+    // The window is about to come up by itself, or shows something new. Never shortens a time that
+    // runs. With the mouse, presses that have begun count for nothing.
     void begin(Inputs inputs);
 
-    // The person has asked for the window.
+    // The user has asked for the window.
     void end();
 
-    // For a window that the person goes on in: a key that is held down from before is not heard
-    // until it is let go.
+    // The user goes on in this window: a key that is held down is not heard until it is let go.
     void ignoreHeldKey();
 
-    // Whether it drops anything yet.
-    [[nodiscard]] bool isOn() const { return m_keyboard.isOn || m_mouse.isOn; }
+    // The buttons in that part of the window mean something else from now on.
+    void changed(QWidget& part);
 
-    // Whether a button's press is to be dropped. The event filter has dropped those of the keyboard
-    // and the mouse already, so the press is a screen reader's. Counts as a dropped input.
-    [[nodiscard]] bool dropsPress();
+    // Runs the action at each click of the button whose press was meant.
+    void connectButton(QAbstractButton* button, std::function<void()> action);
+
+    // Whether it drops keys or clicks yet.
+    [[nodiscard]] bool isOn() const { return m_keyboard.isOn() || m_mouse.isOn(); }
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    // One kind of input.
-    struct Quiet {
-        QTimer time;
-        bool isOn = false; // also while the window's exposure is waited for
+    // A time in which an input is dropped.
+    struct DeafTime {
+        std::chrono::milliseconds length;
+        QDeadlineTimer end; // none while the window's exposure is waited for
 
+        [[nodiscard]] bool isOn() const { return !end.hasExpired(); }
         void begin(bool isExposed);
-        void dropped(); // begins the time anew
-        void end();
+        [[nodiscard]] bool drops();
     };
 
     [[nodiscard]] bool isExposed() const;
     [[nodiscard]] bool isToBeDropped(QEvent* event);
     [[nodiscard]] bool dropsKey(bool isRepeat);
-    void exposed();
-    void stopIfOver();
+    [[nodiscard]] bool dropsPress(const QAbstractButton* button);
+    void forgetPresses(const QWidget& part);
 
     QWidget* const m_window;
-    Quiet m_keyboard;
-    Quiet m_mouse;
+    DeafTime m_keyboard;
+    DeafTime m_mouse;
+    QHash<QWidget*, DeafTime> m_parts;
+    QSet<QAbstractButton*> m_meant; // whose press has begun and was meant
     bool m_ignoresHeldKey = false;
 };

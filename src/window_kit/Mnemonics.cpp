@@ -1,21 +1,14 @@
 #include "window_kit/Mnemonics.h"
 
-#include <QAbstractButton>
-#include <QLabel>
-
-#include <optional>
+#include <QVariant>
+#include <QWidget>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// Where the letter stands in the text, and which it is.
-struct Place {
-    qsizetype index;
-    QChar letter;
-};
-
-std::optional<Place> freeLetter(const QString& text, const QString& taken)
+// Where its letter stands in the text; -1 where none is free.
+qsizetype placeOfLetter(const QString& text, const QString& taken)
 {
     for (const bool isFirstOfWord : {true, false}) {
         for (qsizetype index = 0; index < text.size(); ++index) {
@@ -23,22 +16,11 @@ std::optional<Place> freeLetter(const QString& text, const QString& taken)
             const bool isFirst = index == 0 || !text[index - 1].isLetterOrNumber();
             if (letter >= u'a' && letter <= u'z' && isFirst == isFirstOfWord &&
                 !taken.contains(letter)) {
-                return Place{index, letter};
+                return index;
             }
         }
     }
-    return std::nullopt;
-}
-
-void setText(QWidget* widget, const QString& text)
-{
-    if (auto* const button = qobject_cast<QAbstractButton*>(widget)) {
-        if (button->text() != text) {
-            button->setText(text);
-        }
-    } else if (auto* const label = qobject_cast<QLabel*>(widget)) {
-        label->setText(text);
-    }
+    return -1;
 }
 
 } // namespace
@@ -52,12 +34,11 @@ void Mnemonics::setTexts(const QList<Named>& texts)
 {
     QString taken;
     for (const auto& [widget, text] : texts) {
-        const auto place = freeLetter(text, taken);
-        if (!place) {
-            setText(widget, plain(text));
-            continue;
+        QString shown = plain(text);
+        if (const qsizetype place = placeOfLetter(text, taken); place >= 0) {
+            taken += text[place].toLower();
+            shown = plain(text.first(place)) + u'&' + plain(text.sliced(place));
         }
-        taken += place->letter;
-        setText(widget, plain(text.first(place->index)) + u'&' + plain(text.sliced(place->index)));
+        widget->setProperty("text", shown); // a button's and a label's alike
     }
 }

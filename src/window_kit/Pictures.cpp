@@ -1,10 +1,14 @@
 #include "window_kit/Pictures.h"
 
 #include "platform/desktop/BundleImages.h"
+#include "platform/files/FilePaths.h"
+#include "platform/files/RegularFile.h"
 
 #include <QAbstractButton>
+#include <QBuffer>
 #include <QFontInfo>
 #include <QIcon>
+#include <QImageReader>
 #include <QLabel>
 #include <QPainter>
 #include <QVariant>
@@ -20,6 +24,8 @@ namespace {
 constexpr qreal kUsualFont = 13.5;
 constexpr int kGap = 4; // beside words, more than what styles leave
 
+constexpr QSize kLogo(160, 36);
+
 // A widget's own: the picture that it shows, and how large it was designed.
 constexpr const char* kName = "pictureName";
 constexpr const char* kSize = "pictureSize";
@@ -32,6 +38,22 @@ QSize designed(QWidget& widget, const char* key, const QSize& size)
         widget.setProperty(key, size);
     }
     return widget.property(key).toSize();
+}
+
+// The picture in these bytes, made smaller where it is larger than a logo; null for none.
+QPixmap customLogo(QByteArray& bytes, qreal scale)
+{
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    const QSize whole = reader.size();
+    const QSize largest = kLogo * scale;
+    if (whole.width() > largest.width() || whole.height() > largest.height()) {
+        reader.setScaledSize(whole.scaled(largest, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
+    }
+    QPixmap pixmap = whole.isEmpty() ? QPixmap() : QPixmap::fromImageReader(&reader);
+    pixmap.setDevicePixelRatio(scale);
+    return pixmap;
 }
 
 // Leaves room at the side of the words.
@@ -91,4 +113,39 @@ void Pictures::refresh(QWidget& window)
             show(*button, name);
         }
     }
+}
+
+bool Pictures::showLogo(QLabel& logo, bool mayBeCustom)
+{
+    constexpr qsizetype kLargestFile = 16 * 1024 * 1024;
+    const qreal scale = logo.devicePixelRatioF();
+    QPixmap picture;
+    bool isCustom = false;
+    if (mayBeCustom) {
+        auto custom = RegularFile::read(FilePaths::preferences(u"custom-logo.png"_s), kLargestFile);
+        isCustom = custom.state != RegularFile::State::Missing;
+        picture = customLogo(custom.bytes, scale);
+    }
+    if (!isCustom) {
+        const bool isDark = logo.palette().color(QPalette::Window).lightness() < 128;
+        picture = BundleImages::pixmap(isDark ? u"image-dark"_s : u"image-light"_s, kLogo, scale);
+    }
+    if (!picture.isNull()) {
+        logo.setPixmap(picture);
+    }
+    return isCustom;
+}
+
+void Pictures::setWindowIcon(QWidget& window)
+{
+    QIcon all;
+    for (const char* const name : {"vantoryAgent-16", "vantoryAgent-32", "vantoryAgent-48",
+                                   "vantoryAgent", "vantoryAgent-128", "vantoryAgent-256"}) {
+        const QIcon icon = BundleImages::icon(QLatin1StringView(name)).value_or(QIcon());
+        const QList<QSize> sizes = icon.availableSizes();
+        for (const QSize& size : sizes) {
+            all.addPixmap(icon.pixmap(size, 1.0));
+        }
+    }
+    window.setWindowIcon(all);
 }

@@ -3,88 +3,79 @@
 #include "platform/desktop/WindowActivation.h"
 
 #include <QApplication>
+#include <QMenu>
 #include <QPointer>
-#include <QWidget>
 
 namespace {
 
-QPointer<QWidget>& frontWindow()
-{
-    static QPointer<QWidget> window;
-    return window;
-}
+// Both hold null where there is none any more.
+QPointer<QWidget> frontWindow;
+QPointer<QMenu> statusMenu;
 
 // Whether a front window is shown, and is another one.
 bool hasFrontWindowBefore(const QWidget* window)
 {
-    const QWidget* const front = frontWindow();
-    return front != nullptr && front != window && front->isVisible();
+    return frontWindow != nullptr && frontWindow != window && frontWindow->isVisible();
 }
 
-WindowRules::Keyboard keyboardFor(const QWidget* window)
+void addMenuKeys(QWidget* window)
 {
-    const QWidget* const active = QApplication::activeWindow();
-    if (active == nullptr || active == window) {
-        return WindowRules::Keyboard::Free;
+    const QList<QAction*> items = statusMenu ? statusMenu->actions() : QList<QAction*>();
+    for (QAction* const item : items) {
+        if (!item->shortcut().isEmpty()) {
+            window->addAction(item); // once, however often it is called
+        }
     }
-    return active == frontWindow() ? WindowRules::Keyboard::InFront
-                                   : WindowRules::Keyboard::InAnother;
 }
 
 } // namespace
 
-WindowRules::Approach WindowRules::approach(Occasion occasion, Keyboard keyboard)
-{
-    switch (occasion) {
-    case Occasion::Person:
-        // Even the person's own wish for another window leaves a question its keyboard.
-        return keyboard == Keyboard::InFront ? Approach::Show : Approach::Activate;
-    case Occasion::Service:
-        return keyboard == Keyboard::Free ? Approach::Offer : Approach::Show;
-    case Occasion::News:
-        break;
-    }
-    return Approach::Mark;
-}
-
 void WindowRules::bringUp(QWidget* window, Occasion occasion)
 {
-    const bool isNew = !window->isVisible() || window->isMinimized();
-    switch (approach(occasion, keyboardFor(window))) {
-    case Approach::Activate:
-        WindowActivation::present(window);
-        break;
-    case Approach::Offer:
-        WindowActivation::offer(window);
-        break;
-    case Approach::Show:
-        WindowActivation::show(window);
-        break;
-    case Approach::Mark:
+    if (occasion == Occasion::News) {
         WindowActivation::demandAttention(window);
         return;
     }
+    addMenuKeys(window);
+    const bool isNew = !window->isVisible() || window->isMinimized();
+    QWidget* const active = QApplication::activeWindow();
+    const bool isAnotherActive = active != nullptr && active != window;
     if (occasion == Occasion::Service) {
+        if (isAnotherActive) {
+            WindowActivation::show(window);
+        } else {
+            WindowActivation::offer(window);
+        }
         WindowActivation::demandAttention(window); // until it has the keyboard
+    } else if (isAnotherActive && active == frontWindow) {
+        // Even the user's own wish for another window leaves a question its keyboard.
+        WindowActivation::show(window);
+    } else {
+        WindowActivation::present(window);
     }
     activated(window);
-    QWidget* const active = QApplication::activeWindow();
-    if (window == frontWindow() && active != nullptr && active != window) {
-        WindowActivation::bringAbove(window, active);
+    QWidget* const activeNow = QApplication::activeWindow();
+    if (window == frontWindow && activeNow != nullptr && activeNow != window) {
+        WindowActivation::bringAbove(window, activeNow);
     }
     if (isNew && hasFrontWindowBefore(window)) {
-        WindowActivation::showAnew(frontWindow(), window);
+        WindowActivation::showAnew(frontWindow, window);
     }
 }
 
 void WindowRules::activated(QWidget* window)
 {
     if (hasFrontWindowBefore(window)) {
-        WindowActivation::putAbove(frontWindow(), window);
+        WindowActivation::putAbove(frontWindow, window);
     }
 }
 
 void WindowRules::setFrontWindow(QWidget* window)
 {
-    frontWindow() = window;
+    frontWindow = window;
+}
+
+void WindowRules::setMenu(QMenu* menu)
+{
+    statusMenu = menu;
 }

@@ -3,12 +3,9 @@
 #include "logging/Logs.h"
 #include "platform/files/MainBundle.h"
 #include "ui_AboutController.h"
-#include "window_kit/AgentWindow.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
 #include "windows/Bundle+extensions.h"
-
-#include <QDialog>
 
 #include <utility>
 
@@ -27,65 +24,51 @@ QString required(const std::optional<QString>& number, const char* key)
 
 } // namespace
 
-class AboutController::Window : public AgentWindow<QDialog> {
-public:
-    explicit Window(AboutController& owner)
-        : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint)
-    {
-        ui.setupUi(this);
-        setLogo(ui.logo);
-        QFont name = ui.agentName->font();
-        name.setPointSizeF(name.pointSizeF() * 1.25);
-        ui.agentName->setFont(name);
-        connect(ui.Quit, &QPushButton::clicked, this, [&owner] { owner.QuitAction(); });
-    }
-
-    Ui::AboutController ui;
-};
-
-AboutController::AboutController(LabelSource labels) : m_labels(std::move(labels)) {}
+AboutController::AboutController(LabelSource labels)
+    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+      m_labels(std::move(labels))
+{}
 
 AboutController::~AboutController() = default;
 
+void AboutController::setUp()
+{
+    m_ui = std::make_unique<Ui::AboutController>();
+    m_ui->setupUi(this);
+    setLogo(m_ui->logo);
+    QFont name = m_ui->agentName->font();
+    name.setPointSizeF(name.pointSizeF() * 1.25);
+    m_ui->agentName->setFont(name);
+    connect(m_ui->Quit, &QPushButton::clicked, this, &AboutController::QuitAction);
+}
+
 void AboutController::present()
 {
-    Window& shown = window();
+    if (!m_ui) {
+        setUp();
+    }
     if (const auto labels = m_labels()) {
         translate(*labels);
     }
-    if (!shown.isVisible()) {
-        shown.adjustSize();
-        shown.move(Placement::centre(Placement::availableArea(), shown.size()));
+    if (!isVisible()) {
+        adjustSize();
+        move(Placement::centre(Placement::availableArea(), size()));
     }
-    shown.present();
+    AgentWindow::present();
 }
 
-AboutController::Window& AboutController::window()
+void AboutController::translate(const JsonData::Info& labels)
 {
-    if (!m_window) {
-        m_window = std::make_unique<Window>(*this);
-    }
-    return *m_window;
-}
-
-void AboutController::translate(const JsonData::Info& data)
-{
-    Ui::AboutController& ui = window().ui;
-    m_window->setWindowTitle(u"vantory - "_s + data.About.about);
-    ui.agentName->setText(u"vantory Agent"_s);
-    ui.versionName->setText(data.About.version + u": "_s +
-                            required(Bundle::releaseVersionNumber(), "CFBundleShortVersionString"));
-    ui.copyright->setText(u"© 2026 Halvern. All rights reserved."_s);
-    ui.BuildLabel->setText(data.About.build + u": "_s +
-                           required(Bundle::buildVersionNumber(), "CFBundleVersion"));
-    Mnemonics::setTexts({{ui.Quit, data.Common.quit}});
+    setWindowTitle(u"vantory - "_s + labels.About.about);
+    m_ui->agentName->setText(u"vantory Agent"_s);
+    m_ui->versionName->setText(
+        labels.About.version + u": "_s +
+        required(Bundle::releaseVersionNumber(), "CFBundleShortVersionString"));
+    m_ui->copyright->setText(u"© 2026 Halvern. All rights reserved."_s);
+    m_ui->BuildLabel->setText(labels.About.build + u": "_s +
+                              required(Bundle::buildVersionNumber(), "CFBundleVersion"));
+    Mnemonics::setTexts({{m_ui->Quit, labels.Common.quit}});
     // Readers speak it with the button, which has the keyboard.
-    ui.Quit->setAccessibleDescription(ui.versionName->text() + u", "_s + ui.BuildLabel->text());
-}
-
-void AboutController::QuitAction()
-{
-    if (m_window) {
-        m_window->hide();
-    }
+    m_ui->Quit->setAccessibleDescription(m_ui->versionName->text() + u", "_s +
+                                         m_ui->BuildLabel->text());
 }

@@ -1,32 +1,38 @@
 #pragma once
 
 #include "localisation/Translate.h"
+#include "window_kit/AgentWindow.h"
+
+#include <QDialog>
 
 #include <memory>
 
-// The About window: which program this is, and which version of it.
-//
-// There is one for the agent's whole life; its window is made when it is first to be seen and is
-// only ever hidden. Main thread.
-class AboutController {
+namespace Ui {
+class AboutController;
+}
+
+// The About window: which program this is, and which version of it. There is one for the agent's
+// whole life, which is only ever hidden. Main thread.
+class AboutController : public AgentWindow<QDialog> {
+    Q_OBJECT
+
 public:
     explicit AboutController(LabelSource labels);
-    ~AboutController();
+    ~AboutController() override;
 
-    // Brings the window up because the person asks for it.
+    // Brings the window up because the user asks for it.
     void present();
 
     // Puts one language's texts in place. A program without version or build number is a broken
     // installation: fatalState(). Both are the running program's, also after an upgrade.
-    void translate(const JsonData::Info& data);
+    void translate(const JsonData::Info& labels);
 
     // The button.
-    void QuitAction();
+    void QuitAction() { hide(); }
 
 private:
-    class Window;
+    void setUp();
 
-    Window& window();
     const LabelSource m_labels;
-    std::unique_ptr<Window> m_window;
+    std::unique_ptr<Ui::AboutController> m_ui; // from the first showing on
 };

@@ -1,7 +1,7 @@
 #include "windows/AcknowledgementText.h"
 
-#include "window_kit/PlainToolTip.h"
-#include "window_kit/ShownText.h"
+#include "localisation/ShownText.h"
+#include "window_kit/ElidedLabel.h"
 
 #include <QFocusEvent>
 #include <QPainter>

@@ -2,20 +2,25 @@
 
 #include "localisation/Translate.h"
 #include "records/Activity.h"
+#include "window_kit/AgentWindow.h"
 
-#include <QObject>
+#include <QDialog>
 #include <QTimer>
 
 #include <functional>
 #include <memory>
 
+class QTreeWidgetItem;
+
+namespace Ui {
+class ActivityWindow;
+}
+
 // The list of what happened to this computer in this run of the agent: sessions, requests that were
-// accepted on the person's behalf, and commands that the service ran. The newest stands first; what
-// happened while the person was away is bold until the window is closed.
-//
-// There is one for the agent's whole life; its window is made when it is first to be seen. Main
-// thread.
-class ActivityWindow : public QObject {
+// accepted on the user's behalf, and commands that the service ran. The newest stands first; what
+// happened while the user was away is bold until the window is closed. There is one for the agent's
+// whole life. Main thread.
+class ActivityWindow : public AgentWindow<QDialog> {
     Q_OBJECT
 
 public:
@@ -27,22 +32,27 @@ public:
     ActivityWindow(LabelSource labels, Source activities);
     ~ActivityWindow() override;
 
-    // Brings the window up because the person asks for it.
+    // Brings the window up because the user asks for it.
     void present();
     // The list has changed; a window that is shown follows a little later.
     void update();
 
 Q_SIGNALS:
-    // The person has the list before them.
+    // The user has the list before them.
     void seen();
 
-private:
-    class Window;
+protected:
+    void hideEvent(QHideEvent* event) override;
 
+private:
+    void setUp();
     void fill();
+    void copyDetails();
+    [[nodiscard]] QTreeWidgetItem* itemFor(const Activity& activity,
+                                           const JsonData::Info& labels) const;
 
     const LabelSource m_labels;
     const Source m_activities;
     QTimer m_fillTimer;
-    std::unique_ptr<Window> m_window;
+    std::unique_ptr<Ui::ActivityWindow> m_ui; // from the first showing on
 };

@@ -7,5 +7,5 @@
 // of 24 hours with seconds, in the order, digits and calendar of the locale.
 //
 // `language` is an identifier as the environment has it ("pt_BR", "C") or a BCP 47 tag
-// ("th-TH-u-ca-buddhist"). Empty where ICU has no answer. Any thread.
+// ("th-TH-u-ca-buddhist"). Empty where ICU has no answer. Main thread.
 [[nodiscard]] QString arrivalTime(const QDateTime& time, const QString& language);

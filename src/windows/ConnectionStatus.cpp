@@ -1,12 +1,10 @@
 #include "windows/ConnectionStatus.h"
 
+#include "localisation/ShownText.h"
 #include "platform/desktop/WorkArea.h"
 #include "records/Intervals.h"
 #include "ui_ConnectionStatus.h"
-#include "window_kit/AgentWindow.h"
-#include "window_kit/FittingText.h"
-#include "window_kit/Pictures.h"
-#include "window_kit/PlainToolTip.h"
+#include "window_kit/ElidedLabel.h"
 
 #include <QEvent>
 #include <QScreen>
@@ -19,229 +17,169 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What one row takes of the window's height, in points.
+// Points.
+constexpr int kWidth = 313;
+constexpr int kHeight = 313; // with two sessions
 constexpr int kRowHeight = 80;
+constexpr int kRoom = 66;               // for the lines of a row
+constexpr qsizetype kLongestName = 200; // that is spoken
 
-auto find(const QList<SessionInfo>& sessions, qint64 session)
+void nameButton(QToolButton& button, const QString& text)
 {
-    return std::find_if(sessions.cbegin(), sessions.cend(),
-                        [session](const SessionInfo& listed) { return listed.session == session; });
+    button.setToolTip(text);
+    button.setAccessibleName(text);
+}
+
+// Gives the label the largest font, up to that one, in which its text has room in it.
+void fitText(QLabel& label, QFont font)
+{
+    constexpr qreal kSmallest = 8; // points
+    const auto hasRoom = [&] {
+        const QRect room = label.contentsRect();
+        return room.contains(QFontMetrics(font).boundingRect(
+            room, static_cast<int>(label.alignment()) | Qt::TextWordWrap, label.text()));
+    };
+    while (font.pointSizeF() > kSmallest && !hasRoom()) {
+        font.setPointSizeF(font.pointSizeF() - 0.5);
+    }
+    label.setFont(font);
 }
 
 } // namespace
 
-// Has a fixed size, and its place in the screen's corner.
-class ConnectionStatus::Window : public AgentWindow<QWidget> {
-public:
-    explicit Window(ConnectionStatus& owner)
-        : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
-                                      Qt::WindowCloseButtonHint),
-          m_owner(owner)
-    {
-        ui.setupUi(this);
-        setLogo(ui.logo);
-        for (QFrame* const card : {ui.card, ui.card2}) {
-            card->setBackgroundRole(QPalette::Base);
-        }
-        connectRow(owner.m_rows[0], *ui.abort, &ConnectionStatus::Abort);
-        connectRow(owner.m_rows[0], *ui.ChatButton, &ConnectionStatus::ChatAction);
-        connectRow(owner.m_rows[1], *ui.abort2, &ConnectionStatus::Abort2);
-        connectRow(owner.m_rows[1], *ui.ChatButton2, &ConnectionStatus::ChatAction2);
-        connectButton(ui.activity, [this] { Q_EMIT m_owner.activityRequested(); });
+std::optional<QString> elapsedText(double seconds)
+{
+    // A machine's clock may be set at any moment; a century is more than any session.
+    constexpr double kLongest = 100.0 * 366 * 24 * 60 * 60;
+    if (!(seconds > 1.0) || seconds > kLongest) {
+        return std::nullopt;
     }
-
-    // Takes the keyboard to where it presses nothing; the Tab key goes on to the buttons.
-    void leaveButtons() { ui.agentDesc->setFocus(Qt::OtherFocusReason); }
-    // Likewise from a row that changes: it would pass to a button of another session.
-    void leaveRow(std::size_t row)
-    {
-        const QWidget* const place = row == 0 ? ui.slot : ui.slot2;
-        if (place->isAncestorOf(focusWidget())) {
-            leaveButtons();
+    const auto whole = static_cast<qint64>(seconds);
+    if (whole < 60) {
+        return u"0:%1"_s.arg(whole, 2, 10, QLatin1Char('0'));
+    }
+    QString text;
+    for (const qint64 unit : {whole / 86'400, whole / 3'600 % 24, whole / 60 % 60, whole % 60}) {
+        if (!text.isEmpty()) {
+            text += u":%1"_s.arg(unit, 2, 10, QLatin1Char('0'));
+        } else if (unit != 0) {
+            text = QString::number(unit);
         }
     }
-
-    // The person has asked for the window: the keyboard is where it is seen.
-    void enterByKeyboard()
-    {
-        if (focusWidget() == nullptr || focusWidget() == ui.agentDesc) {
-            ui.activity->setFocus(Qt::OtherFocusReason);
-        }
-    }
-
-    void fitState()
-    {
-        layout()->activate();
-        fitText(*ui.agentDesc, font());
-    }
-
-    Ui::ConnectionStatus ui;
-
-protected:
-    bool event(QEvent* event) override
-    {
-        const bool result = AgentWindow::event(event);
-        switch (event->type()) {
-        case QEvent::Show:
-            // The frame, which counts for the place, is there when the window is on the screen.
-            windowHandle()->installEventFilter(this);
-            m_isToBePlaced = true;
-            fitState();
-            m_owner.inSession();
-            m_owner.inSession2();
-            break;
-        case QEvent::Resize:
-            m_isToBePlaced = true;
-            break;
-        case QEvent::FontChange:
-            fitState();
-            break;
-        case QEvent::WindowStateChange:
-            // A minimised window was not redrawn.
-            if (m_owner.isVisible()) {
-                m_owner.config();
-                m_owner.inSession();
-                m_owner.inSession2();
-            }
-            break;
-        default:
-            break;
-        }
-        return result;
-    }
-
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        if (event->type() == QEvent::Expose && m_isToBePlaced && windowHandle()->isExposed()) {
-            m_isToBePlaced = false;
-            m_owner.setPosition();
-        }
-        return AgentWindow::eventFilter(watched, event);
-    }
-
-private:
-    void connectRow(SessionRow& row, QToolButton& button, void (ConnectionStatus::*action)())
-    {
-        connect(&button, &QToolButton::pressed, this, [&row] { row.press(); });
-        connectButton(&button, [this, &row, action] {
-            if (row.isPressMeant()) {
-                (m_owner.*action)();
-            }
-        });
-    }
-
-    ConnectionStatus& m_owner;
-    bool m_isToBePlaced = true;
-};
+    return text;
+}
 
 ConnectionStatus::ConnectionStatus(LabelSource labels)
-    : ready(u"Agent ready"_s), no_gateway(u"No gateway available"_s),
-      account_invalid(u"Account is blocked or no longer exists"_s), m_labels(std::move(labels)),
-      m_notEnded(englishFallback().Connection.notEnded),
-      m_activityTitle(englishFallback().Activity.title),
-      m_awayTitle(englishFallback().Activity.away)
+    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
+                                  Qt::WindowCloseButtonHint),
+      m_labels(std::move(labels)), m_texts(englishFallback())
 {
-    connect(&sessionTimer, &QTimer::timeout, this, [this] {
-        inSession();
-        inSession2();
-    });
+    m_texts.Connection.ready = u"Agent ready"_s;
+    m_texts.Connection.no_gateway = u"No gateway available"_s;
+    m_texts.Connection.account_invalid = u"Account is blocked or no longer exists"_s;
+    connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);
+    connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession2);
 }
 
 ConnectionStatus::~ConnectionStatus() = default;
 
-bool ConnectionStatus::isVisible() const
+void ConnectionStatus::awakeFromNib()
 {
-    return m_window && m_window->isVisible() && !m_window->isMinimized();
+    m_ui = std::make_unique<Ui::ConnectionStatus>();
+    const Ui::ConnectionStatus& ui = *m_ui;
+    m_ui->setupUi(this);
+    setLogo(ui.logo);
+    m_rows = {{{sessionAt(0), ui.slot, ui.card, ui.sessionSign, ui.ControlUserName, ui.timing,
+                ui.note, ui.ChatButton, ui.abort},
+               {sessionAt(1), ui.slot2, ui.card2, ui.sessionSign2, ui.ControlUserName2, ui.timing2,
+                ui.note2, ui.ChatButton2, ui.abort2}}};
+    for (const Row& row : m_rows) {
+        row.card->setBackgroundRole(QPalette::Base);
+        Pictures::show(*row.sign, u"appIcon-22-session"_s);
+        Pictures::show(*row.chat, u"chat"_s);
+        Pictures::show(*row.abort, u"abort"_s);
+    }
+    connectButton(ui.abort, [this] { Abort(); });
+    connectButton(ui.abort2, [this] { Abort2(); });
+    connectButton(ui.ChatButton, [this] { ChatAction(); });
+    connectButton(ui.ChatButton2, [this] { ChatAction2(); });
+    connectButton(ui.activity, [this] { Q_EMIT activityRequested(); });
+    refresh();
+    config();
+}
+
+bool ConnectionStatus::isSeen() const
+{
+    return isVisible() && !isMinimized();
 }
 
 void ConnectionStatus::present()
 {
-    window();
+    if (!m_ui) {
+        awakeFromNib();
+    }
     setPosition();
-    m_window->enterByKeyboard();
-    m_window->present();
+    // The keyboard is where it is seen.
+    if (focusWidget() == nullptr || focusWidget() == m_ui->agentDesc) {
+        m_ui->activity->setFocus(Qt::OtherFocusReason);
+    }
+    AgentWindow::present();
 }
 
 void ConnectionStatus::presentByService()
 {
-    window();
+    if (!m_ui) {
+        awakeFromNib();
+    }
     setPosition();
-    // Also a window that is shown: the focus may have stayed on a button since the person left it.
-    m_window->leaveButtons();
-    // Where it is not shown, it comes up in a corner in which the person may be clicking.
-    m_window->presentByService(isVisible() ? InputGuard::Inputs::Keyboard
+    // Also a window that is shown: the focus may have stayed on a button since the user left it.
+    leaveButtons();
+    // Where it is not shown, it comes up in a corner in which the user may be clicking.
+    AgentWindow::presentByService(isSeen() ? InputGuard::Inputs::Keyboard
                                            : InputGuard::Inputs::KeyboardAndMouse);
 }
 
 void ConnectionStatus::wakeUp()
 {
-    if (m_window && m_window->isVisible() && m_window->isMinimized()) {
+    if (isVisible() && isMinimized()) {
         presentByService();
     }
 }
 
-void ConnectionStatus::hide()
+// Takes the keyboard to where it presses nothing; the Tab key goes on to the buttons.
+void ConnectionStatus::leaveButtons()
 {
-    if (m_window) {
-        m_window->hide();
-    }
+    m_ui->agentDesc->setFocus(Qt::OtherFocusReason);
 }
 
-ConnectionStatus::Window& ConnectionStatus::window()
+void ConnectionStatus::translate(const JsonData::Info& labels)
 {
-    if (!m_window) {
-        m_window = std::make_unique<Window>(*this);
-        awakeFromNib();
-        config();
-    }
-    return *m_window;
-}
-
-void ConnectionStatus::awakeFromNib()
-{
-    const Ui::ConnectionStatus& ui = m_window->ui;
-    m_rows[0].setWidgets({ui.slot, ui.card, ui.sessionSign, ui.ControlUserName, ui.timing, ui.note,
-                          ui.ChatButton, ui.abort});
-    m_rows[1].setWidgets({ui.slot2, ui.card2, ui.sessionSign2, ui.ControlUserName2, ui.timing2,
-                          ui.note2, ui.ChatButton2, ui.abort2});
-    refresh();
-}
-
-void ConnectionStatus::translate(const JsonData::Info& data)
-{
-    ready = data.Connection.ready;
-    no_gateway = data.Connection.no_gateway;
-    account_invalid = data.Connection.account_invalid;
-    m_notEnded = data.Connection.notEnded;
-    m_activityTitle = data.Activity.title;
-    m_awayTitle = data.Activity.away;
-    if (!m_window) {
+    m_texts = labels;
+    if (!m_ui) {
         return;
     }
-    m_window->setWindowTitle(u"vantory - "_s + data.Connection.conn_status_title);
-    for (SessionRow& row : m_rows) {
-        row.translate(data.Connection.abort_connection_label, data.Chat.chat);
+    setWindowTitle(u"vantory - "_s + labels.Connection.conn_status_title);
+    for (const Row& row : m_rows) {
+        nameButton(*row.abort, labels.Connection.abort_connection_label);
+        nameButton(*row.chat, labels.Chat.chat);
     }
 }
 
 void ConnectionStatus::setPosition()
 {
     // Moving or resizing a minimised window would bring it back.
-    if (m_window && !m_window->isMinimized() && m_window->screen() != nullptr) {
-        const int screenWidth = m_window->screen()->geometry().width();
+    if (m_ui && !isMinimized() && screen() != nullptr) {
         const QMargins untold = WorkArea::untold();
-        m_window->move(screenWidth - m_window->frameGeometry().width() - untold.right(),
-                       untold.top());
+        move(screen()->geometry().width() - frameGeometry().width() - untold.right(), untold.top());
     }
 }
 
 void ConnectionStatus::resizeWindow(qsizetype sessionNumber)
 {
-    if (m_window && !m_window->isMinimized()) {
-        const auto rows = static_cast<qsizetype>(m_rows.size());
-        const bool isFull = sessionNumber < 0 || sessionNumber > rows;
-        const auto unused = static_cast<int>(isFull ? 0 : rows - sessionNumber);
-        m_window->setFixedSize(width, height - unused * kRowHeight);
+    if (m_ui && !isMinimized()) {
+        const bool isFull = sessionNumber < 0 || sessionNumber > 2;
+        const auto unused = static_cast<int>(isFull ? 0 : 2 - sessionNumber);
+        setFixedSize(kWidth, kHeight - unused * kRowHeight);
     }
     setPosition();
 }
@@ -251,146 +189,166 @@ void ConnectionStatus::refresh()
     if (const auto labels = m_labels()) {
         translate(*labels);
     }
-    if (m_window) {
-        m_window->refreshLogo(logoChanged);
+    if (m_ui) {
+        refreshLogo(logoChanged);
     }
 }
 
 void ConnectionStatus::setConnection(const SessionInfo& sessionInfo)
 {
-    if (find(m_sessions, sessionInfo.session) == m_sessions.cend()) {
+    if (std::none_of(m_sessions.cbegin(), m_sessions.cend(), [&](const SessionInfo& listed) {
+            return listed.session == sessionInfo.session;
+        })) {
         m_sessions.append(sessionInfo);
     }
 }
 
 void ConnectionStatus::resetConnection(qint64 session)
 {
-    const auto found = find(m_sessions, session);
-    if (found != m_sessions.cend()) {
-        m_sessions.erase(found);
-    }
+    m_sessions.removeIf([=](const SessionInfo& listed) { return listed.session == session; });
+}
+
+std::optional<SessionInfo> ConnectionStatus::sessionAt(qsizetype index) const
+{
+    return index < m_sessions.size() ? std::optional(m_sessions.at(index)) : std::nullopt;
 }
 
 void ConnectionStatus::config()
 {
     resizeWindow(m_sessions.size());
-    showState();
-    showActivityButton();
-    showRows();
-    if (!isAnyClockRunning()) {
+    if (m_ui) {
+        showState();
+        showActivityButton();
+        showSession(m_rows[0], sessionAt(0));
+        showSession(m_rows[1], sessionAt(1));
+    }
+    if (m_sessions.isEmpty()) {
         sessionTimer.stop();
     } else if (!sessionTimer.isActive()) {
         sessionTimer.start(Intervals::current().clock);
     }
 }
 
-void ConnectionStatus::showRows()
-{
-    for (std::size_t index = 0; index < m_rows.size(); ++index) {
-        const auto listed = static_cast<qsizetype>(index);
-        const auto session =
-            listed < m_sessions.size() ? std::optional(m_sessions.at(listed)) : std::nullopt;
-        SessionRow& row = m_rows.at(index);
-        const auto number = session ? std::optional(session->session) : std::nullopt;
-        if (m_window && (number != row.session() || !isManaged)) {
-            m_window->leaveRow(index);
-        }
-        row.show(session, isManaged, number && notEnded.contains(*number) ? m_notEnded : QString());
-    }
-}
-
 void ConnectionStatus::showState()
 {
-    if (!m_window) {
-        return;
-    }
-    QLabel& sign = *m_window->ui.gateway_status;
+    const auto& texts = m_texts.Connection;
+    QLabel& sign = *m_ui->gateway_status;
     Pictures::show(sign, gatewayConnectionStatus ? u"status-available"_s : u"status-unavailable"_s);
-    sign.setAccessibleName(gatewayConnectionStatus ? ready : no_gateway);
+    sign.setAccessibleName(gatewayConnectionStatus ? texts.ready : texts.no_gateway);
     if (showConnectionDetail) {
         setPlainToolTip(sign, gateway_name);
     }
-    m_window->ui.agentDesc->setText(stateText());
-    m_window->fitState();
+    QString state;
+    if (gatewayConnectionStatus) {
+        state = texts.ready;
+    } else if (accountIsValid) {
+        state = *accountIsValid ? texts.no_gateway : texts.account_invalid;
+    }
+    m_ui->agentDesc->setText(state);
+    layout()->activate();
+    fitText(*m_ui->agentDesc, font());
 }
 
 void ConnectionStatus::showActivityButton()
 {
-    if (!m_window) {
-        return;
+    Pictures::show(*m_ui->activity, hasUnseenActivity ? u"activity-unseen"_s : u"activity"_s);
+    nameButton(*m_ui->activity, hasUnseenActivity ? m_texts.Activity.away : m_texts.Activity.title);
+}
+
+void ConnectionStatus::showSession(Row& row, const std::optional<SessionInfo>& session)
+{
+    const auto before = std::exchange(row.session, session);
+    const bool isAnother = !session || !before || session->session != before->session ||
+                           session->remoteControlUser != before->remoteControlUser;
+    if ((isAnother || !isManaged) && row.place->isAncestorOf(focusWidget())) {
+        leaveButtons(); // the keyboard would pass to a button of another session
     }
-    QToolButton& button = *m_window->ui.activity;
-    Pictures::show(button, hasUnseenActivity ? u"activity-unseen"_s : u"activity"_s);
-    const QString& title = hasUnseenActivity ? m_awayTitle : m_activityTitle;
-    button.setToolTip(title);
-    button.setAccessibleName(title);
-}
-
-QString ConnectionStatus::stateText() const
-{
-    if (gatewayConnectionStatus) {
-        return ready;
+    if (isAnother) {
+        inputGuard.changed(*row.place);
+        row.timing->clear();
     }
-    if (!accountIsValid) {
-        return {};
+    row.place->setVisible(session.has_value());
+    const QString name = session ? session->remoteControlUser : QString();
+    row.name->setFullText(name);
+    row.card->setAccessibleName(ShownText::line(name, kLongestName)); // whose buttons are in it
+    row.abort->setVisible(isManaged);
+    const bool hasNote = session && notEnded.contains(session->session);
+    row.note->setFullText(hasNote ? m_texts.Connection.notEnded : QString());
+    row.note->setVisible(hasNote);
+    row.timing->setVisible(!hasNote || 3 * row.name->fontMetrics().height() <= kRoom);
+    if (isAnother) {
+        showTime(row);
     }
-    return *accountIsValid ? no_gateway : account_invalid;
 }
 
-bool ConnectionStatus::isAnyClockRunning() const
+void ConnectionStatus::showTime(const Row& row)
 {
-    return std::any_of(m_rows.cbegin(), m_rows.cend(),
-                       [](const SessionRow& row) { return row.isClockRunning(); });
-}
-
-void ConnectionStatus::inSession()
-{
-    tick(0);
-}
-
-void ConnectionStatus::inSession2()
-{
-    tick(1);
+    if (row.session && row.session->sessionDate) {
+        if (const auto text = elapsedText(sessionDateNow() - *row.session->sessionDate)) {
+            row.timing->setText(*text);
+        }
+    }
 }
 
 void ConnectionStatus::tick(std::size_t row)
 {
-    if (isVisible()) {
-        m_rows.at(row).tick();
+    if (isSeen()) {
+        showTime(m_rows.at(row));
     }
 }
 
-void ConnectionStatus::Abort()
+void ConnectionStatus::requestEnd(std::size_t row)
 {
-    abortSession(0);
-}
-
-void ConnectionStatus::Abort2()
-{
-    abortSession(1);
-}
-
-void ConnectionStatus::abortSession(std::size_t row)
-{
-    m_rows.at(row).stopClock();
-    if (const auto session = m_rows.at(row).session()) {
-        Q_EMIT endRequested(*session);
+    if (const auto session = m_rows.at(row).session) {
+        Q_EMIT endRequested(session->session);
     }
-}
-
-void ConnectionStatus::ChatAction()
-{
-    requestChat(0);
-}
-
-void ConnectionStatus::ChatAction2()
-{
-    requestChat(1);
 }
 
 void ConnectionStatus::requestChat(std::size_t row)
 {
-    if (const auto session = m_rows.at(row).session()) {
-        Q_EMIT chatRequested(*session);
+    if (const auto session = m_rows.at(row).session) {
+        Q_EMIT chatRequested(session->session);
     }
+}
+
+bool ConnectionStatus::event(QEvent* event)
+{
+    const bool result = AgentWindow::event(event);
+    switch (event->type()) {
+    case QEvent::Show:
+        // The frame, which counts for the place, is there when the window is on the screen.
+        windowHandle()->installEventFilter(this);
+        m_isToBePlaced = true;
+        showState();
+        inSession();
+        inSession2();
+        break;
+    case QEvent::Resize:
+        m_isToBePlaced = true;
+        break;
+    case QEvent::FontChange:
+        if (m_ui) {
+            showState();
+        }
+        break;
+    case QEvent::WindowStateChange:
+        if (isSeen()) { // a minimised window was not redrawn
+            config();
+            inSession();
+            inSession2();
+        }
+        break;
+    default:
+        break;
+    }
+    return result;
+}
+
+bool ConnectionStatus::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Expose && m_isToBePlaced && windowHandle()->isExposed()) {
+        m_isToBePlaced = false;
+        setPosition();
+    }
+    return AgentWindow::eventFilter(watched, event);
 }

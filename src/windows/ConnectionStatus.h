@@ -2,43 +2,53 @@
 
 #include "localisation/Translate.h"
 #include "records/SessionInfo.h"
-#include "windows/SessionRow.h"
+#include "window_kit/AgentWindow.h"
 
 #include <QList>
-#include <QObject>
 #include <QSet>
 #include <QString>
 #include <QTimer>
+#include <QWidget>
 
 #include <array>
 #include <memory>
 #include <optional>
 
+class ElidedLabel;
+class QToolButton;
+
+namespace Ui {
+class ConnectionStatus;
+}
+
+// The text of a session's clock: "0:07", "0:42", "1:05", "1:02:03", with days before the hours from
+// the first day on. None up to the first full second and for a time that no clock shows. Any
+// thread.
+[[nodiscard]] std::optional<QString> elapsedText(double seconds);
+
 // The small window at the top right of the screen that tells whether the machine is linked and who
-// is in session, and in which the person ends a session or asks for a chat.
+// is in session, and in which the user ends a session or asks for a chat.
 //
-// The controller lives as long as the agent and takes reports whether or not its window exists; the
-// window is made when it is first to be seen. It shows the first two of its sessions, a row each.
-// Main thread.
-class ConnectionStatus : public QObject {
+// There is one for the agent's whole life. It takes reports before it is first to be seen, too. It
+// has a row for each of its first two sessions. Main thread.
+class ConnectionStatus : public AgentWindow<QWidget> {
     Q_OBJECT
 
 public:
     explicit ConnectionStatus(LabelSource labels);
     ~ConnectionStatus() override;
 
-    // Whether the person can see the window: a minimised one is not visible.
-    [[nodiscard]] bool isVisible() const;
-    // Brings the window up because the person asks for it.
+    // Whether the user can see the window: a minimised one can't be seen.
+    [[nodiscard]] bool isSeen() const;
+    // Brings the window up because the user asks for it.
     void present();
     // Brings it up because of what the service reports.
     void presentByService();
     // Brings a minimised window back.
     void wakeUp();
-    void hide();
 
     // Puts one language's texts in place; the state's line follows at the next config().
-    void translate(const JsonData::Info& data);
+    void translate(const JsonData::Info& labels);
     // Moves the window to the top right corner of its screen. Ignores the screen's own origin, on
     // purpose.
     void setPosition();
@@ -52,16 +62,15 @@ public:
     [[nodiscard]] const QList<SessionInfo>& sessions() const { return m_sessions; }
     // Redraws the window from what it was given, and starts and stops the clocks.
     void config();
-    [[nodiscard]] bool isAnyClockRunning() const;
 
     // The buttons.
-    void Abort();
-    void Abort2();
-    void ChatAction();
-    void ChatAction2();
+    void Abort() { requestEnd(0); }
+    void Abort2() { requestEnd(1); }
+    void ChatAction() { requestChat(0); }
+    void ChatAction2() { requestChat(1); }
     // The clock's ticks, for each row.
-    void inSession();
-    void inSession2();
+    void inSession() { tick(0); }
+    void inSession2() { tick(1); }
 
     QTimer sessionTimer; // of both rows, so that they tick together
 
@@ -71,44 +80,51 @@ public:
     bool showConnectionDetail = false;
     std::optional<bool> accountIsValid; // none until the service has said so
     bool isManaged = true;              // who is managed centrally may end sessions
-    QSet<qint64> notEnded;              // the person has ended them, the service reports them still
-    bool hasUnseenActivity = false;     // while the person was away
+    QSet<qint64> notEnded;              // the user has ended them, the service reports them still
+    bool hasUnseenActivity = false;     // while the user was away
 
-    // The texts of the agent's state; in English until a label document has been read.
-    QString ready;
-    QString no_gateway;
-    QString account_invalid;
     bool logoChanged = false;
 
-    // Points.
-    static constexpr int width = 313;
-    static constexpr int height = 313; // with two sessions
-
 Q_SIGNALS:
-    // The person wants that session ended, or a chat with its operator.
+    // The user wants that session ended, or a chat with its operator.
     void endRequested(qint64 session);
     void chatRequested(qint64 session);
-    // The person wants to see what happened.
+    // The user wants to see what happened.
     void activityRequested();
 
-private:
-    class Window;
+protected:
+    bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
-    Window& window();
+private:
+    // Shows and means the one session that it was given, if any.
+    struct Row {
+        std::optional<SessionInfo> session;
+        QWidget* place = nullptr; // what holds the others
+        QWidget* card = nullptr;
+        QLabel* sign = nullptr;
+        ElidedLabel* name = nullptr;
+        QLabel* timing = nullptr;
+        ElidedLabel* note = nullptr; // below the time, or in its place where letters are large
+        QToolButton* chat = nullptr;
+        QToolButton* abort = nullptr;
+    };
+
     void awakeFromNib();
+    [[nodiscard]] std::optional<SessionInfo> sessionAt(qsizetype index) const;
+    void leaveButtons();
     void showState();
     void showActivityButton();
-    void showRows();
-    [[nodiscard]] QString stateText() const;
-    void abortSession(std::size_t row);
-    void requestChat(std::size_t row);
+    void showSession(Row& row, const std::optional<SessionInfo>& session);
+    static void showTime(const Row& row);
     void tick(std::size_t row);
+    void requestEnd(std::size_t row);
+    void requestChat(std::size_t row);
 
     const LabelSource m_labels;
+    JsonData::Info m_texts; // the last that were read
     QList<SessionInfo> m_sessions;
-    std::array<SessionRow, 2> m_rows;
-    QString m_notEnded;
-    QString m_activityTitle;
-    QString m_awayTitle;
-    std::unique_ptr<Window> m_window;
+    std::unique_ptr<Ui::ConnectionStatus> m_ui; // from the first showing on
+    std::array<Row, 2> m_rows;                  // likewise
+    bool m_isToBePlaced = true;
 };

@@ -1,64 +1,72 @@
 #pragma once
 
 #include "localisation/Translate.h"
+#include "window_kit/AgentWindow.h"
 
+#include <QDialog>
 #include <QList>
-#include <QObject>
 #include <QPoint>
-#include <QPointer>
 #include <QString>
+#include <QTimer>
 
 #include <memory>
 
-class QTimer;
+namespace Ui {
+class MessageInbox;
+}
 
 // The window of one message that was pushed to this machine: who sent it and when it came, its kind
 // and text, and the seconds until it closes by itself. Nothing is ever sent back.
 //
 // Each message has its own. Whoever makes one fills it once, and deletes it when it is closed.
 // Main thread.
-class MessageInbox : public QObject {
+class MessageInbox : public AgentWindow<QDialog> {
     Q_OBJECT
 
 public:
-    MessageInbox(LabelSource labels, QObject* parent);
+    explicit MessageInbox(LabelSource labels);
     ~MessageInbox() override;
 
-    // Fills the window. `timeout` is in seconds, below one the message stays until the person
-    // closes it; the kind is one of MessageKind's numbers.
+    // Fills the window. `timeout` is in seconds, below one the message stays until the user closes
+    // it. Kinds are numbered: 1 information, 2 question, 3 caution, 4 stop; any other number is a
+    // message of no kind.
     void set(const QString& from, const QString& text, qint64 timeout, qint64 iconValue);
     // Brings it up beside the other messages, which stand at these places. At first it ignores
     // keys.
     void present(const QList<QPoint>& others);
-    [[nodiscard]] QPoint position() const;
-    // Whether the person is in its window.
-    [[nodiscard]] bool isInUse() const;
     // Says how many messages were closed to make room for later ones; of none nothing is said.
     void setNotShown(qint64 count);
 
     // Puts one language's texts in place.
-    void translate(const JsonData::Info& data);
+    void translate(const JsonData::Info& labels);
     // The count-down's tick.
     void changeMessage();
     // Closes the message.
     void stopMessage();
-    // The button, and whatever else the person closes it with.
+    // The button, and whatever else the user closes it with.
     void QuitAction();
+    void reject() override { QuitAction(); }
 
-    QPointer<QTimer> timer;
+    QTimer timer;
     qint64 timeout = 0; // seconds left
     bool logoChanged = false;
 
 Q_SIGNALS:
-    // By the person or by the count-down.
-    void closed(bool isByPerson);
+    // By the user or by the count-down.
+    void closed(bool isByUser);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    class Window;
-
-    void showCountDown(const JsonData::Info& data);
+    void showCountDown(const JsonData::Info& labels);
+    void showColour();
+    void fitToText();
+    void growToNeed(int more = 0);
 
     const LabelSource m_labels;
-    bool m_isClosedByPerson = false;
-    std::unique_ptr<Window> m_window;
+    const std::unique_ptr<Ui::MessageInbox> m_ui;
+    qint64 m_kind = 0;
+    qint64 m_notShown = 0;
+    bool m_isClosedByUser = false;
 };

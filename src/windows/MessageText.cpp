@@ -1,7 +1,7 @@
 #include "windows/MessageText.h"
 
+#include "localisation/ShownText.h"
 #include "window_kit/PlainSelection.h"
-#include "window_kit/ShownText.h"
 
 #include <QTextBlock>
 
@@ -11,8 +11,6 @@ namespace {
 constexpr int kGoesOn = 1;
 
 } // namespace
-
-MessageText::MessageText(QWidget* parent) : QPlainTextEdit(parent) {}
 
 void MessageText::setMessage(const QString& text)
 {

@@ -9,7 +9,7 @@ class MessageText : public QPlainTextEdit {
     Q_OBJECT
 
 public:
-    explicit MessageText(QWidget* parent = nullptr);
+    using QPlainTextEdit::QPlainTextEdit;
 
     // Any text, made safe to show.
     void setMessage(const QString& text);

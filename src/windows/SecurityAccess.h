@@ -1,22 +1,24 @@
 #pragma once
 
 #include "localisation/Translate.h"
+#include "window_kit/AgentWindow.h"
 
-#include <QObject>
+#include <QDialog>
 #include <QString>
 
 #include <memory>
 
-class QWidget;
+namespace Ui {
+class SecurityAccess;
+}
 
-// The small window in which the person types an account's name and password, so that the settings
-// can be changed. Whose they are is not asked: an account that is no administrator's passes here,
-// and then the system itself refuses the change.
+// The small window in which the user types an account's name and password, so that the settings can
+// be changed. Whose they are is not asked: an account that is no administrator's passes here, and
+// then the system itself refuses the change.
 //
-// The controller lives as long as the agent; its window is made when it is first to be seen. What
-// was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction() only
-// Cancel works. Main thread.
-class SecurityAccess : public QObject {
+// What was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction()
+// only Cancel works. Main thread.
+class SecurityAccess : public AgentWindow<QDialog> {
     Q_OBJECT
 
 public:
@@ -27,7 +29,6 @@ public:
     void refresh();
     // Brings the window up, in front of the one that it is for.
     void present(QWidget* settings);
-    [[nodiscard]] bool isVisible() const;
 
     // Emits what was typed, and empties the password's field at once.
     void check();
@@ -35,8 +36,11 @@ public:
     void finishCheck(bool isRight);
 
     // The buttons.
-    void applyAction();
+    void applyAction() { check(); }
     void cancelAction();
+
+    // Escape and the title bar.
+    void reject() override { cancelAction(); }
 
     bool status = false; // the last check succeeded
 
@@ -46,12 +50,15 @@ Q_SIGNALS:
     void cancelled();
 
 private:
-    class Window;
-
-    Window& window();
-    void translate(const JsonData::Info& data);
+    void setUp();
+    void translate(const JsonData::Info& labels);
+    void clearPassword();
+    void clearFields();
+    void setChecking(bool isChecking);
 
     const LabelSource m_labels;
-    std::unique_ptr<Window> m_window;
+    std::unique_ptr<Ui::SecurityAccess> m_ui; // from the first refresh() on
+    QString m_checking;
+    QString m_wrong;
     bool m_isChecking = false;
 };

@@ -4,9 +4,7 @@
 #include "platform/desktop/BundleImages.h"
 #include "ui_SettingsWindow.h"
 #include "window_kit/Mnemonics.h"
-#include "window_kit/Pictures.h"
 #include "window_kit/PushButton.h"
-#include "windows/PlatformNames.h"
 
 #include <QFocusEvent>
 #include <QLabel>
@@ -23,7 +21,9 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
       m_ui(new Ui::SettingsWindow), m_texts(std::move(texts))
 {
     m_ui->setupUi(this);
-    m_ui->platformSelect->addItems(PlatformNames::all());
+    m_ui->platformSelect->addItem(u"production"_s, QString()); // is stored as an empty text
+    m_ui->platformSelect->addItem(u"staging"_s, u"staging"_s);
+    m_ui->platformSelect->addItem(u"testing"_s, u"testing"_s);
 
     // Room for a whole account identifier; and for the session code's row, so that nothing moves
     // when the mode hides it.
@@ -36,7 +36,10 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
         widget->setSizePolicy(policy);
     }
 
-    translate();
+    setWindowTitle(m_texts.title);
+    m_ui->sessionCodeText->setAccessibleName(m_texts.sessionCode);
+    m_ui->accountIdText->setAccessibleName(m_texts.accountId);
+    m_ui->platformSelect->setAccessibleName(m_texts.region);
     setLocked(true);
     connect(m_ui->platformSelect, &QComboBox::textActivated, this, &SettingsWindow::sayRegion);
     m_ui->platformSelect->installEventFilter(this);
@@ -65,18 +68,10 @@ bool SettingsWindow::eventFilter(QObject* watched, QEvent* event)
     return AgentWindow::eventFilter(watched, event);
 }
 
-void SettingsWindow::translate()
-{
-    setWindowTitle(m_texts.title);
-    m_ui->sessionCodeText->setAccessibleName(m_texts.sessionCode);
-    m_ui->accountIdText->setAccessibleName(m_texts.accountId);
-    m_ui->platformSelect->setAccessibleName(m_texts.region);
-}
-
 BackendSettings SettingsWindow::entries() const
 {
     return {m_ui->managed->isChecked(), m_ui->sessionCodeText->text(), m_ui->accountIdText->text(),
-            PlatformNames::value(m_ui->platformSelect->currentText())};
+            m_ui->platformSelect->currentData().toString()};
 }
 
 void SettingsWindow::showSettings(const BackendSettings& settings)
@@ -84,7 +79,8 @@ void SettingsWindow::showSettings(const BackendSettings& settings)
     m_ui->managed->setChecked(settings.managed);
     m_ui->sessionCodeText->setText(settings.sessionCode);
     m_ui->accountIdText->setText(settings.accountId);
-    m_ui->platformSelect->setCurrentIndex(PlatformNames::index(settings.platform));
+    const int region = m_ui->platformSelect->findData(settings.platform);
+    m_ui->platformSelect->setCurrentIndex(std::max(region, 0));
 }
 
 void SettingsWindow::showNoSettings()
@@ -96,9 +92,8 @@ void SettingsWindow::showNoSettings()
 void SettingsWindow::setLocked(bool isLocked)
 {
     m_isLocked = isLocked;
-    const QString picture = isLocked ? u"lock"_s : u"unlock"_s;
     const QString words = isLocked ? m_texts.unlock : m_texts.lock;
-    Pictures::show(*m_ui->lockButton, picture);
+    Pictures::show(*m_ui->lockButton, isLocked ? u"lock"_s : u"unlock"_s);
     m_ui->lockButton->setToolTip(words);
     m_ui->lockButton->setAccessibleName(words);
     for (QWidget* const widget : std::initializer_list<QWidget*>{

@@ -60,7 +60,6 @@ private:
     void sayRegion();
     void showMode();
     void showWhyLocked();
-    void translate();
 
     std::unique_ptr<Ui::SettingsWindow> m_ui;
     const SettingsTexts m_texts;

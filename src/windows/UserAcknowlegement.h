@@ -1,20 +1,25 @@
 #pragma once
 
 #include "localisation/Translate.h"
+#include "window_kit/AgentWindow.h"
 
-#include <QObject>
+#include <QDialog>
 #include <QString>
 
 #include <memory>
 
-// The dialog that asks the person whether a remote operator may take control. The file's name is
+namespace Ui {
+class UserAcknowlegement;
+}
+
+// The dialog that asks the user whether a remote operator may take control. The file's name is
 // misspelt on purpose: it is part of the interface.
 //
 // There is one for the agent's whole life. It has no time-out and no default answer: only its two
 // buttons answer, and neither Escape nor the title bar makes it go. While it is shown it lies above
 // all other windows of the agent. A request that comes while another is shown takes its place and
 // says so; the answer is to the latest. Main thread.
-class UserAcknowledgement : public QObject {
+class UserAcknowledgement : public AgentWindow<QDialog> {
     Q_OBJECT
 
 public:
@@ -23,19 +28,20 @@ public:
 
     // Brings the dialog up with a request. At first it ignores keys and the mouse.
     void ask(qint64 session, const QString& server, const QString& controlName);
-    // Brings a dialog that is being shown before the person, who asks for it.
+    // Brings a dialog that is being shown before the user, who asks for it.
     void present();
-    void hide();
-    [[nodiscard]] bool isVisible() const;
     // The whole sentence.
     [[nodiscard]] QString question() const;
 
     // Puts one language's texts in place, and the names into the question.
-    void translate(const JsonData::Info& data);
+    void translate(const JsonData::Info& labels);
 
     // The buttons.
-    void acceptAction();
-    void declineAction();
+    void acceptAction() { answer(true); }
+    void declineAction() { answer(false); }
+
+    // Escape and the title bar.
+    void reject() override {}
 
     qint64 session = 0;
     QString serverName;
@@ -45,12 +51,16 @@ public:
 Q_SIGNALS:
     void answered(qint64 session, bool isAccepted);
 
-private:
-    class Window;
+protected:
+    void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
-    Window& window();
+private:
+    void setUp();
+    void comeBack(Qt::WindowState state);
     void answer(bool isAccepted);
 
     const LabelSource m_labels;
-    std::unique_ptr<Window> m_window;
+    std::unique_ptr<Ui::UserAcknowlegement> m_ui; // from the first request on
 };

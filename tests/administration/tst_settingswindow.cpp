@@ -7,25 +7,13 @@
 #include <QFileInfo>
 #include <QMessageBox>
 
-#include <functional>
-
 using namespace Qt::StringLiterals;
 
 using namespace SettingsDriver;
 
 namespace {
 
-const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
-
-QMessageBox* alert()
-{
-    return qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-}
-
-QCheckBox* managed()
-{
-    return find<QCheckBox>(window(), "managed");
-}
+const QByteArray kId = "3f2504e0-4f89-41d3-9a0c-0305e82c3301";
 
 QLineEdit* account()
 {
@@ -37,8 +25,13 @@ bool storeSettings()
     return writeFile(backendSettingsPath(),
                      "<plist version=1.0><dict><key>managed</key><true/><key>sessionCode</key>"
                      "<string>000123</string><key>accountID</key><string>" +
-                         kId.toUtf8() +
+                         kId +
                          "</string><key>platform</key><string>testing</string></dict></plist>");
+}
+
+bool isLeft()
+{
+    return !window()->isVisible() && !code()->isEnabled();
 }
 
 } // namespace
@@ -50,72 +43,41 @@ class TestSettingsWindow : public AgentTest {
 private Q_SLOTS:
     void opensLockedWithWhatIsStored()
     {
+        AppDelegate::options.displayChange = false;
+        QVERIFY(open(*m_agent) && button(window(), "lockButton")->isVisible()); // a first time
+        m_agent->delegate->cancelAction();
         QVERIFY(storeSettings() && open(*m_agent));
-        for (const QWidget* const widget : std::initializer_list<QWidget*>{
-                 managed(), account(), button(window(), "applyButton")}) {
-            QVERIFY2(!widget->isEnabled(), qPrintable(widget->objectName()));
-        }
-        QCOMPARE(button(window(), "lockButton")->accessibleName(), u"Unlock"_s);
-        QVERIFY(AppDelegate::state().isManaged && managed()->isChecked());
-        QCOMPARE(account()->text(), kId);
+        const auto* const managed = find<QCheckBox>(window(), "managed");
+        QVERIFY(!managed->isEnabled() && !account()->isEnabled());
+        QVERIFY(!button(window(), "lockButton")->isVisible());
+        QVERIFY(AppDelegate::state().isManaged && managed->isChecked());
+        QCOMPARE(account()->text().toUtf8(), kId);
         QCOMPARE(find<QComboBox>(window(), "platformSelect")->currentText(), u"testing"_s);
         m_agent->delegate->applyAction(); // nothing may come this way
         QVERIFY(window()->isVisible());
     }
 
-    void modesHideWhatTheyDoNotNeed()
+    void refusesEntriesOfItsMode()
     {
         QVERIFY(open(*m_agent));
         m_agent->delegate->enableSettings();
-        QVERIFY(code()->hasFocus() && !account()->isEnabled());
         const QSize size = window()->size();
-        QTest::mouseClick(managed(), Qt::LeftButton, {}, QPoint(8, 8));
-        QVERIFY(!code()->isVisible() && account()->isEnabled());
-        QTest::mouseClick(managed(), Qt::LeftButton, {}, QPoint(8, 8));
-        QVERIFY(code()->isVisible() && code()->isEnabled() && !account()->isEnabled());
-        QCOMPARE(window()->size(), size); // nothing jumps
-    }
-
-    void displayOptions_data()
-    {
-        QTest::addColumn<bool>("isConfigured");
-        QTest::addColumn<bool>("mayChange");
-        QTest::addColumn<bool>("showsLock");
-        QTest::newRow("fresh and fixed: a first time is granted") << false << false << true;
-        QTest::newRow("configured") << true << true << true;
-        QTest::newRow("configured and fixed") << true << false << false;
-    }
-    void displayOptions()
-    {
-        QFETCH(bool, isConfigured);
-        QFETCH(bool, mayChange);
-        QVERIFY(!isConfigured || storeSettings());
-        AppDelegate::options.displayChange = mayChange;
-        AppDelegate::options.displayAgentType = isConfigured;
-        QVERIFY(open(*m_agent));
-        QTEST(button(window(), "lockButton")->isVisible(), "showsLock");
-        QCOMPARE(managed()->isVisible(), isConfigured);
-    }
-
-    void refusedEntries()
-    {
-        QVERIFY(open(*m_agent));
-        m_agent->delegate->enableSettings();
-        m_agent->forget();
         for (const bool isManaged : {false, true}) {
-            managed()->setChecked(isManaged);
+            find<QCheckBox>(window(), "managed")->setChecked(isManaged);
+            QVERIFY(code()->isVisible() != isManaged && account()->isEnabled() == isManaged);
             QLineEdit* const field = isManaged ? account() : code();
             field->setText(u"<b>456\n"_s);
             click(window(), "applyButton");
-            QTRY_VERIFY(alert() != nullptr);
-            QCOMPARE(alert()->text(), isManaged ? u"Account Identifier is incorrect"_s
-                                                : u"Session code is incorrect"_s);
-            QTest::mouseClick(alert()->buttons().constFirst(), Qt::LeftButton);
-            QTRY_VERIFY(alert() == nullptr);
-            QVERIFY(window()->isVisible() && field->isEnabled());
+            auto* const alert = window()->findChild<QMessageBox*>();
+            QVERIFY(alert != nullptr && QTest::qWaitForWindowActive(alert));
+            QCOMPARE(alert->text(), isManaged ? u"Account Identifier is incorrect"_s
+                                              : u"Session code is incorrect"_s);
+            QTest::mouseClick(alert->buttons().constFirst(), Qt::LeftButton);
+            QTRY_VERIFY(window()->findChild<QMessageBox*>() == nullptr);
             QCOMPARE(field->text(), u"<b>456\n"_s); // to be mended
+            QCOMPARE(window()->size(), size);       // nothing jumps
         }
-        QVERIFY(m_agent->sent().isEmpty() && !QFileInfo::exists(backendSettingsPath()));
+        QVERIFY(!QFileInfo::exists(backendSettingsPath()));
     }
 
     void nothingChangedWritesNothing()
@@ -125,46 +87,31 @@ private Q_SLOTS:
         m_agent->delegate->enableSettings();
         m_agent->forget();
         click(window(), "applyButton");
-        QVERIFY(!window()->isVisible() && !code()->isEnabled());
+        QVERIFY(isLeft());
         QCOMPARE(m_agent->takeSent(), QByteArrayList());
         QVERIFY(QFileInfo::exists(logo));
         QVERIFY(open(*m_agent)); // there is nothing to wait for
     }
 
-    void leavingLocksAgain()
-    {
-        const std::function<void()> ways[] = {
-            [] { click(window(), "cancelButton"); },
-            [] { QTest::keyClick(code(), Qt::Key_Escape); },
-            [] { window()->close(); }, // as the title bar does
-        };
-        for (const auto& leave : ways) {
-            QVERIFY(open(*m_agent));
-            m_agent->delegate->enableSettings();
-            QTRY_VERIFY((leave(), !window()->isVisible()));
-            QVERIFY(!code()->isEnabled());
-        }
-    }
-
-    void lockAsksAndLocks()
+    void lockAsksAndLeavingLocks()
     {
         QVERIFY(open(*m_agent));
         click(window(), "lockButton");
         QVERIFY(QTest::qWaitForWindowActive(question()));
-        auto* const password = find<QLineEdit>(question(), "password");
-        QCOMPARE(password->echoMode(), QLineEdit::Password);
         typeCredentials({}, u"secret"_s);
+        auto* const password = find<QLineEdit>(question(), "password");
         QTest::keyClick(password, Qt::Key_Escape);
         QVERIFY(!question()->isVisible() && password->text().isEmpty() && window()->isVisible());
-
+        click(window(), "lockButton");
+        click(window(), "cancelButton"); // takes the question along
+        QVERIFY(isLeft() && !question()->isVisible());
+        QVERIFY(open(*m_agent));
         m_agent->delegate->enableSettings();
-        click(window(), "lockButton");
-        QVERIFY(!code()->isEnabled() && !question()->isVisible());
-        // Closing the settings takes the question along.
-        click(window(), "lockButton");
-        QVERIFY(question()->isVisible());
-        click(window(), "cancelButton");
-        QVERIFY(!question()->isVisible());
+        QTest::keyClick(code(), Qt::Key_Escape);
+        QVERIFY(isLeft() && open(*m_agent));
+        m_agent->delegate->enableSettings();
+        window()->close(); // as the title bar does
+        QVERIFY(isLeft());
     }
 
     void opensByItselfOnlyUnconfiguredAndDeaf()
@@ -172,10 +119,9 @@ private Q_SLOTS:
         AppDelegate::options.displayAgentType = false;
         m_agent->delegate->waitingSettings();
         QVERIFY(QTest::qWaitForWindowActive(window()));
-        QVERIFY(!managed()->isVisible() && !code()->isEnabled());
-        auto* const lock = button(window(), "lockButton");
-        QTest::keyClick(lock, Qt::Key_Space);
-        QTest::keyClick(lock, Qt::Key_Escape);
+        QVERIFY(!find<QCheckBox>(window(), "managed")->isVisible() && !code()->isEnabled());
+        QTest::keyClick(button(window(), "lockButton"), Qt::Key_Space);
+        QTest::keyClick(button(window(), "lockButton"), Qt::Key_Escape);
         QVERIFY(window()->isVisible() && question() == nullptr);
         m_agent->delegate->enableSettings();
         m_agent->delegate->waitingSettings(); // a visible window is left alone

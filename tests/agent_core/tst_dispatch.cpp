@@ -149,10 +149,10 @@ private Q_SLOTS:
             std::chrono::milliseconds(300);
         QString visible;
         const auto look = [&visible] {
-            visible += AppDelegate::state().connectionStatus->isVisible() ? u'1' : u'0';
+            visible += AppDelegate::state().connectionStatus->isSeen() ? u'1' : u'0';
         };
         QVERIFY(m_agent->send(connected(7, "A")));
-        QVERIFY(!AppDelegate::state().connectionStatus->isVisible()); // not before its time
+        QVERIFY(!AppDelegate::state().connectionStatus->isSeen()); // not before its time
         waitForATimerOf(Intervals::current().showConnection);
         look();
         // A window that is there has the status asked for once more.
@@ -192,7 +192,7 @@ private Q_SLOTS:
         QTRY_COMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_s);
         QVERIFY(!AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
         AppDelegate::state().statusBarMenu->actions().at(2)->trigger();
-        QVERIFY(AppDelegate::state().connectionStatus->isVisible());
+        QVERIFY(AppDelegate::state().connectionStatus->isSeen());
         QVERIFY(m_agent->send("disconnect_all_sessions"));
         QTRY_COMPARE(titles(), nobody);
         QVERIFY(AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());

@@ -21,7 +21,7 @@ FOLDERS = {
     "src/service_link": "platform logging records",
     "src/settings": "platform logging records service_link",
     "src/window_kit": "platform localisation",
-    "src/command_line": "platform localisation records service_link settings window_kit",
+    "src/command_line": "platform localisation records service_link settings",
     "src/windows": "platform logging localisation records window_kit",
     "src/chat": "platform logging localisation records window_kit",
     "src/agent_state": "platform/threads localisation records service_link settings",

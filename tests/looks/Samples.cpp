@@ -67,7 +67,7 @@ public:
     void messages() const
     {
         for (const qint64 kind : {0, 1, 2, 3, 4}) {
-            MessageInbox message(source(), nullptr);
+            MessageInbox message(source());
             message.set(kind % 2 == 0 ? kName + u", "_s + kName : kShortName,
                         u"The computer restarts at 18:00. Please save your work.\n"_s
                         u"Until then everything can be used as before."_s,

@@ -1,6 +1,4 @@
-#include "window_kit/ShownText.h"
-
-#include <QTextDocument>
+#include "localisation/ShownText.h"
 
 #include <algorithm>
 #include <memory>
@@ -220,7 +218,9 @@ QString ShownText::toolTip(const QString& text)
     if (tip.count(u'\n') > kMostToolTipBreaks) {
         tip.replace(u'\n', u'↵');
     }
-    if (tip.size() <= kToolTipLine && !Qt::mightBeRichText(tip)) {
+    // The toolkit looks for markup in the first line.
+    const QString first = tip.left(tip.indexOf(u'\n'));
+    if (tip.size() <= kToolTipLine && !first.contains(u'<') && !first.contains(u'&')) {
         return tip;
     }
     return u"<p style=\"white-space:pre-wrap\">%1</p>"_s.arg(breakable(tip).toHtmlEscaped());

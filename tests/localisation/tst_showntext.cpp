@@ -1,4 +1,4 @@
-#include "window_kit/ShownText.h"
+#include "localisation/ShownText.h"
 
 #include <QTest>
 
