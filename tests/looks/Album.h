@@ -1,4 +1,4 @@
-#include "Samples.h"
+#pragma once
 
 #include "agent_core/SettingsLabels.h"
 #include "agent_state/AgentState.h"
@@ -19,17 +19,33 @@
 #include <QMessageBox>
 #include <QTest>
 
-using namespace Qt::StringLiterals;
+#include <algorithm>
+#include <functional>
 
-namespace {
+using Qt::StringLiterals::operator""_s;
 
-const QString kName = u"Maximilian von Hohenstein-Wartenberg"_s;
-const QString kShortName = u"Ann Carter"_s;
+inline const QString kName = u"Maximilian von Hohenstein-Wartenberg"_s;
+inline const QString kShortName = u"Ann Carter"_s;
 
+using Use = std::function<void(const QString& name, QWidget& window)>;
+
+// Every window of the agent, filled with what makes it largest; each is handed over while it is
+// shown.
 class Album {
 public:
-    Album(Language language, const Samples::Use& use) : m_language(language), m_use(use) {}
+    Album(Language language, const Use& use) : m_language(language), m_use(use)
+    {
+        status();
+        question();
+        messages();
+        chat();
+        settings();
+        activity();
+        about();
+        menu();
+    }
 
+private:
     void status() const
     {
         ConnectionStatus status(source());
@@ -109,7 +125,7 @@ public:
         }
         settings.complain(settingsTextsFrom(*source()()).accountIdErrorTitle,
                           settingsTextsFrom(*source()()).accountIdErrorMsg);
-        showThis(u"complaint"_s, settings.findChild<QMessageBox*>());
+        show(u"complaint"_s, settings.findChild<QMessageBox*>());
         delete settings.findChild<QMessageBox*>();
 
         SecurityAccess access(source());
@@ -156,11 +172,10 @@ public:
         AppDelegate::updateSystemTrayIcon();
         AppDelegate::state().awayItem->setVisible(true);
         AppDelegate::state().statusBarMenu->popup({});
-        showThis(u"menu"_s, AppDelegate::state().statusBarMenu);
+        show(u"menu"_s, AppDelegate::state().statusBarMenu);
         AppDelegate::state().statusBarMenu->hide();
     }
 
-private:
     [[nodiscard]] LabelSource source() const
     {
         return [language = m_language] { return getLanguageLabel()->info(language); };
@@ -169,17 +184,15 @@ private:
     static QWidget* find(const char* name)
     {
         const QWidgetList all = QApplication::topLevelWidgets();
-        for (QWidget* const widget : all) {
-            if (widget->isVisible() && widget->objectName() == QLatin1StringView(name)) {
-                return widget;
-            }
-        }
-        return nullptr;
+        const auto found = std::ranges::find_if(all, [name](const QWidget* widget) {
+            return widget->isVisible() && widget->objectName() == QLatin1StringView(name);
+        });
+        return found == all.end() ? nullptr : *found;
     }
 
-    void show(const QString& name, const char* window) const { showThis(name, find(window)); }
+    void show(const QString& name, const char* window) const { show(name, find(window)); }
 
-    void showThis(const QString& name, QWidget* window) const
+    void show(const QString& name, QWidget* window) const
     {
         QVERIFY2(window != nullptr, qPrintable(name));
         QVERIFY(QTest::qWaitForWindowExposed(window));
@@ -188,20 +201,5 @@ private:
     }
 
     const Language m_language;
-    const Samples::Use& m_use;
+    const Use& m_use;
 };
-
-} // namespace
-
-void Samples::forEach(Language language, const Use& use)
-{
-    const Album album(language, use);
-    album.status();
-    album.question();
-    album.messages();
-    album.chat();
-    album.settings();
-    album.activity();
-    album.about();
-    album.menu();
-}
