@@ -30,7 +30,6 @@ FOLDERS = {
     "src/dispatch": "platform logging records service_link agent_state",
     "src/keeper": "platform settings",
     "src/main.cpp": "platform logging command_line agent_state dispatch",
-    "simulator": "platform",
 }
 # Files, what no line of theirs may hold, and why.
 LINES = [
@@ -39,7 +38,7 @@ LINES = [
     (r"\.h$", r'#include (<.*\.h>|"ui_)|^using namespace', "not in a header"),
     (r"\.(cpp|h)$", r'QStringLiteral|QLatin1String\(|"_qs\b', 'texts are u""_s or ""_L1'),
     # A SIGNAL() as the last argument is the bus's connect(), which has no other way.
-    (r"^(src|simulator)/", r"\bSIGNAL\(.*\),|\bprocessEvents\(|\bsender\(\)|\bon_\w+_\w+\(",
+    (r"^src/", r"\bSIGNAL\(.*\),|\bprocessEvents\(|\bsender\(\)|\bon_\w+_\w+\(",
      "an old Qt habit"),
 ]
 LONGEST = 400
