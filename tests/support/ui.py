@@ -13,9 +13,10 @@
   ui dump                  print what is visible
 
 A NAME or TEXT of the form @Section.key is that label in the language of $LANGUAGE, as the program
-under $VANTORY_BUILD has it. Each waits up to ten seconds for what it needs, and fails with a line
+under $VANTORY_BUILD has it. Each waits up to thirty seconds for what it needs, and fails with a line
 that says what was missing.
 """
+import contextlib
 import json
 import os
 import re
@@ -28,19 +29,11 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
-PATIENCE = 10.0
+PATIENCE = 30.0
 TRAY_ICON = range(16, 65)  # points a side
 RECORDS = {"fr": "Fr", "es": "Es", "it": "It", "de": "Ge", "ko": "Ko", "pt": "Pt"}
-PRESSABLE = {
-    Atspi.Role.PUSH_BUTTON,
-    Atspi.Role.BUTTON if hasattr(Atspi.Role, "BUTTON") else Atspi.Role.PUSH_BUTTON,
-    Atspi.Role.MENU_ITEM,
-    Atspi.Role.CHECK_BOX,
-    Atspi.Role.COMBO_BOX,
-    Atspi.Role.TOGGLE_BUTTON,
-    Atspi.Role.TEXT,
-    Atspi.Role.ENTRY,
-}
+PRESSABLE = {getattr(Atspi.Role, name, None) for name in (
+    "PUSH_BUTTON", "BUTTON", "MENU_ITEM", "CHECK_BOX", "COMBO_BOX", "TOGGLE_BUTTON", "TEXT", "ENTRY")}
 
 
 def label(text):
@@ -51,14 +44,6 @@ def label(text):
         document = json.load(file)
     section, key = text[1:].split(".")
     return document[RECORDS.get(os.environ.get("LANGUAGE", "")[:2], "En")][section][key]
-
-
-def agents():
-    desktop = Atspi.get_desktop(0)
-    for index in range(desktop.get_child_count()):
-        application = desktop.get_child_at_index(index)
-        if application is not None and "vantory" in (application.get_name() or ""):
-            yield application
 
 
 def visible(node, depth=0):
@@ -74,21 +59,20 @@ def visible(node, depth=0):
 
 
 def text_of(node):
-    parts = [node.get_name() or ""]
-    try:
+    text = node.get_name() or ""
+    with contextlib.suppress(Exception):  # the window may go while it is looked at
         if "Text" in node.get_interfaces():
-            parts.append(Atspi.Text.get_text(node, 0, Atspi.Text.get_character_count(node)))
-    except Exception:  # the window may go while it is looked at
-        pass
-    return " ".join(part for part in parts if part)
+            text += " " + Atspi.Text.get_text(node, 0, Atspi.Text.get_character_count(node))
+    return text.strip()
 
 
 def everything():
-    for application in agents():
-        try:
-            yield from visible(application)
-        except Exception:
-            continue
+    desktop = Atspi.get_desktop(0)
+    for index in range(desktop.get_child_count()):
+        with contextlib.suppress(Exception):  # as above
+            application = desktop.get_child_at_index(index)
+            if "vantory" in application.get_name():
+                yield from visible(application)
 
 
 def centre(node):
@@ -99,13 +83,11 @@ def centre(node):
 
 def until(what, attempt, patience=PATIENCE):
     end = time.monotonic() + patience
-    while True:
-        result = attempt()
-        if result:
-            return result
+    while not (result := attempt()):
         if time.monotonic() > end:
             sys.exit(f"ui: {what}")
         time.sleep(0.05)
+    return result
 
 
 def xdotool(*arguments):
@@ -113,17 +95,10 @@ def xdotool(*arguments):
 
 
 def click(name, number="1"):
-    number = int(number)
-
-    def find():
-        found = [n for n in everything()
-                 if n.get_role() in PRESSABLE and (n.get_name() or "") == name
-                 and n.get_state_set().contains(Atspi.StateType.ENABLED)]
-        return found[number - 1] if len(found) >= number else None
-
-    node = until(f"no enabled button {name!r} number {number}", find)
-    x, y = centre(node)
-    xdotool("mousemove", x, y, "click", 1)
+    found = until(f"no enabled button {name!r} number {number}", lambda: [
+        node for node in everything() if node.get_role() in PRESSABLE and node.get_name() == name
+        and node.get_state_set().contains(Atspi.StateType.ENABLED)][int(number) - 1:])
+    xdotool("mousemove", *centre(found[0]), "click", 1)
 
 
 def windows(*options):
@@ -135,13 +110,9 @@ def windows(*options):
             for window, width, height in re.findall(pattern, found.stdout)}
 
 
-def is_tray_icon(size):
-    return all(side in TRAY_ICON for side in size)
-
-
 def tray(button="1"):
     icon = until("no icon in the tray", lambda: next(
-        (window for window, size in windows().items() if is_tray_icon(size)), None))
+        (window for window, size in windows().items() if {*size} <= {*TRAY_ICON}), None))
     before = windows("--onlyvisible").keys()
     xdotool("mousemove", "--window", icon, 8, 8, "click", button)
     until("no menu at the icon", lambda: windows("--onlyvisible").keys() - before)
