@@ -1,6 +1,8 @@
 # Comes after vantory_options, which it takes a warning from: Qt 6.8's QTRY_VERIFY and its kin narrow a
 # long to an int, in the code of whoever uses them.
 add_library(vantory_test_options INTERFACE)
+target_compile_options(vantory_test_options INTERFACE
+    -include ${PROJECT_SOURCE_DIR}/tests/support/Patience.h)
 if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5)
     target_compile_options(vantory_test_options INTERFACE -Wno-conversion)
 endif()
