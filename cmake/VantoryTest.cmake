@@ -1,13 +1,16 @@
 # Comes after vantory_options, which it takes a warning from: Qt 6.8's QTRY_VERIFY and its kin narrow a
 # long to an int, in the code of whoever uses them.
 add_library(vantory_test_options INTERFACE)
+target_compile_options(vantory_test_options INTERFACE
+    -include ${PROJECT_SOURCE_DIR}/tests/support/Patience.h)
 if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5)
     target_compile_options(vantory_test_options INTERFACE -Wno-conversion)
 endif()
 
-# vantory_test_properties(NAME SECONDS): the time limit, and what the thread sanitizer is to overlook.
-function(vantory_test_properties name timeout)
-    set_tests_properties(${name} PROPERTIES TIMEOUT ${timeout})
+# vantory_test_properties(NAME): a time limit, which is for a test that hangs, and what the thread
+# sanitizer is to overlook.
+function(vantory_test_properties name)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
     if(VANTORY_SANITIZERS MATCHES "thread")
         # The toolkit is not built for the thread sanitizer: only our own code's accesses count.
         # Threads that run when the process ends are meant.
@@ -16,14 +19,14 @@ function(vantory_test_properties name timeout)
     endif()
 endfunction()
 
-# vantory_add_test(NAME SOURCES... [LIBRARIES libs...] [TIMEOUT seconds] [DISPLAY] [BUS] [BUNDLE])
+# vantory_add_test(NAME SOURCES... [LIBRARIES libs...] [DISPLAY] [BUS] [BUNDLE])
 #
 # A QtTest program in a folder of its own, which is its application folder; with BUNDLE it has the
 # agent's resources there, of which the test may change any. With DISPLAY it runs in an X server with
 # a window manager of its own, with BUS on session and system buses of its own; both come from
 # tests/support/with_desktop. A STARTER is given the program to run and does all that itself.
 function(vantory_add_test name)
-    cmake_parse_arguments(TEST "DISPLAY;BUS;BUNDLE" "TIMEOUT;STARTER" "LIBRARIES" ${ARGN})
+    cmake_parse_arguments(TEST "DISPLAY;BUS;BUNDLE" "STARTER" "LIBRARIES" ${ARGN})
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE
         vantory_options vantory_test_options Qt6::Test ${TEST_LIBRARIES})
@@ -54,8 +57,5 @@ function(vantory_add_test name)
         add_test(NAME ${name} COMMAND ${name})
         set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
     endif()
-    if(NOT TEST_TIMEOUT)
-        set(TEST_TIMEOUT 60)
-    endif()
-    vantory_test_properties(${name} ${TEST_TIMEOUT})
+    vantory_test_properties(${name})
 endfunction()

@@ -33,30 +33,11 @@ void requireSafe(const QString& text, QStringView lineBreaks)
     }
 }
 
-void checkPieces(const QString& shown)
-{
-    QString joined;
-    for (const ShownText::Piece& piece : ShownText::pieces(shown)) {
-        require(piece.text.size() <= ShownText::kLongestPiece, "no piece is too long");
-        joined += piece.text;
-        joined += piece.endsLine ? QString(QChar(QChar::LineSeparator)) : QString();
-    }
-    require(joined == shown, "the pieces are the text");
-}
-
-void checkFirstCharacters(const QString& text, int count)
-{
-    const QString first = ShownText::firstCharacters(text, count);
-    require(text.startsWith(first), "the first characters begin the text");
-    require(first.isValidUtf16() || !text.isValidUtf16(), "no surrogate pair is cut");
-}
-
 void check(const QString& text, int count)
 {
     const QString shown = ShownText::shown(text);
     requireSafe(shown, u"\u2028");
     require(ShownText::shown(shown) == shown, "what is safe stays as it is");
-    checkPieces(shown);
     requireSafe(ShownText::line(text), {});
 
     const QString line = ShownText::line(text, count);
@@ -69,7 +50,9 @@ void check(const QString& text, int count)
     requireSafe(tip, u"\n");
     const bool isMarkup = tip.startsWith("<p style="_L1) && tip.count(u'<') == 2;
     require(isMarkup || !Qt::mightBeRichText(tip), "nobody else's markup is shown");
-    checkFirstCharacters(text, count);
+    const QString first = ShownText::firstCharacters(text, count);
+    require(text.startsWith(first) && (first.isValidUtf16() || !text.isValidUtf16()),
+            "the first characters begin the text, and are whole");
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "AgentFixture.h"
 #include "platform/desktop/WindowActivation.h"
-#include "records/Intervals.h"
 #include "windows/UserAcknowlegement.h"
 
 #include <QApplication>
@@ -63,16 +62,9 @@ bool isOnTop(const QWidget& window)
         .endsWith(" 0x" + QByteArray::number(window.winId(), 16));
 }
 
-// The older hint of the same meaning.
-bool isUrgent(const QWidget& window)
-{
-    return xprop(window, u"WM_HINTS"_s).contains("urgency");
-}
-
 bool wantsAttention(const QWidget& window)
 {
-    return xprop(window, u"_NET_WM_STATE"_s).contains("_NET_WM_STATE_DEMANDS_ATTENTION") &&
-           isUrgent(window);
+    return xprop(window, u"_NET_WM_STATE"_s).contains("_NET_WM_STATE_DEMANDS_ATTENTION");
 }
 
 } // namespace
@@ -114,20 +106,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("message");
         QTest::addColumn<QByteArray>("name");
         QTest::newRow("chat") << QByteArray("request_chat=5,7") << QByteArray("ChatController");
-        QTest::newRow("message")
-            << QByteArray(R"(receive_message={"from":"a","text":"b","timeout":0,"icon":1})")
-            << QByteArray("MessageInbox");
         QTest::newRow("question") << QByteArray("user_acknowledgement=1;srv;Ann")
                                   << QByteArray("UserAcknowlegement");
-        QTest::newRow("status window")
-            << QByteArray(R"(connected_session={"session":7,"deviceName":"d","controlName":"A"})")
-            << QByteArray("ConnectionStatus");
     }
     void whatIsTypedElsewhereStaysElsewhere()
     {
         QFETCH(QByteArray, message);
         QFETCH(QByteArray, name);
-        Intervals::current().showConnection = std::chrono::milliseconds(1);
         QProcess editor; // another program, in which the person writes
         editor.setStandardOutputFile(QProcess::nullDevice());
         editor.start(u"xev"_s, {});
@@ -143,35 +128,6 @@ private Q_SLOTS:
         QVERIFY(typing.exitStatus() == QProcess::NormalExit && typing.exitCode() == 0);
         QCOMPARE(answers(), QByteArrayList());
         QVERIFY(window(name)->isVisible());
-        const auto* const field = window(name)->findChild<QLineEdit*>();
-        QVERIFY(field == nullptr || field->text().isEmpty());
-    }
-
-    // Where the other program tells when the person has last used it, as the toolkits do.
-    void theKeyboardStaysWhereItIsUsed()
-    {
-        QProcess editor;
-        editor.setStandardOutputFile(QProcess::nullDevice());
-        editor.start(u"xev"_s, {});
-        // How long ago, in milliseconds, and whether that is later than this program's last use.
-        for (const auto& [ago, isUsedLater] :
-             {std::pair(0, true), std::pair(1'000, false), std::pair(-60'000, false)}) {
-            QVERIFY(xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
-                             u"windowactivate"_s, u"--sync"_s}));
-            WindowActivation::noteAction(0);
-            QTest::qWait(20);
-            // Milliseconds of the X server's clock.
-            const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(
-                std::chrono::steady_clock::now().time_since_epoch());
-            const auto used = now - std::chrono::milliseconds(ago);
-            (void)xprop({u"-name"_s, u"Event Tester"_s, u"-f"_s, u"_NET_WM_USER_TIME"_s, u"32c"_s,
-                         u"-set"_s, u"_NET_WM_USER_TIME"_s},
-                        QString::number(static_cast<quint32>(used.count())));
-            QVERIFY(
-                m_agent->send(R"(receive_message={"from":"a","text":"b","timeout":0,"icon":1})"));
-            QTest::qWait(500);
-            QCOMPARE(QApplication::activeWindow() != nullptr, !isUsedLater);
-        }
     }
 
     void aSentenceStaysInItsChat()
@@ -238,11 +194,9 @@ private Q_SLOTS:
         AppDelegate::showMessageInbox({u"a"_s, u"b"_s, 0, 1});
         AppDelegate::requestChat(5, 7);
         AppDelegate::connectionDisplay();
-        m_agent->delegate->settings();
         AppDelegate::about();
-        AppDelegate::showActivity();
-        for (const char* const name : {"MessageInbox", "ChatController", "ConnectionStatus",
-                                       "window", "AboutController", "ActivityWindow"}) {
+        for (const char* const name :
+             {"MessageInbox", "ChatController", "ConnectionStatus", "AboutController"}) {
             QVERIFY2(QTest::qWaitForWindowExposed(window(name)), name);
             QTRY_VERIFY(isOnTop(*question));
             QVERIFY2(question->isActiveWindow(), name);
@@ -263,7 +217,7 @@ private Q_SLOTS:
         QTest::qWait(200);
         QVERIFY(!question->isActiveWindow()); // the person writes in the chat
         QVERIFY(activate(question));
-        QTRY_VERIFY(!wantsAttention(*question) && !isUrgent(*question));
+        QTRY_VERIFY(!wantsAttention(*question));
         (void)xdotool({u"windowminimize"_s, QString::number(question->winId())});
         QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
         (void)xdotool({u"key"_s, u"alt+F4"_s});
@@ -279,17 +233,12 @@ private Q_SLOTS:
                 std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
         };
         QWidget window;
-        for (const qint64 offset : {-30'000, -600'000, 1'000, 86'400'000}) {
+        for (const qint64 offset : {-600'000, 1'000, 86'400'000}) {
             const quint32 before = now();
-            const auto told = static_cast<quint32>(before + offset);
-            WindowActivation::noteAction(told);
+            WindowActivation::noteAction(static_cast<quint32>(before + offset));
             WindowActivation::present(&window);
             const auto time = xprop(window, u"_NET_WM_USER_TIME"_s).split(' ').last().toUInt();
-            if (offset == -30'000) {
-                QCOMPARE(time, told);
-            } else {
-                QVERIFY2(time - before <= now() - before, qPrintable(QString::number(offset)));
-            }
+            QVERIFY2(time - before <= now() - before, qPrintable(QString::number(offset)));
         }
     }
 };

@@ -32,21 +32,14 @@ private Q_SLOTS:
             "<key>show_agent_type</key><false/><key>enable_change</key><false/>";
         const QByteArray leaving = "<key>allow_to_leave_chat</key><true/>";
         const QByteArray acme = "<key>oemName</key><string>Acme</string>";
-        row("none", "", "", "111 0 KRD");
-        row("all three", platform + others, "", "000 0 KRD");
         row("the chain begins with the platform", others, "", "111 0 KRD");
         row("and breaks at what is no boolean",
             platform + "<key>show_agent_type</key><integer>0</integer>"
                        "<key>enable_change</key><false/>",
             "", "011 0 KRD", "BUNDLED: show_agent_type is not a boolean");
-        row("no string", leaving + "<key>oemName</key><true/>", "", "111 1 KRD",
-            "BUNDLED: oemName is not a string");
         row("the machine's go first", leaving + platform + acme,
             list("<key>oemName</key><string>Own</string><key>show_platform</key><true/>" + others),
             "100 1 Own");
-        row("the machine's can't be used", acme,
-            list("<key>oemName</key><date>2026-11-25T00:00:00Z</date>" + leaving), "111 1 Acme",
-            "DEPLOYED: oemName is not a string");
         row("no port", "", list("<key>port</key><integer>65536</integer>"), "111 0 KRD",
             "DEPLOYED: port is not a port from 1 to 65535");
         row("no property list", leaving, "oemName=Acme", "111 1 KRD",

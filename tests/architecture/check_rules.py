@@ -30,7 +30,6 @@ FOLDERS = {
     "src/dispatch": "platform logging records service_link agent_state",
     "src/keeper": "platform settings",
     "src/main.cpp": "platform logging command_line agent_state dispatch",
-    "simulator": "platform",
 }
 # Files, what no line of theirs may hold, and why.
 LINES = [
@@ -38,7 +37,7 @@ LINES = [
      "only the platform asks the system"),
     (r"\.h$", r'#include (<.*\.h>|"ui_)|^using namespace', "not in a header"),
     (r"\.(cpp|h)$", r'QStringLiteral|QLatin1String\(|"_qs\b', 'texts are u""_s or ""_L1'),
-    (r"^(src|simulator)/", r"\bSIGNAL\(|\bprocessEvents\(|\bsender\(\)|\bon_\w+_\w+\(",
+    (r"^src/", r"\bSIGNAL\(|\bprocessEvents\(|\bsender\(\)|\bon_\w+_\w+\(",
      "an old Qt habit"),
 ]
 LONGEST = 400

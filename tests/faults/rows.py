@@ -1,25 +1,26 @@
-"""What rows are made of."""
+"""The rows of ./faults: what is away, hangs (connected to, it never answers), or is restarted."""
 import os
-import random
+import signal
+import shutil
+import socket
 import subprocess
+import sys
+import tempfile
+import time
 
-from harness import PATIENCE, VALID
+from harness import SUPPORT, VALID, Agent, message, session, until
 
 ROWS = {}
-# No account: "nobody" may have processes elsewhere on the machine, and they would count.
-NOBODY = random.randrange(100_000, 200_000)
 
 
 class Skipped(Exception):
     pass
 
 
-def row(*desktop, slow=(), cases=(None,)):
+def row(*desktop, slow=False, cases=(None,)):
     def register(function):
         for case in cases:
-            name = function.__name__ + (f":{case}" if case else "")
-            arguments = (case,) if case else ()
-            ROWS[name] = (function, arguments, desktop, case in slow)
+            ROWS[function.__name__ + (f":{case}" if case else "")] = (function, (case,) if case else (), desktop, slow)
         return function
     return register
 
@@ -31,28 +32,203 @@ def child(program, number=0):
     return int(found.stdout.split()[number])
 
 
-def session(number, name="Ann"):
-    return {"session": number, "deviceName": "d", "controlName": name}
+def bus_path(kind):
+    return os.environ[f"DBUS_{kind.upper()}_BUS_ADDRESS"].split("path=")[1].split(",")[0]
 
 
-def message(text, timeout=0, icon=1):
-    return {"from": "Ann", "text": text, "timeout": timeout, "icon": icon}
+def bus_process(kind):
+    return child("dbus-daemon", ("session", "system").index(kind))
 
 
-def use(agent):
-    """What the service and the person do goes on, whatever is away; and the agent ends in order."""
-    agent.send("status=", {**VALID, "sessions": []})
+@row("--display", "--tray")
+def buses_away():
+    """Neither session nor system bus: no logind, no notifications, the icon in the XEmbed tray."""
+    return Agent().use()
+
+
+@row("--display", "--bus", "--tray", cases=("session", "system"))
+def bus_hangs_at_start(kind):
+    """The bus takes connections, and never answers."""
+    with socket.socket(socket.AF_UNIX) as server:
+        server.bind(path := bus_path(kind) + "-mute")
+        server.listen(100)
+        return Agent({f"DBUS_{kind.upper()}_BUS_ADDRESS": f"unix:path={path}"}).use()
+
+
+@row("--display", "--bus", "--tray", cases=("session", "system"))
+def bus_hangs_later(kind):
+    """The bus stops answering while the agent uses it."""
+    subprocess.run([f"{SUPPORT}/mock_logind", "ann"], check=True)
+    agent = Agent()
+    agent.watch(1)
+    os.kill(bus_process(kind), signal.SIGSTOP)
+    figures = agent.use()
+    os.kill(bus_process(kind), signal.SIGCONT)
+    return figures
+
+
+@row("--display", "--bus", "--tray", cases=("session", "system"))
+def bus_restarts(kind):
+    """The bus ends, and another one takes its address."""
+    agent = Agent()
+    agent.watch(1)
+    os.kill(bus_process(kind), signal.SIGKILL)
+    until("the end", lambda: not os.path.exists(bus_path(kind)) or not os.remove(bus_path(kind)))
+    with subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address",
+                           f"--address=unix:path={bus_path(kind)}"], stdout=subprocess.PIPE) as bus:
+        bus.stdout.readline()
+        figures = agent.use()
+        bus.kill()
+    return figures
+
+
+@row("--display", "--bus")
+def accessibility_hangs():
+    """Somebody owns the name of the accessibility bus, and never answers."""
+    with subprocess.Popen(
+            [sys.executable, "-c", "import dbus, time; bus = dbus.SessionBus()\n"
+             "bus.request_name('org.a11y.Bus'); print(flush=True); time.sleep(600)"],
+            stdout=subprocess.PIPE) as owner:
+        owner.stdout.readline()
+        figures = Agent().use()
+        owner.kill()
+    return figures
+
+
+@row("--display", "--bus")
+def display_hangs():
+    """The X server stops: remote commands go on, and afterwards all does."""
+    agent = Agent()
+    os.kill(server := child("Xvfb"), signal.SIGSTOP)
+    agent.send("receive_message=", message("Hello"))
+    assert agent.command("true") == 0
+    os.kill(server, signal.SIGCONT)
+    agent.ask()
+    os.kill(server, signal.SIGSTOP)
+    agent.send("receive_message=", message("Hello"))
+    end = agent.terminate()
+    os.kill(server, signal.SIGCONT)
+    return {"end meanwhile s": end}
+
+
+@row("--display", "--bus", "--tray", "--size", "3840x2160")
+def flood():
+    """A thousand messages and chats: "End this session" is clicked in the middle."""
+    import ui
+    agent = Agent()
     agent.send("connected_session=", session(7))
-    agent.send("receive_message=", message("Hello", 1))
+    ui.until("no button", lambda: ui.shown("End this session"))
+    subprocess.run(["xdotool", "search", "--name", "vantory", "windowmove", "3000", "1700"])
+    time.sleep(1)  # a row that has just moved hears no click
+    place = ui.centre(next(node for node in ui.everything() if node.get_name() == "End this session"))
+    before = agent.figures()
+    for number in range(1000):
+        agent.send(*([f"request_chat={number},7"] if number % 2 else
+                     ["receive_message=", message(f"message {number}")]))
+        if number == 500:
+            begin = time.monotonic()
+            ui.xdotool("mousemove", *place, "click", 1)
+    agent.expect("disconnect_session=7")
+    click = time.monotonic() - begin
+    agent.ask(120)
+    after = agent.figures()
+    assert after["windows"] <= 50 and after["dirty KiB"] < before["dirty KiB"] + 65536, after
+    return {"click s": click, **after}
+
+
+@row("--display", "--bus")
+def service_does_not_read():
+    """The service stops reading for a while: the user's clicks and all else come afterwards."""
+    agent = Agent(receive_buffer=4096)
+    agent.send("connected_session=", session(7))
+    time.sleep(1)  # as above
+    agent.link.is_paused = True
+    count = 0
+    while agent.link.behind()[1] < 50_000:
+        agent.send("execute_command={")
+        count += 1
+    subprocess.run([f"{SUPPORT}/ui.py", "click", "Chat"], check=True)
+    agent.link.is_paused = False
+    before = agent.expect("chat_request=7")
+    assert sum(text.startswith(b"#####result_command_failed_to_read") for text in before) == count
+    return {"kept messages": count}
+
+
+@row("--display", "--bus", cases=("full", "read-only"))
+def disk(state):
+    """The disk under logs and preferences gets full, or read-only, and can be written again."""
+    root = tempfile.mkdtemp()
+    harm, repair = {"full": (f"cat /dev/zero >{root}/filler", f"rm {root}/filler"),
+                    "read-only": (f"mount -o remount,ro {root}", f"mount -o remount,rw {root}")}[state]
+    if subprocess.run(["mount", "-t", "tmpfs", "-o", "size=256k", "vantory", root],
+                      stderr=subprocess.DEVNULL).returncode != 0:
+        raise Skipped("mounting takes root")
+    try:
+        agent = Agent(root=root)
+        agent.ask()
+        subprocess.run(harm, shell=True, stderr=subprocess.DEVNULL)
+        agent.send("receive_message=", message("Hello"))
+        main = agent.watch(1)
+        subprocess.run(repair, shell=True, check=True)
+        agent.send("connected_gateway=again")
+        until("the log", lambda: "connected_gateway=" in agent.log())
+        agent.terminate()
+    finally:
+        subprocess.run(["umount", "-l", root])
+    return {"main s": main}
+
+
+@row("--display", "--bus")
+def files_gone():
+    """Logs and preferences are deleted while the agent runs."""
+    agent = Agent()
+    shutil.rmtree(agent.root)
+    figures = agent.use()
+    assert not os.path.exists(agent.logs)  # the directory is the installation's
+    return figures
+
+
+@row("--display", "--bus")
+def no_descriptor_left():
+    """For a while: what needs none goes on, commands too."""
+    agent = Agent()
     agent.send("request_chat=4,7")
+    agent.watch(0.5)
+    limit = ["prlimit", f"--pid={agent.process.pid}", f"--nofile={agent.figures()['descriptors']}:"]
+    subprocess.run(limit, check=True)
+    assert agent.command("true") == 0
     agent.send("receive_chat=", {"context": 4, "from": "Ann", "text": "Hello"})
-    agent.send("user_acknowledgement=7;srv;Ann")
-    agent.send("close_acknowledgement")
-    agent.send('execute_command={"session":9,"exec":"true"}')
-    before = agent.expect('result_command={ "session" : 9,')
-    assert b"accept_connection" not in before, "the screen counts as locked"
-    main = agent.watch(2)
-    command = max(agent.command("true") and 0 or agent.command_seconds for _ in range(3))
-    assert main < PATIENCE, f"the main thread hung for {main} s"
-    return {"start s": agent.start_seconds, "main s": main, "command s": command,
-            "end s": agent.terminate()}
+    agent.send("disconnect_all_sessions")
+    assert agent.command("true") == 0
+    subprocess.run([*limit[:2], "--nofile=1000:"], check=True)
+    return agent.use()
+
+
+@row("--display", "--bus", "--tray", slow=True)
+def soak():
+    """A day's traffic: what the agent holds at its end is what it held in the middle."""
+    agent = Agent()
+    samples = []
+    for number in range(1000):
+        chat = number // 2
+        agent.send("connected_session=", session(number, f"Operator {number % 50}"))
+        agent.send("status=", {**VALID, "sessions": [
+            {"session": number, "remoteDevice": "d", "remoteControlUser": "Ann", "sessionDate": 7e8}]})
+        agent.send(f"user_acknowledgement={number};server;Ann")
+        agent.send("close_acknowledgement")
+        agent.send(f"request_chat={chat},{number}")
+        for line in range(50):
+            agent.send("receive_chat=", {"context": chat, "from": "Ann", "text": f"Line {line} of {number}"})
+        for timeout in (0, 1, 5):
+            agent.send("receive_message=", message(f"Message {number}\n" * 3, timeout))
+        assert agent.command("true") == 0
+        agent.send(f"close_chat={chat}")
+        agent.send(f"disconnected_session={number}")
+        if number % 500 == 499:
+            agent.ask(60)
+            time.sleep(7)  # count-downs end
+            samples.append(agent.figures())
+    middle, end = samples
+    assert end["dirty KiB"] < middle["dirty KiB"] * 1.02 + 256, samples
+    assert all(end[key] <= middle[key] + 2 for key in ("threads", "descriptors", "windows")), samples
+    return end

@@ -51,7 +51,7 @@ private Q_SLOTS:
                      name);
         };
         const QByteArray good = settings("123456");
-        // {"k": "v"}; more of the kind are in fuzz/corpus/settings_file.
+        // {"k": "v"}; more of the kind are in fuzz/corpus/files.
         const QByteArray binary =
             "bplist00" +
             QByteArray::fromHex("d100010002516b5176000000080000000d0000000f000000000000040200000000"

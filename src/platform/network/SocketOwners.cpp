@@ -167,17 +167,6 @@ std::optional<QList<quint32>> SocketOwners::listenersAt(quint16 port)
     return !owners.isEmpty() || canAsk() ? std::optional(owners) : std::nullopt;
 }
 
-std::optional<quint32> SocketOwners::ofPeer(int connection)
-{
-    const auto own = endBy(&::getsockname, connection);
-    const auto peer = endBy(&::getpeername, connection);
-    if (!own || !peer || !isOwn(find(*own, &*peer), connection)) {
-        return std::nullopt;
-    }
-    const auto found = find(*peer, &*own);
-    return found && found->inode != 0 ? std::optional(found->uid) : std::nullopt;
-}
-
 std::optional<Listener> SocketOwners::listenerAt(const sockaddr_storage& address)
 {
     const auto end = endOf(address);

@@ -18,11 +18,6 @@ namespace SocketOwners {
 // asked.
 [[nodiscard]] std::optional<QList<quint32>> listenersAt(quint16 port);
 
-// The UID that holds the other end of a TCP connection within this machine, given the connection's
-// descriptor. None where that end is closed or still in a listener's queue, and where the kernel
-// can't be asked.
-[[nodiscard]] std::optional<quint32> ofPeer(int connection);
-
 // What follows is internal to the platform.
 
 struct Listener {
