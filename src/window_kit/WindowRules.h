@@ -4,7 +4,7 @@ class QMenu;
 class QWidget;
 
 // Which of the agent's windows may take the keyboard, and which lies above which. The one place
-// that decides it; docs/messages.md has the same table for people. Main thread.
+// that decides it; docs/protocol.md says it to people. Main thread.
 namespace WindowRules {
 
 // Why a window comes up.
