@@ -1,6 +1,5 @@
 #include "agent_core/AdministratorCheck.h"
 #include "agent_core/PrivilegedSettings.h"
-#include "agent_core/SettingsLabels.h"
 #include "agent_state/AppDelegate.h"
 #include "platform/processes/SecretText.h"
 #include "platform/threads/MainQueue.h"
@@ -34,7 +33,7 @@ struct CredentialCheck {
 void AppDelegate::setUI()
 {
     const auto known = labels();
-    state().settingsTexts = known ? settingsTextsFrom(*known) : defaultSettingsTexts();
+    state().settingsTexts = known ? SettingsTexts::from(*known) : SettingsTexts();
     // A machine without settings counts as managed.
     if (QFileInfo::exists(backendSettingsPath())) {
         if (const auto stored = read_BackendSettingsPlist(backendSettingsPath())) {

@@ -1,29 +1,36 @@
 #pragma once
 
+#include "localisation/Translate.h"
+
 #include <QString>
 
-// The texts of the settings window, which is handed them when it is made.
+// The texts of the settings window, which is handed them when it is made; in English, for an
+// installation whose label document can't be loaded.
 struct SettingsTexts {
-    QString title;
-    QString managed;
-    QString sessionCode;
-    QString accountId;
-    QString region;
-    QString cancel;
-    QString ok;
-    QString unlock;
-    QString lock;
-    QString locked; // why nothing can be changed: nobody has unlocked it, or nobody can
-    QString fixed;
+    // From one language's labels.
+    [[nodiscard]] static SettingsTexts from(const JsonData::Info& labels);
 
-    QString accountIdErrorTitle;
-    QString accountIdErrorMsg;
-    QString sessionCodeErrorTitle;
-    QString sessionCodeErrorMsg;
+    QString title = QString::fromLatin1("vantory - Settings");
+    QString managed = QString::fromLatin1("Centrally managed agent");
+    QString sessionCode = QString::fromLatin1("Session code");
+    QString accountId = QString::fromLatin1("Account identifier");
+    QString region = QString::fromLatin1("Region");
+    QString cancel = QString::fromLatin1("Cancel");
+    QString ok = QString::fromLatin1("OK");
+    QString unlock = QString::fromLatin1("Unlock");
+    QString lock = QString::fromLatin1("Lock");
+    // Why nothing can be changed: nobody has unlocked it, or nobody can.
+    QString locked = englishFallback().Settings.locked;
+    QString fixed = englishFallback().Settings.fixed;
+
+    QString accountIdErrorTitle = QString::fromLatin1("Account Identifier is incorrect");
+    QString accountIdErrorMsg = QString::fromLatin1("Account Identifier must be an UUID.");
+    QString sessionCodeErrorTitle = QString::fromLatin1("Session code is incorrect");
+    QString sessionCodeErrorMsg = QString::fromLatin1("Session code must be a number of 6 digits.");
     // Nothing shows the texts about the region: the agent itself connects to none.
-    QString regionErrorTitle;
-    QString regionErrorMsg1;
+    QString regionErrorTitle = QString::fromLatin1("Region is incorrect.");
+    QString regionErrorMsg1 = QString::fromLatin1("Unable to connect to");
     QString regionErrorMsg2;
-    QString startMessage; // on the apply button, enrolled by session code
-    QString applyMessage; // on the apply button, centrally managed
+    QString startMessage = QString::fromLatin1("Start"); // to apply, enrolled by session code
+    QString applyMessage = QString::fromLatin1("Apply"); // to apply, centrally managed
 };

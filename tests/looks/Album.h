@@ -1,6 +1,5 @@
 #pragma once
 
-#include "agent_core/SettingsLabels.h"
 #include "agent_state/AgentState.h"
 #include "agent_state/AppDelegate.h"
 #include "chat/ChatController.h"
@@ -109,7 +108,7 @@ private:
 
     void settings() const
     {
-        SettingsWindow settings(settingsTextsFrom(*source()()));
+        SettingsWindow settings(SettingsTexts::from(*source()()));
         const QString account = u"5d3ac8a4-7a34-4f0f-9d3c-6b0e4b7f9a11"_s;
         for (const bool isManaged : {true, false}) {
             const QString mode = isManaged ? u"-managed"_s : u"-code"_s;
@@ -123,8 +122,8 @@ private:
             settings.followMode();
             show(u"settings-unlocked"_s + mode, "window");
         }
-        settings.complain(settingsTextsFrom(*source()()).accountIdErrorTitle,
-                          settingsTextsFrom(*source()()).accountIdErrorMsg);
+        settings.complain(SettingsTexts::from(*source()()).accountIdErrorTitle,
+                          SettingsTexts::from(*source()()).accountIdErrorMsg);
         show(u"complaint"_s, settings.findChild<QMessageBox*>());
         delete settings.findChild<QMessageBox*>();
 
