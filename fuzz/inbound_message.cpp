@@ -44,6 +44,16 @@ Descriptor Worker::start(std::function<void()> work)
     return {};
 }
 
+void AppDelegate::post(std::function<void()> action)
+{
+    MainQueue::post(std::move(action));
+}
+
+std::function<void()> AppDelegate::whileRunning(std::function<void()> action)
+{
+    return action;
+}
+
 void AppDelegate::gatewayConnected(const QString& /*name*/) {}
 void AppDelegate::gatewayDisconnected() {}
 void AppDelegate::accountInvalid() {}

@@ -1,3 +1,4 @@
+#include "agent_core/AgentRequests.h"
 #include "agent_state/AppDelegate.h"
 #include "command_line/CommandLine.h"
 #include "dispatch/MessageDispatch.h"
@@ -137,7 +138,7 @@ int main(int argc, char* argv[])
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage);
     delegate.applicationDidFinishLaunching();
-    AppDelegate::answerRequests();
+    AgentRequests::answer();
     // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
     // last, because exit handlers run in the reverse order: this one comes first.
     std::atexit(&terminateWithoutDisplay);

@@ -1,5 +1,8 @@
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
+#include "settings/PortArgument.h"
+
+#include <QCoreApplication>
 
 using namespace Qt::StringLiterals;
 
@@ -54,4 +57,10 @@ void AppDelegate::getDisplaySettings()
 void AppDelegate::getPortUI()
 {
     options.portUI = options.oem.port().value_or(options.portUI);
+}
+
+void AppDelegate::permissions_process()
+{
+    options.portUI = PortArgument::of(QCoreApplication::arguments()).port.value_or(options.portUI);
+    options.restart_daemon_at_close_only = true;
 }

@@ -87,9 +87,6 @@ bool makeRoom()
 
 void AppDelegate::requestChat(qint32 token, qint32 session)
 {
-    if (isTerminating()) {
-        return;
-    }
     if (!makeRoom()) {
         printErrorLog(u"%1 chats are open: chat %2 is refused"_s.arg(kMostChats).arg(token));
         reportClosed(token); // so that its operator does not wait
@@ -103,7 +100,7 @@ void AppDelegate::requestChat(qint32 token, qint32 session)
     }
     // Dies with the delegate, which owns its parent.
     auto* const chat = new ChatController(&AppDelegate::labels, options.allowToLeaveChat,
-                                          state().connectionStatus);
+                                          state().connectionStatus.get());
     state().chats.append(chat);
     QObject::connect(chat, &ChatController::lineEntered, chat,
                      [token](const QString& text) { sendLine(token, text); });

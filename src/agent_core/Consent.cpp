@@ -1,9 +1,7 @@
-#include "agent_core/DesktopNotices.h"
 #include "agent_core/Names.h"
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/accounts/ConsoleSession.h"
-#include "platform/threads/MainQueue.h"
 #include "service_link/Protocol.h"
 #include "windows/UserAcknowlegement.h"
 
@@ -14,8 +12,9 @@ bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlN
     const bool isLocked = ConsoleSession::screen() == ConsoleSession::Screen::Locked;
     if (isLocked) {
         send(Protocol::acceptConnection(session));
-        MainQueue::post(
-            [session, controlName] { noteAccepted(Names::inSession(controlName, session)); });
+        post([session, controlName] {
+            Q_EMIT state().events.requestAccepted(Names::inSession(controlName, session));
+        });
     }
     return isLocked;
 }
@@ -23,31 +22,18 @@ bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlN
 void AppDelegate::userAcknowledgeRequest(qint64 session, const QString& server,
                                          const QString& controlName)
 {
-    if (isTerminating()) {
-        return;
-    }
     printLog(u"User Ack Request. session: "_s + QString::number(session) + u" for server: "_s +
              server + u" with user: "_s + controlName);
-    UserAcknowledgement& dialog = *state().userAcknowledge;
-    dialog.ask(session, Names::inSession(server, session), Names::inSession(controlName, session));
-    if (state().notices != nullptr) {
-        state().notices->askQuestion(dialog.question(), dialog.replacesAnother);
-    }
+    state().userAcknowledge->ask(session, Names::inSession(server, session),
+                                 Names::inSession(controlName, session));
 }
 
 void AppDelegate::acknowledgementAnswered(qint64 session, bool isAccepted)
 {
     send(isAccepted ? Protocol::acceptConnection(session) : Protocol::declineConnection(session));
-    if (state().notices != nullptr) {
-        state().notices->withdrawQuestion();
-    }
 }
 
 void AppDelegate::closeAcknowledgement()
 {
-    const bool isWithdrawn = state().userAcknowledge->isVisible();
-    state().userAcknowledge->hide();
-    if (isWithdrawn && state().notices != nullptr) {
-        state().notices->tellWithdrawal();
-    }
+    state().userAcknowledge->withdraw();
 }

@@ -49,8 +49,8 @@ bool isWantedByAccount()
 
 } // namespace
 
-DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationName)
-    : m_labels(std::move(labels)),
+DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationName, QObject* parent)
+    : QObject(parent), m_labels(std::move(labels)),
       m_notifications(applicationName,
                       MainBundle::resourcePath(u"vantoryAgent"_s, u"png"_s).value_or(QString()))
 {

@@ -16,7 +16,7 @@ class DesktopNotices : public QObject {
     Q_OBJECT
 
 public:
-    DesktopNotices(LabelSource labels, const QString& applicationName);
+    DesktopNotices(LabelSource labels, const QString& applicationName, QObject* parent);
 
     // Something happened to a session. What comes at once is shown together. Where the account
     // wants no window of the agent when a session begins, only that one has not ended is told.

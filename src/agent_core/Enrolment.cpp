@@ -2,7 +2,6 @@
 #include "agent_core/PrivilegedSettings.h"
 #include "agent_state/AppDelegate.h"
 #include "platform/processes/SecretText.h"
-#include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
@@ -12,7 +11,6 @@
 #include "windows/SettingsWindow.h"
 
 #include <QFileInfo>
-#include <QTimer>
 
 #include <utility>
 
@@ -46,20 +44,23 @@ SettingsWindow& AppDelegate::settingsWindow()
 {
     if (!window) {
         window = std::make_unique<SettingsWindow>(state().settingsTexts);
-        connect(window.get(), &SettingsWindow::modeChanged, this, [this] { managedCheck(); });
-        connect(window.get(), &SettingsWindow::lockPressed, this, [this] { unlockSettings(); });
-        connect(window.get(), &SettingsWindow::applyPressed, this, [this] { applyAction(); });
-        connect(window.get(), &SettingsWindow::cancelPressed, this, [this] { cancelAction(); });
+        // Once the end has begun nothing is written: it would be cut short.
+        const auto follow = [this](void (SettingsWindow::*signal)(),
+                                   void (AppDelegate::*action)()) {
+            connect(window.get(), signal, this,
+                    whileRunning([this, action] { (this->*action)(); }));
+        };
+        follow(&SettingsWindow::modeChanged, &AppDelegate::managedCheck);
+        follow(&SettingsWindow::lockPressed, &AppDelegate::unlockSettings);
+        follow(&SettingsWindow::applyPressed, &AppDelegate::applyAction);
+        follow(&SettingsWindow::cancelPressed, &AppDelegate::cancelAction);
     }
     return *window;
 }
 
 void AppDelegate::settings()
 {
-    if (isTerminating()) {
-        return;
-    }
-    if (m_restartWait) {
+    if (m_restartWait.isActive()) {
         m_opensSettingsAfterRestartWait = true;
         return;
     }
@@ -76,13 +77,8 @@ void AppDelegate::settings()
 void AppDelegate::waitingSettings()
 {
     if (QFileInfo::exists(backendSettingsPath())) {
-        if (QTimer* const timer = std::exchange(state().settingsShowTimer, nullptr)) {
-            timer->stop();
-            timer->deleteLater(); // it is the one that calls
-        }
-        return;
-    }
-    if (!isTerminating() && !m_restartWait && !settingsWindow().isVisible()) {
+        state().settingsShowTimer.stop();
+    } else if (!m_restartWait.isActive() && !settingsWindow().isVisible()) {
         prepareSettingsWindow();
         window->presentByService();
     }
@@ -128,15 +124,12 @@ void AppDelegate::managedCheck()
 
 void AppDelegate::unlockSettings()
 {
-    if (isTerminating()) {
-        return;
-    }
     if (!settingsWindow().isLocked()) {
         disableSettings();
         return;
     }
-    m_access->refresh();
-    m_access->present(window.get());
+    state().access->refresh();
+    state().access->present(window.get());
 }
 
 // Takes seconds. The result counts only where the person has not cancelled meanwhile.
@@ -145,8 +138,8 @@ void AppDelegate::checkCredentials(const QString& username, const QString& passw
     m_check = std::make_shared<CredentialCheck>(username, password);
     Worker::run([self = QPointer(this), check = m_check] {
         const bool isRight = authenticateLocalAdminUser(check->username, check->password, false);
-        MainQueue::post([self, check, isRight] {
-            if (self && self->m_check == check && !isTerminating()) {
+        post([self, check, isRight] {
+            if (self && self->m_check == check) {
                 self->finishCheck(*check, isRight);
             }
         });
@@ -155,7 +148,7 @@ void AppDelegate::checkCredentials(const QString& username, const QString& passw
 
 void AppDelegate::finishCheck(const CredentialCheck& check, bool isRight)
 {
-    m_access->finishCheck(isRight);
+    state().access->finishCheck(isRight);
     if (isRight) {
         state().user = check.username;
         SecretText::wipe(state().pwd);
@@ -175,15 +168,14 @@ void AppDelegate::cancelAction()
 // Closes the question for a password, too.
 void AppDelegate::closeSettings()
 {
-    m_access->cancelAction();
+    state().access->cancelAction();
     settingsWindow().hide();
     disableSettings();
 }
 
 void AppDelegate::applyAction()
 {
-    // Once the end has begun nothing is written: it would be cut short.
-    if (settingsWindow().isLocked() || isTerminating()) {
+    if (settingsWindow().isLocked()) {
         return;
     }
     const BackendSettings entries = window->entries();
@@ -209,8 +201,8 @@ void AppDelegate::applyAction()
                  credentials = Credentials{state().user, SecretText::copy(state().pwd)}]() mutable {
         PrivilegedSettings::replace(credentials, entries);
         SecretText::wipe(credentials.password);
-        MainQueue::post([self] {
-            if (self && !isTerminating()) {
+        post([self] {
+            if (self) {
                 self->finishApply();
             }
         });
@@ -224,11 +216,5 @@ void AppDelegate::finishApply()
     send(Protocol::requestRestart());
     // The service needs a moment to leave and come back with the new settings, whether it got the
     // request or not. Until then nobody changes them again; the rest of the agent goes on.
-    m_restartWait = startTimer(Intervals::current().restartRequest, Repeats::No, [this] {
-        m_restartWait->deleteLater(); // it is the one that calls
-        m_restartWait = nullptr;
-        if (std::exchange(m_opensSettingsAfterRestartWait, false)) {
-            settings();
-        }
-    });
+    m_restartWait.start(Intervals::current().restartRequest);
 }

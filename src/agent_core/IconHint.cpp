@@ -1,54 +1,60 @@
-#include "agent_core/DesktopNotices.h"
-#include "agent_state/AppDelegate.h"
+#include "agent_core/IconHint.h"
+
+#include "agent_core/ActivityLog.h"
 #include "platform/desktop/StatusItem.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/WholeFile.h"
 #include "platform/threads/Worker.h"
+#include "records/Intervals.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// There once the person was told.
+// There once the user was told.
 QString note()
 {
     return FilePaths::personState(u"told-about-the-icon"_s);
 }
 
-bool wasTold()
-{
-    return QFileInfo::exists(note());
-}
-
-// Where it can't be written the person is told again, in a later run.
-void remember()
-{
-    constexpr unsigned int kMode = 0600;
-    QDir().mkpath(QFileInfo(note()).path());
-    [[maybe_unused]] const auto error = WholeFile::write(note(), {}, kMode);
-}
-
 } // namespace
 
-void AppDelegate::tellMissingIcon()
+IconHint::IconHint(const StatusItem& icon, const ActivityLog& log, QObject* parent)
+    : QObject(parent), m_icon(icon), m_log(log)
 {
-    if (state().isScreenLocked) { // nobody would see it
-        state().iconHintTimer->start();
+    m_timer.setSingleShot(true);
+    m_timer.callOnTimeout(this, &IconHint::look);
+}
+
+void IconHint::start()
+{
+    m_timer.start(Intervals::current().untilIconHint);
+}
+
+void IconHint::look()
+{
+    if (m_log.isScreenLocked()) { // nobody would see it
+        start();
         return;
     }
     // A home directory may hang.
-    Worker::runThen(&wasTold, m_self, [](bool isTold) {
-        if (!isTold && !isTerminating() && !state().statusBarItem->hasPlace()) {
-            state().notices->tellMissingIcon();
-        }
-    });
+    Worker::runThen([] { return QFileInfo::exists(note()); }, m_self,
+                    [this](bool isTold) {
+                        if (!isTold && !m_icon.hasPlace()) {
+                            Q_EMIT iconMissing();
+                        }
+                    });
 }
 
-void AppDelegate::noteIconHint()
+void IconHint::remember()
 {
-    Worker::run(&remember);
+    Worker::run([] {
+        constexpr unsigned int kMode = 0600;
+        QDir().mkpath(QFileInfo(note()).path());
+        // Where it can't be written the user is told again, in a later run.
+        [[maybe_unused]] const auto error = WholeFile::write(note(), {}, kMode);
+    });
 }

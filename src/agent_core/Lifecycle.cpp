@@ -1,4 +1,3 @@
-#include "agent_core/DesktopNotices.h"
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
@@ -17,7 +16,6 @@
 #include "service_link/RemoteCommands.h"
 #include "settings/ServiceAccounts.h"
 #include "windows/AboutController.h"
-#include "windows/ActivityWindow.h"
 #include "windows/Bundle+extensions.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/MessageInbox.h"
@@ -27,9 +25,8 @@
 
 #include <QCoreApplication>
 #include <QMenu>
-#include <QTimer>
-
 #include <thread>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -40,49 +37,65 @@ const QLatin1StringView kLoginWindow = "loginwindow"_L1;
 // The full name of the system's own account, which is no person's.
 const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
 
+// While there is a delegate.
+std::unique_ptr<AgentState> agentState;
+
 } // namespace
 
+std::unique_ptr<Client> AppDelegate::client;
+
+AgentState::AgentState()
+    : connectionStatus(new ConnectionStatus(&AppDelegate::labels)),
+      aboutView(new AboutController(&AppDelegate::labels)),
+      userAcknowledge(new UserAcknowledgement(&AppDelegate::labels)),
+      access(new SecurityAccess(&AppDelegate::labels))
+{}
+
+AgentState::~AgentState()
+{
+    qDeleteAll(messageInbox);
+}
+
 AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
-    : m_checkMessage(std::move(checkMessage)),
-      m_connectionStatus(new ConnectionStatus(&AppDelegate::labels)),
-      m_userAcknowledge(new UserAcknowledgement(&AppDelegate::labels)),
-      m_aboutView(new AboutController(&AppDelegate::labels)),
-      m_activityWindow(new ActivityWindow(
-          &AppDelegate::labels, []() -> const ActivityList& { return state().activities; })),
-      m_access(new SecurityAccess(&AppDelegate::labels))
+    : m_checkMessage(std::move(checkMessage))
 {
     options = AgentOptions();
-    state() = AgentState();
-    state().connectionStatus = m_connectionStatus.get();
-    state().userAcknowledge = m_userAcknowledge.get();
-    state().aboutView = m_aboutView.get();
-    state().activityWindow = m_activityWindow.get();
-    state().access = m_access.get();
+    agentState = std::make_unique<AgentState>();
     connectWindows();
+    connectTimers();
 }
 
 AppDelegate::~AppDelegate()
 {
-    client = nullptr;
-    qDeleteAll(state().messageInbox);
-    state() = AgentState();
+    qDeleteAll(children()); // who listens
+    agentState.reset();
+    client.reset();
 }
 
-// What the person does in the windows that live as long as the agent.
+AgentState& AppDelegate::state()
+{
+    MainQueue::assertMainThread();
+    return *agentState;
+}
+
+// What the user does in the windows that live as long as the agent, and what these follow.
 void AppDelegate::connectWindows()
 {
-    connect(m_connectionStatus.get(), &ConnectionStatus::endRequested, this,
-            &AppDelegate::endSession);
-    connect(m_connectionStatus.get(), &ConnectionStatus::chatRequested, this,
-            &AppDelegate::requestChatOf);
-    connect(m_connectionStatus.get(), &ConnectionStatus::activityRequested, this,
-            &AppDelegate::showActivity);
-    connect(m_activityWindow.get(), &ActivityWindow::seen, this, &AppDelegate::activitySeen);
-    connect(m_userAcknowledge.get(), &UserAcknowledgement::answered, this,
+    ConnectionStatus* const status = state().connectionStatus.get();
+    connect(status, &ConnectionStatus::endRequested, this, &AppDelegate::endSession);
+    connect(status, &ConnectionStatus::chatRequested, this, &AppDelegate::requestChatOf);
+    const SessionList* const sessions = &state().sessions;
+    connect(sessions, &SessionList::added, status, &ConnectionStatus::setConnection);
+    connect(sessions, &SessionList::removed, status, &ConnectionStatus::resetConnection);
+    connect(sessions, &SessionList::hasNotEnded, status,
+            [status](const SessionInfo& session) { status->notEnded.insert(session.session); });
+    connect(sessions, &SessionList::endForgotten, status,
+            [status](qint64 session) { status->notEnded.remove(session); });
+    connect(state().userAcknowledge.get(), &UserAcknowledgement::answered, this,
             &AppDelegate::acknowledgementAnswered);
-    connect(m_access.get(), &SecurityAccess::credentialsEntered, this,
+    connect(state().access.get(), &SecurityAccess::credentialsEntered, this,
             &AppDelegate::checkCredentials);
-    connect(m_access.get(), &SecurityAccess::cancelled, this, [this] { m_check.reset(); });
+    connect(state().access.get(), &SecurityAccess::cancelled, this, [this] { m_check.reset(); });
 }
 
 void AppDelegate::applicationDidFinishLaunching()
@@ -97,7 +110,7 @@ void AppDelegate::applicationDidFinishLaunching()
     getAllowToLeaveChat();
     getShowConnectionDetail();
     getDisplaySettings();
-    m_connectionStatus->showConnectionDetail = options.showConnectionDetail;
+    state().connectionStatus->showConnectionDetail = options.showConnectionDetail;
     readConsoleUser();
     changeLanguageNeeded();
     setUI();
@@ -108,31 +121,8 @@ void AppDelegate::applicationDidFinishLaunching()
     noteStart();
     startClient();
     systemTray();
-    startNotices();
+    makeAdditions();
     startTimers();
-}
-
-void AppDelegate::startNotices()
-{
-    m_notices = std::make_unique<DesktopNotices>(&AppDelegate::labels, options.oemName);
-    state().notices = m_notices.get();
-    connect(m_notices.get(), &DesktopNotices::activated, this, [](Notifications::Place place) {
-        WindowActivation::noteAction(0); // the click does not say when it was
-        switch (place) {
-        case Notifications::Place::Question:
-            state().userAcknowledge->present();
-            break;
-        case Notifications::Place::Sessions:
-        case Notifications::Place::Icon:
-            connectionDisplay();
-            break;
-        case Notifications::Place::Absence:
-            showActivity();
-            break;
-        }
-    });
-    connect(m_notices.get(), &DesktopNotices::missingIconTold, this, &AppDelegate::noteIconHint);
-    ConsoleSession::followLock(&AppDelegate::screenLockChanged);
 }
 
 void AppDelegate::readAppName()
@@ -188,27 +178,41 @@ void AppDelegate::startClient()
     for (const QString& name : accounts.unknown()) {
         printErrorLog(u"service_accounts: there is no account %1"_s.arg(name));
     }
-    m_client = std::make_unique<Client>(
+    client = std::make_unique<Client>(
         u"localhost"_s, options.portUI, [accounts](quint32 uid) { return accounts.refusalOf(uid); },
         m_checkMessage);
-    m_client->connection.didNoticeEnd = &RunningAgent::leave;
-    client = m_client.get();
+    client->connection.didNoticeEnd = &RunningAgent::leave;
     isStarted = true; // from here on a signal runs the whole orderly end
     client->start();
+}
+
+void AppDelegate::connectTimers()
+{
+    AgentState& agent = state();
+    const auto once = [](QTimer& timer, std::function<void()> action) {
+        timer.setSingleShot(true);
+        timer.callOnTimeout(whileRunning(std::move(action)));
+    };
+    once(agent.connectionShowTimer, &AppDelegate::showConnection);
+    once(agent.connectionNotShowTimer, &AppDelegate::closeConnectionStatus);
+    once(agent.settingsShowTimer, [this] { waitingSettings(); });
+    once(agent.connnectionStatusTimer, &AppDelegate::requestStatus);
+    once(m_restartWait, [this] {
+        if (std::exchange(m_opensSettingsAfterRestartWait, false)) {
+            settings();
+        }
+    });
+    agent.userTimer.callOnTimeout(whileRunning(&AppDelegate::updateUser));
 }
 
 void AppDelegate::startTimers()
 {
     const Intervals& intervals = Intervals::current();
-    state().settingsShowTimer =
-        startTimer(intervals.untilSettings, Repeats::No, [this] { waitingSettings(); });
+    state().settingsShowTimer.start(intervals.untilSettings);
     if (!isAtLoginWindow()) {
-        state().connnectionStatusTimer =
-            startTimer(intervals.untilStatusRequest, Repeats::No, &AppDelegate::requestStatus);
-        state().iconHintTimer =
-            startTimer(intervals.untilIconHint, Repeats::No, [this] { tellMissingIcon(); });
+        state().connnectionStatusTimer.start(intervals.untilStatusRequest);
     }
-    state().userTimer = startTimer(intervals.userUpdate, Repeats::Yes, &AppDelegate::updateUser);
+    state().userTimer.start(intervals.userUpdate);
 }
 
 void AppDelegate::requestStatus()
@@ -247,9 +251,9 @@ void AppDelegate::applicationWillTerminate()
     if (!isStarted) {
         endProgram(0);
     }
+    WindowActivation::stop();
     RunningAgent::leave();
     Client::prepareToStop();
-    WindowActivation::stop();
     // At once and not after the wait: from another thread the main loop goes on meanwhile.
     if (MainQueue::isMainThread()) {
         leaveDesktop();
@@ -266,49 +270,46 @@ void AppDelegate::applicationWillTerminate()
         // Time for the request to leave before the process ends.
         std::this_thread::sleep_until(end);
     }
-    if (client != nullptr) {
+    if (client) {
         client->stop();
     }
     endProgram(0);
 }
 
-QTimer* AppDelegate::startTimer(std::chrono::milliseconds interval, Repeats repeats,
-                                std::function<void()> action)
-{
-    auto* const timer =
-        new QTimer(state().connectionStatus); // the timers act on it, and go with it
-    timer->setSingleShot(repeats == Repeats::No);
-    QObject::connect(timer, &QTimer::timeout, timer, std::move(action));
-    timer->start(interval);
-    return timer;
-}
-
 void AppDelegate::leaveDesktop()
 {
+    AgentState& agent = state();
     if (!DisplayServer::isGone()) {
-        if (state().statusBarItem != nullptr) {
-            state().statusBarItem->hide();
+        if (agent.statusBarItem) {
+            agent.statusBarItem->hide();
         }
         WindowActivation::hideAll();
     }
-    if (state().notices != nullptr) {
-        state().notices->stop();
-    }
-    for (const auto& timer : {state().connectionShowTimer, state().connnectionStatusTimer,
-                              state().connectionNotShowTimer, state().userTimer,
-                              state().settingsShowTimer, state().iconHintTimer}) {
-        delete timer.data();
+    Q_EMIT agent.events.ending();
+    for (QTimer* const timer :
+         {&agent.connectionShowTimer, &agent.connectionNotShowTimer, &agent.settingsShowTimer,
+          &agent.connnectionStatusTimer, &agent.userTimer}) {
+        timer->stop();
     }
 }
 
-bool AppDelegate::isTerminating()
+std::function<void()> AppDelegate::whileRunning(std::function<void()> action)
 {
-    return terminating;
+    return [action = std::move(action)] {
+        if (!isTerminating() && agentState) {
+            action();
+        }
+    };
+}
+
+void AppDelegate::post(std::function<void()> action)
+{
+    MainQueue::post(whileRunning(std::move(action)));
 }
 
 void AppDelegate::send(const QString& command)
 {
-    if (client != nullptr) {
+    if (client) {
         client->send(command);
     }
 }

@@ -63,15 +63,12 @@ void makeRoom()
 
 void AppDelegate::showMessageInbox(const Message& message)
 {
-    if (isTerminating()) {
-        return;
-    }
     makeRoom();
     QList<QPoint> others;
     for (const MessageInbox* const shown : std::as_const(state().messageInbox)) {
         others.append(shown->pos());
     }
-    auto* const window = new MessageInbox(&AppDelegate::labels); // dies with the delegate
+    auto* const window = new MessageInbox(&AppDelegate::labels); // dies with the state
     state().messageInbox.append(window);
     QObject::connect(window, &MessageInbox::closed, window,
                      [window](bool isByPerson) { closed(window, isByPerson); });

@@ -1,12 +1,14 @@
-#include "agent_core/StatusBarRules.h"
 #include "agent_state/AppDelegate.h"
 #include "localisation/ShownText.h"
 #include "logging/Logs.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
-#include "settings/PortArgument.h"
+#include "platform/files/MainBundle.h"
+#include "platform/processes/ChildProcess.h"
+#include "platform/threads/Worker.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/WindowRules.h"
+#include "windows/AboutController.h"
 
 #include <QAction>
 #include <QApplication>
@@ -35,6 +37,35 @@ QIcon statusIcon(const QString& name)
     return icon ? *icon : QApplication::style()->standardIcon(QStyle::SP_ComputerIcon);
 }
 
+// The first that applies: not linked (where that may be shown), in session, linked.
+QString iconName(bool isConnected, bool hasSessions)
+{
+    if (AppDelegate::options.disconnectedIconVisible && !isConnected) {
+        return u"appIcon-22-disconnected"_s;
+    }
+    return hasSessions ? u"appIcon-22-session"_s : u"appIcon-22-connected"_s;
+}
+
+// The label, a colon, and who is in session. The blank before each comma is on purpose.
+QString connectionTitle(const QString& label, const QList<SessionInfo>& sessions)
+{
+    QStringList names;
+    for (const SessionInfo& session : sessions) {
+        names.append(session.remoteControlUser);
+    }
+    return sessions.isEmpty() ? label : label + u": "_s + names.join(u" , "_s);
+}
+
+// The symbol beside that line; empty without a session.
+QString connectionSymbol(qsizetype sessionCount)
+{
+    if (sessionCount == 0) {
+        return {};
+    }
+    return sessionCount == 1 ? u"person.crop.circle.fill"_s
+                             : u"person.crop.circle.fill.badge.plus"_s;
+}
+
 // Draws a menu's pictures as large as its letters ask for; styles have one size for all fonts.
 class MenuStyle : public QProxyStyle {
 public:
@@ -61,17 +92,14 @@ void updateItem(QAction* item, const QString& title, const QString& symbol)
     item->setIcon(BundleImages::icon(symbol).value_or(QIcon()));
 }
 
-template <typename Action>
-QAction* addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut,
-                 const QString& symbol, Action action)
+void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, const QString& symbol,
+             std::function<void()> action)
 {
-    auto* const item = new QAction(&menu);
+    QAction* const item = menu.addAction(QString());
     updateItem(item, title, symbol);
     item->setShortcut(shortcut);
     item->setAutoRepeat(false);
-    QObject::connect(item, &QAction::triggered, item, action);
-    menu.addAction(item);
-    return item;
+    QObject::connect(item, &QAction::triggered, item, AppDelegate::whileRunning(std::move(action)));
 }
 
 // A package that is removed while the agent runs must not take away the sign of a session.
@@ -79,8 +107,7 @@ void readStatusIcons()
 {
     for (const bool isConnected : {false, true}) {
         for (const bool hasSessions : {false, true}) {
-            statusIcon(StatusBarRules::iconName(AppDelegate::options.disconnectedIconVisible,
-                                                isConnected, hasSessions));
+            statusIcon(iconName(isConnected, hasSessions));
         }
     }
 }
@@ -93,8 +120,7 @@ QString toolTip(const JsonData::Info& labels)
                                ? labels.Connection.linked
                                : labels.Connection.notLinked;
     const QString words =
-        sessions.isEmpty() ? linked
-                           : StatusBarRules::connectionTitle(labels.Connection.inSession, sessions);
+        sessions.isEmpty() ? linked : connectionTitle(labels.Connection.inSession, sessions);
     return AppDelegate::options.oemName + u" – "_s + words;
 }
 
@@ -106,34 +132,30 @@ void AppDelegate::systemTray()
     const auto known = labels();
     const JsonData::Info titles = known.value_or(JsonData::Info());
 
-    m_statusItem = std::make_unique<StatusItem>(u"vantoryAgent"_s, options.oemName);
-    m_statusItem->setIcon(statusIcon(StatusBarRules::iconName(
-        options.disconnectedIconVisible, state().gatewayConnectionStatus, false)));
+    auto item = std::make_unique<StatusItem>(u"vantoryAgent"_s, options.oemName);
+    item->setIcon(statusIcon(iconName(state().gatewayConnectionStatus, false)));
 
-    m_menu = std::make_unique<QMenu>(ShownText::menuItem(options.oemName, kLongestItem));
-    m_menu->setToolTipsVisible(true);
+    auto menu = std::make_unique<QMenu>(ShownText::menuItem(options.oemName, kLongestItem));
+    menu->setToolTipsVisible(true);
     auto* const style = new MenuStyle;
-    style->setParent(m_menu.get());
-    m_menu->setStyle(style);
-    addItem(*m_menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, u"wrench"_s,
+    style->setParent(menu.get());
+    menu->setStyle(style);
+    addItem(*menu, titles.MainMenu.settings, Qt::CTRL | Qt::Key_S, u"wrench"_s,
             [this] { settings(); });
-    addItem(*m_menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, u"gear"_s,
+    addItem(*menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, u"gear"_s,
             &AppDelegate::permissions);
-    addItem(*m_menu, connectivityLabel(known), {}, {}, &AppDelegate::connectionDisplay);
-    m_menu->addSeparator();
-    addItem(*m_menu, titles.About.about, {}, u"questionmark.circle"_s, &AppDelegate::about);
-    state().awayItem = addItem(*m_menu, known.value_or(englishFallback()).Activity.away, {},
-                               u"activity"_s, &AppDelegate::showActivity);
-    state().awayItem->setVisible(false);
-    m_statusItem->setMenu(m_menu.get());
-    WindowRules::setMenu(m_menu.get());
-    state().statusBarItem = m_statusItem.get();
-    state().statusBarMenu = m_menu.get();
+    addItem(*menu, connectivityLabel(known), {}, {}, &AppDelegate::connectionDisplay);
+    menu->addSeparator();
+    addItem(*menu, titles.About.about, {}, u"questionmark.circle"_s, &AppDelegate::about);
+    item->setMenu(menu.get());
+    WindowRules::setMenu(menu.get());
+    state().statusBarItem = std::move(item);
+    state().statusBarMenu = std::move(menu);
 }
 
 void AppDelegate::updateSystemTrayIcon()
 {
-    if (state().statusBarItem == nullptr) {
+    if (!state().statusBarItem) {
         return;
     }
     const QList<QAction*> items = state().statusBarMenu->actions();
@@ -141,10 +163,9 @@ void AppDelegate::updateSystemTrayIcon()
         fatalState(u"The status bar's menu has lost its items"_s);
     }
     const QList<SessionInfo>& sessions = state().sessions.all();
-    const QString icon = StatusBarRules::iconName(
-        options.disconnectedIconVisible, state().gatewayConnectionStatus, !sessions.isEmpty());
-    const QString line = StatusBarRules::connectionTitle(getConnectivityLabel(), sessions);
-    const QString symbol = StatusBarRules::connectionSymbol(sessions.size());
+    const QString icon = iconName(state().gatewayConnectionStatus, !sessions.isEmpty());
+    const QString line = connectionTitle(getConnectivityLabel(), sessions);
+    const QString symbol = connectionSymbol(sessions.size());
     StatusBarLook& shown = state().statusBarLook;
     if (std::exchange(shown.icon, icon) != icon) {
         state().statusBarItem->setIcon(statusIcon(icon));
@@ -158,7 +179,7 @@ void AppDelegate::updateSystemTrayIcon()
 
 void AppDelegate::updateToolTip()
 {
-    if (state().statusBarItem == nullptr) {
+    if (!state().statusBarItem) {
         return;
     }
     const QString text =
@@ -180,8 +201,20 @@ void AppDelegate::cleanMainMenu()
     }
 }
 
-void AppDelegate::permissions_process()
+// The permissions application lies beside the agent's own folder.
+void AppDelegate::permissions()
 {
-    options.portUI = PortArgument::of(QCoreApplication::arguments()).port.value_or(options.portUI);
-    options.restart_daemon_at_close_only = true;
+    const QString application =
+        MainBundle::path().replace("vantoryAgent.app"_L1, "vantoryPermissions.app"_L1);
+    const auto child = ChildProcess::start(application + u"/vantoryPermissions"_s, {});
+    if (child.error) {
+        printErrorLog(*child.error);
+    } else {
+        Worker::run([child] { ChildProcess::wait(child); });
+    }
+}
+
+void AppDelegate::about()
+{
+    state().aboutView->present();
 }

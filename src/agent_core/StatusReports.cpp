@@ -1,5 +1,18 @@
+#include "agent_core/Names.h"
 #include "agent_state/AppDelegate.h"
 #include "windows/ConnectionStatus.h"
+
+#include <algorithm>
+
+namespace {
+
+SessionInfo named(SessionInfo session)
+{
+    session.remoteControlUser = Names::inSession(session.remoteControlUser, session.session);
+    return session;
+}
+
+} // namespace
 
 void AppDelegate::setGatewayConnected(bool isConnected)
 {
@@ -40,8 +53,8 @@ void AppDelegate::accountInvalid()
 
 void AppDelegate::sessionConnected(const SessionInfo& session)
 {
-    forgetEnded(session.session); // a new one
-    addSession(session);
+    state().sessions.forgetEnd(session.session); // a new one
+    state().sessions.add(named(session));
     updateSystemTrayIcon();
     if (!isAtLoginWindow()) {
         state().connectionStatus->config();
@@ -52,7 +65,7 @@ void AppDelegate::sessionConnected(const SessionInfo& session)
 void AppDelegate::sessionDisconnected(qint64 session)
 {
     removeConnectionSession(session);
-    forgetEnded(session);
+    state().sessions.forgetEnd(session);
     updateSystemTrayIcon();
     showAtSessionEnd();
     if (state().sessions.isEmpty()) {
@@ -61,9 +74,14 @@ void AppDelegate::sessionDisconnected(qint64 session)
     endChats(session);
 }
 
+void AppDelegate::removeConnectionSession(qint64 session)
+{
+    state().sessions.remove(session);
+}
+
 void AppDelegate::allSessionsDisconnected()
 {
-    replaceSessions({});
+    state().sessions.replace({});
     updateSystemTrayIcon();
     state().connectionStatus->config();
     stopShowConnectionLater();
@@ -83,11 +101,23 @@ void AppDelegate::statusReceived(const std::optional<StatusInfo>& status)
             setGatewayConnected(true);
             state().connectionStatus->gateway_name = status->gateway;
         }
-        replaceSessions(status->sessions);
+        QList<SessionInfo> sessions = status->sessions;
+        std::transform(sessions.cbegin(), sessions.cend(), sessions.begin(), &named);
+        state().sessions.replace(sessions);
         updateSystemTrayIcon();
     }
     if (!isAtLoginWindow()) {
         redrawIfVisible();
         showLaterIfHidden();
     }
+}
+
+void AppDelegate::commandBegan(quint64 command, const QString& text)
+{
+    Q_EMIT state().events.commandBegan(command, text);
+}
+
+void AppDelegate::commandEnded(quint64 command, qint64 status)
+{
+    Q_EMIT state().events.commandEnded(command, status);
 }

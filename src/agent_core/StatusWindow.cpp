@@ -5,8 +5,6 @@
 #include "service_link/Protocol.h"
 #include "windows/ConnectionStatus.h"
 
-#include <QTimer>
-
 #include <utility>
 
 namespace {
@@ -30,9 +28,6 @@ void refreshWindow(ConnectionStatus& window)
 
 void AppDelegate::connectionDisplay()
 {
-    if (isTerminating()) {
-        return;
-    }
     refreshWindow(*state().connectionStatus);
     state().connectionStatus->present();
 }
@@ -53,19 +48,16 @@ void AppDelegate::showLaterIfHidden()
 
 void AppDelegate::showConnectionLater(bool loop)
 {
-    if (isTerminating() || showsOnConnection() == false) {
-        return;
+    if (showsOnConnection() != false) {
+        state().connectionShowTimer.setSingleShot(!loop);
+        state().connectionShowTimer.start(Intervals::current().showConnection);
     }
-    delete state().connectionShowTimer.data();
-    state().connectionShowTimer =
-        startTimer(Intervals::current().showConnection, loop ? Repeats::Yes : Repeats::No,
-                   &AppDelegate::showConnection);
 }
 
 void AppDelegate::showConnection()
 {
     ConnectionStatus& window = *state().connectionStatus;
-    if (isTerminating() || window.isSeen()) {
+    if (window.isSeen()) {
         return;
     }
     // Only a window that comes up asks for the status: the answer leads here again.
@@ -78,10 +70,7 @@ void AppDelegate::showConnection()
 
 void AppDelegate::stopShowConnectionLater()
 {
-    delete state().connectionShowTimer.data();
-    if (isTerminating()) {
-        return;
-    }
+    state().connectionShowTimer.stop();
     ConnectionStatus& window = *state().connectionStatus;
     const auto shows = showsOnConnection();
     if (!shows) {
@@ -91,19 +80,14 @@ void AppDelegate::stopShowConnectionLater()
         if (!window.isSeen()) {
             window.presentByService();
         }
-        delete state().connectionNotShowTimer.data();
-        state().connectionNotShowTimer = startTimer(
-            Intervals::current().hideConnection, Repeats::No, &AppDelegate::closeConnectionStatus);
+        state().connectionNotShowTimer.start(Intervals::current().hideConnection);
     }
 }
 
 void AppDelegate::closeConnectionStatus()
 {
-    if (QTimer* const timer = std::exchange(state().connectionNotShowTimer, nullptr)) {
-        timer->stop();
-        timer->deleteLater(); // it may be the one that calls
-    }
-    if (!isTerminating() && showsOnConnection() == true && state().sessions.isEmpty()) {
+    state().connectionNotShowTimer.stop();
+    if (showsOnConnection() == true && state().sessions.isEmpty()) {
         state().connectionStatus->hide();
     }
 }
@@ -114,16 +98,16 @@ void AppDelegate::showAtSessionEnd()
     state().connectionStatus->config();
     // With the last session gone and nothing said about showing, it is hidden again at once: a
     // window that only flashes up helps nobody.
-    if (!isTerminating() && (!state().sessions.isEmpty() || showsOnConnection())) {
+    if (!state().sessions.isEmpty() || showsOnConnection()) {
         state().connectionStatus->presentByService();
     }
 }
 
-// The person sees the session gone before the service is told, and without waiting for it.
+// The user sees the session gone before the service is told, and without waiting for it.
 void AppDelegate::endSession(qint64 session)
 {
     removeConnectionSession(session);
-    state().endedByPerson.insert(session);
+    state().sessions.expectEnd(session);
     updateSystemTrayIcon();
     state().connectionStatus->config();
     for (ChatController* const chat : std::as_const(state().chats)) {

@@ -1,28 +1,23 @@
 #pragma once
 
+#include "agent_state/SessionList.h"
 #include "localisation/Translate.h"
-#include "records/Activity.h"
-#include "records/SessionInfo.h"
 #include "records/SettingsTexts.h"
 #include "settings/OemOptions.h"
 #include "settings/ServicePort.h"
 
 #include <QList>
-#include <QPointer>
-#include <QSet>
+#include <QObject>
 #include <QString>
+#include <QTimer>
 
-#include <optional>
+#include <memory>
 
 class AboutController;
-class ActivityWindow;
 class ChatController;
 class ConnectionStatus;
-class DesktopNotices;
 class MessageInbox;
-class QAction;
 class QMenu;
-class QTimer;
 class SecurityAccess;
 class StatusItem;
 class UserAcknowledgement;
@@ -49,18 +44,6 @@ struct AgentOptions {
     Language language = Language::English;
 };
 
-// The sessions that are open. Everybody may look; only SessionChanges (in agent_core) changes the
-// list, and the status window's with it.
-class SessionList {
-public:
-    [[nodiscard]] const QList<SessionInfo>& all() const { return m_sessions; }
-    [[nodiscard]] bool isEmpty() const { return m_sessions.isEmpty(); }
-
-private:
-    friend class SessionChanges;
-    QList<SessionInfo> m_sessions;
-};
-
 // What the status bar shows; the panel is told only of changes.
 struct StatusBarLook {
     QString icon;
@@ -69,40 +52,51 @@ struct StatusBarLook {
     QString symbol;
 };
 
-// Main thread. The pointers own nothing: the one AppDelegate object does.
+// What happens, for those who listen, besides the signals of the session list and of the windows.
+class AgentEvents : public QObject {
+    Q_OBJECT
+
+Q_SIGNALS:
+    // A request was accepted because the screen is locked.
+    void requestAccepted(const QString& controlName);
+    // Numbers tell the commands of this run apart.
+    void commandBegan(quint64 command, const QString& text);
+    void commandEnded(quint64 command, qint64 status);
+    void screenLockChanged(bool isLocked);
+    // The program is ending: nobody is told anything any more.
+    void ending();
+};
+
+// Main thread. Lives as long as the one AppDelegate object, which makes and deletes it.
 struct AgentState {
+    AgentState();
+    ~AgentState();
+
     bool isManaged = true; // changes only when the settings file is read
     QString user;          // an administrator whose password was checked
     QString pwd;
     QString userfullname; // the last one that was reported
     bool gatewayConnectionStatus = false;
     SessionList sessions;
-    QSet<qint64> endedByPerson; // sessions whose end the service has not reported yet
-    bool isScreenLocked = false;
-    bool hasUntoldAbsence = false; // something happened that no unlocking has told yet
-    ActivityList activities;
+    AgentEvents events;
     SettingsTexts settingsTexts;
 
-    ConnectionStatus* connectionStatus = nullptr;
-    AboutController* aboutView = nullptr;
-    ActivityWindow* activityWindow = nullptr;
-    DesktopNotices* notices = nullptr; // from the start of the agent on
-    UserAcknowledgement* userAcknowledge = nullptr;
-    SecurityAccess* access = nullptr;
+    std::unique_ptr<ConnectionStatus> connectionStatus;
+    std::unique_ptr<AboutController> aboutView;
+    std::unique_ptr<UserAcknowledgement> userAcknowledge;
+    std::unique_ptr<SecurityAccess> access;
     QList<MessageInbox*> messageInbox; // the oldest first
-    qint64 messagesNotShown = 0;       // closed for later ones, and not yet told to the person
-    QList<ChatController*> chats;
+    qint64 messagesNotShown = 0;       // closed for later ones, and not yet told to the user
+    QList<ChatController*> chats; // the status window owns them
 
-    StatusItem* statusBarItem = nullptr;
-    QMenu* statusBarMenu = nullptr;
-    QAction* awayItem = nullptr; // of the menu
+    std::unique_ptr<QMenu> statusBarMenu;
+    std::unique_ptr<StatusItem> statusBarItem;
     StatusBarLook statusBarLook;
 
-    QPointer<QTimer> connectionShowTimer;
-    QPointer<QTimer> connectionNotShowTimer;
-    QPointer<QTimer> settingsShowTimer;
-    QPointer<QTimer> iconHintTimer;
+    QTimer connectionShowTimer;
+    QTimer connectionNotShowTimer;
+    QTimer settingsShowTimer;
     // Three n: the name is part of the interface.
-    QPointer<QTimer> connnectionStatusTimer;
-    QPointer<QTimer> userTimer;
+    QTimer connnectionStatusTimer;
+    QTimer userTimer;
 };

@@ -26,26 +26,27 @@ template <typename Record>
 void post(const std::optional<Record>& record, void (*operation)(const Record&))
 {
     if (record) {
-        MainQueue::post([operation, value = *record] { operation(value); });
+        AppDelegate::post([operation, value = *record] { operation(value); });
     }
 }
 
 void disconnectedGateway(const Received&)
 {
     printLog(u"gateway not connected"_s);
-    MainQueue::post(&AppDelegate::gatewayDisconnected);
+    AppDelegate::post(&AppDelegate::gatewayDisconnected);
 }
 
 void disconnectAllSessions(const Received& received)
 {
     printLog(u"disconnect all sessions"_s);
-    received.result.awaited =
-        Worker::start([] { MainQueue::postAndWait(&AppDelegate::allSessionsDisconnected); });
+    received.result.awaited = Worker::start([] {
+        MainQueue::postAndWait(AppDelegate::whileRunning(&AppDelegate::allSessionsDisconnected));
+    });
 }
 
 void accountInvalid(const Received&)
 {
-    MainQueue::post(&AppDelegate::accountInvalid);
+    AppDelegate::post(&AppDelegate::accountInvalid);
 }
 
 void userAcknowledgement(const Received& received)
@@ -58,7 +59,7 @@ void userAcknowledgement(const Received& received)
     }
     const auto ask = [number = *session, server = pieces.at(1), user = pieces.at(2)] {
         if (!AppDelegate::acceptIfScreenIsLocked(number, user)) {
-            MainQueue::post([=] { AppDelegate::userAcknowledgeRequest(number, server, user); });
+            AppDelegate::post([=] { AppDelegate::userAcknowledgeRequest(number, server, user); });
         }
     };
     received.result.awaited = Worker::start(ask);
@@ -68,7 +69,7 @@ void disconnectedGatewayReason(const Received& received)
 {
     printLog(u"gateway not connected"_s);
     printLog(u"gateway not connected: "_s + received.payload.toString());
-    MainQueue::post(&AppDelegate::gatewayDisconnected);
+    AppDelegate::post(&AppDelegate::gatewayDisconnected);
 }
 
 void connectedSession(const Received& received)
@@ -78,7 +79,7 @@ void connectedSession(const Received& received)
     if (const auto begun = decode_connection_information(received.payload)) {
         const SessionInfo session{begun->session, begun->deviceName, begun->controlName,
                                   sessionDateNow()};
-        MainQueue::post([session] { AppDelegate::sessionConnected(session); });
+        AppDelegate::post([session] { AppDelegate::sessionConnected(session); });
     }
 }
 
@@ -86,14 +87,14 @@ void disconnectedSession(const Received& received)
 {
     printLog(u"session not connected"_s);
     if (const auto session = Protocol::parseInteger64(received.payload)) {
-        MainQueue::post([number = *session] { AppDelegate::sessionDisconnected(number); });
+        AppDelegate::post([number = *session] { AppDelegate::sessionDisconnected(number); });
     }
 }
 
 void closeAcknowledgement(const Received& received)
 {
     printLog(received.text);
-    MainQueue::post(&AppDelegate::closeAcknowledgement);
+    AppDelegate::post(&AppDelegate::closeAcknowledgement);
 }
 
 void receiveMessage(const Received& received)
@@ -110,7 +111,7 @@ void requestChat(const Received& received)
     const auto token = Protocol::parseInteger32(pieces.at(0));
     const auto session = Protocol::parseInteger32(pieces.at(1));
     if (token && session) {
-        MainQueue::post(
+        AppDelegate::post(
             [chat = *token, number = *session] { AppDelegate::requestChat(chat, number); });
     }
 }
@@ -118,7 +119,7 @@ void requestChat(const Received& received)
 void closeChat(const Received& received)
 {
     if (const auto token = Protocol::parseInteger32(received.payload)) {
-        MainQueue::post([chat = *token] { AppDelegate::closeChat(chat); });
+        AppDelegate::post([chat = *token] { AppDelegate::closeChat(chat); });
     }
 }
 
@@ -147,13 +148,13 @@ void execute(const Received& received, RemoteCommands::Started (*start)(const QS
     }
     static quint64 lastCommand = 0; // of this run; only the link's thread comes here
     const quint64 command = ++lastCommand;
-    MainQueue::post([command, text = info->exec] { AppDelegate::commandBegan(command, text); });
+    AppDelegate::post([command, text = info->exec] { AppDelegate::commandBegan(command, text); });
     RemoteCommands::Started started = start(info->exec);
     received.result.awaited = std::move(started.end);
     received.result.rest = [command, session = info->session, wait = started.wait] {
         const int status = wait();
         AppDelegate::send(Protocol::resultCommand(session, status));
-        MainQueue::post([command, status] { AppDelegate::commandEnded(command, status); });
+        AppDelegate::post([command, status] { AppDelegate::commandEnded(command, status); });
     };
 }
 
@@ -170,13 +171,14 @@ void executeApplication(const Received& received)
 void connectedGateway(const Received& received)
 {
     printLog(u"gateway connected"_s);
-    MainQueue::post([name = received.payload.toString()] { AppDelegate::gatewayConnected(name); });
+    AppDelegate::post(
+        [name = received.payload.toString()] { AppDelegate::gatewayConnected(name); });
 }
 
 void status(const Received& received)
 {
     printLog(u"status received"_s);
-    MainQueue::post(
+    AppDelegate::post(
         [status = decode_status(received.payload)] { AppDelegate::statusReceived(status); });
 }
 

@@ -55,12 +55,22 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
     }
     // What was pressed for another question counts for nothing.
     presentByService(InputGuard::Inputs::KeyboardAndMouse);
+    Q_EMIT asked();
 }
 
 void UserAcknowledgement::present()
 {
     if (isVisible()) {
         AgentWindow::present();
+    }
+}
+
+void UserAcknowledgement::withdraw()
+{
+    const bool isShown = isVisible();
+    hide();
+    if (isShown) {
+        Q_EMIT withdrawn();
     }
 }
 

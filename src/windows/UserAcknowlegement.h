@@ -30,6 +30,8 @@ public:
     void ask(qint64 session, const QString& server, const QString& controlName);
     // Brings a dialog that is being shown before the user, who asks for it.
     void present();
+    // The service has taken the request back.
+    void withdraw();
     // The whole sentence.
     [[nodiscard]] QString question() const;
 
@@ -49,6 +51,8 @@ public:
     bool replacesAnother = false; // which was not answered
 
 Q_SIGNALS:
+    void asked();
+    void withdrawn(); // while it was shown
     void answered(qint64 session, bool isAccepted);
 
 protected:

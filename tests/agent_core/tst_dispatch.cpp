@@ -158,10 +158,14 @@ private Q_SLOTS:
             }
             return result.join(u'|');
         };
+        const auto icon = [] { return AppDelegate::state().statusBarLook.icon; };
         QCOMPARE(titles(), nobody);
         QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
         QVERIFY(m_agent->send(connected(8, "B")));
         QTRY_COMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_s);
+        QCOMPARE(icon(), u"appIcon-22-disconnected"_s); // which is more than in session
+        QVERIFY(m_agent->send("connected_gateway=gw"));
+        QCOMPARE(icon(), u"appIcon-22-session"_s);
         QVERIFY(!AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
         AppDelegate::state().statusBarMenu->actions().at(2)->trigger();
         QVERIFY(AppDelegate::state().connectionStatus->isSeen());

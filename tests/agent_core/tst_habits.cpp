@@ -92,8 +92,8 @@ private:
     // Ann above Bob, in a window that stands still.
     void showSessions()
     {
-        AppDelegate::addSession({7, u"d"_s, u"Ann"_s, {}});
-        AppDelegate::addSession({8, u"d"_s, u"Bob"_s, {}});
+        AppDelegate::state().sessions.add({7, u"d"_s, u"Ann"_s, {}});
+        AppDelegate::state().sessions.add({8, u"d"_s, u"Bob"_s, {}});
         AppDelegate::state().connectionStatus->presentByService();
         QVERIFY(activate(window("ConnectionStatus")));
         QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));

@@ -1,5 +1,4 @@
 #include "AgentFixture.h"
-#include "agent_core/StatusBarRules.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/MainBundle.h"
 
@@ -65,12 +64,6 @@ private Q_SLOTS:
         QString errors = agent.errorLog().filter(u"oem.plist"_s).join(u'\n');
         errors.replace(MainBundle::path() + u"/Resources/oem.plist"_s, u"BUNDLED"_s);
         QTEST(errors.replace(file, u"DEPLOYED"_s), "error");
-    }
-
-    void notLinkedWinsOverInSession()
-    {
-        QCOMPARE(StatusBarRules::iconName(true, false, true), u"appIcon-22-disconnected"_s);
-        QCOMPARE(StatusBarRules::iconName(false, false, true), u"appIcon-22-session"_s);
     }
 };
 

@@ -1,6 +1,8 @@
 #include "AgentFixture.h"
 #include "NotificationServer.h"
 #include "ServiceMessages.h"
+#include "agent_core/ActivityLog.h"
+#include "agent_core/IconHint.h"
 #include "records/Intervals.h"
 #include "windows/ActivityWindow.h"
 #include "windows/UserAcknowlegement.h"
@@ -9,6 +11,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMenu>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -48,6 +51,8 @@ private:
 
     void start() { QVERIFY(m_agent->start()); }
 
+    void showActivity() { m_agent->delegate->findChild<ActivityLog*>()->show(); }
+
     // What the notification service is asked for until nothing more comes.
     QString takeCalls()
     {
@@ -80,7 +85,7 @@ private Q_SLOTS:
         QCOMPARE(takeCalls(), u"? No panel shows the agent’s icon>0"_s);
         m_server->click(1);
         QTRY_VERIFY(m_agent->window() != nullptr && m_agent->window()->isVisible());
-        m_agent->delegate->tellMissingIcon(); // as a later run does
+        m_agent->delegate->findChild<IconHint*>()->look(); // as a later run does
         QCOMPARE(takeCalls(), QString());
     }
 
@@ -153,30 +158,30 @@ private Q_SLOTS:
     void whatHappenedBehindALockedScreenIsToldOnce()
     {
         start();
-        AppDelegate::screenLockChanged(true);
-        AppDelegate::noteAccepted(u"Ann"_s);
+        Q_EMIT AppDelegate::state().events.screenLockChanged(true);
+        Q_EMIT AppDelegate::state().events.requestAccepted(u"Ann"_s);
         QVERIFY(m_agent->send(connected(7, "Ann")));
         QVERIFY(m_agent->send("disconnected_session=7"));
         QVERIFY(m_agent->send(R"(execute_command={"session":7,"exec":"true"})"));
-        QVERIFY(AppDelegate::state().awayItem->isVisible());
+        QVERIFY(AppDelegate::state().statusBarMenu->actions().constLast()->isVisible());
         takeCalls();
-        AppDelegate::screenLockChanged(false);
+        Q_EMIT AppDelegate::state().events.screenLockChanged(false);
         QTRY_COMPARE(m_server->title(), u"While you were away"_s);
         QCOMPARE(m_server->text().split(u'\n').size(), 3);
         QVERIFY(m_server->text().contains(u"Request accepted on your behalf: Ann"));
         QCOMPARE(m_server->expires(), 0);
         takeCalls();
-        AppDelegate::screenLockChanged(true);
-        AppDelegate::screenLockChanged(false);
+        Q_EMIT AppDelegate::state().events.screenLockChanged(true);
+        Q_EMIT AppDelegate::state().events.screenLockChanged(false);
         QCOMPARE(takeCalls(), QString());
 
-        AppDelegate::showActivity();
+        showActivity();
         QTRY_COMPARE(activities(), QStringList({u"Command|true|0"_s, u"*Session ended|Ann|"_s,
                                                 u"*Session began|Ann|"_s,
                                                 u"*Request accepted on your behalf|Ann|"_s}));
         takeCalls();
         window("ActivityWindow")->close();
-        QVERIFY(!AppDelegate::state().awayItem->isVisible());
+        QVERIFY(!AppDelegate::state().statusBarMenu->actions().constLast()->isVisible());
         QVERIFY(takeCalls().startsWith(u'-'));
     }
 
@@ -200,7 +205,7 @@ private Q_SLOTS:
     void commandsAreListed()
     {
         start();
-        AppDelegate::showActivity();
+        showActivity();
         m_agent->write("execute_command={\"session\":7,\"exec\":\"printf one\\nsleep 1\"}");
         QTRY_COMPARE(activities(), QStringList(u"Command|printf one…|Running"_s));
         QTRY_COMPARE(activities(), QStringList(u"Command|printf one…|0"_s));

@@ -29,7 +29,7 @@ FOLDERS = {
                       " chat agent_state",
     "src/dispatch": "platform logging records service_link agent_state",
     "src/keeper": "platform settings",
-    "src/main.cpp": "platform logging command_line agent_state dispatch",
+    "src/main.cpp": "platform logging command_line agent_state agent_core dispatch",
 }
 # Files, what no line of theirs may hold, and why.
 LINES = [

@@ -51,7 +51,7 @@ private:
         m_agent->options = mayLeave ? "<key>allow_to_leave_chat</key><true/>" : "";
         QVERIFY(m_agent->start());
         Intervals::current().departure = std::chrono::milliseconds(100);
-        AppDelegate::addSession({7, u"desk"_s, u"Ann"_s, {}});
+        AppDelegate::state().sessions.add({7, u"desk"_s, u"Ann"_s, {}});
         QVERIFY(m_agent->send("request_chat=5,7"));
         m_window = AgentFixture::topLevel("ChatController");
         QVERIFY(QTest::qWaitForWindowActive(m_window));

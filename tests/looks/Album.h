@@ -167,11 +167,11 @@ private:
         AppDelegate::options.language = m_language;
         AppDelegate::options.oemName = u"vantory"_s;
         delegate.systemTray();
-        AppDelegate::addSession({1, u"desk"_s, kName, {}});
+        AppDelegate::state().sessions.add({1, u"desk"_s, kName, {}});
         AppDelegate::updateSystemTrayIcon();
-        AppDelegate::state().awayItem->setVisible(true);
+        AppDelegate::state().statusBarMenu->actions().constLast()->setVisible(true);
         AppDelegate::state().statusBarMenu->popup({});
-        show(u"menu"_s, AppDelegate::state().statusBarMenu);
+        show(u"menu"_s, AppDelegate::state().statusBarMenu.get());
         AppDelegate::state().statusBarMenu->hide();
     }
 

@@ -23,8 +23,8 @@ private:
     // Ann in the upper slot, Bob in the lower one.
     static void present(const QString& bob = u"Bob"_s)
     {
-        AppDelegate::addSession({-7, u"desk"_s, u"Ann"_s, sessionDateNow() - 65});
-        AppDelegate::addSession({8, u"desk"_s, bob, sessionDateNow() - 3723});
+        AppDelegate::state().sessions.add({-7, u"desk"_s, u"Ann"_s, sessionDateNow() - 65});
+        AppDelegate::state().sessions.add({8, u"desk"_s, bob, sessionDateNow() - 3723});
         status().present();
         QVERIFY(QTest::qWaitForWindowActive(&status()));
     }

@@ -1,10 +1,10 @@
+#include "agent_core/AgentRequests.h"
+
 #include "agent_state/AppDelegate.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/WindowActivation.h"
 #include "records/StatusSummary.h"
 #include "windows/ConnectionStatus.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -24,29 +24,28 @@ StatusSummary summary()
     return summary;
 }
 
-bool endListedSession(qint64 number)
+bool endListedSession(qint64 session)
 {
-    const QList<SessionInfo>& sessions = AppDelegate::state().sessions.all();
-    const bool isListed =
-        std::any_of(sessions.cbegin(), sessions.cend(),
-                    [&](const SessionInfo& session) { return session.session == number; });
-    if (isListed && !AppDelegate::isTerminating()) {
-        AppDelegate::endSession(number);
-        return true;
+    const bool isListed = AppDelegate::state().sessions.contains(session);
+    if (isListed) {
+        AppDelegate::endSession(session);
     }
-    return false;
+    return isListed;
 }
 
 } // namespace
 
-void AppDelegate::answerRequests()
+void AgentRequests::answer()
 {
     RunningAgent::answer({.present =
-                              [](quint32 time) {
-                                  WindowActivation::noteAction(time);
-                                  connectionDisplay();
-                              },
-                          .port = [] { return options.portUI; },
-                          .status = [] { return summary().toJson(); },
-                          .endSession = &endListedSession});
+                      [](quint32 time) {
+                          WindowActivation::noteAction(time);
+                          AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
+                      },
+                  .port = [] { return AppDelegate::options.portUI; },
+                  .status = [] { return summary().toJson(); },
+                  .endSession =
+                      [](qint64 session) {
+                          return !AppDelegate::isTerminating() && endListedSession(session);
+                      }});
 }

@@ -1,0 +1,133 @@
+#include "agent_core/ActivityLog.h"
+#include "agent_core/DesktopNotices.h"
+#include "agent_core/IconHint.h"
+#include "agent_state/AppDelegate.h"
+#include "platform/accounts/ConsoleSession.h"
+#include "platform/desktop/Announcements.h"
+#include "platform/desktop/BundleImages.h"
+#include "platform/desktop/StatusItem.h"
+#include "platform/desktop/WindowActivation.h"
+#include "localisation/ShownText.h"
+#include "windows/ConnectionStatus.h"
+#include "windows/UserAcknowlegement.h"
+
+#include <QAction>
+#include <QMenu>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using Kind = Activity::Kind;
+
+namespace {
+
+// What the list of what happened follows.
+void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& events)
+{
+    using Signal = void (SessionList::*)(const SessionInfo&);
+    for (const auto& [signal, kind] :
+         {std::pair<Signal, Kind>(&SessionList::began, Kind::SessionBegan),
+          {&SessionList::hasNotEnded, Kind::SessionNotEnded},
+          {&SessionList::ended, Kind::SessionEnded}}) {
+        QObject::connect(&sessions, signal, log, [log, kind = kind](const SessionInfo& session) {
+            log->note(kind, session.remoteControlUser);
+        });
+    }
+    QObject::connect(&events, &AgentEvents::requestAccepted, log,
+                     [log](const QString& name) { log->note(Kind::RequestAccepted, name); });
+    QObject::connect(&events, &AgentEvents::commandBegan, log,
+                     [log](quint64 command, const QString& text) {
+                         log->note(Kind::Command, text.trimmed(), command);
+                     });
+    QObject::connect(&events, &AgentEvents::commandEnded, log, &ActivityLog::finishCommand);
+    QObject::connect(&events, &AgentEvents::screenLockChanged, log, &ActivityLog::setScreenLocked);
+}
+
+// What leads to the list: the menu's last line, and the status window's button.
+void showWayTo(ActivityLog* log, QMenu& menu, ConnectionStatus* status)
+{
+    const QString title = AppDelegate::labels().value_or(englishFallback()).Activity.away;
+    QAction* const item = menu.addAction(BundleImages::icon(u"activity"_s).value_or(QIcon()),
+                                         ShownText::menuItem(title, title.size()));
+    item->setVisible(false);
+    const auto show = AppDelegate::whileRunning([log] { log->show(); });
+    QObject::connect(item, &QAction::triggered, log, show);
+    QObject::connect(status, &ConnectionStatus::activityRequested, log, show);
+    QObject::connect(log, &ActivityLog::unseenChanged, item, &QAction::setVisible);
+    QObject::connect(log, &ActivityLog::unseenChanged, status, [status](bool hasUnseen) {
+        status->hasUnseenActivity = hasUnseen;
+        if (status->isSeen()) {
+            status->config();
+        }
+    });
+}
+
+void open(Notifications::Place place, ActivityLog& log)
+{
+    WindowActivation::noteAction(0); // the click does not say when it was
+    switch (place) {
+    case Notifications::Place::Question:
+        AppDelegate::state().userAcknowledge->present();
+        break;
+    case Notifications::Place::Sessions:
+    case Notifications::Place::Icon:
+        AppDelegate::connectionDisplay();
+        break;
+    case Notifications::Place::Absence:
+        log.show();
+        break;
+    }
+}
+
+// What the desktop's notifications follow.
+void follow(DesktopNotices* notices, ActivityLog* log, const UserAcknowledgement* question)
+{
+    QObject::connect(log, &ActivityLog::noted, notices, [notices](const Activity& activity) {
+        if (!AppDelegate::isAtLoginWindow()) {
+            notices->tellSession(activity);
+        }
+    });
+    QObject::connect(log, &ActivityLog::absenceEnded, notices, &DesktopNotices::tellAbsence);
+    QObject::connect(log, &ActivityLog::unseenChanged, notices, [notices](bool hasUnseen) {
+        if (!hasUnseen) {
+            notices->absenceSeen();
+        }
+    });
+    QObject::connect(question, &UserAcknowledgement::asked, notices, [notices, question] {
+        notices->askQuestion(question->question(), question->replacesAnother);
+    });
+    QObject::connect(question, &UserAcknowledgement::answered, notices,
+                     &DesktopNotices::withdrawQuestion);
+    QObject::connect(question, &UserAcknowledgement::withdrawn, notices,
+                     &DesktopNotices::tellWithdrawal);
+    QObject::connect(notices, &DesktopNotices::activated, log, [log](Notifications::Place place) {
+        AppDelegate::whileRunning([place, log] { open(place, *log); })();
+    });
+}
+
+} // namespace
+
+void AppDelegate::makeAdditions()
+{
+    AgentState& agent = state();
+    // Before the news that waited for the unlocking.
+    connect(&agent.events, &AgentEvents::screenLockChanged, this, &Announcements::hold);
+    auto* const log = new ActivityLog(&AppDelegate::labels, this);
+    follow(log, agent.sessions, agent.events);
+    showWayTo(log, *agent.statusBarMenu, agent.connectionStatus.get());
+    auto* const notices = new DesktopNotices(&AppDelegate::labels, options.oemName, this);
+    follow(notices, log, agent.userAcknowledge.get());
+    connect(&agent.events, &AgentEvents::ending, notices, &DesktopNotices::stop);
+
+    auto* const hint = new IconHint(*agent.statusBarItem, *log, this);
+    connect(hint, &IconHint::iconMissing, notices,
+            whileRunning([notices] { notices->tellMissingIcon(); }));
+    connect(notices, &DesktopNotices::missingIconTold, hint, &IconHint::remember);
+    connect(&agent.events, &AgentEvents::ending, hint, &IconHint::stop);
+    if (!isAtLoginWindow()) {
+        hint->start();
+    }
+    ConsoleSession::followLock([](bool isLocked) {
+        whileRunning([isLocked] { Q_EMIT state().events.screenLockChanged(isLocked); })();
+    });
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+
+class ActivityLog;
+class StatusItem;
+
+// Tells the user once, also over several runs, that no panel shows the icon. Main thread.
+class IconHint : public QObject {
+    Q_OBJECT
+
+public:
+    IconHint(const StatusItem& icon, const ActivityLog& log, QObject* parent);
+
+    // Looks some time after this.
+    void start();
+    void look();
+    void stop() { m_timer.stop(); }
+    // The desktop has told the user: not again in a later run.
+    static void remember();
+
+Q_SIGNALS:
+    void iconMissing();
+
+private:
+    const StatusItem& m_icon;
+    const ActivityLog& m_log;
+    QTimer m_timer;
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
+};
