@@ -2,7 +2,7 @@
 #include "agent_state/AppDelegate.h"
 #include "platform/files/FilePaths.h"
 #include "platform/files/MainBundle.h"
-#include "service_link/AllowedSettings.h"
+#include "settings/AllowedSettings.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
 #include "support/Fuzzing.h"

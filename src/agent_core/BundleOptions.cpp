@@ -1,6 +1,5 @@
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
-#include "settings/PortArgument.h"
 
 #include <QCoreApplication>
 
@@ -9,9 +8,10 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // Returns whether the option is there; else the target keeps its value.
-bool readBoolean(const QString& key, bool& target)
+template <typename Type>
+bool read(const QString& key, Type& target)
 {
-    const auto value = AppDelegate::options.oem.boolean(key);
+    const auto value = AppDelegate::options.oem.value<Type>(key);
     target = value.value_or(target);
     return value.has_value();
 }
@@ -28,35 +28,35 @@ void AppDelegate::readOemOptions()
 
 void AppDelegate::getOemName(const QString& key, QString& target)
 {
-    target = options.oem.text(key).value_or(target);
+    read(key, target);
 }
 
 void AppDelegate::getDisconnectedIconVisisble()
 {
-    readBoolean(u"disconnected_icon_visible"_s, options.disconnectedIconVisible);
+    read(u"disconnected_icon_visible"_s, options.disconnectedIconVisible);
 }
 
 void AppDelegate::getAllowToLeaveChat()
 {
-    readBoolean(u"allow_to_leave_chat"_s, options.allowToLeaveChat);
+    read(u"allow_to_leave_chat"_s, options.allowToLeaveChat);
 }
 
 void AppDelegate::getShowConnectionDetail()
 {
-    readBoolean(u"show_connection_detail"_s, options.showConnectionDetail);
+    read(u"show_connection_detail"_s, options.showConnectionDetail);
 }
 
 void AppDelegate::getDisplaySettings()
 {
     // A chain on purpose: after a missing key the others keep their defaults.
-    [[maybe_unused]] const bool all = readBoolean(u"show_platform"_s, options.displayPlatform) &&
-                                      readBoolean(u"show_agent_type"_s, options.displayAgentType) &&
-                                      readBoolean(u"enable_change"_s, options.displayChange);
+    [[maybe_unused]] const bool all = read(u"show_platform"_s, options.displayPlatform) &&
+                                      read(u"show_agent_type"_s, options.displayAgentType) &&
+                                      read(u"enable_change"_s, options.displayChange);
 }
 
 void AppDelegate::getPortUI()
 {
-    options.portUI = options.oem.port().value_or(options.portUI);
+    read(u"port"_s, options.portUI);
 }
 
 void AppDelegate::permissions_process()

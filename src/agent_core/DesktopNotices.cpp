@@ -3,7 +3,7 @@
 #include "localisation/ShownText.h"
 #include "platform/desktop/Announcements.h"
 #include "platform/files/MainBundle.h"
-#include "service_link/AllowedSettings.h"
+#include "settings/AllowedSettings.h"
 #include "windows/ActivityWindow.h"
 
 #include <algorithm>
@@ -39,12 +39,6 @@ QString text(const QStringList& lines)
         shown.append(u"… + "_s + QString::number(lines.size() - kMostLines));
     }
     return shown.join(u'\n');
-}
-
-bool isWantedByAccount()
-{
-    const auto settings = readAllowedSettings();
-    return !settings || settings->show_agent_ui_on_connection != false;
 }
 
 } // namespace
@@ -85,7 +79,7 @@ void DesktopNotices::tellSession(const Activity& activity)
 void DesktopNotices::showSessions()
 {
     QList<Activity> told = m_news;
-    if (!isWantedByAccount()) {
+    if (showsAgentOnConnection() == false) {
         told.removeIf([](const Activity& activity) {
             return activity.kind != Activity::Kind::SessionNotEnded;
         });

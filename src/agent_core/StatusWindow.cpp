@@ -1,20 +1,13 @@
 #include "agent_state/AppDelegate.h"
 #include "chat/ChatController.h"
 #include "records/Intervals.h"
-#include "service_link/AllowedSettings.h"
 #include "service_link/Protocol.h"
+#include "settings/AllowedSettings.h"
 #include "windows/ConnectionStatus.h"
 
 #include <utility>
 
 namespace {
-
-// Whether the status window may show itself, as the account has it: yes, no, or not said.
-std::optional<bool> showsOnConnection()
-{
-    const auto settings = readAllowedSettings();
-    return settings ? settings->show_agent_ui_on_connection : std::nullopt;
-}
 
 // Reads texts and logo anew, asks the service for the status, and redraws.
 void refreshWindow(ConnectionStatus& window)
@@ -48,7 +41,7 @@ void AppDelegate::showLaterIfHidden()
 
 void AppDelegate::showConnectionLater(bool loop)
 {
-    if (showsOnConnection() != false) {
+    if (showsAgentOnConnection() != false) {
         state().connectionShowTimer.setSingleShot(!loop);
         state().connectionShowTimer.start(Intervals::current().showConnection);
     }
@@ -72,7 +65,7 @@ void AppDelegate::stopShowConnectionLater()
 {
     state().connectionShowTimer.stop();
     ConnectionStatus& window = *state().connectionStatus;
-    const auto shows = showsOnConnection();
+    const auto shows = showsAgentOnConnection();
     if (!shows) {
         window.hide();
     } else if (*shows) {
@@ -87,7 +80,7 @@ void AppDelegate::stopShowConnectionLater()
 void AppDelegate::closeConnectionStatus()
 {
     state().connectionNotShowTimer.stop();
-    if (showsOnConnection() == true && state().sessions.isEmpty()) {
+    if (showsAgentOnConnection() == true && state().sessions.isEmpty()) {
         state().connectionStatus->hide();
     }
 }
@@ -98,7 +91,7 @@ void AppDelegate::showAtSessionEnd()
     state().connectionStatus->config();
     // With the last session gone and nothing said about showing, it is hidden again at once: a
     // window that only flashes up helps nobody.
-    if (!state().sessions.isEmpty() || showsOnConnection()) {
+    if (!state().sessions.isEmpty() || showsAgentOnConnection()) {
         state().connectionStatus->presentByService();
     }
 }

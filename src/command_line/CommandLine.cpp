@@ -8,7 +8,7 @@
 #include "command_line/Terminal.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/files/MainBundle.h"
-#include "settings/PortArgument.h"
+#include "settings/ServicePort.h"
 
 using namespace Qt::StringLiterals;
 

@@ -5,7 +5,7 @@
 #include "platform/accounts/Account.h"
 #include "platform/files/FileFacts.h"
 #include "platform/files/WholeFile.h"
-#include "service_link/AllowedSettings.h"
+#include "settings/AllowedSettings.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
 

@@ -1,6 +1,7 @@
 #include "dispatch/MessageDispatch.h"
 
 #include "agent_state/AppDelegate.h"
+#include "localisation/Numbers.h"
 #include "logging/Logs.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
@@ -53,7 +54,7 @@ void userAcknowledgement(const Received& received)
 {
     printLog(received.text);
     const QStringList pieces = received.payload.toString().split(u';', Qt::SkipEmptyParts);
-    const auto session = pieces.size() == 3 ? Protocol::parseInteger64(pieces.at(0)) : std::nullopt;
+    const auto session = pieces.size() == 3 ? parseInteger64(pieces.at(0)) : std::nullopt;
     if (!session) {
         return;
     }
@@ -86,7 +87,7 @@ void connectedSession(const Received& received)
 void disconnectedSession(const Received& received)
 {
     printLog(u"session not connected"_s);
-    if (const auto session = Protocol::parseInteger64(received.payload)) {
+    if (const auto session = parseInteger64(received.payload)) {
         AppDelegate::post([number = *session] { AppDelegate::sessionDisconnected(number); });
     }
 }
@@ -108,8 +109,8 @@ void requestChat(const Received& received)
     if (pieces.size() < 2) {
         fatalState(u"request_chat= without a session"_s);
     }
-    const auto token = Protocol::parseInteger32(pieces.at(0));
-    const auto session = Protocol::parseInteger32(pieces.at(1));
+    const auto token = parseInteger32(pieces.at(0));
+    const auto session = parseInteger32(pieces.at(1));
     if (token && session) {
         AppDelegate::post(
             [chat = *token, number = *session] { AppDelegate::requestChat(chat, number); });
@@ -118,7 +119,7 @@ void requestChat(const Received& received)
 
 void closeChat(const Received& received)
 {
-    if (const auto token = Protocol::parseInteger32(received.payload)) {
+    if (const auto token = parseInteger32(received.payload)) {
         AppDelegate::post([chat = *token] { AppDelegate::closeChat(chat); });
     }
 }

@@ -2,9 +2,6 @@
 
 #include <QRegularExpression>
 
-#include <algorithm>
-#include <limits>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -87,27 +84,4 @@ QString Protocol::resultCommand(qint64 session, qint64 status)
 QString Protocol::resultCommandFailedToRead()
 {
     return marked(u"result_command_failed_to_read"_s);
-}
-
-std::optional<qint64> Protocol::parseInteger64(QStringView text)
-{
-    const bool hasSign = text.startsWith(u'-') || text.startsWith(u'+');
-    const QStringView digits = text.sliced(hasSign ? 1 : 0);
-    // Qt's own conversion would also accept blanks and the digits of other scripts.
-    const bool isDecimal =
-        !digits.isEmpty() &&
-        std::all_of(digits.begin(), digits.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
-    bool isInRange = false;
-    const qint64 number = isDecimal ? text.toLongLong(&isInRange) : 0;
-    return isInRange ? std::optional(number) : std::nullopt;
-}
-
-std::optional<qint32> Protocol::parseInteger32(QStringView text)
-{
-    const auto number = parseInteger64(text);
-    if (!number || *number < std::numeric_limits<qint32>::min() ||
-        *number > std::numeric_limits<qint32>::max()) {
-        return std::nullopt;
-    }
-    return static_cast<qint32>(*number);
 }

@@ -51,8 +51,4 @@ inline constexpr QStringView kStatus = u"status=";
 [[nodiscard]] QString resultCommand(qint64 session, qint64 status);
 [[nodiscard]] QString resultCommandFailedToRead();
 
-// A decimal number of a payload: an optional sign and ASCII digits only, in range.
-[[nodiscard]] std::optional<qint64> parseInteger64(QStringView text);
-[[nodiscard]] std::optional<qint32> parseInteger32(QStringView text);
-
 } // namespace Protocol

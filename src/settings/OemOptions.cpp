@@ -13,51 +13,33 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-enum class Kind { Text, Boolean, Port, Names };
-
 constexpr struct {
     const char* name;
-    Kind kind;
-} kKeys[] = {
-    {"oemName", Kind::Text},
-    {"oemCompany", Kind::Text},
-    {"disconnected_icon_visible", Kind::Boolean},
-    {"allow_to_leave_chat", Kind::Boolean},
-    {"show_connection_detail", Kind::Boolean},
-    {"show_platform", Kind::Boolean},
-    {"show_agent_type", Kind::Boolean},
-    {"enable_change", Kind::Boolean},
-    {"port", Kind::Port},
-    {"service_accounts", Kind::Names},
+    int type;
+    const char* fault; // of another type
+} kOptions[] = {
+    {"oemName", QMetaType::QString, "is not a string"},
+    {"oemCompany", QMetaType::QString, "is not a string"},
+    {"disconnected_icon_visible", QMetaType::Bool, "is not a boolean"},
+    {"allow_to_leave_chat", QMetaType::Bool, "is not a boolean"},
+    {"show_connection_detail", QMetaType::Bool, "is not a boolean"},
+    {"show_platform", QMetaType::Bool, "is not a boolean"},
+    {"show_agent_type", QMetaType::Bool, "is not a boolean"},
+    {"enable_change", QMetaType::Bool, "is not a boolean"},
+    {"port", QMetaType::LongLong, "is not an integer"},
+    {"service_accounts", QMetaType::QVariantList, "is not an array of strings"},
 };
 
-// What is wrong with a value; null where nothing is.
-const char* fault(const QVariant& value, Kind kind)
+// Of the right type.
+bool isPort(const QVariant& value)
 {
-    switch (kind) {
-    case Kind::Text:
-        return value.typeId() == QMetaType::QString ? nullptr : "is not a string";
-    case Kind::Boolean:
-        return value.typeId() == QMetaType::Bool ? nullptr : "is not a boolean";
-    case Kind::Names: {
-        const QVariantList names = value.toList();
-        return value.typeId() == QMetaType::QVariantList &&
-                       std::all_of(
-                           names.cbegin(), names.cend(),
-                           [](const QVariant& name) { return name.typeId() == QMetaType::QString; })
-                   ? nullptr
-                   : "is not an array of strings";
-    }
-    case Kind::Port:
-        if (value.typeId() != QMetaType::LongLong) {
-            return "is not an integer";
-        }
-        const qlonglong number = value.toLongLong();
-        return number >= 1 && number <= std::numeric_limits<quint16>::max()
-                   ? nullptr
-                   : "is not a port from 1 to 65535";
-    }
-    return nullptr;
+    return value.toLongLong() >= 1 && value.toLongLong() <= std::numeric_limits<quint16>::max();
+}
+
+bool holdsTexts(const QVariantList& list)
+{
+    return std::all_of(list.cbegin(), list.cend(),
+                       [](const QVariant& value) { return value.typeId() == QMetaType::QString; });
 }
 
 } // namespace
@@ -83,13 +65,20 @@ void OemOptions::add(const QString& file)
              u"%1 cannot be read as a property list with a dictionary"_s.arg(file)});
         return;
     }
-    for (const auto& [name, kind] : kKeys) {
+    for (const auto& [name, type, fault] : kOptions) {
         const QString key = QLatin1StringView(name);
         const auto value = list->constFind(key);
         if (value == list->cend()) {
             continue;
         }
-        if (const char* const wrong = fault(*value, kind)) {
+        const char* wrong = nullptr;
+        if (value->typeId() != type ||
+            (type == QMetaType::QVariantList && !holdsTexts(value->toList()))) {
+            wrong = fault;
+        } else if (type == QMetaType::LongLong && !isPort(*value)) {
+            wrong = "is not a port from 1 to 65535";
+        }
+        if (wrong != nullptr) {
             m_complaints.append(
                 {file, key, u"%1: %2 %3"_s.arg(file, key, QLatin1StringView(wrong))});
         } else if (!m_values.contains(key)) {
@@ -98,26 +87,12 @@ void OemOptions::add(const QString& file)
     }
 }
 
-std::optional<QString> OemOptions::text(const QString& key) const
-{
-    const auto value = m_values.constFind(key);
-    return value != m_values.cend() ? std::optional(value->toString()) : std::nullopt;
-}
-
-std::optional<bool> OemOptions::boolean(const QString& key) const
-{
-    const auto value = m_values.constFind(key);
-    return value != m_values.cend() ? std::optional(value->toBool()) : std::nullopt;
-}
-
 std::optional<quint16> OemOptions::port() const
 {
-    const auto value = m_values.constFind(u"port"_s);
-    return value != m_values.cend() ? std::optional(static_cast<quint16>(value->toUInt()))
-                                    : std::nullopt;
+    return value<quint16>(u"port"_s);
 }
 
 QStringList OemOptions::serviceAccounts() const
 {
-    return m_values.value(u"service_accounts"_s).toStringList();
+    return value<QStringList>(u"service_accounts"_s).value_or(QStringList());
 }

@@ -29,15 +29,18 @@ public:
     // Reads both files. A missing one has no keys, which is no fault.
     [[nodiscard]] static OemOptions read();
 
-    // None where the key is missing. "oemName", "oemCompany":
-    [[nodiscard]] std::optional<QString> text(const QString& key) const;
+    // None where the key is missing. "oemName", "oemCompany" are texts,
     // "disconnected_icon_visible", "allow_to_leave_chat", "show_connection_detail",
-    // "show_platform", "show_agent_type", "enable_change":
-    [[nodiscard]] std::optional<bool> boolean(const QString& key) const;
-    // "port", from 1 to 65535.
+    // "show_platform", "show_agent_type" and "enable_change" are booleans.
+    template <typename Type>
+    [[nodiscard]] std::optional<Type> value(const QString& key) const
+    {
+        const auto found = m_values.constFind(key);
+        return found != m_values.cend() ? std::optional(found->value<Type>()) : std::nullopt;
+    }
+    // From 1 to 65535.
     [[nodiscard]] std::optional<quint16> port() const;
-    // "service_accounts": names of accounts that may be the service besides root. Empty where the
-    // key is missing.
+    // Names of accounts that may be the service besides root. Empty where the key is missing.
     [[nodiscard]] QStringList serviceAccounts() const;
 
     [[nodiscard]] const QList<Complaint>& complaints() const { return m_complaints; }

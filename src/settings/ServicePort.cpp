@@ -1,7 +1,27 @@
 #include "settings/ServicePort.h"
 
+#include "localisation/Numbers.h"
 #include "settings/OemOptions.h"
-#include "settings/PortArgument.h"
+
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+PortArgument PortArgument::of(const QStringList& arguments)
+{
+    const QStringView prefix = u"port=";
+    PortArgument result;
+    for (const QString& argument : arguments) {
+        if (argument.startsWith(prefix)) {
+            const auto number = parseInteger64(QStringView(argument).sliced(prefix.size()));
+            const bool isPort =
+                number && *number >= 0 && *number <= std::numeric_limits<quint16>::max();
+            result.port = isPort ? std::optional(static_cast<quint16>(*number)) : std::nullopt;
+            result.invalid = isPort ? QString() : argument;
+        }
+    }
+    return result;
+}
 
 quint16 servicePort(const QStringList& arguments, const OemOptions& options)
 {

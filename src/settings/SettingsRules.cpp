@@ -1,6 +1,6 @@
 #include "settings/SettingsRules.h"
 
-#include "service_link/Protocol.h"
+#include "localisation/Numbers.h"
 
 #include <QStringView>
 
@@ -23,7 +23,7 @@ bool isAccountId(const QString& text)
 // Six characters that are a decimal number; one may be its sign.
 bool isSessionCode(const QString& text)
 {
-    return text.size() == 6 && Protocol::parseInteger32(text).has_value();
+    return text.size() == 6 && parseInteger32(text).has_value();
 }
 
 } // namespace

@@ -19,7 +19,7 @@ FOLDERS = {
     "src/localisation": "platform logging",
     "src/records": "platform/files localisation",
     "src/service_link": "platform logging records",
-    "src/settings": "platform logging records service_link",
+    "src/settings": "platform logging localisation records",
     "src/window_kit": "platform localisation",
     "src/command_line": "platform localisation records service_link settings",
     "src/windows": "platform logging localisation records window_kit",
@@ -27,7 +27,7 @@ FOLDERS = {
     "src/agent_state": "platform/threads localisation records service_link settings",
     "src/agent_core": "platform logging localisation records service_link settings window_kit windows"
                       " chat agent_state",
-    "src/dispatch": "platform logging records service_link agent_state",
+    "src/dispatch": "platform logging localisation records service_link agent_state",
     "src/keeper": "platform settings",
     "src/main.cpp": "platform logging command_line agent_state agent_core dispatch",
 }

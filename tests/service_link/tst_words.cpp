@@ -1,6 +1,7 @@
 #include "WriteFile.h"
-#include "service_link/AllowedSettings.h"
+#include "settings/AllowedSettings.h"
 #include "service_link/PayloadRecords.h"
+#include "localisation/Numbers.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
 
@@ -28,13 +29,13 @@ private Q_SLOTS:
                                    -2147483649LL, std::numeric_limits<qint64>::min()}) {
             const auto narrow = static_cast<qint32>(whole);
             const auto expected = narrow == whole ? std::optional(narrow) : std::nullopt;
-            QCOMPARE(Protocol::parseInteger64(QString::number(whole)), std::optional(whole));
-            QCOMPARE(Protocol::parseInteger32(QString::number(whole)), expected);
+            QCOMPARE(parseInteger64(QString::number(whole)), std::optional(whole));
+            QCOMPARE(parseInteger32(QString::number(whole)), expected);
         }
-        QCOMPARE(Protocol::parseInteger64(u"+007"), std::optional<qint64>(7));
+        QCOMPARE(parseInteger64(u"+007"), std::optional<qint64>(7));
         for (const char* const bad : {"", "-", "+-5", " 5", "5\n", "5.0", "1e3", "0x10", "1,000",
                                       "\u0665", "5a", "9223372036854775808"}) {
-            QVERIFY2(!Protocol::parseInteger64(QString::fromUtf8(bad)), bad);
+            QVERIFY2(!parseInteger64(QString::fromUtf8(bad)), bad);
         }
     }
 

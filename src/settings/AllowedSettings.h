@@ -29,5 +29,9 @@ struct AllowedSettings {
 // decode. One that is there but can't be read, or is no regular file, ends the program. Any thread.
 [[nodiscard]] std::optional<AllowedData> readAllowedSettings();
 
+// Whether the status window may show itself, as the file says now: yes, no, or not said. Any
+// thread.
+[[nodiscard]] std::optional<bool> showsAgentOnConnection();
+
 // Decodes the file's bytes alike. Any thread.
 [[nodiscard]] std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text);

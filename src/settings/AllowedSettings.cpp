@@ -1,4 +1,4 @@
-#include "service_link/AllowedSettings.h"
+#include "settings/AllowedSettings.h"
 
 #include "logging/Logs.h"
 #include "platform/files/FilePaths.h"
@@ -6,6 +6,8 @@
 #include "platform/files/RegularFile.h"
 
 #include <QJsonObject>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -18,30 +20,25 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
         return std::nullopt;
     }
     const QJsonObject object = document->value("settings"_L1).toObject();
-    using Flag = bool AllowedData::*;
-    struct Required {
-        QLatin1String key;
-        Flag field;
-    };
-    static constexpr Required kRequired[] = {
-        {"allow_message_to_devices"_L1, &AllowedData::allow_message_to_devices},
-        {"allow_chat_to_devices"_L1, &AllowedData::allow_chat_to_devices},
-        {"require_user_acknowledgement_for_devices"_L1,
-         &AllowedData::require_user_acknowledgement_for_devices},
-        {"allow_file_transfer_to_devices"_L1, &AllowedData::allow_file_transfer_to_devices},
-        {"allow_devices_to_be_viewed"_L1, &AllowedData::allow_devices_to_be_viewed},
-    };
     AllowedSettings result;
-    for (const Required& required : kRequired) {
-        const QJsonValue flag = object.value(required.key);
-        if (!flag.isBool()) {
+    AllowedData& data = result.settings;
+    const std::pair<const char*, bool&> required[] = {
+        {"allow_message_to_devices", data.allow_message_to_devices},
+        {"allow_chat_to_devices", data.allow_chat_to_devices},
+        {"require_user_acknowledgement_for_devices", data.require_user_acknowledgement_for_devices},
+        {"allow_file_transfer_to_devices", data.allow_file_transfer_to_devices},
+        {"allow_devices_to_be_viewed", data.allow_devices_to_be_viewed},
+    };
+    for (const auto& [key, flag] : required) {
+        const QJsonValue value = object.value(QLatin1StringView(key));
+        if (!value.isBool()) {
             return std::nullopt;
         }
-        result.settings.*required.field = flag.toBool();
+        flag = value.toBool();
     }
     const QJsonValue shows = object.value("show_agent_ui_on_connection"_L1);
     if (shows.isBool()) {
-        result.settings.show_agent_ui_on_connection = shows.toBool();
+        data.show_agent_ui_on_connection = shows.toBool();
     } else if (!shows.isUndefined() && !shows.isNull()) {
         return std::nullopt;
     }
@@ -70,4 +67,10 @@ std::optional<AllowedData> readAllowedSettings()
         fatalState(u"The allowed settings cannot be read: "_s + path);
     }
     return allowedSettingsFrom(content.bytes);
+}
+
+std::optional<bool> showsAgentOnConnection()
+{
+    const auto settings = readAllowedSettings();
+    return settings ? settings->show_agent_ui_on_connection : std::nullopt;
 }
