@@ -1,4 +1,3 @@
-#include "agent_core/AdministratorCheck.h"
 #include "agent_core/PrivilegedSettings.h"
 #include "agent_state/AppDelegate.h"
 #include "platform/processes/SecretText.h"

@@ -40,6 +40,42 @@ const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
 // While there is a delegate.
 std::unique_ptr<AgentState> agentState;
 
+void readAppName()
+{
+    const QVariant name = MainBundle::infoValue(u"CFBundleName"_s);
+    if (name.typeId() != QMetaType::QString) {
+        fatalState(u"CFBundleName is missing from %1/Info.plist"_s.arg(MainBundle::path()));
+    }
+    AppDelegate::options.appName = name.toString();
+}
+
+void logHostAndUser()
+{
+    if (const auto host = Account::hostName()) {
+        printLog(*host);
+        printLog(Account::loginName());
+    }
+}
+
+void noteStart()
+{
+    const QString unknown = u"unknown"_s;
+    printJournal(u"version %1 (%2), process %3, user %4, port %5"_s.arg(
+        Bundle::releaseVersionNumber().value_or(unknown),
+        Bundle::buildVersionNumber().value_or(unknown),
+        QString::number(QCoreApplication::applicationPid()), Account::loginName(),
+        QString::number(AppDelegate::options.portUI)));
+}
+
+void readConsoleUser()
+{
+    const auto consoleUser = ConsoleSession::consoleUser();
+    if (!consoleUser) {
+        printErrorLog(u"failed to get username"_s);
+    }
+    AppDelegate::options.username = consoleUser.value_or(QString());
+}
+
 } // namespace
 
 std::unique_ptr<Client> AppDelegate::client;
@@ -123,42 +159,6 @@ void AppDelegate::applicationDidFinishLaunching()
     systemTray();
     makeAdditions();
     startTimers();
-}
-
-void AppDelegate::readAppName()
-{
-    const QVariant name = MainBundle::infoValue(u"CFBundleName"_s);
-    if (name.typeId() != QMetaType::QString) {
-        fatalState(u"CFBundleName is missing from %1/Info.plist"_s.arg(MainBundle::path()));
-    }
-    options.appName = name.toString();
-}
-
-void AppDelegate::logHostAndUser()
-{
-    if (const auto host = Account::hostName()) {
-        printLog(*host);
-        printLog(Account::loginName());
-    }
-}
-
-void AppDelegate::noteStart()
-{
-    const QString unknown = u"unknown"_s;
-    printJournal(u"version %1 (%2), process %3, user %4, port %5"_s.arg(
-        Bundle::releaseVersionNumber().value_or(unknown),
-        Bundle::buildVersionNumber().value_or(unknown),
-        QString::number(QCoreApplication::applicationPid()), Account::loginName(),
-        QString::number(options.portUI)));
-}
-
-void AppDelegate::readConsoleUser()
-{
-    const auto consoleUser = ConsoleSession::consoleUser();
-    if (!consoleUser) {
-        printErrorLog(u"failed to get username"_s);
-    }
-    options.username = consoleUser.value_or(QString());
 }
 
 bool AppDelegate::isAtLoginWindow()

@@ -1,6 +1,7 @@
 #include "agent_core/PrivilegedSettings.h"
 
 #include "logging/Logs.h"
+#include "platform/accounts/LocalAccounts.h"
 #include "platform/processes/ChildProcess.h"
 #include "platform/processes/SecretText.h"
 #include "platform/processes/SystemPrograms.h"
@@ -16,12 +17,40 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
+using namespace SystemPrograms;
 
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr std::chrono::minutes kLongestShell(1);
+
+using Pieces = std::vector<QStringView>;
+
+// Commands that run as root: each a sudo that becomes the named account, and within it a sudo that
+// becomes root, with the password on their input. To become oneself takes no password, so the
+// second one reads it. The shell's own "echo" writes it: a program would have it as an argument.
+//
+// In one piece of memory, so that no other copy is left when the script is wiped.
+QString asRoot(const Credentials& credentials, std::initializer_list<Pieces> commands)
+{
+    Pieces pieces;
+    for (const Pieces& command : commands) {
+        pieces.insert(pieces.end(), {u"echo \"", credentials.password, u"\" | ", kSudo, u" -u \"",
+                                     credentials.user, u"\" -S ", kSudo, u" -S "});
+        pieces.insert(pieces.end(), command.cbegin(), command.cend());
+    }
+    qsizetype size = 0;
+    for (const QStringView piece : pieces) {
+        size += piece.size();
+    }
+    QString script;
+    script.reserve(size);
+    for (const QStringView piece : pieces) {
+        script.append(piece);
+    }
+    return script;
+}
 
 fs::path systemPath(const QString& path)
 {
@@ -33,8 +62,8 @@ fs::path systemPath(const QString& path)
 void runInShell(QString script, const QString& purpose)
 {
     ChildProcess::Options options = {.input = script.toUtf8(), .limit = kLongestShell};
-    const auto result = ChildProcess::run(SystemPrograms::kBash.toString(),
-                                          SettingsCommands::shellArguments(), options);
+    const auto result =
+        ChildProcess::run(kBash.toString(), PrivilegedSettings::shellArguments(), options);
     SecretText::wipe(options.input);
     SecretText::wipe(script);
     if (!result.status) {
@@ -67,16 +96,22 @@ std::vector<fs::path> entries(const fs::path& directory)
 
 } // namespace
 
+bool authenticateLocalAdminUser(const QString& username, const QString& password, bool checkAdmin)
+{
+    return LocalAccounts::isPasswordRight(username, password) &&
+           (!checkAdmin || LocalAccounts::isAdministrator(username));
+}
+
 void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QString& path)
 {
-    runInShell(SettingsCommands::remove(credentials, path), u"remove the settings"_s);
+    runInShell(removal(credentials, path), u"remove the settings"_s);
 }
 
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
                                                    const BackendSettings& setting)
 {
-    runInShell(SettingsCommands::write(credentials, settingsPropertyList(setting),
-                                       backendSettingsPath(), SystemPrograms::chown()),
+    runInShell(writing(credentials, settingsPropertyList(setting), backendSettingsPath(),
+                       SystemPrograms::chown()),
                u"write the settings"_s);
 }
 
@@ -96,4 +131,21 @@ void PrivilegedSettings::replace(const Credentials& credentials, const BackendSe
         removeWithOwnRights(systemPath(other));
     }
     createSettingsPlistAsRoot(credentials, setting);
+}
+
+QStringList PrivilegedSettings::shellArguments()
+{
+    return {u"--norc"_s, u"-p"_s, u"-c"_s, u"umask 022; eval \"$(</dev/stdin)\" </dev/null"_s};
+}
+
+QString PrivilegedSettings::removal(const Credentials& credentials, const QString& path)
+{
+    return asRoot(credentials, {{kRm, u" \"", path, u"\""}});
+}
+
+QString PrivilegedSettings::writing(const Credentials& credentials, const QString& text,
+                                    const QString& path, const QString& chown)
+{
+    return asRoot(credentials,
+                  {{kEcho, u" \"", text, u"\" > ", path, u" ; "}, {chown, u" root  ", path}});
 }

@@ -173,10 +173,6 @@ private:
     static inline std::atomic<bool> terminating = false;
 
     static void leaveDesktop();
-    static void readAppName();
-    static void logHostAndUser();
-    static void readConsoleUser();
-    static void noteStart();
     void startClient();
     void connectWindows();
     void connectTimers();

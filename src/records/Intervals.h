@@ -17,5 +17,9 @@ struct Intervals {
     milliseconds clock{1'000};          // between two looks at a running clock
     milliseconds departure{8'000};      // from a chat member's departure to its notice
 
-    static Intervals& current();
+    static Intervals& current()
+    {
+        static Intervals intervals;
+        return intervals;
+    }
 };

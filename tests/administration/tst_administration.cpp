@@ -1,6 +1,5 @@
 #include "SettingsDriver.h"
-#include "agent_core/AdministratorCheck.h"
-#include "agent_core/SettingsCommands.h"
+#include "agent_core/PrivilegedSettings.h"
 #include "records/Intervals.h"
 #include "settings/SettingsFile.h"
 #include "windows/SecurityAccess.h"

@@ -1,5 +1,5 @@
 #include "WriteFile.h"
-#include "agent_core/SettingsCommands.h"
+#include "agent_core/PrivilegedSettings.h"
 #include "platform/processes/SecretText.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
@@ -25,7 +25,7 @@ private:
     // As the agent has it, with the stand-in for sudo.
     [[nodiscard]] QString script(const QString& password, const BackendSettings& settings) const
     {
-        return SettingsCommands::write({u"me"_s, password}, settingsPropertyList(settings),
+        return PrivilegedSettings::writing({u"me"_s, password}, settingsPropertyList(settings),
                                        m_folder.filePath(u"written"_s), u"/bin/true"_s)
             .replace(u"/usr/bin/sudo"_s, m_folder.filePath(u"sudo"_s));
     }
@@ -44,7 +44,7 @@ private:
             shell.setStandardInputFile(QProcess::nullDevice());
             shell.start(u"/bin/bash"_s, arguments);
         } else {
-            shell.start(u"/bin/bash"_s, SettingsCommands::shellArguments());
+            shell.start(u"/bin/bash"_s, PrivilegedSettings::shellArguments());
             shell.write(script.toUtf8());
         }
         shell.closeWriteChannel();

@@ -1,7 +1,0 @@
-#include "records/Intervals.h"
-
-Intervals& Intervals::current()
-{
-    static Intervals intervals;
-    return intervals;
-}
