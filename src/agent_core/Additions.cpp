@@ -2,12 +2,12 @@
 #include "agent_core/DesktopNotices.h"
 #include "agent_core/IconHint.h"
 #include "agent_state/AppDelegate.h"
+#include "localisation/ShownText.h"
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/desktop/Announcements.h"
 #include "platform/desktop/BundleImages.h"
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/WindowActivation.h"
-#include "localisation/ShownText.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/UserAcknowlegement.h"
 

@@ -38,14 +38,14 @@ bool endListedSession(qint64 session)
 void AgentRequests::answer()
 {
     RunningAgent::answer({.present =
-                      [](quint32 time) {
-                          WindowActivation::noteAction(time);
-                          AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
-                      },
-                  .port = [] { return AppDelegate::options.portUI; },
-                  .status = [] { return summary().toJson(); },
-                  .endSession =
-                      [](qint64 session) {
-                          return !AppDelegate::isTerminating() && endListedSession(session);
-                      }});
+                              [](quint32 time) {
+                                  WindowActivation::noteAction(time);
+                                  AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
+                              },
+                          .port = [] { return AppDelegate::options.portUI; },
+                          .status = [] { return summary().toJson(); },
+                          .endSession =
+                              [](qint64 session) {
+                                  return !AppDelegate::isTerminating() && endListedSession(session);
+                              }});
 }

@@ -26,7 +26,7 @@ private:
     [[nodiscard]] QString script(const QString& password, const BackendSettings& settings) const
     {
         return PrivilegedSettings::writing({u"me"_s, password}, settingsPropertyList(settings),
-                                       m_folder.filePath(u"written"_s), u"/bin/true"_s)
+                                           m_folder.filePath(u"written"_s), u"/bin/true"_s)
             .replace(u"/usr/bin/sudo"_s, m_folder.filePath(u"sudo"_s));
     }
 

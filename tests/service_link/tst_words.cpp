@@ -1,9 +1,9 @@
 #include "WriteFile.h"
-#include "settings/AllowedSettings.h"
-#include "service_link/PayloadRecords.h"
 #include "localisation/Numbers.h"
+#include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
+#include "settings/AllowedSettings.h"
 
 #include <QDir>
 #include <QFile>
