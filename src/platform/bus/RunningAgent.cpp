@@ -1,6 +1,7 @@
 #include "platform/bus/RunningAgent.h"
 
 #include "platform/bus/BusConnection.h"
+#include "platform/files/Descriptor.h"
 #include "platform/files/DisplayName.h"
 #include "platform/files/SessionLock.h"
 
@@ -10,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <systemd/sd-bus.h>
 
@@ -29,6 +31,7 @@ constexpr auto kLongestReply = 5s;
 struct Place {
     std::atomic_bool isTaken = false;
     BusConnection bus; // owns the name
+    Descriptor socket; // the bus's; the library closes its own as soon as the bus has gone
     SessionLock lock;
     RunningAgent::Requests requests;
 };
@@ -110,6 +113,7 @@ bool RunningAgent::take()
     bool isOurs = place().lock.take(lockName()) != SessionLock::Result::Busy;
     if (isOurs) {
         place().bus = connectWithin(kLongestStart);
+        place().socket = Descriptor(::fcntl(place().bus.descriptor(), F_DUPFD_CLOEXEC, 0));
         isOurs =
             place().bus.callBus("RequestName", {kName, kDoNotQueue}).value<quint32>('u') != kExists;
     }
@@ -121,7 +125,7 @@ void RunningAgent::leave()
 {
     if (place().isTaken.exchange(false)) {
         // The bus takes the name away.
-        ::shutdown(place().bus.descriptor(), SHUT_RDWR);
+        ::shutdown(place().socket.value(), SHUT_RDWR);
         place().lock.release();
     }
 }
