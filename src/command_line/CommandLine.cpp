@@ -1,122 +1,266 @@
 #include "command_line/CommandLine.h"
 
-#include "command_line/CommandTexts.h"
 #include "command_line/Doctor.h"
 #include "command_line/Enrolling.h"
-#include "command_line/Invocation.h"
-#include "command_line/RunningAgentCommands.h"
 #include "command_line/Terminal.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/files/MainBundle.h"
+#include "records/StatusSummary.h"
 #include "settings/ServicePort.h"
+
+#include <QCommandLineParser>
+#include <QDateTime>
+#include <QLocale>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-using Command = Invocation::Command;
-
 const QString kProgram = u"vantoryAgent"_s;
 
-constexpr int kDone = 0;
-constexpr int kUsage = 2;
-constexpr int kAnotherRuns = 3;
+struct Option;
 
-struct Line {
-    QLatin1StringView option;
-    QLatin1StringView key;
+// What a command line asks for.
+struct Invocation {
+    QStringList arguments;           // without the program's name
+    const Option* command = nullptr; // none: the agent itself
+    QString value;                   // the command's, or the option at fault
+    QString region;                  // as typed; empty for the usual one
+    bool isJson = false;
+    bool isKept = false;     // started by the keeper: a second agent ends without a word
+    QLatin1StringView fault; // the text's key, where the command line is wrong
 };
 
-const Line kHelp[] = {
-    {"port=N"_L1, "help.port"_L1},          {"--status"_L1, "help.status"_L1},
-    {"--json"_L1, "help.json"_L1},          {"--end-session NUMBER"_L1, "help.endSession"_L1},
-    {"--doctor"_L1, "help.doctor"_L1},      {"--enrol CODE|ACCOUNT"_L1, "help.enrol"_L1},
-    {"--region NAME"_L1, "help.region"_L1}, {"--unenrol"_L1, "help.unenrol"_L1},
-    {"--version"_L1, "help.version"_L1},    {"--help"_L1, "help.help"_L1},
+using Run = int (*)(const Terminal& terminal, const Invocation& asked);
+
+struct Option {
+    QLatin1StringView name;
+    QLatin1StringView value; // as the help calls it; empty for an option without one
+    QLatin1StringView help;
+    Run run; // none for an option that goes with a command:
+    QLatin1StringView command = {};
 };
 
-int help(const CommandTexts& texts)
-{
-    Terminal::print(texts.text("help.usage"_L1, {kProgram}));
-    Terminal::print(texts.text("help.purpose"_L1));
-    Terminal::print(QString());
-    for (const auto& [option, key] : kHelp) {
-        Terminal::print(u"  "_s + QString(option).leftJustified(22) + texts.text(key));
-    }
-    return kDone;
-}
-
-int version()
+int printVersion(const Terminal&, const Invocation&)
 {
     const auto value = [](const QString& key) { return MainBundle::infoValue(key).toString(); };
     Terminal::print(u"%1 %2 (%3)"_s.arg(kProgram, value(u"CFBundleShortVersionString"_s),
                                         value(u"CFBundleVersion"_s)));
-    return kDone;
+    return Terminal::Done;
 }
 
-int fault(const CommandTexts& texts, QLatin1StringView key, const QString& option)
+void printSession(const Terminal& terminal, const StatusSummary::Session& session)
 {
-    Terminal::complain(texts.text(key, {option, kProgram}));
-    return kUsage;
+    const QString who =
+        session.device.isEmpty() ? session.name : session.name + u" ("_s + session.device + u')';
+    const QString began =
+        QLocale::system().toString(session.began.toLocalTime(), QLocale::ShortFormat);
+    terminal.say(session.began.isValid() ? "status.session"_L1 : "status.sessionWithoutTime"_L1,
+                 {QString::number(session.session), who, began});
+}
+
+// JSON text as a terminal may show it: what could move the cursor or turn the reading direction is
+// escaped. Such characters stand in strings only.
+QString shownJson(const QByteArray& json)
+{
+    QString result;
+    for (const QChar c : QString::fromUtf8(json)) {
+        const bool isRisky = c.category() == QChar::Other_Control ||
+                             (c >= QChar(0x202A) && c <= QChar(0x202E)) ||
+                             (c >= QChar(0x2066) && c <= QChar(0x206F));
+        result += isRisky ? u"\\u%1"_s.arg(c.unicode(), 4, 16, QChar(u'0')) : QString(c);
+    }
+    return result;
+}
+
+int printStatus(const Terminal& terminal, const Invocation& asked)
+{
+    const auto answer = RunningAgent::status();
+    const auto status = answer ? StatusSummary::fromJson(*answer) : std::nullopt;
+    if (asked.isJson) {
+        Terminal::print(shownJson(status ? status->toJson() : StatusSummary::notRunning()));
+        return status ? Terminal::Done : Terminal::Failed;
+    }
+    if (!status) {
+        return terminal.complain("status.notRunning"_L1);
+    }
+    terminal.say(status->isLinked ? "status.linked"_L1 : "status.notLinked"_L1, {status->gateway});
+    for (const auto& session : status->sessions) {
+        printSession(terminal, session);
+    }
+    return status->sessions.isEmpty() ? terminal.say("status.noSession"_L1) : Terminal::Done;
+}
+
+int endSession(const Terminal& terminal, const Invocation& asked)
+{
+    const QString& number = asked.value;
+    bool isNumber = false;
+    const qint64 session = number.toLongLong(&isNumber);
+    if (!isNumber) {
+        return terminal.complain("usage.wrongUse"_L1, {u"--end-session "_s + number, kProgram},
+                                 Terminal::WrongUse);
+    }
+    const auto isEnded = RunningAgent::endSession(session);
+    if (!isEnded) {
+        return terminal.complain("status.notRunning"_L1);
+    }
+    return *isEnded ? terminal.say("end.done"_L1, {number})
+                    : terminal.complain("end.unknown"_L1, {number});
+}
+
+int printHelp(const Terminal& terminal, const Invocation&);
+
+// In the help's order.
+const Option kOptions[] = {
+    {"status"_L1, {}, "help.status"_L1, &printStatus},
+    {"json"_L1, {}, "help.json"_L1, nullptr, "status"_L1},
+    {"end-session"_L1, "NUMBER"_L1, "help.endSession"_L1, &endSession},
+    {"doctor"_L1,
+     {},
+     "help.doctor"_L1,
+     [](const Terminal& terminal, const Invocation& asked) {
+         return Doctor{terminal}.examine(asked.arguments);
+     }},
+    {"enrol"_L1, "CODE|ACCOUNT"_L1, "help.enrol"_L1,
+     [](const Terminal& terminal, const Invocation& asked) {
+         return Enrolling::enrol(terminal, asked.value, asked.region);
+     }},
+    {"region"_L1, "NAME"_L1, "help.region"_L1, nullptr, "enrol"_L1},
+    {"unenrol"_L1,
+     {},
+     "help.unenrol"_L1,
+     [](const Terminal& terminal, const Invocation&) { return Enrolling::unenrol(terminal); }},
+    {"version"_L1, {}, "help.version"_L1, &printVersion},
+    {"help"_L1, {}, "help.help"_L1, &printHelp},
+};
+
+int printHelp(const Terminal& terminal, const Invocation&)
+{
+    const auto printOption = [&](const QString& option, QLatin1StringView help) {
+        Terminal::print(u"  "_s + option.leftJustified(22) + terminal.text(help));
+    };
+    terminal.say("help.usage"_L1, {kProgram});
+    terminal.say("help.purpose"_L1);
+    Terminal::print(QString());
+    printOption(u"port=N"_s, "help.port"_L1);
+    for (const Option& option : kOptions) {
+        printOption(u"--%1 %2"_s.arg(option.name, option.value), option.help);
+    }
+    return Terminal::Done;
+}
+
+// The toolkit's own options, of which session managers, desktops and developers make use.
+void addToolkitOptions(QCommandLineParser& parser)
+{
+    for (const char* name : {"platform", "platformpluginpath", "platformtheme", "plugin", "display",
+                             "name", "title", "icon", "geometry", "qwindowgeometry", "qwindowtitle",
+                             "qwindowicon", "style", "stylesheet", "session", "font", "fn"}) {
+        parser.addOption(QCommandLineOption(QString::fromLatin1(name), QString(), u"value"_s));
+    }
+    for (const char* name : {"reverse", "sync", "nograb", "dograb", "widgetcount"}) {
+        parser.addOption(QCommandLineOption(QString::fromLatin1(name)));
+    }
+}
+
+QString optionName(const QString& argument)
+{
+    return argument.section(u'=', 0, 0);
+}
+
+// Words that are no option belong to the agent ("port=N") or to nobody, and are no fault.
+Invocation invocationOf(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    for (const Option& option : kOptions) {
+        parser.addOption(QCommandLineOption(QString(option.name), QString(), option.value));
+    }
+    parser.addOption(QCommandLineOption(u"kept"_s));
+    addToolkitOptions(parser);
+
+    Invocation asked;
+    asked.arguments = arguments;
+    const auto wrongUse = [&](const QString& option) {
+        asked.fault = "usage.wrongUse"_L1;
+        asked.value = option;
+        return asked;
+    };
+    if (!parser.parse(QStringList(QString()) + arguments)) {
+        const QStringList unknown = parser.unknownOptionNames();
+        const auto isOption = [&](const QString& argument) {
+            return argument.startsWith(u'-') &&
+                   (unknown.isEmpty() || optionName(argument).endsWith(unknown.constFirst()));
+        };
+        // The last one where a value is missing.
+        const auto at = std::find_if(arguments.crbegin(), arguments.crend(), isOption);
+        wrongUse(at == arguments.crend() ? QString() : optionName(*at));
+        if (!unknown.isEmpty()) {
+            asked.fault = "usage.unknownOption"_L1;
+        }
+        return asked;
+    }
+    asked.isJson = parser.isSet(u"json"_s);
+    asked.isKept = parser.isSet(u"kept"_s);
+    asked.region = parser.value(u"region"_s);
+    for (const Option& option : kOptions) {
+        if (option.run == nullptr || !parser.isSet(QString(option.name))) {
+            continue;
+        }
+        if (asked.command != nullptr) {
+            return wrongUse(u"--"_s + option.name);
+        }
+        asked.command = &option;
+        asked.value = option.value.isEmpty() ? QString() : parser.value(QString(option.name));
+    }
+    for (const Option& option : kOptions) {
+        const bool isAddition = option.run == nullptr && parser.isSet(QString(option.name));
+        if (isAddition && (asked.command == nullptr || asked.command->name != option.command)) {
+            return wrongUse(u"--"_s + option.name);
+        }
+    }
+    return asked;
 }
 
 } // namespace
 
 std::optional<int> CommandLine::run(const QStringList& arguments)
 {
-    const Invocation asked = Invocation::of(arguments);
-    if (asked.command == Command::Start) {
-        const QString invalid = PortArgument::of(arguments).invalid;
-        if (!invalid.isEmpty()) {
-            Terminal::complain(CommandTexts().text("usage.badPort"_L1, {invalid}));
-        }
-        return std::nullopt;
+    const Invocation asked = invocationOf(arguments);
+    if (!asked.fault.isEmpty()) {
+        return Terminal().complain(asked.fault, {asked.value, kProgram}, Terminal::WrongUse);
     }
-    const CommandTexts texts;
-    switch (asked.command) {
-    case Command::Help:
-        return help(texts);
-    case Command::Version:
-        return version();
-    case Command::Status:
-        return RunningAgentCommands::status(texts, asked.isJson);
-    case Command::EndSession:
-        return RunningAgentCommands::endSession(texts, asked.value);
-    case Command::Doctor:
-        return Doctor::examine(texts, arguments);
-    case Command::Enrol:
-        return Enrolling::enrol(texts, asked.value, asked.region);
-    case Command::Unenrol:
-        return Enrolling::unenrol(texts);
-    case Command::WrongUse:
-        return fault(texts, "usage.wrongUse"_L1, asked.value);
-    case Command::UnknownOption:
-    case Command::Start:
-        break;
+    if (asked.command != nullptr) {
+        return asked.command->run(Terminal(), asked);
     }
-    return fault(texts, "usage.unknownOption"_L1, asked.value);
+    const QString invalid = PortArgument::of(arguments).invalid;
+    if (!invalid.isEmpty()) {
+        Terminal().complain("usage.badPort"_L1, {invalid});
+    }
+    return std::nullopt;
 }
 
 int CommandLine::showRunningAgent(const QStringList& arguments)
 {
-    if (Invocation::of(arguments).isKept) {
-        return kAnotherRuns;
+    if (invocationOf(arguments).isKept) {
+        return Terminal::AnotherRuns;
     }
-    const CommandTexts texts;
+    const Terminal terminal;
     const auto running = RunningAgent::present();
     const auto port = PortArgument::of(arguments).port;
     if (!running) {
-        Terminal::complain(texts.text("start.noAnswer"_L1));
+        terminal.complain("start.noAnswer"_L1);
     } else if (port && *port != *running) {
-        Terminal::complain(
-            texts.text("start.otherPort"_L1, {QString::number(*running), QString::number(*port)}));
+        terminal.complain("start.otherPort"_L1,
+                          {QString::number(*running), QString::number(*port)});
     } else {
-        Terminal::print(texts.text("start.alreadyRuns"_L1));
+        terminal.say("start.alreadyRuns"_L1);
     }
-    return kDone;
+    return Terminal::Done;
 }
 
 void CommandLine::sayNoDisplay(const QString& reason)
 {
-    Terminal::complain(CommandTexts().text("start.noDisplay"_L1, {reason}));
+    Terminal().complain("start.noDisplay"_L1, {reason});
 }

@@ -6,7 +6,7 @@
 #include <optional>
 
 // What the program does for whoever calls it in a terminal or a script: before anything of the
-// desktop is opened, and in the person's language. Errors go to standard error.
+// desktop is opened, and in the user's language. Errors go to standard error.
 //
 // Exit statuses: 0 done; 1 it could not be done, or something is wrong; 2 the command line is
 // wrong; 3 started by the keeper, while an agent runs in this desktop session.

@@ -1,28 +1,261 @@
 #include "command_line/Doctor.h"
 
-#include "command_line/DesktopFindings.h"
-#include "command_line/MachineFindings.h"
-#include "command_line/Terminal.h"
+#include "localisation/Translate.h"
+#include "platform/accounts/Account.h"
+#include "platform/accounts/LocalAccounts.h"
+#include "platform/files/FileFacts.h"
+#include "platform/files/FilePaths.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/PropertyList.h"
+#include "platform/files/RegularFile.h"
+#include "platform/network/SocketOwners.h"
+#include "settings/AllowedSettings.h"
+#include "settings/OemOptions.h"
+#include "settings/ServiceAccounts.h"
+#include "settings/ServicePort.h"
+#include "settings/SettingsFile.h"
+#include "settings/SettingsRules.h"
+
+#include <QFileInfo>
+#include <QStorageInfo>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
-int Doctor::examine(const CommandTexts& texts, const QStringList& arguments)
+namespace {
+
+using Kind = FileFacts::Kind;
+
+constexpr qsizetype kLargestFile = 1024 * 1024;
+
+// A command for a remedy, as this account must type it.
+QString asRoot(const QString& command)
 {
-    Findings findings;
-    findings += MachineFindings::installation(texts);
-    findings += MachineFindings::enrolment(texts);
-    findings += MachineFindings::logs(texts);
-    findings += MachineFindings::service(texts, arguments);
-    findings += DesktopFindings::all(texts);
-    for (const Finding& finding : findings) {
-        Terminal::print(finding.text);
+    return Account::number() == 0 ? command : u"sudo "_s + command;
+}
+
+QString enrol()
+{
+    return asRoot(u"vantoryAgent --enrol"_s);
+}
+
+// "root:sudo 2775"
+QString ownersAndMode(const QString& path, const FileFacts& facts)
+{
+    const QFileInfo info(path);
+    return u"%1:%2 %3"_s.arg(info.owner(), info.group()).arg(facts.mode, 4, 8, QChar(u'0'));
+}
+
+// Whether the folder is as wanted; `make` makes it so, be it there or not.
+bool checkFolder(Doctor& doctor, const QString& path, const FileFacts& facts, bool isAsWanted,
+                 const QString& wanted, const QString& make)
+{
+    const QString command = asRoot(make + u' ' + path);
+    if (facts.kind != Kind::Folder) {
+        doctor.wrong("doctor.folderMissing"_L1, {path, command});
+    } else if (!isAsWanted) {
+        doctor.wrong("doctor.folderMode"_L1, {path, ownersAndMode(path, facts), wanted, command});
     }
-    const bool isFine = std::none_of(findings.cbegin(), findings.cend(),
-                                     [](const Finding& finding) { return finding.isWrong; });
-    if (isFine) {
-        Terminal::print(texts.text("doctor.fine"_L1));
+    return facts.kind == Kind::Folder && isAsWanted;
+}
+
+// Whether this account can read a file that is there.
+bool checkReadable(Doctor& doctor, const QString& path, const FileFacts& facts)
+{
+    const bool isOrdinary = facts.kind == Kind::Regular && !facts.hasOtherNames;
+    if (!isOrdinary) {
+        doctor.wrong("doctor.notOrdinary"_L1, {path, asRoot(u"rm -r "_s + path)});
+    } else if (!facts.isReadable) {
+        doctor.wrong("doctor.unreadable"_L1, {path, asRoot(u"chmod a+r "_s + path)});
     }
-    return isFine ? 0 : 1;
+    return isOrdinary && facts.isReadable;
+}
+
+bool isThere(const FileFacts& facts)
+{
+    return facts.kind != Kind::Missing && facts.kind != Kind::Hidden;
+}
+
+void checkPreferences(Doctor& doctor)
+{
+    const QString path = FilePaths::preferences(QString());
+    const FileFacts facts = FileFacts::of(path);
+    const auto administrators =
+        LocalAccounts::administrators().value_or(LocalAccounts::Group{0, u"root"_s});
+    const bool isForAdministrators =
+        QStringList{u"admin"_s, u"sudo"_s, u"wheel"_s}.contains(QFileInfo(path).group()) &&
+        facts.mode == 02775;
+    // The choice of those who let nobody enrol in the window.
+    const bool isForRoot = facts.group == 0 && facts.mode == 0755;
+    checkFolder(doctor, path, facts, facts.owner == 0 && (isForAdministrators || isForRoot),
+                u"root:%1 2775"_s.arg(administrators.name),
+                u"install -d -o root -g %1 -m 2775"_s.arg(administrators.name));
+}
+
+// The keys of the settings file that the agent can't use, or would take for something else.
+QStringList wrongKeys(const QVariantMap& dictionary, const QString& path)
+{
+    QStringList keys;
+    const auto check = [&](const QString& key, QMetaType::Type type, bool mayBeMissing) {
+        const QVariant value = dictionary.value(key);
+        if (value.isValid() ? value.typeId() != type : !mayBeMissing) {
+            keys.append(key);
+        }
+    };
+    check(u"managed"_s, QMetaType::Bool, true);
+    check(u"sessionCode"_s, QMetaType::QString, true);
+    check(u"accountID"_s, QMetaType::QString, false);
+    check(u"platform"_s, QMetaType::QString, false);
+    if (!keys.isEmpty()) {
+        return keys;
+    }
+    if (!QStringList{QString(), u"production"_s, u"staging"_s, u"testing"_s}.contains(
+            dictionary.value(u"platform"_s).toString())) {
+        keys.append(u"platform"_s);
+    }
+    using Complaint = SettingsRules::Complaint;
+    const auto settings = readBackendSettings(path).settings.value_or(BackendSettings());
+    const Complaint complaint = SettingsRules::complaint(settings);
+    if (complaint != Complaint::None) {
+        keys.append(complaint == Complaint::AccountId ? u"accountID"_s : u"sessionCode"_s);
+    }
+    return keys;
+}
+
+void checkSettings(Doctor& doctor)
+{
+    const QString path = backendSettingsPath();
+    const FileFacts facts = FileFacts::of(path);
+    if (facts.kind == Kind::Hidden) {
+        return; // the folder is at fault
+    }
+    if (facts.kind == Kind::Missing) {
+        doctor.wrong("doctor.notEnrolled"_L1, {enrol()});
+        return;
+    }
+    if (!checkReadable(doctor, path, facts)) {
+        return;
+    }
+    constexpr unsigned int kWritableForOthers = 022;
+    if (facts.owner != 0 || (facts.mode & kWritableForOthers) != 0) {
+        doctor.wrong("doctor.settingsOwner"_L1, {path, ownersAndMode(path, facts), enrol()});
+    }
+    const auto dictionary = PropertyList::readDictionary(path);
+    if (!dictionary) {
+        doctor.wrong("doctor.settingsDamaged"_L1, {path, enrol()});
+        return;
+    }
+    for (const QString& key : wrongKeys(*dictionary, path)) {
+        doctor.wrong("doctor.settingsKey"_L1, {key, path, enrol()});
+    }
+}
+
+void checkAllowedSettings(Doctor& doctor)
+{
+    const QString path = allowedSettingsPath();
+    const FileFacts facts = FileFacts::of(path);
+    if (isThere(facts) && checkReadable(doctor, path, facts) &&
+        !allowedSettingsFrom(RegularFile::read(path, kLargestFile).bytes)) {
+        doctor.wrong("doctor.allowedDamaged"_L1, {path});
+    }
+}
+
+void checkLogs(Doctor& doctor)
+{
+    const QString folder = FilePaths::applicationSupport(u"Halvern/vantoryAgent/logs"_s);
+    const FileFacts facts = FileFacts::of(folder);
+    if (checkFolder(doctor, folder, facts, facts.mode == 01777, u"1777"_s,
+                    u"install -d -m 1777"_s) &&
+        !facts.isWritable) {
+        const QString mount = asRoot(u"mount -o remount,rw "_s + QStorageInfo(folder).rootPath());
+        doctor.wrong("doctor.notWritable"_L1, {folder, mount});
+    }
+    for (const QString& name : {u"/vantoryAgent.stdout"_s, u"/vantoryAgent.stderr"_s}) {
+        const QString path = folder + name;
+        const FileFacts file = FileFacts::of(path);
+        if (isThere(file) &&
+            (file.kind != Kind::Regular || file.hasOtherNames || (file.mode & 0666) != 0666)) {
+            doctor.wrong("doctor.notALog"_L1,
+                         {path, asRoot(u"mv %1 %1.old; "_s.arg(path)) +
+                                    asRoot(u"install -m 666 /dev/null "_s + path)});
+        }
+    }
+}
+
+// Who listens at the service's port.
+void checkService(Doctor& doctor, const QStringList& arguments, const OemOptions& options)
+{
+    const QString invalid = PortArgument::of(arguments).invalid;
+    if (!invalid.isEmpty()) {
+        doctor.wrong("usage.badPort"_L1, {invalid});
+    }
+    const ServiceAccounts accounts(options);
+    for (const QString& name : accounts.unknown()) {
+        doctor.wrong("doctor.unknownAccount"_L1, {name});
+    }
+    const quint16 port = servicePort(arguments, options);
+    const auto owners = SocketOwners::listenersAt(port);
+    if (!owners) {
+        doctor.wrong("doctor.unknownOwner"_L1, {asRoot(u"modprobe tcp_diag"_s)});
+        return;
+    }
+    if (owners->isEmpty()) {
+        doctor.wrong("doctor.nobodyListens"_L1, {QString::number(port)});
+    }
+    for (const quint32 owner : *owners) {
+        if (!accounts.contain(owner)) {
+            doctor.wrong("doctor.untrusted"_L1, {Account::loginName(owner), QString::number(port)});
+        }
+    }
+}
+
+// The application folder, and the options of those who ship and deploy the program.
+void checkInstallation(Doctor& doctor, const OemOptions& options)
+{
+    const QStringList keys = {u"CFBundleName"_s, u"CFBundleShortVersionString"_s,
+                              u"CFBundleVersion"_s};
+    const bool hasInfo = std::all_of(keys.cbegin(), keys.cend(), [](const QString& key) {
+        return MainBundle::infoValue(key).typeId() == QMetaType::QString;
+    });
+    if (!hasInfo) {
+        doctor.wrong("doctor.resource"_L1, {MainBundle::path() + u"/Info.plist"_s});
+    }
+    if (!isLanguageDocumentWhole()) {
+        doctor.wrong("doctor.resource"_L1, {MainBundle::path() + u"/Resources/translate.json"_s});
+    }
+    for (const auto& complaint : options.complaints()) {
+        if (complaint.key.isEmpty()) {
+            doctor.wrong("doctor.options"_L1, {complaint.file});
+        } else {
+            doctor.wrong("doctor.option"_L1, {complaint.key, complaint.file});
+        }
+    }
+}
+
+} // namespace
+
+int Doctor::examine(const QStringList& arguments)
+{
+    if (!terminal.hasTexts()) { // then the other lines have only their keys
+        isFine = false;
+        Terminal::print(
+            u"%1/Resources/commands.json is missing or damaged: install the agent again"_s.arg(
+                MainBundle::path()));
+    }
+    const OemOptions options = OemOptions::read();
+    checkInstallation(*this, options);
+    checkPreferences(*this);
+    checkSettings(*this);
+    checkAllowedSettings(*this);
+    checkLogs(*this);
+    checkService(*this, arguments, options);
+    examineDesktop();
+    return isFine ? terminal.say("doctor.fine"_L1) : Terminal::Failed;
+}
+
+void Doctor::wrong(QLatin1StringView key, const QStringList& values)
+{
+    isFine = false;
+    terminal.say(key, values);
 }

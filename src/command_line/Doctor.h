@@ -1,17 +1,23 @@
 #pragma once
 
-#include <QStringList>
+#include "command_line/Terminal.h"
 
-class CommandTexts;
+// Looks for what keeps the agent from working or being seen, on this machine, for the user who asks
+// and in the desktop session that the environment names. Changes nothing and writes no log.
+struct Doctor {
+    // Prints a line for each cause, with its remedy, or one that nothing was found. Returns the
+    // exit status: 1 where something is wrong. The arguments are the program's own; "port=N" says
+    // where the service is expected. Takes at most four seconds where display and buses hang.
+    // Before any other thread exists.
+    [[nodiscard]] int examine(const QStringList& arguments);
 
-// Looks for what keeps the agent from working or being seen, on this machine, for the person who
-// asks and in the desktop session that the environment names. Changes nothing and writes no log.
-namespace Doctor {
+    // Where root asks outside of any desktop (over SSH, from configuration management) nothing of
+    // this is wrong, and one line says that it was not looked at.
+    void examineDesktop();
 
-// Prints a line for each cause, with its remedy, or one that nothing was found. Returns the exit
-// status: 1 where something is wrong. The arguments are the program's own; "port=N" says where the
-// service is expected. Takes at most four seconds where display and buses hang. Before any other
-// thread exists.
-[[nodiscard]] int examine(const CommandTexts& texts, const QStringList& arguments);
+    // Prints a line about something that is wrong.
+    void wrong(QLatin1StringView key, const QStringList& values = {});
 
-} // namespace Doctor
+    const Terminal& terminal;
+    bool isFine = true;
+};

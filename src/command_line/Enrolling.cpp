@@ -1,6 +1,5 @@
 #include "command_line/Enrolling.h"
 
-#include "command_line/CommandTexts.h"
 #include "command_line/Terminal.h"
 #include "platform/accounts/Account.h"
 #include "platform/files/FileFacts.h"
@@ -17,25 +16,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
-constexpr int kUsage = 2;
-
 constexpr unsigned int kMode = 0644;
 
-bool isValid(const BackendSettings& settings)
-{
-    return SettingsRules::complaint(settings) == SettingsRules::Complaint::None;
-}
-
+// None where the entry is neither a session code nor an account identifier.
 std::optional<BackendSettings> settingsOf(const QString& entry)
 {
-    const BackendSettings byCode = {false, entry, {}, {}};
-    const BackendSettings byAccount = {true, {}, entry, {}};
-    if (isValid(byCode)) {
-        return byCode;
+    for (const auto& settings : {BackendSettings{false, entry, {}, {}}, {true, {}, entry, {}}}) {
+        if (SettingsRules::complaint(settings) == SettingsRules::Complaint::None) {
+            return settings;
+        }
     }
-    return isValid(byAccount) ? std::optional(byAccount) : std::nullopt;
+    return std::nullopt;
 }
 
 // How the settings file names a region; none where there is no such one.
@@ -48,10 +39,10 @@ std::optional<QString> regionOf(const QString& name)
 }
 
 // Returns whether nothing went wrong.
-bool succeeded(const CommandTexts& texts, const QString& path, const std::optional<QString>& error)
+bool succeeded(const Terminal& terminal, const QString& path, const std::optional<QString>& error)
 {
     if (error) {
-        Terminal::complain(texts.text("enrol.failed"_L1, {path, *error}));
+        terminal.complain("enrol.failed"_L1, {path, *error});
     }
     return !error;
 }
@@ -64,68 +55,52 @@ bool isAsWritten(const QString& path)
            facts.group == 0 && facts.mode == kMode;
 }
 
-bool isRoot(const CommandTexts& texts)
-{
-    if (Account::number() != 0) {
-        Terminal::complain(texts.text("enrol.onlyRoot"_L1));
-        return false;
-    }
-    return true;
-}
-
 // The service's files of the account before.
-bool removeAccountFiles(const CommandTexts& texts)
+bool removeAccountFiles(const Terminal& terminal)
 {
     bool isDone = true;
     for (const QString& path : {allowedSettingsPath(), olderSettingsPath()}) {
-        isDone = succeeded(texts, path, WholeFile::remove(path)) && isDone;
+        isDone = succeeded(terminal, path, WholeFile::remove(path)) && isDone;
     }
     return isDone;
 }
 
 } // namespace
 
-int Enrolling::enrol(const CommandTexts& texts, const QString& entry, const QString& region)
+int Enrolling::enrol(const Terminal& terminal, const QString& entry, const QString& region)
 {
     auto settings = settingsOf(entry);
     if (!settings) {
-        Terminal::complain(texts.text("enrol.badEntry"_L1, {entry}));
-        return kUsage;
+        return terminal.complain("enrol.badEntry"_L1, {entry}, Terminal::WrongUse);
     }
     const auto platform = regionOf(region);
     if (!platform) {
-        Terminal::complain(texts.text("enrol.badRegion"_L1, {region}));
-        return kUsage;
+        return terminal.complain("enrol.badRegion"_L1, {region}, Terminal::WrongUse);
     }
     settings->platform = *platform;
-    if (!isRoot(texts)) {
-        return kFailed;
+    if (Account::number() != 0) {
+        return terminal.complain("enrol.onlyRoot"_L1);
     }
     const QString path = backendSettingsPath();
     if (isAsWritten(path) && readBackendSettings(path).settings == settings) {
-        Terminal::print(texts.text("enrol.same"_L1));
-        return kDone;
+        return terminal.say("enrol.same"_L1);
     }
     const QByteArray bytes = (settingsPropertyList(*settings) + u'\n').toUtf8();
     // In this order: after a failure the next try does not find the new settings.
-    if (!removeAccountFiles(texts) ||
-        !succeeded(texts, path, WholeFile::write(path, bytes, kMode))) {
-        return kFailed;
-    }
-    Terminal::print(texts.text("enrol.done"_L1));
-    return kDone;
+    const bool isDone = removeAccountFiles(terminal) &&
+                        succeeded(terminal, path, WholeFile::write(path, bytes, kMode));
+    return isDone ? terminal.say("enrol.done"_L1) : Terminal::Failed;
 }
 
-int Enrolling::unenrol(const CommandTexts& texts)
+int Enrolling::unenrol(const Terminal& terminal)
 {
-    if (!isRoot(texts)) {
-        return kFailed;
+    if (Account::number() != 0) {
+        return terminal.complain("enrol.onlyRoot"_L1);
     }
     const QString path = backendSettingsPath();
     const bool isEnrolled = QFileInfo::exists(path) || QFileInfo(path).isSymLink();
-    if (!removeAccountFiles(texts) || !succeeded(texts, path, WholeFile::remove(path))) {
-        return kFailed;
+    if (!removeAccountFiles(terminal) || !succeeded(terminal, path, WholeFile::remove(path))) {
+        return Terminal::Failed;
     }
-    Terminal::print(texts.text(isEnrolled ? "enrol.taken"_L1 : "enrol.none"_L1));
-    return kDone;
+    return terminal.say(isEnrolled ? "enrol.taken"_L1 : "enrol.none"_L1);
 }

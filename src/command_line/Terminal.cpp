@@ -1,10 +1,20 @@
 #include "command_line/Terminal.h"
 
+#include "localisation/ShownText.h"
+#include "localisation/Translate.h"
+#include "platform/accounts/PreferredLanguages.h"
+#include "platform/files/Json.h"
+#include "platform/files/MainBundle.h"
+#include "platform/files/RegularFile.h"
+
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr qsizetype kLargestFile = 1024 * 1024;
+constexpr qsizetype kLongestValue = 500;
 
 void write(std::FILE* file, const QString& line)
 {
@@ -15,12 +25,49 @@ void write(std::FILE* file, const QString& line)
 
 } // namespace
 
+Terminal::Terminal() : m_language(languageKey(languageFor(preferredLanguages())))
+{
+    if (const auto path = MainBundle::resourcePath(u"commands"_s, u"json"_s)) {
+        m_texts =
+            Json::read(RegularFile::read(*path, kLargestFile).bytes).object.value_or(QJsonObject());
+    }
+}
+
+Terminal::Status Terminal::say(QLatin1StringView key, const QStringList& values) const
+{
+    print(text(key, values));
+    return Done;
+}
+
+Terminal::Status Terminal::complain(QLatin1StringView key, const QStringList& values,
+                                    Status status) const
+{
+    write(stderr, u"vantoryAgent: "_s + text(key, values));
+    return status;
+}
+
+QString Terminal::text(QLatin1StringView key, const QStringList& values) const
+{
+    const QString form = m_texts.value(key).toObject().value(m_language).toString();
+    if (form.isEmpty()) {
+        return ShownText::line((QStringList(QString(key)) + values).join(u' '), kLongestValue);
+    }
+    QString result;
+    for (qsizetype place = 0; place < form.size(); ++place) {
+        const int number = form.at(place) == u'%' && place + 1 < form.size()
+                               ? form.at(place + 1).digitValue()
+                               : -1;
+        if (number >= 1 && number <= values.size()) {
+            result += ShownText::line(values.at(number - 1), kLongestValue);
+            ++place;
+        } else {
+            result += form.at(place);
+        }
+    }
+    return result;
+}
+
 void Terminal::print(const QString& line)
 {
     write(stdout, line);
-}
-
-void Terminal::complain(const QString& line)
-{
-    write(stderr, u"vantoryAgent: "_s + line);
 }
