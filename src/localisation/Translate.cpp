@@ -23,16 +23,18 @@ struct Label {
     const char16_t* section;
     const char16_t* key;
     QString& (*field)(Info&);
+    const char16_t* english; // what stands for it in a document that lacks it; null: none may
 };
 
-#define LABEL_AS(section, key, field)                                                              \
+#define LABEL_AS(section, key, field, english)                                                     \
     Label                                                                                          \
     {                                                                                              \
-        u## #section, u## #key, [](Info& info) -> QString& { return info.section.field; }          \
+        u## #section, u## #key, [](Info& info) -> QString& { return info.section.field; }, english \
     }
-#define LABEL(section, key) LABEL_AS(section, key, key)
+#define LABEL(section, key) LABEL_AS(section, key, key, nullptr)
+#define EXTRA(section, key, english) LABEL_AS(section, key, key, english)
 
-// In the document's order.
+// In the document's order; those that a document may lack come behind.
 const Label kLabels[] = {
     LABEL(Common, quit),
     LABEL(Common, select),
@@ -47,7 +49,7 @@ const Label kLabels[] = {
     LABEL(Common, reject),
     LABEL(Common, accept),
     LABEL(Common, _import),
-    LABEL_AS(Common, export, export_),
+    LABEL_AS(Common, export, export_, nullptr),
     LABEL(Common, send),
     LABEL(Common, update),
     LABEL(MainMenu, permissions),
@@ -89,21 +91,6 @@ const Label kLabels[] = {
     LABEL(error, accountIdMsg),
     LABEL(error, sessionCodeTitle),
     LABEL(error, sessionCodeMsg),
-};
-
-// Keys that a document may lack, and the text that stands for them then.
-struct Extra {
-    Label label;
-    const char16_t* english;
-};
-
-#define EXTRA(section, key, english)                                                               \
-    Extra                                                                                          \
-    {                                                                                              \
-        LABEL(section, key), english                                                               \
-    }
-
-const Extra kExtras[] = {
     EXTRA(UserAck, replaced, u"This request takes the place of the one before."),
     EXTRA(UserAck, withdrawn, u"The request was withdrawn"),
     EXTRA(Connection, linked, u"Linked"),
@@ -185,11 +172,6 @@ struct Decoded {
     QString error;
 };
 
-QJsonValue textAt(const QJsonObject& info, const Label& label)
-{
-    return info.value(QStringView(label.section)).toObject().value(QStringView(label.key));
-}
-
 Decoded decode(const QByteArray& bytes)
 {
     const auto [root, error] = Json::read(bytes);
@@ -200,18 +182,14 @@ Decoded decode(const QByteArray& bytes)
     for (const Record& record : kRecords) {
         const QString language = QString::fromUtf16(record.key);
         const QJsonObject info = root->value(language).toObject();
-        for (const Label& label : kLabels) {
-            const QJsonValue text = textAt(info, label);
-            if (!text.isString()) {
-                return {nullptr,
-                        u"no text at %1.%2.%3"_s.arg(language, QString::fromUtf16(label.section),
-                                                     QString::fromUtf16(label.key))};
+        for (const auto& [section, key, field, english] : kLabels) {
+            const QJsonValue text =
+                info.value(QStringView(section)).toObject().value(QStringView(key));
+            if (!text.isString() && english == nullptr) {
+                return {nullptr, u"no text at %1.%2.%3"_s.arg(language, QString::fromUtf16(section),
+                                                              QString::fromUtf16(key))};
             }
-            label.field(document.*record.info) = text.toString();
-        }
-        for (const Extra& extra : kExtras) {
-            extra.label.field(document.*record.info) =
-                textAt(info, extra.label).toString(QString::fromUtf16(extra.english));
+            field(document.*record.info) = text.toString(QString::fromUtf16(english));
         }
     }
     return {std::make_shared<const JsonData>(std::move(document)), QString()};
@@ -293,8 +271,8 @@ bool isLanguageDocumentWhole()
 JsonData::Info englishFallback()
 {
     JsonData::Info labels;
-    for (const Extra& extra : kExtras) {
-        extra.label.field(labels) = QString::fromUtf16(extra.english);
+    for (const Label& label : kLabels) {
+        label.field(labels) = QString::fromUtf16(label.english);
     }
     return labels;
 }
