@@ -122,7 +122,6 @@ private Q_SLOTS:
             return items.value(item).properties.value(name);
         };
         QCOMPARE(value(0, u"label"_s), QVariant(u"_Open a__b & c d"_s));
-        QCOMPARE(value(0, u"accessible-desc"_s), QVariant(u"Open a_b & c d"_s));
         QCOMPARE(value(0, u"enabled"_s), QVariant(false));
         QVERIFY(!value(0, u"icon-data"_s).toByteArray().isEmpty());
         QCOMPARE(value(1, u"label"_s), QVariant(u"a?"_s));

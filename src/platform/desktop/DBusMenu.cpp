@@ -1,14 +1,18 @@
 #include "platform/desktop/DBusMenu.h"
 
-#include "platform/desktop/DBusMenuItemProperties.h"
 #include "platform/desktop/DBusStruct.h"
 #include "platform/desktop/WindowActivation.h"
 
 #include <QAction>
-#include <QActionEvent>
+#include <QBuffer>
 #include <QDBusMetaType>
+#include <QEvent>
 #include <QGuiApplication>
+#include <QIcon>
+#include <QKeySequence>
 #include <QMenu>
+#include <QPixmap>
+#include <QSet>
 
 #include <algorithm>
 
@@ -23,6 +27,98 @@ constexpr int kRoot = 0;
 uint lastRevision = 0;
 int lastId = kRoot;
 
+// An action's text: an underscore marks the mnemonic and "__" is one underscore, as it is with the
+// ampersand in Qt.
+QString labelOf(const QString& text)
+{
+    QString label;
+    bool marked = false;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        QChar character = text[i];
+        if (character == u'&') {
+            if (++i == text.size()) {
+                break;
+            }
+            character = text[i];
+            if (!marked && character.isLetterOrNumber()) {
+                label += u'_';
+                marked = true;
+            }
+        }
+        const auto category = character.category();
+        if (category == QChar::Other_Control || category == QChar::Separator_Line ||
+            category == QChar::Separator_Paragraph) {
+            label += u' ';
+        } else if (character == u'_') {
+            label += u"__"_s;
+        } else {
+            label += character;
+        }
+    }
+    return label;
+}
+
+// Sixteen logical pixels, the usual size of pictures in menus, at the scale of this program's
+// screens. Hosts scale larger pictures down, and lines of one pixel get lost then.
+QByteArray pngOf(const QIcon& icon)
+{
+    QBuffer png;
+    icon.pixmap(QSize(16, 16), qGuiApp->devicePixelRatio()).save(&png, "PNG");
+    return png.data();
+}
+
+// A list for each key press: its modifiers, then the key.
+QList<QStringList> shortcutOf(const QKeySequence& sequence)
+{
+    QList<QStringList> presses;
+    for (int i = 0; i < sequence.count(); ++i) {
+        const QKeyCombination press = sequence[static_cast<uint>(i)];
+        QStringList names;
+        for (const auto& [modifier, name] :
+             {std::pair(Qt::ControlModifier, u"Control"_s), std::pair(Qt::AltModifier, u"Alt"_s),
+              std::pair(Qt::ShiftModifier, u"Shift"_s), std::pair(Qt::MetaModifier, u"Super"_s)}) {
+            if (press.keyboardModifiers().testFlag(modifier)) {
+                names += name;
+            }
+        }
+        const QString key = QKeySequence(press.key()).toString(QKeySequence::PortableText);
+        // Hosts join the list with "+" or "-".
+        names += key == u"+"       ? u"plus"_s
+                 : key == u"-"     ? u"minus"_s
+                 : key.size() == 1 ? key.toLower()
+                                   : key;
+        presses += names;
+    }
+    return presses;
+}
+
+// An action keeps its number.
+int idOf(QAction& action)
+{
+    constexpr auto kId = "dbusMenuId";
+    if (!action.property(kId).isValid()) {
+        action.setProperty(kId, ++lastId);
+    }
+    return action.property(kId).toInt();
+}
+
+QVariantMap propertiesOf(const QAction& action)
+{
+    if (action.isSeparator()) {
+        return {{u"visible"_s, action.isVisible()}, {u"type"_s, u"separator"_s}};
+    }
+    QVariantMap properties = {{u"visible"_s, action.isVisible()},
+                              {u"label"_s, labelOf(action.text())},
+                              {u"enabled"_s, action.isEnabled()}};
+    if (!action.icon().isNull() && action.isIconVisibleInMenu()) {
+        properties[u"icon-data"_s] = pngOf(action.icon());
+    }
+    if (!action.shortcut().isEmpty()) {
+        properties[u"shortcut"_s] = QVariant::fromValue(shortcutOf(action.shortcut()));
+    }
+    return properties;
+}
+
 // The named properties; no names means all.
 QVariantMap filtered(QVariantMap properties, const QStringList& names)
 {
@@ -34,8 +130,7 @@ QVariantMap filtered(QVariantMap properties, const QStringList& names)
 
 } // namespace
 
-DBusMenu::DBusMenu(const QDBusConnection& bus, QObject* parent)
-    : QObject(parent), m_bus(bus), m_revision(++lastRevision)
+DBusMenu::DBusMenu(const QDBusConnection& bus) : m_bus(bus), m_revision(++lastRevision)
 {
     qDBusRegisterMetaType<DBusMenuItem>();
     qDBusRegisterMetaType<QList<DBusMenuItem>>();
@@ -57,17 +152,8 @@ DBusMenu::~DBusMenu()
     m_bus.unregisterObject(path());
 }
 
-QString DBusMenu::path()
-{
-    // Any path would do; this is the usual one.
-    return u"/MenuBar"_s;
-}
-
 void DBusMenu::setMenu(QMenu* menu)
 {
-    if (m_menu == menu) {
-        return;
-    }
     if (m_menu) {
         m_menu->removeEventFilter(this);
     }
@@ -76,11 +162,6 @@ void DBusMenu::setMenu(QMenu* menu)
         m_menu->installEventFilter(this);
     }
     m_announcement.start();
-}
-
-QString DBusMenu::status() const
-{
-    return u"normal"_s; // "notice" would ask for attention
 }
 
 QString DBusMenu::textDirection() const
@@ -98,10 +179,9 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
     layout.id = parentId;
     layout.properties = filtered(propertiesOf(parentId), propertyNames);
     if (parentId == kRoot && recursionDepth != 0) {
-        const auto all = actions();
-        for (QAction* const action : all) {
+        for (QAction* const action : actions()) {
             layout.children += QVariant::fromValue(DBusMenuLayout{
-                idOf(action), filtered(DBusMenuItemProperties::of(*action), propertyNames), {}});
+                idOf(*action), filtered(::propertiesOf(*action), propertyNames), {}});
         }
     }
     return m_revision;
@@ -111,15 +191,14 @@ QList<DBusMenuItem> DBusMenu::GetGroupProperties(const QList<int>& ids,
                                                  const QStringList& propertyNames)
 {
     // Walks our items, not the host's list: the answer is never longer than the menu.
-    std::set<int> known = {kRoot};
-    const auto all = actions();
-    for (QAction* const action : all) {
-        known.insert(idOf(action));
+    QList<int> known = {kRoot};
+    for (QAction* const action : actions()) {
+        known += idOf(*action);
     }
-    const std::set<int> wanted(ids.begin(), ids.end());
+    const QSet<int> wanted(ids.begin(), ids.end());
     QList<DBusMenuItem> items;
     for (const int id : known) {
-        if (wanted.empty() || wanted.contains(id)) {
+        if (wanted.isEmpty() || wanted.contains(id)) {
             items += DBusMenuItem{id, filtered(propertiesOf(id), propertyNames)};
         }
     }
@@ -187,18 +266,9 @@ QList<int> DBusMenu::AboutToShowGroup(const QList<int>& ids, QList<int>& idError
 
 bool DBusMenu::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == m_menu) {
-        switch (event->type()) {
-        case QEvent::ActionChanged:
-            m_changed.insert(idOf(static_cast<QActionEvent*>(event)->action()));
-            [[fallthrough]];
-        case QEvent::ActionAdded:
-        case QEvent::ActionRemoved:
-            m_announcement.start();
-            break;
-        default:
-            break;
-        }
+    if (event->type() == QEvent::ActionChanged || event->type() == QEvent::ActionAdded ||
+        event->type() == QEvent::ActionRemoved) {
+        m_announcement.start();
     }
     return QObject::eventFilter(watched, event);
 }
@@ -208,25 +278,14 @@ QList<QAction*> DBusMenu::actions() const
     return m_menu ? m_menu->actions() : QList<QAction*>();
 }
 
-int DBusMenu::idOf(QAction* action)
-{
-    // The guarded pointers tell: a new action may have a deleted one's address.
-    std::erase_if(m_numbers, [](const Numbered& numbered) { return numbered.action.isNull(); });
-    const auto found = std::find_if(m_numbers.begin(), m_numbers.end(),
-                                    [&](const Numbered& n) { return n.action == action; });
-    if (found != m_numbers.end()) {
-        return found->id;
-    }
-    m_numbers.push_back({++lastId, action});
-    return lastId;
-}
-
 QAction* DBusMenu::actionOf(int id) const
 {
-    const auto found = std::find_if(m_numbers.begin(), m_numbers.end(),
-                                    [&](const Numbered& n) { return n.id == id; });
-    return found != m_numbers.end() && actions().contains(found->action) ? found->action.data()
-                                                                         : nullptr;
+    for (QAction* const action : actions()) {
+        if (idOf(*action) == id) {
+            return action;
+        }
+    }
+    return nullptr;
 }
 
 bool DBusMenu::isKnown(int id) const
@@ -237,7 +296,7 @@ bool DBusMenu::isKnown(int id) const
 QVariantMap DBusMenu::propertiesOf(int id) const
 {
     if (const QAction* const action = actionOf(id)) {
-        return DBusMenuItemProperties::of(*action);
+        return ::propertiesOf(*action);
     }
     return {{u"children-display"_s, u"submenu"_s}};
 }
@@ -277,17 +336,13 @@ void DBusMenu::announceChanges()
     // For hosts that don't fetch the properties again when the layout has changed.
     QList<DBusMenuItem> updated;
     QList<DBusMenuItemKeys> removed;
-    for (const int id : m_changed) {
-        if (actionOf(id) == nullptr) {
-            continue;
-        }
-        updated += DBusMenuItem{id, propertiesOf(id)};
-        QStringList absent = DBusMenuItemProperties::optionalNames();
-        absent.removeIf(
-            [&](const QString& name) { return updated.last().properties.contains(name); });
-        removed += DBusMenuItemKeys{id, absent};
+    for (QAction* const action : actions()) {
+        const QVariantMap properties = ::propertiesOf(*action);
+        QStringList absent = {u"icon-data"_s, u"shortcut"_s, u"type"_s, u"label"_s, u"enabled"_s};
+        absent.removeIf([&](const QString& name) { return properties.contains(name); });
+        updated += DBusMenuItem{idOf(*action), properties};
+        removed += DBusMenuItemKeys{idOf(*action), absent};
     }
-    m_changed.clear();
     if (!updated.isEmpty()) {
         Q_EMIT ItemsPropertiesUpdated(updated, removed);
     }

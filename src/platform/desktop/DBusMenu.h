@@ -11,9 +11,7 @@
 #include <QTimer>
 #include <QVariantMap>
 
-#include <set>
 #include <tuple>
-#include <vector>
 
 class QAction;
 class QMenu;
@@ -67,25 +65,18 @@ struct DBusMenuEvent { // (isvu)
 class DBusMenu : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
-    Q_PROPERTY(uint Version READ version CONSTANT)
-    Q_PROPERTY(QString Status READ status CONSTANT)
+    Q_PROPERTY(uint Version MEMBER m_version CONSTANT)
     Q_PROPERTY(QString TextDirection READ textDirection)
-    Q_PROPERTY(QStringList IconThemePath READ iconThemePath CONSTANT)
 
 public:
-    explicit DBusMenu(const QDBusConnection& bus, QObject* parent = nullptr);
+    explicit DBusMenu(const QDBusConnection& bus);
     ~DBusMenu() override;
 
-    // The object path on the bus.
-    [[nodiscard]] static QString path();
+    // The object path on the bus. Any would do; this is the usual one.
+    [[nodiscard]] static QString path() { return QLatin1StringView("/MenuBar"); }
 
     // Not owned; null empties the menu.
     void setMenu(QMenu* menu);
-
-    [[nodiscard]] uint version() const { return 3; }
-    [[nodiscard]] QString status() const;
-    [[nodiscard]] QString textDirection() const;
-    [[nodiscard]] QStringList iconThemePath() const { return {}; }
 
 public Q_SLOTS:
     // The operations of the interface, with its names.
@@ -111,14 +102,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    struct Numbered {
-        int id = 0;
-        QPointer<QAction> action;
-    };
-
+    [[nodiscard]] QString textDirection() const;
     [[nodiscard]] QList<QAction*> actions() const;
-    // Numbers the action where it has no number yet.
-    int idOf(QAction* action);
     // Null for item 0 and for what is not in the menu, or no longer.
     [[nodiscard]] QAction* actionOf(int id) const;
     [[nodiscard]] bool isKnown(int id) const;
@@ -127,12 +112,9 @@ private:
     void replyNoSuchItem(int id);
     void announceChanges();
 
+    const uint m_version = 3;
     QDBusConnection m_bus;
     QPointer<QMenu> m_menu;
-    std::vector<Numbered> m_numbers;
     uint m_revision = 0;
-
-    // Several changes in one run of the event loop are announced once, at its end.
-    QTimer m_announcement;
-    std::set<int> m_changed;
+    QTimer m_announcement; // several changes in one run of the event loop are announced once
 };

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QIcon>
+#include "platform/desktop/StatusPlace.h"
+
 #include <QObject>
-#include <QString>
 
 #include <memory>
 
-class QMenu;
+class QDBusConnection;
 
 // The program's icon in the desktop's status bar, with a menu.
 //
@@ -43,7 +43,19 @@ public:
     // Takes the icon away at once and for good, whatever is set afterwards.
     void hide();
 
+private Q_SLOTS:
+    void askForHost();
+
 private:
-    class Private;
-    std::unique_ptr<Private> d;
+    void watchBus(const QDBusConnection& bus);
+    void setWatcher(const QString& uniqueName);
+    void use(bool isHostThere);
+
+    StatusContent m_content;
+    bool m_isHidden = false;
+    std::unique_ptr<StatusPlace> m_place;
+    bool m_isInHost = false; // else in a tray
+    std::unique_ptr<QDBusConnection> m_bus;
+    QString m_watcher; // its unique name on the bus; empty while there is none
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
 };

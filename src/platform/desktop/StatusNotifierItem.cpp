@@ -50,8 +50,8 @@ StatusNotifierPicture pictureOf(const QImage& source)
 } // namespace
 
 StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString& watcher,
-                                       const QString& id, const QString& title, QObject* parent)
-    : QObject(parent), m_bus(bus), m_watcher(watcher), m_id(id), m_title(title), m_exportedMenu(bus)
+                                       const StatusContent& content)
+    : m_bus(bus), m_content(content), m_exportedMenu(bus)
 {
     qDBusRegisterMetaType<StatusNotifierPicture>();
     qDBusRegisterMetaType<QList<StatusNotifierPicture>>();
@@ -62,8 +62,25 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString
         popUpMenu();
     });
     connect(&m_exportedMenu, &DBusMenu::openedByHost, this, &StatusNotifierItem::leaveMenuToHost);
+    menuChanged();
     m_bus.registerObject(kPath, this, QDBusConnection::ExportScriptableContents);
-    requestName();
+
+    // A name of its own and not the connection's: released, it withdraws the icon, while the
+    // connection, which the accessibility bridge uses too, stays.
+    constexpr uint doNotQueue = 4;
+    constexpr uint primaryOwner = 1;
+    constexpr uint alreadyOwner = 4;
+    QDBusMessage request = Bus::callToBus(u"RequestName"_s);
+    request << busName() << doNotQueue;
+    Bus::ask(m_bus, request, Bus::kUsualTimeLimit, this, [=, this](const QDBusMessage& answer) {
+        const uint result = answer.arguments().value(0).toUInt(); // 0: an error
+        const bool isOurs = result == primaryOwner || result == alreadyOwner;
+        QDBusMessage call = QDBusMessage::createMethodCall(watcher, u"/StatusNotifierWatcher"_s,
+                                                           u"org.kde.StatusNotifierWatcher"_s,
+                                                           u"RegisterStatusNotifierItem"_s);
+        call << (isOurs ? busName() : m_bus.baseService());
+        m_bus.send(call);
+    });
 }
 
 StatusNotifierItem::~StatusNotifierItem()
@@ -75,75 +92,17 @@ StatusNotifierItem::~StatusNotifierItem()
     m_bus.unregisterObject(kPath);
 }
 
-void StatusNotifierItem::requestName()
-{
-    // A name of its own and not the connection's: released, it withdraws the icon, while the
-    // connection, which the accessibility bridge uses too, stays.
-    constexpr uint doNotQueue = 4;
-    constexpr uint primaryOwner = 1;
-    constexpr uint alreadyOwner = 4;
-
-    QDBusMessage request = Bus::callToBus(u"RequestName"_s);
-    request << busName() << doNotQueue;
-    Bus::ask(m_bus, request, Bus::kUsualTimeLimit, this, [this](const QDBusMessage& answer) {
-        const uint result = answer.arguments().value(0).toUInt(); // 0: an error
-        const bool isOurs = result == primaryOwner || result == alreadyOwner;
-        registerAs(isOurs ? busName() : m_bus.baseService());
-    });
-}
-
-void StatusNotifierItem::registerAs(const QString& name)
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(m_watcher, u"/StatusNotifierWatcher"_s,
-                                                       u"org.kde.StatusNotifierWatcher"_s,
-                                                       u"RegisterStatusNotifierItem"_s);
-    call << name;
-    m_bus.send(call);
-}
-
-void StatusNotifierItem::setIcon(const QIcon& icon)
-{
-    m_icon = icon;
-    Q_EMIT NewIcon();
-}
-
-void StatusNotifierItem::setToolTip(const QString& text)
-{
-    m_toolTip = text;
-    Q_EMIT NewToolTip();
-}
-
-void StatusNotifierItem::setMenu(QMenu* menu)
-{
-    m_menu = menu;
-    m_exportedMenu.setMenu(menu);
-}
-
-QString StatusNotifierItem::category() const
-{
-    return u"SystemServices"_s;
-}
-
-QString StatusNotifierItem::status() const
-{
-    return u"Active"_s; // hosts may hide an item that is "Passive"
-}
-
-QDBusObjectPath StatusNotifierItem::menu() const
-{
-    return QDBusObjectPath(DBusMenu::path());
-}
-
 QList<StatusNotifierPicture> StatusNotifierItem::pictures() const
 {
     // The size of a common status bar, at scale 1 and 2, and the icon's own sizes.
     QList<QSize> sizes = {QSize(22, 22), QSize(44, 44)};
-    sizes += m_icon.availableSizes();
+    sizes += m_content.icon.availableSizes();
 
     QList<StatusNotifierPicture> pictures;
     for (const QSize& size : std::as_const(sizes)) {
         const QImage image =
-            m_icon.pixmap(size.boundedTo(QSize(kLargestPicture, kLargestPicture)), 1.0).toImage();
+            m_content.icon.pixmap(size.boundedTo(QSize(kLargestPicture, kLargestPicture)), 1.0)
+                .toImage();
         const bool isNew =
             std::none_of(pictures.begin(), pictures.end(), [&](const StatusNotifierPicture& p) {
                 return p.width == image.width() && p.height == image.height();
@@ -158,7 +117,7 @@ QList<StatusNotifierPicture> StatusNotifierItem::pictures() const
 StatusNotifierToolTip StatusNotifierItem::toolTip() const
 {
     // As the title, which is plain text; the description may contain markup.
-    return {{}, {}, m_toolTip, {}};
+    return {{}, {}, m_content.toolTip, {}};
 }
 
 void StatusNotifierItem::Activate(int x, int y)
@@ -188,9 +147,9 @@ void StatusNotifierItem::Scroll(int /*delta*/, const QString& /*orientation*/) {
 void StatusNotifierItem::leaveMenuToHost()
 {
     m_sinceHostMenu.start();
-    const bool isOursShown = m_menu && m_menu->isVisible();
+    const bool isOursShown = m_content.menu && m_content.menu->isVisible();
     if (isOursShown) {
-        m_menu->hide();
+        m_content.menu->hide();
     }
     if (isOursShown || m_waitForHost.isActive()) {
         m_waitForHost.stop();
@@ -200,7 +159,7 @@ void StatusNotifierItem::leaveMenuToHost()
 
 void StatusNotifierItem::popUpMenu()
 {
-    if (m_menu && QGuiApplication::primaryScreen() != nullptr) {
-        m_menu->popup(MenuPlace::inHost(m_place, m_menu->sizeHint()));
+    if (m_content.menu && QGuiApplication::primaryScreen() != nullptr) {
+        m_content.menu->popup(MenuPlace::inHost(m_place, m_content.menu->sizeHint()));
     }
 }

@@ -1,23 +1,20 @@
 #pragma once
 
 #include "platform/desktop/DBusMenu.h"
+#include "platform/desktop/StatusPlace.h"
 
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusObjectPath>
 #include <QElapsedTimer>
-#include <QIcon>
 #include <QList>
 #include <QObject>
 #include <QPoint>
-#include <QPointer>
 #include <QString>
 #include <QTimer>
 
 #include <tuple>
-
-class QMenu;
 
 // The structures of org.kde.StatusNotifierItem, with their D-Bus signatures.
 
@@ -44,50 +41,31 @@ struct StatusNotifierToolTip { // (sa(iiay)ss)
 // The program's icon for the hosts that draw it themselves: freedesktop.org's StatusNotifierItem,
 // under the names by which all hosts know it, org.kde.*.
 //
-// On the bus, and registered with the watcher, from construction to destruction; one at a time in a
-// program. It never waits: it registers when the bus has answered. Main thread. Internal to the
+// It never waits: it registers with the watcher when the bus has answered. Internal to the
 // platform.
-class StatusNotifierItem : public QObject, protected QDBusContext {
+class StatusNotifierItem : public QObject, public StatusPlace, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
-    Q_PROPERTY(QString Category READ category CONSTANT)
+    Q_PROPERTY(QString Category MEMBER m_category CONSTANT)
     Q_PROPERTY(QString Id READ id CONSTANT)
     Q_PROPERTY(QString Title READ title CONSTANT)
-    Q_PROPERTY(QString Status READ status CONSTANT)
-    Q_PROPERTY(int WindowId READ windowId CONSTANT)
-    Q_PROPERTY(bool ItemIsMenu READ itemIsMenu CONSTANT)
+    Q_PROPERTY(QString Status MEMBER m_status CONSTANT)
+    Q_PROPERTY(bool ItemIsMenu MEMBER m_itemIsMenu CONSTANT)
     Q_PROPERTY(QDBusObjectPath Menu READ menu CONSTANT)
-    Q_PROPERTY(QString IconThemePath READ none CONSTANT)
-    Q_PROPERTY(QString IconName READ none CONSTANT)
+    Q_PROPERTY(QString IconName MEMBER m_iconName CONSTANT)
     Q_PROPERTY(QList<StatusNotifierPicture> IconPixmap READ pictures)
-    Q_PROPERTY(QString OverlayIconName READ none CONSTANT)
-    Q_PROPERTY(QList<StatusNotifierPicture> OverlayIconPixmap READ noPictures CONSTANT)
-    Q_PROPERTY(QString AttentionIconName READ none CONSTANT)
-    Q_PROPERTY(QList<StatusNotifierPicture> AttentionIconPixmap READ noPictures CONSTANT)
-    Q_PROPERTY(QString AttentionMovieName READ none CONSTANT)
     Q_PROPERTY(StatusNotifierToolTip ToolTip READ toolTip)
 
 public:
     // `watcher` is the unique bus name to register with, which no other process can take over.
-    StatusNotifierItem(const QDBusConnection& bus, const QString& watcher, const QString& id,
-                       const QString& title, QObject* parent = nullptr);
+    StatusNotifierItem(const QDBusConnection& bus, const QString& watcher,
+                       const StatusContent& content);
     ~StatusNotifierItem() override;
 
-    void setIcon(const QIcon& icon);
-    void setToolTip(const QString& text);
-    void setMenu(QMenu* menu); // not owned
-
-    [[nodiscard]] QString category() const;
-    [[nodiscard]] QString id() const { return m_id; }
-    [[nodiscard]] QString title() const { return m_title; }
-    [[nodiscard]] QString status() const;
-    [[nodiscard]] int windowId() const { return 0; }
-    [[nodiscard]] bool itemIsMenu() const { return true; }
-    [[nodiscard]] QDBusObjectPath menu() const;
-    [[nodiscard]] QList<StatusNotifierPicture> pictures() const;
-    [[nodiscard]] StatusNotifierToolTip toolTip() const;
-    [[nodiscard]] QString none() const { return {}; }
-    [[nodiscard]] QList<StatusNotifierPicture> noPictures() const { return {}; }
+    void iconChanged() override { Q_EMIT NewIcon(); }
+    void toolTipChanged() override { Q_EMIT NewToolTip(); }
+    void menuChanged() override { m_exportedMenu.setMenu(m_content.menu); }
+    [[nodiscard]] bool isShown() const override { return true; }
 
 public Q_SLOTS:
     // The operations of the interface, with its names.
@@ -108,18 +86,21 @@ Q_SIGNALS:
     Q_SCRIPTABLE void NewStatus(const QString& status);
 
 private:
-    void requestName();
-    void registerAs(const QString& name);
+    [[nodiscard]] QString id() const { return m_content.id; }
+    [[nodiscard]] QString title() const { return m_content.title; }
+    [[nodiscard]] QDBusObjectPath menu() const { return QDBusObjectPath(DBusMenu::path()); }
+    [[nodiscard]] QList<StatusNotifierPicture> pictures() const;
+    [[nodiscard]] StatusNotifierToolTip toolTip() const;
     void popUpMenu();
     void leaveMenuToHost();
 
+    const QString m_category = QLatin1StringView("SystemServices");
+    const QString m_status = QLatin1StringView("Active"); // hosts may hide one that is "Passive"
+    const QString m_iconName;                             // none: the pictures are sent
+    const bool m_itemIsMenu = true;
+
     QDBusConnection m_bus;
-    const QString m_watcher;
-    const QString m_id;
-    const QString m_title;
-    QIcon m_icon;
-    QString m_toolTip;
-    QPointer<QMenu> m_menu;
+    const StatusContent& m_content;
     DBusMenu m_exportedMenu;
 
     QPoint m_place;              // of the last click, as the host has told it

@@ -41,7 +41,7 @@ TrayIcon::Window::Window(const TrayIcon& icon, bool hasAlphaChannel)
     : QWidget(nullptr, Qt::FramelessWindowHint | Qt::BypassWindowManagerHint), m_owner(icon)
 {
     setObjectName(u"TrayIcon"_s);
-    setWindowTitle(icon.m_title);
+    setWindowTitle(icon.m_content.title);
     setAttribute(Qt::WA_AlwaysShowToolTips);
     setAttribute(Qt::WA_QuitOnClose, false);
     setAttribute(Qt::WA_TranslucentBackground, hasAlphaChannel);
@@ -84,12 +84,12 @@ void TrayIcon::Window::paintEvent(QPaintEvent* /*event*/)
         xcb_clear_area(m_owner.m_connection, 0, id(), 0, 0, 0, 0);
         painter.drawPixmap(QPoint(), screen()->grabWindow(winId()));
     }
-    m_owner.m_icon.paint(&painter, rect());
+    m_owner.m_content.icon.paint(&painter, rect());
 }
 
 void TrayIcon::Window::mousePressEvent(QMouseEvent* event)
 {
-    QMenu* const menu = m_owner.m_menu;
+    QMenu* const menu = m_owner.m_content.menu;
     if (menu == nullptr ||
         (event->button() != Qt::LeftButton && event->button() != Qt::RightButton)) {
         return;
@@ -104,44 +104,40 @@ void TrayIcon::Window::mousePressEvent(QMouseEvent* event)
     menu->popup(MenuPlace::at(icon, menu->sizeHint(), screen->geometry()));
 }
 
-TrayIcon::TrayIcon(const QString& title) : m_title(title), m_connection(X11::connection())
+TrayIcon::TrayIcon(const StatusContent& content)
+    : m_content(content), m_connection(X11::connection())
 {
     if (m_connection != nullptr) {
         m_selection =
             X11::atom(m_connection, "_NET_SYSTEM_TRAY_S" + QByteArray::number(X11::screenNumber()));
         m_manager = X11::atom(m_connection, "MANAGER");
         qApp->installNativeEventFilter(this);
+        dock();
     }
 }
 
 TrayIcon::~TrayIcon() = default;
 
-void TrayIcon::setIcon(const QIcon& icon)
+void TrayIcon::iconChanged()
 {
-    m_icon = icon;
-    if (m_icon.isNull() || !m_window) {
+    if (m_content.icon.isNull() || !m_window) {
         dock();
     } else {
         m_window->update();
     }
 }
 
-bool TrayIcon::isShown() const
+void TrayIcon::toolTipChanged()
 {
-    return m_window && m_window->isVisible();
-}
-
-void TrayIcon::setToolTip(const QString& text)
-{
-    m_toolTip = Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
     if (m_window) {
-        m_window->setToolTip(m_toolTip);
+        const QString& text = m_content.toolTip;
+        m_window->setToolTip(Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text);
     }
 }
 
-void TrayIcon::setMenu(QMenu* menu)
+bool TrayIcon::isShown() const
 {
-    m_menu = menu;
+    return m_window && m_window->isVisible();
 }
 
 // Called before the toolkit sees the event, which it still does.
@@ -191,7 +187,7 @@ void TrayIcon::dock()
 {
     m_window.reset();
     m_tray = XCB_WINDOW_NONE;
-    if (m_connection == nullptr || m_icon.isNull()) {
+    if (m_connection == nullptr || m_content.icon.isNull()) {
         return;
     }
     const auto cookie = xcb_get_selection_owner(m_connection, m_selection);
@@ -202,7 +198,7 @@ void TrayIcon::dock()
     }
     m_tray = reply->owner;
     m_window = std::make_unique<Window>(*this, hasAlphaChannel(m_tray));
-    m_window->setToolTip(m_toolTip);
+    toolTipChanged();
     requestDock();
 }
 
