@@ -2,15 +2,16 @@
 
 #include "platform/bus/Bus.h"
 #include "platform/desktop/Announcements.h"
-#include "platform/desktop/HiddenEcho.h"
 #include "platform/threads/Worker.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QApplication>
 #include <QByteArray>
 #include <QDBusMessage>
 #include <QEvent>
 #include <QFrame>
+#include <QLineEdit>
 #include <QWidget>
 
 #include <chrono>
@@ -90,11 +91,99 @@ QAccessibleInterface* interfaceOfFrame(const QString& className, QObject* object
     return new QAccessibleWidget(frame, isLine ? QAccessible::Separator : QAccessible::Grouping);
 }
 
+// What screen readers are told of fields that do not show what is typed (QLineEdit's echo modes).
+// The toolkit reports the characters themselves to the accessibility bus, and the keys as well,
+// where every program of the user can read them, and screen readers speak them.
+
+bool isHidden(const QObject* object)
+{
+    const auto* const field = qobject_cast<const QLineEdit*>(object);
+    return field != nullptr && field->echoMode() != QLineEdit::Normal;
+}
+
+void report(QAccessibleEvent* event);
+
+// To the desktop, which the toolkit informs only while no handler is installed.
+void passOn(QAccessibleEvent* event)
+{
+    QAccessible::installUpdateHandler(nullptr);
+    QAccessible::updateAccessibility(event);
+    QAccessible::installUpdateHandler(&report);
+}
+
+// With a bullet in place of each character. A field whose signals are blocked reports nothing: its
+// program is clearing it.
+void reportHidden(QAccessibleEvent* event)
+{
+    QObject* const field = event->object();
+    if (field->signalsBlocked()) {
+        return;
+    }
+    const auto bullets = [](const QString& text) { return QString(text.size(), u'\u2022'); };
+    const auto passOnHidden = [event](auto hidden) {
+        hidden.setCursorPosition(static_cast<QAccessibleTextCursorEvent*>(event)->cursorPosition());
+        passOn(&hidden);
+    };
+    if (event->type() == QAccessible::TextInserted) {
+        const auto& typed = static_cast<QAccessibleTextInsertEvent&>(*event);
+        passOnHidden(QAccessibleTextInsertEvent(field, typed.changePosition(),
+                                                bullets(typed.textInserted())));
+    } else if (event->type() == QAccessible::TextRemoved) {
+        const auto& typed = static_cast<QAccessibleTextRemoveEvent&>(*event);
+        passOnHidden(QAccessibleTextRemoveEvent(field, typed.changePosition(),
+                                                bullets(typed.textRemoved())));
+    } else if (event->type() != QAccessible::TextUpdated &&
+               event->type() != QAccessible::ValueChanged) { // these have the text
+        passOn(event);
+    }
+}
+
+void report(QAccessibleEvent* event)
+{
+    // The tables have taken note of it before, and must not a second time; AT-SPI doesn't know it.
+    if (event->type() == QAccessible::TableModelChanged) {
+        return;
+    }
+    if (isHidden(event->object())) {
+        reportHidden(event);
+    } else {
+        passOn(event);
+    }
+}
+
+// The toolkit also tells the bus each key that a window receives from the desktop, with its letter,
+// and does so in an event filter of its own. It leaves out those that the program sends itself.
+class HiddenKeys : public QObject {
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (!event->spontaneous() || !watched->isWindowType() || !QAccessible::isActive() ||
+            !isHidden(QApplication::focusWidget())) {
+            return false;
+        }
+        switch (event->type()) {
+        case QEvent::ShortcutOverride: // comes before each key
+            // The filter that was installed last is asked first.
+            parent()->installEventFilter(this);
+            return false;
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+            QCoreApplication::sendEvent(watched, event);
+            return true;
+        default:
+            return false;
+        }
+    }
+};
+
 } // namespace
 
 void Accessibility::begin(QObject* application)
 {
-    HiddenEcho::install(application);
+    QAccessible::installUpdateHandler(&report);
+    application->installEventFilter(new HiddenKeys(application));
     Announcements::begin(application);
     QAccessible::installFactory(&interfaceOfFrame);
     // Once it is there, setting it again moves no other variable, which a thread may be reading.

@@ -12,7 +12,8 @@ namespace Accessibility {
 // first window waits for them for less than a second. Where they have not answered by then, this
 // run of the program does without.
 //
-// Fields that hide what is typed hide it on the bus, too (HiddenEcho), announcements can be made
+// Fields that hide what is typed hide it on the bus, too: a bullet is reported in place of each
+// character, and no key. Announcements can be made
 // (Announcements), and frames are what they are there for: groups of the things in them, and lines
 // between them. The toolkit's own role for them is the one that readers take for a window.
 void begin(QObject* application);

@@ -69,23 +69,143 @@ void removeAll(QList<Text>& texts, Announcements::About about)
 
 class Announcer : public QObject, public QAccessible::ActivationObserver {
 public:
-    explicit Announcer(QObject* application);
+    explicit Announcer(QObject* application) : QObject(application)
+    {
+        setUp(m_next, kAfterWindow, [this] { sayWaiting(); });
+        setUp(m_typing, kTypingEnds, [this] { say(std::exchange(m_said, {})); });
+        setUp(m_remains, kRemains, [this] { m_shown.clear(); });
+        setUp(m_joining, kLongestJoining, [this] { m_waiting.clear(); });
+        QAccessible::installActivationObserver(this);
+        application->installEventFilter(this);
+    }
+
     ~Announcer() override { QAccessible::removeActivationObserver(this); }
 
-    void add(const Text& text);
-    void withdraw(Announcements::About about);
-    void hold(bool isHeld);
+    void add(const Text& text)
+    {
+        if (text.about != Announcements::About::News) {
+            withdraw(text.about);
+        }
+        if (m_waiting.contains(text)) { // two windows of one chat
+            return;
+        }
+        m_waiting.append(text);
+        const auto oldest =
+            std::find_if(m_waiting.cbegin(), m_waiting.cend(),
+                         [](const Text& kept) { return kept.about == Announcements::About::News; });
+        if (m_waiting.size() > kMostTexts && oldest != m_waiting.cend()) {
+            m_waiting.erase(oldest);
+        }
+        startIfFree();
+    }
 
-    bool eventFilter(QObject* watched, QEvent* event) override;
-    void accessibilityActiveChanged(bool isActive) override;
+    void withdraw(Announcements::About about)
+    {
+        removeAll(m_waiting, about);
+        removeAll(m_said, about);
+    }
+
+    void hold(bool isHeld)
+    {
+        m_isHeld = isHeld;
+        if (isHeld) {
+            m_next.stop();
+            m_typing.stop();
+            m_said.clear();
+        } else {
+            startIfFree();
+        }
+    }
+
+    // The keys that a window receives or drops. Those of other programs are nobody's business.
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        QString text;
+        if (event->type() == QEvent::KeyPress && watched->isWindowType()) {
+            text = static_cast<QKeyEvent*>(event)->text();
+        } else if (event->type() == QEvent::InputMethod) {
+            text = static_cast<QInputMethodEvent*>(event)->commitString();
+        }
+        if (!text.isEmpty() && text.at(0).isPrint() && !text.at(0).isSpace()) {
+            typed();
+        }
+        return false;
+    }
+
+    void accessibilityActiveChanged(bool isActive) override
+    {
+        if (isActive) {
+            startIfFree(); // the program is made known to the readers only now
+        }
+    }
 
 private:
-    void startIfFree();
-    void typed();
-    void joinBus();
-    void sayWaiting();
-    void sayAgain();
-    void say(const QList<Text>& texts);
+    template <typename Then>
+    void setUp(QTimer& timer, milliseconds time, Then then)
+    {
+        timer.setSingleShot(true);
+        timer.setInterval(time);
+        connect(&timer, &QTimer::timeout, this, then);
+    }
+
+    void startIfFree()
+    {
+        if (!m_isHeld && !m_waiting.isEmpty() && !m_next.isActive()) {
+            m_next.start();
+        }
+    }
+
+    void typed()
+    {
+        auto saying = kSayingBegins;
+        for (const Text& text : std::as_const(m_said)) {
+            saying += text.text.size() * kSayingCharacter;
+        }
+        if (m_typing.isActive() || (!m_said.isEmpty() && m_sinceSaid.elapsed() < saying.count())) {
+            m_typing.start();
+        }
+    }
+
+    void sayWaiting()
+    {
+        if (!QAccessible::isActive()) {
+            // The toolkit joins the bus at the program's first window, and learns a little later
+            // whether there is a reader.
+            if (!std::exchange(m_hasJoined, true)) {
+                Announcement(QString()).winId();
+            }
+            if (!m_joining.isActive()) {
+                m_joining.start();
+            }
+            return;
+        }
+        m_joining.stop();
+        // What typing has cut off is still to be said.
+        QList<Text> texts = m_typing.isActive() ? m_said : QList<Text>();
+        m_typing.stop();
+        texts += std::exchange(m_waiting, {});
+        m_said = texts;
+        removeAll(m_said, Announcements::About::Value);
+        say(texts);
+        m_sinceSaid.start();
+    }
+
+    void say(const QList<Text>& texts)
+    {
+        if (texts.isEmpty()) {
+            return;
+        }
+        QStringList all;
+        for (const Text& text : texts) {
+            all.append(text.text);
+        }
+        if (m_shown.size() == kMostShown) {
+            m_shown.pop_front();
+        }
+        m_shown.push_back(std::make_unique<Announcement>(all.join(u'\n').left(2 * kLongest)));
+        m_shown.back()->show();
+        m_remains.start();
+    }
 
     QList<Text> m_waiting;
     QList<Text> m_said; // may have to be said once more
@@ -100,188 +220,38 @@ private:
     std::deque<std::unique_ptr<Announcement>> m_shown;
 };
 
-QPointer<Announcer>& announcer()
-{
-    static QPointer<Announcer> theOne;
-    return theOne;
-}
-
-Announcer::Announcer(QObject* application) : QObject(application)
-{
-    for (const auto& [timer, length] :
-         {std::pair(&m_next, kAfterWindow), std::pair(&m_typing, kTypingEnds),
-          std::pair(&m_remains, kRemains), std::pair(&m_joining, kLongestJoining)}) {
-        timer->setSingleShot(true);
-        timer->setInterval(length);
-    }
-    connect(&m_next, &QTimer::timeout, this, &Announcer::sayWaiting);
-    connect(&m_typing, &QTimer::timeout, this, &Announcer::sayAgain);
-    connect(&m_remains, &QTimer::timeout, this, [this] { m_shown.clear(); });
-    connect(&m_joining, &QTimer::timeout, this, [this] { m_waiting.clear(); });
-    QAccessible::installActivationObserver(this);
-    application->installEventFilter(this);
-}
-
-void Announcer::add(const Text& text)
-{
-    if (text.about != Announcements::About::News) {
-        withdraw(text.about);
-    }
-    if (m_waiting.contains(text)) { // two windows of one chat
-        return;
-    }
-    m_waiting.append(text);
-    const auto oldest = std::find_if(m_waiting.cbegin(), m_waiting.cend(), [](const Text& kept) {
-        return kept.about == Announcements::About::News;
-    });
-    if (m_waiting.size() > kMostTexts && oldest != m_waiting.cend()) {
-        m_waiting.erase(oldest);
-    }
-    startIfFree();
-}
-
-void Announcer::startIfFree()
-{
-    if (!m_isHeld && !m_waiting.isEmpty() && !m_next.isActive()) {
-        m_next.start();
-    }
-}
-
-void Announcer::hold(bool isHeld)
-{
-    m_isHeld = isHeld;
-    if (isHeld) {
-        m_next.stop();
-        m_typing.stop();
-        m_said.clear();
-    } else {
-        startIfFree();
-    }
-}
-
-void Announcer::withdraw(Announcements::About about)
-{
-    removeAll(m_waiting, about);
-    removeAll(m_said, about);
-}
-
-// The keys that a window receives or drops. Those of other programs are nobody's business.
-bool Announcer::eventFilter(QObject* watched, QEvent* event)
-{
-    if (event->type() == QEvent::KeyPress && watched->isWindowType()) {
-        const QString text = static_cast<QKeyEvent*>(event)->text();
-        if (!text.isEmpty() && text.at(0).isPrint() && !text.at(0).isSpace()) {
-            typed();
-        }
-    } else if (event->type() == QEvent::InputMethod &&
-               !static_cast<QInputMethodEvent*>(event)->commitString().isEmpty()) {
-        typed();
-    }
-    return QObject::eventFilter(watched, event);
-}
-
-void Announcer::typed()
-{
-    if (m_typing.isActive()) {
-        m_typing.start();
-        return;
-    }
-    auto saying = kSayingBegins;
-    for (const Text& text : std::as_const(m_said)) {
-        saying += text.text.size() * kSayingCharacter;
-    }
-    if (!m_said.isEmpty() && m_sinceSaid.elapsed() < saying.count()) {
-        m_typing.start();
-    }
-}
-
-void Announcer::accessibilityActiveChanged(bool isActive)
-{
-    if (isActive) {
-        startIfFree(); // the program is made known to the readers only now
-    }
-}
-
-// The toolkit joins the bus at the program's first window, and learns a little later whether there
-// is a reader.
-void Announcer::joinBus()
-{
-    if (!std::exchange(m_hasJoined, true)) {
-        Announcement(QString()).winId();
-    }
-    if (!m_joining.isActive()) {
-        m_joining.start();
-    }
-}
-
-void Announcer::sayWaiting()
-{
-    if (!QAccessible::isActive()) {
-        joinBus();
-        return;
-    }
-    m_joining.stop();
-    // What typing has cut off is still to be said.
-    QList<Text> texts = m_typing.isActive() ? m_said : QList<Text>();
-    m_typing.stop();
-    texts += std::exchange(m_waiting, {});
-    m_said = texts;
-    removeAll(m_said, Announcements::About::Value);
-    say(texts);
-    m_sinceSaid.start();
-}
-
-void Announcer::sayAgain()
-{
-    say(std::exchange(m_said, {}));
-}
-
-void Announcer::say(const QList<Text>& texts)
-{
-    if (texts.isEmpty()) {
-        return;
-    }
-    QStringList all;
-    for (const Text& text : texts) {
-        all.append(text.text);
-    }
-    if (m_shown.size() == kMostShown) {
-        m_shown.pop_front();
-    }
-    m_shown.push_back(std::make_unique<Announcement>(all.join(u'\n').left(2 * kLongest)));
-    m_shown.back()->show();
-    m_remains.start();
-}
+// Null before the application object and after it.
+QPointer<Announcer> announcer;
 
 } // namespace
 
 void Announcements::begin(QObject* application)
 {
     QAccessible::installFactory(&interfaceFor);
-    announcer() = new Announcer(application);
+    announcer = new Announcer(application);
 }
 
 void Announcements::say(const QString& text, About about)
 {
     MainQueue::assertMainThread();
-    if (announcer() && !text.isEmpty()) {
-        announcer()->add({about, text.left(kLongest)});
+    if (announcer && !text.isEmpty()) {
+        announcer->add({about, text.left(kLongest)});
     }
 }
 
 void Announcements::withdraw(About about)
 {
     MainQueue::assertMainThread();
-    if (announcer()) {
-        announcer()->withdraw(about);
+    if (announcer) {
+        announcer->withdraw(about);
     }
 }
 
 void Announcements::hold(bool isHeld)
 {
     MainQueue::assertMainThread();
-    if (announcer()) {
-        announcer()->hold(isHeld);
+    if (announcer) {
+        announcer->hold(isHeld);
     }
 }
 

@@ -27,35 +27,24 @@ constexpr int kRoot = 0;
 uint lastRevision = 0;
 int lastId = kRoot;
 
-// An action's text: an underscore marks the mnemonic and "__" is one underscore, as it is with the
-// ampersand in Qt.
+// An action's text on one line. An underscore marks the mnemonic and "__" is one underscore, as it
+// is with the ampersand in Qt.
 QString labelOf(const QString& text)
 {
     QString label;
-    bool marked = false;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        QChar character = text[i];
-        if (character == u'&') {
-            if (++i == text.size()) {
+    for (const auto* at = text.cbegin(); at != text.cend(); ++at) {
+        if (*at == u'&') {
+            if (++at == text.cend()) {
                 break;
             }
-            character = text[i];
-            if (!marked && character.isLetterOrNumber()) {
+            if (at->isLetterOrNumber()) {
                 label += u'_';
-                marked = true;
             }
         }
-        const auto category = character.category();
-        if (category == QChar::Other_Control || category == QChar::Separator_Line ||
-            category == QChar::Separator_Paragraph) {
-            label += u' ';
-        } else if (character == u'_') {
-            label += u"__"_s;
-        } else {
-            label += character;
-        }
+        const bool isControl = at->category() == QChar::Other_Control;
+        label += *at == u'_' ? u"__"_s : QString(isControl ? QChar(u' ') : *at);
     }
-    return label;
+    return label.simplified();
 }
 
 // Sixteen logical pixels, the usual size of pictures in menus, at the scale of this program's
@@ -71,22 +60,12 @@ QByteArray pngOf(const QIcon& icon)
 QList<QStringList> shortcutOf(const QKeySequence& sequence)
 {
     QList<QStringList> presses;
-    for (int i = 0; i < sequence.count(); ++i) {
-        const QKeyCombination press = sequence[static_cast<uint>(i)];
-        QStringList names;
-        for (const auto& [modifier, name] :
-             {std::pair(Qt::ControlModifier, u"Control"_s), std::pair(Qt::AltModifier, u"Alt"_s),
-              std::pair(Qt::ShiftModifier, u"Shift"_s), std::pair(Qt::MetaModifier, u"Super"_s)}) {
-            if (press.keyboardModifiers().testFlag(modifier)) {
-                names += name;
-            }
+    for (const QString& press : sequence.toString(QKeySequence::PortableText).split(u", "_s)) {
+        QStringList names = press.split(u'+');
+        names.replaceInStrings(u"Ctrl"_s, u"Control"_s).replaceInStrings(u"Meta"_s, u"Super"_s);
+        if (names.constLast().size() == 1) {
+            names.last() = names.constLast().toLower();
         }
-        const QString key = QKeySequence(press.key()).toString(QKeySequence::PortableText);
-        // Hosts join the list with "+" or "-".
-        names += key == u"+"       ? u"plus"_s
-                 : key == u"-"     ? u"minus"_s
-                 : key.size() == 1 ? key.toLower()
-                                   : key;
         presses += names;
     }
     return presses;
@@ -162,11 +141,6 @@ void DBusMenu::setMenu(QMenu* menu)
         m_menu->installEventFilter(this);
     }
     m_announcement.start();
-}
-
-QString DBusMenu::textDirection() const
-{
-    return QGuiApplication::isRightToLeft() ? u"rtl"_s : u"ltr"_s;
 }
 
 uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,

@@ -66,7 +66,6 @@ class DBusMenu : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
     Q_PROPERTY(uint Version MEMBER m_version CONSTANT)
-    Q_PROPERTY(QString TextDirection READ textDirection)
 
 public:
     explicit DBusMenu(const QDBusConnection& bus);
@@ -102,7 +101,6 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    [[nodiscard]] QString textDirection() const;
     [[nodiscard]] QList<QAction*> actions() const;
     // Null for item 0 and for what is not in the menu, or no longer.
     [[nodiscard]] QAction* actionOf(int id) const;

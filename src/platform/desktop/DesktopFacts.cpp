@@ -1,16 +1,27 @@
 #include "platform/desktop/DesktopFacts.h"
 
 #include "platform/bus/BusConnection.h"
-#include "platform/desktop/XServerQuestion.h"
-#include "platform/display/WaylandSocket.h"
+#include "platform/desktop/X11.h"
+#include "platform/display/DisplayConnection.h"
+#include "platform/files/Descriptor.h"
 #include "platform/files/DisplayName.h"
 #include "platform/files/FilePaths.h"
 
 #include <QDir>
 #include <QLibraryInfo>
 
+#include <array>
 #include <chrono>
+#include <csignal>
 #include <cstring>
+#include <memory>
+#include <string>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
 
@@ -49,6 +60,62 @@ bool hasStatusHost(BusConnection& bus)
                .flag() == true;
 }
 
+enum class XServer { Unreachable, WithoutTray, WithTray };
+
+// Whether the X server of DISPLAY takes this program, and whether somebody owns the selection of
+// the System Tray Protocol (freedesktop.org) on its screen.
+XServer lookAtXServer()
+{
+    int screen = 0;
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+        ::xcb_connect(nullptr, &screen), &xcb_disconnect);
+    xcb_connection_t* const server = connection.get();
+    if (::xcb_connection_has_error(server) != 0) {
+        return XServer::Unreachable;
+    }
+    const std::string name = "_NET_SYSTEM_TRAY_S" + std::to_string(screen);
+    const auto length = static_cast<std::uint16_t>(name.size());
+    const auto atom = X11::owned(::xcb_intern_atom_reply(
+        server, ::xcb_intern_atom(server, 1, length, name.c_str()), nullptr));
+    if (!atom || atom->atom == XCB_ATOM_NONE) {
+        return XServer::WithoutTray; // nobody has ever used the name
+    }
+    const auto owner = X11::owned(::xcb_get_selection_owner_reply(
+        server, ::xcb_get_selection_owner(server, atom->atom), nullptr));
+    return owner && owner->owner != XCB_WINDOW_NONE ? XServer::WithTray : XServer::WithoutTray;
+}
+
+// Within the limit: a process of its own asks, for XCB would wait for a server that hangs without a
+// limit. Only while this process has one thread.
+XServer askXServer()
+{
+    std::array<int, 2> ends = {-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return XServer::Unreachable;
+    }
+    const Descriptor mine(ends[0]);
+    Descriptor childs(ends[1]);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const char answer = static_cast<char>(lookAtXServer());
+        ::_exit(::write(ends[1], &answer, 1) == 1 ? 0 : 1);
+    }
+    if (child < 0) {
+        return XServer::Unreachable;
+    }
+    childs.close();
+    // By the pipe and not by the exit status, which is lost where SIGCHLD is ignored.
+    pollfd end = {mine.value(), POLLIN, 0};
+    char answer = 0;
+    if (TEMP_FAILURE_RETRY(::poll(&end, 1, static_cast<int>(kLimit.count()))) <= 0) {
+        ::kill(child, SIGKILL);
+    } else if (::read(mine.value(), &answer, 1) != 1) {
+        answer = 0;
+    }
+    ::waitpid(child, nullptr, 0);
+    return static_cast<XServer>(answer);
+}
+
 // Whether the toolkit's part for native Wayland is installed.
 bool canUseWayland()
 {
@@ -63,12 +130,12 @@ void askDisplay(DesktopFacts& facts)
     using Display = DesktopFacts::Display;
     const QString x11 = DisplayName::x11();
     const QString wayland = DisplayName::wayland();
-    const auto server = x11.isEmpty() ? XServerQuestion::Answer() : XServerQuestion::ask(kLimit);
-    facts.showsStatusIcons = server.hasTray;
+    const XServer server = x11.isEmpty() ? XServer::Unreachable : askXServer();
+    facts.showsStatusIcons = server == XServer::WithTray;
     facts.displayName = x11.isEmpty() ? wayland : x11;
-    if (server.isReachable) {
+    if (server != XServer::Unreachable) {
         facts.display = Display::Reachable;
-    } else if (!wayland.isEmpty() && WaylandSocket::connect().isOpen()) {
+    } else if (!wayland.isEmpty() && DisplayConnection::connectToWayland().isOpen()) {
         facts.displayName = wayland;
         facts.display = canUseWayland() ? Display::Reachable : Display::Unsupported;
     } else if (!facts.displayName.isEmpty()) {

@@ -1,9 +1,8 @@
 #include "platform/desktop/Notifications.h"
 
 #include "platform/bus/Bus.h"
+#include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
-
-#include <QThread>
 
 #include <algorithm>
 #include <utility>
@@ -40,19 +39,9 @@ Notifications::Notifications(QString applicationName, QString iconPath, QObject*
 
 Notifications::~Notifications() = default;
 
-void Notifications::show(Place place, const Content& content)
-{
-    change(place, content);
-}
-
-void Notifications::withdraw(Place place)
-{
-    change(place, std::nullopt);
-}
-
 void Notifications::change(Place place, const std::optional<Content>& content)
 {
-    Q_ASSERT(QThread::currentThread() == thread());
+    MainQueue::assertMainThread();
     Slot& slot = m_slots[static_cast<std::size_t>(place)];
     slot.content = content;
     slot.isChanged = true;

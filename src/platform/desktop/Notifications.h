@@ -35,8 +35,8 @@ public:
     explicit Notifications(QString applicationName, QString iconPath, QObject* parent = nullptr);
     ~Notifications() override;
 
-    void show(Place place, const Content& content);
-    void withdraw(Place place);
+    void show(Place place, const Content& content) { change(place, content); }
+    void withdraw(Place place) { change(place, std::nullopt); }
 
 Q_SIGNALS:
     // The service has taken the notification, and shows it by its own rules.

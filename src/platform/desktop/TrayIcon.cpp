@@ -19,6 +19,35 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// From now on the server tells when the tray's window is destroyed.
+bool watch(quint32 tray)
+{
+    constexpr quint32 kEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    const auto cookie =
+        xcb_change_window_attributes_checked(X11::connection(), tray, XCB_CW_EVENT_MASK, &kEvents);
+    return !X11::owned(xcb_request_check(X11::connection(), cookie));
+}
+
+bool hasAlphaChannel(quint32 tray)
+{
+    const quint32 wanted = X11::list(tray, "_NET_SYSTEM_TRAY_VISUAL").value(0);
+    constexpr quint8 kDepthWithAlpha = 32;
+    auto depth = xcb_screen_allowed_depths_iterator(&X11::screen());
+    for (; depth.rem > 0; xcb_depth_next(&depth)) {
+        const xcb_visualtype_t* const first = xcb_depth_visuals(depth.data);
+        const xcb_visualtype_t* const last = first + xcb_depth_visuals_length(depth.data);
+        if (depth.data->depth == kDepthWithAlpha &&
+            std::any_of(first, last, [wanted](const auto& v) { return v.visual_id == wanted; })) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
 // What the tray takes into its own window. Its size is the tray's decision.
 class TrayIcon::Window : public QWidget {
 public:
@@ -58,13 +87,13 @@ void TrayIcon::Window::showInTray()
         // The server then fills the window as the tray is filled. It refuses where the two have
         // different depths.
         constexpr quint32 kLikeParent = XCB_BACK_PIXMAP_PARENT_RELATIVE;
-        const auto cookie = xcb_change_window_attributes_checked(m_owner.m_connection, id(),
+        const auto cookie = xcb_change_window_attributes_checked(X11::connection(), id(),
                                                                  XCB_CW_BACK_PIXMAP, &kLikeParent);
-        X11::owned(xcb_request_check(m_owner.m_connection, cookie));
+        X11::owned(xcb_request_check(X11::connection(), cookie));
     }
     // The tray may have changed the size already, and showing would ask for the former one.
-    const auto cookie = xcb_get_geometry(m_owner.m_connection, id());
-    const auto geometry = X11::owned(xcb_get_geometry_reply(m_owner.m_connection, cookie, nullptr));
+    const auto cookie = xcb_get_geometry(X11::connection(), id());
+    const auto geometry = X11::owned(xcb_get_geometry_reply(X11::connection(), cookie, nullptr));
     if (geometry) {
         resize((QSizeF(geometry->width, geometry->height) / devicePixelRatioF()).toSize());
     }
@@ -81,7 +110,7 @@ void TrayIcon::Window::paintEvent(QPaintEvent* /*event*/)
     } else {
         // Anew each time, for a panel changes its colours, too. Both go to the server in this
         // order, so that no icon is in the picture.
-        xcb_clear_area(m_owner.m_connection, 0, id(), 0, 0, 0, 0);
+        xcb_clear_area(X11::connection(), 0, id(), 0, 0, 0, 0);
         painter.drawPixmap(QPoint(), screen()->grabWindow(winId()));
     }
     m_owner.m_content.icon.paint(&painter, rect());
@@ -104,13 +133,11 @@ void TrayIcon::Window::mousePressEvent(QMouseEvent* event)
     menu->popup(MenuPlace::at(icon, menu->sizeHint(), screen->geometry()));
 }
 
-TrayIcon::TrayIcon(const StatusContent& content)
-    : m_content(content), m_connection(X11::connection())
+TrayIcon::TrayIcon(const StatusContent& content) : m_content(content)
 {
-    if (m_connection != nullptr) {
-        m_selection =
-            X11::atom(m_connection, "_NET_SYSTEM_TRAY_S" + QByteArray::number(X11::screenNumber()));
-        m_manager = X11::atom(m_connection, "MANAGER");
+    if (X11::connection() != nullptr) {
+        m_selection = X11::atom("_NET_SYSTEM_TRAY_S" + QByteArray::number(X11::screenNumber()));
+        m_manager = X11::atom("MANAGER");
         qApp->installNativeEventFilter(this);
         dock();
     }
@@ -171,7 +198,7 @@ bool TrayIcon::nativeEventFilter(const QByteArray& type, void* message, qintptr*
     case XCB_REPARENT_NOTIFY: {
         const auto* const reparent = reinterpret_cast<const xcb_reparent_notify_event_t*>(event);
         if (m_window && reparent->window == m_window->id() &&
-            reparent->parent != X11::screen(m_connection).root) {
+            reparent->parent != X11::screen().root) {
             m_window->showInTray();
         }
         break;
@@ -187,11 +214,12 @@ void TrayIcon::dock()
 {
     m_window.reset();
     m_tray = XCB_WINDOW_NONE;
-    if (m_connection == nullptr || m_content.icon.isNull()) {
+    xcb_connection_t* const server = X11::connection();
+    if (server == nullptr || m_content.icon.isNull()) {
         return;
     }
-    const auto cookie = xcb_get_selection_owner(m_connection, m_selection);
-    const auto reply = X11::owned(xcb_get_selection_owner_reply(m_connection, cookie, nullptr));
+    const auto reply = X11::owned(xcb_get_selection_owner_reply(
+        server, xcb_get_selection_owner(server, m_selection), nullptr));
     // A tray that ends at this very moment is none; the next one announces itself.
     if (!reply || reply->owner == XCB_WINDOW_NONE || !watch(reply->owner)) {
         return;
@@ -199,53 +227,7 @@ void TrayIcon::dock()
     m_tray = reply->owner;
     m_window = std::make_unique<Window>(*this, hasAlphaChannel(m_tray));
     toolTipChanged();
-    requestDock();
-}
-
-// From now on the server tells when the tray's window is destroyed.
-bool TrayIcon::watch(quint32 tray) const
-{
-    constexpr quint32 kEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    const auto cookie =
-        xcb_change_window_attributes_checked(m_connection, tray, XCB_CW_EVENT_MASK, &kEvents);
-    return !X11::owned(xcb_request_check(m_connection, cookie));
-}
-
-bool TrayIcon::hasAlphaChannel(quint32 tray) const
-{
-    const auto cookie =
-        xcb_get_property(m_connection, 0, tray, X11::atom(m_connection, "_NET_SYSTEM_TRAY_VISUAL"),
-                         XCB_ATOM_VISUALID, 0, 1);
-    const auto reply = X11::owned(xcb_get_property_reply(m_connection, cookie, nullptr));
-    if (!reply || reply->format != 32 || reply->value_len == 0) {
-        return false;
-    }
-    const auto wanted = *static_cast<const xcb_visualid_t*>(xcb_get_property_value(reply.get()));
-    constexpr quint8 kDepthWithAlpha = 32;
-    auto depth = xcb_screen_allowed_depths_iterator(&X11::screen(m_connection));
-    for (; depth.rem > 0; xcb_depth_next(&depth)) {
-        const xcb_visualtype_t* const first = xcb_depth_visuals(depth.data);
-        const xcb_visualtype_t* const last = first + xcb_depth_visuals_length(depth.data);
-        if (depth.data->depth == kDepthWithAlpha &&
-            std::any_of(first, last, [wanted](const auto& v) { return v.visual_id == wanted; })) {
-            return true;
-        }
-    }
-    return false;
-}
-
-void TrayIcon::requestDock() const
-{
     constexpr quint32 kRequestDock = 0; // SYSTEM_TRAY_REQUEST_DOCK
-    xcb_client_message_event_t message = {};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = m_tray;
-    message.type = X11::atom(m_connection, "_NET_SYSTEM_TRAY_OPCODE");
-    message.data.data32[0] = XCB_CURRENT_TIME;
-    message.data.data32[1] = kRequestDock;
-    message.data.data32[2] = m_window->id();
-    xcb_send_event(m_connection, 0, m_tray, XCB_EVENT_MASK_NO_EVENT,
-                   reinterpret_cast<const char*>(&message));
-    xcb_flush(m_connection);
+    X11::send(m_tray, m_tray, "_NET_SYSTEM_TRAY_OPCODE",
+              {XCB_CURRENT_TIME, kRequestDock, m_window->id()});
 }

@@ -8,8 +8,6 @@
 
 #include <memory>
 
-struct xcb_connection_t;
-
 // The program's icon in an XEmbed tray: freedesktop.org's System Tray Protocol.
 //
 // QSystemTrayIcon is not used: it decides by itself between this protocol and the session bus, for
@@ -34,14 +32,10 @@ private:
 
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
     void dock();
-    bool watch(quint32 tray) const;
-    bool hasAlphaChannel(quint32 tray) const;
-    void requestDock() const;
 
     const StatusContent& m_content;
-    xcb_connection_t* const m_connection; // null where there is no X server
-    quint32 m_selection = 0;              // the atom: whoever owns it is the tray
-    quint32 m_manager = 0;                // the atom: the message of a tray that has started
-    quint32 m_tray = 0;                   // its window; zero while there is none
-    std::unique_ptr<Window> m_window;     // only while there is a tray and an icon to show
+    quint32 m_selection = 0;          // the atom: whoever owns it is the tray
+    quint32 m_manager = 0;            // the atom: the message of a tray that has started
+    quint32 m_tray = 0;               // its window; zero while there is none
+    std::unique_ptr<Window> m_window; // only while there is a tray and an icon to show
 };

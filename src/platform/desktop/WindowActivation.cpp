@@ -1,7 +1,6 @@
 #include "platform/desktop/WindowActivation.h"
 
 #include "platform/desktop/X11.h"
-#include "platform/desktop/X11WindowManager.h"
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
@@ -37,22 +36,11 @@ quint32 serverTimeNow()
                                 static_cast<quint64>(now.tv_nsec) / 1'000'000);
 }
 
-// The time of the person's last action as far as this program knows. Until there was one, the
+// The time of the user's last action as far as this program knows. Until there was one, the
 // program's start stands for it: that was the last thing that anybody asked for.
-quint32& lastAction()
-{
-    static quint32 time = 0;
-    return time;
-}
+quint32 lastAction = 0;
 
 std::atomic<bool> isStopped = false;
-
-void noteTime(const QInputEvent& input)
-{
-    if (input.timestamp() != 0) {
-        lastAction() = static_cast<quint32>(input.timestamp());
-    }
-}
 
 class InputWatch : public QObject {
 public:
@@ -61,41 +49,39 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override
     {
         switch (event->type()) {
-        case QEvent::ShortcutOverride: // all that there is of a key that is a shortcut
-            noteTime(*static_cast<QInputEvent*>(event));
-            break;
         case QEvent::KeyPress:
             // With a screen reader the toolkit asks that first, and sends a copy without the time.
             if (!event->spontaneous() && watched->isWindowType()) {
-                lastAction() = serverTimeNow();
+                lastAction = serverTimeNow();
                 break;
             }
             [[fallthrough]];
+        case QEvent::ShortcutOverride: // all that there is of a key that is a shortcut
         case QEvent::MouseButtonPress:
-        case QEvent::TouchBegin:
-            if (event->spontaneous()) {
-                noteTime(*static_cast<QInputEvent*>(event));
+        case QEvent::TouchBegin: {
+            const auto time = static_cast<QInputEvent*>(event)->timestamp();
+            if (time != 0 && (event->spontaneous() || event->type() == QEvent::ShortcutOverride)) {
+                lastAction = static_cast<quint32>(time);
             }
             break;
+        }
         case QEvent::WindowActivate:
-            if (const auto* const window = qobject_cast<QWidget*>(watched)) {
-                if (window->isWindow()) {
-                    X11WindowManager::setUrgency(*window, false);
-                }
+            if (watched->isWidgetType() && static_cast<QWidget*>(watched)->isWindow()) {
+                X11::setUrgency(*static_cast<QWidget*>(watched), false);
             }
             break;
         default:
             break;
         }
-        return QObject::eventFilter(watched, event);
+        return false;
     }
 };
 
-// Whether the window with the keyboard says that the person has used it later than this program.
-bool isPersonElsewhere()
+// Whether the window with the keyboard says that the user has used it later than this program.
+bool isUserElsewhere()
 {
-    const auto used = X11WindowManager::useOfActiveWindow();
-    if (QGuiApplication::focusWindow() != nullptr || !used) {
+    const quint32 used = X11::useOfActiveWindow();
+    if (QGuiApplication::focusWindow() != nullptr || used == 0) {
         return false;
     }
     const auto isLater = [](quint32 one, quint32 other) {
@@ -103,14 +89,7 @@ bool isPersonElsewhere()
         return one != other && one - other < kHalf;
     };
     // A program that tells a time in the future must not keep ours from the keyboard for good.
-    return isLater(*used, lastAction()) && !isLater(*used, serverTimeNow());
-}
-
-// Whether windows keep their order by requests of ours. Native Wayland has none, and tiling window
-// managers take none.
-bool isOrderOurs()
-{
-    return X11WindowManager::canRestack();
+    return isLater(used, lastAction) && !isLater(used, serverTimeNow());
 }
 
 const QString kSizeRelease = u"sizeRelease"_s;
@@ -149,7 +128,7 @@ private:
 };
 
 // Tiling window managers leave a window whose size is fixed as it is, above the tiles. They look
-// once, at its coming up, so that the person may change the size as ever afterwards.
+// once, at its coming up, so that the user may change the size as ever afterwards.
 void keepOutOfTiles(QWidget* window)
 {
     window->ensurePolished();
@@ -167,37 +146,16 @@ void keepOutOfTiles(QWidget* window)
     new SizeRelease(window);
 }
 
-// Shows the window without the toolkit's asking for the keyboard, which it would do with this very
-// moment as the person's last action.
-void showWithoutActivation(QWidget* window)
-{
-    if (!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
-        window->setWindowFlag(Qt::WindowStaysOnTopHint);
-    }
-    window->setAttribute(Qt::WA_ShowWithoutActivating);
-    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
-    if (!window->isVisible() && !isOrderOurs()) {
-        keepOutOfTiles(window);
-    }
-    window->show();
-}
-
-void hideAndShow(QWidget* window)
-{
-    window->hide();
-    showWithoutActivation(window);
-}
-
 void askForKeyboard(QWidget* window)
 {
     if (X11::connection() != nullptr) {
-        X11WindowManager::askForActivation(*window, lastAction());
+        X11::askForActivation(*window, lastAction);
     } else {
         window->activateWindow();
     }
     // Hidden and shown again at once, a window has never lost the desktop's focus, but the toolkit
     // has forgotten that it is the active one. What Qt 6.5 recommends in place of this call would
-    // ask the window manager, with this very moment as the person's last action.
+    // ask the window manager, with this very moment as the user's last action.
     if (QGuiApplication::focusWindow() == window->windowHandle()) {
         QT_WARNING_PUSH
         QT_WARNING_DISABLE_DEPRECATED
@@ -210,7 +168,7 @@ void askForKeyboard(QWidget* window)
 
 void WindowActivation::watchInput()
 {
-    lastAction() = serverTimeNow();
+    lastAction = serverTimeNow();
     qApp->installEventFilter(new InputWatch(qApp));
 }
 
@@ -220,7 +178,7 @@ void WindowActivation::noteAction(quint32 serverTime)
     const quint32 now = serverTimeNow();
     // The clock wraps at 32 bits, so that a time in the future has the greatest age.
     const bool isBelievable = serverTime != 0 && now - serverTime <= kOldest;
-    lastAction() = isBelievable ? serverTime : now;
+    lastAction = isBelievable ? serverTime : now;
 }
 
 void WindowActivation::stop()
@@ -241,9 +199,8 @@ void WindowActivation::hideAll()
 
 void WindowActivation::present(QWidget* window)
 {
-    MainQueue::assertMainThread();
+    show(window);
     if (!isStopped) {
-        showWithoutActivation(window);
         window->raise();
         askForKeyboard(window);
     }
@@ -251,37 +208,45 @@ void WindowActivation::present(QWidget* window)
 
 void WindowActivation::offer(QWidget* window)
 {
-    MainQueue::assertMainThread();
-    if (!isStopped) {
-        const bool isBusy = isPersonElsewhere();
-        showWithoutActivation(window);
-        if (!isBusy) {
-            askForKeyboard(window);
-        }
+    const bool isBusy = isUserElsewhere(); // before the window is there
+    show(window);
+    if (!isStopped && !isBusy) {
+        askForKeyboard(window);
     }
 }
 
+// Without the toolkit's asking for the keyboard, which it would do with this very moment as the
+// user's last action.
 void WindowActivation::show(QWidget* window)
 {
     MainQueue::assertMainThread();
-    if (!isStopped) {
-        showWithoutActivation(window);
+    if (isStopped) {
+        return;
     }
+    if (!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
+        window->setWindowFlag(Qt::WindowStaysOnTopHint);
+    }
+    window->setAttribute(Qt::WA_ShowWithoutActivating);
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    if (!window->isVisible() && !X11::canRestack()) {
+        keepOutOfTiles(window);
+    }
+    window->show();
 }
 
 void WindowActivation::demandAttention(QWidget* window)
 {
     if (!window->isActiveWindow()) {
         QApplication::alert(window);
-        X11WindowManager::setUrgency(*window, true);
+        X11::setUrgency(*window, true);
     }
 }
 
 void WindowActivation::putAbove(QWidget* window, QWidget* other)
 {
     MainQueue::assertMainThread();
-    if (!isStopped && X11WindowManager::canRestack()) {
-        X11WindowManager::restack(*window, *other);
+    if (!isStopped && X11::canRestack()) {
+        X11::restack(*window, *other);
     }
 }
 
@@ -291,14 +256,14 @@ void WindowActivation::bringAbove(QWidget* window, QWidget* other)
     if (isStopped || X11::connection() == nullptr) {
         return;
     }
-    if (X11WindowManager::canRestack()) {
-        X11WindowManager::restack(*window, *other);
+    if (X11::canRestack()) {
+        X11::restack(*window, *other);
         return;
     }
     QTimer::singleShot(kUntilStacked, window, [window, below = QPointer<QWidget>(other)] {
-        // Not where the person has gone on to another program meanwhile.
+        // Not where the user has gone on to another program meanwhile.
         if (!isStopped && window->isVisible() && below && below->isActiveWindow() &&
-            X11WindowManager::isListedBelow(*window, *below)) {
+            X11::isListedBelow(*window, *below)) {
             askForKeyboard(window);
         }
     });
@@ -307,20 +272,22 @@ void WindowActivation::bringAbove(QWidget* window, QWidget* other)
 void WindowActivation::showAnew(QWidget* window, QWidget* other)
 {
     MainQueue::assertMainThread();
-    if (isStopped || isOrderOurs()) {
+    if (isStopped || X11::canRestack()) {
         return;
     }
     const bool isOnX11 = X11::connection() != nullptr;
     if (!isOnX11 && other == nullptr) {
-        hideAndShow(window);
+        window->hide();
+        show(window);
         return;
     }
     QTimer::singleShot(kUntilStacked, window, [=, above = QPointer<QWidget>(other)] {
         // Wayland tells no order, but what has the keyboard lies in front.
-        const bool isInFront = isOnX11 ? above && X11WindowManager::isListedBelow(*above, *window)
-                                       : window->isActiveWindow();
+        const bool isInFront =
+            isOnX11 ? above && X11::isListedBelow(*above, *window) : window->isActiveWindow();
         if (!isStopped && window->isVisible() && above && !isInFront) {
-            hideAndShow(window);
+            window->hide();
+            show(window);
         }
     });
 }

@@ -4,19 +4,19 @@
 
 class QWidget;
 
-// Bringing a window before the person.
+// Bringing a window before the user.
 //
 // A floating window stays on top of ordinary ones. Activation (the keyboard) is asked of the window
-// manager with the true time of the person's last action in this program (EWMH _NET_ACTIVE_WINDOW
+// manager with the true time of the user's last action in this program (EWMH _NET_ACTIVE_WINDOW
 // and _NET_WM_USER_TIME), so that a desktop that guards the focus can tell a window that the person
 // asked for from one that comes by itself. Main thread, where nothing else is said.
 namespace WindowActivation {
 
-// Watches the person's own input to the program's windows from now on. Once, after the application
+// Watches the user's own input to the program's windows from now on. Once, after the application
 // object exists.
 void watchInput();
 
-// Notes an action of the person that reached the program by another way than its windows, with the
+// Notes an action of the user that reached the program by another way than its windows, with the
 // X server's time in milliseconds (a click in a status bar's menu, told over the bus). Counts as
 // now where it is zero (not known), in the future (the window manager would refuse every later
 // window) or more than a minute old (some hosts tell another clock's time).
@@ -27,8 +27,8 @@ void noteAction(quint32 serverTime);
 void present(QWidget* window);
 
 // Likewise, without raising a window that is shown already: some window managers activate what is
-// raised, whatever the person does elsewhere. The keyboard is left to another program's window that
-// the person has used later than this program, for not all window managers look at that (EWMH
+// raised, whatever the user does elsewhere. The keyboard is left to another program's window that
+// the user has used later than this program, for not all window managers look at that (EWMH
 // _NET_WM_USER_TIME).
 void offer(QWidget* window);
 
@@ -36,7 +36,7 @@ void offer(QWidget* window);
 // is, and the window manager decides about a new one.
 void show(QWidget* window);
 
-// Marks a window that the person is not in as wanting attention, until they are: by EWMH's
+// Marks a window that the user is not in as wanting attention, until they are: by EWMH's
 // _NET_WM_STATE_DEMANDS_ATTENTION and by ICCCM's older hint, which is all that some know.
 void demandAttention(QWidget* window);
 

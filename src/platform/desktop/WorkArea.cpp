@@ -4,15 +4,8 @@
 
 QMargins WorkArea::untold()
 {
-    xcb_connection_t* const connection = X11::connection();
-    if (connection == nullptr) {
-        return {};
-    }
-    const QList<quint32> supported = X11::rootList(connection, "_NET_SUPPORTED");
-    const auto isTold = [&](const char* name) {
-        return supported.contains(X11::atom(connection, name));
-    };
-    if (supported.isEmpty() || isTold("_NET_WORKAREA") || isTold("_NET_FRAME_EXTENTS")) {
+    if (X11::rootList("_NET_SUPPORTED").isEmpty() || X11::isSupported("_NET_WORKAREA") ||
+        X11::isSupported("_NET_FRAME_EXTENTS")) {
         return {};
     }
     constexpr int kPanel = 32;

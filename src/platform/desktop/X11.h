@@ -4,13 +4,16 @@
 #include <QList>
 #include <QtGlobal>
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 
+class QWidget;
 struct xcb_connection_t;
 struct xcb_screen_t;
 
-// The X server by the toolkit's own connection. Main thread. Internal to the platform.
+// The X server and its window manager (EWMH, ICCCM), by the toolkit's own connection. Without an X
+// server nothing is known and nothing is done. Main thread. Internal to the platform.
 namespace X11 {
 
 // A reply of libxcb's, which is freed; empty where the server answered with an error.
@@ -27,15 +30,39 @@ ReplyPointer<Reply> owned(Reply* reply)
 xcb_connection_t* connection();
 
 // Zero where there is none.
-quint32 atom(xcb_connection_t* connection, const QByteArray& name);
+quint32 atom(const QByteArray& name);
 
-// The one that DISPLAY names; the toolkit's connection is for it, too.
+// The one that DISPLAY names; the toolkit's connection is for it, too. Only with an X server.
 int screenNumber();
-const xcb_screen_t& screen(xcb_connection_t* connection);
+const xcb_screen_t& screen();
 
 // A property of a window that is a list of 32-bit values; empty where there is none.
-QList<quint32> list(xcb_connection_t* connection, quint32 window, const QByteArray& name);
+QList<quint32> list(quint32 window, const QByteArray& name);
 // Of the root window, by which a window manager tells something.
-QList<quint32> rootList(xcb_connection_t* connection, const QByteArray& name);
+QList<quint32> rootList(const QByteArray& name);
+// Whether the window manager says that it knows the property or request.
+bool isSupported(const QByteArray& name);
+
+// Sends a client message about the window to another one, or with 0 to the window manager.
+void send(quint32 receiver, quint32 window, const QByteArray& type,
+          const std::array<quint32, 3>& data);
+
+// Asks for the keyboard, with the X server's time of the user's last action.
+void askForActivation(const QWidget& window, quint32 time);
+
+// The time of the user's last action in the window with the keyboard, any program's (EWMH
+// _NET_WM_USER_TIME); zero where that is not told.
+quint32 useOfActiveWindow();
+
+// Whether the window manager keeps the order of windows that is asked for. Each call asks it, for
+// it may be another one by then.
+bool canRestack();
+// Puts the window above the other one.
+void restack(const QWidget& window, const QWidget& other);
+// As far as the window manager tells the order.
+bool isListedBelow(const QWidget& window, const QWidget& other);
+
+// ICCCM's UrgencyHint.
+void setUrgency(const QWidget& window, bool isUrgent);
 
 } // namespace X11

@@ -1,7 +1,9 @@
 #include "platform/display/DisplayConnection.h"
 
-#include "platform/display/WaylandSocket.h"
 #include "platform/files/DisplayName.h"
+
+#include <QByteArray>
+#include <QFile>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +13,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
@@ -22,77 +25,10 @@ using Clock = std::chrono::steady_clock;
 
 } // namespace
 
-class DisplayConnection::Server {
-public:
-    Server() = default;
-    virtual ~Server() = default;
-
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
-
-    virtual bool connect() = 0;
-    // Readable when the server has sent something, or has gone.
-    [[nodiscard]] virtual int descriptor() const = 0;
-    // Drops what it has sent, and returns whether it is still there.
-    virtual bool isThere() = 0;
-};
-
-class DisplayConnection::WaylandServer : public Server {
-public:
-    bool connect() override
-    {
-        m_socket = WaylandSocket::connect();
-        return m_socket.isOpen();
-    }
-
-    [[nodiscard]] int descriptor() const override { return m_socket.value(); }
-
-    bool isThere() override
-    {
-        std::array<char, 4096> dropped = {};
-        const ssize_t length = ::recv(m_socket.value(), dropped.data(), dropped.size(), 0);
-        return length > 0 || (length < 0 && (errno == EAGAIN || errno == EINTR));
-    }
-
-private:
-    Descriptor m_socket;
-};
-
-class DisplayConnection::XServer : public Server {
-public:
-    XServer() = default;
-    ~XServer() override { ::xcb_disconnect(m_connection); }
-
-    XServer(const XServer&) = delete;
-    XServer& operator=(const XServer&) = delete;
-
-    bool connect() override
-    {
-        ::xcb_disconnect(m_connection);
-        m_connection = ::xcb_connect(nullptr, nullptr);
-        return ::xcb_connection_has_error(m_connection) == 0;
-    }
-
-    [[nodiscard]] int descriptor() const override
-    {
-        return ::xcb_get_file_descriptor(m_connection);
-    }
-
-    bool isThere() override
-    {
-        // Every client is told of a change of the keyboard.
-        while (xcb_generic_event_t* const event = ::xcb_poll_for_event(m_connection)) {
-            std::free(event);
-        }
-        return ::xcb_connection_has_error(m_connection) == 0;
-    }
-
-private:
-    xcb_connection_t* m_connection = nullptr;
-};
-
-DisplayConnection::DisplayConnection() = default;
-DisplayConnection::~DisplayConnection() = default;
+DisplayConnection::~DisplayConnection()
+{
+    ::xcb_disconnect(m_x11);
+}
 
 QString DisplayConnection::name()
 {
@@ -110,8 +46,16 @@ bool DisplayConnection::open(milliseconds limit)
     constexpr milliseconds kBetweenTries(500);
     const auto end = Clock::now() + limit;
     for (;;) {
-        if (connectTo<WaylandServer>("WAYLAND_DISPLAY") || connectTo<XServer>("DISPLAY")) {
+        m_wayland = connectToWayland();
+        if (m_wayland.isOpen()) {
             return true;
+        }
+        if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
+            ::xcb_disconnect(m_x11);
+            m_x11 = ::xcb_connect(nullptr, nullptr);
+            if (::xcb_connection_has_error(m_x11) == 0) {
+                return true;
+            }
         }
         if (Clock::now() >= end) {
             return false;
@@ -120,14 +64,38 @@ bool DisplayConnection::open(milliseconds limit)
     }
 }
 
-template <typename Kind>
-bool DisplayConnection::connectTo(const char* variable)
+Descriptor DisplayConnection::connectToWayland()
 {
-    if (qEnvironmentVariableIsEmpty(variable)) {
-        return false;
+    // The protocol's standard library has it so: a name in the runtime directory, or a path.
+    const QString name = DisplayName::wayland();
+    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const QByteArray path = QFile::encodeName(name.startsWith(u'/') ? name : folder + u'/' + name);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (name.isEmpty() || path.size() >= static_cast<qsizetype>(sizeof address.sun_path)) {
+        return {};
     }
-    m_server = std::make_unique<Kind>();
-    return m_server->connect();
+    std::copy(path.cbegin(), path.cend(), address.sun_path);
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const auto* const general = reinterpret_cast<const sockaddr*>(&address);
+    if (!socket.isOpen() || ::connect(socket.value(), general, sizeof address) != 0) {
+        return {};
+    }
+    return socket;
+}
+
+// Drops what the server has sent: an X server tells every client of a change of the keyboard.
+bool DisplayConnection::isThere()
+{
+    if (m_wayland.isOpen()) {
+        std::array<char, 4096> dropped = {};
+        const ssize_t length = ::recv(m_wayland.value(), dropped.data(), dropped.size(), 0);
+        return length > 0 || (length < 0 && (errno == EAGAIN || errno == EINTR));
+    }
+    while (xcb_generic_event_t* const event = ::xcb_poll_for_event(m_x11)) {
+        std::free(event);
+    }
+    return ::xcb_connection_has_error(m_x11) == 0;
 }
 
 bool DisplayConnection::isGoneWithin(milliseconds time)
@@ -135,10 +103,12 @@ bool DisplayConnection::isGoneWithin(milliseconds time)
     const auto end = Clock::now() + time;
     for (;;) {
         const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
-        pollfd watched = {m_server->descriptor(), POLLIN, 0};
+        const int descriptor =
+            m_wayland.isOpen() ? m_wayland.value() : ::xcb_get_file_descriptor(m_x11);
+        pollfd watched = {descriptor, POLLIN, 0};
         const auto wait = static_cast<int>(std::max(left, milliseconds(0)).count());
         const int ready = ::poll(&watched, 1, wait);
-        if (ready > 0 && !m_server->isThere()) {
+        if (ready > 0 && !isThere()) {
             return true;
         }
         if (left <= milliseconds(0)) {

@@ -1,17 +1,20 @@
 #pragma once
 
+#include "platform/files/Descriptor.h"
+
 #include <QString>
 
 #include <chrono>
-#include <memory>
 
-// A connection to the person's display that shows nothing and asks for nothing: it ends when the
+struct xcb_connection_t;
+
+// A connection to the user's display that shows nothing and asks for nothing: it ends when the
 // display goes, as at the log-out. The display is the Wayland compositor that WAYLAND_DISPLAY
 // names, else, also where that one does not answer, the X server of DISPLAY; where both are there,
 // the X server is the compositor's own and may come and go. One thread.
 class DisplayConnection {
 public:
-    DisplayConnection();
+    DisplayConnection() = default;
     ~DisplayConnection();
 
     DisplayConnection(const DisplayConnection&) = delete;
@@ -32,13 +35,13 @@ public:
     // not gone. Once open.
     [[nodiscard]] bool isGoneWithin(std::chrono::milliseconds time);
 
+    // A connection to the compositor of WAYLAND_DISPLAY that does not wait; closed where there is
+    // none, or where it refuses or hangs with a full queue.
+    [[nodiscard]] static Descriptor connectToWayland();
+
 private:
-    class Server;
-    class WaylandServer;
-    class XServer;
+    [[nodiscard]] bool isThere();
 
-    template <typename Kind>
-    bool connectTo(const char* variable);
-
-    std::unique_ptr<Server> m_server;
+    Descriptor m_wayland; // where that is closed, the X server is connected
+    xcb_connection_t* m_x11 = nullptr;
 };
