@@ -36,7 +36,7 @@ namespace {
 
 [[noreturn]] void terminateWithoutDisplay()
 {
-    DisplayServer::noteGone();
+    DisplayServer::isGone = true;
     terminate();
 }
 

@@ -279,7 +279,7 @@ void AppDelegate::applicationWillTerminate()
 void AppDelegate::leaveDesktop()
 {
     AgentState& agent = state();
-    if (!DisplayServer::isGone()) {
+    if (!DisplayServer::isGone) {
         if (agent.statusBarItem) {
             agent.statusBarItem->hide();
         }

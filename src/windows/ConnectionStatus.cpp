@@ -1,7 +1,7 @@
 #include "windows/ConnectionStatus.h"
 
 #include "localisation/ShownText.h"
-#include "platform/desktop/WorkArea.h"
+#include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
 #include "ui_ConnectionStatus.h"
 #include "window_kit/ElidedLabel.h"
@@ -169,7 +169,7 @@ void ConnectionStatus::setPosition()
 {
     // Moving or resizing a minimised window would bring it back.
     if (m_ui && !isMinimized() && screen() != nullptr) {
-        const QMargins untold = WorkArea::untold();
+        const QMargins untold = WindowActivation::untoldMargins();
         move(screen()->geometry().width() - frameGeometry().width() - untold.right(), untold.top());
     }
 }

@@ -44,7 +44,12 @@ public:
                                 .arg(static_cast<int>(mode));
         QPixmap pixmap;
         if (!QPixmapCache::find(key, &pixmap)) {
-            pixmap = inMode(QPixmap::fromImage(scaled(fitting)), mode);
+            pixmap = QPixmap::fromImage(scaled(fitting));
+            if (mode != QIcon::Normal) {
+                QStyleOption option;
+                option.palette = QGuiApplication::palette();
+                pixmap = QApplication::style()->generatedIconPixmap(mode, pixmap, &option);
+            }
             QPixmapCache::insert(key, pixmap);
         }
         return pixmap;
@@ -80,16 +85,6 @@ private:
         return image.size() == size
                    ? image
                    : image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    }
-
-    static QPixmap inMode(const QPixmap& pixmap, QIcon::Mode mode)
-    {
-        if (mode == QIcon::Normal) {
-            return pixmap;
-        }
-        QStyleOption option;
-        option.palette = QGuiApplication::palette();
-        return QApplication::style()->generatedIconPixmap(mode, pixmap, &option);
     }
 
     const QString m_name;

@@ -12,7 +12,6 @@
 #include <QKeySequence>
 #include <QMenu>
 #include <QPixmap>
-#include <QSet>
 
 #include <algorithm>
 
@@ -133,6 +132,9 @@ DBusMenu::~DBusMenu()
 
 void DBusMenu::setMenu(QMenu* menu)
 {
+    if (m_menu == menu) {
+        return;
+    }
     if (m_menu) {
         m_menu->removeEventFilter(this);
     }
@@ -169,10 +171,9 @@ QList<DBusMenuItem> DBusMenu::GetGroupProperties(const QList<int>& ids,
     for (QAction* const action : actions()) {
         known += idOf(*action);
     }
-    const QSet<int> wanted(ids.begin(), ids.end());
     QList<DBusMenuItem> items;
     for (const int id : known) {
-        if (wanted.isEmpty() || wanted.contains(id)) {
+        if (ids.isEmpty() || ids.contains(id)) {
             items += DBusMenuItem{id, filtered(propertiesOf(id), propertyNames)};
         }
     }

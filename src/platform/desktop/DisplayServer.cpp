@@ -2,14 +2,6 @@
 
 #include <QtGlobal>
 
-#include <atomic>
-
-namespace {
-
-std::atomic<bool> hasGone = false;
-
-} // namespace
-
 std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
 {
     static char option[] = "-platform";
@@ -24,14 +16,4 @@ std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
 bool DisplayServer::isLastWord(QStringView toolkitMessage)
 {
     return toolkitMessage.startsWith(u"The Wayland connection");
-}
-
-void DisplayServer::noteGone()
-{
-    hasGone = true;
-}
-
-bool DisplayServer::isGone()
-{
-    return hasGone;
 }

@@ -2,6 +2,7 @@
 
 #include <QStringView>
 
+#include <atomic>
 #include <vector>
 
 // Which display server the program connects to, and that it is there no more.
@@ -19,9 +20,8 @@ namespace DisplayServer {
 // exit().)
 [[nodiscard]] bool isLastWord(QStringView toolkitMessage);
 
-// To be told by whoever learns that the server has gone, or has thrown the program out: nothing can
-// be asked of it any more. Any thread, as for isGone().
-void noteGone();
-[[nodiscard]] bool isGone();
+// To be set by whoever learns that the server has gone, or has thrown the program out: nothing can
+// be asked of it any more. Any thread.
+inline std::atomic<bool> isGone = false;
 
 } // namespace DisplayServer

@@ -29,28 +29,27 @@ StatusItem::~StatusItem() = default;
 
 void StatusItem::setIcon(const QIcon& icon)
 {
-    MainQueue::assertMainThread();
     m_content.icon = icon;
-    if (m_place) {
-        m_place->iconChanged();
-    }
+    contentChanged();
 }
 
 void StatusItem::setToolTip(const QString& text)
 {
-    MainQueue::assertMainThread();
     m_content.toolTip = text;
-    if (m_place) {
-        m_place->toolTipChanged();
-    }
+    contentChanged();
 }
 
 void StatusItem::setMenu(QMenu* menu)
 {
-    MainQueue::assertMainThread();
     m_content.menu = menu;
+    contentChanged();
+}
+
+void StatusItem::contentChanged()
+{
+    MainQueue::assertMainThread();
     if (m_place) {
-        m_place->menuChanged();
+        m_place->contentChanged();
     }
 }
 

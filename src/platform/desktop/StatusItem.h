@@ -47,6 +47,7 @@ private Q_SLOTS:
     void askForHost();
 
 private:
+    void contentChanged();
     void watchBus(const QDBusConnection& bus);
     void setWatcher(const QString& uniqueName);
     void use(bool isHostThere);

@@ -62,7 +62,7 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString
         popUpMenu();
     });
     connect(&m_exportedMenu, &DBusMenu::openedByHost, this, &StatusNotifierItem::leaveMenuToHost);
-    menuChanged();
+    m_exportedMenu.setMenu(m_content.menu);
     m_bus.registerObject(kPath, this, QDBusConnection::ExportScriptableContents);
 
     // A name of its own and not the connection's: released, it withdraws the icon, while the
@@ -90,6 +90,13 @@ StatusNotifierItem::~StatusNotifierItem()
     release << busName();
     m_bus.send(release);
     m_bus.unregisterObject(kPath);
+}
+
+void StatusNotifierItem::contentChanged()
+{
+    m_exportedMenu.setMenu(m_content.menu);
+    Q_EMIT NewIcon();
+    Q_EMIT NewToolTip();
 }
 
 QList<StatusNotifierPicture> StatusNotifierItem::pictures() const

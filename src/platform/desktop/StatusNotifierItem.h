@@ -62,9 +62,7 @@ public:
                        const StatusContent& content);
     ~StatusNotifierItem() override;
 
-    void iconChanged() override { Q_EMIT NewIcon(); }
-    void toolTipChanged() override { Q_EMIT NewToolTip(); }
-    void menuChanged() override { m_exportedMenu.setMenu(m_content.menu); }
+    void contentChanged() override;
     [[nodiscard]] bool isShown() const override { return true; }
 
 public Q_SLOTS:

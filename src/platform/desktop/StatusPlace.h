@@ -25,9 +25,7 @@ public:
     StatusPlace(const StatusPlace&) = delete;
     StatusPlace& operator=(const StatusPlace&) = delete;
 
-    virtual void iconChanged() = 0;
-    virtual void toolTipChanged() = 0;
-    virtual void menuChanged() = 0;
+    virtual void contentChanged() = 0;
 
     // Whether the status bar has taken the icon in.
     [[nodiscard]] virtual bool isShown() const = 0;

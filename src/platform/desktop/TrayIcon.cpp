@@ -55,6 +55,11 @@ public:
 
     quint32 id() const { return static_cast<quint32>(winId()); }
 
+    void setPlainToolTip(const QString& text)
+    {
+        setToolTip(Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text);
+    }
+
     // To be called when the tray has taken it in; before, it would be shown in the screen's corner.
     void showInTray();
 
@@ -79,6 +84,7 @@ TrayIcon::Window::Window(const TrayIcon& icon, bool hasAlphaChannel)
     // Only a hint, for trays that ask: the widget takes a smaller size from others.
     create();
     windowHandle()->setMinimumSize(kUsual);
+    setPlainToolTip(icon.m_content.toolTip);
 }
 
 void TrayIcon::Window::showInTray()
@@ -145,20 +151,13 @@ TrayIcon::TrayIcon(const StatusContent& content) : m_content(content)
 
 TrayIcon::~TrayIcon() = default;
 
-void TrayIcon::iconChanged()
+void TrayIcon::contentChanged()
 {
     if (m_content.icon.isNull() || !m_window) {
         dock();
     } else {
         m_window->update();
-    }
-}
-
-void TrayIcon::toolTipChanged()
-{
-    if (m_window) {
-        const QString& text = m_content.toolTip;
-        m_window->setToolTip(Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text);
+        m_window->setPlainToolTip(m_content.toolTip);
     }
 }
 
@@ -226,7 +225,6 @@ void TrayIcon::dock()
     }
     m_tray = reply->owner;
     m_window = std::make_unique<Window>(*this, hasAlphaChannel(m_tray));
-    toolTipChanged();
     constexpr quint32 kRequestDock = 0; // SYSTEM_TRAY_REQUEST_DOCK
     X11::send(m_tray, m_tray, "_NET_SYSTEM_TRAY_OPCODE",
               {XCB_CURRENT_TIME, kRequestDock, m_window->id()});

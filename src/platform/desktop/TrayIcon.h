@@ -22,9 +22,7 @@ public:
     explicit TrayIcon(const StatusContent& content);
     ~TrayIcon() override;
 
-    void iconChanged() override;
-    void toolTipChanged() override;
-    void menuChanged() override {}
+    void contentChanged() override;
     [[nodiscard]] bool isShown() const override;
 
 private:

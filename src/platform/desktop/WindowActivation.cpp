@@ -92,41 +92,6 @@ bool isUserElsewhere()
     return isLater(used, lastAction) && !isLater(used, serverTimeNow());
 }
 
-const QString kSizeRelease = u"sizeRelease"_s;
-
-// Gives a window back the limits of its size when it is on the screen.
-class SizeRelease : public QObject {
-public:
-    explicit SizeRelease(QWidget* window) : QObject(window->windowHandle()), m_window(window)
-    {
-        setObjectName(kSizeRelease);
-        parent()->installEventFilter(this);
-        // A compositor shows the window, and looks at its limits, somewhat later.
-        m_time.setSingleShot(true);
-        m_time.setInterval(500ms);
-        connect(&m_time, &QTimer::timeout, this, &SizeRelease::release);
-    }
-
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        if (event->type() == QEvent::Expose && m_window->windowHandle()->isExposed()) {
-            m_time.start();
-        }
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    void release()
-    {
-        m_window->windowHandle()->setMinimumSize(m_window->minimumSize());
-        m_window->windowHandle()->setMaximumSize(m_window->maximumSize());
-        deleteLater();
-    }
-
-    QWidget* const m_window; // owns the window on the screen, and this with it
-    QTimer m_time;
-};
-
 // Tiling window managers leave a window whose size is fixed as it is, above the tiles. They look
 // once, at its coming up, so that the user may change the size as ever afterwards.
 void keepOutOfTiles(QWidget* window)
@@ -139,11 +104,25 @@ void keepOutOfTiles(QWidget* window)
         window->adjustSize();
     }
     window->winId(); // makes the handle
-    window->windowHandle()->setMinimumSize(window->size());
-    window->windowHandle()->setMaximumSize(window->size());
-    // One of an earlier showing would give them back too early.
-    delete window->windowHandle()->findChild<QObject*>(kSizeRelease, Qt::FindDirectChildrenOnly);
-    new SizeRelease(window);
+    QWindow* const handle = window->windowHandle();
+    handle->setMinimumSize(window->size());
+    handle->setMaximumSize(window->size());
+    // A compositor shows the window, and looks at its limits, somewhat later. One timer: that of an
+    // earlier showing would give the limits back too early.
+    const QString name = u"giveLimitsBack"_s;
+    delete handle->findChild<QTimer*>(name, Qt::FindDirectChildrenOnly);
+    auto* const timer = new QTimer(handle);
+    timer->setObjectName(name);
+    QObject::connect(timer, &QTimer::timeout, handle, [=, seen = 0]() mutable {
+        constexpr int kEnough = 3;
+        seen = handle->isExposed() ? seen + 1 : 0;
+        if (seen == kEnough) {
+            handle->setMinimumSize(window->minimumSize());
+            handle->setMaximumSize(window->maximumSize());
+            timer->deleteLater();
+        }
+    });
+    timer->start(250ms);
 }
 
 void askForKeyboard(QWidget* window)
@@ -290,4 +269,15 @@ void WindowActivation::showAnew(QWidget* window, QWidget* other)
             show(window);
         }
     });
+}
+
+QMargins WindowActivation::untoldMargins()
+{
+    if (X11::rootList("_NET_SUPPORTED").isEmpty() || X11::isSupported("_NET_WORKAREA") ||
+        X11::isSupported("_NET_FRAME_EXTENTS")) {
+        return {};
+    }
+    constexpr int kPanel = 32;
+    constexpr int kFrame = 16; // both sides
+    return {0, kPanel, kFrame, kPanel};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMargins>
 #include <QtGlobal>
 
 class QWidget;
@@ -61,5 +62,11 @@ void stop();
 
 // Takes all windows off the screen, at once under an X server, else when the event loop goes on.
 void hideAll();
+
+// The room to leave at the screen's edges where the window manager tells neither what panels take
+// nor how wide its frames are (EWMH's _NET_WORKAREA and _NET_FRAME_EXTENTS), as XWayland's own does
+// in some compositors: as much as is usual. None where it tells one of them, or where there is no
+// window manager.
+[[nodiscard]] QMargins untoldMargins();
 
 } // namespace WindowActivation
