@@ -32,8 +32,7 @@ void SessionList::remove(qint64 session)
         std::find_if(m_sessions.cbegin(), m_sessions.cend(),
                      [session](const SessionInfo& listed) { return listed.session == session; });
     if (found != m_sessions.cend()) {
-        const SessionInfo gone = *found;
-        m_sessions.erase(found);
+        const SessionInfo gone = m_sessions.takeAt(found - m_sessions.cbegin());
         Q_EMIT removed(session);
         Q_EMIT ended(gone);
     }

@@ -132,8 +132,12 @@ void reportHidden(QAccessibleEvent* event)
         const auto& typed = static_cast<QAccessibleTextRemoveEvent&>(*event);
         passOnHidden(QAccessibleTextRemoveEvent(field, typed.changePosition(),
                                                 bullets(typed.textRemoved())));
-    } else if (event->type() != QAccessible::TextUpdated &&
-               event->type() != QAccessible::ValueChanged) { // these have the text
+    } else if (event->type() == QAccessible::TextUpdated) {
+        const auto& typed = static_cast<QAccessibleTextUpdateEvent&>(*event);
+        passOnHidden(QAccessibleTextUpdateEvent(field, typed.changePosition(),
+                                                bullets(typed.textRemoved()),
+                                                bullets(typed.textInserted())));
+    } else if (event->type() != QAccessible::ValueChanged) { // which has the whole text
         passOn(event);
     }
 }
