@@ -23,6 +23,7 @@ def ask_kernel(link):
         with socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, 4) as kernel:  # NETLINK_SOCK_DIAG
             kernel.send(struct.pack("=IHHII", 16 + len(end), 20, 1, 0, 0) + end)  # SOCK_DIAG_BY_FAMILY
             answer = kernel.recv(8192)
+        link.getpeername()  # fails where it has been reset: then another connection may have been found
     except OSError:
         return None
     if struct.unpack_from("=H", answer, 4)[0] != 20:

@@ -12,12 +12,6 @@ PeerCheck::PeerCheck(TcpConnection::AccountCheck accountCheck)
     : m_accountCheck(std::move(accountCheck))
 {}
 
-void PeerCheck::noteListener(const sockaddr_storage& address)
-{
-    m_isPending = false; // that was another connection
-    m_listener = SocketOwners::listenerAt(address);
-}
-
 std::optional<NetworkError> PeerCheck::check(const Descriptor& connection)
 {
     const auto [state, uid, listener] = SocketOwners::peerOf(connection);
@@ -36,12 +30,12 @@ std::optional<NetworkError> PeerCheck::check(const Descriptor& connection)
             return NetworkError{ECONNRESET, u"nobody listens on the service's port any more"_s};
         }
         // The kernel itself holds the end of some kinds of socket (SMC), as root, whoever listens.
-        if (const auto refusal = refusalOf(listener->uid)) {
+        if (const auto refusal = refusalOf(*listener)) {
             return refusal;
         }
-        // Where the same listener was there before and after, no other one had the port meanwhile.
-        if (state == State::Closed && listener != m_listener) {
-            return NetworkError{ECONNRESET, u"the peer closed before its owner could be found"_s};
+        // A socket that was bound to the address before the listener may have had that end.
+        if (state == State::Closed) {
+            return NetworkError{ECONNRESET, u"nobody has the service's end of the link"_s};
         }
     }
     m_isPending = state == State::Queued;

@@ -5,16 +5,16 @@
 
 #include <optional>
 
+class Descriptor;
+
 // Decides whether the peer of one connection is heard. Internal to the platform; one thread.
 class PeerCheck {
 public:
     explicit PeerCheck(TcpConnection::AccountCheck accountCheck);
 
-    // Before connecting: notes who listens at the address.
-    void noteListener(const sockaddr_storage& address);
-
-    // Returns why the peer may not be heard, or none where it may: once when connected, and while
-    // the check is pending again after the first bytes were received and before they count.
+    // Returns why the peer may not be heard, or none where it may: once when connected, before the
+    // peer's side of the handshake is complete, and while the check is pending again after the
+    // first bytes were received and before they count.
     [[nodiscard]] std::optional<NetworkError> check(const Descriptor& connection);
 
     // Whether the peer, whose listener was accepted, has still to take the connection. Whoever
@@ -25,6 +25,5 @@ private:
     [[nodiscard]] std::optional<NetworkError> refusalOf(quint32 uid) const;
 
     const TcpConnection::AccountCheck m_accountCheck;
-    std::optional<SocketOwners::Listener> m_listener; // before connecting
     bool m_isPending = false;
 };

@@ -16,7 +16,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 
-using SocketOwners::Listener;
 using SocketOwners::Peer;
 
 namespace {
@@ -36,7 +35,6 @@ struct Socket {
     int state = 0; // TCP_ESTABLISHED and so on
     quint32 uid = 0;
     quint64 inode = 0;
-    quint64 cookie = 0;
 };
 
 std::optional<End> endOf(const sockaddr_storage& storage)
@@ -85,9 +83,7 @@ std::optional<Socket> answerFrom(const Descriptor& diagnosis)
         return std::nullopt;
     }
     std::memcpy(&message, buffer.data() + NLMSG_HDRLEN, sizeof message);
-    const auto [low, high] = message.id.idiag_cookie;
-    return Socket{message.idiag_state, message.idiag_uid, message.idiag_inode,
-                  std::uint64_t{high} << 32 | low};
+    return Socket{message.idiag_state, message.idiag_uid, message.idiag_inode};
 }
 
 // The socket with these two ends or, without the second one, the listener that takes connections to
@@ -123,10 +119,10 @@ std::optional<Socket> find(const End& local, const End* remote)
     return isAsked ? found : std::nullopt;
 }
 
-std::optional<Listener> listenerAt(const End& end)
+std::optional<quint32> listenerAt(const End& end)
 {
     const auto socket = find(end, nullptr);
-    return socket ? std::optional(Listener{socket->uid, socket->cookie}) : std::nullopt;
+    return socket ? std::optional(socket->uid) : std::nullopt;
 }
 
 // A socket of this process must be found, with the inode under which it is open here.
@@ -159,18 +155,12 @@ std::optional<QList<quint32>> SocketOwners::listenersAt(quint16 port)
     QList<quint32> owners;
     for (const End& end : {End{AF_INET, {htonl(INADDR_LOOPBACK)}, htons(port)},
                            End{AF_INET6, {0, 0, 0, htonl(1)}, htons(port)}}) {
-        const auto listener = ::listenerAt(end);
-        if (listener && !owners.contains(listener->uid)) {
-            owners.append(listener->uid);
+        const auto listener = listenerAt(end);
+        if (listener && !owners.contains(*listener)) {
+            owners.append(*listener);
         }
     }
     return !owners.isEmpty() || canAsk() ? std::optional(owners) : std::nullopt;
-}
-
-std::optional<Listener> SocketOwners::listenerAt(const sockaddr_storage& address)
-{
-    const auto end = endOf(address);
-    return end ? ::listenerAt(*end) : std::nullopt;
 }
 
 Peer SocketOwners::peerOf(const Descriptor& connection)
@@ -178,16 +168,16 @@ Peer SocketOwners::peerOf(const Descriptor& connection)
     using State = Peer::State;
     const auto own = endBy(&::getsockname, connection.value());
     const auto peer = endBy(&::getpeername, connection.value());
-    if (own && peer && isOwn(find(*own, &*peer), connection.value())) {
-        // The listener first: a connection that is queued afterwards was queued by that one.
-        const auto listener = ::listenerAt(*peer);
-        const auto found = find(*peer, &*own);
-        if (found && found->inode != 0) {
-            return {State::Accepted, found->uid, listener};
-        }
-        const bool isQueued =
-            found && (found->state == TCP_ESTABLISHED || found->state == TCP_SYN_RECV);
-        return {isQueued ? State::Queued : State::Closed, 0, listener};
+    // The listener first: a connection that is queued afterwards was queued by that one.
+    const auto listener = peer ? listenerAt(*peer) : std::nullopt;
+    const auto found = own && peer ? find(*peer, &*own) : std::nullopt;
+    // Last: had this end been reset meanwhile, another connection might have had the same two ends.
+    if (!own || !peer || !isOwn(find(*own, &*peer), connection.value())) {
+        return {endBy(&::getpeername, connection.value()) ? State::Unknown : State::Reset, 0, {}};
     }
-    return {endBy(&::getpeername, connection.value()) ? State::Unknown : State::Reset, 0, {}};
+    if (found && found->inode != 0) {
+        return {State::Accepted, found->uid, listener};
+    }
+    // An end without an inode is certainly in the queue only while the handshake goes on.
+    return {found && found->state == TCP_SYN_RECV ? State::Queued : State::Closed, 0, listener};
 }

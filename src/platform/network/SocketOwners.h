@@ -6,7 +6,6 @@
 #include <optional>
 
 class Descriptor;
-struct sockaddr_storage;
 
 // Which accounts hold the TCP sockets of this machine. The kernel is asked by socket diagnosis
 // (sock_diag(7)) as it looks a socket up for a packet on the loopback device, so that sockets that
@@ -20,30 +19,19 @@ namespace SocketOwners {
 
 // What follows is internal to the platform.
 
-struct Listener {
-    quint32 uid = 0;
-    quint64 cookie = 0; // the kernel's number of the socket, never used for another one
-
-    bool operator==(const Listener&) const = default;
-};
-
-// The listener that takes connections to this address; none where there is none, or where the
-// kernel can't be asked.
-[[nodiscard]] std::optional<Listener> listenerAt(const sockaddr_storage& address);
-
 struct Peer {
     enum class State {
         Accepted, // a program has taken the connection
-        Queued,   // it waits in the listener's queue
+        Queued,   // it waits in the listener's queue for the end of the handshake
         Closed,   // nobody has the other end any more, and the kernel has forgotten who had it
         Reset,    // this end is none of a connection any more
         Unknown,  // the kernel can't be asked: it does not even find this end
     };
     State state = State::Unknown;
     quint32 uid = 0; // where it is accepted
-    // Who listens at the peer's address now. While the connection is queued, it is in this
+    // The UID that listens at the peer's address now. While the connection is queued, it is in this
     // listener's queue.
-    std::optional<Listener> listener;
+    std::optional<quint32> listener;
 };
 [[nodiscard]] Peer peerOf(const Descriptor& connection);
 

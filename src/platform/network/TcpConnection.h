@@ -30,8 +30,7 @@ struct NetworkError {
 //
 // Nothing is sent or received before the accounts that listen and that hold the peer's end have
 // been found to be trusted. While the connection waits in a trusted listener's queue, bytes are
-// sent; the account that takes it is looked at before a byte from it counts. Where a peer has
-// closed already, the listener decides alone.
+// sent; the account that takes it is looked at before a byte from it counts.
 class TcpConnection {
 public:
     // Given a UID, returns why that account may not be the peer, or none where it may. Asked of who

@@ -25,6 +25,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr int kOn = 1;
 constexpr std::chrono::seconds kLongestWait(5); // for a connection within the machine
 
 struct Address {
@@ -103,6 +104,9 @@ int connectTo(Address address, Descriptor& socket, const Descriptor& wake,
     // of 65,536 bytes in parts, and it would come in two reads.
     const int window = 256 * 1024;
     ::setsockopt(socket.value(), SOL_SOCKET, SO_RCVBUF, &window, sizeof window);
+    // The handshake's last packet waits for TCP_QUICKACK, 200 ms at most. Until it comes nobody can
+    // take the connection out of the listener's queue, and close it, before it has been looked at.
+    ::setsockopt(socket.value(), IPPROTO_TCP, TCP_DEFER_ACCEPT, &kOn, sizeof kOn);
     int error = 0;
     if (!socket.isOpen() || ::connect(socket.value(), address.pointer(), address.length) != 0) {
         error = errno;
@@ -113,8 +117,8 @@ int connectTo(Address address, Descriptor& socket, const Descriptor& wake,
     if (error == 0 && isConnectedToItself(socket)) {
         error = ECONNREFUSED;
     }
-    const int on = 1; // every message leaves at once
-    ::setsockopt(socket.value(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    // Every message leaves at once.
+    ::setsockopt(socket.value(), IPPROTO_TCP, TCP_NODELAY, &kOn, sizeof kOn);
     return error;
 }
 
@@ -130,13 +134,11 @@ TcpPeer::Connected TcpPeer::connect(const QString& host, quint16 port, PeerCheck
     std::optional<NetworkError> firstRefusal;
     for (const QByteArray& text : texts) {
         const auto address = numericAddress(text, port);
-        if (address) {
-            check.noteListener(address->storage);
-        }
         Descriptor socket;
         const int code = address ? connectTo(*address, socket, wake, isCancelled) : EADDRNOTAVAIL;
         auto refusal = code == 0 ? check.check(socket) : std::nullopt;
         if (code == 0 && !refusal) {
+            ::setsockopt(socket.value(), IPPROTO_TCP, TCP_QUICKACK, &kOn, sizeof kOn);
             return {std::move(socket)};
         }
         if (code == ECANCELED) {
