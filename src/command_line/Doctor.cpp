@@ -176,9 +176,10 @@ void checkLogs(Doctor& doctor)
         const FileFacts file = FileFacts::of(path);
         if (isThere(file) &&
             (file.kind != Kind::Regular || file.hasOtherNames || (file.mode & 0666) != 0666)) {
+            // -T: another account may have made a link to a directory there.
             doctor.wrong("doctor.notALog"_L1,
-                         {path, asRoot(u"mv %1 %1.old; "_s.arg(path)) +
-                                    asRoot(u"install -m 666 /dev/null "_s + path)});
+                         {path, asRoot(u"mv -T %1 %1.old; "_s.arg(path)) +
+                                    asRoot(u"install -T -m 666 /dev/null "_s + path)});
         }
     }
 }
