@@ -4,8 +4,6 @@
 #include <QChar>
 #include <QJsonDocument>
 
-#include <bit>
-#include <cstring>
 #include <string_view>
 
 using namespace Qt::StringLiterals;
@@ -36,50 +34,19 @@ qsizetype escapeLength(QByteArrayView text)
     return isPair ? 12 : 0;
 }
 
-// How many bytes at the text's start are neither a quote nor a backslash nor a control character,
-// or a few less. Eight at a time: most of a text are such bytes.
-qsizetype plainLength(QByteArrayView text)
-{
-    constexpr quint64 kOnes = 0x0101010101010101;
-    constexpr quint64 kHighBits = 0x8080808080808080;
-    const auto hasByte = [](quint64 word, uchar byte) {
-        const quint64 difference = word ^ (kOnes * byte);
-        return (difference - kOnes) & ~difference & kHighBits;
-    };
-    constexpr qsizetype kWord = 8;
-    qsizetype length = 0;
-    quint64 word = 0;
-    for (; length + kWord <= text.size(); length += kWord) {
-        std::memcpy(&word, text.data() + length, sizeof word);
-        const quint64 hasControl = (word - kOnes * 0x20) & ~word & kHighBits;
-        const quint64 found = hasByte(word, '"') | hasByte(word, '\\') | hasControl;
-        if (found != 0) {
-            // The lowest bit is that of the first such byte; higher ones may be wrong.
-            const bool isFirstLowest = std::endian::native == std::endian::little;
-            return isFirstLowest ? length + std::countr_zero(found) / 8 : length;
-        }
-    }
-    return length;
-}
-
 // Whether a text that QJsonDocument has read as an object is JSON. It also reads strings with
 // control characters or unknown escapes, and numbers with no digit on one side of the point.
 bool isStrict(QByteArrayView text)
 {
     bool isInString = false;
     for (qsizetype i = 0; i < text.size(); ++i) {
-        if (isInString) {
-            i += plainLength(text.sliced(i));
-            if (i == text.size()) {
-                break;
-            }
-        }
         const char c = text[i];
-        if (!isInString) {
+        if (c == '"') {
+            isInString = !isInString;
+        } else if (!isInString) {
             if (c == '.' && !(isDigit(text[i - 1]) && isDigit(text[i + 1]))) {
                 return false;
             }
-            isInString = c == '"';
         } else if (c == '\\') {
             const qsizetype length = escapeLength(text.sliced(i));
             if (length == 0) {
@@ -88,8 +55,6 @@ bool isStrict(QByteArrayView text)
             i += length - 1;
         } else if (static_cast<uchar>(c) < 0x20) {
             return false;
-        } else {
-            isInString = c != '"';
         }
     }
     return true;
