@@ -2,27 +2,17 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-// "pt_BR" for "pt_BR.UTF-8@euro".
-QString languageOf(const QString& locale)
-{
-    return locale.section(u'.', 0, 0).section(u'@', 0, 0);
-}
-
-} // namespace
-
 QStringList preferredLanguages()
 {
-    QStringList languages;
-    for (const QString& piece : qEnvironmentVariable("LANGUAGE").split(u':')) {
-        languages.append(languageOf(piece));
-    }
+    QStringList languages = qEnvironmentVariable("LANGUAGE").split(u':');
     for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         if (const QString locale = qEnvironmentVariable(variable); !locale.isEmpty()) {
-            languages.append(languageOf(locale));
+            languages.append(locale);
             break;
         }
+    }
+    for (QString& language : languages) { // "pt_BR" of "pt_BR.UTF-8@euro"
+        language = language.section(u'.', 0, 0).section(u'@', 0, 0);
     }
     languages.removeAll(QString());
     languages.removeDuplicates();

@@ -8,18 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace {
-
-FileFacts::Kind kindOf(mode_t mode)
-{
-    if (S_ISREG(mode)) {
-        return FileFacts::Kind::Regular;
-    }
-    return S_ISDIR(mode) ? FileFacts::Kind::Folder : FileFacts::Kind::Other;
-}
-
-} // namespace
-
 FileFacts FileFacts::of(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -36,7 +24,9 @@ FileFacts FileFacts::of(const QString& path)
     if (::stat(name.constData(), &status) != 0) {
         status = named;
     }
-    facts.kind = kindOf(status.st_mode);
+    facts.kind = S_ISREG(status.st_mode)   ? Kind::Regular
+                 : S_ISDIR(status.st_mode) ? Kind::Folder
+                                           : Kind::Other;
     facts.owner = status.st_uid;
     facts.group = status.st_gid;
     facts.mode = status.st_mode & 07777U;

@@ -5,45 +5,31 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString rooted(const QString& absolutePath)
+QString FilePaths::system(const QString& absolutePath)
 {
     const QString root = qEnvironmentVariable("VANTORY_ROOT");
     return QDir::cleanPath(root.isEmpty() ? absolutePath
                                           : QFileInfo(root).absoluteFilePath() + absolutePath);
 }
 
-} // namespace
-
 QString FilePaths::library(const QString& path)
 {
-    return rooted(u"" VANTORY_LIBRARY_DIR "/"_s + path);
+    return system(u"" VANTORY_LIBRARY_DIR "/"_s + path);
 }
 
 QString FilePaths::applicationSupport(const QString& path)
 {
-    return rooted(u"" VANTORY_APPLICATION_SUPPORT_DIR "/"_s + path);
+    return system(u"" VANTORY_APPLICATION_SUPPORT_DIR "/"_s + path);
 }
 
 QString FilePaths::configuration(const QString& path)
 {
-    return rooted(u"" VANTORY_CONFIG_DIR "/"_s + path);
-}
-
-QString FilePaths::runtime(const QString& path)
-{
-    return rooted(u"/run/"_s + path);
-}
-
-QString FilePaths::system(const QString& absolutePath)
-{
-    return rooted(absolutePath);
+    return system(u"" VANTORY_CONFIG_DIR "/"_s + path);
 }
 
 QString FilePaths::autostart(const QString& name)
 {
-    return rooted(u"/etc/xdg/autostart/"_s + name);
+    return system(u"/etc/xdg/autostart/"_s + name);
 }
 
 QString FilePaths::personState(const QString& name)
@@ -51,7 +37,7 @@ QString FilePaths::personState(const QString& name)
     const QString told = qEnvironmentVariable("XDG_STATE_HOME");
     const QString directory =
         QDir::isAbsolutePath(told) ? told : QDir::homePath() + u"/.local/state"_s;
-    return rooted(directory + u"/vantoryAgent/"_s + name);
+    return system(directory + u"/vantoryAgent/"_s + name);
 }
 
 QString FilePaths::preferences(const QString& name)

@@ -13,9 +13,8 @@ namespace FilePaths {
 [[nodiscard]] QString library(const QString& path);            // "/Library/PATH"
 [[nodiscard]] QString applicationSupport(const QString& path); // "/var/lib/PATH"
 [[nodiscard]] QString configuration(const QString& path);      // "/etc/opt/PATH"
-[[nodiscard]] QString runtime(const QString& path);            // "/run/PATH"
 
-// A path that the system has told.
+// A path as the system has it.
 [[nodiscard]] QString system(const QString& absolutePath);
 
 // What the system's desktops start: "/etc/xdg/autostart/NAME".

@@ -2,15 +2,13 @@
 
 #include "platform/files/PropertyList.h"
 
-#include <QByteArray>
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
+#include <filesystem>
 #include <mutex>
+#include <system_error>
 #include <utility>
-
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -18,32 +16,23 @@ namespace {
 
 // The link's text, since it can't be followed while the package is replaced. It then reads
 // "/.../vantoryAgent (deleted)". Empty without /proc.
-QByteArray programFile()
+QString programFile()
 {
-    QByteArray program(1024, Qt::Uninitialized);
-    for (;;) {
-        const ssize_t length =
-            ::readlink("/proc/self/exe", program.data(), static_cast<std::size_t>(program.size()));
-        if (length < program.size()) {
-            program.truncate(std::max<ssize_t>(length, 0));
-            return program;
-        }
-        program.resize(program.size() * 2);
-    }
+    std::error_code error;
+    return QFile::decodeName(std::filesystem::read_symlink("/proc/self/exe", error).c_str());
 }
 
 } // namespace
 
 QString MainBundle::path()
 {
-    QByteArray program = programFile();
-    program.truncate(program.lastIndexOf('/')); // empty: every resource counts as missing
-    return QFile::decodeName(program);
+    const QString program = programFile();
+    return program.left(program.lastIndexOf(u'/')); // empty: every resource counts as missing
 }
 
 bool MainBundle::isReplaced()
 {
-    return programFile().endsWith(" (deleted)");
+    return programFile().endsWith(" (deleted)"_L1);
 }
 
 std::optional<QString> MainBundle::resourcePath(const QString& name, const QString& type)

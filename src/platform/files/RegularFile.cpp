@@ -4,7 +4,6 @@
 
 #include <QFile>
 
-#include <array>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -25,31 +24,20 @@ Descriptor RegularFile::open(const QString& path, int flags, unsigned int mode)
 
 RegularFile::Content RegularFile::read(const QString& path, qsizetype limit)
 {
-    const auto failed = [](State state, int error) {
-        return Content{state, {}, systemErrorText(error)};
-    };
-    const Descriptor file = open(path, O_RDONLY);
-    if (!file.isOpen()) {
+    const Descriptor descriptor = open(path, O_RDONLY);
+    if (!descriptor.isOpen()) {
         const int error = errno;
         // One that has come into being since was missing all the same.
         const bool exists =
             error != ENOENT && ::access(QFile::encodeName(path).constData(), F_OK) == 0;
-        return failed(exists ? State::Unreadable : State::Missing, error);
+        return {exists ? State::Unreadable : State::Missing, {}, systemErrorText(error)};
     }
-    Content content;
-    std::array<char, 16384> buffer;
-    for (;;) {
-        const ssize_t count = ::read(file.value(), buffer.data(), buffer.size());
-        if (count == 0) {
-            return content;
-        }
-        if (count > 0) {
-            content.bytes.append(buffer.data(), count);
-        } else if (errno != EINTR) {
-            return failed(State::Unreadable, errno);
-        }
-        if (content.bytes.size() > limit) {
-            return failed(State::TooLarge, EFBIG);
-        }
+    QFile file;
+    file.open(descriptor.value(), QIODevice::ReadOnly | QIODevice::Unbuffered);
+    const QByteArray bytes = file.read(limit + 1);
+    if (file.error() != QFileDevice::NoError) {
+        return {State::Unreadable, {}, file.errorString()};
     }
+    return bytes.size() <= limit ? Content{State::Read, bytes, {}}
+                                 : Content{State::TooLarge, {}, systemErrorText(EFBIG)};
 }

@@ -39,7 +39,7 @@ void Journal::send(Priority priority, const QByteArray& message)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    const QByteArray path = QFile::encodeName(FilePaths::runtime(u"systemd/journal/socket"_s));
+    const QByteArray path = QFile::encodeName(FilePaths::system(u"/run/systemd/journal/socket"_s));
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!socket.isOpen() || path.size() >= qsizetype(sizeof address.sun_path)) {
         return;
