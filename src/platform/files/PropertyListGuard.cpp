@@ -1,8 +1,6 @@
 #include "platform/files/PropertyListGuard.h"
 
 #include <limits>
-#include <optional>
-#include <vector>
 
 namespace {
 
@@ -15,58 +13,15 @@ class BinaryList {
 public:
     explicit BinaryList(const QByteArray& bytes) : m_bytes(bytes) {}
 
-    [[nodiscard]] bool isHarmless() const
+    [[nodiscard]] bool isHarmless()
     {
-        constexpr quint64 kTrailer = 32;
-        if (size() < kTrailer) {
-            return false;
-        }
-        const quint64 trailer = size() - kTrailer;
-        const quint64 offsetWidth = number(trailer + 6, 1);
-        const quint64 referenceWidth = number(trailer + 7, 1);
-        const quint64 objects = number(trailer + 8, 8);
-        const quint64 table = number(trailer + 24, 8);
-        if (objects > size() || table > size()) {
-            return false;
-        }
-
-        quint64 expanded = 0; // bytes, as if each reference were an object of its own
-        qsizetype containers = 0;
-        std::vector<quint64> references = {number(trailer + 16, 8)};
-        while (!references.empty()) {
-            const quint64 reference = references.back();
-            references.pop_back();
-            if (reference >= objects) {
-                return false;
-            }
-            const auto object = objectAt(number(table + reference * offsetWidth, offsetWidth));
-            if (!object) {
-                return false;
-            }
-            expanded += 8 + object->text;
-            containers += object->isContainer ? 1 : 0;
-            // References count before they are stored, or this list itself would fill the memory.
-            const quint64 pending = references.size() + object->references;
-            if (expanded + 8 * pending > PropertyListGuard::kMaximumSize ||
-                containers > kMaximumContainers) {
-                return false;
-            }
-            for (quint64 i = 0; i < object->references; ++i) {
-                references.push_back(number(object->content + i * referenceWidth, referenceWidth));
-            }
-        }
-        return true;
+        return size() >= kTrailer && isHarmless(number(m_trailer + 16, 8));
     }
 
 private:
-    struct Object {
-        bool isContainer = false;
-        quint64 references = 0;
-        quint64 text = 0; // bytes of a string or of data
-        quint64 content = 0;
-    };
-
+    static constexpr quint64 kTrailer = 32;
     static constexpr quint64 kNoNumber = std::numeric_limits<quint64>::max();
+    enum Kind : quint64 { Data = 4, Ascii = 5, Utf16 = 6, Array = 10, Dictionary = 13 };
 
     [[nodiscard]] quint64 size() const { return static_cast<quint64>(m_bytes.size()); }
 
@@ -83,26 +38,20 @@ private:
         return value;
     }
 
-    [[nodiscard]] std::optional<Object> objectAt(quint64 offset) const
+    // Counts the object and what it holds, as if each reference were an object of its own; false
+    // where a limit is reached or it can't be read. There are at most as many levels as containers.
+    [[nodiscard]] bool isHarmless(quint64 reference)
     {
+        if (reference >= m_objects || m_objects > size() || m_table > size()) {
+            return false;
+        }
+        const quint64 offset = number(m_table + reference * m_offsetWidth, m_offsetWidth);
         const quint64 marker = number(offset, 1);
         if (marker == kNoNumber) {
-            return std::nullopt;
+            return false;
         }
-        enum Kind : quint64 {
-            Data = 4,
-            Ascii = 5,
-            Utf16 = 6,
-            Array = 10,
-            Set = 12,
-            Dictionary = 13
-        };
         const quint64 kind = marker >> 4;
-        if (kind != Data && kind != Ascii && kind != Utf16 && kind != Array && kind != Set &&
-            kind != Dictionary) {
-            return Object(); // a number or the like, of at most 16 bytes
-        }
-        quint64 count = marker & 0xF;
+        quint64 count = kind < Data ? 0 : marker & 0xF; // a number has at most 16 bytes
         quint64 content = offset + 1;
         if (count == 0xF) { // the count follows, as an integer object
             const quint64 width = quint64(1) << (number(content, 1) & 0xF);
@@ -110,24 +59,42 @@ private:
             content += 1 + width;
         }
         if (count > size()) {
-            return std::nullopt;
+            return false;
         }
-        if (kind == Ascii || kind == Utf16) {
+        const bool isContainer = kind >= Array;
+        const quint64 units = kind == Utf16 || kind == Dictionary ? 2 * count : count;
+        m_expanded += 8 + (isContainer ? 0 : units);
+        m_containers += isContainer ? 1 : 0;
+        if (m_expanded > PropertyListGuard::kMaximumSize || m_containers > kMaximumContainers) {
+            return false;
+        }
+        if (isContainer) {
+            for (quint64 i = 0; i < units; ++i) {
+                if (!isHarmless(number(content + i * m_referenceWidth, m_referenceWidth))) {
+                    return false;
+                }
+            }
+        } else if (kind == Ascii || kind == Utf16) {
             // libplist ends the program at a key with a zero character in it.
             const quint64 width = kind == Utf16 ? 2 : 1;
             for (quint64 i = 0; i < count; ++i) {
                 const quint64 character = number(content + i * width, width);
                 if (character == 0 || character == kNoNumber) {
-                    return std::nullopt;
+                    return false;
                 }
             }
         }
-        const bool isContainer = kind >= Array;
-        const quint64 units = kind == Utf16 || kind == Dictionary ? 2 * count : count;
-        return Object{isContainer, isContainer ? units : 0, isContainer ? 0 : units, content};
+        return true;
     }
 
     const QByteArray m_bytes;
+    const quint64 m_trailer = size() - kTrailer;
+    const quint64 m_offsetWidth = number(m_trailer + 6, 1);
+    const quint64 m_referenceWidth = number(m_trailer + 7, 1);
+    const quint64 m_objects = number(m_trailer + 8, 8);
+    const quint64 m_table = number(m_trailer + 24, 8);
+    quint64 m_expanded = 0; // bytes
+    qsizetype m_containers = 0;
 };
 
 } // namespace
