@@ -27,12 +27,7 @@ namespace {
 
 constexpr std::chrono::minutes kLongestAnswer(1);
 
-struct AccountRecord {
-    QByteArray name; // as the database has it
-    gid_t group = 0;
-};
-
-std::optional<AccountRecord> knownAccount(const QString& name)
+std::optional<AccountDatabase::Entry<passwd>> knownAccount(const QString& name)
 {
     const QByteArray bytes = name.toUtf8();
     if (name.startsWith(u'-') || std::any_of(name.cbegin(), name.cend(), [](QChar c) {
@@ -40,10 +35,8 @@ std::optional<AccountRecord> knownAccount(const QString& name)
         })) {
         return std::nullopt;
     }
-    const auto entry = AccountDatabase::find<passwd>(
+    return AccountDatabase::find<passwd>(
         [&](auto... arguments) { return ::getpwnam_r(bytes.constData(), arguments...); });
-    return entry ? std::optional(AccountRecord{entry->record.pw_name, entry->record.pw_gid})
-                 : std::nullopt;
 }
 
 // PAM, loaded when it is first needed: most agents never ask for a password, and linked it would
@@ -105,7 +98,7 @@ bool doesPamAccept(const QByteArray& name, QByteArray& password)
 bool doesSuAccept(const QByteArray& name, const QByteArray& password)
 {
     ChildProcess::Options options = {.input = password + '\n', .limit = kLongestAnswer};
-    const auto result = ChildProcess::run(SystemPrograms::su(),
+    const auto result = ChildProcess::run(SystemPrograms::kSu.toString(),
                                           {u"-s"_s, SystemPrograms::kSh.toString(), u"-c"_s, u":"_s,
                                            u"--"_s, QString::fromUtf8(name)},
                                           options);
@@ -123,9 +116,9 @@ bool LocalAccounts::isPasswordRight(const QString& name, const QString& password
     bool isRight = false;
     if (known && !bytes.isEmpty() && bytes.size() <= kLongestPassword && !bytes.contains('\n') &&
         !bytes.contains('\0')) {
-        const bool canPamAnswer = ::geteuid() == 0 || known->name == Account::loginName().toUtf8();
-        isRight =
-            canPamAnswer ? doesPamAccept(known->name, bytes) : doesSuAccept(known->name, bytes);
+        const QByteArray login = known->record.pw_name; // as the database has it
+        const bool canPamAnswer = ::geteuid() == 0 || login == Account::loginName().toUtf8();
+        isRight = canPamAnswer ? doesPamAccept(login, bytes) : doesSuAccept(login, bytes);
     }
     SecretText::wipe(bytes);
     return isRight;
@@ -152,7 +145,7 @@ bool LocalAccounts::isAdministrator(const QString& name)
     }
     std::vector<gid_t> groups(NGROUPS_MAX + 1); // and its own
     auto count = static_cast<int>(groups.size());
-    ::getgrouplist(known->name.constData(), known->group, groups.data(), &count);
+    ::getgrouplist(known->record.pw_name, known->record.pw_gid, groups.data(), &count);
     groups.resize(std::min(groups.size(), static_cast<std::size_t>(count)));
     return std::find(groups.cbegin(), groups.cend(), wanted->number) != groups.cend();
 }

@@ -2,10 +2,13 @@
 
 #include <cstring>
 
-namespace {
+QString SecretText::copy(const QString& text)
+{
+    return QString(text.constData(), text.size());
+}
 
 template <typename Text>
-void overwrite(Text& text)
+void SecretText::wipe(Text& text)
 {
     auto& data = text.data_ptr();
     // A literal's characters can't be written to.
@@ -15,19 +18,5 @@ void overwrite(Text& text)
     text.clear();
 }
 
-} // namespace
-
-QString SecretText::copy(const QString& text)
-{
-    return QString(text.constData(), text.size());
-}
-
-void SecretText::wipe(QString& text)
-{
-    overwrite(text);
-}
-
-void SecretText::wipe(QByteArray& text)
-{
-    overwrite(text);
-}
+template void SecretText::wipe(QString& text);
+template void SecretText::wipe(QByteArray& text);

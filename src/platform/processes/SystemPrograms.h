@@ -11,9 +11,9 @@ inline constexpr QStringView kBash = u"/bin/bash";
 inline constexpr QStringView kSudo = u"/usr/bin/sudo";
 inline constexpr QStringView kEcho = u"/bin/echo";
 inline constexpr QStringView kRm = u"/bin/rm";
+inline constexpr QStringView kSu = u"/bin/su";
 
-// These lie in different places on different systems; the first is taken that exists.
-[[nodiscard]] QString chown(); // "/usr/sbin/chown" or "/usr/bin/chown"
-[[nodiscard]] QString su();    // "/usr/bin/su" or "/bin/su"
+// "/usr/sbin/chown" where that exists, else "/usr/bin/chown".
+[[nodiscard]] QString chown();
 
 } // namespace SystemPrograms
