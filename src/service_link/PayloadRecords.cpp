@@ -7,151 +7,120 @@
 #include <QVariant>
 
 #include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// Reads the fields of one record, and notes whether one is missing or of another type.
-class Fields {
-public:
-    explicit Fields(QJsonObject object) : m_object(std::move(object)) {}
+// Each reads a value into a field; false where it is of another type.
 
-    static Fields ofText(QStringView json)
-    {
-        const auto object = Json::read(json.toUtf8()).object;
-        Fields fields(object.value_or(QJsonObject()));
-        fields.m_isValid = object.has_value();
-        return fields;
-    }
-
-    QString text(QLatin1String key) { return checked(key, &QJsonValue::isString).toString(); }
-
-    bool boolean(QLatin1String key) { return checked(key, &QJsonValue::isBool).toBool(); }
-
-    QJsonArray array(QLatin1String key) { return checked(key, &QJsonValue::isArray).toArray(); }
-
-    qint64 integer(QLatin1String key)
-    {
-        const QJsonValue value = checked(key, &QJsonValue::isDouble);
-        // toInteger() returns the given default for a number that is no integer. An integer beyond
-        // 64 bits was read as a real number, and one just below the range is rounded to the
-        // smallest integer.
-        const qint64 number = value.toInteger(0);
-        const bool isBelowRange = number == std::numeric_limits<qint64>::min() &&
-                                  value.toVariant().typeId() == QMetaType::Double;
-        m_isValid = m_isValid && number == value.toInteger(1) && !isBelowRange;
-        return number;
-    }
-
-    // Absent and null are none.
-    std::optional<double> optionalNumber(QLatin1String key)
-    {
-        const QJsonValue value = m_object.value(key);
-        if (value.isUndefined() || value.isNull()) {
-            return std::nullopt;
-        }
-        m_isValid = m_isValid && value.isDouble();
-        return value.toDouble();
-    }
-
-    template <typename Record>
-    std::optional<Record> ifValid(Record record) const
-    {
-        return m_isValid ? std::optional(std::move(record)) : std::nullopt;
-    }
-
-private:
-    QJsonValue checked(QLatin1String key, bool (QJsonValue::*hasType)() const)
-    {
-        QJsonValue value = m_object.value(key);
-        m_isValid = m_isValid && (value.*hasType)();
-        return value;
-    }
-
-    QJsonObject m_object;
-    bool m_isValid = true;
-};
-
-std::optional<SessionInfo> decodeSession(const QJsonValue& value)
+bool read(const QJsonValue& value, QString& field)
 {
-    if (!value.isObject()) {
-        return std::nullopt;
+    field = value.toString();
+    return value.isString();
+}
+
+bool read(const QJsonValue& value, bool& field)
+{
+    field = value.toBool();
+    return value.isBool();
+}
+
+bool read(const QJsonValue& value, qint64& field)
+{
+    // toInteger() returns the given default for a number that is no integer. An integer beyond
+    // 64 bits was read as a real number, and one just below the range is rounded to the smallest
+    // integer.
+    field = value.toInteger(0);
+    const bool isBelowRange = field == std::numeric_limits<qint64>::min() &&
+                              value.toVariant().typeId() == QMetaType::Double;
+    return field == value.toInteger(1) && !isBelowRange;
+}
+
+// Absent and null are none.
+bool read(const QJsonValue& value, std::optional<double>& field)
+{
+    if (value.isDouble()) {
+        field = value.toDouble();
     }
-    Fields fields(value.toObject());
-    SessionInfo session;
-    session.session = fields.integer("session"_L1);
-    session.remoteDevice = fields.text("remoteDevice"_L1);
-    session.remoteControlUser = fields.text("remoteControlUser"_L1);
-    session.sessionDate = fields.optionalNumber("sessionDate"_L1);
-    return fields.ifValid(std::move(session));
+    return value.isDouble() || value.isUndefined() || value.isNull();
+}
+
+bool read(const QJsonValue& value, QList<SessionInfo>& sessions);
+
+template <typename Record, typename... Types>
+bool readFields(const QJsonValue& value, Record& record,
+                const std::pair<QLatin1StringView, Types Record::*>&... fields)
+{
+    return value.isObject() && (read(value[fields.first], record.*fields.second) && ...);
+}
+
+bool read(const QJsonValue& value, QList<SessionInfo>& sessions)
+{
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue& entry : array) {
+        SessionInfo session;
+        if (!readFields(entry, session, std::pair("session"_L1, &SessionInfo::session),
+                        std::pair("remoteDevice"_L1, &SessionInfo::remoteDevice),
+                        std::pair("remoteControlUser"_L1, &SessionInfo::remoteControlUser),
+                        std::pair("sessionDate"_L1, &SessionInfo::sessionDate))) {
+            return false;
+        }
+        sessions.append(session);
+    }
+    return value.isArray();
+}
+
+template <typename Record, typename... Types>
+std::optional<Record> decode(QStringView json,
+                             const std::pair<QLatin1StringView, Types Record::*>&... fields)
+{
+    Record record;
+    const auto object = Json::read(json.toUtf8()).object;
+    return object && readFields(*object, record, fields...) ? std::optional(std::move(record))
+                                                            : std::nullopt;
 }
 
 } // namespace
 
 std::optional<Message> decode_message(QStringView jsonData)
 {
-    Fields fields = Fields::ofText(jsonData);
-    Message message;
-    message.from = fields.text("from"_L1);
-    message.text = fields.text("text"_L1);
-    message.timeout = fields.integer("timeout"_L1);
-    message.icon = fields.integer("icon"_L1);
-    return fields.ifValid(std::move(message));
+    return decode(jsonData, std::pair("from"_L1, &Message::from),
+                  std::pair("text"_L1, &Message::text), std::pair("timeout"_L1, &Message::timeout),
+                  std::pair("icon"_L1, &Message::icon));
 }
 
 std::optional<StatusInfo> decode_status(QStringView jsonData)
 {
-    Fields fields = Fields::ofText(jsonData);
-    StatusInfo status;
-    status.accountIsValid = fields.boolean("accountIsValid"_L1);
-    status.gateway = fields.text("gateway"_L1);
-    status.sessionId = fields.text("sessionId"_L1);
-    const QJsonArray sessions = fields.array("sessions"_L1);
-    for (const QJsonValue& value : sessions) {
-        auto session = decodeSession(value);
-        if (!session) {
-            return std::nullopt;
-        }
-        status.sessions.append(*std::move(session));
-    }
-    return fields.ifValid(std::move(status));
+    return decode(jsonData, std::pair("accountIsValid"_L1, &StatusInfo::accountIsValid),
+                  std::pair("gateway"_L1, &StatusInfo::gateway),
+                  std::pair("sessionId"_L1, &StatusInfo::sessionId),
+                  std::pair("sessions"_L1, &StatusInfo::sessions));
 }
 
 std::optional<ChatMember> decode_chat_member(QStringView jsonData)
 {
-    Fields fields = Fields::ofText(jsonData);
-    ChatMember member;
-    member.context = fields.integer("context"_L1);
-    member.member = fields.text("member"_L1);
-    return fields.ifValid(std::move(member));
+    return decode(jsonData, std::pair("context"_L1, &ChatMember::context),
+                  std::pair("member"_L1, &ChatMember::member));
 }
 
 std::optional<ApplicationInfo> decode_application_info(QStringView jsonData)
 {
-    Fields fields = Fields::ofText(jsonData);
-    ApplicationInfo info;
-    info.session = fields.integer("session"_L1);
-    info.exec = fields.text("exec"_L1);
-    return fields.ifValid(std::move(info));
+    return decode(jsonData, std::pair("session"_L1, &ApplicationInfo::session),
+                  std::pair("exec"_L1, &ApplicationInfo::exec));
 }
 
 std::optional<ChatMessage> decode_chat_message(QStringView jsonData)
 {
-    Fields fields = Fields::ofText(jsonData);
-    ChatMessage message;
-    message.context = fields.integer("context"_L1);
-    message.from = fields.text("from"_L1);
-    message.text = fields.text("text"_L1);
-    return fields.ifValid(std::move(message));
+    return decode(jsonData, std::pair("context"_L1, &ChatMessage::context),
+                  std::pair("from"_L1, &ChatMessage::from),
+                  std::pair("text"_L1, &ChatMessage::text));
 }
 
 std::optional<ConnectionInformation> decode_connection_information(QStringView jsonData)
 {
-    Fields fields = Fields::ofText(jsonData);
-    ConnectionInformation information;
-    information.session = fields.integer("session"_L1);
-    information.deviceName = fields.text("deviceName"_L1);
-    information.controlName = fields.text("controlName"_L1);
-    return fields.ifValid(std::move(information));
+    return decode(jsonData, std::pair("session"_L1, &ConnectionInformation::session),
+                  std::pair("deviceName"_L1, &ConnectionInformation::deviceName),
+                  std::pair("controlName"_L1, &ConnectionInformation::controlName));
 }
