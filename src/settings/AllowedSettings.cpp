@@ -11,11 +11,14 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-std::optional<AllowedSettings> decode(const QByteArray& bytes)
+QString allowedSettingsPath()
 {
-    const auto document = Json::read(bytes).object;
+    return FilePaths::preferences(u"gateway.json"_s);
+}
+
+std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
+{
+    const auto document = Json::read(text).object;
     if (!document || !document->value("settings"_L1).isObject()) {
         return std::nullopt;
     }
@@ -42,20 +45,7 @@ std::optional<AllowedSettings> decode(const QByteArray& bytes)
     } else if (!shows.isUndefined() && !shows.isNull()) {
         return std::nullopt;
     }
-    return result;
-}
-
-} // namespace
-
-QString allowedSettingsPath()
-{
-    return FilePaths::preferences(u"gateway.json"_s);
-}
-
-std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
-{
-    const auto settings = decode(text);
-    return settings ? std::optional(settings->settings) : std::nullopt;
+    return data;
 }
 
 std::optional<AllowedData> readAllowedSettings()

@@ -86,13 +86,3 @@ void OemOptions::add(const QString& file)
         }
     }
 }
-
-std::optional<quint16> OemOptions::port() const
-{
-    return value<quint16>(u"port"_s);
-}
-
-QStringList OemOptions::serviceAccounts() const
-{
-    return value<QStringList>(u"service_accounts"_s).value_or(QStringList());
-}

@@ -31,17 +31,14 @@ public:
 
     // None where the key is missing. "oemName", "oemCompany" are texts,
     // "disconnected_icon_visible", "allow_to_leave_chat", "show_connection_detail",
-    // "show_platform", "show_agent_type" and "enable_change" are booleans.
+    // "show_platform", "show_agent_type" and "enable_change" are booleans, "port" is from 1 to
+    // 65535, and "service_accounts" are names of accounts that may be the service besides root.
     template <typename Type>
     [[nodiscard]] std::optional<Type> value(const QString& key) const
     {
         const auto found = m_values.constFind(key);
         return found != m_values.cend() ? std::optional(found->value<Type>()) : std::nullopt;
     }
-    // From 1 to 65535.
-    [[nodiscard]] std::optional<quint16> port() const;
-    // Names of accounts that may be the service besides root. Empty where the key is missing.
-    [[nodiscard]] QStringList serviceAccounts() const;
 
     [[nodiscard]] const QList<Complaint>& complaints() const { return m_complaints; }
 

@@ -7,7 +7,8 @@ using namespace Qt::StringLiterals;
 
 ServiceAccounts::ServiceAccounts(const OemOptions& options)
 {
-    for (const QString& name : options.serviceAccounts()) {
+    const auto names = options.value<QStringList>(u"service_accounts"_s);
+    for (const QString& name : names.value_or(QStringList())) {
         if (const auto uid = Account::numberOf(name)) {
             m_uids.append(*uid);
         } else {

@@ -26,5 +26,5 @@ PortArgument PortArgument::of(const QStringList& arguments)
 quint16 servicePort(const QStringList& arguments, const OemOptions& options)
 {
     const auto port = PortArgument::of(arguments).port;
-    return port ? *port : options.port().value_or(kUsualServicePort);
+    return port ? *port : options.value<quint16>(u"port"_s).value_or(kUsualServicePort);
 }

@@ -64,19 +64,16 @@ std::optional<BackendSettings> read_BackendSettingsPlist(const QString& path)
 
 QString settingsPropertyList(const BackendSettings& settings)
 {
-    const auto string = [](const QString& value) {
-        return "    <string>"_L1 + value + "</string>\n"_L1;
-    };
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    return u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
            "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
            "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
            "<plist version=\"1.0\">\n"
            "<dict>\n"
-           "    <key>managed</key>\n"_L1 +
-           QLatin1StringView(settings.managed ? "    <true/>\n" : "    <false/>\n") +
-           "    <key>sessionCode</key>\n"_L1 + string(settings.sessionCode) +
-           "    <key>accountID</key>\n"_L1 + string(settings.accountId) +
-           "    <key>platform</key>\n"_L1 + string(settings.platform) +
+           "    <key>managed</key>\n    <%1/>\n"
+           "    <key>sessionCode</key>\n    <string>%2</string>\n"
+           "    <key>accountID</key>\n    <string>%3</string>\n"
+           "    <key>platform</key>\n    <string>%4</string>\n"
            "</dict>\n"
-           "</plist>"_L1;
+           "</plist>"_s.arg(settings.managed ? u"true"_s : u"false"_s, settings.sessionCode,
+                            settings.accountId, settings.platform);
 }
