@@ -1,7 +1,6 @@
 #include "records/Activity.h"
 
 #include <algorithm>
-#include <iterator>
 
 void ActivityList::add(const Activity& activity)
 {
@@ -22,27 +21,18 @@ void ActivityList::add(const Activity& activity)
 
 void ActivityList::finish(quint64 command, qint64 status)
 {
-    const auto found =
-        std::find_if(m_all.rbegin(), m_all.rend(), [command](const Activity& activity) {
-            return activity.kind == Activity::Kind::Command && activity.command == command;
-        });
-    if (found != m_all.rend()) {
-        found->status = status;
+    for (Activity& activity : m_all) {
+        if (activity.kind == Activity::Kind::Command && activity.command == command) {
+            activity.status = status;
+        }
     }
 }
 
 QList<Activity> ActivityList::unseen() const
 {
-    QList<Activity> found;
-    std::copy_if(m_all.cbegin(), m_all.cend(), std::back_inserter(found),
-                 [](const Activity& activity) { return activity.isUnseen; });
+    QList<Activity> found = m_all;
+    found.removeIf([](const Activity& activity) { return !activity.isUnseen; });
     return found;
-}
-
-bool ActivityList::hasUnseen() const
-{
-    return std::any_of(m_all.cbegin(), m_all.cend(),
-                       [](const Activity& activity) { return activity.isUnseen; });
 }
 
 void ActivityList::markSeen()

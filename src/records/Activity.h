@@ -35,7 +35,6 @@ public:
     // How many older ones were dropped.
     [[nodiscard]] qint64 dropped() const { return m_dropped; }
     [[nodiscard]] QList<Activity> unseen() const;
-    [[nodiscard]] bool hasUnseen() const;
     void markSeen();
 
 private:
