@@ -40,7 +40,7 @@ void sendLine(qint32 token, const QString& text)
 void reportClosed(qint32 token)
 {
     printLog(u"close chat: "_s + QString::number(token));
-    AppDelegate::send(Protocol::closeChat(token));
+    AppDelegate::send(Protocol::message(Protocol::kCloseChat, token));
 }
 
 // Takes away every window of the chat. Each may be in the middle of its button's click.

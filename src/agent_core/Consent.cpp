@@ -11,7 +11,7 @@ bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlN
 {
     const bool isLocked = ConsoleSession::screen() == ConsoleSession::Screen::Locked;
     if (isLocked) {
-        send(Protocol::acceptConnection(session));
+        send(Protocol::message(Protocol::kAcceptConnection, session));
         post([session, controlName] {
             Q_EMIT state().events.requestAccepted(Names::inSession(controlName, session));
         });
@@ -30,7 +30,8 @@ void AppDelegate::userAcknowledgeRequest(qint64 session, const QString& server,
 
 void AppDelegate::acknowledgementAnswered(qint64 session, bool isAccepted)
 {
-    send(isAccepted ? Protocol::acceptConnection(session) : Protocol::declineConnection(session));
+    send(isAccepted ? Protocol::message(Protocol::kAcceptConnection, session)
+                    : Protocol::message(Protocol::kDeclineConnection, session));
 }
 
 void AppDelegate::closeAcknowledgement()

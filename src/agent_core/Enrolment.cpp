@@ -212,7 +212,7 @@ void AppDelegate::finishApply()
 {
     window->setBusy(false);
     closeSettings();
-    send(Protocol::requestRestart());
+    send(Protocol::message(Protocol::kRequestRestart));
     // The service needs a moment to leave and come back with the new settings, whether it got the
     // request or not. Until then nobody changes them again; the rest of the agent goes on.
     m_restartWait.start(Intervals::current().restartRequest);

@@ -218,7 +218,7 @@ void AppDelegate::startTimers()
 void AppDelegate::requestStatus()
 {
     printLog(u"request status in case it is not updated."_s);
-    send(Protocol::requestConnectionsStatus());
+    send(Protocol::message(Protocol::kRequestConnectionsStatus));
 }
 
 void AppDelegate::updateUser()
@@ -238,7 +238,7 @@ void AppDelegate::updateUser()
 void AppDelegate::quitDisplay()
 {
     if (!options.restart_daemon_at_close_only) {
-        send(Protocol::requestRestart());
+        send(Protocol::message(Protocol::kRequestRestart));
     }
     applicationWillTerminate();
 }
@@ -263,7 +263,7 @@ void AppDelegate::applicationWillTerminate()
     const auto end = std::chrono::steady_clock::now() + Intervals::current().restartRequest;
     const bool asksForRestart = options.restart_daemon_at_close_only && !isAtLoginWindow();
     if (asksForRestart) {
-        send(Protocol::requestRestart());
+        send(Protocol::message(Protocol::kRequestRestart));
     }
     RemoteCommands::endRunning();
     if (asksForRestart) {

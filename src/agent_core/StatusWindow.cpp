@@ -12,7 +12,7 @@ namespace {
 // Reads texts and logo anew, asks the service for the status, and redraws.
 void refreshWindow(ConnectionStatus& window)
 {
-    AppDelegate::send(Protocol::requestConnectionsStatus());
+    AppDelegate::send(Protocol::message(Protocol::kRequestConnectionsStatus));
     window.refresh();
     window.config();
 }
@@ -106,13 +106,13 @@ void AppDelegate::endSession(qint64 session)
     for (ChatController* const chat : std::as_const(state().chats)) {
         if (chat->session == session) {
             chat->end();
-            send(Protocol::closeChat(chat->token));
+            send(Protocol::message(Protocol::kCloseChat, chat->token));
         }
     }
-    send(Protocol::disconnectSession(session));
+    send(Protocol::message(Protocol::kDisconnectSession, session));
 }
 
 void AppDelegate::requestChatOf(qint64 session)
 {
-    send(Protocol::chatRequest(session));
+    send(Protocol::message(Protocol::kChatRequest, session));
 }

@@ -144,7 +144,7 @@ void execute(const Received& received, RemoteCommands::Started (*start)(const QS
     printLog(u"get= "_s + received.payload.toString());
     const auto info = decode_application_info(received.payload);
     if (!info) {
-        AppDelegate::send(Protocol::resultCommandFailedToRead());
+        AppDelegate::send(Protocol::message(Protocol::kResultCommandFailedToRead));
         return;
     }
     static quint64 lastCommand = 0; // of this run; only the link's thread comes here

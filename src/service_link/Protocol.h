@@ -37,18 +37,21 @@ inline constexpr QStringView kStatus = u"status=";
 // alone.
 [[nodiscard]] std::optional<QStringView> payloadOf(QStringView command, QStringView message);
 
-// To the service: whole messages, with the "#####". It does not occur again in any of them, and
+// To the service.
+inline constexpr QStringView kRequestConnectionsStatus = u"request=connections_status";
+inline constexpr QStringView kRequestRestart = u"request=restart";
+inline constexpr QStringView kAcceptConnection = u"accept_connection=";
+inline constexpr QStringView kDeclineConnection = u"decline_connection=";
+inline constexpr QStringView kDisconnectSession = u"disconnect_session=";
+inline constexpr QStringView kChatRequest = u"chat_request=";
+inline constexpr QStringView kResultCommandFailedToRead = u"result_command_failed_to_read";
+
+// Whole messages to the service, with the "#####". It does not occur again in any of them, and
 // none ends in "#", whatever a name or a chat's line holds.
-[[nodiscard]] QString requestConnectionsStatus();
-[[nodiscard]] QString requestRestart();
+[[nodiscard]] QString message(QStringView command);
+[[nodiscard]] QString message(QStringView command, qint64 number);
 [[nodiscard]] QString updateUser(const QString& name);
-[[nodiscard]] QString acceptConnection(qint64 session);
-[[nodiscard]] QString declineConnection(qint64 session);
-[[nodiscard]] QString disconnectSession(qint64 session);
-[[nodiscard]] QString closeChat(qint32 token);
-[[nodiscard]] QString chatRequest(qint64 session);
 [[nodiscard]] QString sendChat(const QString& json);
 [[nodiscard]] QString resultCommand(qint64 session, qint64 status);
-[[nodiscard]] QString resultCommandFailedToRead();
 
 } // namespace Protocol
