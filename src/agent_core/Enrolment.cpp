@@ -13,19 +13,18 @@
 
 #include <utility>
 
-// A name and password that are being checked, overwritten when nobody waits for the result any
-// more.
-struct CredentialCheck {
-    CredentialCheck(const QString& name, const QString& typed)
-        : username(name), password(SecretText::copy(typed))
-    {}
-    ~CredentialCheck() { SecretText::wipe(password); }
-    CredentialCheck(const CredentialCheck&) = delete;
-    CredentialCheck& operator=(const CredentialCheck&) = delete;
+namespace {
 
-    QString username;
-    QString password;
-};
+// A name and a copy of the password, which is overwritten with the last pointer.
+std::shared_ptr<Credentials> keep(const QString& username, const QString& password)
+{
+    return {new Credentials{username, SecretText::copy(password)}, [](Credentials* credentials) {
+                SecretText::wipe(credentials->password);
+                delete credentials;
+            }};
+}
+
+} // namespace
 
 void AppDelegate::setUI()
 {
@@ -134,9 +133,9 @@ void AppDelegate::unlockSettings()
 // Takes seconds. The result counts only where the person has not cancelled meanwhile.
 void AppDelegate::checkCredentials(const QString& username, const QString& password)
 {
-    m_check = std::make_shared<CredentialCheck>(username, password);
+    m_check = keep(username, password);
     Worker::run([self = QPointer(this), check = m_check] {
-        const bool isRight = authenticateLocalAdminUser(check->username, check->password, false);
+        const bool isRight = authenticateLocalAdminUser(check->user, check->password, false);
         post([self, check, isRight] {
             if (self && self->m_check == check) {
                 self->finishCheck(*check, isRight);
@@ -145,11 +144,11 @@ void AppDelegate::checkCredentials(const QString& username, const QString& passw
     });
 }
 
-void AppDelegate::finishCheck(const CredentialCheck& check, bool isRight)
+void AppDelegate::finishCheck(const Credentials& check, bool isRight)
 {
     state().access->finishCheck(isRight);
     if (isRight) {
-        state().user = check.username;
+        state().user = check.user;
         SecretText::wipe(state().pwd);
         state().pwd = SecretText::copy(check.password);
         enableSettings();
@@ -159,13 +158,8 @@ void AppDelegate::finishCheck(const CredentialCheck& check, bool isRight)
     m_check.reset();
 }
 
-void AppDelegate::cancelAction()
-{
-    closeSettings();
-}
-
 // Closes the question for a password, too.
-void AppDelegate::closeSettings()
+void AppDelegate::cancelAction()
 {
     state().access->cancelAction();
     settingsWindow().hide();
@@ -192,14 +186,12 @@ void AppDelegate::applyAction()
         break;
     }
     if (stored == entries) {
-        closeSettings();
+        cancelAction();
         return;
     }
     window->setBusy(true);
-    Worker::run([self = QPointer(this), entries,
-                 credentials = Credentials{state().user, SecretText::copy(state().pwd)}]() mutable {
-        PrivilegedSettings::replace(credentials, entries);
-        SecretText::wipe(credentials.password);
+    Worker::run([self = QPointer(this), entries, credentials = keep(state().user, state().pwd)] {
+        PrivilegedSettings::replace(*credentials, entries);
         post([self] {
             if (self) {
                 self->finishApply();
@@ -211,7 +203,7 @@ void AppDelegate::applyAction()
 void AppDelegate::finishApply()
 {
     window->setBusy(false);
-    closeSettings();
+    cancelAction();
     send(Protocol::message(Protocol::kRequestRestart));
     // The service needs a moment to leave and come back with the new settings, whether it got the
     // request or not. Until then nobody changes them again; the rest of the agent goes on.

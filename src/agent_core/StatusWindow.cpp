@@ -111,8 +111,3 @@ void AppDelegate::endSession(qint64 session)
     }
     send(Protocol::message(Protocol::kDisconnectSession, session));
 }
-
-void AppDelegate::requestChatOf(qint64 session)
-{
-    send(Protocol::message(Protocol::kChatRequest, session));
-}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent_state/AgentState.h"
+#include "records/SessionInfo.h"
 #include "service_link/Client.h"
 #include "service_link/PayloadRecords.h"
 
@@ -14,7 +15,7 @@
 #include <optional>
 
 class SettingsWindow;
-struct CredentialCheck;
+struct Credentials;
 
 // The agent itself: what it does when the service reports something, when the user does something,
 // and when time has passed. Its state is in AgentState.h.
@@ -105,9 +106,8 @@ public:
     static void showConnectionLater(bool loop);
     static void stopShowConnectionLater();
     static void closeConnectionStatus();
-    // The window's buttons: the user ends a session, or asks its operator for a chat.
+    // The window's button: the user ends a session.
     static void endSession(qint64 session);
-    static void requestChatOf(qint64 session);
 
     // --- StatusBar.cpp ---
 
@@ -187,14 +187,13 @@ private:
 
     SettingsWindow& settingsWindow();
     void prepareSettingsWindow();
-    void closeSettings();
     void finishApply();
     void checkCredentials(const QString& username, const QString& password);
-    void finishCheck(const CredentialCheck& check, bool isRight);
+    void finishCheck(const Credentials& check, bool isRight);
 
     const ClientConnection::CheckMessage m_checkMessage;
-    std::shared_ptr<CredentialCheck> m_check; // whose result is waited for
-    QTimer m_restartWait;                     // after new settings
+    std::shared_ptr<Credentials> m_check; // whose result is waited for
+    QTimer m_restartWait;                 // after new settings
     bool m_opensSettingsAfterRestartWait = false;
     QPointer<QMenu> MainMenu; // the application's own menu; this desktop's have none
 };

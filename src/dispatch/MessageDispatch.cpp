@@ -5,6 +5,7 @@
 #include "logging/Logs.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
+#include "records/SessionInfo.h"
 #include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
@@ -22,19 +23,20 @@ struct Received {
     ClientConnection::Handled& result;
 };
 
-// Posts an operation with the record, where there is one.
-template <typename Record>
-void post(const std::optional<Record>& record, void (*operation)(const Record&))
+// Posts an operation with what was decoded, where it was.
+template <typename Value, typename Parameter>
+void post(const std::optional<Value>& value, void (*operation)(Parameter))
 {
-    if (record) {
-        AppDelegate::post([operation, value = *record] { operation(value); });
+    if (value) {
+        AppDelegate::post([operation, decoded = *value] { operation(decoded); });
     }
 }
 
-void disconnectedGateway(const Received&)
+// A payload, decoded, is what the operation takes.
+template <auto decode, auto operation>
+void pass(const Received& received)
 {
-    printLog(u"gateway not connected"_s);
-    AppDelegate::post(&AppDelegate::gatewayDisconnected);
+    post(decode(received.payload), operation);
 }
 
 void disconnectAllSessions(const Received& received)
@@ -43,11 +45,6 @@ void disconnectAllSessions(const Received& received)
     received.result.awaited = Worker::start([] {
         MainQueue::postAndWait(AppDelegate::whileRunning(&AppDelegate::allSessionsDisconnected));
     });
-}
-
-void accountInvalid(const Received&)
-{
-    AppDelegate::post(&AppDelegate::accountInvalid);
 }
 
 void userAcknowledgement(const Received& received)
@@ -66,13 +63,6 @@ void userAcknowledgement(const Received& received)
     received.result.awaited = Worker::start(ask);
 }
 
-void disconnectedGatewayReason(const Received& received)
-{
-    printLog(u"gateway not connected"_s);
-    printLog(u"gateway not connected: "_s + received.payload.toString());
-    AppDelegate::post(&AppDelegate::gatewayDisconnected);
-}
-
 void connectedSession(const Received& received)
 {
     printLog(received.text);
@@ -82,25 +72,6 @@ void connectedSession(const Received& received)
                                   sessionDateNow()};
         AppDelegate::post([session] { AppDelegate::sessionConnected(session); });
     }
-}
-
-void disconnectedSession(const Received& received)
-{
-    printLog(u"session not connected"_s);
-    if (const auto session = parseInteger64(received.payload)) {
-        AppDelegate::post([number = *session] { AppDelegate::sessionDisconnected(number); });
-    }
-}
-
-void closeAcknowledgement(const Received& received)
-{
-    printLog(received.text);
-    AppDelegate::post(&AppDelegate::closeAcknowledgement);
-}
-
-void receiveMessage(const Received& received)
-{
-    post(decode_message(received.payload), &AppDelegate::showMessageInbox);
 }
 
 void requestChat(const Received& received)
@@ -117,29 +88,10 @@ void requestChat(const Received& received)
     }
 }
 
-void closeChat(const Received& received)
-{
-    if (const auto token = parseInteger32(received.payload)) {
-        AppDelegate::post([chat = *token] { AppDelegate::closeChat(chat); });
-    }
-}
+quint64 lastCommand = 0; // of this run; only the link's thread uses it
 
-void receiveChat(const Received& received)
-{
-    post(decode_chat_message(received.payload), &AppDelegate::receiveChat);
-}
-
-void chatJoinedMember(const Received& received)
-{
-    post(decode_chat_member(received.payload), &AppDelegate::chatMemberJoined);
-}
-
-void chatLeftMember(const Received& received)
-{
-    post(decode_chat_member(received.payload), &AppDelegate::chatMemberLeft);
-}
-
-void execute(const Received& received, RemoteCommands::Started (*start)(const QString&))
+template <RemoteCommands::Started (*start)(const QString&)>
+void execute(const Received& received)
 {
     printLog(u"get= "_s + received.payload.toString());
     const auto info = decode_application_info(received.payload);
@@ -147,7 +99,6 @@ void execute(const Received& received, RemoteCommands::Started (*start)(const QS
         AppDelegate::send(Protocol::message(Protocol::kResultCommandFailedToRead));
         return;
     }
-    static quint64 lastCommand = 0; // of this run; only the link's thread comes here
     const quint64 command = ++lastCommand;
     AppDelegate::post([command, text = info->exec] { AppDelegate::commandBegan(command, text); });
     RemoteCommands::Started started = start(info->exec);
@@ -159,30 +110,6 @@ void execute(const Received& received, RemoteCommands::Started (*start)(const QS
     };
 }
 
-void executeCommand(const Received& received)
-{
-    execute(received, &RemoteCommands::executeCommand);
-}
-
-void executeApplication(const Received& received)
-{
-    execute(received, &RemoteCommands::executeApplication);
-}
-
-void connectedGateway(const Received& received)
-{
-    printLog(u"gateway connected"_s);
-    AppDelegate::post(
-        [name = received.payload.toString()] { AppDelegate::gatewayConnected(name); });
-}
-
-void status(const Received& received)
-{
-    printLog(u"status received"_s);
-    AppDelegate::post(
-        [status = decode_status(received.payload)] { AppDelegate::statusReceived(status); });
-}
-
 struct Entry {
     QStringView command;
     void (*handle)(const Received&);
@@ -190,24 +117,52 @@ struct Entry {
 
 // The first that matches handles the message.
 constexpr Entry kEntries[] = {
-    {Protocol::kDisconnectedGateway, &disconnectedGateway},
+    {Protocol::kDisconnectedGateway,
+     [](const Received&) {
+         printLog(u"gateway not connected"_s);
+         AppDelegate::post(&AppDelegate::gatewayDisconnected);
+     }},
     {Protocol::kDisconnectAllSessions, &disconnectAllSessions},
-    {Protocol::kAccountInvalid, &accountInvalid},
+    {Protocol::kAccountInvalid,
+     [](const Received&) { AppDelegate::post(&AppDelegate::accountInvalid); }},
     {Protocol::kUserAcknowledgement, &userAcknowledgement},
-    {Protocol::kDisconnectedGatewayReason, &disconnectedGatewayReason},
+    {Protocol::kDisconnectedGatewayReason,
+     [](const Received& received) {
+         printLog(u"gateway not connected"_s);
+         printLog(u"gateway not connected: "_s + received.payload.toString());
+         AppDelegate::post(&AppDelegate::gatewayDisconnected);
+     }},
     {Protocol::kConnectedSession, &connectedSession},
-    {Protocol::kDisconnectedSession, &disconnectedSession},
-    {Protocol::kCloseAcknowledgement, &closeAcknowledgement},
-    {Protocol::kReceiveMessage, &receiveMessage},
+    {Protocol::kDisconnectedSession,
+     [](const Received& received) {
+         printLog(u"session not connected"_s);
+         post(parseInteger64(received.payload), &AppDelegate::sessionDisconnected);
+     }},
+    {Protocol::kCloseAcknowledgement,
+     [](const Received& received) {
+         printLog(received.text);
+         AppDelegate::post(&AppDelegate::closeAcknowledgement);
+     }},
+    {Protocol::kReceiveMessage, &pass<&decode_message, &AppDelegate::showMessageInbox>},
     {Protocol::kRequestChat, &requestChat},
-    {Protocol::kCloseChat, &closeChat},
-    {Protocol::kReceiveChat, &receiveChat},
-    {Protocol::kChatJoinedMember, &chatJoinedMember},
-    {Protocol::kChatLeftMember, &chatLeftMember},
-    {Protocol::kExecuteCommand, &executeCommand},
-    {Protocol::kExecuteApplication, &executeApplication},
-    {Protocol::kConnectedGateway, &connectedGateway},
-    {Protocol::kStatus, &status},
+    {Protocol::kCloseChat, &pass<&parseInteger32, &AppDelegate::closeChat>},
+    {Protocol::kReceiveChat, &pass<&decode_chat_message, &AppDelegate::receiveChat>},
+    {Protocol::kChatJoinedMember, &pass<&decode_chat_member, &AppDelegate::chatMemberJoined>},
+    {Protocol::kChatLeftMember, &pass<&decode_chat_member, &AppDelegate::chatMemberLeft>},
+    {Protocol::kExecuteCommand, &execute<&RemoteCommands::executeCommand>},
+    {Protocol::kExecuteApplication, &execute<&RemoteCommands::executeApplication>},
+    {Protocol::kConnectedGateway,
+     [](const Received& received) {
+         printLog(u"gateway connected"_s);
+         AppDelegate::post(
+             [name = received.payload.toString()] { AppDelegate::gatewayConnected(name); });
+     }},
+    {Protocol::kStatus,
+     [](const Received& received) {
+         printLog(u"status received"_s);
+         AppDelegate::post(
+             [status = decode_status(received.payload)] { AppDelegate::statusReceived(status); });
+     }},
 };
 
 } // namespace
