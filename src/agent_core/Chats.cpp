@@ -60,24 +60,20 @@ bool makeRoom()
     if (chats.size() < kMostChats) {
         return true;
     }
-    using Rule = bool (*)(const ChatController*);
-    const Rule hasEnded = [](const ChatController* chat) { return chat->hasEnded(); };
-    const Rule isClosed = [](const ChatController* chat) { return !chat->position(); };
-    for (const Rule rule : {hasEnded, isClosed}) {
-        const auto canGo = [rule](const ChatController* chat) {
+    for (const bool mustHaveEnded : {true, false}) {
+        for (const ChatController* const chat : chats) {
             const auto windows = chatsOf(chat->token);
-            return std::all_of(windows.cbegin(), windows.cend(), [rule](const auto* window) {
-                return rule(window) && !window->isInUse();
-            });
-        };
-        const auto oldest = std::find_if(chats.cbegin(), chats.cend(), canGo);
-        if (oldest != chats.cend()) {
-            const qint32 token = (*oldest)->token;
-            if ((*oldest)->position()) {
-                reportClosed(token); // else the service has been told
+            const auto canGo = [mustHaveEnded](const ChatController* window) {
+                return (mustHaveEnded ? window->hasEnded() : !window->position()) &&
+                       !window->isInUse();
+            };
+            if (std::all_of(windows.cbegin(), windows.cend(), canGo)) {
+                if (chat->position()) {
+                    reportClosed(chat->token); // else the service has been told
+                }
+                removeChat(chat->token);
+                return true;
             }
-            removeChat(token);
-            return true;
         }
     }
     return false;
