@@ -14,8 +14,6 @@
 #include <QAction>
 #include <QMenu>
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 using Kind = Activity::Kind;
 
@@ -24,15 +22,12 @@ namespace {
 // What the list of what happened follows.
 void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& events)
 {
-    using Signal = void (SessionList::*)(const SessionInfo&);
-    for (const auto& [signal, kind] :
-         {std::pair<Signal, Kind>(&SessionList::began, Kind::SessionBegan),
-          {&SessionList::hasNotEnded, Kind::SessionNotEnded},
-          {&SessionList::ended, Kind::SessionEnded}}) {
-        QObject::connect(&sessions, signal, log, [log, kind = kind](const SessionInfo& session) {
-            log->note(kind, session.remoteControlUser);
-        });
-    }
+    const auto note = [log](Kind kind) {
+        return [=](const SessionInfo& session) { log->note(kind, session.remoteControlUser); };
+    };
+    QObject::connect(&sessions, &SessionList::began, log, note(Kind::SessionBegan));
+    QObject::connect(&sessions, &SessionList::hasNotEnded, log, note(Kind::SessionNotEnded));
+    QObject::connect(&sessions, &SessionList::ended, log, note(Kind::SessionEnded));
     QObject::connect(&events, &AgentEvents::requestAccepted, log,
                      [log](const QString& name) { log->note(Kind::RequestAccepted, name); });
     QObject::connect(&events, &AgentEvents::commandBegan, log,
@@ -65,17 +60,12 @@ void showWayTo(ActivityLog* log, QMenu& menu, ConnectionStatus* status)
 void open(Notifications::Place place, ActivityLog& log)
 {
     WindowActivation::noteAction(0); // the click does not say when it was
-    switch (place) {
-    case Notifications::Place::Question:
+    if (place == Notifications::Place::Question) {
         AppDelegate::state().userAcknowledge->present();
-        break;
-    case Notifications::Place::Sessions:
-    case Notifications::Place::Icon:
-        AppDelegate::connectionDisplay();
-        break;
-    case Notifications::Place::Absence:
+    } else if (place == Notifications::Place::Absence) {
         log.show();
-        break;
+    } else {
+        AppDelegate::connectionDisplay();
     }
 }
 

@@ -13,17 +13,6 @@ namespace {
 // More windows than that help nobody, and each costs memory.
 constexpr qsizetype kMostMessages = 20;
 
-void removeMessage(MessageInbox* message)
-{
-    QList<MessageInbox*>& messages = AppDelegate::state().messageInbox;
-    const qsizetype index = messages.indexOf(message);
-    if (index >= 0) {
-        messages.removeAt(index);
-        printLog(u"deleted index=%1"_s.arg(index));
-    }
-    message->deleteLater(); // it may be in the middle of its button's click or its timer's tick
-}
-
 // In the newest message.
 void showNotShown()
 {
@@ -36,8 +25,13 @@ void showNotShown()
 
 void closed(MessageInbox* message, bool isByPerson)
 {
-    removeMessage(message);
     AgentState& state = AppDelegate::state();
+    const qsizetype index = state.messageInbox.indexOf(message);
+    if (index >= 0) {
+        state.messageInbox.removeAt(index);
+        printLog(u"deleted index=%1"_s.arg(index));
+    }
+    message->deleteLater(); // it may be in the middle of its button's click or its timer's tick
     // One that closed by itself may not have been seen: the next one tells again.
     if (state.messageInbox.isEmpty() && isByPerson) {
         state.messagesNotShown = 0;

@@ -79,11 +79,6 @@ public:
     }
 };
 
-QString connectivityLabel(const std::optional<JsonData::Info>& labels)
-{
-    return labels ? labels->MainMenu.connection : u"Connection"_s;
-}
-
 // Changes the item in place: a panel may have the menu open.
 void updateItem(QAction* item, const QString& title, const QString& symbol)
 {
@@ -129,8 +124,7 @@ QString toolTip(const JsonData::Info& labels)
 void AppDelegate::systemTray()
 {
     readStatusIcons();
-    const auto known = labels();
-    const JsonData::Info titles = known.value_or(JsonData::Info());
+    const JsonData::Info titles = labels().value_or(JsonData::Info());
 
     auto item = std::make_unique<StatusItem>(u"vantoryAgent"_s, options.oemName);
     item->setIcon(statusIcon(iconName(state().gatewayConnectionStatus, false)));
@@ -144,7 +138,7 @@ void AppDelegate::systemTray()
             [this] { settings(); });
     addItem(*menu, titles.MainMenu.permissions, Qt::CTRL | Qt::Key_P, u"gear"_s,
             &AppDelegate::permissions);
-    addItem(*menu, connectivityLabel(known), {}, {}, &AppDelegate::connectionDisplay);
+    addItem(*menu, getConnectivityLabel(), {}, {}, &AppDelegate::connectionDisplay);
     menu->addSeparator();
     addItem(*menu, titles.About.about, {}, u"questionmark.circle"_s, &AppDelegate::about);
     item->setMenu(menu.get());
@@ -191,7 +185,8 @@ void AppDelegate::updateToolTip()
 
 QString AppDelegate::getConnectivityLabel()
 {
-    return connectivityLabel(labels());
+    const auto known = labels();
+    return known ? known->MainMenu.connection : u"Connection"_s;
 }
 
 void AppDelegate::cleanMainMenu()
