@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QStringDecoder>
 #include <QtEndian>
 
 #include <cstring>
@@ -15,25 +16,6 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr qsizetype kLongest = 16 * 1024;
-
-// The text's beginning, without the half of a character at its end.
-QByteArray shortened(const QByteArray& text)
-{
-    if (text.size() <= kLongest) {
-        return text;
-    }
-    qsizetype end = kLongest;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
-        --end; // a byte that goes on with a character
-    }
-    return text.first(end);
-}
-
-} // namespace
 
 void Journal::send(Priority priority, const QByteArray& message)
 {
@@ -46,8 +28,11 @@ void Journal::send(Priority priority, const QByteArray& message)
     }
     std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
 
+    constexpr qsizetype kLongest = 16 * 1024;
+    // The decoder keeps half a character at the end to itself.
+    const QByteArray text =
+        QString(QStringDecoder(QStringConverter::Utf8).decode(message.left(kLongest))).toUtf8();
     // With its length before it a message may have lines.
-    const QByteArray text = shortened(message);
     QByteArray length(sizeof(quint64), Qt::Uninitialized);
     qToLittleEndian(static_cast<quint64>(text.size()), length.data());
     const QByteArray entry = "MESSAGE\n" + length + text +
