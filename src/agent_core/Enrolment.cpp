@@ -173,31 +173,26 @@ void AppDelegate::applyAction()
     }
     const BackendSettings entries = window->entries();
     const auto stored = read_BackendSettingsPlist(backendSettingsPath());
-    switch (SettingsRules::complaint(entries)) {
-    case SettingsRules::Complaint::AccountId:
-        window->complain(state().settingsTexts.accountIdErrorTitle,
-                         state().settingsTexts.accountIdErrorMsg);
-        return;
-    case SettingsRules::Complaint::SessionCode:
-        window->complain(state().settingsTexts.sessionCodeErrorTitle,
-                         state().settingsTexts.sessionCodeErrorMsg);
-        return;
-    case SettingsRules::Complaint::None:
-        break;
-    }
-    if (stored == entries) {
+    const auto complaint = SettingsRules::complaint(entries);
+    const SettingsTexts& texts = state().settingsTexts;
+    if (complaint == SettingsRules::Complaint::AccountId) {
+        window->complain(texts.accountIdErrorTitle, texts.accountIdErrorMsg);
+    } else if (complaint == SettingsRules::Complaint::SessionCode) {
+        window->complain(texts.sessionCodeErrorTitle, texts.sessionCodeErrorMsg);
+    } else if (stored == entries) {
         cancelAction();
-        return;
+    } else {
+        window->setBusy(true);
+        Worker::run(
+            [self = QPointer(this), entries, credentials = keep(state().user, state().pwd)] {
+                PrivilegedSettings::replace(*credentials, entries);
+                post([self] {
+                    if (self) {
+                        self->finishApply();
+                    }
+                });
+            });
     }
-    window->setBusy(true);
-    Worker::run([self = QPointer(this), entries, credentials = keep(state().user, state().pwd)] {
-        PrivilegedSettings::replace(*credentials, entries);
-        post([self] {
-            if (self) {
-                self->finishApply();
-            }
-        });
-    });
 }
 
 void AppDelegate::finishApply()
