@@ -3,25 +3,44 @@
 #include "agent_state/AppDelegate.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/WindowActivation.h"
-#include "records/StatusSummary.h"
+#include "records/SessionInfo.h"
 #include "windows/ConnectionStatus.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-StatusSummary summary()
+// JSON text (RFC 8259):
+//   {"running": true, "port": 62188, "linked": true, "gateway": "North",
+//    "sessions": [{"session": 7, "name": "Ann Carter", "device": "Desk 12",
+//                  "began": "2026-03-01T09:30:00Z"}]}
+// "gateway" is empty where it is not known, and "began" (ISO 8601, UTC) then is missing.
+QByteArray status()
 {
     const AgentState& state = AppDelegate::state();
-    StatusSummary summary;
-    summary.isLinked = state.gatewayConnectionStatus;
-    summary.gateway =
-        state.gatewayConnectionStatus ? state.connectionStatus->gateway_name : QString();
-    summary.port = AppDelegate::options.portUI;
+    QJsonArray sessions;
     for (const SessionInfo& session : state.sessions.all()) {
-        summary.sessions.append(
-            {session.session, session.remoteControlUser, session.remoteDevice,
-             session.sessionDate ? sessionDateTime(*session.sessionDate) : QDateTime()});
+        QJsonObject entry{{u"session"_s, session.session},
+                          {u"name"_s, session.remoteControlUser},
+                          {u"device"_s, session.remoteDevice}};
+        const auto date = session.sessionDate;
+        if (const QDateTime began = date ? sessionDateTime(*date) : QDateTime(); began.isValid()) {
+            entry.insert(u"began"_s, began.toString(Qt::ISODate));
+        }
+        sessions.append(entry);
     }
-    return summary;
+    const bool isLinked = state.gatewayConnectionStatus;
+    const QJsonObject status{
+        {u"running"_s, true},
+        {u"port"_s, AppDelegate::options.portUI},
+        {u"linked"_s, isLinked},
+        {u"gateway"_s, isLinked ? state.connectionStatus->gateway_name : QString()},
+        {u"sessions"_s, sessions}};
+    return QJsonDocument(status).toJson(QJsonDocument::Compact);
 }
 
 bool endListedSession(qint64 session)
@@ -43,7 +62,7 @@ void AgentRequests::answer()
                                   AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
                               },
                           .port = [] { return AppDelegate::options.portUI; },
-                          .status = [] { return summary().toJson(); },
+                          .status = &status,
                           .endSession =
                               [](qint64 session) {
                                   return !AppDelegate::isTerminating() && endListedSession(session);

@@ -4,12 +4,14 @@
 #include "command_line/Enrolling.h"
 #include "command_line/Terminal.h"
 #include "platform/bus/RunningAgent.h"
+#include "platform/files/Json.h"
 #include "platform/files/MainBundle.h"
-#include "records/StatusSummary.h"
 #include "settings/ServicePort.h"
 
 #include <QCommandLineParser>
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QLocale>
 
 #include <algorithm>
@@ -51,14 +53,15 @@ int printVersion(const Terminal&, const Invocation&)
     return Terminal::Done;
 }
 
-void printSession(const Terminal& terminal, const StatusSummary::Session& session)
+void printSession(const Terminal& terminal, const QJsonObject& session)
 {
-    const QString who =
-        session.device.isEmpty() ? session.name : session.name + u" ("_s + session.device + u')';
-    const QString began =
-        QLocale::system().toString(session.began.toLocalTime(), QLocale::ShortFormat);
-    terminal.say(session.began.isValid() ? "status.session"_L1 : "status.sessionWithoutTime"_L1,
-                 {QString::number(session.session), who, began});
+    const QString name = session["name"_L1].toString();
+    const QString device = session["device"_L1].toString();
+    const QString who = device.isEmpty() ? name : name + u" ("_s + device + u')';
+    const auto began = QDateTime::fromString(session["began"_L1].toString(), Qt::ISODate);
+    terminal.say(began.isValid() ? "status.session"_L1 : "status.sessionWithoutTime"_L1,
+                 {QString::number(session["session"_L1].toInteger()), who,
+                  QLocale::system().toString(began.toLocalTime(), QLocale::ShortFormat)});
 }
 
 // JSON text as a terminal may show it: what could move the cursor or turn the reading direction is
@@ -77,20 +80,23 @@ QString shownJson(const QByteArray& json)
 
 int printStatus(const Terminal& terminal, const Invocation& asked)
 {
-    const auto answer = RunningAgent::status();
-    const auto status = answer ? StatusSummary::fromJson(*answer) : std::nullopt;
+    const QByteArray answer = RunningAgent::status().value_or(QByteArray());
+    const QJsonObject status = Json::read(answer).object.value_or(QJsonObject());
+    const bool isRunning = status["running"_L1].toBool();
     if (asked.isJson) {
-        Terminal::print(shownJson(status ? status->toJson() : StatusSummary::notRunning()));
-        return status ? Terminal::Done : Terminal::Failed;
+        Terminal::print(shownJson(isRunning ? answer : R"({"running":false})"));
+        return isRunning ? Terminal::Done : Terminal::Failed;
     }
-    if (!status) {
+    if (!isRunning) {
         return terminal.complain("status.notRunning"_L1);
     }
-    terminal.say(status->isLinked ? "status.linked"_L1 : "status.notLinked"_L1, {status->gateway});
-    for (const auto& session : status->sessions) {
-        printSession(terminal, session);
+    terminal.say(status["linked"_L1].toBool() ? "status.linked"_L1 : "status.notLinked"_L1,
+                 {status["gateway"_L1].toString()});
+    const QJsonArray sessions = status["sessions"_L1].toArray();
+    for (const QJsonValue& session : sessions) {
+        printSession(terminal, session.toObject());
     }
-    return status->sessions.isEmpty() ? terminal.say("status.noSession"_L1) : Terminal::Done;
+    return sessions.isEmpty() ? terminal.say("status.noSession"_L1) : Terminal::Done;
 }
 
 int endSession(const Terminal& terminal, const Invocation& asked)

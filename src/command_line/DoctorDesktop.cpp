@@ -108,7 +108,7 @@ bool isSwitchedOff(const QString& desktopEntry)
 void checkAutostart(Doctor& doctor)
 {
     const QString name = u"vantoryAgent.desktop"_s;
-    const QString system = FilePaths::autostart(name);
+    const QString system = FilePaths::system(u"/etc/xdg/autostart/"_s + name);
     const QString own = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
                         u"/autostart/"_s + name;
     const bool hasOwn = FileFacts::of(own).kind == FileFacts::Kind::Regular;

@@ -27,11 +27,6 @@ QString FilePaths::configuration(const QString& path)
     return system(u"" VANTORY_CONFIG_DIR "/"_s + path);
 }
 
-QString FilePaths::autostart(const QString& name)
-{
-    return system(u"/etc/xdg/autostart/"_s + name);
-}
-
 QString FilePaths::personState(const QString& name)
 {
     const QString told = qEnvironmentVariable("XDG_STATE_HOME");

@@ -17,9 +17,6 @@ namespace FilePaths {
 // A path as the system has it.
 [[nodiscard]] QString system(const QString& absolutePath);
 
-// What the system's desktops start: "/etc/xdg/autostart/NAME".
-[[nodiscard]] QString autostart(const QString& name);
-
 // What the agent keeps for the person from one run to the next (XDG Base Directory Specification):
 // "$XDG_STATE_HOME/vantoryAgent/NAME", usually below "~/.local/state".
 [[nodiscard]] QString personState(const QString& name);
