@@ -13,15 +13,12 @@ using namespace SettingsDriver;
 
 namespace {
 
-const QByteArray kId = "3f2504e0-4f89-41d3-9a0c-0305e82c3301";
+const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
 
 bool storeSettings()
 {
     return writeFile(backendSettingsPath(),
-                     "<plist version=1.0><dict><key>managed</key><true/><key>sessionCode</key>"
-                     "<string>000123</string><key>accountID</key><string>" +
-                         kId +
-                         "</string><key>platform</key><string>testing</string></dict></plist>");
+                     settingsPropertyList({true, u"000123"_s, kId, u"testing"_s}).toUtf8());
 }
 
 bool isLeft()
@@ -47,7 +44,7 @@ private Q_SLOTS:
         QVERIFY(!managed->isEnabled());
         QVERIFY(!find<QPushButton>(window(), "lockButton")->isVisible());
         QVERIFY(AppDelegate::state().isManaged && managed->isChecked());
-        QCOMPARE(find<QLineEdit>(window(), "accountIdText")->text().toUtf8(), kId);
+        QCOMPARE(find<QLineEdit>(window(), "accountIdText")->text(), kId);
         QCOMPARE(find<QComboBox>(window(), "platformSelect")->currentText(), u"testing"_s);
         m_agent->delegate->applyAction(); // nothing may come this way
         QVERIFY(window()->isVisible());

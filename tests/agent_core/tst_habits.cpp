@@ -1,10 +1,13 @@
 #include "AgentFixture.h"
+#include "platform/desktop/WindowActivation.h"
 #include "windows/UserAcknowlegement.h"
 
 #include <QApplication>
 #include <QProcess>
 #include <QTest>
 #include <QWindow>
+
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -40,6 +43,11 @@ QByteArray xprop(const QStringList& window, const QString& name)
     return process.readAllStandardOutput().trimmed();
 }
 
+QByteArray windowProperty(const QWidget& window, const QString& name)
+{
+    return xprop({u"-id"_s, QString::number(window.winId())}, name);
+}
+
 // Whether the window manager has it above all others.
 bool isOnTop(const QWidget& window)
 {
@@ -49,8 +57,7 @@ bool isOnTop(const QWidget& window)
 
 bool wantsAttention(const QWidget& window)
 {
-    return xprop({u"-id"_s, QString::number(window.winId())}, u"_NET_WM_STATE"_s)
-        .contains("_NET_WM_STATE_DEMANDS_ATTENTION");
+    return windowProperty(window, u"_NET_WM_STATE"_s).contains("_NET_WM_STATE_DEMANDS_ATTENTION");
 }
 
 } // namespace
@@ -179,6 +186,19 @@ private Q_SLOTS:
         QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
         (void)xdotool({u"key"_s, u"alt+F4"_s});
         QVERIFY(question->isVisible());
+    }
+
+    // With one in the future, window managers refuse every later window. Some hosts send seconds.
+    void clicksOfTheBusHaveABelievableTime()
+    {
+        using namespace std::chrono;
+        const auto since = steady_clock::now().time_since_epoch();
+        const auto now = static_cast<quint32>(duration_cast<milliseconds>(since).count());
+        WindowActivation::noteAction(now + 86'400'000);
+        QWidget window;
+        WindowActivation::present(&window);
+        QVERIFY(windowProperty(window, u"_NET_WM_USER_TIME"_s).split(' ').last().toUInt() - now <
+                60'000);
     }
 };
 

@@ -3,6 +3,7 @@
 #include "ServiceMessages.h"
 #include "agent_core/ActivityLog.h"
 #include "records/Intervals.h"
+#include "settings/SettingsFile.h"
 #include "windows/ActivityWindow.h"
 #include "windows/UserAcknowlegement.h"
 
@@ -183,11 +184,8 @@ private Q_SLOTS:
 
     void managedOrNotIsKnownFromTheStart()
     {
-        QVERIFY(writeFile(m_agent->preferences(u"com.halvern.vantory.agent.settings.plist"_s),
-                          "<plist version=\"1.0\"><dict><key>managed</key><false/>"
-                          "<key>sessionCode</key><string>123456</string>"
-                          "<key>accountID</key><string/><key>platform</key><string/>"
-                          "</dict></plist>"));
+        QVERIFY(writeFile(backendSettingsPath(),
+                          settingsPropertyList({false, u"123456"_s, {}, {}}).toUtf8()));
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(status(kAnn)));
         AppDelegate::connectionDisplay();
