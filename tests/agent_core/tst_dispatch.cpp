@@ -7,6 +7,8 @@
 #include <QMenu>
 #include <QTest>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace ServiceMessages;
 

@@ -13,7 +13,6 @@
 #include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
 
-#include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>

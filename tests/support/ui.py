@@ -76,8 +76,7 @@ def everything():
 
 def centre(node):
     box = Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
-    scale = float(os.environ.get("QT_SCALE_FACTOR", "1"))  # told in the toolkit's own points
-    return int((box.x + box.width / 2) * scale), int((box.y + box.height / 2) * scale)
+    return box.x + box.width // 2, box.y + box.height // 2
 
 
 def until(what, attempt, patience=PATIENCE):

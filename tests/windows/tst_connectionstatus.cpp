@@ -20,34 +20,18 @@ private:
     }
     static QString text(const char* name) { return find(name)->text(); }
 
-    // Ann in the upper slot, Bob in the lower one.
-    static void present(const QString& bob = u"Bob"_s)
-    {
-        AppDelegate::state().sessions.add({-7, u"desk"_s, u"Ann"_s, sessionDateNow() - 65});
-        AppDelegate::state().sessions.add({8, u"desk"_s, bob, sessionDateNow() - 3723});
-        status().present();
-        QVERIFY(QTest::qWaitForWindowActive(&status()));
-    }
-
 private Q_SLOTS:
-    void staysInItsCornerAtEveryHeight()
-    {
-        present();
-        for (const int height : {313, 233, 153}) {
-            status().config();
-            QTRY_COMPARE(status().size(), QSize(313, height));
-            QTRY_COMPARE(status().frameGeometry().topRight(),
-                         status().screen()->geometry().topRight());
-            AppDelegate::removeConnectionSession(height == 313 ? 8 : -7);
-        }
-    }
-
     void slotsFollowTheirSessions()
     {
         Intervals::current().clock = std::chrono::milliseconds(20);
         const QString bob = u"Bob"_s + QString(65'000, u'W') + u"\n<b>x</b>"_s;
-        present(bob);
+        // Ann in the upper slot, Bob in the lower one.
+        AppDelegate::state().sessions.add({-7, u"desk"_s, u"Ann"_s, sessionDateNow() - 65});
+        AppDelegate::state().sessions.add({8, u"desk"_s, bob, sessionDateNow() - 3723});
+        status().present();
+        QVERIFY(QTest::qWaitForWindowActive(&status()));
         QTRY_COMPARE(text("timing") + text("timing2"), u"1:051:02:03"_s);
+        QTRY_COMPARE(status().size(), QSize(313, 313));
         QCOMPARE(text("ControlUserName"), u"Ann"_s);
         auto* const abort = find<QWidget>("abort2");
         QVERIFY(status().rect().contains(abort->mapTo(&status(), abort->rect().bottomRight())));
@@ -66,6 +50,8 @@ private Q_SLOTS:
         status().config();
         QCOMPARE(text("timing") + text("ControlUserName"), QString());
         QVERIFY(!status().sessionTimer.isActive());
+        QTRY_COMPARE(status().size(), QSize(313, 153)); // and in its corner at every height
+        QTRY_COMPARE(status().frameGeometry().topRight(), status().screen()->geometry().topRight());
     }
 
     void customLogo()
