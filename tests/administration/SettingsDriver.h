@@ -31,14 +31,9 @@ inline QLineEdit* code()
     return find<QLineEdit>(window(), "sessionCodeText");
 }
 
-inline QPushButton* button(QWidget* in, const char* name)
-{
-    return find<QPushButton>(in, name);
-}
-
 inline void click(QWidget* in, const char* name)
 {
-    QTest::mouseClick(button(in, name), Qt::LeftButton);
+    QTest::mouseClick(find<QPushButton>(in, name), Qt::LeftButton);
 }
 
 // As from the menu; what opens is locked.

@@ -6,7 +6,8 @@
 #include <QApplication>
 #include <QMenu>
 #include <QTest>
-#include <QTimer>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 using namespace ServiceMessages;
@@ -24,26 +25,11 @@ QString state()
         AgentFixture::sessionLists());
 }
 
-QWidgetList visibleWindows()
-{
-    QWidgetList windows = QApplication::topLevelWidgets();
-    windows.removeIf([](const QWidget* window) { return !window->isVisible(); });
-    return windows;
-}
-
 } // namespace
 
 // What the service's messages do to the agent, over the real link.
 class TestDispatch : public AgentTest {
     Q_OBJECT
-
-private:
-    static void waitForATimerOf(std::chrono::milliseconds interval)
-    {
-        bool isOver = false;
-        QTimer::singleShot(interval * 2, qApp, [&isOver] { isOver = true; });
-        QTRY_VERIFY(isOver);
-    }
 
 private Q_SLOTS:
     void messages_data()
@@ -51,21 +37,20 @@ private Q_SLOTS:
         QTest::addColumn<QByteArrayList>("sent");
         QTest::addColumn<QString>("after");
 
-        const auto row = [](const char* name, const QByteArrayList& sent, const char* after) {
-            QTest::newRow(name) << sent << QString::fromUtf8(after);
-        };
         const QByteArray up = "connected_gateway=gw";
-        row("the same session again", {connected(7, "A"), connected(8, "B"), connected(7, "C")},
-            "not linked '' account unknown [7A8B][7A8B]");
-        row("status, a number twice",
-            {connected(1, "Z"), status(session(7, "A") + ',' + session(7, "B"))},
-            "linked 'gw' account valid [7A][7A]");
-        row("status of an invalid account", {up, connected(7, "A"), status({}, "x", "false")},
-            "not linked 'gw' account invalid [7A][7A]");
-        row("names that nobody sees", {connected(7, ""), connected(8, "\u3164"), connected(9, "C")},
-            "not linked '' account unknown [7Session 78Session 89C][7Session 78Session 89C]");
-        row("two commands in one read", {"connected_gateway=a" + up},
-            "linked 'aconnected_gateway=gw' account unknown [][]");
+        QTest::newRow("the same session again")
+            << QByteArrayList{connected(7, "A"), connected(8, "B"), connected(7, "C")}
+            << u"not linked '' account unknown [7A8B][7A8B]"_s;
+        QTest::newRow("status, a number twice")
+            << QByteArrayList{connected(1, "Z"), status(session(7, "A") + ',' + session(7, "B"))}
+            << u"linked 'gw' account valid [7A][7A]"_s;
+        QTest::newRow("status of an invalid account")
+            << QByteArrayList{up, connected(7, "A"), status({}, "x", "false")}
+            << u"not linked 'gw' account invalid [7A][7A]"_s;
+        QTest::newRow("names that nobody sees, two commands in one read")
+            << QByteArrayList{connected(7, ""), connected(8, "\u3164"), "connected_gateway=a" + up}
+            << u"linked 'aconnected_gateway=gw' account unknown "
+               "[7Session 78Session 8][7Session 78Session 8]"_s;
     }
 
     void messages()
@@ -83,7 +68,10 @@ private Q_SLOTS:
     {
         QVERIFY(m_agent->send("request_chat=5,7"));
         const QString before = state();
-        const QWidgetList windows = visibleWindows();
+        const auto windows = [] {
+            return std::ranges::count_if(QApplication::topLevelWidgets(), &QWidget::isVisible);
+        };
+        const auto shown = windows();
         for (const char* const idle :
              {"Status={}", "#####status={}", "account_invalid ", "\xff\xfe", "request_chat=5,x",
               "user_acknowledgement=1;srv", "close_chat=99999999999", "receive_chat={}",
@@ -91,7 +79,7 @@ private Q_SLOTS:
               "connected_session={\"session\":7", "status={\"accountIsValid\":true}"}) {
             QVERIFY(m_agent->send(idle));
             QCOMPARE(state(), before);
-            QCOMPARE(visibleWindows(), windows);
+            QCOMPARE(windows(), shown);
         }
         QCOMPARE(m_agent->sent(), QByteArrayList());
     }
@@ -103,11 +91,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("visible"); // after the beginning, right after the end, later
 
         const QByteArray last = "disconnected_session=7";
-        const QByteArray all = "disconnect_all_sessions";
-        QTest::newRow("no settings: hidden at once") << QByteArray("-") << last << "100";
-        QTest::newRow("allowed: closes after a while") << QByteArray("true") << last << "110";
-        QTest::newRow("not allowed: comes at the end") << QByteArray("false") << last << "011";
-        QTest::newRow("not allowed, all at once") << QByteArray("false") << all << "000";
+        QTest::newRow("no settings: hidden at once") << "-"_ba << last << "100";
+        QTest::newRow("allowed: closes after a while") << "true"_ba << last << "110";
+        QTest::newRow("not allowed: comes at the end") << "false"_ba << last << "011";
+        QTest::newRow("not allowed, all at once") << "false"_ba
+                                                  << "disconnect_all_sessions"_ba
+                                                  << "000";
     }
 
     void windowOfTheSessions()
@@ -125,13 +114,13 @@ private Q_SLOTS:
         };
         QVERIFY(m_agent->send(connected(7, "A")));
         QVERIFY(!AppDelegate::state().connectionStatus->isSeen()); // not before its time
-        waitForATimerOf(Intervals::current().showConnection);
+        QTest::qWait(600);
         look();
         // A window that is there has the status asked for once more.
         QTRY_COMPARE(m_agent->sent().size(), visible == u"1" ? 1 : 0);
         QVERIFY(m_agent->send(end));
         look();
-        waitForATimerOf(Intervals::current().hideConnection);
+        QTest::qWait(600);
         look();
         QTEST(visible, "visible");
     }
@@ -166,12 +155,12 @@ private Q_SLOTS:
         QCOMPARE(icon(), u"appIcon-22-disconnected"_s); // which is more than in session
         QVERIFY(m_agent->send("connected_gateway=gw"));
         QCOMPARE(icon(), u"appIcon-22-session"_s);
-        QVERIFY(!AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
+        QCOMPARE(AppDelegate::state().statusBarLook.toolTip,
+                 u"KRD – In session: A & <b>B</b> , B"_s);
         AppDelegate::state().statusBarMenu->actions().at(2)->trigger();
         QVERIFY(AppDelegate::state().connectionStatus->isSeen());
         QVERIFY(m_agent->send("disconnect_all_sessions"));
         QTRY_COMPARE(titles(), nobody);
-        QVERIFY(AppDelegate::state().statusBarMenu->actions().at(2)->icon().isNull());
     }
 };
 

@@ -3,7 +3,6 @@
 #include "windows/UserAcknowlegement.h"
 
 #include <QApplication>
-#include <QLineEdit>
 #include <QProcess>
 #include <QTest>
 #include <QWindow>
@@ -34,12 +33,6 @@ bool activate(QWidget* window)
            QTest::qWaitForWindowActive(window);
 }
 
-bool pointAt(const QWidget* widget)
-{
-    const QPoint place = widget->mapToGlobal(widget->rect().center());
-    return xdotool({u"mousemove"_s, QString::number(place.x()), QString::number(place.y())});
-}
-
 // What xprop prints of one property.
 QByteArray xprop(const QStringList& window, const QString& name)
 {
@@ -50,7 +43,7 @@ QByteArray xprop(const QStringList& window, const QString& name)
     return process.readAllStandardOutput().trimmed();
 }
 
-QByteArray xprop(const QWidget& window, const QString& name)
+QByteArray windowProperty(const QWidget& window, const QString& name)
 {
     return xprop({u"-id"_s, QString::number(window.winId())}, name);
 }
@@ -64,7 +57,7 @@ bool isOnTop(const QWidget& window)
 
 bool wantsAttention(const QWidget& window)
 {
-    return xprop(window, u"_NET_WM_STATE"_s).contains("_NET_WM_STATE_DEMANDS_ATTENTION");
+    return windowProperty(window, u"_NET_WM_STATE"_s).contains("_NET_WM_STATE_DEMANDS_ATTENTION");
 }
 
 } // namespace
@@ -75,11 +68,6 @@ class TestHabits : public AgentTest {
 
 private:
     static QWidget* window(const char* name) { return AgentFixture::topLevel(name); }
-
-    QWidget* child(const char* top, const char* name)
-    {
-        return window(top)->findChild<QWidget*>(QLatin1StringView(name));
-    }
 
     // What the agent has sent because of the person.
     QByteArrayList answers()
@@ -97,7 +85,9 @@ private:
         AppDelegate::state().connectionStatus->presentByService();
         QVERIFY(activate(window("ConnectionStatus")));
         QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
-        QVERIFY(pointAt(child("ConnectionStatus", "abort")));
+        auto* const abort = window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s);
+        const QPoint place = abort->mapToGlobal(abort->rect().center());
+        QVERIFY(xdotool({u"mousemove"_s, QString::number(place.x()), QString::number(place.y())}));
     }
 
 private Q_SLOTS:
@@ -130,24 +120,6 @@ private Q_SLOTS:
         QVERIFY(window(name)->isVisible());
     }
 
-    void aSentenceStaysInItsChat()
-    {
-        QVERIFY(m_agent->send("request_chat=5,7"));
-        QWidget* const first = window("ChatController");
-        QVERIFY(activate(first));
-        QVERIFY(AgentFixture::waitUntilHeard(first));
-        QVERIFY(m_agent->send("request_chat=6,7"));
-        const QString sentence = u"it goes on while lines come"_s;
-        QProcess typing;
-        typing.start(u"xdotool"_s, {u"type"_s, u"--delay"_s, u"40"_s, sentence});
-        while (typing.state() != QProcess::NotRunning) {
-            QVERIFY(m_agent->send(R"(receive_chat={"context":6,"from":"B","text":"x"})"));
-            QTest::qWait(100);
-        }
-        QTRY_COMPARE(first->findChild<QLineEdit*>()->text(), sentence);
-        QVERIFY(first->isActiveWindow());
-    }
-
     void aDoubleClickEndsOneSession()
     {
         AppDelegate::requestChat(5, 7);
@@ -175,7 +147,7 @@ private Q_SLOTS:
     {
         showSessions();
         // Nor after the person has been in the window: it comes up again when a session ends.
-        child("ConnectionStatus", "abort")->setFocus();
+        window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s)->setFocus();
         AppDelegate::state().connectionStatus->presentByService();
         QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
         QVERIFY(xdotool({u"key"_s, u"space"_s, u"Return"_s}));
@@ -184,27 +156,6 @@ private Q_SLOTS:
         QVERIFY(xdotool(keys.split(u' ')));
         QCOMPARE(answers(), QByteArrayList({"#####chat_request=7", "#####chat_request=8",
                                             "#####disconnect_session=7"}));
-    }
-
-    void theQuestionStaysInFront()
-    {
-        AppDelegate::userAcknowledgeRequest(1, u"srv"_s, u"Ann"_s);
-        QWidget* const question = window("UserAcknowlegement");
-        QVERIFY(activate(question));
-        AppDelegate::showMessageInbox({u"a"_s, u"b"_s, 0, 1});
-        AppDelegate::requestChat(5, 7);
-        AppDelegate::connectionDisplay();
-        AppDelegate::about();
-        for (const char* const name :
-             {"MessageInbox", "ChatController", "ConnectionStatus", "AboutController"}) {
-            QVERIFY2(QTest::qWaitForWindowExposed(window(name)), name);
-            QTRY_VERIFY(isOnTop(*question));
-            QVERIFY2(question->isActiveWindow(), name);
-            // Not even the person's own click hides it.
-            QVERIFY2(activate(window(name)), name);
-            QTRY_VERIFY(isOnTop(*question));
-            QVERIFY(activate(question));
-        }
     }
 
     void theQuestionCannotBeMissed()
@@ -218,6 +169,19 @@ private Q_SLOTS:
         QVERIFY(!question->isActiveWindow()); // the person writes in the chat
         QVERIFY(activate(question));
         QTRY_VERIFY(!wantsAttention(*question));
+        AppDelegate::showMessageInbox({u"a"_s, u"b"_s, 0, 1});
+        AppDelegate::connectionDisplay();
+        AppDelegate::about();
+        for (const char* const name :
+             {"MessageInbox", "ChatController", "ConnectionStatus", "AboutController"}) {
+            QVERIFY2(QTest::qWaitForWindowExposed(window(name)), name);
+            QTRY_VERIFY(isOnTop(*question));
+            QVERIFY2(question->isActiveWindow(), name);
+            // Not even the person's own click hides it.
+            QVERIFY2(activate(window(name)), name);
+            QTRY_VERIFY(isOnTop(*question));
+            QVERIFY(activate(question));
+        }
         (void)xdotool({u"windowminimize"_s, QString::number(question->winId())});
         QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
         (void)xdotool({u"key"_s, u"alt+F4"_s});
@@ -227,19 +191,14 @@ private Q_SLOTS:
     // With one in the future, window managers refuse every later window. Some hosts send seconds.
     void clicksOfTheBusHaveABelievableTime()
     {
-        const auto now = [] {
-            const auto since = std::chrono::steady_clock::now().time_since_epoch();
-            return static_cast<quint32>(
-                std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
-        };
+        using namespace std::chrono;
+        const auto since = steady_clock::now().time_since_epoch();
+        const auto now = static_cast<quint32>(duration_cast<milliseconds>(since).count());
+        WindowActivation::noteAction(now + 86'400'000);
         QWidget window;
-        for (const qint64 offset : {-600'000, 1'000, 86'400'000}) {
-            const quint32 before = now();
-            WindowActivation::noteAction(static_cast<quint32>(before + offset));
-            WindowActivation::present(&window);
-            const auto time = xprop(window, u"_NET_WM_USER_TIME"_s).split(' ').last().toUInt();
-            QVERIFY2(time - before <= now() - before, qPrintable(QString::number(offset)));
-        }
+        WindowActivation::present(&window);
+        QVERIFY(windowProperty(window, u"_NET_WM_USER_TIME"_s).split(' ').last().toUInt() - now <
+                60'000);
     }
 };
 

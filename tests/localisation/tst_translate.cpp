@@ -25,40 +25,27 @@ private Q_SLOTS:
         LogErrorDestination().cleanUp();
     }
 
-    // It is decoded again only after a change, but after each.
-    void anEditShowsAtTheNextLook()
-    {
-        for (const char* const text : {"OK", "KO", "ok"}) {
-            auto edited = m_shipped;
-            QVERIFY(install(edited.replace("\"OK\"", "\"" + QByteArray(text) + "\"")));
-            QCOMPARE(getLanguageLabel()->En.Common.ok, QLatin1StringView(text));
-        }
-        QTRY_COMPARE(getLanguageLabel(), getLanguageLabel()); // the same document
-        QVERIFY(install(m_shipped));
-        QCOMPARE(getLanguageLabel()->En.Common.ok, u"OK"_s);
-    }
-
     void damagedDocuments()
     {
-        const auto replaced = [this](const QByteArray& before, const QByteArray& after) {
-            const qsizetype inLastLanguage = m_shipped.lastIndexOf(before);
-            return QByteArray(m_shipped).replace(inLastLanguage, before.size(), after);
-        };
-        QVERIFY(install(replaced("\"ok\"", "\"unknown\": 5, \"ok\"")) && getLanguageLabel());
-        QCOMPARE(takeErrors(), QByteArray());
-        for (const QByteArray& bad :
-             {replaced("\"_import\"", "\"unknown\""), replaced("\"ok\": \"OK\"", "\"ok\": 1"),
-              replaced("\"OK\"", "\"\xff\""), m_shipped.chopped(3), QByteArray()}) {
-            QVERIFY2(install(bad) && !getLanguageLabel(), bad.right(200));
+        for (const auto& [before, after] :
+             {std::pair<QByteArray, QByteArray>("\"ok\"", "\"unknown\": 5, \"ok\""), // may be there
+              {"\"_import\"", "\"unknown\""},
+              {"\"ok\": \"OK\"", "\"ok\": 1"},
+              {"\"OK\"", "\"\xff\""}}) {
+            auto document = m_shipped;
+            document.replace(document.lastIndexOf(before), before.size(), after);
+            const bool isGood = after.endsWith(before);
+            QVERIFY2(install(document) && (getLanguageLabel() != nullptr) == isGood, after);
             const QByteArray errors = takeErrors();
-            QVERIFY2(errors.contains("error to get language: ") && errors.count('\n') == 1, errors);
+            QCOMPARE(errors.count('\n'), isGood ? 0 : 1);
+            QVERIFY2(isGood || errors.contains("error to get language: "), errors);
         }
     }
 
     // By name: the document lists Spanish before Italian, the enumeration after it.
     void languages()
     {
-        QVERIFY(install(m_shipped));
+        QVERIFY(install(m_shipped)); // which shows at the next look
         const auto labels = getLanguageLabel();
         QVERIFY2(labels, takeErrors());
         const std::pair<const char*, QString> expectations[] = {
@@ -72,7 +59,6 @@ private Q_SLOTS:
             QCOMPARE(labels->info(language).Common.cancel, cancel);
             QCOMPARE(language == Language::Portuguese, QByteArray(preference) == "pt-BR");
         }
-        QCOMPARE(takeErrors(), QByteArray());
     }
 
 private:

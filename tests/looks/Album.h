@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AgentFixture.h"
 #include "agent_state/AgentState.h"
 #include "agent_state/AppDelegate.h"
 #include "chat/ChatController.h"
@@ -12,13 +13,11 @@
 #include "windows/SettingsWindow.h"
 #include "windows/UserAcknowlegement.h"
 
-#include <QApplication>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QTest>
 
-#include <algorithm>
 #include <functional>
 
 using Qt::StringLiterals::operator""_s;
@@ -131,7 +130,9 @@ private:
         access.refresh();
         access.present(&settings);
         show(u"credentials"_s, "windowInfo");
-        find("windowInfo")->findChild<QLineEdit*>(u"username"_s)->setText(u"administrator"_s);
+        AgentFixture::topLevel("windowInfo")
+            ->findChild<QLineEdit*>(u"username"_s)
+            ->setText(u"administrator"_s);
         access.check();
         show(u"credentials-checking"_s, "windowInfo");
         access.finishCheck(false);
@@ -180,16 +181,10 @@ private:
         return [language = m_language] { return getLanguageLabel()->info(language); };
     }
 
-    static QWidget* find(const char* name)
+    void show(const QString& name, const char* window) const
     {
-        const QWidgetList all = QApplication::topLevelWidgets();
-        const auto found = std::ranges::find_if(all, [name](const QWidget* widget) {
-            return widget->isVisible() && widget->objectName() == QLatin1StringView(name);
-        });
-        return found == all.end() ? nullptr : *found;
+        show(name, AgentFixture::topLevel(window));
     }
-
-    void show(const QString& name, const char* window) const { show(name, find(window)); }
 
     void show(const QString& name, QWidget* window) const
     {

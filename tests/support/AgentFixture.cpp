@@ -62,7 +62,7 @@ bool AgentFixture::start()
     delegate->applicationDidFinishLaunching();
     return QTest::qWaitFor([this] {
         m_agent = m_agent != nullptr ? m_agent : m_server.nextPendingConnection();
-        return m_agent != nullptr && log().contains(u"Client connection ready"_s);
+        return m_agent != nullptr && !log().filter(u"Client connection ready"_s).isEmpty();
     });
 }
 
@@ -78,20 +78,11 @@ bool AgentFixture::send(const QByteArray& message)
     return QTest::qWaitFor([&isDone] { return isDone; }) && isHandled;
 }
 
-void AgentFixture::write(const QByteArray& message)
-{
-    m_agent->write(message);
-    m_agent->flush();
-}
-
 QByteArrayList AgentFixture::sent()
 {
     m_received += m_agent->readAll();
-    QByteArrayList messages;
-    for (const QString& text :
-         QString::fromUtf8(m_received).split(u"#####"_s, Qt::SkipEmptyParts)) {
-        messages.append("#####" + text.toUtf8());
-    }
+    QByteArrayList messages = QByteArray(m_received).replace("#####", "\n#####").split('\n');
+    messages.removeAll({});
     return messages;
 }
 
@@ -112,29 +103,12 @@ void AgentFixture::forget()
     m_received.clear();
 }
 
-QStringList AgentFixture::lines(const QString& file) const
+QStringList AgentFixture::log(const char* stream) const
 {
-    QFile log(m_root.filePath(u"var/lib/Halvern/vantoryAgent/logs/"_s + file));
-    if (!log.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    constexpr qsizetype kTimeWidth = 24; // "yyyy-MM-dd HH:mm:ss.SSS "
-    QStringList messages;
-    const QStringList all = QString::fromUtf8(log.readAll()).split(u'\n', Qt::SkipEmptyParts);
-    for (const QString& line : all) {
-        messages.append(line.mid(kTimeWidth));
-    }
-    return messages;
-}
-
-QStringList AgentFixture::log() const
-{
-    return lines(u"vantoryAgent.stdout"_s);
-}
-
-QStringList AgentFixture::errorLog() const
-{
-    return lines(u"vantoryAgent.stderr"_s);
+    QFile log(m_root.filePath(u"var/lib/Halvern/vantoryAgent/logs/vantoryAgent."_s +
+                              QLatin1StringView(stream)));
+    (void)log.open(QIODevice::ReadOnly);
+    return QString::fromUtf8(log.readAll()).split(u'\n', Qt::SkipEmptyParts);
 }
 
 QString AgentFixture::preferences(const QString& name) const

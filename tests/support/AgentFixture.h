@@ -26,16 +26,15 @@ public:
     // Sends one message as the service, and waits until the agent's log says that it was handled.
     bool send(const QByteArray& message);
     // Sends one message and waits for nothing.
-    void write(const QByteArray& message);
+    void write(const QByteArray& message) { m_agent->write(message); }
     // What the agent has sent since forget(), marker by marker.
     QByteArrayList sent();
     // Likewise, when all that was said before has been sent; then it is forgotten.
     QByteArrayList takeSent();
     void forget();
 
-    // The messages of a log file, times stripped.
-    [[nodiscard]] QStringList log() const;
-    [[nodiscard]] QStringList errorLog() const;
+    // The lines of a log file.
+    [[nodiscard]] QStringList log(const char* stream = "stdout") const;
 
     // Where the files of the agent's preferences lie.
     [[nodiscard]] QString preferences(const QString& name) const;
@@ -54,8 +53,6 @@ public:
     std::unique_ptr<AppDelegate> delegate;
 
 private:
-    [[nodiscard]] QStringList lines(const QString& file) const;
-
     QTemporaryDir m_root;
     QTcpServer m_server;
     QTcpSocket* m_agent = nullptr;

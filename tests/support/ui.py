@@ -10,7 +10,6 @@
   ui tray [BUTTON]         click the icon in the tray (1: left, 3: right), which opens its menu
   ui ends-hidden           succeed when the windows and the icon of the agent, which is ending, go
                            within a second, and none comes back until it has ended
-  ui dump                  print what is visible
 
 A NAME or TEXT of the form @Section.key is that label in the language of $LANGUAGE, as the program
 under $VANTORY_BUILD has it. Each waits up to thirty seconds for what it needs, and fails with a line
@@ -77,8 +76,7 @@ def everything():
 
 def centre(node):
     box = Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
-    scale = float(os.environ.get("QT_SCALE_FACTOR", "1"))  # told in the toolkit's own points
-    return int((box.x + box.width / 2) * scale), int((box.y + box.height / 2) * scale)
+    return box.x + box.width // 2, box.y + box.height // 2
 
 
 def until(what, attempt, patience=PATIENCE):
@@ -146,8 +144,6 @@ COMMANDS = {
     "hides": lambda text: until(f"something still shows {text!r}", lambda: not shown(text)),
     "tray": tray,
     "ends-hidden": ends_hidden,
-    "dump": lambda: print(*(f"{node.get_role_name():16} {text_of(node)!r}" for node in everything()),
-                          sep="\n"),
 }
 
 
