@@ -7,8 +7,7 @@
 #include <QDBusMessage>
 #include <QTest>
 
-#include <iterator>
-#include <list>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 using Place = Notifications::Place;
@@ -41,78 +40,48 @@ private Q_SLOTS:
         }
     }
 
-    void calls_data()
+    // One call at a time; only the server's signals count, and of its numbers only ours.
+    void onlyTheNewestIsShown()
     {
-        // Steps: "up" starts a server, which takes the former one's place; "silent" lets it answer
-        // nothing more, "answer" only its last call, "refuse" that with an error, and "late" is the
-        // former one's answer; "click1", "other1" and "close1" are its signals about 1, with "*"
-        // another sender's. "Qx" shows "x" at the question's place, and "QX" what stays there; "Q-"
-        // withdraws it. "|" waits for the calls, among which "!Q" is a click.
-        QTest::addColumn<QString>("steps");
-        QTest::addColumn<QString>("calls");
-        QTest::addRow("only the newest, one at a time")
-            << u"up silent Qx Q- Qy | Qz Q- Qa | answer | Qx Q- Qb | answer | Qc Q- | answer | Qd |"_s
-            << u"? | | a>0 | | b>1 | | -1 | d>0 |"_s;
-        QTest::addRow("withdrawn, closed, refused")
-            << u"up Qa | Q- Q- Qb | close2 | Qc | silent Qd Qe | refuse | "_s
-            << u"? a>0 | -1 b>0 | | c>0 | d>3 | -3 e>0 |"_s;
-        QTest::addRow("only the server's signals")
-            << u"up Sa Qb | click1* close1* other1 click0 click7 | Qc | click1 close1 | Qd |"_s
-            << u"? b>0 a>0 | | c>1 | !Q | d>0 |"_s;
-        QTest::addRow("servers come and go")
-            << u"Qa | up | silent Qb | refuse | Qc | Qd refuse | answer | answer up | Qe |"_s
-            << u"| | ? | | ? | ? | d>0 | | ? e>0 |"_s;
-        QTest::addRow("the former server answers late")
-            << u"up silent Qa | up late | Qb | silent Qc | up late | Qd |"_s
-            << u"? | | ? b>0 | c>1 | | ? d>0 |"_s;
-        QTest::addRow("the next server shows what stays")
-            << u"Sa QB | up | up | close1 | up |"_s << u"| ? B>0 | ? B>0 | | |"_s;
-    }
-
-    void calls()
-    {
-        QFETCH(const QString, steps);
-        QFETCH(const QString, calls);
-        const QStringList expected = calls.split(u' ');
-        QStringList log;
-        std::list<NotificationServer> servers;
+        QStringList calls;
+        NotificationServer server(calls);
         Notifications notifications(u"App"_s, {});
-        connect(&notifications, &Notifications::activated, this,
-                [&](Place place) { log += u'!' + u"QSA"_s[static_cast<int>(place)]; });
-        for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
-            if (step == u"|") {
-                const auto wanted = expected.indexOf(step, log.lastIndexOf(step) + 1);
-                static_cast<void>(QTest::qWaitFor([&] { return log.size() >= wanted; }));
-                QTest::qWait(100); // for what must not come
-                log += step;
-            } else if (step == u"up") {
-                if (!servers.empty()) {
-                    servers.back().bus.unregisterService(NotificationServer::kService);
-                }
-                servers.emplace_back(log);
-            } else if (step == u"late") {
-                std::next(servers.rbegin())->answer();
-            } else if (step == u"silent") {
-                servers.back().isSilent = true;
-            } else if (step == u"answer") {
-                servers.back().answer();
-            } else if (step == u"refuse") {
-                servers.back().bus.send(servers.back().last.createErrorReply(u"org.test.No"_s, {}));
-            } else if (step[0].isLower()) {
-                auto signal = QDBusMessage::createSignal(
-                    NotificationServer::kPath, NotificationServer::kService,
-                    step.startsWith(u"close") ? u"NotificationClosed"_s : u"ActionInvoked"_s);
-                signal << uint(step[5].digitValue())
-                       << (step.startsWith(u"click") ? u"default"_s : u"other"_s);
-                (step.endsWith(u'*') ? QDBusConnection::sessionBus() : servers.back().bus)
-                    .send(signal);
-            } else if (const auto place = Place(u"QSA"_s.indexOf(step[0])); step[1] == u'-') {
-                notifications.withdraw(place);
-            } else {
-                notifications.show(place, {step.sliced(1), {}, {}, false, step[1].isUpper()});
-            }
+        int clicks = 0;
+        connect(&notifications, &Notifications::activated, this, [&clicks] { ++clicks; });
+        const auto show = [&notifications](const QString& title) {
+            notifications.show(Place::Question, {title, {}, {}});
+        };
+        const auto signal = [](const QString& name, uint id, const QDBusConnection& bus) {
+            auto signal = QDBusMessage::createSignal(NotificationServer::kPath,
+                                                     NotificationServer::kService, name);
+            bus.send(signal << id << u"default"_s);
+        };
+        show(u"a"_s);
+        QTRY_COMPARE(calls.join(u' '), u"? a>0"_s);
+        server.isSilent = true;
+        show(u"b"_s);
+        show(u"c"_s);
+        QTRY_COMPARE(calls.join(u' '), u"? a>0 b>1"_s);
+        show(u"d"_s);
+        notifications.withdraw(Place::Question);
+        show(u"e"_s);
+        server.isSilent = false;
+        server.answer();
+        QTRY_COMPARE(calls.join(u' '), u"? a>0 b>1 e>1"_s);
+
+        const auto other = QDBusConnection::sessionBus();
+        for (const auto& [name, id, bus] : {std::tuple(u"ActionInvoked"_s, 1U, other),
+                                            {u"NotificationClosed"_s, 1U, other},
+                                            {u"ActionInvoked"_s, 7U, server.bus},
+                                            {u"ActionInvoked"_s, 1U, server.bus},
+                                            {u"NotificationClosed"_s, 1U, server.bus}}) {
+            signal(name, id, bus);
         }
-        QCOMPARE(log.join(u' '), calls);
+        QTRY_COMPARE(clicks, 1);
+        show(u"f"_s);
+        QTRY_COMPARE(calls.last(), u"f>0"_s); // for the one before is closed
+        notifications.withdraw(Place::Question);
+        QTRY_COMPARE(calls.last(), u"-2"_s);
     }
 };
 
