@@ -2,7 +2,6 @@
 #include "logging/Logs.h"
 #include "platform/files/SharedLogFile.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -60,30 +59,14 @@ private Q_SLOTS:
     void linesBeginWithTheTime()
     {
         printLog(u"one\n2026-11-25 14:05:09.042 two\r\x1b[2J\x7f\u009b\u2028\u202e\u2069\tend"_s);
-        printLog(QString());
-        printLog(u"half "_s + QChar(0xd800));
         printErrorLog(u"größer"_s);
         const QString first = uR"(one
 	2026-11-25 14:05:09.042 two\x0d\x1b[2J\x7f\x9b\u2028\u202e\u2069	end)"_s;
         const QRegularExpression lines(
-            u"\\A%1%2\n%1\n%1größer\n\\z"_s.arg(kTime, QRegularExpression::escape(first)));
+            u"\\A%1%2\n%1größer\n\\z"_s.arg(kTime, QRegularExpression::escape(first)));
         const QString text = content(m_ordinary) + content(m_errors);
         QVERIFY2(lines.match(text).hasMatch(), qPrintable(text));
         QVERIFY(QFile::permissions(m_errors).testFlags(QFile::ReadOther | QFile::WriteOther));
-    }
-
-    void timesFollowTheZone()
-    {
-        for (const char* const next : {"XYZ-3", "XYZ-9"}) {
-            qputenv("TZ", next);
-            printLog(QString());
-        }
-        const QStringList lines = content(m_ordinary).split(u'\n');
-        const auto time = [&](int line) {
-            return QDateTime::fromString(lines[line].left(19), u"yyyy-MM-dd HH:mm:ss"_s);
-        };
-        const qint64 apart = time(0).secsTo(time(1)) - 6 * 3600;
-        QVERIFY2(apart >= 0 && apart < 60, qPrintable(lines.join(u'|')));
     }
 
     // Others may have put it there. Nobody waits for a pipe's reader.
@@ -92,22 +75,22 @@ private Q_SLOTS:
         const QByteArray log = QFile::encodeName(m_ordinary);
         const QString targetPath = m_root->filePath(u"target"_s);
         const QByteArray target = QFile::encodeName(targetPath);
-        const std::pair<const char*, std::function<int()>> kinds[] = {
-            {"symbolic link", [&] { return ::symlink(target, log); }},
-            {"hard link", [&] { return ::link(target, log); }},
-            {"pipe", [&] { return ::mkfifo(log, 0666); }},
-            {"another file of the person's", [&] { return ::rename(target, log); }},
+        const std::pair<mode_t, std::function<int()>> kinds[] = {
+            {0666, [&] { return ::symlink(target, log); }},
+            {0666, [&] { return ::link(target, log); }},
+            {0666, [&] { return ::mkfifo(log, 0666); }},
+            {0664, [&] { return ::rename(target, log); }}, // another file of the user's
         };
-        for (const auto& [name, make] : kinds) {
-            const mode_t mode = qstrcmp(name, "another file of the person's") == 0 ? 0664 : 0666;
+        for (const auto& [mode, make] : kinds) {
             QVERIFY(writeFile(targetPath, "old") && ::chmod(target, mode) == 0);
-            QVERIFY2(QFile::remove(m_ordinary) && make() == 0, name);
+            QVERIFY(QFile::remove(m_ordinary) && make() == 0);
             LogDestination().cleanUp();
             printLog(u"lost"_s);
             const QString path = QFile::exists(targetPath) ? targetPath : m_ordinary;
             struct stat status = {};
-            QVERIFY2(::stat(QFile::encodeName(path), &status) == 0, name);
-            QVERIFY2((status.st_mode & 0777) == mode && content(path) == u"old", name);
+            QCOMPARE(::stat(QFile::encodeName(path), &status), 0);
+            QCOMPARE(status.st_mode & 0777, mode);
+            QCOMPARE(content(path), u"old"_s);
         }
     }
 
@@ -145,23 +128,13 @@ private Q_SLOTS:
         std::memcpy(address.sun_path, path.constData(), size_t(path.size()));
         const int journal = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
         QCOMPARE(::bind(journal, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        const auto next = [journal] {
-            QByteArray entry(65536, '\0');
-            entry.truncate(::recv(journal, entry.data(), size_t(entry.size()), 0));
-            return entry;
-        };
-        const auto entry = [](const char* size, const QByteArray& text, const char* priority) {
-            return "MESSAGE\n" + QByteArray::fromHex(size) + text + "\nPRIORITY=" + priority +
-                   "\nSYSLOG_IDENTIFIER=vantoryAgent\n";
-        };
         printLog(u"not there"_s);
         printErrorLog(u"größer\nPRIORITY=0\x1b"_s);
-        printJournal(u"start"_s);
-        printErrorLog(QString(16383, u'x') + u"ßen"_s);
-        QCOMPARE(next(), entry("1700000000000000", "größer\nPRIORITY=0\\x1b", "3"));
-        QCOMPARE(next(), entry("0500000000000000", "start", "6"));
-        QCOMPARE(next(), entry("ff3f000000000000", QByteArray(16383, 'x'), "3"));
-        QCOMPARE(next(), QByteArray());
+        QByteArray entry(65536, '\0');
+        entry.truncate(::recv(journal, entry.data(), size_t(entry.size()), 0));
+        QCOMPARE(entry, "MESSAGE\n" + QByteArray::fromHex("1700000000000000") +
+                            "größer\nPRIORITY=0\\x1b\nPRIORITY=3\n"
+                            "SYSLOG_IDENTIFIER=vantoryAgent\n");
         // One that takes no more holds up nobody, and costs no line of the file.
         for (int i = 0; i < 2000; ++i) {
             printErrorLog(u"busy"_s);

@@ -64,6 +64,10 @@ private Q_SLOTS:
         m_idle = std::promise<void>(); // a promise that goes releases the queue, too
         m_connection.reset();
         m_server.reset();
+        for (const auto& other : std::exchange(m_others, {})) {
+            other->kill();
+            other->waitForFinished();
+        }
     }
 
     void receivesOneReadAsOneMessage()
@@ -139,25 +143,16 @@ private Q_SLOTS:
         }
         QFETCH(const QString, how);
         QFETCH(const QString, address);
-        QProcess service;
-        const QString program = QString::fromUtf8(VANTORY_TEST_DATA "/other_service");
-        service.start(program, {how, address.section(u' ', 0, 0)});
-        QVERIFY(service.waitForReadyRead());
-        const QString port = QString::fromLatin1(service.readLine().trimmed());
-        QProcess second;
+        const quint16 port = startOther(how, address.section(u' ', 0, 0), 0);
+        QVERIFY(port != 0);
         if (address.contains(u' ')) {
-            second.start(program, {address.section(u' ', 1), u"::1"_s, port});
-            QVERIFY(second.waitForReadyRead());
+            QVERIFY(startOther(address.section(u' ', 1), u"::1"_s, port));
         }
         m_connection.reset();
-        makeConnection(port.toUShort());
+        makeConnection(port);
         m_connection->start();
         QTRY_COMPARE(m_ends, 1);
         QVERIFY(m_error > 0 && messages().isEmpty());
-        for (QProcess* const process : {&service, &second}) {
-            process->kill();
-            process->waitForFinished();
-        }
     }
 
     // One of them, in the way at the first address, keeps nobody from the service at the other.
@@ -171,16 +166,11 @@ private Q_SLOTS:
         if (!m_server->listen(QHostAddress::LocalHostIPv6)) {
             QSKIP("the machine has no IPv6");
         }
-        QProcess service;
-        service.start(QString::fromUtf8(VANTORY_TEST_DATA "/other_service"),
-                      {u"takes"_s, u"127.0.0.1"_s, QString::number(m_server->serverPort())});
-        QVERIFY(service.waitForReadyRead());
+        QVERIFY(startOther(u"takes"_s, u"127.0.0.1"_s, m_server->serverPort()));
         makeConnection(m_server->serverPort());
         QVERIFY(start());
         m_peer->write("hello");
         QTRY_COMPARE(messages(), QStringList{u"hello"_s});
-        service.kill();
-        service.waitForFinished();
     }
 
     // The rest of what was sent, and the end, wait for the busy queue, but not for ever.
@@ -202,31 +192,32 @@ private Q_SLOTS:
         m_peer->write(QByteArray(unread, 'a'));
         QTRY_COMPARE(m_peer->bytesToWrite(), 0);
         QCOMPARE(m_ends, 0);
-        if (isReset) {
-            reset();
-        } else {
-            m_peer->disconnectFromHost();
+        if (isReset) { // the service's program is killed while it still has something to read, say
+            const linger atOnce = {1, 0};
+            ::setsockopt(static_cast<int>(m_peer->socketDescriptor()), SOL_SOCKET, SO_LINGER,
+                         &atOnce, sizeof atOnce);
         }
+        m_peer->close();
         QTRY_COMPARE(m_ends, 1);
         QCOMPARE(m_error > 0, isReset);
         QCOMPARE(messages(), QStringList{u"execute"_s});
     }
 
 private:
+    // Another account's program, until the case's end; its port.
+    quint16 startOther(const QString& how, const QString& address, quint16 port)
+    {
+        QProcess& other = *m_others.emplace_back(std::make_unique<QProcess>());
+        other.start(QString::fromUtf8(VANTORY_TEST_DATA "/other_service"),
+                    {how, address, QString::number(port)});
+        return other.waitForReadyRead() ? other.readLine().trimmed().toUShort() : 0;
+    }
+
     bool start()
     {
         m_connection->start();
         return m_server->waitForNewConnection(5000) &&
                (m_peer = m_server->nextPendingConnection()) != nullptr;
-    }
-
-    // The service's program is killed while it still has something to read, say.
-    void reset()
-    {
-        const linger atOnce = {1, 0};
-        ::setsockopt(static_cast<int>(m_peer->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce,
-                     sizeof atOnce);
-        m_peer->abort();
     }
 
     // Sends a message that occupies the queue until m_idle is set.
@@ -256,6 +247,7 @@ private:
 
     QTemporaryDir m_root;
     std::unique_ptr<QTcpServer> m_server;
+    std::vector<std::unique_ptr<QProcess>> m_others;
     QTcpSocket* m_peer = nullptr;
     std::promise<void> m_idle;
 
