@@ -44,8 +44,8 @@ class Program:
         return subprocess.Popen([*self.starter, f"{self.bundle}/vantoryAgent", *map(str, arguments)], text=True,
                                 env=os.environ | own | (environment or {}), **options)
 
-    def error_log(self):
-        with open(f"{self.logs}/vantoryAgent.stderr", encoding="utf-8") as log:
+    def log(self, name):
+        with open(f"{self.logs}/vantoryAgent.{name}", encoding="utf-8") as log:
             return log.read()
 
     def run(self, *arguments, **options):

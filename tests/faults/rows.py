@@ -1,7 +1,6 @@
 """The rows of ./faults: what is away, hangs (connected to, it never answers), or is restarted."""
 import os
 import signal
-import socket
 import subprocess
 import tempfile
 import time
@@ -15,10 +14,10 @@ class Skipped(Exception):
     pass
 
 
-def row(*desktop, slow=False, cases=(None,)):
+def row(*desktop, cases=(None,)):
     def register(function):
         for case in cases:
-            ROWS[function.__name__ + (f":{case}" if case else "")] = (function, (case,) if case else (), desktop, slow)
+            ROWS[function.__name__ + (f":{case}" if case else "")] = (function, (case,) if case else (), desktop)
         return function
     return register
 
@@ -38,15 +37,6 @@ def signal_bus(kind, number):
 def buses_away():
     """Neither session nor system bus: no logind, no notifications, the icon in the XEmbed tray."""
     return Agent().use()
-
-
-@row("--display", "--bus", "--tray", cases=("session", "system"))
-def bus_hangs_at_start(kind):
-    """The bus takes connections, and never answers."""
-    with socket.socket(socket.AF_UNIX) as server:
-        server.bind(path := bus_path(kind) + "-mute")
-        server.listen(100)
-        return Agent({f"DBUS_{kind.upper()}_BUS_ADDRESS": f"unix:path={path}"}).use()
 
 
 @row("--display", "--bus", "--tray", cases=("session", "system"))
@@ -141,7 +131,7 @@ def disk_full():
     return {"main s": main}
 
 
-@row("--display", "--bus", "--tray", slow=True)
+@row("--display", "--bus", "--tray")
 def soak():
     """A day's traffic: what the agent holds at its end is what it held in the middle."""
     agent = Agent()
