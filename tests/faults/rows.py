@@ -124,7 +124,8 @@ def disk_full():
         main = agent.watch(1)
         os.remove(f"{root}/filler")
         agent.send("connected_gateway=again")
-        until("the log", lambda: "connected_gateway=" in agent.log())
+        until("the log", lambda: subprocess.run(
+            ["grep", "-q", "connected_gateway=", f"{agent.logs}/vantoryAgent.stdout"]).returncode == 0)
         agent.terminate()
     finally:
         subprocess.run(["umount", "-l", root])

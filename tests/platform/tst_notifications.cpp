@@ -51,11 +51,6 @@ private Q_SLOTS:
         const auto show = [&notifications](const QString& title) {
             notifications.show(Place::Question, {title, {}, {}});
         };
-        const auto signal = [](const QString& name, uint id, const QDBusConnection& bus) {
-            auto signal = QDBusMessage::createSignal(NotificationServer::kPath,
-                                                     NotificationServer::kService, name);
-            bus.send(signal << id << u"default"_s);
-        };
         show(u"a"_s);
         QTRY_COMPARE(calls.join(u' '), u"? a>0"_s);
         server.isSilent = true;
@@ -75,7 +70,9 @@ private Q_SLOTS:
                                             {u"ActionInvoked"_s, 7U, server.bus},
                                             {u"ActionInvoked"_s, 1U, server.bus},
                                             {u"NotificationClosed"_s, 1U, server.bus}}) {
-            signal(name, id, bus);
+            auto message = QDBusMessage::createSignal(NotificationServer::kPath,
+                                                      NotificationServer::kService, name);
+            bus.send(message << id << u"default"_s);
         }
         QTRY_COMPARE(clicks, 1);
         show(u"f"_s);

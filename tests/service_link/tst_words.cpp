@@ -42,35 +42,27 @@ private Q_SLOTS:
                  u"#####update_user=Arequest=restart"_s);
     }
 
-    void messageRecords()
+    void records()
     {
-        const auto with = [](const char* timeout) {
-            return QByteArray(R"({"from":"a","text":"b","icon":1,"timeout":)") + timeout + '}';
+        const auto decode = [](const QString& icon, const QString& timeout) {
+            return decode_message(
+                uR"({"from":"a","text":"b"%1,"timeout":%2})"_s.arg(icon, timeout));
         };
-        const auto decode = [](const QByteArray& json) {
-            return decode_message(QString::fromUtf8(json));
-        };
-        QCOMPARE(decode(with("3,\"x\":{}")).value().timeout, 3);
+        const QString icon = u",\"icon\":1"_s;
         // More digits than a double has.
-        QCOMPARE(decode(with("9007199254740993")).value().timeout, 9007199254740993);
-        for (const QByteArray& bad :
-             {with("9223372036854775808"), with("3.5"), with("\"3\""),
-              with("3").replace("\"a\"", "1"), with("3").replace(R"("icon":1,)", ""),
-              with("3").chopped(1), QByteArray("null"), QByteArray("[]")}) {
-            QVERIFY2(!decode(bad), bad.left(80));
+        QCOMPARE(decode(icon, u"9007199254740993,\"x\":{}"_s).value().timeout, 9007199254740993);
+        QVERIFY(!decode(u""_s, u"3"_s) && !decode(u",\"icon\":\"1\""_s, u"3"_s));
+        for (const char* const bad : {"9223372036854775808", "3.5", "\"3\"", ""}) {
+            QVERIFY2(!decode(icon, QString::fromUtf8(bad)), bad);
         }
-    }
-
-    void statusRecords()
-    {
-        const auto decode = [](const QString& date) {
+        const auto status = [](const QString& date) {
             return decode_status(
                 uR"({"accountIsValid":true,"gateway":"g","sessionId":"s","sessions":[{"session":7,)"
                 uR"("remoteDevice":"d","remoteControlUser":"u"%1}]})"_s.arg(date));
         };
-        QVERIFY(!decode({}).value().sessions.at(0).sessionDate);
-        QCOMPARE(decode(uR"(,"sessionDate":12.5)"_s).value().sessions.at(0).sessionDate, 12.5);
-        QVERIFY(!decode(uR"(,"sessionDate":"2001")"_s));
+        QVERIFY(!status({}).value().sessions.at(0).sessionDate);
+        QCOMPARE(status(uR"(,"sessionDate":12.5)"_s).value().sessions.at(0).sessionDate, 12.5);
+        QVERIFY(!status(uR"(,"sessionDate":"2001")"_s));
     }
 
     void commandStatuses()
