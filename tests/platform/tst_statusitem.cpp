@@ -207,7 +207,8 @@ private Q_SLOTS:
         QVERIFY(!layout.timeout());
         const auto after = m_watcher->items();
         QCOMPARE(after[0].second, u"New"_s);
-        QVERIFY(after[0].first != before[0].first && after[1] == before[1]);
+        QVERIFY(after[0].first != before[0].first && after[0].first != before[1].first);
+        QCOMPARE(after[1], before[1]);
     }
 
     void clicksReachTheAction()
