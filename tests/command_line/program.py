@@ -19,10 +19,11 @@ def text(key, *values, language="En"):
     return line
 
 
-class Program:
+class Program(tempfile.TemporaryDirectory):
     def __init__(self, starter=None):
+        super().__init__(prefix="vantory-Grüß-")
         self.starter = [starter] if starter else []
-        self.root = tempfile.mkdtemp(prefix="vantory-Grüß-")
+        self.root = self.name
         self.bundle = shutil.copytree(BUNDLE, f"{self.root}/vantoryAgent.app")
         self.preferences = f"{self.root}/Library/Preferences/vantoryAgent"
         self.settings = f"{self.preferences}/com.halvern.vantory.agent.settings.plist"
@@ -35,9 +36,6 @@ class Program:
 
     def __enter__(self):
         return self
-
-    def __exit__(self, *_):
-        shutil.rmtree(self.root)
 
     def start(self, *arguments, environment=None, **options):
         own = {"VANTORY_ROOT": self.root, "LANGUAGE": "en"}
