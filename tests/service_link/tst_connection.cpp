@@ -133,6 +133,8 @@ private Q_SLOTS:
         }
         QTest::newRow("takes at ::1") << u"takes"_s << u"::1"_s;
         QTest::newRow("takes, bound to the device") << u"takes"_s << u"lo"_s;
+        QTest::newRow("takes what a trusted account listens for")
+            << u"inherits"_s << u"127.0.0.1"_s;
         QTest::newRow("waits, and is there at ::1 too") << u"waits"_s << u"127.0.0.1 late"_s;
     }
 
