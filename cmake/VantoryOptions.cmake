@@ -1,4 +1,4 @@
-# One interface target that every room links: language level, warnings, definitions, sanitizers.
+# One interface target that every target links: language level, warnings, definitions, sanitizers.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 include(CheckPIESupported)

@@ -52,9 +52,9 @@ QStringList argumentsOf(int argc, char* argv[])
 
 std::atomic_bool hasDisplay = false;
 
-// Qt's own messages are dropped: the program writes to its log files only. Those that end the
-// program are kept; until there is a display they say that there is none, and the first one before
-// says why. The one that says that the display has gone is the last chance for an orderly end.
+// Qt's own messages are dropped, except fatal ones: the program writes to its log files only. Until
+// there is a display, a fatal message means that there is none, and the first warning says why. The
+// message that the display has gone is the last chance for an orderly end.
 void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     static std::mutex mutex; // guards the reason
@@ -124,7 +124,7 @@ int main(int argc, char* argv[])
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
     application.installEventFilter(new QuitFilter(&application));
-    // The keeper starts the agent; the desktop's session manager must not start a second one.
+    // The keeper restarts the agent; the desktop's session manager must not start a second one.
     QObject::connect(
         &application, &QGuiApplication::saveStateRequest, &application,
         [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); });

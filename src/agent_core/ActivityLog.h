@@ -9,8 +9,8 @@
 
 class ActivityWindow;
 
-// Keeps the list of what happens to this computer, shows it, and tells what happened while the
-// screen was locked once it is no longer. Main thread.
+// Keeps the list of what happens to this computer, shows it, and, once the screen is unlocked,
+// tells what happened while it was locked. Main thread.
 class ActivityLog : public QObject {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ public:
     void show();
 
 Q_SIGNALS:
-    // Of a session, or of a request that was accepted.
+    // An activity of a session, or a request that was accepted.
     void noted(const Activity& activity);
     // The user comes back, and this happened meanwhile.
     void absenceEnded(const QList<Activity>& activities);

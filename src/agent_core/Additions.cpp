@@ -100,7 +100,7 @@ void follow(DesktopNotices* notices, ActivityLog* log, const UserAcknowledgement
 void AppDelegate::makeAdditions()
 {
     AgentState& agent = state();
-    // Before the news that waited for the unlocking.
+    // Connected before the log, which tells what waited for the unlocking.
     connect(&agent.events, &AgentEvents::screenLockChanged, this, &Announcements::hold);
     auto* const log = new ActivityLog(&AppDelegate::labels, this);
     follow(log, agent.sessions, agent.events);

@@ -3,7 +3,7 @@
 // What the user's other programs ask of the agent over the session bus. Main thread.
 namespace AgentRequests {
 
-// From now on. Once.
+// Answers calls from now on. Called once.
 void answer();
 
 } // namespace AgentRequests

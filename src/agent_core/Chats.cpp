@@ -52,8 +52,8 @@ void removeChat(qint32 token)
     }
 }
 
-// Where there are many windows, a chat that has ended goes for a new one, else one that the person
-// has closed; each only with all its windows. False where there is neither.
+// If there are too many windows for a new one, removes a chat that has ended, else one that the
+// user has closed, with all its windows. False if there is neither.
 bool makeRoom()
 {
     const QList<ChatController*>& chats = AppDelegate::state().chats;

@@ -9,40 +9,40 @@
 #include <QObject>
 #include <QTimer>
 
-// Word to the person through the desktop's notifications: that a session has begun or ended, that
-// somebody asks for control, what happened while the screen was locked. Where the desktop has no
-// notifications nothing else changes. Main thread.
+// Tells the user by desktop notifications that a session has begun or ended, that somebody asks for
+// control, and what happened while the screen was locked. A desktop without notifications shows
+// none of this, and nothing else changes. Main thread.
 class DesktopNotices : public QObject {
     Q_OBJECT
 
 public:
     DesktopNotices(LabelSource labels, const QString& applicationName, QObject* parent);
 
-    // Something happened to a session. What comes at once is shown together. Where the account
-    // wants no window of the agent when a session begins, only that one has not ended is told.
+    // Something happened to a session. What happens at the same time is shown together. If the
+    // account wants no window when a session begins, only a session that failed to end is shown.
     void tellSession(const Activity& activity);
 
     // A question stands on the screen. Its notice stays, and stands above full-screen programs
     // where the desktop shows critical ones there.
     void askQuestion(const QString& question, bool replacesAnother);
     void withdrawQuestion();
-    // The service has taken it back, which is told.
+    // The service has withdrawn the question, and the user is told so.
     void tellWithdrawal();
 
-    // What happened while the person was away. Stays, whatever the account wants.
+    // What happened while the user was away. Stays, whatever the account wants.
     void tellAbsence(const QList<Activity>& activities);
     void absenceSeen();
 
-    // No panel shows the icon: how to see it, and what does without it.
+    // No panel shows the icon: tells how to see it, and what works without it.
     void tellMissingIcon();
 
-    // The program is ending: nothing more is told.
+    // The program is ending: no more notices.
     void stop();
 
 Q_SIGNALS:
-    // The person has clicked a notice.
+    // The user has clicked a notice.
     void activated(Notifications::Place place);
-    // The desktop has taken the word about the icon.
+    // The desktop has accepted the notice about the icon.
     void missingIconTold();
 
 private:

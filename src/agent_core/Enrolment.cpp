@@ -15,7 +15,7 @@
 
 namespace {
 
-// A name and a copy of the password, which is overwritten with the last pointer.
+// A name and a copy of the password, which is overwritten when the last pointer to it goes.
 std::shared_ptr<Credentials> keep(const QString& username, const QString& password)
 {
     return {new Credentials{username, SecretText::copy(password)}, [](Credentials* credentials) {
@@ -86,7 +86,7 @@ void AppDelegate::waitingSettings()
 void AppDelegate::prepareSettingsWindow()
 {
     updateSettings();
-    // A first configuration stays possible where what is configured may not be changed.
+    // The first enrolment stays possible even where later changes are forbidden.
     window->showLock(options.displayChange || window->entries().accountId.isEmpty());
 }
 
@@ -130,7 +130,7 @@ void AppDelegate::unlockSettings()
     state().access->present(window.get());
 }
 
-// Takes seconds. The result counts only where the person has not cancelled meanwhile.
+// Takes seconds. The result counts only where the user has not cancelled meanwhile.
 void AppDelegate::checkCredentials(const QString& username, const QString& password)
 {
     m_check = keep(username, password);

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// There once the user was told.
+// The file that says that the user was told.
 QString note()
 {
     return FilePaths::personState(u"told-about-the-icon"_s);

@@ -15,7 +15,7 @@ class IconHint : public QObject {
 public:
     IconHint(const StatusItem& icon, const ActivityLog& log, QObject* parent);
 
-    // Looks some time after this.
+    // Calls look() after a while.
     void start();
     void look();
     void stop() { m_timer.stop(); }

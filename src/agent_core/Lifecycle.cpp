@@ -255,7 +255,7 @@ void AppDelegate::applicationWillTerminate()
     WindowActivation::stop();
     RunningAgent::leave();
     Client::prepareToStop();
-    // At once and not after the wait: from another thread the main loop goes on meanwhile.
+    // Before the wait below. On another thread it is posted: the main loop still runs.
     if (MainQueue::isMainThread()) {
         leaveDesktop();
     } else {

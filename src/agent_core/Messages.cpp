@@ -32,14 +32,14 @@ void closed(MessageInbox* message, bool isByPerson)
         printLog(u"deleted index=%1"_s.arg(index));
     }
     message->deleteLater(); // it may be in the middle of its button's click or its timer's tick
-    // One that closed by itself may not have been seen: the next one tells again.
+    // A message that closed by itself may not have been seen: the next one shows the count again.
     if (state.messageInbox.isEmpty() && isByPerson) {
         state.messagesNotShown = 0;
     }
     showNotShown();
 }
 
-// Closes the oldest message that the person is not in.
+// Closes the oldest message that the user is not in.
 void makeRoom()
 {
     AgentState& state = AppDelegate::state();

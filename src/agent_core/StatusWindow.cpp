@@ -53,7 +53,7 @@ void AppDelegate::showConnection()
     if (window.isSeen()) {
         return;
     }
-    // Only a window that comes up asks for the status: the answer leads here again.
+    // The status is asked for only when the window comes up: the reply calls this function again.
     window.config();
     if (!window.sessions().isEmpty()) {
         refreshWindow(window);

@@ -35,7 +35,7 @@ public:
 
     static inline AgentOptions options;
     [[nodiscard]] static AgentState& state();
-    // None before the start and where a test takes the link away. Set before the link starts.
+    // None before the start, or if a test has removed the link. Set before the link starts.
     static std::unique_ptr<Client> client;
 
     // --- Lifecycle.cpp ---

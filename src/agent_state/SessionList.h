@@ -18,7 +18,7 @@ public:
     // A number that is listed already is not added again.
     void add(const SessionInfo& session);
     void remove(qint64 session);
-    // The service has told all that there are.
+    // The service has reported the whole list.
     void replace(const QList<SessionInfo>& sessions);
 
     // Sessions that the user has ended and whose end the service has yet to report: one that is
@@ -28,10 +28,10 @@ public:
     void forgetEnd(qint64 session);
 
 Q_SIGNALS:
-    // Each change of the list, number for number.
+    // Each session that is added to the list or removed from it.
     void added(const SessionInfo& session);
     void removed(qint64 session);
-    // What has happened; a list that replaces another begins and ends only what differs.
+    // What has happened. When a list replaces another, only sessions that differ begin or end.
     void began(const SessionInfo& session);
     void hasNotEnded(const SessionInfo& session); // instead of began()
     void ended(const SessionInfo& session);

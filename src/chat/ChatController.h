@@ -37,8 +37,8 @@ public:
     // Whether nothing more can be written.
     [[nodiscard]] bool hasEnded() const;
 
-    // Once, after the chat was made: which chat it is, and with whom it is opened, who is
-    // announced.
+    // Called once, after construction: the chat's and the session's numbers, and the operator's
+    // name, whose joining is announced.
     void set(qint32 token, qint32 session, const QString& from);
     void joinedMember(const QString& name);
     // Only the first departure is ever shown; the flag is set at once.

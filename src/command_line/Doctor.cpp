@@ -47,7 +47,7 @@ QString ownersAndMode(const QString& path, const FileFacts& facts)
     return u"%1:%2 %3"_s.arg(info.owner(), info.group()).arg(facts.mode, 4, 8, QChar(u'0'));
 }
 
-// Whether the folder is as wanted; `make` makes it so, be it there or not.
+// Whether the folder is as wanted; the command `make` makes it so, also if it is missing.
 bool checkFolder(Doctor& doctor, const QString& path, const FileFacts& facts, bool isAsWanted,
                  const QString& wanted, const QString& make)
 {
@@ -86,7 +86,7 @@ void checkPreferences(Doctor& doctor)
     const bool isForAdministrators =
         QStringList{u"admin"_s, u"sudo"_s, u"wheel"_s}.contains(QFileInfo(path).group()) &&
         facts.mode == 02775;
-    // The choice of those who let nobody enrol in the window.
+    // Chosen where nobody may enrol in the window.
     const bool isForRoot = facts.group == 0 && facts.mode == 0755;
     checkFolder(doctor, path, facts, facts.owner == 0 && (isForAdministrators || isForRoot),
                 u"root:%1 2775"_s.arg(administrators.name),

@@ -23,7 +23,7 @@ struct Received {
     ClientConnection::Handled& result;
 };
 
-// Posts an operation with what was decoded, where it was.
+// Posts an operation with the decoded value, if there is one.
 template <typename Value, typename Parameter>
 void post(const std::optional<Value>& value, void (*operation)(Parameter))
 {
@@ -32,7 +32,7 @@ void post(const std::optional<Value>& value, void (*operation)(Parameter))
     }
 }
 
-// A payload, decoded, is what the operation takes.
+// Decodes the payload and passes it to the operation.
 template <auto decode, auto operation>
 void pass(const Received& received)
 {

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The agent's exit statuses that mean something here. All others are the same: it has ended.
+// The agent's exit statuses that mean something here. All others only say that it has ended.
 constexpr int kFailed = 1;
 constexpr int kArgumentsRefused = 2;
 constexpr int kAnotherRuns = 3;

@@ -9,13 +9,13 @@
 #include <chrono>
 #include <optional>
 
-// Starts the agent that lies beside this program, in the user's session, and starts it again
+// The supervisor: starts the agent beside this program, in the user's session, and starts it again
 // whenever it has ended: an agent makes one link to the service, and ends with it. While no account
 // that may be the service listens at its port, or the kernel does not tell who does, it only looks
 // there at a fixed interval, however long that takes, and never connects: the service would take
 // that for an agent.
 //
-// There is one a display. It says what has changed, a line each on standard error, and no more.
+// Each display has one. It writes a line to standard error for each change, and nothing else.
 // Main thread, before any other thread exists.
 class Keeper {
 public:
@@ -23,13 +23,13 @@ public:
         std::chrono::milliseconds betweenLooks = std::chrono::seconds(3);
         // The wait after each agent that fails is twice the one before, up to this.
         std::chrono::milliseconds betweenFailures = std::chrono::minutes(1);
-        // An agent that fails sooner has had no link.
+        // An agent that fails sooner than this had no link.
         std::chrono::milliseconds untilLink = std::chrono::seconds(15);
-        // Where another agent runs in the session.
+        // The wait while another agent runs in the session.
         std::chrono::milliseconds besideAnother = std::chrono::seconds(30);
         // A desktop that has just started may need a moment.
         std::chrono::milliseconds forDisplay = std::chrono::seconds(30);
-        // Then an agent that was asked to end is killed.
+        // An agent that was asked to end is killed after this time.
         std::chrono::milliseconds forAgentsEnd = std::chrono::seconds(10);
     };
 

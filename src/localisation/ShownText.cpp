@@ -115,8 +115,8 @@ private:
 };
 
 // Walks a text's characters as a person counts them (grapheme clusters, UAX #29), until the next
-// call on this thread. ICU's, for Qt's own finder divides everything else within Thai text,
-// surrogate pairs too.
+// call on this thread. ICU's iterator, since Qt's own splits other characters within Thai
+// text, even surrogate pairs.
 UBreakIterator* charactersOf(QStringView text)
 {
     UErrorCode status = U_ZERO_ERROR;

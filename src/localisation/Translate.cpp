@@ -140,7 +140,7 @@ using InfoField = Info JsonData::*;
 
 struct Record {
     const char16_t* key;    // in the documents
-    const char16_t* prefix; // of the person's preference
+    const char16_t* prefix; // of the user's preference
     Language language;
     InfoField info;
 };

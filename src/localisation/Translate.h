@@ -11,7 +11,7 @@
 // lists its records in another one.
 enum class Language { English, French, Italian, Spanish, German, Korean, Portuguese };
 
-// The language label document: every text that the person sees, in seven languages side by side.
+// The language label document: every text that the user sees, in seven languages side by side.
 // Sections and fields bear their keys' names, oddities included ("error" in lower case, "_import"
 // with its underscore): the keys are the installation's, which supplies the document. Only "export"
 // is a word that the language keeps for itself, so its field has an underscore behind it.
@@ -81,15 +81,15 @@ struct JsonData {
     [[nodiscard]] const Info& info(Language language) const;
 };
 
-// As in the person's preference: "en". Any thread.
+// As in the user's preference: "en". Any thread.
 [[nodiscard]] QString languageCode(Language language);
 
 // What the language's record is called in the documents: "En". Any thread.
 [[nodiscard]] QString languageKey(Language language);
 
-// The whole document. It is read and decoded once a change of the file, so that an edited one takes
-// effect at the next look. None where it cannot be read or decoded as a whole; then the error log
-// has one line a look. A bundle without the document is a broken installation and ends the program.
+// The whole document. It is decoded again whenever the file has changed, so an edit takes effect at
+// the next call. None where it cannot be read or decoded as a whole; each call then logs one error.
+// A bundle without the document is a broken installation and ends the program.
 //
 // A package that is upgraded or removed while the program runs takes nothing from it: once the
 // program's file is replaced, or the document gone, the document that was last decoded holds on.

@@ -11,7 +11,7 @@ void ActivityList::add(const Activity& activity)
         text = text.left(kLongestText - (isHalf ? 1 : 0)) + u'…';
     }
     if (m_all.size() > kMost) {
-        // What the person has not seen stays, as long as anything else can go.
+        // What the user has not seen stays, as long as anything else can go.
         const auto seen = std::find_if(m_all.cbegin(), m_all.cend(),
                                        [](const Activity& kept) { return !kept.isUnseen; });
         m_all.erase(seen != m_all.cend() ? seen : m_all.cbegin());

@@ -16,11 +16,11 @@ struct Activity {
     // Of a command only: what finish() knows it by, and its status once it has ended.
     quint64 command = 0;
     std::optional<qint64> status = std::nullopt;
-    bool isUnseen = false; // it happened while the person was away
+    bool isUnseen = false; // it happened while the user was away
 };
 
 // What happened, in order. It lives in memory only and is bounded: the oldest entries are dropped
-// and counted, those that the person has seen first.
+// and counted, those that the user has seen first.
 class ActivityList {
 public:
     static constexpr qsizetype kMost = 1'000;

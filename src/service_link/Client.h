@@ -35,7 +35,7 @@ public:
     ClientConnection connection;
 
 private:
-    // Who ends the process when the link has ended: the link, nobody yet, or stop().
+    // Who ends the process after the link's end: the link, nobody yet, or stop().
     enum class End { ByLink, Later, ByStop };
     static inline std::atomic<End> end = End::ByLink;
 };

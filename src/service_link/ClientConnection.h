@@ -15,13 +15,13 @@
 // The link to the service: receives one message after another on the link's thread, and sends from
 // any thread. Once it has ended it can't be used again.
 //
-// The link's end waits behind the message that is being handled and those before the end, for
-// `endPatience` at most.
+// The end of the link is handled after all messages received before it, or after `endPatience` if
+// they take longer.
 class ClientConnection {
 public:
     struct Handled {
         std::optional<QString> command; // as it was recognised
-        // Where something takes long: is readable when that is over, and what is done then.
+        // For work that takes long: becomes readable when it is done, and `rest` is called then.
         Descriptor awaited = {};
         std::function<void()> rest = [] {};
     };
@@ -49,7 +49,7 @@ public:
     // Ends the connection in an orderly way. Any thread.
     void stop();
 
-    // Called once when the connection has ended, with what failed or none, on the thread that ended
+    // Called once when the connection has ended, with the error or none, on the thread that ended
     // it. Set before start(), and cleared before it is called.
     DidStop didStopCallback;
     // Called once, on another thread, when the end has been noticed. Before start().

@@ -14,7 +14,7 @@
 // the result is none, and nothing is logged. Unknown keys are ignored. Integers have 64 bits and
 // are exact: 3 and 3.0 are integers, 3.5 is not. Any thread.
 
-// A message that is pushed to the person.
+// A message that is pushed to the user.
 struct Message {
     QString from;
     QString text;

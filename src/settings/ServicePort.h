@@ -11,7 +11,7 @@ inline constexpr quint16 kUsualServicePort = 62188;
 
 // The port of the service that the command line asks for. Any thread.
 struct PortArgument {
-    // None where there is no argument "port=N", or where the last one is no number from 0 to 65535.
+    // None if there is no argument "port=N", or if the last one is not a number from 0 to 65535.
     std::optional<quint16> port;
     // The last argument "port=…" as it stands, where it is no such number.
     QString invalid;

@@ -11,8 +11,8 @@
 class QAbstractButton;
 class QWidget;
 
-// Whether a key, a click or a press in a window was meant for it: the one guard of that. Each
-// window has its own. It drops
+// Whether a key, a click or a press in a window was meant for it. Each window has its
+// own guard. It drops
 //
 // - keys and input methods' text in a window that has come up by itself, until the user clicks in
 // it
@@ -24,9 +24,9 @@ class QWidget;
 //   before.
 //
 // The times count from the moment at which the window is on the screen; each input that is dropped
-// begins its time anew. Keys and clicks are dropped as events. A screen reader's press comes
-// without one and clicks a moment later: whatever acts on a button is connected by connectButton(),
-// which looks at the press when it begins and when it ends. Main thread; lives as long as its
+// restarts its time. Keys and clicks are dropped as events. A screen reader's press comes without
+// an event and clicks a moment later: so a button's action is connected by connectButton(), which
+// looks at the press when it begins and when it ends. Main thread; lives as long as its
 // window.
 class InputGuard : public QObject {
     Q_OBJECT

@@ -56,7 +56,7 @@ QPixmap customLogo(QByteArray& bytes, qreal scale)
     return pixmap;
 }
 
-// Leaves room at the side of the words.
+// Leaves a gap beside the text.
 QPixmap withGap(const QPixmap& picture, bool isLeftToRight)
 {
     const qreal scale = picture.devicePixelRatio();

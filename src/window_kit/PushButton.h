@@ -2,7 +2,7 @@
 
 #include <QPushButton>
 
-// A button whose words have room around them with every font: styles leave the same few points also
+// A button with enough space around its text in every font: styles leave the same few points also
 // beside large letters.
 class PushButton : public QPushButton {
 public:

@@ -30,7 +30,7 @@ void nameButton(QToolButton& button, const QString& text)
     button.setAccessibleName(text);
 }
 
-// Gives the label the largest font, up to that one, in which its text has room in it.
+// Gives the label the largest font, up to that one, in which its text fits.
 void fitText(QLabel& label, QFont font)
 {
     constexpr qreal kSmallest = 8; // points
@@ -119,7 +119,7 @@ void ConnectionStatus::present()
         awakeFromNib();
     }
     setPosition();
-    // The keyboard is where it is seen.
+    // The keyboard focus goes where the user can see it.
     if (focusWidget() == nullptr || focusWidget() == m_ui->agentDesc) {
         m_ui->activity->setFocus(Qt::OtherFocusReason);
     }

@@ -29,7 +29,7 @@ class ConnectionStatus;
 // The small window at the top right of the screen that tells whether the machine is linked and who
 // is in session, and in which the user ends a session or asks for a chat.
 //
-// There is one for the agent's whole life. It takes reports before it is first to be seen, too. It
+// There is one for the agent's whole life. It takes reports even before it is first shown. It
 // has a row for each of its first two sessions. Main thread.
 class ConnectionStatus : public AgentWindow<QWidget> {
     Q_OBJECT

@@ -146,8 +146,8 @@ void MessageInbox::changeMessage()
     if (timeout < 1) {
         stopMessage();
     }
-    // Also when that has closed the message. The labels are read anew at each tick, so that a
-    // language's change shows while the message is open.
+    // Done even if the message has just closed. The labels are read anew at each tick, so that a
+    // change of language shows while the message is open.
     if (const auto labels = m_labels()) {
         showCountDown(*labels);
         translate(*labels);

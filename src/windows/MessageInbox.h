@@ -34,7 +34,7 @@ public:
     // Brings it up beside the other messages, which stand at these places. At first it ignores
     // keys.
     void present(const QList<QPoint>& others);
-    // Says how many messages were closed to make room for later ones; of none nothing is said.
+    // Says how many messages were closed in favour of later ones; says nothing if none were.
     void setNotShown(qint64 count);
 
     // Puts one language's texts in place.

@@ -25,8 +25,8 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     m_ui->platformSelect->addItem(u"staging"_s, u"staging"_s);
     m_ui->platformSelect->addItem(u"testing"_s, u"testing"_s);
 
-    // Room for a whole account identifier; and for the session code's row, so that nothing moves
-    // when the mode hides it.
+    // Wide enough for a whole account identifier, and for the session code's row, so that nothing
+    // moves when the mode hides it.
     const int width = fontMetrics().horizontalAdvance(QString(38, u'0'));
     m_ui->accountIdText->setMinimumWidth(width);
     for (QWidget* const widget : std::initializer_list<QWidget*>{

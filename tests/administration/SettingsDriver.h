@@ -7,7 +7,7 @@
 #include <QPushButton>
 #include <QTest>
 
-// The settings window and the credential window of the agent under test, as a person uses them.
+// The settings window and the credential window of the agent under test, as a user uses them.
 namespace SettingsDriver {
 
 inline QWidget* window()

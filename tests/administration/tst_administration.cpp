@@ -168,7 +168,7 @@ private Q_SLOTS:
         unlock(person("ADMINISTRATOR")); // and the next one counts
     }
 
-    // The check passes, and then sudo asks for the password of the person who runs the agent.
+    // The check passes, and then sudo asks for the password of the user who runs the agent.
     void anotherAccountsNameSavesNothing()
     {
         QVERIFY(writeFile(backendSettingsPath(), "of old") && open(*m_agent));

@@ -25,7 +25,7 @@ bool xdotool(const QStringList& arguments)
     return isDone;
 }
 
-// As the person does by a click in its title, or window managers that give every new window the
+// As the user does by a click in its title, or window managers that give every new window the
 // keyboard.
 bool activate(QWidget* window)
 {
@@ -62,14 +62,14 @@ bool wantsAttention(const QWidget& window)
 
 } // namespace
 
-// What the person types and clicks by habit, while windows come up and rows move, does nothing.
+// What the user types and clicks by habit, while windows come up and rows move, does nothing.
 class TestHabits : public AgentTest {
     Q_OBJECT
 
 private:
     static QWidget* window(const char* name) { return AgentFixture::topLevel(name); }
 
-    // What the agent has sent because of the person.
+    // What the agent has sent because of the user.
     QByteArrayList answers()
     {
         QByteArrayList sent = m_agent->takeSent();
@@ -103,7 +103,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, message);
         QFETCH(QByteArray, name);
-        QProcess editor; // another program, in which the person writes
+        QProcess editor; // another program, in which the user writes
         editor.setStandardOutputFile(QProcess::nullDevice());
         editor.start(u"xev"_s, {});
         QVERIFY(xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
@@ -146,7 +146,7 @@ private Q_SLOTS:
     void aBlankEndsNothingThatNobodyAimedAt()
     {
         showSessions();
-        // Nor after the person has been in the window: it comes up again when a session ends.
+        // Nor after the user has been in the window: it comes up again when a session ends.
         window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s)->setFocus();
         AppDelegate::state().connectionStatus->presentByService();
         QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
@@ -166,7 +166,7 @@ private Q_SLOTS:
         QWidget* const question = window("UserAcknowlegement");
         QTRY_VERIFY(wantsAttention(*question));
         QTest::qWait(200);
-        QVERIFY(!question->isActiveWindow()); // the person writes in the chat
+        QVERIFY(!question->isActiveWindow()); // the user writes in the chat
         QVERIFY(activate(question));
         QTRY_VERIFY(!wantsAttention(*question));
         AppDelegate::showMessageInbox({u"a"_s, u"b"_s, 0, 1});
@@ -177,7 +177,7 @@ private Q_SLOTS:
             QVERIFY2(QTest::qWaitForWindowExposed(window(name)), name);
             QTRY_VERIFY(isOnTop(*question));
             QVERIFY2(question->isActiveWindow(), name);
-            // Not even the person's own click hides it.
+            // Not even the user's own click hides it.
             QVERIFY2(activate(window(name)), name);
             QTRY_VERIFY(isOnTop(*question));
             QVERIFY(activate(question));

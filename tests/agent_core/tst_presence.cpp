@@ -18,7 +18,7 @@ using namespace ServiceMessages;
 
 const QByteArray kAnn = session(7, "Ann");
 
-// What the person is told of what happens to the computer, now or later.
+// What the user is told of what happens to the computer, now or later.
 class TestPresence : public QObject {
     Q_OBJECT
 

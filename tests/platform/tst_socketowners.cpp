@@ -78,7 +78,7 @@ private Q_SLOTS:
         call(&::connect, inTheQueue, k4, port);
         const Descriptor own = boundTo(0);
         PeerCheck check([](quint32) -> std::optional<QString> { return {}; });
-        call(&::connect, own, k4, port); // waits until there is room in the queue
+        call(&::connect, own, k4, port); // waits until the queue is not full
         call(&::connect, stranger, k4, portOf(own));
         QCOMPARE(::send(stranger.value(), "x", 1, 0), 1);
         stranger.close();

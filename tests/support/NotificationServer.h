@@ -69,7 +69,7 @@ public:
     }
     [[nodiscard]] int expires() const { return last.arguments().value(7).toInt(); }
 
-    // As the person does.
+    // As the user does.
     void click(uint id)
     {
         auto signal =

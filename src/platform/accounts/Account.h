@@ -4,17 +4,17 @@
 
 #include <optional>
 
-// The person who runs the program, and the machine. Any thread.
+// The user who runs the program, and the machine. Any thread.
 namespace Account {
 
-// The user number.
+// The UID.
 [[nodiscard]] quint32 number();
 
-// The login name; the decimal user number where the account database doesn't know it.
+// The login name; the decimal UID where the account database doesn't know it.
 [[nodiscard]] QString loginName();
 [[nodiscard]] QString loginName(quint32 number);
 
-// The user number of the account with this login name; none where there is none.
+// The UID of the account with this login name; none where there is no such account.
 [[nodiscard]] std::optional<quint32> numberOf(const QString& name);
 
 // The full name: the first part of the account's comment field, in which "&" means the capitalised

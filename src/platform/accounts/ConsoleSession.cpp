@@ -33,7 +33,7 @@ constexpr auto kSeat = "org.freedesktop.login1.Seat";
 constexpr auto kSession = "org.freedesktop.login1.Session";
 constexpr auto kUser = "org.freedesktop.login1.User";
 
-// What is followed: changes of sessions, seats and users; and that logind comes (back).
+// The signals to watch: changes of sessions, seats and users, and that logind has (re)started.
 constexpr const char* kSignals[] = {
     "type='signal',sender='org.freedesktop.login1',interface='org.freedesktop.DBus.Properties'",
     "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',"
@@ -55,17 +55,17 @@ Shared& shared()
     return *theOne;
 }
 
-// Calls to logind, which together have the time limit. Other threads wait meanwhile.
+// Calls to logind, which share one time limit. Other threads wait meanwhile.
 class Logind {
 public:
     Logind();
 
     [[nodiscard]] std::optional<QString> consoleUser();
-    // Asks, once more where something changes meanwhile, and tells who follows.
+    // Asks, once more if something changes meanwhile, and tells the follower.
     Screen screen();
 
 private:
-    // Whether something has come besides the replies: one of the signals.
+    // Whether a signal has arrived besides the replies.
     bool readNews()
     {
         bool hasNews = false;

@@ -14,7 +14,7 @@
 // BusConnection.h says what is not done by QtDBus, and why. Internal to the platform.
 namespace Bus {
 
-// D-Bus's own time limit for an answer.
+// D-Bus's own time limit for a reply.
 inline constexpr std::chrono::seconds kTimeLimit(25);
 
 // Whether a bus (as BusConnection takes it), and the service on it where it runs, answers before
@@ -29,7 +29,7 @@ inline constexpr std::chrono::seconds kTimeLimit(25);
 inline constexpr int kUsualTimeLimit = -1;
 inline constexpr int kNoTimeLimit = std::numeric_limits<int>::max();
 
-// Calls `then` with the answer, also an error, unless the context is deleted before.
+// Calls `then` with the reply, also an error, unless the context is deleted before.
 void ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit, QObject* context,
          const std::function<void(const QDBusMessage&)>& then);
 

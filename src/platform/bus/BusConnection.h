@@ -16,15 +16,14 @@ struct sd_bus_message;
 
 // Calls over D-Bus with a deadline, by libsystemd's sd-bus. Internal to the platform.
 //
-// The program uses two libraries for D-Bus, by what can hang:
+// The program uses two D-Bus libraries, so that a bus that hangs does not hang the program:
 //
 // - QtDBus (Bus.h) connects without a time limit, all its connections share one thread, and it
 // needs
-//   the application object. The toolkit uses it anyway, for accessibility. It has what the main
+//   the application object. The toolkit uses it anyway, for accessibility. It serves what the main
 //   thread never waits for, all on the toolkit's own connection to the session bus: the icon, its
-//   menu and the notifications. A worker connects it, after a BusConnection has been answered
-//   there.
-// - sd-bus has what must be done in time, with or without the toolkit: the agent's name on the
+//   menu and the notifications. A worker connects it, once a BusConnection has had a reply there.
+// - sd-bus serves calls with a deadline, with or without the toolkit: the agent's name on the
 //   session bus and the calls to the agent (RunningAgent), logind on the system bus
 //   (ConsoleSession), and the doctor's questions (DesktopFacts).
 //
@@ -37,14 +36,14 @@ public:
     explicit BusReply(int error, sd_bus_message* message = nullptr); // which it owns
 
     explicit operator bool() const { return m_message != nullptr; }
-    // Why there is none, as an error number of the system: ETIMEDOUT at the deadline. An error that
-    // was replied has a number, too.
+    // Why there is none, as an errno value: ETIMEDOUT at the deadline. An error reply has a number,
+    // too.
     [[nodiscard]] int error() const { return m_error; }
 
     // What is read next is in the container: 'v', 'a' or 'r', with contents of that signature.
     bool enter(char container, const char* contents);
 
-    // The next value, where it is of that basic type of D-Bus. A text ends with the reply.
+    // The next value, where it is of that basic type of D-Bus. A text lives as long as the reply.
     template <typename Value>
     [[nodiscard]] std::optional<Value> value(char type)
     {
@@ -90,8 +89,8 @@ public:
     BusReply property(const char* service, const char* path, const char* interface,
                       const char* name, const char* signature);
 
-    // Handles one thing that has come; false where nothing has. While a reply was waited for,
-    // something may have been read that the descriptor does not show any more.
+    // Handles one message that has arrived; false if there is none. A message may have been read
+    // while a call waited for its reply: the descriptor does not show it any more.
     bool processOne();
     // Whether the bus has not closed the connection, as far as processOne() has seen.
     [[nodiscard]] bool isOpen() const;

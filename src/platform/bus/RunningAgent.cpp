@@ -173,6 +173,6 @@ RunningAgent::Presence RunningAgent::presence()
     if (error == EHOSTUNREACH || error == ENXIO) { // nobody has the name
         return SessionLock::isTaken(lockName()) ? Presence::Silent : Presence::None;
     }
-    // An error is an answer, too.
+    // An error is a reply, too.
     return error == ETIMEDOUT ? Presence::Silent : Presence::Answers;
 }

@@ -8,7 +8,7 @@ class QObject;
 //
 // A text is said about 300 ms later, when the screen reader has begun to read a window that came up
 // with it; texts of that time are said together. Typing makes screen readers fall silent: if the
-// person types into a window of the program while the text is being said, as far as its length
+// user types into a window of the program while the text is being said, as far as its length
 // tells, it is said once more when the keyboard has been quiet for a second. It reaches the reader
 // as the accessible name of an object with AT-SPI's notification role, in a window that is never on
 // the screen. Where there is no screen reader nothing is said. Main thread.

@@ -70,7 +70,7 @@ QList<QStringList> shortcutOf(const QKeySequence& sequence)
     return presses;
 }
 
-// An action keeps its number.
+// An action keeps its ID.
 int idOf(QAction& action)
 {
     constexpr auto kId = "dbusMenuId";

@@ -29,7 +29,7 @@ public:
         QString text;
         QString action; // what a click opens, for services that show a button for it
         bool isCritical = false;
-        bool stays = false; // until the person or withdraw() closes it; else the service decides
+        bool stays = false; // until the user or withdraw() closes it; else the service decides
     };
 
     explicit Notifications(QString applicationName, QString iconPath, QObject* parent = nullptr);
@@ -41,7 +41,7 @@ public:
 Q_SIGNALS:
     // The service has taken the notification, and shows it by its own rules.
     void taken(Notifications::Place place);
-    // The person has clicked the notification.
+    // The user has clicked the notification.
     void activated(Notifications::Place place);
 
 private Q_SLOTS:

@@ -114,8 +114,8 @@ void TrayIcon::Window::paintEvent(QPaintEvent* /*event*/)
         painter.fillRect(rect(), Qt::transparent);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     } else {
-        // Anew each time, for a panel changes its colours, too. Both go to the server in this
-        // order, so that no icon is in the picture.
+        // The background is read anew each time, since a panel may change its colours. The server
+        // clears the window first, so that the icon is not in the picture.
         xcb_clear_area(X11::connection(), 0, id(), 0, 0, 0, 0);
         painter.drawPixmap(QPoint(), screen()->grabWindow(winId()));
     }

@@ -9,7 +9,7 @@ class QWidget;
 //
 // A floating window stays on top of ordinary ones. Activation (the keyboard) is asked of the window
 // manager with the true time of the user's last action in this program (EWMH _NET_ACTIVE_WINDOW
-// and _NET_WM_USER_TIME), so that a desktop that guards the focus can tell a window that the person
+// and _NET_WM_USER_TIME), so that a desktop that guards the focus can tell a window that the user
 // asked for from one that comes by itself. Main thread, where nothing else is said.
 namespace WindowActivation {
 
@@ -41,7 +41,7 @@ void show(QWidget* window);
 // _NET_WM_STATE_DEMANDS_ATTENTION and by ICCCM's older hint, which is all that some know.
 void demandAttention(QWidget* window);
 
-// Puts a window that is shown above another one, without moving the keyboard: by EWMH's
+// Puts a window that is shown above another one, without moving the keyboard focus: by EWMH's
 // _NET_RESTACK_WINDOW, for some window managers activate what is merely raised. Where the window
 // manager has none, dialogs stay above the program's other windows by themselves (ICCCM's
 // WM_TRANSIENT_FOR).
@@ -63,10 +63,10 @@ void stop();
 // Takes all windows off the screen, at once under an X server, else when the event loop goes on.
 void hideAll();
 
-// The room to leave at the screen's edges where the window manager tells neither what panels take
-// nor how wide its frames are (EWMH's _NET_WORKAREA and _NET_FRAME_EXTENTS), as XWayland's own does
-// in some compositors: as much as is usual. None where it tells one of them, or where there is no
-// window manager.
+// The margins to leave at the screen's edges where the window manager tells neither what panels
+// take nor how wide its frames are (EWMH's _NET_WORKAREA and _NET_FRAME_EXTENTS), as XWayland's own
+// does in some compositors: as much as is usual. None where it tells one of them, or where there is
+// no window manager.
 [[nodiscard]] QMargins untoldMargins();
 
 } // namespace WindowActivation

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// What the environment calls the person's display; empty where it names none. Any thread.
+// What the environment calls the user's display; empty where it names none. Any thread.
 namespace DisplayName {
 
 // The X server of DISPLAY, without the number of a screen: all its screens are one desktop.

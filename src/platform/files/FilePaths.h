@@ -17,7 +17,7 @@ namespace FilePaths {
 // A path as the system has it.
 [[nodiscard]] QString system(const QString& absolutePath);
 
-// What the agent keeps for the person from one run to the next (XDG Base Directory Specification):
+// What the agent keeps for the user from one run to the next (XDG Base Directory Specification):
 // "$XDG_STATE_HOME/vantoryAgent/NAME", usually below "~/.local/state".
 [[nodiscard]] QString personState(const QString& name);
 

@@ -4,7 +4,7 @@
 
 #include <QString>
 
-// A lock that one process of the person can have at a time. The kernel takes it away when the
+// A lock that one process of the user can have at a time. The kernel takes it away when the
 // process ends, in whatever way; the file below it stays. Programs that this one starts don't get
 // it. Any thread.
 class SessionLock {

@@ -68,7 +68,7 @@ std::optional<End> endBy(int (*call)(int, sockaddr*, socklen_t*), int socket)
                                                                              : std::nullopt;
 }
 
-// The answer is there when the question has been sent.
+// The reply is there as soon as the request has been sent.
 std::optional<Socket> answerFrom(const Descriptor& diagnosis)
 {
     alignas(nlmsghdr) std::array<char, 4096> buffer = {};
@@ -87,8 +87,8 @@ std::optional<Socket> answerFrom(const Descriptor& diagnosis)
 }
 
 // The socket with these two ends or, without the second one, the listener that takes connections to
-// the first. None where there is no such socket, or where the kernel can't be asked: it answers
-// alike where the diagnosis is not built in.
+// the first. None where there is no such socket, or where the kernel can't be asked: a
+// kernel without socket diagnosis replies as if there were no such socket.
 std::optional<Socket> find(const End& local, const End* remote)
 {
     const Descriptor diagnosis(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
@@ -114,7 +114,7 @@ std::optional<Socket> find(const End& local, const End* remote)
         return std::nullopt;
     }
     const std::optional<Socket> found = answerFrom(diagnosis);
-    // Where no socket has both ends, the kernel answers with the listener.
+    // Where no socket has both ends, the kernel replies with the listener.
     const bool isAsked = found && (found->state == TCP_LISTEN) == (remote == nullptr);
     return isAsked ? found : std::nullopt;
 }

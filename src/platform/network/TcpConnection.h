@@ -43,14 +43,14 @@ public:
         // The data of one read. Returns whether the owner is ready for the next one; if not, it
         // calls resume() later.
         std::function<bool(const QByteArray& data)> received;
-        // How many bytes of one send() the system has taken; not before the owner is ready.
+        // How many bytes of one send() the kernel has accepted; not before the owner is ready.
         std::function<void(qsizetype size)> sent;
         // Whether received or not, the peer has closed its side or something has failed.
         std::function<void()> endNoticed;
-        // The last one, once: behind all that was received, where the owner takes no longer for
-        // that than `endPatience`. No error where the peer has closed its side. At once where a
-        // send fails, and where there is no connection: nobody listens, the host can't be reached,
-        // the peer was refused or can't be told, and so on.
+        // The last call, once: after all received data has been handled, but at most `endPatience`
+        // after the end. No error where the peer has closed its side. At once where a send
+        // fails, and where there is no connection: nobody listens, the host can't be reached, the
+        // peer was refused or its account is not known, and so on.
         std::function<void(const std::optional<NetworkError>& error)> ended;
     };
 

@@ -16,9 +16,9 @@ struct Connected {
     std::optional<NetworkError> error = std::nullopt;
 };
 
-// Connects to a port of a host, where the check lets the peer be heard. "localhost" is tried at
-// 127.0.0.1 and then at ::1 (RFC 6761, section 6.3), without asking a resolver; any other host must
-// be a numeric address. Where no address will do, the error is the first refusal, else the first
+// Connects to a port of a host, if the check accepts the peer. "localhost" is tried at 127.0.0.1
+// and then at ::1 (RFC 6761, section 6.3), without asking a resolver; any other host must be a
+// numeric address. If no address works, the error is the check's first refusal, else the first
 // address's.
 //
 // Blocks. Each time `wake`, an eventfd, has become readable, it is read and `isCancelled` asked; if

@@ -48,7 +48,7 @@ struct Child {
 [[nodiscard]] Child start(const QString& program, const QStringList& arguments,
                           const Options& options = {});
 
-// A descriptor that becomes readable when the child has ended; not open where none is left. Before
+// A descriptor that becomes readable when the child has ended; not open if none is free. Before
 // wait(). Any thread.
 [[nodiscard]] Descriptor endOf(const Child& child);
 
