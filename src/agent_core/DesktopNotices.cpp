@@ -67,7 +67,7 @@ void DesktopNotices::tellSession(const Activity& activity)
     m_sinceNews.start();
     m_news.prepend(activity);
     m_news.resize(std::min(m_news.size(), kMostNews));
-    // Whatever the account says about showing: who sees the icon has it from there.
+    // Said whatever the account says about showing: sighted users have the icon.
     if (!activity.isUnseen) {
         Announcements::say(lineFor(activity, m_labels().value_or(englishFallback())));
     }

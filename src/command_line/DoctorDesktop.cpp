@@ -69,7 +69,7 @@ void checkDisplay(Doctor& doctor, const DesktopFacts& facts)
     }
 }
 
-// Without a session bus all else that needs one is missing too, and goes without saying.
+// Without a session bus all that needs one is missing too, and is not reported.
 void checkBus(Doctor& doctor, const DesktopFacts& facts)
 {
     if (!facts.hasBus) {

@@ -26,8 +26,8 @@ constexpr const char* kPath = "/com/halvern/vantoryAgent";
 constexpr auto kLongestStart = 500ms;
 constexpr auto kLongestReply = 5s;
 
-// The place of the agent, where this process has it. Never destroyed: any thread may leave it while
-// the process ends.
+// What makes this process the single instance, if it is. Never destroyed: any thread may give it up
+// while the process ends.
 struct Place {
     std::atomic_bool isTaken = false;
     BusConnection bus; // owns the name

@@ -166,7 +166,7 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
 QList<DBusMenuItem> DBusMenu::GetGroupProperties(const QList<int>& ids,
                                                  const QStringList& propertyNames)
 {
-    // Walks our items, not the host's list: the answer is never longer than the menu.
+    // Walks our items, not the host's list: the reply is never longer than the menu.
     QList<int> known = {kRoot};
     for (QAction* const action : actions()) {
         known += idOf(*action);

@@ -3,8 +3,8 @@
 #include <QString>
 #include <QStringList>
 
-// What the desktop in which the program was started offers to it, for whoever looks for what is
-// missing. Nothing is shown, owned or changed by asking.
+// What the desktop offers to the program, for a diagnosis of what is missing. Asking shows, owns
+// and changes nothing.
 struct DesktopFacts {
     enum class Display {
         NotNamed,    // neither DISPLAY nor WAYLAND_DISPLAY is set

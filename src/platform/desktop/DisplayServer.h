@@ -5,7 +5,7 @@
 #include <atomic>
 #include <vector>
 
-// Which display server the program connects to, and that it is there no more.
+// Which display server the program connects to, and whether it has gone.
 namespace DisplayServer {
 
 // The program's arguments, with Qt's option for X11 (also XWayland) behind the program's name where
@@ -16,12 +16,12 @@ namespace DisplayServer {
 [[nodiscard]] std::vector<char*> preferX11(std::vector<char*> arguments);
 
 // Whether this is the last word of the toolkit's Wayland part: the compositor has gone, or has
-// thrown the program out. It calls _exit() next, which runs no exit handler. (Its X11 part calls
+// disconnected the program. It calls _exit() next, which runs no exit handler. (Its X11 part calls
 // exit().)
 [[nodiscard]] bool isLastWord(QStringView toolkitMessage);
 
-// To be set by whoever learns that the server has gone, or has thrown the program out: nothing can
-// be asked of it any more. Any thread.
+// Set by whoever learns that the server has gone, or has disconnected the program: no call to it
+// works any more. Any thread.
 inline std::atomic<bool> isGone = false;
 
 } // namespace DisplayServer

@@ -14,8 +14,8 @@ class QDBusMessage;
 // 1.2. A desktop without them is no error, and nothing is shown then.
 //
 // Main thread, which never waits for the bus or for the service; made after MainQueue::attach().
-// A place has one question to the service under way; until its answer, an error or D-Bus's time
-// limit of 25 seconds only the place's newest content is kept, and goes out then.
+// Each place has at most one call to the service pending. Until its reply, an error or D-Bus's time
+// limit of 25 seconds, only the place's newest content is kept; it is sent then.
 class Notifications : public QObject {
     Q_OBJECT
 
@@ -39,7 +39,7 @@ public:
     void withdraw(Place place) { change(place, std::nullopt); }
 
 Q_SIGNALS:
-    // The service has taken the notification, and shows it by its own rules.
+    // The service has accepted the notification, and shows it by its own rules.
     void taken(Notifications::Place place);
     // The user has clicked the notification.
     void activated(Notifications::Place place);
@@ -51,7 +51,7 @@ private:
     struct Slot {
         std::optional<Content> content; // the newest; none: withdrawn
         bool isChanged = false;         // since it was last sent
-        bool isTried = false;           // waits for the answer about the capabilities
+        bool isTried = false;           // waits for the reply about the capabilities
         bool isAnswerPending = false;
         unsigned id = 0; // the service's; 0: not shown
     };

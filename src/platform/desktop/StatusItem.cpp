@@ -72,7 +72,7 @@ void StatusItem::watchBus(const QDBusConnection& bus)
     }
     m_bus = std::make_unique<QDBusConnection>(bus);
 
-    // The subscriptions come before the question for a host, so that no change is missed.
+    // The subscriptions come before the call that asks for a host, so that no change is missed.
     Bus::receive(bus, kWatcherPath, kWatcher,
                  {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s}, this,
                  SLOT(askForHost()));

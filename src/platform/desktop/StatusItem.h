@@ -16,9 +16,9 @@ class QDBusConnection;
 // start again: there is always one icon, with the same menu. A desktop without a status bar is no
 // error.
 //
-// One in a program, made after the application object and MainQueue::attach(). Main thread, which
-// never waits for the bus or for an answer on it (but where the system has no thread left for a
-// worker). Until a watcher has answered whether there is a host, nothing changes.
+// A program has one, made after the application object and MainQueue::attach(). Main thread, which
+// never waits for the bus or for a reply on it (unless the system has no thread left for a
+// worker). Until a watcher has replied whether there is a host, nothing changes.
 class StatusItem : public QObject {
     Q_OBJECT
 

@@ -31,8 +31,8 @@ public:
     // longer for an X server that has taken the connection and hangs. Called once.
     [[nodiscard]] bool open(std::chrono::milliseconds limit);
 
-    // Waits, and returns whether the display went meanwhile; then at once. A display that hangs is
-    // not gone. Once open.
+    // Waits for that time, or until the display has gone, and returns whether it has. A display
+    // that hangs is not gone. Only once open.
     [[nodiscard]] bool isGoneWithin(std::chrono::milliseconds time);
 
     // A connection to the compositor of WAYLAND_DISPLAY that does not wait; closed where there is

@@ -15,8 +15,8 @@ inline constexpr qint64 kLimit = 16 * 1024 * 1024;
 
 // Appends in one write, so that lines of several threads and processes stay whole. Makes no file. A
 // log that would become longer than the limit is emptied first, and begins with `firstLine()`; one
-// that belongs neither to root nor to the user is not emptied, and loses the text. Where several
-// reach the limit in the same moment, only the last one's text may be left.
+// that belongs neither to root nor to the user is not emptied, and loses the text. If several
+// threads or processes reach the limit at once, only the last one's text may be left.
 void append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)());
 
 // Empties the log, if it is root's or the user's. Makes it where the name is free.

@@ -5,13 +5,13 @@
 
 #include <optional>
 
-// Files that are there whole or not at all. An error is returned as the system words it, none where
-// it went well. Any thread.
+// Files that are there whole or not at all. Returns the system's error text, or none on success.
+// Any thread.
 namespace WholeFile {
 
 // Replaces the file, or makes it, with this process's user and group and exactly this mode; also
-// where another one's file or a link had the name. The bytes are on the disk when it returns. Where
-// it fails, what was there stays; unless only the directory could not be brought to the disk.
+// if the name was a link or another user's file. The bytes are on the disk when it returns. If it
+// fails, the old file stays, unless the failure was only in syncing the directory.
 [[nodiscard]] std::optional<QString> write(const QString& path, const QByteArray& bytes,
                                            unsigned int mode);
 

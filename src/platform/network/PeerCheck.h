@@ -12,8 +12,8 @@ class PeerCheck {
 public:
     explicit PeerCheck(TcpConnection::AccountCheck accountCheck);
 
-    // Returns why the peer may not be heard, or none where it may: once when connected, before the
-    // peer's side of the handshake is complete, and while the check is pending again after the
+    // Returns why the peer is refused, or none if it is accepted. Called when connected, before the
+    // peer's side of the handshake is complete; and, while the check is pending, again after the
     // first bytes were received and before they count.
     [[nodiscard]] std::optional<NetworkError> check(const Descriptor& connection);
 

@@ -9,8 +9,8 @@ class Descriptor;
 
 // Which accounts hold the TCP sockets of this machine. The kernel is asked by socket diagnosis
 // (sock_diag(7)) as it looks a socket up for a packet on the loopback device, so that sockets that
-// are bound to that device are found, too. No connection is opened, and only the kernel is waited
-// for. Any thread.
+// are bound to that device are found, too. No connection is opened, and the only wait is for
+// the kernel. Any thread.
 namespace SocketOwners {
 
 // The UIDs that listen at this port of 127.0.0.1 and ::1, each once. None where the kernel can't be
@@ -24,7 +24,7 @@ struct Peer {
         Accepted, // a program has taken the connection
         Queued,   // it waits in the listener's queue for the end of the handshake
         Closed,   // nobody has the other end any more, and the kernel has forgotten who had it
-        Reset,    // this end is none of a connection any more
+        Reset,    // this end belongs to no connection any more
         Unknown,  // the kernel can't be asked: it does not even find this end
     };
     State state = State::Unknown;

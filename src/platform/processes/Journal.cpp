@@ -32,7 +32,7 @@ void Journal::send(Priority priority, const QByteArray& message)
     // The decoder keeps half a character at the end to itself.
     const QByteArray text =
         QString(QStringDecoder(QStringConverter::Utf8).decode(message.left(kLongest))).toUtf8();
-    // With its length before it a message may have lines.
+    // A message with its length before it may have several lines.
     QByteArray length(sizeof(quint64), Qt::Uninitialized);
     qToLittleEndian(static_cast<quint64>(text.size()), length.data());
     const QByteArray entry = "MESSAGE\n" + length + text +
