@@ -11,6 +11,10 @@ endif()
 # sanitizer is to overlook.
 function(vantory_test_properties name)
     set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+    if(VANTORY_SANITIZERS MATCHES "address")
+        # Bounds of memory are tried too: what is freed is kept back for a short while only.
+        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT "ASAN_OPTIONS=quarantine_size_mb=8")
+    endif()
     if(VANTORY_SANITIZERS MATCHES "thread")
         # The toolkit is not built for the thread sanitizer: only our own code's accesses count.
         # Threads that run when the process ends are meant.
