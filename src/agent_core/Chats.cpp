@@ -3,7 +3,6 @@
 #include "chat/ChatController.h"
 #include "logging/Logs.h"
 #include "service_link/Protocol.h"
-#include "windows/ConnectionStatus.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -65,7 +64,7 @@ bool makeRoom()
             const auto windows = chatsOf(chat->token);
             const auto canGo = [mustHaveEnded](const ChatController* window) {
                 return (mustHaveEnded ? window->hasEnded() : !window->position()) &&
-                       !window->isInUse();
+                       !window->isActiveWindow();
             };
             if (std::all_of(windows.cbegin(), windows.cend(), canGo)) {
                 if (chat->position()) {
@@ -94,9 +93,7 @@ void AppDelegate::requestChat(qint32 token, qint32 session)
             others.append(*place);
         }
     }
-    // Dies with the delegate, which owns its parent.
-    auto* const chat = new ChatController(&AppDelegate::labels, options.allowToLeaveChat,
-                                          state().connectionStatus.get());
+    auto* const chat = new ChatController(&AppDelegate::labels, options.allowToLeaveChat);
     state().chats.append(chat);
     QObject::connect(chat, &ChatController::lineEntered, chat,
                      [token](const QString& text) { sendLine(token, text); });

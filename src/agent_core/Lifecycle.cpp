@@ -1,4 +1,5 @@
 #include "agent_state/AppDelegate.h"
+#include "chat/ChatController.h"
 #include "logging/Logs.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/ConsoleSession.h"
@@ -90,6 +91,7 @@ AgentState::AgentState()
 AgentState::~AgentState()
 {
     qDeleteAll(messageInbox);
+    qDeleteAll(chats);
 }
 
 AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)

@@ -87,7 +87,7 @@ struct AgentState {
     std::unique_ptr<SecurityAccess> access;
     QList<MessageInbox*> messageInbox; // the oldest first
     qint64 messagesNotShown = 0;       // closed for later ones, and not yet told to the user
-    QList<ChatController*> chats;      // the status window owns them
+    QList<ChatController*> chats;
 
     std::unique_ptr<QMenu> statusBarMenu;
     std::unique_ptr<StatusItem> statusBarItem;

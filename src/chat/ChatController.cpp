@@ -5,7 +5,6 @@
 #include "platform/desktop/Announcements.h"
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
-#include "window_kit/AgentWindow.h"
 #include "window_kit/ElidedLabel.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Pictures.h"
@@ -27,59 +26,21 @@ constexpr qsizetype kMostSaid = 1'000; // of a longer one
 
 } // namespace
 
-class ChatController::Window : public AgentWindow<QWidget> {
-public:
-    explicit Window(ChatController& owner)
-        : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
-                                      Qt::WindowCloseButtonHint),
-          m_owner(owner)
-    {
-        ui.setupUi(this);
-        setLogo(ui.logo);
-        for (QFrame* const line : {ui.headerLine, ui.footerLine}) {
-            line->setForegroundRole(QPalette::Mid);
-        }
-        connectButton(ui.Quit, [this] { m_owner.QuitAction(); });
-        connectButton(ui.Send, [this] { m_owner.SendAction(); });
-        // Return or Enter in the field; anywhere else Return is the button's key equivalent.
-        connect(ui.Message, &QLineEdit::returnPressed, this, [this] { m_owner.SendAction(); });
-    }
-
-    void setCloseButton(bool isThere)
-    {
-        Qt::WindowFlags flags = windowFlags();
-        flags.setFlag(Qt::WindowCloseButtonHint, isThere);
-        // setWindowFlags() would take the window off the screen and bring it back.
-        overrideWindowFlags(flags);
-        if (windowHandle() != nullptr) {
-            windowHandle()->setFlags(flags);
-        }
-    }
-
-    Ui::ChatController ui;
-
-protected:
-    void closeEvent(QCloseEvent* event) override
-    {
-        // Also where the window manager shows a close button all the same, or has a key for it.
-        if (!ui.Quit->isEnabled()) {
-            event->ignore();
-            return;
-        }
-        AgentWindow::closeEvent(event);
-        if (event->isAccepted()) {
-            m_owner.windowWillClose();
-        }
-    }
-
-private:
-    ChatController& m_owner;
-};
-
-ChatController::ChatController(LabelSource labels, bool allowToLeave, QObject* parent)
-    : QObject(parent), m_labels(std::move(labels)), m_allowToLeave(allowToLeave),
-      m_window(std::make_unique<Window>(*this))
+ChatController::ChatController(LabelSource labels, bool allowToLeave)
+    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
+                                  Qt::WindowCloseButtonHint),
+      m_labels(std::move(labels)), m_allowToLeave(allowToLeave),
+      m_ui(std::make_unique<Ui::ChatController>())
 {
+    m_ui->setupUi(this);
+    setLogo(m_ui->logo);
+    for (QFrame* const line : {m_ui->headerLine, m_ui->footerLine}) {
+        line->setForegroundRole(QPalette::Mid);
+    }
+    connectButton(m_ui->Quit, [this] { QuitAction(); });
+    connectButton(m_ui->Send, [this] { SendAction(); });
+    // Return or Enter in the field; anywhere else Return is the button's key equivalent.
+    connect(m_ui->Message, &QLineEdit::returnPressed, this, &ChatController::SendAction);
     windowDidLoad();
 }
 
@@ -87,21 +48,20 @@ ChatController::~ChatController() = default;
 
 void ChatController::windowDidLoad()
 {
-    m_window->ui.Send->setShortcut(Qt::Key_Return);
+    m_ui->Send->setShortcut(Qt::Key_Return);
     refresh();
-    connect(m_window->ui.Message, &MessageField::settled, this,
-            &ChatController::controlTextDidChange);
+    connect(m_ui->Message, &MessageField::settled, this, &ChatController::controlTextDidChange);
     if (!m_allowToLeave) {
         allowToLeave(false);
     }
-    m_window->refreshLogo(logoChanged);
+    refreshLogo(logoChanged);
 }
 
 void ChatController::refresh()
 {
-    const auto& ui = m_window->ui;
+    const auto& ui = *m_ui;
     if (const auto labels = m_labels()) {
-        m_window->setWindowTitle(u"vantory - "_s + labels->Chat.chat);
+        setWindowTitle(u"vantory - "_s + labels->Chat.chat);
         Mnemonics::setTexts({{ui.Quit, labels->Common.quit}});
         const QKeySequence keyEquivalent = ui.Send->shortcut(); // which a new text takes away
         ui.Send->setText(Mnemonics::plain(labels->Common.send));
@@ -112,35 +72,23 @@ void ChatController::refresh()
     ui.Message->setFocus();
 }
 
-bool ChatController::isVisible() const
-{
-    return m_window->isVisible() && !m_window->isMinimized();
-}
-
 void ChatController::presentBeside(const QList<QPoint>& others)
 {
     const QRect area = Placement::availableArea();
-    m_window->resize(Pictures::grown(m_window->size(), *m_window)
-                         .boundedTo(area.size() * 3 / 4)
-                         .expandedTo(m_window->minimumSize()));
-    const QPoint first = Placement::leftSide(area, m_window->size());
-    m_window->move(Placement::cascade(area, m_window->size(), first, others));
-    m_window->presentByService();
+    resize(Pictures::grown(size(), *this).boundedTo(area.size() * 3 / 4).expandedTo(minimumSize()));
+    const QPoint first = Placement::leftSide(area, size());
+    move(Placement::cascade(area, size(), first, others));
+    presentByService();
 }
 
 std::optional<QPoint> ChatController::position() const
 {
-    return m_window->isVisible() ? std::optional(m_window->pos()) : std::nullopt;
-}
-
-bool ChatController::isInUse() const
-{
-    return m_window->isActiveWindow();
+    return isVisible() ? std::optional(pos()) : std::nullopt;
 }
 
 bool ChatController::hasEnded() const
 {
-    return !m_window->ui.Message->isEnabled();
+    return !m_ui->Message->isEnabled();
 }
 
 void ChatController::set(qint32 chatToken, qint32 chatSession, const QString& operatorName)
@@ -202,28 +150,28 @@ void ChatController::showMembers()
     for (const QString& name : std::as_const(members)) {
         names.append(ShownText::line(name));
     }
-    setPlainToolTip(*m_window->ui.Messages, names.join(u'\n'));
-    m_window->ui.operators->setFullText(names.join(u", "_s));
+    setPlainToolTip(*m_ui->Messages, names.join(u'\n'));
+    m_ui->operators->setFullText(names.join(u", "_s));
 }
 
 void ChatController::receiveChat(const QString& name, const QString& text)
 {
-    if (isVisible()) {
+    if (isShown()) {
         displayMessage(name, text, true, ChatColour::Text);
     }
 }
 
 void ChatController::wakeUp()
 {
-    if (!isVisible()) {
-        m_window->presentByService();
+    if (!isShown()) {
+        presentByService();
     }
 }
 
 void ChatController::displayMessage(const QString& sender, const QString& message, bool left,
                                     ChatColour color)
 {
-    ChatTranscript& transcript = *m_window->ui.Messages;
+    ChatTranscript& transcript = *m_ui->Messages;
     if (!sender.isEmpty() && sender != lastUser) {
         lastUser = sender;
         transcript.appendHeader(sender, left);
@@ -233,16 +181,16 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
     if (left) {
         const QString shown = ShownText::shown(message.left(kMostSaid));
         Announcements::say(sender.isEmpty() ? shown : ShownText::line(sender) + u": "_s + shown);
-        if (isVisible()) {
-            m_window->markNews();
+        if (isShown()) {
+            markNews();
         }
     }
 }
 
 void ChatController::end()
 {
-    const auto& ui = m_window->ui;
-    const QWidget* const focus = m_window->focusWidget();
+    const auto& ui = *m_ui;
+    const QWidget* const focus = focusWidget();
     if (focus == ui.Message || focus == ui.Send) {
         // Else the keyboard would pass to the Quit button, while the user types.
         ui.Messages->setFocus();
@@ -257,27 +205,46 @@ void ChatController::end()
 
 void ChatController::allowToLeave(bool isAllowed)
 {
-    m_window->ui.Quit->setEnabled(isAllowed);
-    m_window->setCloseButton(isAllowed);
+    m_ui->Quit->setEnabled(isAllowed);
+    Qt::WindowFlags flags = windowFlags();
+    flags.setFlag(Qt::WindowCloseButtonHint, isAllowed);
+    // setWindowFlags() would take the window off the screen and bring it back.
+    overrideWindowFlags(flags);
+    if (windowHandle() != nullptr) {
+        windowHandle()->setFlags(flags);
+    }
 }
 
 void ChatController::SendAction()
 {
     // An input method may have left more than fits.
     controlTextDidChange();
-    const QString text = m_window->ui.Message->text();
+    const QString text = m_ui->Message->text();
     if (text.isEmpty()) {
         return;
     }
     Q_EMIT lineEntered(text);
     // Also a line that could not be sent.
     displayMessage(Account::fullName(), text, false, ChatColour::Text);
-    m_window->ui.Message->clear();
+    m_ui->Message->clear();
 }
 
 void ChatController::controlTextDidChange()
 {
-    m_window->ui.Message->limitTo(kLongestMessage);
+    m_ui->Message->limitTo(kLongestMessage);
+}
+
+void ChatController::closeEvent(QCloseEvent* event)
+{
+    // Also where the window manager shows a close button all the same, or has a key for it.
+    if (!m_ui->Quit->isEnabled()) {
+        event->ignore();
+        return;
+    }
+    AgentWindow::closeEvent(event);
+    if (event->isAccepted()) {
+        windowWillClose();
+    }
 }
 
 void ChatController::windowWillClose()
@@ -288,6 +255,6 @@ void ChatController::windowWillClose()
 void ChatController::QuitAction()
 {
     windowWillClose();
-    m_window->hide();
+    hide();
     Q_EMIT quit();
 }

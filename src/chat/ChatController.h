@@ -2,38 +2,41 @@
 
 #include "chat/ChatTranscript.h"
 #include "localisation/Translate.h"
+#include "window_kit/AgentWindow.h"
 
 #include <QList>
-#include <QObject>
 #include <QPoint>
 #include <QString>
 #include <QStringList>
+#include <QWidget>
 
 #include <memory>
 #include <optional>
 
-// One chat with the operators of a session, and its window.
+namespace Ui {
+class ChatController;
+}
+
+// One chat with the operators of a session: its window.
 //
 // A window that the user closes by its title bar comes back with the next line; after the Quit
 // button the owner deletes the chat. When the chat ends, its window stays, to be read, until the
 // user closes it. Main thread.
-class ChatController : public QObject {
+class ChatController : public AgentWindow<QWidget> {
     Q_OBJECT
 
 public:
     // `allowToLeave`: whether the user may close the window before somebody has left.
-    ChatController(LabelSource labels, bool allowToLeave, QObject* parent);
+    ChatController(LabelSource labels, bool allowToLeave);
     ~ChatController() override;
 
-    // Whether the user can see the window: a minimised one is not visible.
-    [[nodiscard]] bool isVisible() const;
+    // Whether the window is on the screen: a minimised one is not.
+    [[nodiscard]] bool isShown() const { return isVisible() && !isMinimized(); }
     // Brings the window up for the first time, beside the other chats, which stand at these places.
     void presentBeside(const QList<QPoint>& others);
     // Where the window stands, also while it is minimised; none where it is closed.
     [[nodiscard]] std::optional<QPoint> position() const;
 
-    // Whether the window has the keyboard.
-    [[nodiscard]] bool isInUse() const;
     // Whether nothing more can be written.
     [[nodiscard]] bool hasEnded() const;
 
@@ -85,8 +88,10 @@ Q_SIGNALS:
     // The Quit button, after closed().
     void quit();
 
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
 private:
-    class Window;
     using Label = QString JsonData::Info::Chat::*;
 
     void showMembers();
@@ -95,5 +100,5 @@ private:
 
     const LabelSource m_labels;
     const bool m_allowToLeave;
-    std::unique_ptr<Window> m_window;
+    const std::unique_ptr<Ui::ChatController> m_ui;
 };

@@ -94,7 +94,7 @@ private:
 
     void chat() const
     {
-        ChatController chat(source(), false, nullptr);
+        ChatController chat(source(), false);
         chat.set(1, 1, kName);
         chat.presentBeside({});
         chat.joinedMember(kShortName);
