@@ -238,7 +238,8 @@ std::optional<int> CommandLine::run(const QStringList& arguments)
         return Terminal().complain(asked.fault, {asked.value, kProgram}, Terminal::WrongUse);
     }
     if (asked.command != nullptr) {
-        return asked.command->run(Terminal(), asked);
+        const int status = asked.command->run(Terminal(), asked);
+        return status == Terminal::Done && !Terminal::isWritten() ? Terminal::Failed : status;
     }
     const QString invalid = PortArgument::of(arguments).invalid;
     if (!invalid.isEmpty()) {

@@ -17,6 +17,7 @@
 #include "settings/SettingsRules.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QStorageInfo>
 
 #include <algorithm>
@@ -35,6 +36,11 @@ QString asRoot(const QString& command)
     return Account::number() == 0 ? command : u"sudo "_s + command;
 }
 
+QString asRoot(const QString& start, const QString& path)
+{
+    return asRoot(Doctor::command(start, path));
+}
+
 QString enrol()
 {
     return asRoot(u"vantoryAgent --enrol"_s);
@@ -51,7 +57,7 @@ QString ownersAndMode(const QString& path, const FileFacts& facts)
 bool checkFolder(Doctor& doctor, const QString& path, const FileFacts& facts, bool isAsWanted,
                  const QString& wanted, const QString& make)
 {
-    const QString command = asRoot(make + u' ' + path);
+    const QString command = asRoot(make, path);
     if (facts.kind != Kind::Folder) {
         doctor.wrong("doctor.folderMissing"_L1, {path, command});
     } else if (!isAsWanted) {
@@ -65,9 +71,9 @@ bool checkReadable(Doctor& doctor, const QString& path, const FileFacts& facts)
 {
     const bool isOrdinary = facts.kind == Kind::Regular && !facts.hasOtherNames;
     if (!isOrdinary) {
-        doctor.wrong("doctor.notOrdinary"_L1, {path, asRoot(u"rm -r "_s + path)});
+        doctor.wrong("doctor.notOrdinary"_L1, {path, asRoot(u"rm -r"_s, path)});
     } else if (!facts.isReadable) {
-        doctor.wrong("doctor.unreadable"_L1, {path, asRoot(u"chmod a+r "_s + path)});
+        doctor.wrong("doctor.unreadable"_L1, {path, asRoot(u"chmod a+r"_s, path)});
     }
     return isOrdinary && facts.isReadable;
 }
@@ -168,7 +174,7 @@ void checkLogs(Doctor& doctor)
     if (checkFolder(doctor, folder, facts, facts.mode == 01777, u"1777"_s,
                     u"install -d -m 1777"_s) &&
         !facts.isWritable) {
-        const QString mount = asRoot(u"mount -o remount,rw "_s + QStorageInfo(folder).rootPath());
+        const QString mount = asRoot(u"mount -o remount,rw"_s, QStorageInfo(folder).rootPath());
         doctor.wrong("doctor.notWritable"_L1, {folder, mount});
     }
     for (const QString& name : {u"/vantoryAgent.stdout"_s, u"/vantoryAgent.stderr"_s}) {
@@ -178,8 +184,8 @@ void checkLogs(Doctor& doctor)
             (file.kind != Kind::Regular || file.hasOtherNames || (file.mode & 0666) != 0666)) {
             // -T: another account may have made a link to a directory there.
             doctor.wrong("doctor.notALog"_L1,
-                         {path, asRoot(u"mv -T %1 %1.old; "_s.arg(path)) +
-                                    asRoot(u"install -T -m 666 /dev/null "_s + path)});
+                         {path, asRoot(Doctor::command(u"mv -T"_s, path), path + u".old"_s) +
+                                    u"; "_s + asRoot(u"install -T -m 666 /dev/null"_s, path)});
         }
     }
 }
@@ -253,6 +259,15 @@ int Doctor::examine(const QStringList& arguments)
     checkService(*this, arguments, options);
     examineDesktop();
     return isFine ? terminal.say("doctor.fine"_L1) : Terminal::Failed;
+}
+
+QString Doctor::command(const QString& start, QString path)
+{
+    static const QRegularExpression kPlain(u"\\A[\\w/.:+@%=,-]+\\z"_s);
+    if (!path.contains(kPlain)) {
+        path = u'\'' + path.replace(u'\'', "'\"'\"'"_L1) + u'\'';
+    }
+    return start + u' ' + path;
 }
 
 void Doctor::wrong(QLatin1StringView key, const QStringList& values)

@@ -15,6 +15,9 @@ struct Doctor {
     // this is wrong, and one line says that it was not looked at.
     void examineDesktop();
 
+    // A command for a remedy, with the path as a shell takes it, whatever it holds.
+    [[nodiscard]] static QString command(const QString& start, QString path);
+
     // Prints a line about something that is wrong.
     void wrong(QLatin1StringView key, const QStringList& values = {});
 

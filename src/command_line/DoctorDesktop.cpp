@@ -113,7 +113,7 @@ void checkAutostart(Doctor& doctor)
                         u"/autostart/"_s + name;
     const bool hasOwn = FileFacts::of(own).kind == FileFacts::Kind::Regular;
     if (isSwitchedOff(own)) {
-        doctor.wrong("doctor.autostartOff"_L1, {own, u"rm "_s + own});
+        doctor.wrong("doctor.autostartOff"_L1, {own, Doctor::command(u"rm"_s, own)});
     } else if (!hasOwn && FileFacts::of(system).kind != FileFacts::Kind::Regular) {
         doctor.wrong("doctor.autostartMissing"_L1, {system});
     } else if (!hasOwn && isSwitchedOff(system)) { // where the service starts the agent

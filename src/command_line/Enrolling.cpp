@@ -8,8 +8,9 @@
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
 
-#include <QFileInfo>
+#include <QStringList>
 
+#include <algorithm>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -56,13 +57,14 @@ bool isAsWritten(const QString& path)
 }
 
 // The service's files of the account before.
-bool removeAccountFiles(const Terminal& terminal)
+QStringList accountFiles()
 {
-    bool isDone = true;
-    for (const QString& path : {allowedSettingsPath(), olderSettingsPath()}) {
-        isDone = succeeded(terminal, path, WholeFile::remove(path)) && isDone;
-    }
-    return isDone;
+    return {allowedSettingsPath(), olderSettingsPath()};
+}
+
+bool remove(const Terminal& terminal, const QString& path)
+{
+    return succeeded(terminal, path, WholeFile::remove(path));
 }
 
 } // namespace
@@ -87,7 +89,9 @@ int Enrolling::enrol(const Terminal& terminal, const QString& entry, const QStri
     }
     const QByteArray bytes = (settingsPropertyList(*settings) + u'\n').toUtf8();
     // In this order: after a failure the next try does not find the new settings.
-    const bool isDone = removeAccountFiles(terminal) &&
+    const QStringList old = accountFiles();
+    const bool isDone = std::all_of(old.cbegin(), old.cend(),
+                                    [&](const QString& file) { return remove(terminal, file); }) &&
                         succeeded(terminal, path, WholeFile::write(path, bytes, kMode));
     return isDone ? terminal.say("enrol.done"_L1) : Terminal::Failed;
 }
@@ -97,10 +101,20 @@ int Enrolling::unenrol(const Terminal& terminal)
     if (Account::number() != 0) {
         return terminal.complain("enrol.onlyRoot"_L1);
     }
-    const QString path = backendSettingsPath();
-    const bool isEnrolled = QFileInfo::exists(path) || QFileInfo(path).isSymLink();
-    if (!removeAccountFiles(terminal) || !succeeded(terminal, path, WholeFile::remove(path))) {
+    bool isDone = true;
+    bool wasEnrolled = false;
+    const QStringList paths = accountFiles() << backendSettingsPath();
+    for (const QString& path : paths) {
+        const bool wasThere = FileFacts::of(path).kind != FileFacts::Kind::Missing;
+        if (!remove(terminal, path)) {
+            isDone = false;
+        } else if (wasThere) {
+            terminal.say("enrol.removed"_L1, {path});
+            wasEnrolled = true;
+        }
+    }
+    if (!isDone) {
         return Terminal::Failed;
     }
-    return terminal.say(isEnrolled ? "enrol.taken"_L1 : "enrol.none"_L1);
+    return terminal.say(wasEnrolled ? "enrol.taken"_L1 : "enrol.none"_L1);
 }

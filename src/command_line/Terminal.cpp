@@ -71,3 +71,8 @@ void Terminal::print(const QString& line)
 {
     write(stdout, line);
 }
+
+bool Terminal::isWritten()
+{
+    return std::ferror(stdout) == 0;
+}

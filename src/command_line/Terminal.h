@@ -28,6 +28,8 @@ public:
 
     [[nodiscard]] QString text(QLatin1StringView key, const QStringList& values = {}) const;
     static void print(const QString& line);
+    // Whether all that was printed has gone out.
+    [[nodiscard]] static bool isWritten();
 
 private:
     QString m_language;

@@ -21,7 +21,7 @@ def text(key, *values, language="En"):
 
 class Program(tempfile.TemporaryDirectory):
     def __init__(self, starter=None):
-        super().__init__(prefix="vantory-Grüß-")
+        super().__init__(prefix="vantory-Grüß's-")
         self.starter = [starter] if starter else []
         self.root = self.name
         self.bundle = shutil.copytree(BUNDLE, f"{self.root}/vantoryAgent.app")
@@ -48,6 +48,6 @@ class Program(tempfile.TemporaryDirectory):
 
     def run(self, *arguments, **options):
         """The exit status, and the lines of standard output and standard error."""
-        process = self.start(*arguments, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
+        process = self.start(*arguments, **{"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | options)
         output, errors = process.communicate(timeout=30)
-        return process.returncode, output.splitlines(), errors.splitlines()
+        return process.returncode, (output or "").splitlines(), errors.splitlines()

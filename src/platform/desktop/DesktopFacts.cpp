@@ -155,7 +155,8 @@ DesktopFacts DesktopFacts::gather()
                        !qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR");
     BusConnection bus(BusConnection::kSession, BusConnection::Clock::now() + kLimit);
     facts.hasBus = bus.isReady();
-    facts.showsStatusIcons = facts.showsStatusIcons || hasStatusHost(bus);
+    // What belongs to the bus is asked first: a panel that hangs uses up the rest of the time.
     facts.showsNotifications = hasOwner(bus, kNotifications) || isStartable(bus, kNotifications);
+    facts.showsStatusIcons = facts.showsStatusIcons || hasStatusHost(bus);
     return facts;
 }
