@@ -1,17 +1,23 @@
-#include "Album.h"
+#include "AgentFixture.h"
+#include "chat/ChatController.h"
 #include "window_kit/Contrast.h"
 #include "window_kit/ElidedLabel.h"
+#include "windows/AboutController.h"
+#include "windows/ActivityWindow.h"
+#include "windows/ConnectionStatus.h"
+#include "windows/MessageInbox.h"
+#include "windows/SecurityAccess.h"
+#include "windows/SettingsWindow.h"
+#include "windows/UserAcknowlegement.h"
 
 #include <QAbstractScrollArea>
 #include <QApplication>
 #include <QComboBox>
-#include <QHash>
 #include <QImage>
-#include <QLabel>
 #include <QLineEdit>
 #include <QLoggingCategory>
-#include <QRegularExpression>
 #include <QScreen>
+#include <QSet>
 #include <QStyle>
 #include <QTest>
 
@@ -21,6 +27,9 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+const QString kName = u"Maximilian von Hohenstein-Wartenberg"_s;
+const QString kShortName = u"Ann Carter"_s;
 
 // Empty for what shows none.
 QString textOf(const QWidget& widget)
@@ -90,21 +99,6 @@ QStringList faultsOfLayout(const QWidget& window)
     return faults;
 }
 
-// The contrast of the clearest pixel with what there is most of.
-double contrastIn(const QImage& image)
-{
-    QHash<QRgb, int> counts;
-    for (int i = 0; i < image.width() * image.height(); ++i) {
-        ++counts[image.pixel(i % image.width(), i / image.width())];
-    }
-    const auto most = std::max_element(counts.cbegin(), counts.cend());
-    double best = 1;
-    for (auto colour = counts.cbegin(); colour != counts.cend(); ++colour) {
-        best = std::max(best, Contrast::ratio(QColor(most.key()), QColor(colour.key())));
-    }
-    return best;
-}
-
 // Texts that can't be told from what is behind them, by what was painted. What can't be pressed
 // just now may look so.
 QStringList faultsOfColours(QWidget& window)
@@ -115,9 +109,18 @@ QStringList faultsOfColours(QWidget& window)
     }
     const QImage image = window.grab().toImage();
     for (const QWidget* const widget : seenIn(window)) {
+        if (!widget->isEnabled() || textOf(*widget).isEmpty()) {
+            continue;
+        }
         const QRect place(widget->mapTo(&window, QPoint(3, 3)), widget->size() - QSize(6, 6));
-        if (widget->isEnabled() && !textOf(*widget).isEmpty() &&
-            contrastIn(image.copy(place)) < Contrast::kReadable) {
+        QSet<QRgb> colours;
+        for (int i = 0; i < place.width() * place.height(); ++i) {
+            colours += image.pixel(place.x() + i % place.width(), place.y() + i / place.width());
+        }
+        const QColor background = image.pixelColor(place.topLeft());
+        if (std::ranges::none_of(colours, [&background](QRgb colour) {
+                return Contrast::ratio(background, QColor(colour)) >= Contrast::kReadable;
+            })) {
             faults += widget->objectName() + u": can't be read"_s;
         }
     }
@@ -132,25 +135,146 @@ QPalette dark()
 {
     QPalette palette(QColor(49, 54, 59), QColor(42, 46, 50));
     palette.setColor(QPalette::Base, QColor(27, 30, 32));
-    palette.setColor(QPalette::Highlight, QColor(61, 174, 233));
     palette.setColor(QPalette::PlaceholderText, QColor(0, 0, 0, 128));
     return palette;
 }
 
 } // namespace
 
-// Every window of the agent in every language, with a small font and a large one, light and dark.
+// Every window of the agent in every language, filled with what makes it largest, with a small font
+// and a large one, light and dark.
 //
 // With VANTORY_PICTURES=DIRECTORY it takes a picture of each.
 class TestLooks : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase()
+private:
+    void status()
     {
-        QLoggingCategory::setFilterRules(u"default.warning=false"_s); // of the offscreen screen
+        ConnectionStatus status(m_source);
+        status.present();
+        for (const bool isValid : {false, true}) {
+            status.accountIsValid = isValid;
+            status.config();
+            look(isValid ? u"status-no-gateway"_s : u"status-account"_s, "ConnectionStatus");
+        }
+        status.hasUnseenActivity = true;
+        status.setConnection({1, u"desk"_s, kShortName, sessionDateNow() - 65});
+        status.config();
+        status.inSession();
+        look(u"status-one"_s, "ConnectionStatus");
+        status.setConnection({2, u"desk"_s, kName, sessionDateNow() - 400'000});
+        status.notEnded = {2};
+        status.config();
+        status.inSession2();
+        look(u"status-two"_s, "ConnectionStatus");
     }
 
+    void question()
+    {
+        UserAcknowledgement question(m_source);
+        question.ask(1, u"gateway.halvern.example"_s, kShortName);
+        question.ask(2, u"gateway-with-a-long-name.support.europe-west.halvern.example"_s,
+                     kName + u' ' + kName);
+        look(u"question"_s, "UserAcknowlegement");
+    }
+
+    void messages()
+    {
+        for (const qint64 kind : {0, 1, 2, 3, 4}) {
+            MessageInbox message(m_source);
+            message.set(kind % 2 == 0 ? kName + u", "_s + kName : kShortName,
+                        u"The computer restarts at 18:00. Please save your work."_s,
+                        kind == 0 ? 0 : 3600, kind);
+            message.setNotShown(kind == 4 ? 12 : 0);
+            message.present({});
+            look(u"message-%1"_s.arg(kind), "MessageInbox");
+        }
+    }
+
+    void chat()
+    {
+        ChatController chat(m_source, false);
+        chat.set(1, 1, kName);
+        chat.presentBeside({});
+        chat.joinedMember(kShortName);
+        chat.receiveChat(kName, u"Good morning. May I have a look at the printer?"_s);
+        chat.displayMessage(kShortName, u"Yes, please."_s, false, ChatColour::Text);
+        look(u"chat"_s, "ChatController");
+    }
+
+    void settings()
+    {
+        SettingsWindow settings(SettingsTexts::from(*m_source()));
+        for (const bool isManaged : {true, false}) {
+            settings.showSettings(
+                {isManaged, u"123456"_s, u"5d3ac8a4-7a34-4f0f-9d3c-6b0e4b7f9a11"_s, {}});
+            for (const bool isLocked : {true, false}) {
+                settings.setLocked(isLocked);
+                settings.followMode();
+                settings.present();
+                look(u"settings-%1-%2"_s.arg(isLocked ? u"locked" : u"unlocked",
+                                             isManaged ? u"managed" : u"code"),
+                     "window");
+            }
+        }
+        SecurityAccess access(m_source);
+        access.refresh();
+        access.present(&settings);
+        access.finishCheck(false);
+        look(u"credentials"_s, "windowInfo");
+    }
+
+    void activity()
+    {
+        ActivityList list;
+        for (const auto kind : {Activity::Kind::SessionBegan, Activity::Kind::SessionEnded,
+                                Activity::Kind::SessionNotEnded, Activity::Kind::RequestAccepted}) {
+            list.add({kind, QDateTime::currentDateTime().addDays(-1), kName});
+        }
+        list.add({Activity::Kind::Command, QDateTime::currentDateTime(),
+                  u"/usr/bin/systemctl restart cups.service && journalctl --unit cups"_s, 1});
+        ActivityWindow activity(m_source, [&list]() -> const ActivityList& { return list; });
+        activity.present();
+        look(u"what-happened"_s, "ActivityWindow");
+    }
+
+    void about()
+    {
+        AboutController about(m_source);
+        about.present();
+        look(u"about"_s, "AboutController");
+    }
+
+    // The desktop turns dark and light again while a window is shown.
+    void look(const QString& name, const char* windowName)
+    {
+        QWidget* const window = AgentFixture::topLevel(windowName);
+        QVERIFY2(QTest::qWaitForWindowExposed(window), windowName);
+        QTest::qWait(1); // what is laid out later
+        QStringList found = faultsOfLayout(*window);
+        for (const auto& [look, palette] : {std::pair("light"_L1, m_light), {"dark"_L1, dark()}}) {
+            QApplication::setPalette(palette);
+            QTest::qWait(1);
+            found += faultsOfColours(*window);
+            const QString pictures = qEnvironmentVariable("VANTORY_PICTURES");
+            if (!pictures.isEmpty()) {
+                QVERIFY(window->grab().save(u"%1/%2-%3-%4.png"_s.arg(
+                    pictures, QLatin1StringView(QTest::currentDataTag()), look, name)));
+            }
+        }
+        const QSize largest = window->screen()->size() - kTaken; // one is 1366 by 768
+        if (window->size() != window->size().boundedTo(largest)) {
+            found += u"larger than a screen"_s;
+        }
+        QVERIFY2(found.isEmpty(), qPrintable(name + u": "_s + found.join(u", "_s)));
+    }
+
+    const QPalette m_light = QApplication::style()->standardPalette();
+    const AgentFixture m_files;
+    LabelSource m_source;
+
+private Q_SLOTS:
     void everyWindow_data()
     {
         QTest::addColumn<Language>("language");
@@ -165,39 +289,22 @@ private Q_SLOTS:
         }
     }
 
-    // The desktop turns dark and light again while windows are shown.
     void everyWindow()
     {
         QFETCH(Language, language);
         QFETCH(int, font);
-        qputenv("LANGUAGE", languageCode(language).toUtf8()); // of dates
+        QLoggingCategory::setFilterRules(u"default.warning=false"_s); // of the offscreen screen
+        qputenv("LANGUAGE", languageCode(language).toUtf8());         // of dates
         QApplication::setFont(QFont(u"DejaVu Sans"_s, font));
-        const QString pictures = qEnvironmentVariable("VANTORY_PICTURES");
-        QStringList faults;
-        Album(language, [&](const QString& name, QWidget& window) {
-            QStringList found = faultsOfLayout(window);
-            for (const auto& [look, palette] :
-                 {std::pair("light"_L1, m_light), {"dark"_L1, dark()}}) {
-                QApplication::setPalette(palette);
-                QTest::qWait(1);
-                found += faultsOfColours(window);
-                if (!pictures.isEmpty()) {
-                    QVERIFY(window.grab().save(u"%1/%2-%3-%4.png"_s.arg(
-                        pictures, QLatin1StringView(QTest::currentDataTag()), look, name)));
-                }
-            }
-            const QSize largest = window.screen()->size() - kTaken; // one is 1366 by 768
-            if (window.size() != window.size().boundedTo(largest)) {
-                found += u"larger than a screen"_s;
-            }
-            faults += found.replaceInStrings(QRegularExpression(u"^"_s), name + u": "_s);
-        });
-        QVERIFY2(faults.isEmpty(), qPrintable(faults.join(u'\n')));
+        m_source = [language] { return getLanguageLabel()->info(language); };
+        status();
+        question();
+        messages();
+        chat();
+        settings();
+        activity();
+        about();
     }
-
-private:
-    const QPalette m_light = QApplication::style()->standardPalette();
-    const AgentFixture m_files;
 };
 
 QTEST_MAIN(TestLooks)
