@@ -26,13 +26,12 @@ void pressByMouse(QPushButton& button)
     QTest::mouseClick(&button, Qt::LeftButton);
 }
 
-template <Qt::Key Key>
 void pressByKey(QPushButton& button)
 {
     for (int tabs = 0; tabs < 3 && !button.hasFocus(); ++tabs) {
         QTest::keyClick(button.window()->focusWidget(), Qt::Key_Tab);
     }
-    QTest::keyClick(&button, Key);
+    QTest::keyClick(&button, Qt::Key_Return);
 }
 
 } // namespace
@@ -44,8 +43,7 @@ private Q_SLOTS:
     void answersOnceByEveryWayAndByNoOther()
     {
         QByteArrayList answers;
-        for (const auto& press : {&pressByMouse, &pressByKey<Qt::Key_Space>,
-                                  &pressByKey<Qt::Key_Return>, &pressByScreenReader}) {
+        for (const auto& press : {&pressByMouse, &pressByKey, &pressByScreenReader}) {
             for (const bool isAccepted : {false, true}) {
                 ask("42;srv;Ann");
                 QVERIFY(AgentFixture::waitUntilHeard(&dialog()));
@@ -59,7 +57,6 @@ private Q_SLOTS:
                 answers += isAccepted ? "#####accept_connection=42" : "#####decline_connection=42";
                 QTRY_COMPARE(m_agent->sent(), answers);
                 QVERIFY(!dialog().isVisible());
-                QCOMPARE(dialog().session, 0);
             }
         }
     }
@@ -76,23 +73,20 @@ private Q_SLOTS:
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         guard.begin(InputGuard::Inputs::Keyboard); // the mouse is kept out as before
-        QTest::mouseClick(&field, Qt::LeftButton);
         QInputMethodEvent composed;
         composed.setCommitString(u"한"_s);
-        QCoreApplication::sendEvent(&field, &composed);
-        QTest::keyClicks(&field, u"x"_s);
-        button.click(); // as a screen reader does: without an event
-        QVERIFY(field.text().isEmpty() && presses == 0);
+        const auto use = [&] {
+            QTest::mouseClick(&field, Qt::LeftButton);
+            QCoreApplication::sendEvent(&field, &composed);
+            QTest::keyClicks(&field, u"x"_s);
+            button.click(); // as a screen reader does: without an event
+            return field.text();
+        };
+        QVERIFY(use().isEmpty() && presses == 0);
         QTRY_VERIFY(!guard.isOn());
-        QCoreApplication::sendEvent(&field, &composed);
-        QTest::keyClicks(&field, u"x"_s);
-        button.click();
-        QVERIFY(field.text() == u"한x" && presses == 1);
-
+        QVERIFY(use() == u"한x" && presses == 1);
         guard.begin(InputGuard::Inputs::Keyboard);
-        QTest::mouseClick(&field, Qt::LeftButton);
-        QTest::keyClicks(&field, u"y"_s); // who clicks in a window means it
-        QCOMPARE(field.text(), u"한xy"_s);
+        QCOMPARE(use(), u"한x한x"_s); // who clicks in a window means it
     }
 
     // What was meant for one question never answers the next.
@@ -122,17 +116,17 @@ private Q_SLOTS:
     {
         ask("1;srv;Ann");
         ask("1;srv;Bob"); // from now on the dialog says that one request follows another
-        QCoreApplication::processEvents();
-        const QSize size = dialog().size();
-        const QRect buttons = m_accept->geometry() | m_decline->geometry();
-        for (const auto& [name, isCut] : {std::pair(u"<h1>&amp;\n\u202eAnn\u2067\u05d0"_s, false),
-                                          {u"line\n"_s.repeated(13'000), true}}) {
+        const auto places = [this] {
+            QCoreApplication::processEvents();
+            return QList<QRect>{dialog().geometry(), m_accept->geometry(), m_decline->geometry()};
+        };
+        const auto before = places();
+        for (const QString& name :
+             {u"<h1>&amp;\n\u202eAnn\u2067\u05d0"_s, u"line\n"_s.repeated(13'000)}) {
             AppDelegate::userAcknowledgeRequest(2, name, name);
             QTRY_COMPARE(m_question->text(), name + kQuestion + name);
-            QCoreApplication::processEvents();
-            QCOMPARE(dialog().size(), size);
-            QCOMPARE(m_accept->geometry() | m_decline->geometry(), buttons);
-            QCOMPARE(!m_question->toolTip().isEmpty(), isCut);
+            QCOMPARE(places(), before);
+            QCOMPARE(m_question->toolTip().isEmpty(), name.size() < 100);
         }
     }
 
