@@ -1,7 +1,5 @@
 #include "support/Fuzzing.h"
 
-#include "logging/Logs.h"
-
 #include <cstdio>
 #include <cstdlib>
 
@@ -17,13 +15,4 @@ void require(bool holds, const char* invariant)
 extern "C" Q_DECL_EXPORT const char* __lsan_default_suppressions()
 {
     return "leak:libfontconfig\n";
-}
-
-void printLog(const QString& /*message*/) {}
-
-void printErrorLog(const QString& /*message*/) {}
-
-void fatalState(const QString& /*why*/)
-{
-    throw FatalState();
 }

@@ -17,6 +17,3 @@ inline QByteArrayView viewOf(const std::uint8_t* data, std::size_t size)
 {
     return {data, static_cast<qsizetype>(size)};
 }
-
-// What logging/Logs.h has for the program: here nothing is written, and fatalState() throws this.
-struct FatalState {};
