@@ -1,5 +1,6 @@
 #include "SettingsDriver.h"
 #include "agent_core/PrivilegedSettings.h"
+#include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 #include "settings/SettingsFile.h"
 #include "windows/SecurityAccess.h"
@@ -61,7 +62,7 @@ private:
     void apply(const QString& sessionCode)
     {
         code()->setText(sessionCode);
-        m_agent->forget();
+        (void)m_agent->takeSent();
         click(window(), "applyButton");
         window()->close(); // can't be had now
         const bool isBusy = window()->isVisible() && !window()->isEnabled();
@@ -114,7 +115,7 @@ private Q_SLOTS:
         QVERIFY(writeFile(backendSettingsPath(), "of old") &&
                 asRoot(u"chown root"_s, backendSettingsPath()));
         for (const char* const name : {"custom-logo.png", ".hidden", "folder/inside"}) {
-            QVERIFY(writeFile(m_agent->preferences(QLatin1StringView(name)), "x"));
+            QVERIFY(writeFile(FilePaths::preferences(QLatin1StringView(name)), "x"));
         }
         QVERIFY(open(*m_agent));
         unlock(person("ADMINISTRATOR"));

@@ -1,4 +1,5 @@
 #include "SettingsDriver.h"
+#include "platform/files/FilePaths.h"
 #include "settings/SettingsFile.h"
 #include "windows/SecurityAccess.h"
 
@@ -46,10 +47,10 @@ private Q_SLOTS:
         QCOMPARE(find<QComboBox>(window(), "platformSelect")->currentText(), u"testing"_s);
         m_agent->delegate->applyAction(); // nothing may come this way
         QVERIFY(window()->isVisible());
-        const QString logo = m_agent->preferences(u"custom-logo.png"_s);
+        const QString logo = FilePaths::preferences(u"custom-logo.png"_s);
         QVERIFY(writeFile(logo, "logo"));
         m_agent->delegate->enableSettings();
-        m_agent->forget();
+        (void)m_agent->takeSent();
         click(window(), "applyButton");
         QVERIFY(isLeft() && QFileInfo::exists(logo));
         QCOMPARE(m_agent->takeSent(), QByteArrayList());

@@ -98,11 +98,9 @@ private Q_SLOTS:
     {
         QVERIFY(QFile::resize(m_ordinary, SharedLogFile::kLimit - 10));
         printLog(u"a line"_s);
-        printLog(u"another"_s);
-        const QRegularExpression lines(
-            u"\\A%1the log had reached 16 MiB and was emptied\n%1a line\n%1another\n\\z"_s.arg(
-                kTime));
-        QVERIFY2(lines.match(content(m_ordinary)).hasMatch(), qPrintable(content(m_ordinary)));
+        const QStringList lines = content(m_ordinary).split(u'\n');
+        QVERIFY2(lines.size() == 3 && lines[1].endsWith(u" a line"), qPrintable(lines.join(u'|')));
+        QVERIFY(lines[0].endsWith(u" the log had reached 16 MiB and was emptied"));
     }
 
     // Written to, but neither emptied nor filled without end.

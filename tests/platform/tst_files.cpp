@@ -29,13 +29,13 @@ private Q_SLOTS:
         const auto read = [&path](const QByteArray& bytes) {
             return writeFile(path, bytes) ? PropertyList::readDictionary(path) : std::nullopt;
         };
-        const QByteArray good = "<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
-                                "<key>managed</key><true/></dict></plist>\n";
-        constexpr qsizetype kMebibyte = 1024 * 1024;
-        QCOMPARE(read(good.leftJustified(kMebibyte, ' ')), (QVariantMap{{u"managed"_s, true}}));
-        QVERIFY(!read(good.leftJustified(kMebibyte + 1, ' ')) && !read(good.chopped(18)));
+        QVERIFY(
+            !read(QByteArray("<plist><dict></dict></plist>").leftJustified(1024 * 1024 + 1, ' ')));
         QVERIFY(!read("<plist><dict><key>k</key>" + QByteArray("<array>").repeated(60'000) +
                       QByteArray("</array>").repeated(60'000) + "</dict></plist>"));
+        QCOMPARE(read("<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
+                      "<key>managed</key><true/></dict></plist>\n"),
+                 (QVariantMap{{u"managed"_s, true}}));
     }
 
     void onlyRegularFilesAreRead()

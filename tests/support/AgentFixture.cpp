@@ -3,6 +3,7 @@
 #include "dispatch/MessageDispatch.h"
 #include "platform/accounts/Account.h"
 #include "platform/desktop/WindowActivation.h"
+#include "platform/files/FilePaths.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
 #include "records/Intervals.h"
@@ -71,11 +72,8 @@ bool AgentFixture::send(const QByteArray& message)
     const auto handled = [this] { return log().filter(u"string: "_s).size(); };
     const auto before = handled();
     m_agent->write(message);
-    const bool isHandled = QTest::qWaitFor([&] { return handled() > before; });
-    // What it posted to the main thread.
-    bool isDone = false;
-    MainQueue::post([&isDone] { isDone = true; });
-    return QTest::qWaitFor([&isDone] { return isDone; }) && isHandled;
+    // With what it posted to the main thread.
+    return QTest::qWaitFor([&] { return handled() > before && MainQueue::waiting() == 0; });
 }
 
 QByteArrayList AgentFixture::sent()
@@ -88,19 +86,12 @@ QByteArrayList AgentFixture::sent()
 
 QByteArrayList AgentFixture::takeSent()
 {
-    const QByteArray end = "#####end";
-    AppDelegate::send(QString::fromLatin1(end));
-    (void)QTest::qWaitFor([&] { return sent().endsWith(end); });
+    AppDelegate::send(u"#####end"_s);
+    (void)QTest::qWaitFor([this] { return sent().endsWith("#####end"); });
     QByteArrayList messages = sent();
-    forget();
-    messages.removeAll(end);
-    return messages;
-}
-
-void AgentFixture::forget()
-{
-    m_agent->readAll();
     m_received.clear();
+    messages.removeLast();
+    return messages;
 }
 
 QStringList AgentFixture::log(const char* stream) const
@@ -111,14 +102,9 @@ QStringList AgentFixture::log(const char* stream) const
     return QString::fromUtf8(log.readAll()).split(u'\n', Qt::SkipEmptyParts);
 }
 
-QString AgentFixture::preferences(const QString& name) const
-{
-    return m_root.filePath(u"Library/Preferences/vantoryAgent/"_s + name);
-}
-
 void AgentFixture::allowShowing(const QByteArray& flag)
 {
-    writeFile(preferences(u"gateway.json"_s),
+    writeFile(FilePaths::preferences(u"gateway.json"_s),
               R"({"settings":{"allow_message_to_devices":true,"allow_chat_to_devices":true,)"
               R"("require_user_acknowledgement_for_devices":true,)"
               R"("allow_file_transfer_to_devices":true,"allow_devices_to_be_viewed":true,)"

@@ -27,25 +27,22 @@ public:
     bool send(const QByteArray& message);
     // Sends one message and waits for nothing.
     void write(const QByteArray& message) { m_agent->write(message); }
-    // What the agent has sent since forget(), marker by marker.
+    // What the agent has sent, marker by marker.
     QByteArrayList sent();
     // Likewise, when all that was said before has been sent; then it is forgotten.
     QByteArrayList takeSent();
-    void forget();
 
     // The lines of a log file.
     [[nodiscard]] QStringList log(const char* stream = "stdout") const;
 
-    // Where the files of the agent's preferences lie.
-    [[nodiscard]] QString preferences(const QString& name) const;
     // Leaves allowed settings; the flag is "true" or "false".
-    void allowShowing(const QByteArray& flag);
+    static void allowShowing(const QByteArray& flag);
     // The bundle's options besides the port; before start().
     QByteArray options;
 
     // The first window of that name; null where there is none.
     [[nodiscard]] static QWidget* topLevel(const char* name);
-    [[nodiscard]] static QWidget* window() { return topLevel("ConnectionStatus"); }
+
     // Waits until a window that came up by itself hears keys and clicks.
     [[nodiscard]] static bool waitUntilHeard(const QWidget* window);
     // The agent's sessions, and those of the status window: "[7Ann8Bob][7Ann8Bob]".

@@ -1,4 +1,5 @@
 #include "AgentFixture.h"
+#include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 
 #include <QLabel>
@@ -56,12 +57,10 @@ private Q_SLOTS:
 
     void customLogo()
     {
-        status().present();
-        const QImage bundled = find("logo")->pixmap().toImage();
-        const QString path = m_agent->preferences(u"custom-logo.png"_s);
+        const QString path = FilePaths::preferences(u"custom-logo.png"_s);
         QVERIFY(writeFile(path, "no picture"));
-        status().refresh();
-        QCOMPARE(find("logo")->pixmap().toImage(), bundled);
+        status().present();
+        QVERIFY(!find("logo")->pixmap().isNull()); // the bundle's
         QVERIFY(QImage(4000, 1000, QImage::Format_RGB32).save(path));
         status().refresh();
         QCOMPARE(find("logo")->pixmap().toImage().size(), QSize(144, 36));
