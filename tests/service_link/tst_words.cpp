@@ -3,9 +3,7 @@
 #include "service_link/PayloadRecords.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
-#include "settings/AllowedSettings.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -14,7 +12,7 @@
 
 using namespace Qt::StringLiterals;
 
-// Numbers, payloads, command lines and the file of allowed settings, without a link.
+// Numbers, payloads and command lines, without a link.
 class TestWords : public QObject {
     Q_OBJECT
 
@@ -73,23 +71,6 @@ private Q_SLOTS:
         QCOMPARE(statusOf(u'\'' + app + u"x' 5"_s), 4);
         QCOMPARE(statusOf(u'\'' + app + u"' 5"_s), 0); // an application is not waited for
         QVERIFY(!QFile::exists(app + u".done"_s));
-    }
-
-    void allowedSettings()
-    {
-        QVERIFY(!readAllowedSettings());
-        const auto read = [this](const QByteArray& rest) {
-            writeFile(m_root.filePath(u"Library/Preferences/vantoryAgent/gateway.json"_s),
-                      R"({"settings":{"allow_message_to_devices":true,)"
-                      R"("require_user_acknowledgement_for_devices":true,)"
-                      R"("allow_file_transfer_to_devices":true,"allow_devices_to_be_viewed":true)" +
-                          rest + "}}");
-            return readAllowedSettings();
-        };
-        const QByteArray chat = R"(,"allow_chat_to_devices":false)";
-        const auto plain = read(chat);
-        QVERIFY(plain && !plain->show_agent_ui_on_connection && !plain->allow_chat_to_devices);
-        QVERIFY(!read(chat + R"(,"show_agent_ui_on_connection":"true")") && !read(""));
     }
 
 private:
