@@ -29,26 +29,6 @@ void write(const QString& path, QByteArrayView bytes)
     require(std::rename(name + ".new", name) == 0, "the file can be put in its place");
 }
 
-void readOptions()
-{
-    AppDelegate::options = AgentOptions();
-    AppDelegate::options.oem = OemOptions::read();
-    AppDelegate::getOemName(u"oemName"_s, AppDelegate::options.oemName);
-    AppDelegate::getDisconnectedIconVisisble();
-    AppDelegate::getAllowToLeaveChat();
-    AppDelegate::getDisplaySettings();
-}
-
-void readSettings(const QString& path)
-{
-    const auto settings = read_BackendSettingsPlist(path);
-    if (settings && SettingsRules::complaint(*settings) == SettingsRules::Complaint::None) {
-        require(settings->managed ? settings->accountId.size() == 36
-                                  : settings->sessionCode.size() == 6,
-                "valid entries have the right length");
-    }
-}
-
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -61,8 +41,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
           bundle + u"/Resources/translate.json"_s, FilePaths::preferences(u"gateway.json"_s)}) {
         write(path, viewOf(data, size));
     }
-    readOptions();
-    readSettings(settings);
+    AppDelegate::options = AgentOptions();
+    AppDelegate::options.oem = OemOptions::read();
+    AppDelegate::getOemName(u"oemName"_s, AppDelegate::options.oemName);
+    AppDelegate::getDisplaySettings();
+    const auto read = read_BackendSettingsPlist(settings);
+    if (read && SettingsRules::complaint(*read) == SettingsRules::Complaint::None) {
+        require((read->managed ? read->accountId.size() : read->sessionCode.size() * 6) == 36,
+                "valid entries have the right length");
+    }
     (void)readAllowedSettings();
     if (const auto labels = getLanguageLabel()) {
         require(!labels->info(Language::Portuguese).Activity.title.isNull(),

@@ -102,7 +102,6 @@ private Q_SLOTS:
             QCOMPARE(authenticateLocalAdminUser(who.user, who.password, true), who.user == name);
         }
         for (const Credentials& who : {Credentials{name, otherPassword},
-                                       {name, {}},
                                        {otherName, otherPassword + u'\n'},
                                        {name, password + QChar(u'\0')}}) {
             QVERIFY2(!authenticateLocalAdminUser(who.user, who.password, false),

@@ -6,7 +6,6 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
-#include <QClipboard>
 #include <QInputMethodEvent>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -224,16 +223,6 @@ private Q_SLOTS:
         m_messages->appendBody(u"the user's own"_s, false, ChatColour::Text);
         append(u"a\n"_s.repeated(30'000));
         QCOMPARE(distanceToEnd(), 0);
-    }
-
-    void copiesWhatWasSaid()
-    {
-        open();
-        const QString text = u"a\n\n"_s.repeated(500) + u"b"_s.repeated(2'500) + u" c"_s;
-        QVERIFY(receive(u"Ann"_s, text));
-        m_messages->selectAll();
-        m_messages->copy();
-        QCOMPARE(QApplication::clipboard()->text(), u"Ann has joined\nAnn\n"_s + text);
     }
 };
 

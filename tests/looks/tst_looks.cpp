@@ -2,7 +2,6 @@
 #include "chat/ChatController.h"
 #include "window_kit/Contrast.h"
 #include "window_kit/ElidedLabel.h"
-#include "windows/AboutController.h"
 #include "windows/ActivityWindow.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/MessageInbox.h"
@@ -125,7 +124,7 @@ constexpr QSize kTaken(8, 80);
 
 } // namespace
 
-// Every window of the agent in every language, filled with what makes it largest, with a small font
+// The windows of the agent in every language, filled with what makes it largest, with a small font
 // and a large one, light and dark.
 //
 // With VANTORY_PICTURES=DIRECTORY it takes a picture of each.
@@ -222,13 +221,6 @@ private:
         look(u"what-happened"_s, "ActivityWindow");
     }
 
-    void about()
-    {
-        AboutController about(m_source);
-        about.present();
-        look(u"about"_s, "AboutController");
-    }
-
     // The desktop turns dark and light again while a window is shown.
     void look(const QString& name, const char* windowName)
     {
@@ -288,7 +280,6 @@ private Q_SLOTS:
         chat();
         settings();
         activity();
-        about();
     }
 };
 

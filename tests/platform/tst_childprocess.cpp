@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <tuple>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -37,30 +38,14 @@ private:
     const QString m_file = m_directory.filePath(u"file"_s);
 
 private Q_SLOTS:
-    void statusOrError()
+    void whatCannotStartSaysWhy()
     {
-        const struct {
-            QString script;
-            QByteArray input;
-            std::optional<int> status;
-            QString error = {};
-        } rows[] = {
-            {u"kill -TERM $$"_s, {}, 15},
-            {u"test \"$0\" = 'a  \"b\" é' && ! read -r x"_s, {}, 0},
-            {u"IFS= read -r x; [ \"$x\" = ' ä\"$ ' ] && ! read -r y"_s, " ä\"$ \n", 0},
-            {u"head -c 3000000 /dev/zero; head -c 3000000 /dev/zero >&2"_s, {}, 0},
-            {QString(QChar(u'\0')), {}, {}, u"Invalid argument"_s},
-            {u":"_s, QByteArray(200'000, 'x'), {}, u"Message too long"_s},
-        };
-        for (const auto& [script, input, status, error] : rows) {
-            const auto result = ChildProcess::run(kShell, {u"-c"_s, script, u"a  \"b\" é"_s},
-                                                  {.input = input, .limit = 20s});
-            QCOMPARE(result.status, status);
-            QCOMPARE(result.error, error);
-            QVERIFY(!hasChildren());
+        for (const auto& [argument, input, error] :
+             {std::tuple(QString(QChar(u'\0')), QByteArray(), u"Invalid argument"_s),
+              {u"-c :"_s, QByteArray(200'000, 'x'), u"Message too long"_s}}) {
+            QCOMPARE(ChildProcess::run(kShell, {argument}, {.input = input}).error, error);
         }
-        QCOMPARE(ChildProcess::run(u"/nowhere/program"_s, {}).error,
-                 u"No such file or directory"_s);
+        QVERIFY(!hasChildren());
     }
 
     // The agent's own parent may have left it with things closed, ignored and blocked.
