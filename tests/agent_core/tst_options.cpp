@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+#include <tuple>
+
 using namespace Qt::StringLiterals;
 
 // What an installation can choose.
@@ -12,28 +14,24 @@ class TestOptions : public QObject {
 private Q_SLOTS:
     void options()
     {
-        struct Case {
-            QByteArray bundled;  // besides the port
-            QByteArray deployed; // the whole file
-            QString after;       // platform, agent type, change, leaving; name
-            QStringList errors;
-        };
-        const Case cases[] = {
-            // The chain begins with the platform, and breaks at what is no boolean.
-            {"<key>show_platform</key><false/><key>show_agent_type</key><integer>0</integer>"
-             "<key>enable_change</key><false/>",
-             "oemName=Acme",
-             u"0110KRD"_s,
-             {u"etc/opt/Halvern/vantoryAgent/oem.plist cannot be read"_s,
-              u"Resources/oem.plist: show_agent_type is not a boolean"_s}},
-            // The machine's own go first.
-            {"<key>allow_to_leave_chat</key><true/><key>show_platform</key><false/>",
-             R"(<plist version="1.0"><dict><key>oemName</key><string>Own</string>)"
-             R"(<key>show_platform</key><true/><key>port</key><integer>65536</integer></dict></plist>)",
-             u"1111Own"_s,
-             {u"oem.plist: port is not a port from 1 to 65535"_s}},
-        };
-        for (const auto& [bundled, deployed, after, errors] : cases) {
+        // Of the bundle besides the port, the machine's whole file; platform, agent type, change,
+        // leaving and name afterwards; errors.
+        using Case = std::tuple<QByteArray, QByteArray, QString, QStringList>;
+        for (
+            const auto& [bundled, deployed, after, errors] :
+            {// The chain begins with the platform, and breaks at what is no boolean.
+             Case{"<key>show_platform</key><false/><key>show_agent_type</key><integer>0</integer>"
+                  "<key>enable_change</key><false/>",
+                  "oemName=Acme",
+                  u"0110KRD"_s,
+                  {u"etc/opt/Halvern/vantoryAgent/oem.plist cannot be read"_s,
+                   u"Resources/oem.plist: show_agent_type is not a boolean"_s}},
+             // The machine's own go first.
+             {"<key>allow_to_leave_chat</key><true/><key>show_platform</key><false/>",
+              R"(<plist version="1.0"><dict><key>oemName</key><string>Own</string>)"
+              R"(<key>show_platform</key><true/><key>port</key><integer>65536</integer></dict></plist>)",
+              u"1111Own"_s,
+              {u"oem.plist: port is not a port from 1 to 65535"_s}}}) {
             AgentFixture agent;
             agent.options = bundled;
             writeFile(FilePaths::configuration(u"Halvern/vantoryAgent/oem.plist"_s), deployed);

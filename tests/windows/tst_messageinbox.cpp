@@ -1,6 +1,5 @@
 #include "AgentFixture.h"
 #include "localisation/ShownText.h"
-#include "windows/ArrivalTime.h"
 #include "windows/MessageInbox.h"
 
 #include <QLabel>
@@ -48,13 +47,6 @@ private Q_SLOTS:
         messages().constLast()->QuitAction();
         label = messages().constLast()->findChild<QLabel*>(u"notShown"_s);
         QTRY_COMPARE(label->isVisible() ? label->text() : QString(), u"and 2 more"_s);
-    }
-
-    void timesAreWrittenAsTheLanguageAndTheZoneHaveThem()
-    {
-        qputenv("TZ", "XYZ-5:15"); // known to this system only
-        QCOMPARE(arrivalTime(QDateTime::fromSecsSinceEpoch(1'751'328'000), "pt_BR"_L1),
-                 u"01 de julho de 2025 às 05:15:00"_s);
     }
 
     void anyTextIsShownPlainlyAndInPlace()
