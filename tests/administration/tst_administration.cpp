@@ -17,8 +17,6 @@ using namespace SettingsDriver;
 
 namespace {
 
-constexpr int kPatience = 60'000;
-
 // The accounts that with_administrator has made; the test runs as the first.
 Credentials person(const char* who)
 {
@@ -55,7 +53,7 @@ private:
         click(window(), "lockButton");
         typeCredentials(credentials.user, credentials.password);
         click(question(), "applyButton");
-        QTRY_VERIFY_WITH_TIMEOUT(code()->isEnabled(), kPatience);
+        QTRY_VERIFY(code()->isEnabled());
         QVERIFY(!question()->isVisible() && AppDelegate::state().access->status);
     }
 
@@ -66,7 +64,7 @@ private:
         click(window(), "applyButton");
         window()->close(); // can't be had now
         const bool isBusy = window()->isVisible() && !window()->isEnabled();
-        const bool isClosed = QTest::qWaitFor([] { return !window()->isVisible(); }, kPatience);
+        const bool isClosed = QTest::qWaitFor([] { return !window()->isVisible(); }, 60'000);
         QVERIFY(isBusy && isClosed && !code()->isEnabled());
         QTRY_COMPARE(m_agent->sent().count("#####request=restart"), 1);
     }
@@ -150,8 +148,7 @@ private Q_SLOTS:
         click(window(), "lockButton");
         typeCredentials(person("ADMINISTRATOR").user, u"wrong"_s);
         click(question(), "applyButton");
-        QTRY_VERIFY_WITH_TIMEOUT(find<QPushButton>(question(), "applyButton")->isEnabled(),
-                                 kPatience);
+        QTRY_VERIFY(find<QPushButton>(question(), "applyButton")->isEnabled());
         QVERIFY(!code()->isEnabled() && AppDelegate::state().pwd.isEmpty());
         QTest::keyClick(question(), Qt::Key_Escape);
         unlock(person("ADMINISTRATOR")); // and the next one counts

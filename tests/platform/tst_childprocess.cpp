@@ -7,7 +7,6 @@
 #include <QTest>
 
 #include <csignal>
-#include <tuple>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -38,16 +37,6 @@ private:
     const QString m_file = m_directory.filePath(u"file"_s);
 
 private Q_SLOTS:
-    void whatCannotStartSaysWhy()
-    {
-        for (const auto& [argument, input, error] :
-             {std::tuple(QString(QChar(u'\0')), QByteArray(), u"Invalid argument"_s),
-              {u"-c :"_s, QByteArray(200'000, 'x'), u"Message too long"_s}}) {
-            QCOMPARE(ChildProcess::run(kShell, {argument}, {.input = input}).error, error);
-        }
-        QVERIFY(!hasChildren());
-    }
-
     // The agent's own parent may have left it with things closed, ignored and blocked.
     void aChildInheritsNothing()
     {

@@ -21,11 +21,6 @@ void pressByScreenReader(QPushButton& button)
         QAccessibleActionInterface::pressAction());
 }
 
-void pressByMouse(QPushButton& button)
-{
-    QTest::mouseClick(&button, Qt::LeftButton);
-}
-
 } // namespace
 
 class TestAcknowledgement : public AgentTest {
@@ -35,7 +30,7 @@ private Q_SLOTS:
     void answersOnceByEveryWayAndByNoOther()
     {
         QByteArrayList answers;
-        for (const auto& press : {&pressByMouse, &pressByScreenReader}) {
+        for (const bool isByMouse : {true, false}) {
             for (const bool isAccepted : {false, true}) {
                 ask("42;srv;Ann");
                 QVERIFY(AgentFixture::waitUntilHeard(&dialog()));
@@ -45,7 +40,12 @@ private Q_SLOTS:
                 }
                 dialog().close();
                 QVERIFY(dialog().isVisible());
-                press(isAccepted ? *m_accept : *m_decline);
+                QPushButton& button = isAccepted ? *m_accept : *m_decline;
+                if (isByMouse) {
+                    QTest::mouseClick(&button, Qt::LeftButton);
+                } else {
+                    pressByScreenReader(button);
+                }
                 answers += isAccepted ? "#####accept_connection=42" : "#####decline_connection=42";
                 QTRY_COMPARE(m_agent->sent(), answers);
                 QVERIFY(!dialog().isVisible());
@@ -93,14 +93,14 @@ private Q_SLOTS:
         ask("2;other;Bob");
         QVERIFY(m_question->hasFocus());
         QTest::mouseRelease(m_accept, Qt::LeftButton);
-        pressByMouse(*m_accept);
+        QTest::mouseClick(m_accept, Qt::LeftButton);
         QTest::keyRelease(m_decline, Qt::Key_Space);
         QTest::keyClick(m_decline, Qt::Key_Return);
         QVERIFY(AgentFixture::waitUntilHeard(&dialog()));
         QVERIFY(dialog().isVisible());
         QCOMPARE(m_question->text(), u"other"_s + kQuestion + u"Bob"_s);
         QVERIFY(dialog().findChild<QWidget*>(u"replaced"_s)->isVisible());
-        pressByMouse(*m_decline);
+        QTest::mouseClick(m_decline, Qt::LeftButton);
         QTRY_COMPARE(m_agent->sent(), QByteArrayList{"#####decline_connection=2"});
     }
 
