@@ -1,4 +1,4 @@
-"""The service's end of the link to the agent: for the simulator, the rows of faults and benchmarks."""
+"""The service's end of the link to the agent: for the simulator, faults and benchmarks."""
 import contextlib
 import pwd
 import select

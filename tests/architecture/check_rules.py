@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""check_rules.py SOURCE: who may include whom, and what no file may hold."""
+"""check_rules.py SOURCE: who may include whom, what no file may hold, and that each text is whole."""
+import json
 import pathlib
 import re
 import subprocess
@@ -74,17 +75,26 @@ def faults_of(path, text):
                         for match in re.finditer(line, text, re.M))
 
 
+def faults_of_texts(source):
+    """Those for a terminal are all used, in all languages, with the same values in each."""
+    texts, labels = (json.loads((source / f"resources/{name}.json").read_text(encoding="utf-8"))
+                     for name in ("commands", "translate"))
+    code = "".join(path.read_text(encoding="utf-8") for path in (source / "src/command_line").glob("*.cpp"))
+    for key in set(re.findall(r'"([a-z]+\.[a-zA-Z]+)"_L1', code)) ^ set(texts):
+        yield f"{key}: is used and missing, or there and not used"
+    for key, forms in texts.items():
+        values = {tuple(sorted(re.findall(r"%\d", form))) for form in forms.values()}
+        if set(forms) != set(labels) or "" in forms.values() or len(values) > 1:
+            yield f"{key}: a language is missing, or has other values"
+
+
 def main(source):
     listed = subprocess.run(["git", "ls-files", "src", "simulator", "tests", "bench",
                              "fuzz/*.cpp", "fuzz/*.h"], cwd=source,
                             capture_output=True, text=True, check=True).stdout.splitlines()
-    faults, places = [], {}
-    for path in map(pathlib.PurePath, listed):
-        faults += faults_of(str(path), (source / path).read_text(encoding="utf-8"))
-        if path.parts[0] == "src" and path.suffix in (".cpp", ".h"):
-            place = places.setdefault(path.stem, path.parent)
-            if place != path.parent:
-                faults.append(f"{path}: {place} has a file of that name")
+    faults = [*faults_of_texts(source)]
+    for path in listed:
+        faults += faults_of(path, (source / path).read_text(encoding="utf-8"))
     print("\n".join(faults) or f"{len(listed)} files keep the rules")
     return 1 if faults or not listed else 0
 
