@@ -34,8 +34,6 @@ void ActivityLog::note(Kind kind, const QString& text, quint64 command)
     // An acceptance may be noted after the unlocking, and where nobody tells of that.
     if (kind == Kind::RequestAccepted && !m_isScreenLocked) {
         tellAbsence();
-    } else if (kind != Kind::Command) {
-        Q_EMIT noted(activity);
     }
 }
 

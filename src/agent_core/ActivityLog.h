@@ -27,8 +27,6 @@ public:
     void show();
 
 Q_SIGNALS:
-    // An activity of a session, or a request that was accepted.
-    void noted(const Activity& activity);
     // The user comes back, and this happened meanwhile.
     void absenceEnded(const QList<Activity>& activities);
     // Whether there is something that the user has not seen, after each change of that.

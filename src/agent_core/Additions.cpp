@@ -26,6 +26,7 @@ void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& ev
         return [=](const SessionInfo& session) { log->note(kind, session.remoteControlUser); };
     };
     QObject::connect(&sessions, &SessionList::began, log, note(Kind::SessionBegan));
+    QObject::connect(&sessions, &SessionList::ranBefore, log, note(Kind::SessionBegan));
     QObject::connect(&sessions, &SessionList::hasNotEnded, log, note(Kind::SessionNotEnded));
     QObject::connect(&sessions, &SessionList::ended, log, note(Kind::SessionEnded));
     QObject::connect(&events, &AgentEvents::requestAccepted, log,
@@ -70,22 +71,29 @@ void open(Notifications::Place place, ActivityLog& log)
 }
 
 // What the desktop's notifications follow.
-void follow(DesktopNotices* notices, ActivityLog* log, const UserAcknowledgement* question)
+void follow(DesktopNotices* notices, ActivityLog* log, const SessionList& sessions,
+            const UserAcknowledgement* question)
 {
-    QObject::connect(log, &ActivityLog::noted, notices, [notices](const Activity& activity) {
-        if (!AppDelegate::isAtLoginWindow()) {
-            notices->tellSession(activity);
-        }
-    });
+    const auto tell = [=, &sessions](Kind kind) {
+        return [=, &sessions](const SessionInfo& session) {
+            // What happens behind a locked screen is told at the unlocking.
+            if (!AppDelegate::isAtLoginWindow() && !log->isScreenLocked()) {
+                notices->tellSession(kind, session.remoteControlUser,
+                                     kind == Kind::SessionEnded &&
+                                         sessions.isEndExpected(session.session));
+            }
+        };
+    };
+    QObject::connect(&sessions, &SessionList::began, notices, tell(Kind::SessionBegan));
+    QObject::connect(&sessions, &SessionList::hasNotEnded, notices, tell(Kind::SessionNotEnded));
+    QObject::connect(&sessions, &SessionList::ended, notices, tell(Kind::SessionEnded));
     QObject::connect(log, &ActivityLog::absenceEnded, notices, &DesktopNotices::tellAbsence);
     QObject::connect(log, &ActivityLog::unseenChanged, notices, [notices](bool hasUnseen) {
         if (!hasUnseen) {
             notices->absenceSeen();
         }
     });
-    QObject::connect(question, &UserAcknowledgement::asked, notices, [notices, question] {
-        notices->askQuestion(question->question(), question->replacesAnother);
-    });
+    QObject::connect(question, &UserAcknowledgement::asked, notices, &DesktopNotices::askQuestion);
     QObject::connect(question, &UserAcknowledgement::answered, notices,
                      &DesktopNotices::withdrawQuestion);
     QObject::connect(question, &UserAcknowledgement::withdrawn, notices,
@@ -105,8 +113,9 @@ void AppDelegate::makeAdditions()
     auto* const log = new ActivityLog(&AppDelegate::labels, this);
     follow(log, agent.sessions, agent.events);
     showWayTo(log, *agent.statusBarMenu, agent.connectionStatus.get());
-    auto* const notices = new DesktopNotices(&AppDelegate::labels, options.oemName, this);
-    follow(notices, log, agent.userAcknowledge.get());
+    auto* const notices = new DesktopNotices(&AppDelegate::labels, options.oemName,
+                                             *agent.connectionStatus, *agent.userAcknowledge, this);
+    follow(notices, log, agent.sessions, agent.userAcknowledge.get());
     connect(&agent.events, &AgentEvents::ending, notices, &DesktopNotices::stop);
 
     auto* const hint = new IconHint(*agent.statusBarItem, *log, this);

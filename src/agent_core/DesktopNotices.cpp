@@ -1,10 +1,15 @@
 #include "agent_core/DesktopNotices.h"
 
+#include "agent_state/AppDelegate.h"
 #include "localisation/ShownText.h"
 #include "platform/desktop/Announcements.h"
+#include "platform/desktop/WindowActivation.h"
 #include "platform/files/MainBundle.h"
+#include "records/Intervals.h"
 #include "settings/AllowedSettings.h"
 #include "windows/ActivityWindow.h"
+#include "windows/ConnectionStatus.h"
+#include "windows/UserAcknowlegement.h"
 
 #include <algorithm>
 #include <chrono>
@@ -18,7 +23,8 @@ namespace {
 constexpr qsizetype kMostLines = 5;
 constexpr qsizetype kLongestLine = 120;
 constexpr qsizetype kLongestQuestion = 400;
-constexpr std::chrono::milliseconds kGathering(100);
+// From an event to a look at the windows, which the window manager puts in their place meanwhile.
+constexpr std::chrono::milliseconds kUntilInPlace(500);
 // An older line has been read.
 constexpr qint64 kReadAfter = 10'000; // milliseconds
 
@@ -26,10 +32,9 @@ constexpr qint64 kReadAfter = 10'000; // milliseconds
 constexpr qsizetype kMostNews = 100;
 
 // "Session began: Ann Carter".
-QString lineFor(const Activity& activity, const JsonData::Info& labels)
+QString lineFor(Activity::Kind kind, const QString& text, const JsonData::Info& labels)
 {
-    return ShownText::line(
-        ActivityWindow::eventName(activity.kind, labels) + u": "_s + activity.text, kLongestLine);
+    return ShownText::line(ActivityWindow::eventName(kind, labels) + u": "_s + text, kLongestLine);
 }
 
 QString text(const QStringList& lines)
@@ -43,14 +48,20 @@ QString text(const QStringList& lines)
 
 } // namespace
 
-DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationName, QObject* parent)
-    : QObject(parent), m_labels(std::move(labels)),
+DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationName,
+                               const ConnectionStatus& status, const UserAcknowledgement& question,
+                               QObject* parent)
+    : QObject(parent), m_labels(std::move(labels)), m_status(status), m_question(question),
       m_notifications(applicationName,
                       MainBundle::resourcePath(u"vantoryAgent"_s, u"png"_s).value_or(QString()))
 {
     m_sessionTimer.setSingleShot(true);
-    m_sessionTimer.setInterval(kGathering);
-    connect(&m_sessionTimer, &QTimer::timeout, this, &DesktopNotices::showSessions);
+    m_sessionTimer.setInterval(kUntilInPlace);
+    m_questionTimer.setInterval(kUntilInPlace);
+    m_sessionTimer.callOnTimeout(this, &DesktopNotices::showSessions);
+    m_questionTimer.callOnTimeout(this, &DesktopNotices::lookAtQuestion);
+    connect(&m_status, &ConnectionStatus::cameUp, this,
+            [this] { m_notifications.letPass(Notifications::Place::Absence); });
     connect(&m_notifications, &Notifications::activated, this, &DesktopNotices::activated);
     connect(&m_notifications, &Notifications::taken, this, [this](Notifications::Place place) {
         if (place == Notifications::Place::Icon) {
@@ -59,56 +70,88 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     });
 }
 
-void DesktopNotices::tellSession(const Activity& activity)
+void DesktopNotices::tellSession(Activity::Kind kind, const QString& name, bool isByUser)
 {
+    const QString line = lineFor(kind, name, m_labels().value_or(englishFallback()));
+    // Said whatever the account says about showing: sighted users have the icon.
+    Announcements::say(line);
+    if (isByUser) {
+        return;
+    }
     if (!m_sinceNews.isValid() || m_sinceNews.elapsed() > kReadAfter) {
         m_news.clear();
     }
     m_sinceNews.start();
-    m_news.prepend(activity);
+    const auto row = static_cast<std::size_t>(m_status.sessions().size()) +
+                     (kind == Activity::Kind::SessionEnded ? 1U : 0U);
+    m_news.prepend({line, kind == Activity::Kind::SessionNotEnded, row <= ConnectionStatus::kRows});
     m_news.resize(std::min(m_news.size(), kMostNews));
-    // Said whatever the account says about showing: sighted users have the icon.
-    if (!activity.isUnseen) {
-        Announcements::say(lineFor(activity, m_labels().value_or(englishFallback())));
-    }
-    if (!m_sessionTimer.isActive()) {
-        m_sessionTimer.start();
-    }
+    m_sessionTimer.start();
 }
 
 void DesktopNotices::showSessions()
 {
-    QList<Activity> told = m_news;
-    if (showsAgentOnConnection() == false) {
-        told.removeIf([](const Activity& activity) {
-            return activity.kind != Activity::Kind::SessionNotEnded;
-        });
-    }
-    if (told.isEmpty()) {
+    const bool isInSight = WindowActivation::isInSight(m_status);
+    if (!isInSight && AppDelegate::state().connectionShowTimer.isActive()) {
+        m_sessionTimer.start(); // the window is about to come up
         return;
     }
-    const JsonData::Info labels = m_labels().value_or(englishFallback());
+    const bool isForbidden = forbidsShowingAgent();
+    m_news.removeIf([=](const News& news) {
+        return !news.isFailure && (isForbidden || (isInSight && news.hasRow));
+    });
     QStringList lines;
-    for (const Activity& activity : std::as_const(told)) {
-        lines.append(lineFor(activity, labels));
+    bool hasNew = false;
+    for (News& news : m_news) {
+        lines.append(news.line);
+        hasNew = !std::exchange(news.isTold, true) || hasNew;
     }
-    const QString newest = lines.takeFirst();
-    m_notifications.show(Notifications::Place::Sessions,
-                         {newest, text(lines), labels.Connection.conn_status_title, false, false});
+    if (hasNew) {
+        const QString newest = lines.takeFirst();
+        m_notifications.show(Notifications::Place::Sessions,
+                             {newest, text(lines),
+                              m_labels().value_or(englishFallback()).Connection.conn_status_title});
+    }
 }
 
-void DesktopNotices::askQuestion(const QString& question, bool replacesAnother)
+void DesktopNotices::askQuestion()
 {
-    const JsonData::Info labels = m_labels().value_or(englishFallback());
-    QStringList lines{ShownText::line(question, kLongestQuestion)};
-    if (replacesAnother) {
-        lines.append(labels.UserAck.replaced);
+    withdrawQuestion(); // another one's
+    m_sinceQuestion.start();
+    m_questionTimer.start();
+    Announcements::say(m_labels().value_or(englishFallback()).UserAck.user_ack_title + u'\n' +
+                           questionText(),
+                       Announcements::About::Question);
+}
+
+// The question, and that it has taken another one's place.
+QString DesktopNotices::questionText() const
+{
+    QString text = ShownText::line(m_question.question(), kLongestQuestion);
+    if (m_question.replacesAnother) {
+        text += u'\n' + m_labels().value_or(englishFallback()).UserAck.replaced;
     }
-    m_notifications.show(
-        Notifications::Place::Question,
-        {labels.UserAck.user_ack_title, text(lines), labels.UserAck.user_ack_title, true, true});
-    lines.prepend(labels.UserAck.user_ack_title);
-    Announcements::say(lines.join(u'\n'), Announcements::About::Question);
+    return text;
+}
+
+void DesktopNotices::lookAtQuestion()
+{
+    std::optional<bool> stays;
+    if (!WindowActivation::isInSight(m_question)) {
+        stays = !WindowActivation::isInSight(m_status);
+    } else if (m_sinceQuestion.hasExpired(Intervals::current().untilQuestionNotice.count())) {
+        stays = false;
+    }
+    if (std::exchange(m_questionStays, stays) == stays) {
+        return;
+    }
+    if (stays) {
+        const QString title = m_labels().value_or(englishFallback()).UserAck.user_ack_title;
+        m_notifications.show(Notifications::Place::Question,
+                             {title, questionText(), title, *stays});
+    } else {
+        m_notifications.withdraw(Notifications::Place::Question);
+    }
 }
 
 void DesktopNotices::tellMissingIcon()
@@ -116,28 +159,31 @@ void DesktopNotices::tellMissingIcon()
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     m_notifications.show(Notifications::Place::Icon,
                          {labels.Connection.noIcon, labels.Connection.noIconHow,
-                          labels.Connection.conn_status_title, false, false});
+                          labels.Connection.conn_status_title});
 }
 
 void DesktopNotices::stop()
 {
     m_sessionTimer.stop();
-    withdrawQuestion(); // nobody could answer it any more
+    m_questionTimer.stop();
+    Announcements::withdraw(Announcements::About::Question);
+    m_notifications.withdrawAll();
 }
 
 void DesktopNotices::withdrawQuestion()
 {
+    m_questionTimer.stop();
+    m_questionStays.reset();
     m_notifications.withdraw(Notifications::Place::Question);
     Announcements::withdraw(Announcements::About::Question);
 }
 
 void DesktopNotices::tellWithdrawal()
 {
-    const JsonData::Info labels = m_labels().value_or(englishFallback());
-    m_notifications.show(
-        Notifications::Place::Question,
-        {labels.UserAck.withdrawn, QString(), labels.UserAck.user_ack_title, false, false});
-    Announcements::say(labels.UserAck.withdrawn, Announcements::About::Question);
+    m_questionTimer.stop();
+    const QString text = m_labels().value_or(englishFallback()).UserAck.withdrawn;
+    m_notifications.show(Notifications::Place::Question, {text, {}, {}});
+    Announcements::say(text, Announcements::About::Question);
 }
 
 void DesktopNotices::tellAbsence(const QList<Activity>& activities)
@@ -145,14 +191,12 @@ void DesktopNotices::tellAbsence(const QList<Activity>& activities)
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     QStringList lines;
     for (const Activity& activity : activities) {
-        lines.append(activity.time.toString(u"HH:mm "_s) + lineFor(activity, labels));
+        lines.append(activity.time.toString(u"HH:mm "_s) +
+                     lineFor(activity.kind, activity.text, labels));
     }
-    // They say the same, and stood behind the locked screen.
-    m_news.clear();
-    m_sessionTimer.stop();
-    m_notifications.withdraw(Notifications::Place::Sessions);
-    m_notifications.show(Notifications::Place::Absence,
-                         {labels.Activity.away, text(lines), labels.Activity.title, true, true});
+    m_notifications.show(
+        Notifications::Place::Absence,
+        {labels.Activity.away, text(lines), labels.Activity.title, !m_status.isSeen()});
     lines.prepend(labels.Activity.away);
     Announcements::say(text(lines));
 }

@@ -9,34 +9,44 @@
 #include <QObject>
 #include <QTimer>
 
-// Tells the user by desktop notifications that a session has begun or ended, that somebody asks for
-// control, and what happened while the screen was locked. A desktop without notifications shows
-// none of this, and nothing else changes. Main thread.
+#include <optional>
+
+class ConnectionStatus;
+class UserAcknowledgement;
+
+// Tells the user by desktop notifications what no window of the agent tells them at that moment: a
+// session's begin and end, a question, what happened while the screen was locked. Screen readers
+// say it in any case. A desktop without notifications shows none of this, and nothing else changes.
+// No notice stays for ever while the status window is in sight, which it may cover. Main thread.
 class DesktopNotices : public QObject {
     Q_OBJECT
 
 public:
-    DesktopNotices(LabelSource labels, const QString& applicationName, QObject* parent);
+    // The windows, which outlive this.
+    DesktopNotices(LabelSource labels, const QString& applicationName,
+                   const ConnectionStatus& status, const UserAcknowledgement& question,
+                   QObject* parent);
 
-    // Something happened to a session. What happens at the same time is shown together. If the
-    // account wants no window when a session begins, only a session that failed to end is shown.
-    void tellSession(const Activity& activity);
+    // Something happened to a session. What happens at the same time is shown together. Not shown
+    // is what the user has done, what the status window shows, and all where the account wants no
+    // window when a session begins; but that a session failed to end is.
+    void tellSession(Activity::Kind kind, const QString& name, bool isByUser);
 
-    // A question stands on the screen. Its notice stays, and stands above full-screen programs
-    // where the desktop shows critical ones there.
-    void askQuestion(const QString& question, bool replacesAnother);
+    // The dialog asks. A notice tells of it only while the dialog is not in sight, and when it has
+    // not been answered for a while.
+    void askQuestion();
     void withdrawQuestion();
-    // The service has withdrawn the question, and the user is told so.
+    // The service has withdrawn the question, and the user is told so. There is nothing to open.
     void tellWithdrawal();
 
-    // What happened while the user was away. Stays, whatever the account wants.
+    // What happened while the user was away, whatever the account wants.
     void tellAbsence(const QList<Activity>& activities);
     void absenceSeen();
 
     // No panel shows the icon: tells how to see it, and what works without it.
     void tellMissingIcon();
 
-    // The program is ending: no more notices.
+    // The program is ending: none of its notices is left, and none comes any more.
     void stop();
 
 Q_SIGNALS:
@@ -46,11 +56,25 @@ Q_SIGNALS:
     void missingIconTold();
 
 private:
+    struct News {
+        QString line;
+        bool isFailure;
+        bool hasRow; // in the status window, where that is shown
+        bool isTold = false;
+    };
+
     void showSessions();
+    [[nodiscard]] QString questionText() const;
+    void lookAtQuestion();
 
     const LabelSource m_labels;
+    const ConnectionStatus& m_status;
+    const UserAcknowledgement& m_question;
     Notifications m_notifications;
-    QList<Activity> m_news; // of sessions, the newest first
+    QList<News> m_news; // of sessions, the newest first
     QElapsedTimer m_sinceNews;
     QTimer m_sessionTimer;
+    QElapsedTimer m_sinceQuestion;
+    QTimer m_questionTimer;              // while the question is open
+    std::optional<bool> m_questionStays; // its notice; none: there is none
 };

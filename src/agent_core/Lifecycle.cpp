@@ -26,6 +26,7 @@
 
 #include <QCoreApplication>
 #include <QMenu>
+#include <future>
 #include <thread>
 #include <utility>
 
@@ -185,6 +186,7 @@ void AppDelegate::startClient()
         u"localhost"_s, options.portUI, [accounts](quint32 uid) { return accounts.refusalOf(uid); },
         m_checkMessage);
     client->connection.didNoticeEnd = &RunningAgent::leave;
+    Client::willEnd = &AppDelegate::leaveNotices;
     isStarted = true; // from here on a signal runs the whole orderly end
     client->start();
 }
@@ -277,6 +279,19 @@ void AppDelegate::applicationWillTerminate()
         client->stop();
     }
     endProgram(0);
+}
+
+// At the link's end, whose thread waits a moment: nothing that tells the user something may outlive
+// the process.
+void AppDelegate::leaveNotices()
+{
+    constexpr auto kPatience = std::chrono::milliseconds(500);
+    const auto left = std::make_shared<std::promise<void>>();
+    MainQueue::post([left] {
+        Q_EMIT state().events.ending();
+        left->set_value();
+    });
+    left->get_future().wait_for(kPatience);
 }
 
 void AppDelegate::leaveDesktop()

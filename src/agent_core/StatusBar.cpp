@@ -107,13 +107,13 @@ void readStatusIcons()
     }
 }
 
-// "vantory – Linked".
+// "vantory – Agent ready", in the words of the status window.
 QString toolTip(const JsonData::Info& labels)
 {
     const QList<SessionInfo>& sessions = AppDelegate::state().sessions.all();
     const QString linked = AppDelegate::state().gatewayConnectionStatus
-                               ? labels.Connection.linked
-                               : labels.Connection.notLinked;
+                               ? labels.Connection.ready
+                               : labels.Connection.no_gateway;
     const QString words =
         sessions.isEmpty() ? linked : connectionTitle(labels.Connection.inSession, sessions);
     return AppDelegate::options.oemName + u" – "_s + words;
@@ -145,6 +145,7 @@ void AppDelegate::systemTray()
     WindowRules::setMenu(menu.get());
     state().statusBarItem = std::move(item);
     state().statusBarMenu = std::move(menu);
+    updateToolTip();
 }
 
 void AppDelegate::updateSystemTrayIcon()

@@ -99,8 +99,8 @@ void AppDelegate::showAtSessionEnd()
 // The user sees the session gone before the service is told, and without waiting for it.
 void AppDelegate::endSession(qint64 session)
 {
-    removeConnectionSession(session);
     state().sessions.expectEnd(session);
+    removeConnectionSession(session);
     updateSystemTrayIcon();
     state().connectionStatus->config();
     for (ChatController* const chat : std::as_const(state().chats)) {

@@ -173,6 +173,7 @@ private:
     static inline std::atomic<bool> terminating = false;
 
     static void leaveDesktop();
+    static void leaveNotices();
     void startClient();
     void connectWindows();
     void connectTimers();

@@ -57,10 +57,16 @@ void SessionList::replace(const QList<SessionInfo>& sessions)
     }
     const QList<SessionInfo> after = m_sessions;
     for (const SessionInfo& session : after) {
-        if (!isIn(before, session.session)) {
+        if (isIn(before, session.session)) {
+            continue;
+        }
+        if (session.sessionDate ? *session.sessionDate < m_start : !m_hasReport) {
+            Q_EMIT ranBefore(session);
+        } else {
             tellBegan(session);
         }
     }
+    m_hasReport = true;
     const QSet<qint64> expected = m_expectedEnds;
     for (const qint64 session : expected) {
         if (!contains(session)) {

@@ -24,6 +24,10 @@ public:
     // Sessions that the user has ended and whose end the service has yet to report: one that is
     // listed again has not ended.
     void expectEnd(qint64 session) { m_expectedEnds.insert(session); }
+    [[nodiscard]] bool isEndExpected(qint64 session) const
+    {
+        return m_expectedEnds.contains(session);
+    }
     // The end was reported, or another session has that number.
     void forgetEnd(qint64 session);
 
@@ -33,6 +37,7 @@ Q_SIGNALS:
     void removed(qint64 session);
     // What has happened. When a list replaces another, only sessions that differ begin or end.
     void began(const SessionInfo& session);
+    void ranBefore(const SessionInfo& session);   // instead: it began before this agent
     void hasNotEnded(const SessionInfo& session); // instead of began()
     void ended(const SessionInfo& session);
     void endForgotten(qint64 session);
@@ -40,6 +45,8 @@ Q_SIGNALS:
 private:
     void tellBegan(const SessionInfo& session);
 
+    const double m_start = sessionDateNow();
+    bool m_hasReport = false; // of the whole list
     QList<SessionInfo> m_sessions;
     QSet<qint64> m_expectedEnds;
 };

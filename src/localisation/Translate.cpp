@@ -93,8 +93,6 @@ const Label kLabels[] = {
     LABEL(error, sessionCodeMsg),
     EXTRA(UserAck, replaced, u"This request takes the place of the one before."),
     EXTRA(UserAck, withdrawn, u"The request was withdrawn"),
-    EXTRA(Connection, linked, u"Linked"),
-    EXTRA(Connection, notLinked, u"Not linked"),
     EXTRA(Connection, inSession, u"In session"),
     EXTRA(Connection, notEnded, u"Not ended"),
     EXTRA(Connection, session, u"Session %1"),
@@ -108,7 +106,8 @@ const Label kLabels[] = {
     EXTRA(Message, question, u"Question"),
     EXTRA(Message, caution, u"Caution"),
     EXTRA(Message, stop, u"Important warning"),
-    EXTRA(Message, more, u"and %1 more"),
+    EXTRA(Message, more, u"%1 earlier messages were closed"),
+    EXTRA(Message, one, u"An earlier message was closed"),
     EXTRA(Chat, transcript, u"Conversation"),
     EXTRA(Chat, field, u"Message"),
     EXTRA(Settings, unlock, u"Unlock"),
@@ -274,6 +273,9 @@ JsonData::Info englishFallback()
     for (const Label& label : kLabels) {
         label.field(labels) = QString::fromUtf16(label.english);
     }
+    labels.Connection.ready = u"Agent ready"_s;
+    labels.Connection.no_gateway = u"No gateway available"_s;
+    labels.Connection.account_invalid = u"Account is blocked or no longer exists"_s;
     return labels;
 }
 

@@ -33,15 +33,15 @@ struct JsonData {
         };
         struct Connection {
             QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
-                abort_connection_label, linked, notLinked, inSession, notEnded, session, noIcon,
-                noIconHow;
+                abort_connection_label, inSession, notEnded, session, noIcon, noIconHow;
         };
         struct About {
             QString about, agent, version, build;
         };
         struct Message {
             QString received, from, automatic, seconds, information, question, caution, stop,
-                more; // "%1" stands for a number
+                more, // "%1" stands for a number
+                one;
         };
         struct Chat {
             QString chat, joined, left, transcript, field;

@@ -37,6 +37,9 @@ void Client::prepareToStop()
 
 void Client::didStopCallback(const std::optional<NetworkError>& error)
 {
+    if (end == End::ByLink && willEnd) {
+        willEnd();
+    }
     const End who = end;
     if (who == End::Later) {
         waitForProgramEnd();

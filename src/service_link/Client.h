@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <atomic>
+#include <functional>
 #include <optional>
 
 // The agent's one link to the service on this machine. When it ends, or can't be made, the process
@@ -29,6 +30,9 @@ public:
 
     // Ends the process: with status 1 where there is an error, else 0. Any thread.
     [[noreturn]] static void didStopCallback(const std::optional<NetworkError>& error);
+
+    // Called before the link's end ends the process, on the link's thread. Set before start().
+    static inline std::function<void()> willEnd;
 
     const QString host;
     const quint16 port;

@@ -11,6 +11,16 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+RegularFile::Content readFile()
+{
+    constexpr qsizetype kLargest = 1024 * 1024;
+    return RegularFile::read(allowedSettingsPath(), kLargest);
+}
+
+} // namespace
+
 QString allowedSettingsPath()
 {
     return FilePaths::preferences(u"gateway.json"_s);
@@ -50,11 +60,9 @@ std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
 
 std::optional<AllowedData> readAllowedSettings()
 {
-    constexpr qsizetype kLargest = 1024 * 1024;
-    const QString path = allowedSettingsPath();
-    const auto content = RegularFile::read(path, kLargest);
+    const auto content = readFile();
     if (content.state == RegularFile::State::Unreadable) {
-        fatalState(u"The allowed settings cannot be read: "_s + path);
+        fatalState(u"The allowed settings cannot be read: "_s + allowedSettingsPath());
     }
     return allowedSettingsFrom(content.bytes);
 }
@@ -63,4 +71,10 @@ std::optional<bool> showsAgentOnConnection()
 {
     const auto settings = readAllowedSettings();
     return settings ? settings->show_agent_ui_on_connection : std::nullopt;
+}
+
+bool forbidsShowingAgent()
+{
+    const auto settings = allowedSettingsFrom(readFile().bytes);
+    return settings && settings->show_agent_ui_on_connection == false;
 }

@@ -33,5 +33,8 @@ struct AllowedSettings {
 // thread.
 [[nodiscard]] std::optional<bool> showsAgentOnConnection();
 
+// Whether it says no. A file that can't be read says nothing here, and ends nothing. Any thread.
+[[nodiscard]] bool forbidsShowingAgent();
+
 // Decodes the file's bytes alike. Any thread.
 [[nodiscard]] std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text);

@@ -74,9 +74,6 @@ ConnectionStatus::ConnectionStatus(LabelSource labels)
                                   Qt::WindowCloseButtonHint),
       m_labels(std::move(labels)), m_texts(englishFallback())
 {
-    m_texts.Connection.ready = u"Agent ready"_s;
-    m_texts.Connection.no_gateway = u"No gateway available"_s;
-    m_texts.Connection.account_invalid = u"Account is blocked or no longer exists"_s;
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession2);
 }
@@ -322,6 +319,7 @@ bool ConnectionStatus::event(QEvent* event)
         showState();
         inSession();
         inSession2();
+        Q_EMIT cameUp();
         break;
     case QEvent::Resize:
         m_isToBePlaced = true;
@@ -336,6 +334,7 @@ bool ConnectionStatus::event(QEvent* event)
             config();
             inSession();
             inSession2();
+            Q_EMIT cameUp();
         }
         break;
     default:

@@ -35,6 +35,8 @@ class ConnectionStatus : public AgentWindow<QWidget> {
     Q_OBJECT
 
 public:
+    static constexpr std::size_t kRows = 2;
+
     explicit ConnectionStatus(LabelSource labels);
     ~ConnectionStatus() override;
 
@@ -91,6 +93,7 @@ Q_SIGNALS:
     void chatRequested(qint64 session);
     // The user wants to see what happened.
     void activityRequested();
+    void cameUp(); // on the screen
 
 protected:
     bool event(QEvent* event) override;
@@ -125,6 +128,6 @@ private:
     JsonData::Info m_texts; // the last that were read
     QList<SessionInfo> m_sessions;
     std::unique_ptr<Ui::ConnectionStatus> m_ui; // from the first showing on
-    std::array<Row, 2> m_rows;                  // likewise
+    std::array<Row, kRows> m_rows;              // likewise
     bool m_isToBePlaced = true;
 };

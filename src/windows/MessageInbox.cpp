@@ -125,8 +125,8 @@ void MessageInbox::translate(const JsonData::Info& labels)
 void MessageInbox::setNotShown(qint64 count)
 {
     m_notShown = count;
-    const auto labels = m_labels();
-    QString words = labels ? labels->Message.more : englishFallback().Message.more;
+    const auto labels = m_labels().value_or(englishFallback()).Message;
+    QString words = count == 1 ? labels.one : labels.more;
     m_ui->notShown->setText(words.replace("%1"_L1, QString::number(count)));
     m_ui->notShown->setVisible(count > 0);
     if (count > 0) {

@@ -46,7 +46,8 @@ private Q_SLOTS:
         QCOMPARE(messages().size(), 20);
         messages().constLast()->QuitAction();
         label = messages().constLast()->findChild<QLabel*>(u"notShown"_s);
-        QTRY_COMPARE(label->isVisible() ? label->text() : QString(), u"and 2 more"_s);
+        QTRY_COMPARE(label->isVisible() ? label->text() : QString(),
+                     u"2 earlier messages were closed"_s);
     }
 
     void anyTextIsShownPlainlyAndInPlace()

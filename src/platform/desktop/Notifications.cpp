@@ -4,6 +4,8 @@
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 
+#include <QDBusPendingCall>
+
 #include <algorithm>
 #include <utility>
 
@@ -47,6 +49,31 @@ void Notifications::change(Place place, const std::optional<Content>& content)
     slot.isChanged = true;
     slot.isTried = false;
     sendChanges();
+}
+
+void Notifications::letPass(Place place)
+{
+    if (auto content = m_slots[static_cast<std::size_t>(place)].content;
+        content && content->stays) {
+        content->stays = false;
+        change(place, content);
+    }
+}
+
+void Notifications::withdrawAll()
+{
+    constexpr int kPatience = 200; // milliseconds
+    QList<QDBusPendingCall> calls;
+    for (Slot& slot : m_slots) {
+        slot.content.reset();
+        slot.isChanged = slot.isAnswerPending; // closed as soon as its number is known
+        if (slot.id != 0) {
+            calls.append(m_bus->asyncCall(closing(slot), kPatience));
+        }
+    }
+    for (QDBusPendingCall& call : calls) {
+        call.waitForFinished();
+    }
 }
 
 void Notifications::watchBus(const QDBusConnection& bus)
@@ -130,7 +157,8 @@ void Notifications::notify(Slot& slot)
 {
     const QString title = sendable(slot.content->title);
     const QString text = sendable(slot.content->text);
-    const uchar urgency = slot.content->isCritical ? 2 : 1;
+    const QString action = sendable(slot.content->action);
+    const uchar urgency = slot.content->stays ? 2 : 1;
     const QVariantMap hints = {{u"urgency"_s, QVariant::fromValue(urgency)},
                                {u"desktop-entry"_s, u"vantoryAgent"_s}};
     const QVariantList arguments = {sendable(m_applicationName),
@@ -138,7 +166,7 @@ void Notifications::notify(Slot& slot)
                                     sendable(m_iconPath),
                                     title,
                                     *m_takesMarkup ? text.toHtmlEscaped() : text,
-                                    QStringList{kClick, sendable(slot.content->action)},
+                                    action.isEmpty() ? QStringList() : QStringList{kClick, action},
                                     hints,
                                     slot.content->stays ? 0 : -1};
     slot.isAnswerPending = true;
@@ -155,10 +183,15 @@ void Notifications::notify(Slot& slot)
              });
 }
 
+QDBusMessage Notifications::closing(Slot& slot) const
+{
+    return callOf(m_server, u"CloseNotification"_s, {std::exchange(slot.id, 0U)});
+}
+
 void Notifications::closeShown(Slot& slot)
 {
     if (slot.id != 0) {
-        m_bus->send(callOf(m_server, u"CloseNotification"_s, {std::exchange(slot.id, 0U)}));
+        m_bus->send(closing(slot));
     }
 }
 

@@ -27,9 +27,10 @@ public:
     struct Content {
         QString title; // both plain text
         QString text;
-        QString action; // what a click opens, for services that show a button for it
-        bool isCritical = false;
-        bool stays = false; // until the user or withdraw() closes it; else the service decides
+        QString action; // what a click opens, for services that show a button; empty: nothing
+        // Until the user or withdraw() closes it, above full-screen programs where the desktop
+        // shows critical ones there; else the service decides.
+        bool stays = false;
     };
 
     explicit Notifications(QString applicationName, QString iconPath, QObject* parent = nullptr);
@@ -37,6 +38,11 @@ public:
 
     void show(Place place, const Content& content) { change(place, content); }
     void withdraw(Place place) { change(place, std::nullopt); }
+    // One that stays is shown anew and does not stay.
+    void letPass(Place place);
+    // Withdraws all, and waits until the service has done so, a fifth of a second at most: the
+    // process is about to end.
+    void withdrawAll();
 
 Q_SIGNALS:
     // The service has accepted the notification, and shows it by its own rules.
@@ -62,6 +68,7 @@ private:
     void sendChanges();
     void askForCapabilities();
     void notify(Slot& slot);
+    QDBusMessage closing(Slot& slot) const;
     void closeShown(Slot& slot);
 
     const QString m_applicationName;

@@ -271,6 +271,12 @@ void WindowActivation::showAnew(QWidget* window, QWidget* other)
     });
 }
 
+bool WindowActivation::isInSight(const QWidget& window)
+{
+    return window.isVisible() && !window.isMinimized() && window.windowHandle()->isExposed() &&
+           X11::isInSight(window);
+}
+
 QMargins WindowActivation::untoldMargins()
 {
     if (X11::rootList("_NET_SUPPORTED").isEmpty() || X11::isSupported("_NET_WORKAREA") ||

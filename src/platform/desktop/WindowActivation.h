@@ -57,6 +57,10 @@ void bringAbove(QWidget* window, QWidget* other);
 // another one, it does nothing.
 void showAnew(QWidget* window, QWidget* other);
 
+// Whether the user can see the window now: it is shown, not minimised, on the current workspace and
+// below no full-screen one (of any monitor). A window needs a moment to get there.
+[[nodiscard]] bool isInSight(const QWidget& window);
+
 // From now on no window comes up any more: the program is ending. Any thread.
 void stop();
 

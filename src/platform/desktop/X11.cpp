@@ -128,6 +128,25 @@ bool X11::isListedBelow(const QWidget& window, const QWidget& other)
     return std::find(place, stacked.end(), other.winId()) != stacked.end();
 }
 
+bool X11::isInSight(const QWidget& window)
+{
+    const auto current = rootList("_NET_CURRENT_DESKTOP");
+    const auto isHere = [&current](quint32 id) {
+        constexpr quint32 kAll = 0xFFFF'FFFF;
+        const auto desktop = list(id, "_NET_WM_DESKTOP");
+        return current.isEmpty() || desktop.isEmpty() || desktop == current || desktop[0] == kAll;
+    };
+    const auto covers = [&isHere](quint32 id) {
+        const auto states = list(id, "_NET_WM_STATE");
+        return states.contains(atom("_NET_WM_STATE_FULLSCREEN")) &&
+               !states.contains(atom("_NET_WM_STATE_HIDDEN")) && isHere(id);
+    };
+    const auto stacked = rootList("_NET_CLIENT_LIST_STACKING");
+    const auto place = std::find(stacked.begin(), stacked.end(), window.winId());
+    return connection() == nullptr || (isHere(static_cast<quint32>(window.winId())) &&
+                                       std::none_of(place, stacked.end(), covers));
+}
+
 // Among the hints that the toolkit has set.
 void X11::setUrgency(const QWidget& window, bool isUrgent)
 {

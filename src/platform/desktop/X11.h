@@ -62,6 +62,10 @@ void restack(const QWidget& window, const QWidget& other);
 // As far as the window manager tells the order.
 bool isListedBelow(const QWidget& window, const QWidget& other);
 
+// Whether a window that is shown is on the current workspace and below no full-screen one, as far
+// as the window manager tells.
+bool isInSight(const QWidget& window);
+
 // ICCCM's UrgencyHint.
 void setUrgency(const QWidget& window, bool isUrgent);
 
