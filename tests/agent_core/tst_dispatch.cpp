@@ -120,6 +120,7 @@ private Q_SLOTS:
         };
         const auto icon = [] { return AppDelegate::state().statusBarLook.icon; };
         QCOMPARE(titles(), nobody);
+        QCOMPARE(AppDelegate::state().statusBarLook.toolTip, u"KRD – No gateway available"_s);
         QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
         QVERIFY(m_agent->send(connected(8, "B")));
         QCOMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_s);

@@ -4,6 +4,7 @@
 #include "agent_core/ActivityLog.h"
 #include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
+#include "settings/AllowedSettings.h"
 #include "settings/SettingsFile.h"
 #include "windows/ActivityWindow.h"
 #include "windows/UserAcknowlegement.h"
@@ -116,10 +117,10 @@ private Q_SLOTS:
         QVERIFY(m_agent->send("disconnected_session=9"));
         program.hide();
         window("ConnectionStatus")->hide();
-        QVERIFY(QDir().mkpath(m_agent->preferences(u"gateway.json"_s))); // which can't be read
+        QVERIFY(QDir().mkpath(allowedSettingsPath())); // which can't be read
         AppDelegate::state().sessions.add({8, {}, u"Bob"_s, {}});
         QTRY_COMPARE(m_server->title(), u"Session began: Bob"_s);
-        QVERIFY(QDir().rmdir(m_agent->preferences(u"gateway.json"_s)));
+        QVERIFY(QDir().rmdir(allowedSettingsPath()));
         m_calls.clear();
         m_agent->allowShowing("false");
         QVERIFY(m_agent->send("disconnected_session=8"));
