@@ -105,6 +105,9 @@ private Q_SLOTS:
         QCOMPARE(m_server->replacedId(), 2U);
         m_server->click(2);
         xdotool("set_desktop 0");
+        window("ConnectionStatus")->hide();
+        AppDelegate::connectionDisplay();
+        QTRY_VERIFY(WindowActivation::isInSight(*window("ConnectionStatus")));
 
         // Below a full-screen program; not what the user has done, or where nothing may be shown.
         QWidget program;
