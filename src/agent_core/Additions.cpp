@@ -29,8 +29,12 @@ void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& ev
     QObject::connect(&sessions, &SessionList::ranBefore, log, note(Kind::SessionBegan));
     QObject::connect(&sessions, &SessionList::hasNotEnded, log, note(Kind::SessionNotEnded));
     QObject::connect(&sessions, &SessionList::ended, log, note(Kind::SessionEnded));
-    QObject::connect(&events, &AgentEvents::requestAccepted, log,
-                     [log](const QString& name) { log->note(Kind::RequestAccepted, name); });
+    QObject::connect(&events, &AgentEvents::requestedWhileLocked, log,
+                     [log](const QString& name, AgentEvents::LockedRequest outcome) {
+                         if (outcome == AgentEvents::LockedRequest::Accepted) {
+                             log->note(Kind::RequestAccepted, name);
+                         }
+                     });
     QObject::connect(&events, &AgentEvents::commandBegan, log,
                      [log](quint64 command, const QString& text) {
                          log->note(Kind::Command, text.trimmed(), command);
@@ -123,6 +127,7 @@ void AppDelegate::makeAdditions()
             whileRunning([notices] { notices->tellMissingIcon(); }));
     connect(notices, &DesktopNotices::missingIconTold, hint, &IconHint::remember);
     connect(&agent.events, &AgentEvents::ending, hint, &IconHint::stop);
+    connect(&agent.events, &AgentEvents::loginWindowLeft, hint, &IconHint::start);
     if (!isAtLoginWindow()) {
         hint->start();
     }

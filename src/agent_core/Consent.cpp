@@ -9,14 +9,20 @@ using namespace Qt::StringLiterals;
 
 bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlName)
 {
-    const bool isLocked = ConsoleSession::screen() == ConsoleSession::Screen::Locked;
-    if (isLocked) {
+    using ConsoleSession::Screen;
+    using Outcome = AgentEvents::LockedRequest;
+    const Screen screen = ConsoleSession::screen();
+    const bool isAccepted = screen == Screen::Locked;
+    if (isAccepted) {
         send(Protocol::message(Protocol::kAcceptConnection, session));
-        post([session, controlName] {
-            Q_EMIT state().events.requestAccepted(Names::inSession(controlName, session));
+    }
+    if (isAccepted || screen == Screen::LockedBehindAnother) {
+        post([=, outcome = isAccepted ? Outcome::Accepted : Outcome::Waits] {
+            Q_EMIT state().events.requestedWhileLocked(Names::inSession(controlName, session),
+                                                       outcome);
         });
     }
-    return isLocked;
+    return isAccepted;
 }
 
 void AppDelegate::userAcknowledgeRequest(qint64 session, const QString& server,

@@ -12,6 +12,7 @@
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
+#include "platform/threads/Worker.h"
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
@@ -34,7 +35,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The console user's name while nobody is logged in.
+// The console user's name at the login window.
 const QLatin1StringView kLoginWindow = "loginwindow"_L1;
 // The full name of the system's own account, which is no person's.
 const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
@@ -69,13 +70,11 @@ void noteStart()
         QString::number(AppDelegate::options.portUI)));
 }
 
-void readConsoleUser()
+// What begins or ends.
+void note(const QString& message)
 {
-    const auto consoleUser = ConsoleSession::consoleUser();
-    if (!consoleUser) {
-        printErrorLog(u"failed to get username"_s);
-    }
-    AppDelegate::options.username = consoleUser.value_or(QString());
+    printLog(message);
+    printJournal(message);
 }
 
 } // namespace
@@ -165,9 +164,38 @@ void AppDelegate::applicationDidFinishLaunching()
     startTimers();
 }
 
-bool AppDelegate::isAtLoginWindow()
+void AppDelegate::readConsoleUser()
 {
-    return options.username == kLoginWindow;
+    const auto consoleUser = ConsoleSession::consoleUser();
+    if (!consoleUser) {
+        printErrorLog(u"failed to get username"_s, ToJournal::No); // as over SSH: no fault
+    }
+    options.username = consoleUser.value_or(QString());
+    atLoginWindow = options.username == kLoginWindow;
+    if (atLoginWindow) {
+        note(u"at the login window"_s);
+    }
+}
+
+// An agent whose own session can't be found is at the login window only as long as a greeter is in
+// front.
+void AppDelegate::leaveLoginWindow()
+{
+    Worker::run([] {
+        const auto user = ConsoleSession::consoleUser();
+        if (!user || user == kLoginWindow) {
+            return;
+        }
+        post([] {
+            if (atLoginWindow.exchange(false)) {
+                note(u"no longer at the login window"_s);
+                requestStatus();
+                state().connectionStatus->config();
+                showLaterIfHidden();
+                Q_EMIT state().events.loginWindowLeft();
+            }
+        });
+    });
 }
 
 void AppDelegate::changeLanguageNeeded()
@@ -207,17 +235,28 @@ void AppDelegate::connectTimers()
             settings();
         }
     });
-    agent.userTimer.callOnTimeout(whileRunning(&AppDelegate::updateUser));
+    agent.userTimer.callOnTimeout(whileRunning([] {
+        if (isAtLoginWindow()) {
+            leaveLoginWindow();
+        }
+        updateUser();
+    }));
 }
 
 void AppDelegate::startTimers()
 {
     const Intervals& intervals = Intervals::current();
     state().settingsShowTimer.start(intervals.untilSettings);
-    if (!isAtLoginWindow()) {
-        state().connnectionStatusTimer.start(intervals.untilStatusRequest);
-    }
+    requestStatusLater();
     state().userTimer.start(intervals.userUpdate);
+}
+
+void AppDelegate::requestStatusLater()
+{
+    QTimer& timer = state().connnectionStatusTimer;
+    if (!timer.isActive() && !isAtLoginWindow()) {
+        timer.start(Intervals::current().untilStatusRequest);
+    }
 }
 
 void AppDelegate::requestStatus()

@@ -31,7 +31,7 @@ struct AgentOptions {
     QString oemName = QString::fromLatin1("KRD");
     QString companyName = QString::fromLatin1("Halvern");
     QString appName;
-    QString username; // the console user's; read once
+    QString username; // the console user's at the start
     quint16 portUI = kUsualServicePort;
     bool displayPlatform = true;
     bool displayAgentType = true;
@@ -56,13 +56,18 @@ struct StatusBarLook {
 class AgentEvents : public QObject {
     Q_OBJECT
 
+public:
+    // What becomes of a request that comes while the user's screen is locked: it is accepted on
+    // the user's behalf; or, while another user is at the machine's screen, it waits for an answer.
+    enum class LockedRequest { Accepted, Waits };
+
 Q_SIGNALS:
-    // A request was accepted because the screen is locked.
-    void requestAccepted(const QString& controlName);
+    void requestedWhileLocked(const QString& controlName, AgentEvents::LockedRequest outcome);
     // Numbers tell the commands of this run apart.
     void commandBegan(quint64 command, const QString& text);
     void commandEnded(quint64 command, qint64 status);
     void screenLockChanged(bool isLocked);
+    void loginWindowLeft();
     // The program is ending: nobody is told anything any more.
     void ending();
 };

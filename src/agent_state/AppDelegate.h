@@ -53,11 +53,13 @@ public:
     [[nodiscard]] static std::function<void()> whileRunning(std::function<void()> action);
     // Does something on the main thread, later, unless the end is under way by then. Any thread.
     static void post(std::function<void()> action);
-    // Whether nobody is logged in at the machine's screen. Any thread.
-    [[nodiscard]] static bool isAtLoginWindow();
+    // Whether the agent runs for the login window, where nobody has logged in. Any thread.
+    [[nodiscard]] static bool isAtLoginWindow() { return atLoginWindow; }
     // The Quit action. Nothing in the agent offers it to the user: quitting is the desktop's.
     static void quitDisplay();
     static void requestStatus();
+    // Asks once, a while after the first of several calls.
+    static void requestStatusLater();
     static void updateUser();
     static void changeLanguageNeeded();
     // Sends a command to the service; without a link it is dropped. Any thread.
@@ -125,8 +127,8 @@ public:
 
     // --- Consent.cpp ---
 
-    // While the screen is locked, accepts on the user's behalf, at once. Any thread; takes as long
-    // as logind does.
+    // While the screen is locked and no other user is at the seat, accepts on the user's behalf, at
+    // once. Any thread; takes as long as logind does.
     [[nodiscard]] static bool acceptIfScreenIsLocked(qint64 session, const QString& controlName);
     // The user's answer.
     static void acknowledgementAnswered(qint64 session, bool isAccepted);
@@ -171,7 +173,10 @@ public:
 private:
     static inline std::atomic<bool> isStarted = false;
     static inline std::atomic<bool> terminating = false;
+    static inline std::atomic<bool> atLoginWindow = false;
 
+    static void readConsoleUser();
+    static void leaveLoginWindow();
     static void leaveDesktop();
     static void leaveNotices();
     void startClient();

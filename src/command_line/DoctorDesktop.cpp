@@ -84,13 +84,15 @@ void checkBus(Doctor& doctor, const DesktopFacts& facts)
     }
 }
 
-void checkLogind(Doctor& doctor)
+void checkLogind(Doctor& doctor, const DesktopFacts& facts)
 {
     const auto screen = ConsoleSession::screen();
     if (screen == ConsoleSession::Screen::Unknown) {
         doctor.wrong("doctor.noLogind"_L1);
     } else if (screen == ConsoleSession::Screen::NoSession) {
         doctor.wrong("doctor.noSession"_L1, {u"libpam-systemd"_s});
+    } else if (facts.desktopNames.contains("XFCE"_L1)) { // its lockers don't call SetLockedHint()
+        doctor.wrong("doctor.noLockedHint"_L1, {u"XFCE"_s, u"xss-lock"_s});
     }
 }
 
@@ -155,7 +157,7 @@ void Doctor::examineDesktop()
     checkDisplay(*this, facts);
     if (facts.display != Display::NotNamed) {
         checkBus(*this, facts);
-        checkLogind(*this);
+        checkLogind(*this, facts);
         checkAgent(*this, facts);
     }
 }

@@ -21,12 +21,14 @@ struct Received {
     const QString& text;
     const QStringView payload;
     ClientConnection::Handled& result;
+    bool& isDecoded;
 };
 
 // Posts an operation with the decoded value, if there is one.
 template <typename Value, typename Parameter>
-void post(const std::optional<Value>& value, void (*operation)(Parameter))
+void post(const Received& received, const std::optional<Value>& value, void (*operation)(Parameter))
 {
+    received.isDecoded = value.has_value();
     if (value) {
         AppDelegate::post([operation, decoded = *value] { operation(decoded); });
     }
@@ -36,7 +38,7 @@ void post(const std::optional<Value>& value, void (*operation)(Parameter))
 template <auto decode, auto operation>
 void pass(const Received& received)
 {
-    post(decode(received.payload), operation);
+    post(received, decode(received.payload), operation);
 }
 
 void disconnectAllSessions(const Received& received)
@@ -52,6 +54,7 @@ void userAcknowledgement(const Received& received)
     printLog(received.text);
     const QStringList pieces = received.payload.toString().split(u';', Qt::SkipEmptyParts);
     const auto session = pieces.size() == 3 ? parseInteger64(pieces.at(0)) : std::nullopt;
+    received.isDecoded = session.has_value();
     if (!session) {
         return;
     }
@@ -67,7 +70,9 @@ void connectedSession(const Received& received)
 {
     printLog(received.text);
     printLog(u"session connected"_s);
-    if (const auto begun = decode_connection_information(received.payload)) {
+    const auto begun = decode_connection_information(received.payload);
+    received.isDecoded = begun.has_value();
+    if (begun) {
         const SessionInfo session{begun->session, begun->deviceName, begun->controlName,
                                   sessionDateNow()};
         AppDelegate::post([session] { AppDelegate::sessionConnected(session); });
@@ -82,7 +87,8 @@ void requestChat(const Received& received)
     }
     const auto token = parseInteger32(pieces.at(0));
     const auto session = parseInteger32(pieces.at(1));
-    if (token && session) {
+    received.isDecoded = token && session;
+    if (received.isDecoded) {
         AppDelegate::post(
             [chat = *token, number = *session] { AppDelegate::requestChat(chat, number); });
     }
@@ -95,6 +101,7 @@ void execute(const Received& received)
 {
     printLog(u"get= "_s + received.payload.toString());
     const auto info = decode_application_info(received.payload);
+    received.isDecoded = info.has_value();
     if (!info) {
         AppDelegate::send(Protocol::message(Protocol::kResultCommandFailedToRead));
         return;
@@ -136,7 +143,7 @@ constexpr Entry kEntries[] = {
     {Protocol::kDisconnectedSession,
      [](const Received& received) {
          printLog(u"session not connected"_s);
-         post(parseInteger64(received.payload), &AppDelegate::sessionDisconnected);
+         post(received, parseInteger64(received.payload), &AppDelegate::sessionDisconnected);
      }},
     {Protocol::kCloseAcknowledgement,
      [](const Received& received) {
@@ -160,22 +167,34 @@ constexpr Entry kEntries[] = {
     {Protocol::kStatus,
      [](const Received& received) {
          printLog(u"status received"_s);
-         AppDelegate::post(
-             [status = decode_status(received.payload)] { AppDelegate::statusReceived(status); });
+         const auto status = decode_status(received.payload);
+         received.isDecoded = status.has_value();
+         AppDelegate::post([status] { AppDelegate::statusReceived(status); });
      }},
 };
+
+bool wasDecoded = true; // the message before; only the link's thread uses it
 
 } // namespace
 
 ClientConnection::Handled MessageDispatch::checkMessage(const std::optional<QString>& message)
 {
+    ClientConnection::Handled handled;
+    bool isDecoded = false;
     for (const Entry& entry : kEntries) {
         if (const auto payload =
                 message ? Protocol::payloadOf(entry.command, *message) : std::nullopt) {
-            ClientConnection::Handled handled = {entry.command.toString()};
-            entry.handle({*message, *payload, handled});
-            return handled;
+            handled.command = entry.command.toString();
+            isDecoded = true;
+            entry.handle({*message, *payload, handled, isDecoded});
+            break;
         }
     }
-    return {};
+    // Messages that came while the program was stopped are read as one, and what they told is
+    // lost. One that follows another such may be the reply, which must not be asked for for ever.
+    if (wasDecoded && !isDecoded) {
+        AppDelegate::post(&AppDelegate::requestStatusLater);
+    }
+    wasDecoded = isDecoded;
+    return handled;
 }

@@ -1,8 +1,10 @@
 #include "keeper/Keeper.h"
 
+#include "platform/display/DisplayPatience.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/SessionLock.h"
 #include "platform/network/SocketOwners.h"
+#include "platform/processes/DesktopScope.h"
 #include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/processes/TerminationSignals.h"
@@ -31,6 +33,22 @@ void say(const QString& text)
 {
     const QByteArray line = "vantoryAgentKeeper: " + text.toUtf8() + '\n';
     std::fputs(line.constData(), stderr);
+}
+
+QString agentPath()
+{
+    static const QString path = MainBundle::path() + u"/vantoryAgent"_s;
+    return path;
+}
+
+// Whether the package has gone.
+bool isRemoved()
+{
+    const bool isThere = QFileInfo::exists(agentPath());
+    if (!isThere) {
+        say(u"the agent was removed"_s);
+    }
+    return !isThere;
 }
 
 bool endedWith(const ChildProcess::Result& result, int status)
@@ -78,30 +96,38 @@ void Keeper::run()
         ChildProcess::endRunning(grace);
         endProgram(0);
     });
-    if (!m_display.open(m_intervals.forDisplay)) {
+    const auto giveUp = [display] {
         say(u"the display %1 does not answer"_s.arg(display));
         endProgram(1);
+    };
+    {
+        // Longer than open() tries it: only for a library that does not return.
+        const DisplayPatience patience(m_intervals.forDisplay + std::chrono::seconds(1), giveUp);
+        if (!m_display.open(m_intervals.forDisplay)) {
+            giveUp();
+        }
     }
+    // Else the agent would stay outside, and be left behind at the log-out.
+    DesktopScope::await(m_intervals.forScope);
     endProgram(keep());
 }
 
 // Returns the exit status.
 int Keeper::keep()
 {
-    const QString agent = MainBundle::path() + u"/vantoryAgent"_s;
     const QStringList arguments = QStringList{u"--kept"_s} + m_arguments;
     while (awaitService()) {
         const auto begin = std::chrono::steady_clock::now();
-        const auto result = ChildProcess::run(agent, arguments, {.endsWithProgram = true});
+        const auto result = ChildProcess::run(agentPath(), arguments, {.endsWithProgram = true});
         if (isEnding) {
             waitForProgramEnd();
+        }
+        if (isRemoved()) {
+            return 0;
         }
         report(result);
         if (endedWith(result, kArgumentsRefused)) {
             return kArgumentsRefused;
-        }
-        if (!result.status && !QFileInfo::exists(agent)) {
-            return 0; // the package has been removed
         }
         const auto lasted = std::chrono::steady_clock::now() - begin;
         if (m_display.isGoneWithin(
@@ -124,7 +150,7 @@ std::chrono::milliseconds Keeper::waitAfter(const ChildProcess::Result& result,
     return m_wait;
 }
 
-// Returns when the service listens, or false when the display has gone.
+// Returns when the service listens, or false when the display or the agent has gone.
 bool Keeper::awaitService()
 {
     QString said;
@@ -147,7 +173,7 @@ bool Keeper::awaitService()
             say(text);
             said = text;
         }
-        if (m_display.isGoneWithin(m_intervals.betweenLooks)) {
+        if (m_display.isGoneWithin(m_intervals.betweenLooks) || isRemoved()) {
             return false;
         }
     }

@@ -29,6 +29,8 @@ public:
         std::chrono::milliseconds besideAnother = std::chrono::seconds(30);
         // A desktop that has just started may need a moment.
         std::chrono::milliseconds forDisplay = std::chrono::seconds(30);
+        // GNOME moves what it has started into a scope of systemd's.
+        std::chrono::milliseconds forScope = std::chrono::seconds(3);
         // An agent that was asked to end is killed after this time.
         std::chrono::milliseconds forAgentsEnd = std::chrono::seconds(10);
     };

@@ -104,7 +104,7 @@ void LogDestination::write(const QString& text) const
 
 void LogDestination::cleanUp() const
 {
-    SharedLogFile::startEmpty(m_path);
+    SharedLogFile::begin(m_path);
     hasBegun = true;
 }
 
@@ -115,10 +115,12 @@ void printLog(const QString& message)
     LogDestination().write(record(message));
 }
 
-void printErrorLog(const QString& message)
+void printErrorLog(const QString& message, ToJournal toJournal)
 {
     LogErrorDestination().write(record(message));
-    sendToJournal(Journal::Priority::Error, message);
+    if (toJournal == ToJournal::Yes) {
+        sendToJournal(Journal::Priority::Error, message);
+    }
 }
 
 void printJournal(const QString& message)

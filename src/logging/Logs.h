@@ -2,8 +2,8 @@
 
 #include <QString>
 
-// The two log files of the program: ordinary messages and errors. Each holds exactly one run; it is
-// emptied when it gets too long (see SharedLogFile).
+// The two log files of the program: ordinary messages and errors. Each holds one run, or all that
+// overlapped; it is emptied when it gets too long (see SharedLogFile).
 //
 // UTF-8 text, in records: local date and time to the millisecond, a blank, the message, and a line
 // feed. In the message a tab follows each line feed, and other control characters, which could
@@ -20,7 +20,7 @@ public:
     // Appends the text as it is. Text that UTF-8 can't hold (half a surrogate pair) is lost.
     void write(const QString& text) const;
 
-    // Empties the file, or makes it.
+    // Empties the file, unless another agent that lives writes it, or makes it. Main thread.
     void cleanUp() const;
 
 protected:
@@ -36,8 +36,10 @@ public:
 };
 
 void printLog(const QString& message);
-// Also an entry of the system's journal, whose lines have no tab before them.
-void printErrorLog(const QString& message);
+// Also an entry of the system's journal, whose lines have no tab before them, unless it may be no
+// fault.
+enum class ToJournal { No, Yes };
+void printErrorLog(const QString& message, ToJournal toJournal = ToJournal::Yes);
 // An entry of the system's journal, and no line of a file.
 void printJournal(const QString& message);
 

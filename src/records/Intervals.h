@@ -8,7 +8,7 @@ struct Intervals {
     using milliseconds = std::chrono::milliseconds;
 
     milliseconds untilSettings{5'000};      // from the start to the settings window
-    milliseconds untilStatusRequest{5'000}; // from the start to asking for a status
+    milliseconds untilStatusRequest{5'000}; // from the start, or what was lost, to asking for it
     milliseconds untilIconHint{30'000}; // from the start to the hint that no panel shows the icon
     milliseconds userUpdate{60'000};    // between two looks at the user's full name
     milliseconds restartRequest{2'000}; // time to send the restart request

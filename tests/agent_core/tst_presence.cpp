@@ -10,6 +10,8 @@
 #include "windows/UserAcknowlegement.h"
 
 #include <QAction>
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDir>
 #include <QLabel>
 #include <QMenu>
@@ -158,7 +160,8 @@ private Q_SLOTS:
     {
         QVERIFY(m_agent->start());
         Q_EMIT AppDelegate::state().events.screenLockChanged(true);
-        Q_EMIT AppDelegate::state().events.requestAccepted(u"Ann"_s);
+        Q_EMIT AppDelegate::state().events.requestedWhileLocked(
+            u"Ann"_s, AgentEvents::LockedRequest::Accepted);
         QVERIFY(m_agent->send(connected(7, "Ann")));
         QVERIFY(m_agent->send("disconnected_session=7"));
         QVERIFY(m_agent->send(R"(execute_command={"session":7,"exec":"true\ntrue"})"));
@@ -200,6 +203,28 @@ private Q_SLOTS:
         QVERIFY(m_agent->send("disconnected_session=7"));
         QVERIFY(m_agent->send(status(kAnn)));
         QTRY_VERIFY(!note->isVisible());
+    }
+
+    // An agent whose own session can't be found: a greeter in front may be left.
+    void theLoginWindowIsLeft()
+    {
+        const QString logind = u"" VANTORY_TEST_DATA "/../support/mock_logind"_s;
+        QCOMPARE(QProcess::execute(logind, {u"ann"_s, u"behind"_s}), 0);
+        Intervals::current().userUpdate = Intervals::current().showConnection =
+            std::chrono::milliseconds(100);
+        QVERIFY(m_agent->start());
+        QVERIFY(m_agent->send(connected(7, "Ann")));
+        QTest::qWait(500);
+        QVERIFY(AppDelegate::isAtLoginWindow() && m_calls.isEmpty());
+        auto change = QDBusMessage::createMethodCall(
+            u"org.freedesktop.login1"_s, u"/org/freedesktop/login1/session/s2"_s,
+            u"org.freedesktop.DBus.Mock"_s, u"UpdateProperties"_s);
+        change << u"org.freedesktop.login1.Session"_s << QVariantMap{{u"Class"_s, u"user"_s}};
+        QDBusConnection::systemBus().call(change);
+        QTRY_VERIFY(window("ConnectionStatus") != nullptr &&
+                    window("ConnectionStatus")->isVisible());
+        QVERIFY(m_agent->sent().contains("#####request=connections_status"));
+        QCOMPARE(m_agent->log().filter(u"at the login window"_s).size(), 2);
     }
 
     void managedOrNotIsKnownFromTheStart()

@@ -14,7 +14,7 @@ FOLDERS = {
     "src/platform/processes": "platform/files platform/threads",
     "src/platform/network": "platform/files platform/threads",
     "src/platform/accounts": "platform/files platform/threads platform/bus platform/processes",
-    "src/platform/display": "platform/files",
+    "src/platform/display": "platform/files platform/threads",
     "src/platform/desktop": "platform/files platform/threads platform/bus platform/display",
     "src/logging": "platform",
     "src/localisation": "platform logging",

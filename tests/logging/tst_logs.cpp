@@ -12,6 +12,8 @@
 #include <cstring>
 #include <functional>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -101,6 +103,19 @@ private Q_SLOTS:
         const QStringList lines = content(m_ordinary).split(u'\n');
         QVERIFY2(lines.size() == 3 && lines[1].endsWith(u" a line"), qPrintable(lines.join(u'|')));
         QVERIFY(lines[0].endsWith(u" the log had reached 16 MiB and was emptied"));
+    }
+
+    void logsOfLivingAgentsAreFollowed()
+    {
+        const int other = ::open(QFile::encodeName(m_ordinary), O_RDONLY);
+        QVERIFY(::flock(other, LOCK_EX | LOCK_NB) != 0); // this one lives, too
+        QVERIFY(::flock(other, LOCK_SH | LOCK_NB) == 0);
+        printLog(u"a line"_s);
+        LogDestination().cleanUp();
+        QVERIFY(content(m_ordinary).endsWith(u" a line\n"));
+        ::close(other);
+        LogDestination().cleanUp();
+        QCOMPARE(content(m_ordinary), QString());
     }
 
     // Written to, but neither emptied nor filled without end.

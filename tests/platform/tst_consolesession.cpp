@@ -97,37 +97,51 @@ private Q_SLOTS:
     {
         const auto ask = [this] { return answerTo(&ConsoleSession::consoleUser); };
         QCOMPARE(ask(), u"ann"_s);
-        m_logind.known[u"/front Class"_s] = u"greeter"_s;
+        knowSession(u"/front"_s, true, u"greeter"_s, false);
+        QCOMPARE(ask(), u"ann"_s); // the agent is at work in /process
+        m_logind.known[u"/process Type"_s] = u"tty"_s;
+        m_logind.known[u"/main Class"_s] = u"manager"_s;
         QCOMPARE(ask(), u"loginwindow"_s);
+        knowSession(u"/process"_s, false, u"greeter"_s, false);
+        knowSession(u"/front"_s, true, u"user"_s, false);
+        QCOMPARE(ask(), u"loginwindow"_s);
+        m_logind.known.remove(u"/process User"_s);
         m_logind.known[kActive] = placeOf({});
         QCOMPARE(ask(), std::nullopt);
     }
 
-    // Only a session of this user's with a screen says that it is locked.
+    // Only a session of this user's with a screen says that it is locked, and no other user may be
+    // at the seat then.
     void screenLock()
     {
         struct Row {
             QByteArray id;   // XDG_SESSION_ID
             QString foreign; // the sessions of another user
             QString manager; // the session of a user manager
+            QString remote;  // the session of SSH
             QString asked;
+            Screen screen = Screen::Locked;
+            QString greeter = {};
         };
         const Row rows[] = {
-            {"named", {}, {}, u"/named"_s},
-            {"\xFF", u"/process"_s, {}, u"/front"_s},
-            {"named", u"/named"_s, u"/process"_s, u"/front"_s},
-            {"", u"/process/front"_s, {}, u"/main"_s},
-            {"named", u"/named/process/front"_s, u"/main"_s, {}},
+            {"named", {}, {}, {}, u"/named"_s},
+            {"\xFF", u"/process"_s, {}, {}, u"/front"_s},
+            {"named", u"/named"_s, u"/process"_s, {}, u"/front"_s},
+            {"", u"/front"_s, {}, u"/process"_s, u"/main"_s, Screen::LockedBehindAnother},
+            {"", u"/front"_s, {}, {}, u"/process"_s, Screen::Locked, u"/front"_s},
+            {"named", u"/named/process/front"_s, u"/main"_s, {}, {}, Screen::NoSession},
         };
         for (const Row& row : rows) {
             qputenv("XDG_SESSION_ID", row.id);
             for (const QString& session : kSessions) {
                 knowSession(session, row.foreign.contains(session),
-                            session == row.manager ? u"manager"_s : u"user"_s,
+                            session == row.manager   ? u"manager"_s
+                            : session == row.greeter ? u"greeter"_s
+                                                     : u"user"_s,
                             session == row.asked || row.asked.isEmpty());
+                m_logind.known[session + u" Type"_s] = session == row.remote ? u"tty"_s : u"x11"_s;
             }
-            QCOMPARE(answerTo(&ConsoleSession::screen),
-                     row.asked.isEmpty() ? Screen::NoSession : Screen::Locked);
+            QCOMPARE(answerTo(&ConsoleSession::screen), row.screen);
         }
     }
 
@@ -170,6 +184,7 @@ private:
         const Owner owner{::getuid() + (isForeign ? 1 : 0), QDBusObjectPath(u"/user"_s)};
         m_logind.known[session + u" User"_s] = QVariant::fromValue(owner);
         m_logind.known[session + u" Class"_s] = kind;
+        m_logind.known[session + u" Type"_s] = u"wayland"_s;
         m_logind.known[session + u" LockedHint"_s] = isLocked;
     }
 

@@ -90,9 +90,18 @@ private:
 
     std::optional<QByteArray> sessionIn(const QByteArray& path, const char* interface,
                                         const char* name);
-    bool isDesktopOf(quint32 uid, const QByteArray& session);
+    std::optional<quint32> ownerOf(const QByteArray& session);
+    bool isGreeter(const QByteArray& session) { return sessionText(session, "Class") == "greeter"; }
+    std::optional<QByteArray> activeSession()
+    {
+        return sessionIn(kSeatPath, kSeat, "ActiveSession");
+    }
+    bool isOwnDesktop(const QByteArray& session);
+    std::optional<QByteArray> ownSession();
+    bool isAnotherAtTheSeat();
     Screen askForScreen();
 
+    const quint32 m_uid = ::getuid();
     const Clock::time_point m_deadline = Clock::now() + kTimeLimit;
     const std::lock_guard<std::mutex> m_lock{shared().mutex};
     BusConnection& m_bus = shared().bus;
@@ -124,30 +133,40 @@ std::optional<QByteArray> Logind::sessionIn(const QByteArray& path, const char* 
     return isSession ? reply.value<const char*>('o') : std::nullopt;
 }
 
-// Whether the session is the user's and has a screen. A user manager's and cron's sessions, whose
-// classes are "manager" and "background", are never locked.
-bool Logind::isDesktopOf(quint32 uid, const QByteArray& session)
+std::optional<quint32> Logind::ownerOf(const QByteArray& session)
 {
     BusReply owner = m_bus.property(kService, session.constData(), kSession, "User", "(uo)");
     owner.enter('r', "uo");
-    return owner.value<quint32>('u') == uid &&
-           sessionText(session, "Class").value_or(QByteArray()).startsWith("user"); // "user-early"
+    return owner.value<quint32>('u');
+}
+
+// Whether the session is the user's and has a screen. A user manager's and cron's sessions, whose
+// classes are "manager" and "background", have none, and neither have those of SSH ("tty", without
+// a seat).
+bool Logind::isOwnDesktop(const QByteArray& session)
+{
+    const QByteArray kind = sessionText(session, "Class").value_or(QByteArray());
+    const QByteArray type = sessionText(session, "Type").value_or(QByteArray());
+    return ownerOf(session) == m_uid &&
+           (kind.startsWith("user") || kind == "greeter") && // "user-early", for one
+           (type == "x11" || type == "wayland" || sessionIn(session, kSession, "Seat"));
 }
 
 std::optional<QString> Logind::consoleUser()
 {
-    const auto session = sessionIn(kSeatPath, kSeat, "ActiveSession");
-    const auto kind = session ? sessionText(*session, "Class") : std::nullopt;
-    if (kind == "greeter") {
+    const auto active = activeSession();
+    const auto own = ownSession();
+    const auto& decisive = own ? own : active;
+    if (decisive && isGreeter(*decisive)) {
         return u"loginwindow"_s;
     }
-    const auto name = kind ? sessionText(*session, "Name") : std::nullopt;
+    const auto name = active ? sessionText(*active, "Name") : std::nullopt;
     return name && !name->isEmpty() ? std::optional(QString::fromUtf8(*name)) : std::nullopt;
 }
 
-Screen Logind::askForScreen()
+// The desktop session that the program belongs to.
+std::optional<QByteArray> Logind::ownSession()
 {
-    const quint32 uid = ::getuid();
     const QByteArray id = qgetenv("XDG_SESSION_ID");
     using Candidate = std::function<std::optional<QByteArray>()>;
     for (const Candidate& candidate : {
@@ -155,22 +174,44 @@ Screen Logind::askForScreen()
                  return id.isEmpty() ? std::nullopt : object("GetSession", id.constData());
              }),
              Candidate([&] { return object("GetSessionByPID", static_cast<quint32>(::getpid())); }),
-             Candidate([&] { return sessionIn(kSeatPath, kSeat, "ActiveSession"); }),
+             Candidate([&] { return activeSession(); }),
              Candidate([&] { // the user's main session: logind prefers a graphical one
-                 const auto user = object("GetUser", uid);
+                 const auto user = object("GetUser", m_uid);
                  return user ? sessionIn(*user, kUser, "Display") : std::nullopt;
              }),
          }) {
-        const auto session = candidate();
-        if (session && isDesktopOf(uid, *session)) {
-            const auto isLocked =
-                m_bus.property(kService, session->constData(), kSession, "LockedHint", "b").flag();
-            return !isLocked ? Screen::Unknown : *isLocked ? Screen::Locked : Screen::Unlocked;
+        auto session = candidate();
+        if (session && isOwnDesktop(*session)) {
+            return session;
         }
     }
-    const bool replies =
-        static_cast<bool>(m_bus.call(kService, kManagerPath, "org.freedesktop.DBus.Peer", "Ping"));
-    return replies ? Screen::NoSession : Screen::Unknown;
+    return std::nullopt;
+}
+
+// One that can't be told is another.
+bool Logind::isAnotherAtTheSeat()
+{
+    const auto active = activeSession();
+    return active && ownerOf(*active) != m_uid && !isGreeter(*active);
+}
+
+Screen Logind::askForScreen()
+{
+    const auto session = ownSession();
+    if (!session) {
+        const BusReply reply =
+            m_bus.call(kService, kManagerPath, "org.freedesktop.DBus.Peer", "Ping");
+        return reply ? Screen::NoSession : Screen::Unknown;
+    }
+    // Before the lock: when the time is up, that can't be told either.
+    const bool isAnothers = isAnotherAtTheSeat();
+    const auto isLocked =
+        m_bus.property(kService, session->constData(), kSession, "LockedHint", "b").flag();
+    if (!isLocked) {
+        return Screen::Unknown;
+    }
+    const Screen locked = isAnothers ? Screen::LockedBehindAnother : Screen::Locked;
+    return *isLocked ? locked : Screen::Unlocked;
 }
 
 Screen Logind::screen()
@@ -179,7 +220,7 @@ Screen Logind::screen()
     do {
         screen = askForScreen();
     } while (readNews() && Clock::now() < m_deadline);
-    const bool isLocked = screen == Screen::Locked;
+    const bool isLocked = screen == Screen::Locked || screen == Screen::LockedBehindAnother;
     if (screen != Screen::Unknown && isLocked != shared().isLocked && shared().tell) {
         shared().isLocked = isLocked;
         MainQueue::post([tell = shared().tell, isLocked] { tell(isLocked); });

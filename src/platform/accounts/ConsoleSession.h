@@ -9,8 +9,9 @@
 // system bus). Each question takes at most half a second. Any thread.
 namespace ConsoleSession {
 
-// The login name of the user of seat0's active session; "loginwindow" where that session is a
-// greeter. None without logind, a seat, or a reply in time.
+// The login name of the user of seat0's active session; "loginwindow" where the program's own
+// session is a greeter's, or can't be found and seat0's active one is a greeter's. None without
+// logind, a seat, or a reply in time.
 [[nodiscard]] std::optional<QString> consoleUser();
 
 enum class Screen {
@@ -18,11 +19,13 @@ enum class Screen {
     NoSession, // it knows no desktop session of the user's
     Unlocked,
     Locked,
+    LockedBehindAnother, // and another user's session is seat0's active one
 };
 // The screen of the program's own session (LockedHint): of the session that XDG_SESSION_ID names,
 // else that of the process, else seat0's active one, else the user's main one (as where the systemd
 // user manager starts the agent while another user is at the seat). Each counts only if it is a
-// session of this user's with a screen, for a locked screen accepts requests.
+// session of this user's with a screen, for a locked screen accepts requests. No greeter counts as
+// another user.
 Screen screen();
 
 // Tells, on the main thread, whether the screen is locked (at first it is not): each reply to

@@ -19,6 +19,7 @@
 #include <limits.h>
 #include <pwd.h>
 #include <security/pam_appl.h>
+#include <syslog.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -85,6 +86,7 @@ bool doesPamAccept(const QByteArray& name, QByteArray& password)
         start("vantoryagent", name.constData(), &conversation, &handle) != PAM_SUCCESS) {
         return false;
     }
+    ::setlogmask(LOG_UPTO(LOG_INFO)); // PAM notes that this account may not become root
     int answer = authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
     if (answer == PAM_SUCCESS) {
         answer = manageAccount(handle, PAM_SILENT);

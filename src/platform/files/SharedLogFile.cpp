@@ -2,7 +2,12 @@
 
 #include "platform/files/RegularFile.h"
 
+#include <cerrno>
+#include <map>
+#include <utility>
+
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -54,17 +59,22 @@ void SharedLogFile::append(const QString& path, const QByteArray& bytes, QByteAr
         ::write(log.file.value(), text.constData(), static_cast<std::size_t>(text.size()));
 }
 
-void SharedLogFile::startEmpty(const QString& path)
+void SharedLogFile::begin(const QString& path)
 {
-    const OpenLog log = openLog(path);
-    if (log.file.isOpen()) {
+    static std::map<QString, Descriptor> inUse; // holds a shared lock on each, until the end
+    inUse.erase(path);
+    OpenLog log = openLog(path);
+    if (!log.file.isOpen()) {
+        // Only a new file gets the mode, which the umask has cut. In a sticky directory that
+        // everybody may write to, another account can give one of the user's own files this name.
+        log.file = RegularFile::open(path, O_WRONLY | O_CREAT | O_EXCL, kForEverybody);
+        if (!log.file.isOpen()) {
+            return;
+        }
+        [[maybe_unused]] const auto result = ::fchmod(log.file.value(), kForEverybody);
+    } else if (::flock(log.file.value(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
         log.empty();
-        return;
     }
-    // Only a new file gets the mode, which the umask has cut. In a sticky directory that everybody
-    // may write to, another account can give one of the user's own files this name.
-    const Descriptor made = RegularFile::open(path, O_WRONLY | O_CREAT | O_EXCL, kForEverybody);
-    if (made.isOpen()) {
-        [[maybe_unused]] const auto result = ::fchmod(made.value(), kForEverybody);
-    }
+    ::flock(log.file.value(), LOCK_SH | LOCK_NB);
+    inUse[path] = std::move(log.file);
 }

@@ -19,7 +19,8 @@ inline constexpr qint64 kLimit = 16 * 1024 * 1024;
 // threads or processes reach the limit at once, only the last one's text may be left.
 void append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)());
 
-// Empties the log, if it is root's or the user's. Makes it where the name is free.
-void startEmpty(const QString& path);
+// Empties the log, if it is root's or the user's and no other process that has begun to write it
+// lives. Makes it where the name is free. Not at the same time as another call.
+void begin(const QString& path);
 
 } // namespace SharedLogFile
