@@ -3,11 +3,13 @@
 #include "chat/ChatController.h"
 #include "logging/Logs.h"
 #include "service_link/Protocol.h"
+#include "windows/ConnectionStatus.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -15,6 +17,9 @@ namespace {
 
 // More windows than that help nobody, and each costs memory.
 constexpr qsizetype kMostChats = 20;
+
+// How long a chat that the user has asked for comes up as theirs.
+constexpr std::chrono::seconds kAwaited(30);
 
 // A copy: a chat that is closed while it is walked changes the list.
 QList<ChatController*> chatsOf(qint64 token)
@@ -80,6 +85,12 @@ bool makeRoom()
 
 } // namespace
 
+void AppDelegate::askForChat(qint64 session)
+{
+    state().awaitedChats.insert(session, QDeadlineTimer(kAwaited));
+    send(Protocol::message(Protocol::kChatRequest, session));
+}
+
 void AppDelegate::requestChat(qint32 token, qint32 session)
 {
     if (!makeRoom()) {
@@ -102,7 +113,9 @@ void AppDelegate::requestChat(qint32 token, qint32 session)
     const QList<SessionInfo>& sessions = state().sessions.all();
     chat->set(token, session, sessions.isEmpty() ? QString() : sessions.first().remoteControlUser);
     chat->refresh();
-    chat->presentBeside(others);
+    // The keyboard is still where the user asked: they have not gone on to something else.
+    chat->presentBeside(others, !state().awaitedChats.take(session).hasExpired() &&
+                                    state().connectionStatus->isActiveWindow());
 }
 
 void AppDelegate::closeChat(qint32 token)

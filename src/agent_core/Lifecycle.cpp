@@ -121,8 +121,7 @@ void AppDelegate::connectWindows()
 {
     ConnectionStatus* const status = state().connectionStatus.get();
     connect(status, &ConnectionStatus::endRequested, this, &AppDelegate::endSession);
-    connect(status, &ConnectionStatus::chatRequested, this,
-            [](qint64 session) { send(Protocol::message(Protocol::kChatRequest, session)); });
+    connect(status, &ConnectionStatus::chatRequested, this, &AppDelegate::askForChat);
     const SessionList* const sessions = &state().sessions;
     connect(sessions, &SessionList::added, status, &ConnectionStatus::setConnection);
     connect(sessions, &SessionList::removed, status, &ConnectionStatus::resetConnection);

@@ -6,6 +6,8 @@
 #include "settings/OemOptions.h"
 #include "settings/ServicePort.h"
 
+#include <QDeadlineTimer>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -93,6 +95,7 @@ struct AgentState {
     QList<MessageInbox*> messageInbox; // the oldest first
     qint64 messagesNotShown = 0;       // closed for later ones, and not yet told to the user
     QList<ChatController*> chats;
+    QHash<qint64, QDeadlineTimer> awaitedChats; // by session: until when the user waits for one
 
     std::unique_ptr<QMenu> statusBarMenu;
     std::unique_ptr<StatusItem> statusBarItem;

@@ -142,6 +142,8 @@ public:
 
     // --- Chats.cpp ---
 
+    // The status window's button: the user asks for a chat.
+    static void askForChat(qint64 session);
     static void requestChat(qint32 token, qint32 session);
     static void closeChat(qint32 token);
     static void receiveChat(const ChatMessage& message);

@@ -72,13 +72,17 @@ void ChatController::refresh()
     ui.Message->setFocus();
 }
 
-void ChatController::presentBeside(const QList<QPoint>& others)
+void ChatController::presentBeside(const QList<QPoint>& others, bool isAskedFor)
 {
     const QRect area = Placement::availableArea();
     resize(Pictures::grown(size(), *this).boundedTo(area.size() * 3 / 4).expandedTo(minimumSize()));
     const QPoint first = Placement::leftSide(area, size());
     move(Placement::cascade(area, size(), first, others));
-    presentByService();
+    if (isAskedFor) {
+        present();
+    } else {
+        presentByService();
+    }
 }
 
 std::optional<QPoint> ChatController::position() const

@@ -33,7 +33,8 @@ public:
     // Whether the window is on the screen: a minimised one is not.
     [[nodiscard]] bool isShown() const { return isVisible() && !isMinimized(); }
     // Brings the window up for the first time, beside the other chats, which stand at these places.
-    void presentBeside(const QList<QPoint>& others);
+    // `isAskedFor`: by the user, who waits for it.
+    void presentBeside(const QList<QPoint>& others, bool isAskedFor);
     // Where the window stands, also while it is minimised; none where it is closed.
     [[nodiscard]] std::optional<QPoint> position() const;
 

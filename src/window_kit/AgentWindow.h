@@ -75,10 +75,9 @@ public:
     InputGuard inputGuard;
 
 protected:
-    // A key of the window manager, pressed for another window, closes nothing.
     void closeEvent(QCloseEvent* event) override
     {
-        if (event->spontaneous() && inputGuard.isOn()) {
+        if (event->spontaneous() && inputGuard.dropsClosing()) {
             event->ignore();
         } else {
             Base::closeEvent(event);

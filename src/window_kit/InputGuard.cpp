@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QCoreApplication>
+#include <QCursor>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -107,6 +108,14 @@ void InputGuard::forgetPresses(const QWidget& part)
             releaseWithoutClick(*button);
         }
     }
+}
+
+bool InputGuard::dropsClosing() const
+{
+    const QPoint pointer = QCursor::pos();
+    const bool isInTitleBar =
+        m_window->frameGeometry().contains(pointer) && !m_window->geometry().contains(pointer);
+    return isInTitleBar ? m_mouse.isOn() : isOn();
 }
 
 bool InputGuard::eventFilter(QObject* watched, QEvent* event)

@@ -55,6 +55,10 @@ public:
     // Whether it drops keys or clicks yet.
     [[nodiscard]] bool isOn() const { return m_keyboard.isOn() || m_mouse.isOn(); }
 
+    // Whether the window manager's wish to close the window was not meant: a click in its title bar
+    // is one with the mouse, anything else a key that may have been pressed for another window.
+    [[nodiscard]] bool dropsClosing() const;
+
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

@@ -45,13 +45,13 @@ QPixmap customLogo(QByteArray& bytes, qreal scale)
 {
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    const QSize whole = reader.size();
+    const QImage whole = QImageReader(&buffer).read();
     const QSize largest = kLogo * scale;
-    if (whole.width() > largest.width() || whole.height() > largest.height()) {
-        reader.setScaledSize(whole.scaled(largest, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
+    QSize size = whole.size();
+    if (size.width() > largest.width() || size.height() > largest.height()) {
+        size = size.scaled(largest, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
     }
-    QPixmap pixmap = whole.isEmpty() ? QPixmap() : QPixmap::fromImageReader(&reader);
+    QPixmap pixmap = QPixmap::fromImage(BundleImages::scaled(whole, size));
     pixmap.setDevicePixelRatio(scale);
     return pixmap;
 }

@@ -18,6 +18,17 @@ bool hasFrontWindowBefore(const QWidget* window)
     return frontWindow != nullptr && frontWindow != window && frontWindow->isVisible();
 }
 
+bool mayAskForKeyboard(const QWidget* window, WindowRules::Occasion occasion)
+{
+    const bool isUsers = occasion == WindowRules::Occasion::User;
+    const QWidget* const active = QApplication::activeWindow();
+    if (active != nullptr && active != window) {
+        // Even the user's own wish for another window leaves a question its keyboard.
+        return isUsers && active != frontWindow;
+    }
+    return isUsers || !WindowActivation::mayUserBeElsewhere();
+}
+
 void addMenuKeys(QWidget* window)
 {
     const QList<QAction*> items = statusMenu ? statusMenu->actions() : QList<QAction*>();
@@ -38,20 +49,15 @@ void WindowRules::bringUp(QWidget* window, Occasion occasion)
     }
     addMenuKeys(window);
     const bool isNew = !window->isVisible() || window->isMinimized();
-    QWidget* const active = QApplication::activeWindow();
-    const bool isAnotherActive = active != nullptr && active != window;
-    if (occasion == Occasion::Service) {
-        if (isAnotherActive) {
-            WindowActivation::show(window);
-        } else {
-            WindowActivation::offer(window);
-        }
-        WindowActivation::demandAttention(window); // until it has the keyboard
-    } else if (isAnotherActive && active == frontWindow) {
-        // Even the user's own wish for another window leaves a question its keyboard.
+    if (!mayAskForKeyboard(window, occasion)) {
         WindowActivation::show(window);
-    } else {
+    } else if (occasion == Occasion::User) {
         WindowActivation::present(window);
+    } else {
+        WindowActivation::offer(window);
+    }
+    if (occasion == Occasion::Service) {
+        WindowActivation::demandAttention(window); // until it has the keyboard
     }
     activated(window);
     QWidget* const activeNow = QApplication::activeWindow();

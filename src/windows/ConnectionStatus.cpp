@@ -257,8 +257,9 @@ void ConnectionStatus::showSession(Row& row, const std::optional<SessionInfo>& s
     const auto before = std::exchange(row.session, session);
     const bool isAnother = !session || !before || session->session != before->session ||
                            session->remoteControlUser != before->remoteControlUser;
-    if ((isAnother || !isManaged) && row.place->isAncestorOf(focusWidget())) {
-        leaveButtons(); // the keyboard would pass to a button of another session
+    const QWidget* const focus = focusWidget();
+    if (isAnother ? row.place->isAncestorOf(focus) : !isManaged && focus == row.abort) {
+        leaveButtons(); // the keyboard would pass to another button
     }
     if (isAnother) {
         inputGuard.changed(*row.place);

@@ -1,5 +1,6 @@
 #include "AgentFixture.h"
 #include "platform/desktop/WindowActivation.h"
+#include "window_kit/InputGuard.h"
 #include "windows/UserAcknowlegement.h"
 
 #include <QApplication>
@@ -8,6 +9,7 @@
 #include <QWindow>
 
 #include <chrono>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -47,6 +49,28 @@ QByteArray windowProperty(const QWidget& window, const QString& name)
 {
     return xprop({u"-id"_s, QString::number(window.winId())}, name);
 }
+
+const QString kUserTime = u"_NET_WM_USER_TIME"_s;
+
+quint32 serverTime()
+{
+    using namespace std::chrono;
+    const auto since = steady_clock::now().time_since_epoch();
+    return static_cast<quint32>(duration_cast<milliseconds>(since).count());
+}
+
+// Another program, in which the user writes.
+class Editor : public QProcess {
+public:
+    Editor()
+    {
+        setStandardOutputFile(QProcess::nullDevice());
+        start(u"xev"_s, {});
+        isUsed = xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
+                          u"windowactivate"_s, u"--sync"_s});
+    }
+    bool isUsed = false;
+};
 
 // Whether the window manager has it above all others.
 bool isOnTop(const QWidget& window)
@@ -103,11 +127,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, message);
         QFETCH(QByteArray, name);
-        QProcess editor; // another program, in which the user writes
-        editor.setStandardOutputFile(QProcess::nullDevice());
-        editor.start(u"xev"_s, {});
-        QVERIFY(xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
-                         u"windowactivate"_s, u"--sync"_s}));
+        const Editor editor;
+        QVERIFY(editor.isUsed);
         QProcess typing;
         typing.start(u"xdotool"_s,
                      {u"type"_s, u"--delay"_s, u"40"_s, u"a b \n\t \n"_s.repeated(12)});
@@ -118,6 +139,74 @@ private Q_SLOTS:
         QVERIFY(typing.exitStatus() == QProcess::NormalExit && typing.exitCode() == 0);
         QCOMPARE(answers(), QByteArrayList());
         QVERIFY(window(name)->isVisible());
+    }
+
+    void whatComesByItselfAsksWhereNothingElseIsUsed_data()
+    {
+        QTest::addColumn<QByteArray>("compositor");
+        QTest::addColumn<QString>("used"); // the other program, and when
+        QTest::addColumn<bool>("asks");
+        QTest::newRow("nothing is used") << QByteArray() << QString() << true;
+        QTest::newRow("before") << QByteArray() << u"1"_s << true;
+        QTest::newRow("since") << QByteArray() << u"now"_s << false;
+        QTest::newRow("it does not tell when") << QByteArray() << u"?"_s << false;
+        QTest::newRow("perhaps on Wayland") << QByteArray("wayland-0") << QString() << false;
+        QTest::newRow("before, with XWayland") << QByteArray("wayland-0") << u"1"_s << true;
+    }
+    void whatComesByItselfAsksWhereNothingElseIsUsed()
+    {
+        QFETCH(QByteArray, compositor);
+        QFETCH(QString, used);
+        QFETCH(bool, asks);
+        std::unique_ptr<Editor> editor;
+        QTest::qWait(100); // until the window manager has taken note of the last row's end
+        if (!used.isEmpty()) {
+            editor = std::make_unique<Editor>();
+            QVERIFY(editor->isUsed);
+            const QString time = used == u"now" ? QString::number(serverTime()) : used;
+            xprop(
+                {u"-name"_s, u"Event Tester"_s, u"-f"_s, kUserTime, u"32c"_s, u"-set"_s, kUserTime},
+                time);
+        }
+        qputenv("WAYLAND_DISPLAY", compositor);
+        AppDelegate::requestChat(5, 7);
+        qunsetenv("WAYLAND_DISPLAY");
+        QWidget& chat = *window("ChatController");
+        QVERIFY(QTest::qWaitForWindowExposed(&chat));
+        // Who asks says when the user has last done something.
+        QCOMPARE(windowProperty(chat, kUserTime).endsWith("= 0"), !asks);
+        QCOMPARE(editor != nullptr && wantsAttention(chat), editor != nullptr && !asks);
+    }
+
+    void aChatThatTheUserAsksForHearsThem()
+    {
+        showSessions();
+        QVERIFY(xdotool({u"key"_s, u"Tab"_s, u"Tab"_s, u"space"_s}));
+        QCOMPARE(answers(), QByteArrayList{"#####chat_request=7"});
+        AppDelegate::requestChat(5, 7);
+        QTRY_VERIFY(window("ChatController")->isActiveWindow());
+        QVERIFY(xdotool({u"key"_s, u"a"_s, u"space"_s, u"b"_s, u"Return"_s}));
+        QCOMPARE(answers(), QByteArrayList{R"(#####send_chat={"message":"a b","token":5})"});
+        QVERIFY(activate(window("ConnectionStatus")));
+        AppDelegate::requestChat(6, 7); // which nobody asked for
+        QTest::qWait(200);
+        QVERIFY(window("ConnectionStatus")->isActiveWindow());
+    }
+
+    void aClosingButtonIsToldFromAKey()
+    {
+        AppDelegate::showMessageInbox({u"a"_s, u"b"_s, 0, 1});
+        QWidget& message = *window("MessageInbox");
+        QVERIFY(activate(&message));
+        auto& guard = *message.findChild<InputGuard*>();
+        guard.begin(InputGuard::Inputs::Keyboard);
+        QVERIFY(xdotool({u"mousemove"_s, u"5"_s, u"5"_s, u"key"_s, u"alt+F4"_s}));
+        QVERIFY(message.isVisible());
+        guard.begin(InputGuard::Inputs::Keyboard);
+        const QPoint button = message.frameGeometry().topRight() + QPoint(-12, 10);
+        QVERIFY(xdotool({u"mousemove"_s, QString::number(button.x()), QString::number(button.y()),
+                         u"click"_s, u"1"_s}));
+        QTRY_VERIFY(window("MessageInbox") == nullptr);
     }
 
     void aDoubleClickEndsOneSession()
@@ -191,14 +280,11 @@ private Q_SLOTS:
     // With one in the future, window managers refuse every later window. Some hosts send seconds.
     void clicksOfTheBusHaveABelievableTime()
     {
-        using namespace std::chrono;
-        const auto since = steady_clock::now().time_since_epoch();
-        const auto now = static_cast<quint32>(duration_cast<milliseconds>(since).count());
+        const quint32 now = serverTime();
         WindowActivation::noteAction(now + 86'400'000);
         QWidget window;
         WindowActivation::present(&window);
-        QVERIFY(windowProperty(window, u"_NET_WM_USER_TIME"_s).split(' ').last().toUInt() - now <
-                60'000);
+        QVERIFY(windowProperty(window, kUserTime).split(' ').last().toUInt() - now < 60'000);
     }
 };
 

@@ -1,10 +1,13 @@
 #include "AgentFixture.h"
+#include "platform/desktop/BundleImages.h"
 #include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 
 #include <QLabel>
 #include <QScreen>
 #include <QTest>
+
+#include <cstring>
 
 using namespace Qt::StringLiterals;
 
@@ -36,6 +39,13 @@ private Q_SLOTS:
         QCOMPARE(text("ControlUserName"), u"Ann"_s);
         auto* const abort = find<QWidget>("abort2");
         QVERIFY(status().rect().contains(abort->mapTo(&status(), abort->rect().bottomRight())));
+        // A report takes the keyboard from a button that goes, and from no other.
+        find<QWidget>("ChatButton2")->setFocus();
+        status().isManaged = false;
+        status().config();
+        QCOMPARE(status().focusWidget(), find<QWidget>("ChatButton2"));
+        status().isManaged = true;
+        status().config();
         abort->setFocus();
         AppDelegate::removeConnectionSession(-7);
         status().config();
@@ -64,6 +74,25 @@ private Q_SLOTS:
         QVERIFY(QImage(4000, 1000, QImage::Format_RGB32).save(path));
         status().refresh();
         QCOMPARE(find("logo")->pixmap().toImage().size(), QSize(144, 36));
+        QImage stripes(4000, 1000, QImage::Format_Mono); // of two colours, which become one
+        std::memset(stripes.bits(), 0xAA, static_cast<std::size_t>(stripes.sizeInBytes()));
+        QVERIFY(stripes.save(path));
+        status().refresh();
+        const int grey = qGray(find("logo")->pixmap().toImage().pixel(72, 18));
+        QVERIFY2(grey > 100 && grey < 155, QByteArray::number(grey));
+    }
+
+    void aReplacedPictureIsTheSameAtEachScale()
+    {
+        const QString own = QCoreApplication::applicationDirPath() + u"/Resources/own"_s;
+        QImage picture(10, 10, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        QVERIFY(picture.save(own + u".png"_s));
+        QImage sharper(99, 99, QImage::Format_RGB32); // of the one that was replaced
+        sharper.fill(Qt::blue);
+        QVERIFY(sharper.save(own + u"@2x.png"_s));
+        const QImage shown = BundleImages::pixmap(u"own"_s, {10, 10}, 2).toImage();
+        QCOMPARE(shown.pixelColor(shown.rect().center()), QColor(Qt::red));
     }
 };
 

@@ -81,10 +81,7 @@ private:
         const auto exact = std::find_if(m_files.cbegin(), m_files.cend(),
                                         [&](const File& file) { return file.size == size; });
         const File& file = exact != m_files.cend() ? *exact : m_files.constLast();
-        const QImage image = QImage::fromData(file.bytes, "PNG");
-        return image.size() == size
-                   ? image
-                   : image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        return BundleImages::scaled(QImage::fromData(file.bytes, "PNG"), size);
     }
 
     const QString m_name;
@@ -94,7 +91,8 @@ private:
 QIcon read(const QString& name)
 {
     QList<File> files;
-    for (const QString& suffix : {QString(), u"@2x"_s, u"@4x"_s}) {
+    for (const int scale : {1, 2, 4}) {
+        const QString suffix = scale == 1 ? QString() : u"@%1x"_s.arg(scale);
         const auto path = MainBundle::resourcePath(name + suffix, u"png"_s);
         QFile file(path.value_or(QString()));
         if (path && file.open(QIODevice::ReadOnly)) {
@@ -102,7 +100,9 @@ QIcon read(const QString& name)
             QBuffer buffer;
             buffer.setData(bytes);
             const QSize size = QImageReader(&buffer, "PNG").size();
-            if (!size.isEmpty()) {
+            // A deployment that replaces the first one leaves ours beside it.
+            const bool isFitting = files.isEmpty() || size == files.constFirst().size * scale;
+            if (!size.isEmpty() && isFitting) {
                 files.append({size, bytes});
             }
         }
@@ -111,6 +111,14 @@ QIcon read(const QString& name)
 }
 
 } // namespace
+
+QImage BundleImages::scaled(const QImage& image, const QSize& size)
+{
+    return image.size() == size
+               ? image
+               : image.convertToFormat(QImage::Format_ARGB32_Premultiplied)
+                     .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
 
 std::optional<QIcon> BundleImages::icon(const QString& name)
 {

@@ -1,13 +1,15 @@
 #pragma once
 
 #include <QIcon>
+#include <QImage>
 #include <QPixmap>
 #include <QString>
 
 #include <optional>
 
 // The pictures among the bundle's resources: each is there as NAME.png, as NAME@2x.png in twice the
-// size, and as NAME@4x.png where it may be shown larger still. Main thread.
+// size, and as NAME@4x.png where it may be shown larger still. Those of other sizes don't count.
+// Main thread.
 namespace BundleImages {
 
 // A picture for every size and scale, up to its largest file's; none where there is no such
@@ -18,5 +20,8 @@ namespace BundleImages {
 
 // The picture in that size, in points, for a screen of that scale; a null one where there is none.
 [[nodiscard]] QPixmap pixmap(const QString& name, const QSize& size, qreal scale);
+
+// The picture in that size, in true colour: of one bit a pixel it would become noise.
+[[nodiscard]] QImage scaled(const QImage& image, const QSize& size);
 
 } // namespace BundleImages

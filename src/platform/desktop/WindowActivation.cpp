@@ -1,6 +1,7 @@
 #include "platform/desktop/WindowActivation.h"
 
 #include "platform/desktop/X11.h"
+#include "platform/files/DisplayName.h"
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
@@ -76,21 +77,6 @@ public:
         return false;
     }
 };
-
-// Whether the window with the keyboard says that the user has used it later than this program.
-bool isUserElsewhere()
-{
-    const quint32 used = X11::useOfActiveWindow();
-    if (QGuiApplication::focusWindow() != nullptr || used == 0) {
-        return false;
-    }
-    const auto isLater = [](quint32 one, quint32 other) {
-        constexpr quint32 kHalf = 1U << 31; // the clock wraps
-        return one != other && one - other < kHalf;
-    };
-    // A program that tells a time in the future must not keep ours from the keyboard for good.
-    return isLater(used, lastAction) && !isLater(used, serverTimeNow());
-}
 
 // Tiling window managers leave a window whose size is fixed as it is, above the tiles. They look
 // once, at its coming up, so that the user may change the size as ever afterwards.
@@ -187,9 +173,8 @@ void WindowActivation::present(QWidget* window)
 
 void WindowActivation::offer(QWidget* window)
 {
-    const bool isBusy = isUserElsewhere(); // before the window is there
     show(window);
-    if (!isStopped && !isBusy) {
+    if (!isStopped) {
         askForKeyboard(window);
     }
 }
@@ -211,6 +196,24 @@ void WindowActivation::show(QWidget* window)
         keepOutOfTiles(window);
     }
     window->show();
+}
+
+bool WindowActivation::mayUserBeElsewhere()
+{
+    if (QGuiApplication::focusWindow() != nullptr) {
+        return false;
+    }
+    const quint32 active = X11::activeWindow();
+    if (active == XCB_WINDOW_NONE) {
+        return !DisplayName::wayland().isEmpty();
+    }
+    const quint32 used = X11::useOf(active);
+    const auto isLater = [](quint32 one, quint32 other) {
+        constexpr quint32 kHalf = 1U << 31; // the clock wraps
+        return one != other && one - other < kHalf;
+    };
+    // A program that tells a time in the future must not keep ours from the keyboard for good.
+    return used == 0 || (isLater(used, lastAction) && !isLater(used, serverTimeNow()));
 }
 
 void WindowActivation::demandAttention(QWidget* window)

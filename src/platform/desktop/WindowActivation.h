@@ -28,14 +28,17 @@ void noteAction(quint32 serverTime);
 void present(QWidget* window);
 
 // Likewise, without raising a window that is shown already: some window managers activate what is
-// raised, whatever the user does elsewhere. The keyboard is left to another program's window that
-// the user has used later than this program, for not all window managers look at that (EWMH
-// _NET_WM_USER_TIME).
+// raised, whatever the user does elsewhere.
 void offer(QWidget* window);
 
 // Shows the window without asking for the keyboard: a window that is shown already stays where it
 // is, and the window manager decides about a new one.
 void show(QWidget* window);
+
+// Whether the user may be at work in another program: its window says that it was used later than
+// this program (EWMH _NET_WM_USER_TIME, which not all window managers look at), or does not say.
+// Programs on Wayland itself say nothing, and an X server does not show them.
+[[nodiscard]] bool mayUserBeElsewhere();
 
 // Marks a window that the user is not in as wanting attention, until they are: by EWMH's
 // _NET_WM_STATE_DEMANDS_ATTENTION and by ICCCM's older hint, which is all that some know.

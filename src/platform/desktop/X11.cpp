@@ -95,12 +95,15 @@ void X11::askForActivation(const QWidget& window, quint32 time)
     send(0, id, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
 }
 
-quint32 X11::useOfActiveWindow()
+quint32 X11::activeWindow()
 {
-    const quint32 window = rootList("_NET_ACTIVE_WINDOW").value(0);
-    if (window == XCB_WINDOW_NONE) {
-        return 0;
-    }
+    // Some leave the property as it is when the window has gone.
+    const quint32 active = rootList("_NET_ACTIVE_WINDOW").value(0);
+    return rootList("_NET_CLIENT_LIST").contains(active) ? active : quint32(XCB_WINDOW_NONE);
+}
+
+quint32 X11::useOf(quint32 window)
+{
     // Programs may keep the time at a window of its own, and do so where the window manager looks
     // there.
     const quint32 keeper = list(window, "_NET_WM_USER_TIME_WINDOW").value(0);

@@ -50,9 +50,11 @@ void send(quint32 receiver, quint32 window, const QByteArray& type,
 // Asks for the keyboard, with the X server's time of the user's last action.
 void askForActivation(const QWidget& window, quint32 time);
 
-// The time of the user's last action in the window with the keyboard, any program's (EWMH
-// _NET_WM_USER_TIME); zero where that is not told.
-quint32 useOfActiveWindow();
+// The window with the keyboard, any program's, as the window manager tells it; zero for none.
+quint32 activeWindow();
+// The time of the user's last action in the window (EWMH _NET_WM_USER_TIME); zero where that is
+// not told.
+quint32 useOf(quint32 window);
 
 // Whether the window manager keeps the order of windows that is asked for. Each call asks it, for
 // it may be another one by then.
