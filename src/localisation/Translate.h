@@ -33,8 +33,8 @@ struct JsonData {
         };
         struct Connection {
             QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
-                abort_connection_label, linked, notLinked, inSession, notEnded, session, noIcon,
-                noIconHow;
+                abort_connection_label, endAll, linked, notLinked, inSession, notEnded, session,
+                noIcon, noIconHow;
         };
         struct About {
             QString about, agent, version, build;

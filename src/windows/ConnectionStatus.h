@@ -35,6 +35,8 @@ class ConnectionStatus : public AgentWindow<QWidget> {
     Q_OBJECT
 
 public:
+    static constexpr qsizetype kRows = 2;
+
     explicit ConnectionStatus(LabelSource labels);
     ~ConnectionStatus() override;
 
@@ -125,6 +127,6 @@ private:
     JsonData::Info m_texts; // the last that were read
     QList<SessionInfo> m_sessions;
     std::unique_ptr<Ui::ConnectionStatus> m_ui; // from the first showing on
-    std::array<Row, 2> m_rows;                  // likewise
+    std::array<Row, kRows> m_rows;              // likewise
     bool m_isToBePlaced = true;
 };
