@@ -43,6 +43,26 @@ void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& ev
     QObject::connect(&events, &AgentEvents::screenLockChanged, log, &ActivityLog::setScreenLocked);
 }
 
+// The menu's line that ends all sessions, while not each has a row in the status window.
+void addEndOfAll(QMenu& menu, const ConnectionStatus* status, const SessionList& sessions)
+{
+    const QString title = AppDelegate::labels().value_or(englishFallback()).Connection.endAll;
+    QAction* const item = menu.addAction(BundleImages::icon(u"abort"_s).value_or(QIcon()),
+                                         ShownText::menuItem(title, title.size()));
+    item->setVisible(false);
+    QObject::connect(item, &QAction::triggered, status, AppDelegate::whileRunning([] {
+                         const QList<SessionInfo> all = AppDelegate::state().sessions.all();
+                         for (const SessionInfo& session : all) {
+                             AppDelegate::endSession(session.session);
+                         }
+                     }));
+    const auto update = [item, status, &sessions] {
+        item->setVisible(status->isManaged && sessions.all().size() > ConnectionStatus::kRows);
+    };
+    QObject::connect(&sessions, &SessionList::added, item, update);
+    QObject::connect(&sessions, &SessionList::removed, item, update);
+}
+
 // What leads to the list: the menu's last line, and the status window's button.
 void showWayTo(ActivityLog* log, QMenu& menu, ConnectionStatus* status)
 {
@@ -116,6 +136,7 @@ void AppDelegate::makeAdditions()
     connect(&agent.events, &AgentEvents::screenLockChanged, this, &Announcements::hold);
     auto* const log = new ActivityLog(&AppDelegate::labels, this);
     follow(log, agent.sessions, agent.events);
+    addEndOfAll(*agent.statusBarMenu, agent.connectionStatus.get(), agent.sessions);
     showWayTo(log, *agent.statusBarMenu, agent.connectionStatus.get());
     auto* const notices = new DesktopNotices(&AppDelegate::labels, options.oemName,
                                              *agent.connectionStatus, *agent.userAcknowledge, this);

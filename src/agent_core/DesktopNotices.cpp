@@ -82,8 +82,8 @@ void DesktopNotices::tellSession(Activity::Kind kind, const QString& name, bool 
         m_news.clear();
     }
     m_sinceNews.start();
-    const auto row = static_cast<std::size_t>(m_status.sessions().size()) +
-                     (kind == Activity::Kind::SessionEnded ? 1U : 0U);
+    const qsizetype row =
+        m_status.sessions().size() + (kind == Activity::Kind::SessionEnded ? 1 : 0);
     m_news.prepend({line, kind == Activity::Kind::SessionNotEnded, row <= ConnectionStatus::kRows});
     m_news.resize(std::min(m_news.size(), kMostNews));
     m_sessionTimer.start();

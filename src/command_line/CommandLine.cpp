@@ -13,8 +13,11 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QLocale>
+#include <QSet>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -116,6 +119,47 @@ int endSession(const Terminal& terminal, const Invocation& asked)
                     : terminal.complain("end.unknown"_L1, {number});
 }
 
+// What the running agent tells of itself; empty where none answers.
+QJsonObject runningAgent()
+{
+    return Json::read(RunningAgent::status().value_or(QByteArray())).object.value_or(QJsonObject());
+}
+
+QSet<qint64> listedSessions()
+{
+    QSet<qint64> numbers;
+    const QJsonArray sessions = runningAgent()["sessions"_L1].toArray();
+    for (const QJsonValue& session : sessions) {
+        numbers.insert(session["session"_L1].toInteger());
+    }
+    return numbers;
+}
+
+int endAllSessions(const Terminal& terminal, const Invocation&)
+{
+    if (runningAgent().isEmpty()) {
+        return terminal.complain("status.notRunning"_L1);
+    }
+    const QSet<qint64> sessions = listedSessions();
+    for (const qint64 session : sessions) {
+        if (RunningAgent::endSession(session) == true) {
+            terminal.say("end.done"_L1, {QString::number(session)});
+        }
+    }
+    if (sessions.isEmpty()) {
+        return terminal.say("status.noSession"_L1);
+    }
+    // The service lists again what it has not ended.
+    constexpr std::chrono::seconds kUntilReported(5);
+    std::this_thread::sleep_for(kUntilReported);
+    const QSet<qint64> again = listedSessions() & sessions;
+    int status = Terminal::Done;
+    for (const qint64 session : again) {
+        status = terminal.complain("end.again"_L1, {QString::number(session)});
+    }
+    return status;
+}
+
 int printHelp(const Terminal& terminal, const Invocation&);
 
 // In the help's order.
@@ -123,6 +167,7 @@ const Option kOptions[] = {
     {"status"_L1, {}, "help.status"_L1, &printStatus},
     {"json"_L1, {}, "help.json"_L1, nullptr, "status"_L1},
     {"end-session"_L1, "NUMBER"_L1, "help.endSession"_L1, &endSession},
+    {"end-all-sessions"_L1, {}, "help.endAll"_L1, &endAllSessions},
     {"doctor"_L1,
      {},
      "help.doctor"_L1,

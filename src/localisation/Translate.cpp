@@ -93,6 +93,7 @@ const Label kLabels[] = {
     LABEL(error, sessionCodeMsg),
     EXTRA(UserAck, replaced, u"This request takes the place of the one before."),
     EXTRA(UserAck, withdrawn, u"The request was withdrawn"),
+    EXTRA(Connection, endAll, u"End all sessions"),
     EXTRA(Connection, inSession, u"In session"),
     EXTRA(Connection, notEnded, u"Not ended"),
     EXTRA(Connection, session, u"Session %1"),

@@ -33,7 +33,7 @@ struct JsonData {
         };
         struct Connection {
             QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
-                abort_connection_label, inSession, notEnded, session, noIcon, noIconHow;
+                abort_connection_label, endAll, inSession, notEnded, session, noIcon, noIconHow;
         };
         struct About {
             QString about, agent, version, build;

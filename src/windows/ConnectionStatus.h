@@ -35,7 +35,7 @@ class ConnectionStatus : public AgentWindow<QWidget> {
     Q_OBJECT
 
 public:
-    static constexpr std::size_t kRows = 2;
+    static constexpr qsizetype kRows = 2;
 
     explicit ConnectionStatus(LabelSource labels);
     ~ConnectionStatus() override;

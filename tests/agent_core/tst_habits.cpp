@@ -3,7 +3,9 @@
 #include "window_kit/InputGuard.h"
 #include "windows/UserAcknowlegement.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QMenu>
 #include <QProcess>
 #include <QTest>
 #include <QWindow>
@@ -216,6 +218,22 @@ private Q_SLOTS:
         QVERIFY(xdotool({u"click"_s, u"--repeat"_s, u"2"_s, u"--delay"_s, u"80"_s, u"1"_s}));
         QCOMPARE(answers(), QByteArrayList({"#####close_chat=5", "#####disconnect_session=7"}));
         QCOMPARE(AgentFixture::sessionLists(), u"[8Bob][8Bob]"_s);
+    }
+
+    void theMenuEndsSessionsWithoutARow()
+    {
+        QList<QAction*> items = AppDelegate::state().statusBarMenu->actions();
+        items.removeIf([](const QAction* item) { return item->text() != u"End all sessions"; });
+        QCOMPARE(items.size(), 1);
+        for (const qint64 session : {7, 8, 9}) {
+            QVERIFY(!items.constFirst()->isVisible());
+            AppDelegate::state().sessions.add({session, u"d"_s, u"Ann"_s, {}});
+        }
+        QVERIFY(items.constFirst()->isVisible());
+        items.constFirst()->trigger();
+        QCOMPARE(answers().join(), "#####disconnect_session=7#####disconnect_session=8"
+                                   "#####disconnect_session=9");
+        QVERIFY(!items.constFirst()->isVisible());
     }
 
     void aPressMeansTheSessionThatStoodThere()
