@@ -56,9 +56,9 @@ void removeChat(qint32 token)
     }
 }
 
-// If there are too many windows for a new one, removes a chat that has ended, else one that the
-// user has closed, with all its windows. False if there is neither.
-bool makeRoom()
+// Where as many windows are open as may be, removes a chat that has ended, else one that the user
+// has closed, with all its windows. False where there is neither.
+bool evictChatIfFull()
 {
     const QList<ChatController*>& chats = AppDelegate::state().chats;
     if (chats.size() < kMostChats) {
@@ -93,7 +93,7 @@ void AppDelegate::askForChat(qint64 session)
 
 void AppDelegate::requestChat(qint32 token, qint32 session)
 {
-    if (!makeRoom()) {
+    if (!evictChatIfFull()) {
         printErrorLog(u"%1 chats are open: chat %2 is refused"_s.arg(kMostChats).arg(token));
         reportClosed(token); // so that its operator does not wait
         return;

@@ -17,7 +17,7 @@ namespace {
 // The file that says that the user was told.
 QString note()
 {
-    return FilePaths::personState(u"told-about-the-icon"_s);
+    return FilePaths::userState(u"told-about-the-icon"_s);
 }
 
 } // namespace

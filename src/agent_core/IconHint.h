@@ -29,5 +29,5 @@ private:
     const StatusItem& m_icon;
     const ActivityLog& m_log;
     QTimer m_timer;
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };

@@ -275,7 +275,7 @@ void AppDelegate::updateUser()
     }
     printLog(fullName + u" is in active Session"_s);
     send(Protocol::updateUser(fullName));
-    state().userfullname = fullName; // also without a link: it is not reported twice
+    state().userfullname = fullName; // counts as reported also where there was no link
 }
 
 void AppDelegate::quitDisplay()

@@ -23,7 +23,7 @@ void showNotShown()
     }
 }
 
-void closed(MessageInbox* message, bool isByPerson)
+void closed(MessageInbox* message, bool isByUser)
 {
     AgentState& state = AppDelegate::state();
     const qsizetype index = state.messageInbox.indexOf(message);
@@ -33,14 +33,14 @@ void closed(MessageInbox* message, bool isByPerson)
     }
     message->deleteLater(); // it may be in the middle of its button's click or its timer's tick
     // A message that closed by itself may not have been seen: the next one shows the count again.
-    if (state.messageInbox.isEmpty() && isByPerson) {
+    if (state.messageInbox.isEmpty() && isByUser) {
         state.messagesNotShown = 0;
     }
     showNotShown();
 }
 
-// Closes the oldest message that the user is not in.
-void makeRoom()
+// Where as many are open as may be, closes the oldest one that the user is not in.
+void closeOldestIfFull()
 {
     AgentState& state = AppDelegate::state();
     if (state.messageInbox.size() < kMostMessages) {
@@ -57,7 +57,7 @@ void makeRoom()
 
 void AppDelegate::showMessageInbox(const Message& message)
 {
-    makeRoom();
+    closeOldestIfFull();
     QList<QPoint> others;
     for (const MessageInbox* const shown : std::as_const(state().messageInbox)) {
         others.append(shown->pos());
@@ -65,7 +65,7 @@ void AppDelegate::showMessageInbox(const Message& message)
     auto* const window = new MessageInbox(&AppDelegate::labels); // dies with the state
     state().messageInbox.append(window);
     QObject::connect(window, &MessageInbox::closed, window,
-                     [window](bool isByPerson) { closed(window, isByPerson); });
+                     [window](bool isByUser) { closed(window, isByUser); });
     window->set(Names::ofSender(message.from), message.text, message.timeout, message.icon);
     showNotShown();
     window->present(others);

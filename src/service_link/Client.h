@@ -39,7 +39,8 @@ public:
     ClientConnection connection;
 
 private:
-    // Who ends the process after the link's end: the link, nobody yet, or stop().
+    // Who ends the process once the link has ended: the link itself, with its status; nobody until
+    // stop() is called; stop(), with 0.
     enum class End { ByLink, Later, ByStop };
     static inline std::atomic<End> end = End::ByLink;
 };

@@ -36,5 +36,5 @@ struct AllowedSettings {
 // Whether it says no. A file that can't be read says nothing here, and ends nothing. Any thread.
 [[nodiscard]] bool forbidsShowingAgent();
 
-// Decodes the file's bytes alike. Any thread.
+// Decodes the file's bytes. Any thread.
 [[nodiscard]] std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text);

@@ -19,8 +19,8 @@ inline constexpr double kReadable = 4.5;
 // What a colour that is not opaque looks like on the background.
 [[nodiscard]] QColor over(const QColor& colour, const QColor& background);
 
-// The colour nearest to the wished one that has that contrast with the background, as far as black
-// or white have it.
+// The colour nearest to the wished one that has that contrast with the background; black or white
+// where no colour has it.
 [[nodiscard]] QColor readable(const QColor& wish, const QColor& background,
                               double contrast = kReadable);
 

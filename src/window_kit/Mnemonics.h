@@ -19,7 +19,7 @@ struct Named {
 // every keyboard for the language has; a text in another script has none.
 void setTexts(const QList<Named>& texts);
 
-// Such a text without a letter. An ampersand in it is shown as one.
+// A text without a mnemonic: an ampersand in it is shown as one.
 [[nodiscard]] QString plain(QString text);
 
 } // namespace Mnemonics

@@ -21,7 +21,7 @@ using Buffer = std::array<UChar, 256>;
 using Generator = std::unique_ptr<UDateTimePatternGenerator, decltype(&udatpg_close)>;
 using Format = std::unique_ptr<UDateFormat, decltype(&udat_close)>;
 
-// Of the system's zone only the offset: ICU may not know its name.
+// The zone by its offset from UTC, since ICU may not know the system's name for it.
 QString icuZone(const QDateTime& time)
 {
     const QByteArray offset = QTimeZone(time.offsetFromUtc()).id().sliced(3); // behind "UTC"

@@ -77,7 +77,7 @@ void UserAcknowledgement::withdraw()
 void UserAcknowledgement::translate(const JsonData::Info& labels)
 {
     setWindowTitle(u"vantory - "_s + labels.UserAck.user_ack_title);
-    // Without letters: a chord that was meant for another program answers nothing.
+    // No mnemonics: Alt and a letter that was meant for another program must not answer.
     m_ui->declineButton->setText(Mnemonics::plain(labels.Common.reject));
     m_ui->acceptButton->setText(Mnemonics::plain(labels.Common.accept));
     m_ui->user_ack_desc->setDescription(labels.UserAck.user_ack_desc);

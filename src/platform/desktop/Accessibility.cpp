@@ -190,7 +190,8 @@ void Accessibility::begin(QObject* application)
     application->installEventFilter(new HiddenKeys(application));
     Announcements::begin(application);
     QAccessible::installFactory(&interfaceOfFrame);
-    // Once it is there, setting it again moves no other variable, which a thread may be reading.
+    // Added early: changing a variable that is there already leaves the others in place, one of
+    // which another thread may be reading.
     qputenv(kAddress, qgetenv(kAddress));
     const auto result = std::make_shared<std::promise<bool>>();
     new FirstWindow(application, result->get_future());

@@ -216,7 +216,7 @@ private:
     bool m_hasJoined = false;
     QElapsedTimer m_sinceSaid;
     bool m_isHeld = false;
-    // Several: readers look at an object a moment after it was shown.
+    // The last few stay: a reader looks at an object a moment after it was shown.
     std::deque<std::unique_ptr<Announcement>> m_shown;
 };
 

@@ -24,10 +24,10 @@ void begin(QObject* application);
 // Plain text, of which the first 2,000 characters are said. Of many texts the oldest news go.
 void say(const QString& text, About about = About::News);
 
-// It is no longer true; said once it can't be unsaid.
+// Drops what still waits or would be said once more: it is no longer true.
 void withdraw(About about);
 
-// While the screen is locked texts wait, for who comes back and not for who is near.
+// While the screen is locked texts wait for the user, so that nobody else nearby hears them.
 void hold(bool isHeld);
 
 } // namespace Announcements

@@ -85,8 +85,8 @@ XServer lookAtXServer()
     return owner && owner->owner != XCB_WINDOW_NONE ? XServer::WithTray : XServer::WithoutTray;
 }
 
-// Within the limit: a process of its own asks, for XCB would wait for a server that hangs without a
-// limit. Only while this process has one thread.
+// A child process asks, which can be killed at the time limit: XCB waits for ever for a server that
+// hangs. Only while this process has one thread.
 XServer askXServer()
 {
     std::array<int, 2> ends = {-1, -1};
@@ -104,7 +104,7 @@ XServer askXServer()
         return XServer::Unreachable;
     }
     childs.close();
-    // By the pipe and not by the exit status, which is lost where SIGCHLD is ignored.
+    // The answer comes by the pipe, since the exit status is lost where SIGCHLD is ignored.
     pollfd end = {mine.value(), POLLIN, 0};
     char answer = 0;
     if (TEMP_FAILURE_RETRY(::poll(&end, 1, static_cast<int>(kLimit.count()))) <= 0) {

@@ -78,6 +78,6 @@ private:
     QString m_server;                  // its unique name on the bus; empty while there is none
     std::optional<bool> m_takesMarkup; // none until the server has told its capabilities
     bool m_isAskingForCapabilities = false;
-    QString m_asked; // the server that answers: Qt 6.8 does not say who has sent an answer
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
+    QString m_asked; // the server that was asked: a reply of Qt 6.8 does not say who sent it
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };

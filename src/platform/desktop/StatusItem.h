@@ -58,5 +58,5 @@ private:
     bool m_isInHost = false; // else in a tray
     std::unique_ptr<QDBusConnection> m_bus;
     QString m_watcher; // its unique name on the bus; empty while there is none
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // ends with this object
+    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };

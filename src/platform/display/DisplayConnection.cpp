@@ -66,7 +66,7 @@ bool DisplayConnection::open(milliseconds limit)
 
 Descriptor DisplayConnection::connectToWayland()
 {
-    // The protocol's standard library has it so: a name in the runtime directory, or a path.
+    // As libwayland reads it: a name in the runtime directory, or a path.
     const QString name = DisplayName::wayland();
     const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     const QByteArray path = QFile::encodeName(name.startsWith(u'/') ? name : folder + u'/' + name);

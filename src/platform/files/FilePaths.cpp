@@ -27,7 +27,7 @@ QString FilePaths::configuration(const QString& path)
     return system(u"" VANTORY_CONFIG_DIR "/"_s + path);
 }
 
-QString FilePaths::personState(const QString& name)
+QString FilePaths::userState(const QString& name)
 {
     const QString told = qEnvironmentVariable("XDG_STATE_HOME");
     const QString directory =

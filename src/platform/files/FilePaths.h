@@ -19,7 +19,7 @@ namespace FilePaths {
 
 // What the agent keeps for the user from one run to the next (XDG Base Directory Specification):
 // "$XDG_STATE_HOME/vantoryAgent/NAME", usually below "~/.local/state".
-[[nodiscard]] QString personState(const QString& name);
+[[nodiscard]] QString userState(const QString& name);
 
 // The agent's preferences: "/Library/Preferences/vantoryAgent/NAME".
 [[nodiscard]] QString preferences(const QString& name);

@@ -17,8 +17,8 @@ public:
     // first bytes were received and before they count.
     [[nodiscard]] std::optional<NetworkError> check(const Descriptor& connection);
 
-    // Whether the peer, whose listener was accepted, has still to take the connection. Whoever
-    // sends something has taken it.
+    // Whether the connection still waits in the queue of a listener that may be the service: who
+    // takes it from there is known only once something is received.
     [[nodiscard]] bool isPending() const { return m_isPending; }
 
 private:

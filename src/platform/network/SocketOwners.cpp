@@ -168,10 +168,12 @@ Peer SocketOwners::peerOf(const Descriptor& connection)
     using State = Peer::State;
     const auto own = endBy(&::getsockname, connection.value());
     const auto peer = endBy(&::getpeername, connection.value());
-    // The listener first: a connection that is queued afterwards was queued by that one.
+    // The listener is asked first: if the connection is found in a queue afterwards, it is that
+    // listener's.
     const auto listener = peer ? listenerAt(*peer) : std::nullopt;
     const auto found = own && peer ? find(*peer, &*own) : std::nullopt;
-    // Last: had this end been reset meanwhile, another connection might have had the same two ends.
+    // Our own end is asked last. Had it been reset meanwhile, what was found before could be
+    // another connection with the same two addresses.
     if (!own || !peer || !isOwn(find(*own, &*peer), connection.value())) {
         return {endBy(&::getpeername, connection.value()) ? State::Unknown : State::Reset, 0, {}};
     }

@@ -306,6 +306,6 @@ void TcpConnection::writeSome()
         }
     }
     if (error) {
-        end(error); // at once, whatever is still to be received
+        end(error); // at once: what was not received yet is dropped
     }
 }

@@ -124,7 +124,7 @@ private:
     std::optional<NetworkError> m_readError;
     std::optional<Clock::time_point> m_endSeen; // written by the thread only, as the error
     std::deque<Outgoing> m_outgoing;
-    std::deque<qsizetype> m_sent; // the sizes that have still to be told
+    std::deque<qsizetype> m_sent; // sizes of messages whose sending is still to be reported
     bool m_isReady = true;
     bool m_cancelled = false;
 

@@ -6,7 +6,7 @@
 // Passwords, and texts that hold one, must not stay in memory. Any thread.
 namespace SecretText {
 
-// A copy with characters of its own. (QString's copies share them.)
+// A deep copy: QString's own copies share their characters.
 [[nodiscard]] QString copy(const QString& text);
 
 // Overwrites the characters, also for all copies that share them, and empties the text: a QString
