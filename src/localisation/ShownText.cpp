@@ -140,8 +140,8 @@ qsizetype lastCharacterEnd(QStringView text, qsizetype longest)
     return end > 0 ? end : whole;
 }
 
-// At a line's end in its second half, else at the last place where a line may break: a long
-// address is cut only where it is longer than a piece.
+// At the last line break, if that is in the piece's second half, else at the last place where a
+// line may break: a long address is cut only where it is longer than a piece.
 qsizetype endOfFirstPiece(QStringView text)
 {
     constexpr qsizetype kHalf = ShownText::kLongestPiece / 2;

@@ -22,7 +22,7 @@ public:
     // Why this account may not be the service; none where it may.
     [[nodiscard]] std::optional<QString> refusalOf(quint32 uid) const;
 
-    // The names that no account has.
+    // The names in the option that no account has.
     [[nodiscard]] const QStringList& unknown() const { return m_unknown; }
 
 private:

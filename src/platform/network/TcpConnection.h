@@ -45,7 +45,8 @@ public:
         std::function<bool(const QByteArray& data)> received;
         // How many bytes of one send() the kernel has accepted; not before the owner is ready.
         std::function<void(qsizetype size)> sent;
-        // Whether received or not, the peer has closed its side or something has failed.
+        // The peer has closed its side, or something has failed. What came before may still wait to
+        // be received.
         std::function<void()> endNoticed;
         // The last call, once: after all received data has been handled, but at most `endPatience`
         // after the end. No error where the peer has closed its side. At once where a send
