@@ -179,7 +179,7 @@ private:
     {
         ChatController chat(m_source, false);
         chat.set(1, 1, kName);
-        chat.presentBeside({});
+        chat.presentBeside({}, false);
         chat.joinedMember(kShortName);
         chat.receiveChat(kName, u"Good morning. May I have a look at the printer?"_s);
         chat.displayMessage(kShortName, u"Yes, please."_s, false, ChatColour::Text);

@@ -52,7 +52,7 @@ public:
                                                     : u"StatusNotifierHostUnregistered"_s));
     }
 
-    bool hasItem() const { return bus.interface()->isServiceRegistered(item); }
+    bool hasItem() const { return m_isHostThere && bus.interface()->isServiceRegistered(item); }
 
     QDBusMessage question(const QString& interface, const QString& method,
                           const QVariantList& arguments) const
@@ -154,6 +154,10 @@ private Q_SLOTS:
             QTest::qWait(150); // time for a change that must not come
             QTRY_COMPARE(placeOfIcon(), places[i]);
             QCOMPARE(m_item && m_item->hasPlace(), places[i] != 'N');
+            // Without it GNOME's watcher, when it starts, would take the item for another one.
+            const auto name = kItem + u"-%1-1"_s.arg(QCoreApplication::applicationPid());
+            const auto* const bus = QDBusConnection::sessionBus().interface();
+            QTRY_COMPARE(bus->isServiceRegistered(name).value(), m_item != nullptr);
         }
         tray.kill();
         tray.waitForFinished();

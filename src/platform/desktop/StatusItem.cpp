@@ -48,29 +48,35 @@ void StatusItem::setMenu(QMenu* menu)
 void StatusItem::contentChanged()
 {
     MainQueue::assertMainThread();
-    if (m_place) {
-        m_place->contentChanged();
+    if (m_hostItem) {
+        m_hostItem->contentChanged();
+    }
+    if (m_trayIcon) {
+        m_trayIcon->contentChanged();
     }
 }
 
 bool StatusItem::hasPlace() const
 {
-    return m_place && m_place->isShown();
+    return m_isInHost || (m_trayIcon && m_trayIcon->isShown());
 }
 
 void StatusItem::hide()
 {
     m_isHidden = true;
-    m_place.reset();
+    m_isInHost = false;
+    m_hostItem.reset();
+    m_trayIcon.reset();
 }
 
 void StatusItem::watchBus(const QDBusConnection& bus)
 {
-    if (!bus.isConnected()) {
+    if (m_isHidden || !bus.isConnected()) {
         use(false);
         return;
     }
     m_bus = std::make_unique<QDBusConnection>(bus);
+    m_hostItem = std::make_unique<StatusNotifierItem>(bus, m_content);
 
     // The subscriptions come before the call that asks for a host, so that no change is missed.
     Bus::receive(bus, kWatcherPath, kWatcher,
@@ -85,9 +91,7 @@ void StatusItem::setWatcher(const QString& uniqueName)
         return;
     }
     m_watcher = uniqueName;
-    if (m_isInHost) { // that is registered with the former watcher
-        m_place.reset();
-    }
+    m_isInHost = false; // registered with the former watcher
     if (m_watcher.isEmpty()) {
         use(false);
     } else {
@@ -117,14 +121,14 @@ void StatusItem::askForHost()
 // Shows the icon in the host, else in a tray.
 void StatusItem::use(bool isHostThere)
 {
-    if (m_isHidden || (m_place && m_isInHost == isHostThere)) {
+    if (m_isHidden) {
         return;
     }
-    m_place.reset(); // before the other one
-    m_isInHost = isHostThere;
-    if (isHostThere) {
-        m_place = std::make_unique<StatusNotifierItem>(*m_bus, m_watcher, m_content);
-    } else {
-        m_place = std::make_unique<TrayIcon>(m_content);
+    if (!isHostThere && !m_trayIcon) {
+        m_trayIcon = std::make_unique<TrayIcon>(m_content);
+    } else if (isHostThere && !m_isInHost) {
+        m_trayIcon.reset();
+        m_hostItem->registerWith(m_watcher);
     }
+    m_isInHost = isHostThere;
 }

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "platform/desktop/StatusPlace.h"
+#include "platform/desktop/StatusContent.h"
 
 #include <QObject>
 
 #include <memory>
 
 class QDBusConnection;
+class StatusNotifierItem;
+class TrayIcon;
 
 // The program's icon in the desktop's status bar, with a menu.
 //
@@ -54,8 +56,9 @@ private:
 
     StatusContent m_content;
     bool m_isHidden = false;
-    std::unique_ptr<StatusPlace> m_place;
-    bool m_isInHost = false; // else in a tray
+    bool m_isInHost = false;                        // else in a tray
+    std::unique_ptr<StatusNotifierItem> m_hostItem; // from the bus's connection on
+    std::unique_ptr<TrayIcon> m_trayIcon;           // while there is no host
     std::unique_ptr<QDBusConnection> m_bus;
     QString m_watcher; // its unique name on the bus; empty while there is none
     const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object

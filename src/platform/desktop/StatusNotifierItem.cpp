@@ -49,8 +49,7 @@ StatusNotifierPicture pictureOf(const QImage& source)
 
 } // namespace
 
-StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString& watcher,
-                                       const StatusContent& content)
+StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const StatusContent& content)
     : m_bus(bus), m_content(content), m_exportedMenu(bus)
 {
     qDBusRegisterMetaType<StatusNotifierPicture>();
@@ -68,13 +67,18 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const QString
     // A name of its own and not the connection's: released, it withdraws the icon, while the
     // connection, which the accessibility bridge uses too, stays.
     constexpr uint doNotQueue = 4;
-    constexpr uint primaryOwner = 1;
-    constexpr uint alreadyOwner = 4;
     QDBusMessage request = Bus::callToBus(u"RequestName"_s);
     request << busName() << doNotQueue;
-    Bus::ask(m_bus, request, Bus::kUsualTimeLimit, this, [=, this](const QDBusMessage& answer) {
-        const uint result = answer.arguments().value(0).toUInt(); // 0: an error
-        const bool isOurs = result == primaryOwner || result == alreadyOwner;
+    m_bus.send(request);
+}
+
+void StatusNotifierItem::registerWith(const QString& watcher)
+{
+    m_opensHostMenu = true; // it may be another host
+    QDBusMessage question = Bus::callToBus(u"GetNameOwner"_s);
+    question << busName();
+    Bus::ask(m_bus, question, Bus::kUsualTimeLimit, this, [=, this](const QDBusMessage& answer) {
+        const bool isOurs = answer.arguments().value(0).toString() == m_bus.baseService();
         QDBusMessage call = QDBusMessage::createMethodCall(watcher, u"/StatusNotifierWatcher"_s,
                                                            u"org.kde.StatusNotifierWatcher"_s,
                                                            u"RegisterStatusNotifierItem"_s);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/desktop/DBusMenu.h"
-#include "platform/desktop/StatusPlace.h"
+#include "platform/desktop/StatusContent.h"
 
 #include <QByteArray>
 #include <QDBusConnection>
@@ -41,9 +41,10 @@ struct StatusNotifierToolTip { // (sa(iiay)ss)
 // The program's icon for the hosts that draw it themselves: freedesktop.org's StatusNotifierItem,
 // under the names by which all hosts know it, org.kde.*.
 //
-// It never waits: it registers with the watcher when the bus has answered. Internal to the
-// platform.
-class StatusNotifierItem : public QObject, public StatusPlace, protected QDBusContext {
+// It has its bus name from construction to destruction, also while there is no watcher: GNOME's
+// looks for items when it starts, and would show one without a name beside the same one that
+// registers by name. It never waits. Internal to the platform.
+class StatusNotifierItem : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
     Q_PROPERTY(QString Category MEMBER m_category CONSTANT)
@@ -57,13 +58,12 @@ class StatusNotifierItem : public QObject, public StatusPlace, protected QDBusCo
     Q_PROPERTY(StatusNotifierToolTip ToolTip READ toolTip)
 
 public:
-    // `watcher` is the unique bus name to register with, which no other process can take over.
-    StatusNotifierItem(const QDBusConnection& bus, const QString& watcher,
-                       const StatusContent& content);
+    StatusNotifierItem(const QDBusConnection& bus, const StatusContent& content);
     ~StatusNotifierItem() override;
 
-    void contentChanged() override;
-    [[nodiscard]] bool isShown() const override { return true; }
+    // `watcher` is its unique bus name, which no other process can take over.
+    void registerWith(const QString& watcher);
+    void contentChanged();
 
 public Q_SLOTS:
     // The operations of the interface, with its names.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/desktop/StatusPlace.h"
+#include "platform/desktop/StatusContent.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QByteArray>
@@ -17,13 +17,14 @@
 // The tray may start after the program, end, and start again. Where there is no X server, nothing
 // is shown. The menu opens at the icon, by the pointer's left or right button. Internal to the
 // platform.
-class TrayIcon : public StatusPlace, private QAbstractNativeEventFilter {
+class TrayIcon : private QAbstractNativeEventFilter {
 public:
     explicit TrayIcon(const StatusContent& content);
     ~TrayIcon() override;
 
-    void contentChanged() override;
-    [[nodiscard]] bool isShown() const override;
+    void contentChanged();
+    // Whether the tray has taken the icon in.
+    [[nodiscard]] bool isShown() const;
 
 private:
     class Window;
