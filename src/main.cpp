@@ -1,4 +1,3 @@
-#include "agent_core/AgentRequests.h"
 #include "agent_state/AppDelegate.h"
 #include "command_line/CommandLine.h"
 #include "dispatch/MessageDispatch.h"
@@ -8,6 +7,7 @@
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/display/DisplayPatience.h"
+#include "platform/files/MemoryFile.h"
 #include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/processes/TerminationSignals.h"
@@ -107,6 +107,7 @@ int main(int argc, char* argv[])
     if (const auto status = CommandLine::run(arguments)) {
         return *status;
     }
+    MemoryFile kept = MemoryFile::inherited();
     if (!RunningAgent::take()) {
         return CommandLine::showRunningAgent(arguments);
     }
@@ -145,9 +146,8 @@ int main(int argc, char* argv[])
     MainQueue::attach();
     Accessibility::begin(&application);
     WindowActivation::watchInput();
-    AppDelegate delegate(&MessageDispatch::checkMessage);
+    AppDelegate delegate(&MessageDispatch::checkMessage, std::move(kept));
     delegate.applicationDidFinishLaunching();
-    AgentRequests::answer();
     // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
     // last, because exit handlers run in the reverse order: this one comes first.
     std::atexit(&terminateWithoutDisplay);

@@ -1,52 +1,173 @@
 #include "agent_core/ActivityLog.h"
 
+#include "agent_core/ActivityJournal.h"
+#include "logging/Logs.h"
 #include "windows/ActivityWindow.h"
 
+#include <algorithm>
 #include <utility>
 
+using namespace Qt::StringLiterals;
 using Kind = Activity::Kind;
 
-ActivityLog::ActivityLog(LabelSource labels, QObject* parent)
-    : QObject(parent),
+namespace {
+
+// Of an entry's text, in UTF-16 code units; what is longer is cut, and ends in '…'.
+constexpr qsizetype kLongestText = 10'000;
+
+Activity activityOf(Kind kind, const SessionInfo& session)
+{
+    const bool hasDate = kind == Kind::SessionBegan && session.sessionDate.value_or(-1) >= 0;
+    return {.kind = kind,
+            .time = hasDate ? sessionDateTime(*session.sessionDate).toLocalTime() : QDateTime(),
+            .session = session.session,
+            .name = session.remoteControlUser};
+}
+
+} // namespace
+
+ActivityLog::ActivityLog(LabelSource labels, MemoryFile kept, QObject* parent)
+    : QObject(parent), m_kept(std::move(kept)),
       m_window(new ActivityWindow(std::move(labels),
                                   [this]() -> const ActivityList& { return m_activities; }))
 {
     connect(m_window.get(), &ActivityWindow::seen, this, &ActivityLog::markSeen);
+    if (m_kept.isOpen()) {
+        readKept();
+    }
 }
 
 ActivityLog::~ActivityLog() = default;
 
-void ActivityLog::note(Kind kind, const QString& text, quint64 command)
+void ActivityLog::readKept()
 {
-    Activity activity;
-    activity.kind = kind;
-    activity.time = QDateTime::currentDateTime();
-    activity.text = text;
-    activity.command = command;
-    activity.isUnseen =
-        kind == Kind::RequestAccepted || (m_isScreenLocked && kind != Kind::Command);
-    m_activities.add(activity);
+    const QByteArray records = m_kept.read();
+    if (const auto kept = ActivityList::fromRecords(records)) {
+        m_activities = *kept;
+    } else if (!records.isEmpty()) {
+        printErrorLog(u"the list of what happened is damaged, and begins anew"_s);
+    }
+    m_kept.write(m_activities.records(MemoryFile::kSize / 2));
+}
+
+void ActivityLog::keep(const QByteArray& record)
+{
+    if (m_kept.isOpen() && !m_kept.append(record)) {
+        m_kept.write(m_activities.records(MemoryFile::kSize / 2));
+    }
     m_window->update();
+}
+
+// Changes the entries for which it returns true.
+void ActivityLog::edit(const std::function<bool(Activity&)>& change)
+{
+    const QList<Activity> all = m_activities.all();
+    for (Activity activity : all) {
+        if (change(activity)) {
+            keep(m_activities.put(activity));
+        }
+    }
+}
+
+void ActivityLog::note(Activity activity, bool isOlder)
+{
+    if (!activity.time.isValid()) {
+        activity.time = QDateTime::currentDateTime();
+    }
+    for (QString* const text : {&activity.name, &activity.text}) {
+        if (text->size() > kLongestText) {
+            text->truncate(kLongestText - (text->at(kLongestText - 1).isHighSurrogate() ? 1 : 0));
+            *text += u'…';
+        }
+    }
+    activity.isUnseen = activity.isUnseen || (m_isScreenLocked && !isOlder);
+    keep(m_activities.put(activity));
+    ActivityJournal::tell(activity);
     if (activity.isUnseen) {
-        m_hasUntoldAbsence = true;
         Q_EMIT unseenChanged(true);
     }
-    // An acceptance may be noted after the unlocking, and where nobody tells of that.
-    if (kind == Kind::RequestAccepted && !m_isScreenLocked) {
+}
+
+void ActivityLog::noteSession(Kind kind, const SessionInfo& session)
+{
+    note(activityOf(kind, session));
+}
+
+void ActivityLog::noteRunning(const SessionInfo& session)
+{
+    const auto open = m_activities.openSessions();
+    if (std::none_of(open.cbegin(), open.cend(), [&](const Activity& listed) {
+            return listed.session == session.session && listed.name == session.remoteControlUser;
+        })) {
+        note(activityOf(Kind::SessionBegan, session), true);
+    }
+}
+
+// A session of an earlier run may have ended between that run and this one.
+void ActivityLog::noteReport(const QList<SessionInfo>& sessions)
+{
+    if (std::exchange(m_hasReport, true)) {
+        return;
+    }
+    for (Activity& open : m_activities.openSessions()) {
+        if (std::none_of(sessions.cbegin(), sessions.cend(), [&](const SessionInfo& listed) {
+                return listed.session == open.session;
+            })) {
+            note({.kind = Kind::SessionEnded, .session = open.session, .name = open.name}, true);
+        }
+    }
+}
+
+void ActivityLog::noteRequest(qint64 session, const QString& controlName, Kind kind,
+                              Activity::By by)
+{
+    const bool isAbsent = by != Activity::By::User;
+    note({.kind = kind, .session = session, .name = controlName, .by = by, .isUnseen = isAbsent});
+    // It may be noted after the unlocking, and where nobody tells of that.
+    if (isAbsent && !m_isScreenLocked) {
         tellAbsence();
     }
 }
 
+void ActivityLog::noteMessage(const QObject* window, const QString& from, const QString& text)
+{
+    note({.kind = Kind::Message, .name = from, .text = text});
+    // One that is still open when the user returns has not been missed.
+    connect(this, &ActivityLog::userReturned, window, [this, message = m_activities.lastNumber()] {
+        edit([message](Activity& activity) {
+            return activity.number == message && std::exchange(activity.isUnseen, false);
+        });
+    });
+}
+
+void ActivityLog::noteCommand(quint64 command, qint64 session, const QString& text)
+{
+    note({.kind = Kind::Command, .session = session, .text = text.trimmed(), .isRunning = true});
+    m_running.insert(command, m_activities.lastNumber());
+}
+
 void ActivityLog::finishCommand(quint64 command, qint64 status)
 {
-    m_activities.finish(command, status);
-    m_window->update();
+    edit([number = m_running.take(command), status](Activity& activity) {
+        const bool isMeant = activity.number == number;
+        if (isMeant) {
+            activity.status = status;
+            activity.isRunning = false;
+            ActivityJournal::tell(activity);
+        }
+        return isMeant;
+    });
 }
 
 void ActivityLog::setScreenLocked(bool isLocked)
 {
     m_isScreenLocked = isLocked;
-    if (!isLocked && m_hasUntoldAbsence) {
+    if (isLocked) {
+        return;
+    }
+    Q_EMIT userReturned();
+    tellUnseen();
+    if (m_activities.hasUntold()) {
         tellAbsence();
     }
 }
@@ -56,15 +177,19 @@ void ActivityLog::show()
     m_window->present();
 }
 
+void ActivityLog::tellUnseen()
+{
+    Q_EMIT unseenChanged(!m_activities.unseen().isEmpty());
+}
+
 void ActivityLog::tellAbsence()
 {
-    m_hasUntoldAbsence = false;
+    keep(m_activities.markTold());
     Q_EMIT absenceEnded(m_activities.unseen());
 }
 
 void ActivityLog::markSeen()
 {
-    m_activities.markSeen();
-    m_hasUntoldAbsence = false;
-    Q_EMIT unseenChanged(false);
+    edit([](Activity& activity) { return std::exchange(activity.isUnseen, false); });
+    tellUnseen();
 }

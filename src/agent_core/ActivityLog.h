@@ -1,43 +1,71 @@
 #pragma once
 
 #include "localisation/Translate.h"
-#include "records/Activity.h"
+#include "platform/files/MemoryFile.h"
+#include "records/ActivityList.h"
+#include "records/SessionInfo.h"
 
+#include <QHash>
 #include <QObject>
 
+#include <functional>
 #include <memory>
 
 class ActivityWindow;
 
-// Keeps the list of what happens to this computer, shows it, and, once the screen is unlocked,
-// tells what happened while it was locked. Main thread.
+// Keeps the list of what happens to this computer, shows it, tells the system's journal of
+// sessions, requests and commands, and, once the screen is unlocked, tells what happened while it
+// was locked.
+//
+// The list outlives this run of the agent where the keeper has given a file to keep it in. What
+// began before this run is listed, at most once, and not told. Main thread.
 class ActivityLog : public QObject {
     Q_OBJECT
 
 public:
-    ActivityLog(LabelSource labels, QObject* parent);
+    ActivityLog(LabelSource labels, MemoryFile kept, QObject* parent);
     ~ActivityLog() override;
 
     [[nodiscard]] bool isScreenLocked() const { return m_isScreenLocked; }
+    [[nodiscard]] const ActivityList& activities() const { return m_activities; }
 
-    void note(Activity::Kind kind, const QString& text, quint64 command = 0);
+    void noteSession(Activity::Kind kind, const SessionInfo& session);
+    // One that began before this run.
+    void noteRunning(const SessionInfo& session);
+    // The service has reported all sessions.
+    void noteReport(const QList<SessionInfo>& sessions);
+    void noteRequest(qint64 session, const QString& controlName, Activity::Kind kind,
+                     Activity::By by);
+    void noteMessage(const QObject* window, const QString& from, const QString& text);
+    void noteCommand(quint64 command, qint64 session, const QString& text);
     void finishCommand(quint64 command, qint64 status);
     void setScreenLocked(bool isLocked);
     // The menu's action, and the status window's button.
     void show();
+    // Tells whether there is something that the user has not seen, for those who listen by now.
+    void tellUnseen();
 
 Q_SIGNALS:
+    // The screen is unlocked; nothing was told yet.
+    void userReturned();
     // The user comes back, and this happened meanwhile.
     void absenceEnded(const QList<Activity>& activities);
     // Whether there is something that the user has not seen, after each change of that.
     void unseenChanged(bool hasUnseen);
 
 private:
+    void readKept();
+    void keep(const QByteArray& record);
+    void edit(const std::function<bool(Activity&)>& change);
+    // `isOlder`: it is no news.
+    void note(Activity activity, bool isOlder = false);
     void tellAbsence();
     void markSeen();
 
+    MemoryFile m_kept;
     ActivityList m_activities;
+    bool m_hasReport = false;          // the service has reported all sessions
+    QHash<quint64, quint64> m_running; // the entries of the commands
     bool m_isScreenLocked = false;
-    bool m_hasUntoldAbsence = false; // something happened that no unlocking has told yet
     std::unique_ptr<ActivityWindow> m_window;
 };

@@ -1,4 +1,5 @@
 #include "agent_core/ActivityLog.h"
+#include "agent_core/AgentRequests.h"
 #include "agent_core/DesktopNotices.h"
 #include "agent_core/IconHint.h"
 #include "agent_state/AppDelegate.h"
@@ -23,22 +24,17 @@ namespace {
 void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& events)
 {
     const auto note = [log](Kind kind) {
-        return [=](const SessionInfo& session) { log->note(kind, session.remoteControlUser); };
+        return [=](const SessionInfo& session) { log->noteSession(kind, session); };
     };
     QObject::connect(&sessions, &SessionList::began, log, note(Kind::SessionBegan));
-    QObject::connect(&sessions, &SessionList::ranBefore, log, note(Kind::SessionBegan));
+    QObject::connect(&sessions, &SessionList::ranBefore, log, &ActivityLog::noteRunning);
     QObject::connect(&sessions, &SessionList::hasNotEnded, log, note(Kind::SessionNotEnded));
     QObject::connect(&sessions, &SessionList::ended, log, note(Kind::SessionEnded));
-    QObject::connect(&events, &AgentEvents::requestedWhileLocked, log,
-                     [log](const QString& name, AgentEvents::LockedRequest outcome) {
-                         if (outcome == AgentEvents::LockedRequest::Accepted) {
-                             log->note(Kind::RequestAccepted, name);
-                         }
-                     });
-    QObject::connect(&events, &AgentEvents::commandBegan, log,
-                     [log](quint64 command, const QString& text) {
-                         log->note(Kind::Command, text.trimmed(), command);
-                     });
+    QObject::connect(&sessions, &SessionList::replaced, log,
+                     [log, &sessions] { log->noteReport(sessions.all()); });
+    QObject::connect(&events, &AgentEvents::requestNoted, log, &ActivityLog::noteRequest);
+    QObject::connect(&events, &AgentEvents::messageShown, log, &ActivityLog::noteMessage);
+    QObject::connect(&events, &AgentEvents::commandBegan, log, &ActivityLog::noteCommand);
     QObject::connect(&events, &AgentEvents::commandEnded, log, &ActivityLog::finishCommand);
     QObject::connect(&events, &AgentEvents::screenLockChanged, log, &ActivityLog::setScreenLocked);
 }
@@ -134,7 +130,7 @@ void AppDelegate::makeAdditions()
     AgentState& agent = state();
     // Connected before the log, which tells what waited for the unlocking.
     connect(&agent.events, &AgentEvents::screenLockChanged, this, &Announcements::hold);
-    auto* const log = new ActivityLog(&AppDelegate::labels, this);
+    auto* const log = new ActivityLog(&AppDelegate::labels, std::move(m_kept), this);
     follow(log, agent.sessions, agent.events);
     addEndOfAll(*agent.statusBarMenu, agent.connectionStatus.get(), agent.sessions);
     showWayTo(log, *agent.statusBarMenu, agent.connectionStatus.get());
@@ -149,6 +145,8 @@ void AppDelegate::makeAdditions()
     connect(notices, &DesktopNotices::missingIconTold, hint, &IconHint::remember);
     connect(&agent.events, &AgentEvents::ending, hint, &IconHint::stop);
     connect(&agent.events, &AgentEvents::loginWindowLeft, hint, &IconHint::start);
+    log->tellUnseen();
+    AgentRequests::answer(*log);
     if (!isAtLoginWindow()) {
         hint->start();
     }

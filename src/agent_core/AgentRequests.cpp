@@ -1,5 +1,6 @@
 #include "agent_core/AgentRequests.h"
 
+#include "agent_core/ActivityLog.h"
 #include "agent_state/AppDelegate.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/WindowActivation.h"
@@ -54,17 +55,22 @@ bool endListedSession(qint64 session)
 
 } // namespace
 
-void AgentRequests::answer()
+void AgentRequests::answer(const ActivityLog& log)
 {
-    RunningAgent::answer({.present =
-                              [](quint32 time) {
-                                  WindowActivation::noteAction(time);
-                                  AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
-                              },
-                          .port = [] { return AppDelegate::options.portUI; },
-                          .status = &status,
-                          .endSession =
-                              [](qint64 session) {
-                                  return !AppDelegate::isTerminating() && endListedSession(session);
-                              }});
+    RunningAgent::answer(
+        {.present =
+             [](quint32 time) {
+                 WindowActivation::noteAction(time);
+                 AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
+             },
+         .port = [] { return AppDelegate::options.portUI; },
+         .status = &status,
+         .history =
+             [&log] {
+                 return QJsonDocument(log.activities().toJson()).toJson(QJsonDocument::Compact);
+             },
+         .endSession =
+             [](qint64 session) {
+                 return !AppDelegate::isTerminating() && endListedSession(session);
+             }});
 }

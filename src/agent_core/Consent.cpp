@@ -10,16 +10,16 @@ using namespace Qt::StringLiterals;
 bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlName)
 {
     using ConsoleSession::Screen;
-    using Outcome = AgentEvents::LockedRequest;
+    using Kind = Activity::Kind;
     const Screen screen = ConsoleSession::screen();
     const bool isAccepted = screen == Screen::Locked;
     if (isAccepted) {
         send(Protocol::message(Protocol::kAcceptConnection, session));
     }
     if (isAccepted || screen == Screen::LockedBehindAnother) {
-        post([=, outcome = isAccepted ? Outcome::Accepted : Outcome::Waits] {
-            Q_EMIT state().events.requestedWhileLocked(Names::inSession(controlName, session),
-                                                       outcome);
+        post([=, kind = isAccepted ? Kind::RequestAccepted : Kind::RequestWaits] {
+            Q_EMIT state().events.requestNoted(session, Names::inSession(controlName, session),
+                                               kind, Activity::By::LockedScreen);
         });
     }
     return isAccepted;
@@ -38,6 +38,10 @@ void AppDelegate::acknowledgementAnswered(qint64 session, bool isAccepted)
 {
     send(isAccepted ? Protocol::message(Protocol::kAcceptConnection, session)
                     : Protocol::message(Protocol::kDeclineConnection, session));
+    Q_EMIT state().events.requestNoted(session, state().userAcknowledge->controlUserName,
+                                       isAccepted ? Activity::Kind::RequestAccepted
+                                                  : Activity::Kind::RequestDeclined,
+                                       Activity::By::User);
 }
 
 void AppDelegate::closeAcknowledgement()

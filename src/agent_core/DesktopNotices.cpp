@@ -7,7 +7,6 @@
 #include "platform/files/MainBundle.h"
 #include "records/Intervals.h"
 #include "settings/AllowedSettings.h"
-#include "windows/ActivityWindow.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/UserAcknowlegement.h"
 
@@ -34,7 +33,7 @@ constexpr qsizetype kMostNews = 100;
 // "Session began: Ann Carter".
 QString lineFor(Activity::Kind kind, const QString& text, const JsonData::Info& labels)
 {
-    return ShownText::line(ActivityWindow::eventName(kind, labels) + u": "_s + text, kLongestLine);
+    return ShownText::line(Activity{.kind = kind}.event(labels) + u": "_s + text, kLongestLine);
 }
 
 QString text(const QStringList& lines)
@@ -190,9 +189,23 @@ void DesktopNotices::tellAbsence(const QList<Activity>& activities)
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     QStringList lines;
+    QStringList commands;
     for (const Activity& activity : activities) {
-        lines.append(activity.time.toString(u"HH:mm "_s) +
-                     lineFor(activity.kind, activity.text, labels));
+        if (activity.kind == Activity::Kind::Command) {
+            commands.append(activity.text);
+        } else {
+            lines.append(ShownText::line(activity.time.toString(u"HH:mm "_s) +
+                                             activity.event(labels) + u": "_s + activity.details(),
+                                         kLongestLine));
+        }
+    }
+    if (!commands.isEmpty()) { // how many, and the first few, whatever else there is
+        const QString count = QString::number(commands.size());
+        lines.insert(std::min(lines.size(), kMostLines - 1),
+                     ShownText::line(
+                         labels.Activity.command + u" ("_s + count + u"): "_s +
+                             commands.first(std::min<qsizetype>(commands.size(), 5)).join(u"; "_s),
+                         kLongestLine));
     }
     m_notifications.show(
         Notifications::Place::Absence,

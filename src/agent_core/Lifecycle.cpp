@@ -94,8 +94,8 @@ AgentState::~AgentState()
     qDeleteAll(chats);
 }
 
-AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage)
-    : m_checkMessage(std::move(checkMessage))
+AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage, MemoryFile kept)
+    : m_checkMessage(std::move(checkMessage)), m_kept(std::move(kept))
 {
     options = AgentOptions();
     agentState = std::make_unique<AgentState>();
@@ -294,6 +294,7 @@ void AppDelegate::applicationWillTerminate()
     if (!isStarted) {
         endProgram(0);
     }
+    printJournal(u"ends, because it was told to"_s);
     WindowActivation::stop();
     RunningAgent::leave();
     Client::prepareToStop();

@@ -66,7 +66,9 @@ void AppDelegate::showMessageInbox(const Message& message)
     state().messageInbox.append(window);
     QObject::connect(window, &MessageInbox::closed, window,
                      [window](bool isByUser) { closed(window, isByUser); });
-    window->set(Names::ofSender(message.from), message.text, message.timeout, message.icon);
+    const QString from = Names::ofSender(message.from);
+    window->set(from, message.text, message.timeout, message.icon);
     showNotShown();
     window->present(others);
+    Q_EMIT state().events.messageShown(window, from, message.text);
 }

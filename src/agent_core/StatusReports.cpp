@@ -112,9 +112,9 @@ void AppDelegate::statusReceived(const std::optional<StatusInfo>& status)
     }
 }
 
-void AppDelegate::commandBegan(quint64 command, const QString& text)
+void AppDelegate::commandBegan(quint64 command, qint64 session, const QString& text)
 {
-    Q_EMIT state().events.commandBegan(command, text);
+    Q_EMIT state().events.commandBegan(command, session, text);
 }
 
 void AppDelegate::commandEnded(quint64 command, qint64 status)

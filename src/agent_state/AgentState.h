@@ -2,6 +2,7 @@
 
 #include "agent_state/SessionList.h"
 #include "localisation/Translate.h"
+#include "records/Activity.h"
 #include "records/SettingsTexts.h"
 #include "settings/OemOptions.h"
 #include "settings/ServicePort.h"
@@ -58,15 +59,14 @@ struct StatusBarLook {
 class AgentEvents : public QObject {
     Q_OBJECT
 
-public:
-    // What becomes of a request that comes while the user's screen is locked: it is accepted on
-    // the user's behalf; or, while another user is at the machine's screen, it waits for an answer.
-    enum class LockedRequest { Accepted, Waits };
-
 Q_SIGNALS:
-    void requestedWhileLocked(const QString& controlName, AgentEvents::LockedRequest outcome);
+    // A request for control was accepted or declined, or waits behind a locked screen.
+    void requestNoted(qint64 session, const QString& controlName, Activity::Kind kind,
+                      Activity::By by);
+    // Its window lives until it is closed.
+    void messageShown(const QObject* window, const QString& from, const QString& text);
     // Numbers tell the commands of this run apart.
-    void commandBegan(quint64 command, const QString& text);
+    void commandBegan(quint64 command, qint64 session, const QString& text);
     void commandEnded(quint64 command, qint64 status);
     void screenLockChanged(bool isLocked);
     void loginWindowLeft();

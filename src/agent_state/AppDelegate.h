@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent_state/AgentState.h"
+#include "platform/files/MemoryFile.h"
 #include "records/SessionInfo.h"
 #include "service_link/Client.h"
 #include "service_link/PayloadRecords.h"
@@ -28,9 +29,9 @@ struct Credentials;
 // Main thread, where nothing else is said.
 class AppDelegate : public QObject {
 public:
-    // `checkMessage` handles what the service sends, on the link's thread. Sets the options and the
-    // state to what a new process has.
-    explicit AppDelegate(ClientConnection::CheckMessage checkMessage);
+    // `checkMessage` handles what the service sends, on the link's thread. `kept` is what earlier
+    // runs have left. Sets the options and the state to what a new process has.
+    explicit AppDelegate(ClientConnection::CheckMessage checkMessage, MemoryFile kept = {});
     ~AppDelegate() override;
 
     static inline AgentOptions options;
@@ -97,7 +98,7 @@ public:
     // None where the report did not decode; the window is shown or redrawn all the same.
     static void statusReceived(const std::optional<StatusInfo>& status);
     // Tell those who listen that a remote command runs, and how it ended.
-    static void commandBegan(quint64 command, const QString& text);
+    static void commandBegan(quint64 command, qint64 session, const QString& text);
     static void commandEnded(quint64 command, qint64 status);
 
     // --- StatusWindow.cpp: when the connection status window comes up and goes ---
@@ -200,6 +201,7 @@ private:
     void finishCheck(const Credentials& check, bool isRight);
 
     const ClientConnection::CheckMessage m_checkMessage;
+    MemoryFile m_kept;                    // until the list of what happened has it
     std::shared_ptr<Credentials> m_check; // whose result is waited for
     QTimer m_restartWait;                 // after new settings
     bool m_opensSettingsAfterRestartWait = false;

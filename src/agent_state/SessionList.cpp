@@ -1,5 +1,7 @@
 #include "agent_state/SessionList.h"
 
+#include "records/Intervals.h"
+
 #include <algorithm>
 
 namespace {
@@ -22,7 +24,7 @@ void SessionList::add(const SessionInfo& session)
     if (!contains(session.session)) {
         m_sessions.append(session);
         Q_EMIT added(session);
-        tellBegan(session);
+        tellListed(session, true);
     }
 }
 
@@ -34,7 +36,7 @@ void SessionList::remove(qint64 session)
     if (found != m_sessions.cend()) {
         const SessionInfo gone = m_sessions.takeAt(found - m_sessions.cbegin());
         Q_EMIT removed(session);
-        Q_EMIT ended(gone);
+        tellEnded(gone);
     }
 }
 
@@ -52,35 +54,58 @@ void SessionList::replace(const QList<SessionInfo>& sessions)
     }
     for (const SessionInfo& session : before) {
         if (!contains(session.session)) {
-            Q_EMIT ended(session);
+            tellEnded(session);
         }
     }
     const QList<SessionInfo> after = m_sessions;
     for (const SessionInfo& session : after) {
-        if (isIn(before, session.session)) {
-            continue;
-        }
-        if (session.sessionDate ? *session.sessionDate < m_start : !m_hasReport) {
-            Q_EMIT ranBefore(session);
-        } else {
-            tellBegan(session);
-        }
+        tellListed(session, !isIn(before, session.session));
     }
-    m_hasReport = true;
-    const QSet<qint64> expected = m_expectedEnds;
+    const QList<qint64> expected = m_expectedEnds.keys();
     for (const qint64 session : expected) {
         if (!contains(session)) {
             forgetEnd(session);
         }
     }
+    m_hasReport = true;
+    Q_EMIT replaced();
 }
 
-void SessionList::tellBegan(const SessionInfo& session)
+void SessionList::expectEnd(qint64 session)
 {
-    if (m_expectedEnds.contains(session.session)) {
+    ExpectedEnd& end = m_expectedEnds[session];
+    end.since.start();
+    end.isTold = end.isTold && !std::exchange(end.hasFailed, false);
+}
+
+bool SessionList::isOlder(const SessionInfo& session) const
+{
+    return session.sessionDate ? *session.sessionDate < m_start : !m_hasReport;
+}
+
+void SessionList::tellListed(const SessionInfo& session, bool isNew)
+{
+    const auto end = m_expectedEnds.find(session.session);
+    if (end == m_expectedEnds.end()) {
+        if (isNew && isOlder(session)) {
+            Q_EMIT ranBefore(session);
+        } else if (isNew) {
+            Q_EMIT began(session);
+        }
+    } else if (end->since.hasExpired(Intervals::current().endReport.count()) &&
+               !std::exchange(end->hasFailed, true)) {
         Q_EMIT hasNotEnded(session);
-    } else {
-        Q_EMIT began(session);
+    }
+}
+
+// The end that the user brings about is told at once, and not again when it is reported.
+void SessionList::tellEnded(const SessionInfo& session)
+{
+    const auto end = m_expectedEnds.find(session.session);
+    const bool isNews =
+        end == m_expectedEnds.end() || !std::exchange(end->isTold, true) || end->hasFailed;
+    if (isNews) {
+        Q_EMIT ended(session);
     }
 }
 

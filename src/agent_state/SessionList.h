@@ -2,9 +2,10 @@
 
 #include "records/SessionInfo.h"
 
+#include <QElapsedTimer>
+#include <QHash>
 #include <QList>
 #include <QObject>
-#include <QSet>
 
 // The sessions that are open, and the one that changes them. Main thread.
 class SessionList : public QObject {
@@ -21,9 +22,10 @@ public:
     // The service has reported the whole list.
     void replace(const QList<SessionInfo>& sessions);
 
-    // Sessions that the user has ended and whose end the service has yet to report: one that is
-    // listed again has not ended.
-    void expectEnd(qint64 session) { m_expectedEnds.insert(session); }
+    // The user has ended a session, and the service has yet to report it: one that a report lists
+    // after `endReport` (see Intervals) has not ended. An earlier report was made before the
+    // service knew, so what it says of that session is no news.
+    void expectEnd(qint64 session);
     [[nodiscard]] bool isEndExpected(qint64 session) const
     {
         return m_expectedEnds.contains(session);
@@ -37,16 +39,25 @@ Q_SIGNALS:
     void removed(qint64 session);
     // What has happened. When a list replaces another, only sessions that differ begin or end.
     void began(const SessionInfo& session);
-    void ranBefore(const SessionInfo& session);   // instead: it began before this agent
-    void hasNotEnded(const SessionInfo& session); // instead of began()
+    void ranBefore(const SessionInfo& session); // instead: it began before this agent
+    void hasNotEnded(const SessionInfo& session);
     void ended(const SessionInfo& session);
+    void replaced(); // the whole list, after what differs was told
     void endForgotten(qint64 session);
 
 private:
-    void tellBegan(const SessionInfo& session);
+    struct ExpectedEnd {
+        QElapsedTimer since;
+        bool isTold = false; // the end; then its failure
+        bool hasFailed = false;
+    };
+
+    [[nodiscard]] bool isOlder(const SessionInfo& session) const;
+    void tellListed(const SessionInfo& session, bool isNew);
+    void tellEnded(const SessionInfo& session);
 
     const double m_start = sessionDateNow();
     bool m_hasReport = false; // of the whole list
     QList<SessionInfo> m_sessions;
-    QSet<qint64> m_expectedEnds;
+    QHash<qint64, ExpectedEnd> m_expectedEnds;
 };

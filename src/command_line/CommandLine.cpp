@@ -3,9 +3,13 @@
 #include "command_line/Doctor.h"
 #include "command_line/Enrolling.h"
 #include "command_line/Terminal.h"
+#include "localisation/ShownText.h"
+#include "localisation/Translate.h"
+#include "platform/accounts/PreferredLanguages.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/files/Json.h"
 #include "platform/files/MainBundle.h"
+#include "records/Activity.h"
 #include "settings/ServicePort.h"
 
 #include <QCommandLineParser>
@@ -24,6 +28,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString kProgram = u"vantoryAgent"_s;
+
+constexpr qsizetype kLongestLine = 500;
 
 struct Option;
 
@@ -45,7 +51,7 @@ struct Option {
     QLatin1StringView value; // as the help calls it; empty for an option without one
     QLatin1StringView help;
     Run run; // none for an option that goes with a command:
-    QLatin1StringView command = {};
+    QLatin1StringView commands = {};
 };
 
 int printVersion(const Terminal&, const Invocation&)
@@ -100,6 +106,38 @@ int printStatus(const Terminal& terminal, const Invocation& asked)
         printSession(terminal, session.toObject());
     }
     return sessions.isEmpty() ? terminal.say("status.noSession"_L1) : Terminal::Done;
+}
+
+int printHistory(const Terminal& terminal, const Invocation& asked)
+{
+    const QByteArray answer = RunningAgent::history().value_or(QByteArray());
+    const QJsonObject history = Json::read(answer).object.value_or(QJsonObject());
+    if (history.isEmpty()) {
+        return terminal.complain("status.notRunning"_L1);
+    }
+    if (asked.isJson) {
+        Terminal::print(shownJson(answer));
+        return Terminal::Done;
+    }
+    const auto document = getLanguageLabel();
+    const auto labels =
+        document ? document->info(languageFor(preferredLanguages())) : englishFallback();
+    const auto print = [](const QDateTime& time, const QString& text) {
+        Terminal::print(QLocale::system().toString(time.toLocalTime(), QLocale::ShortFormat) +
+                        u"  "_s + ShownText::line(text, kLongestLine));
+    };
+    print(QDateTime::fromString(history["since"_L1].toString(), Qt::ISODateWithMs),
+          labels.Activity.since);
+    const QJsonArray entries = history["entries"_L1].toArray();
+    for (const QJsonValue& entry : entries) {
+        if (const auto activity = Activity::fromJson(entry.toObject())) {
+            const QString status = activity->statusText(labels);
+            print(activity->time, activity->event(labels) +
+                                      (status.isEmpty() ? status : u" ("_s + status + u')') +
+                                      u": "_s + activity->details());
+        }
+    }
+    return Terminal::Done;
 }
 
 int endSession(const Terminal& terminal, const Invocation& asked)
@@ -165,7 +203,8 @@ int printHelp(const Terminal& terminal, const Invocation&);
 // In the help's order.
 const Option kOptions[] = {
     {"status"_L1, {}, "help.status"_L1, &printStatus},
-    {"json"_L1, {}, "help.json"_L1, nullptr, "status"_L1},
+    {"history"_L1, {}, "help.history"_L1, &printHistory},
+    {"json"_L1, {}, "help.json"_L1, nullptr, "status history"_L1},
     {"end-session"_L1, "NUMBER"_L1, "help.endSession"_L1, &endSession},
     {"end-all-sessions"_L1, {}, "help.endAll"_L1, &endAllSessions},
     {"doctor"_L1,
@@ -267,7 +306,8 @@ Invocation invocationOf(const QStringList& arguments)
     }
     for (const Option& option : kOptions) {
         const bool isAddition = option.run == nullptr && parser.isSet(QString(option.name));
-        if (isAddition && (asked.command == nullptr || asked.command->name != option.command)) {
+        if (isAddition && (asked.command == nullptr ||
+                           !QString(option.commands).split(u' ').contains(asked.command->name))) {
             return wrongUse(u"--"_s + option.name);
         }
     }

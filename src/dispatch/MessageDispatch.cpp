@@ -107,7 +107,9 @@ void execute(const Received& received)
         return;
     }
     const quint64 command = ++lastCommand;
-    AppDelegate::post([command, text = info->exec] { AppDelegate::commandBegan(command, text); });
+    AppDelegate::post([command, session = info->session, text = info->exec] {
+        AppDelegate::commandBegan(command, session, text);
+    });
     RemoteCommands::Started started = start(info->exec);
     received.result.awaited = std::move(started.end);
     received.result.rest = [command, session = info->session, wait = started.wait] {

@@ -75,6 +75,7 @@ QString complaintOf(const ChildProcess::Result& result)
 
 void Keeper::run()
 {
+    ProcessMemory::hide(); // with what it keeps for the agents
     ProcessMemory::useOneHeap();
     const QString display = DisplayConnection::name();
     if (display.isEmpty()) {
@@ -118,7 +119,10 @@ int Keeper::keep()
     const QStringList arguments = QStringList{u"--kept"_s} + m_arguments;
     while (awaitService()) {
         const auto begin = std::chrono::steady_clock::now();
-        const auto result = ChildProcess::run(agentPath(), arguments, {.endsWithProgram = true});
+        const auto result = ChildProcess::run(
+            agentPath(), arguments,
+            {.inherited = m_kept.isOpen() ? std::optional(m_kept.descriptor()) : std::nullopt,
+             .endsWithProgram = true});
         if (isEnding) {
             waitForProgramEnd();
         }

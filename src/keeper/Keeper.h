@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/display/DisplayConnection.h"
+#include "platform/files/MemoryFile.h"
 #include "platform/processes/ChildProcess.h"
 
 #include <QString>
@@ -56,6 +57,7 @@ private:
     const QStringList m_arguments;
     const Intervals m_intervals;
     DisplayConnection m_display;
+    const MemoryFile m_kept = MemoryFile::make(); // what an agent leaves to the next one
     QString m_lastComplaint;
     std::chrono::milliseconds m_wait = m_intervals.betweenLooks;
 };

@@ -123,12 +123,17 @@ const Label kLabels[] = {
     EXTRA(Activity, ended, u"Session ended"),
     EXTRA(Activity, notEnded, u"Session has not ended"),
     EXTRA(Activity, accepted, u"Request accepted on your behalf"),
+    EXTRA(Activity, acceptedByYou, u"You accepted a request"),
+    EXTRA(Activity, declined, u"You declined a request"),
+    EXTRA(Activity, waits, u"A request waits for your answer"),
+    EXTRA(Activity, message, u"Message"),
     EXTRA(Activity, command, u"Command"),
     EXTRA(Activity, running, u"Running"),
     EXTRA(Activity, status, u"Status"),
     EXTRA(Activity, time, u"Time"),
     EXTRA(Activity, event, u"Event"),
     EXTRA(Activity, details, u"Details"),
+    EXTRA(Activity, since, u"Listed since"),
     EXTRA(Activity, earlier, u"Earlier entries that are not shown"),
 };
 

@@ -53,8 +53,8 @@ struct JsonData {
             QString username, password, wrong, checking;
         };
         struct Activity {
-            QString title, away, began, ended, notEnded, accepted, command, running, status, time,
-                event, details, earlier;
+            QString title, away, began, ended, notEnded, accepted, acceptedByYou, declined, waits,
+                message, command, running, status, time, event, details, since, earlier;
         };
         struct error {
             QString regionTitle, regionMsg1, regionMsg2, accountIdTitle, accountIdMsg,

@@ -80,10 +80,15 @@ QByteArray firstLine()
     return record(u"the log had reached 16 MiB and was emptied"_s).toUtf8();
 }
 
-void sendToJournal(Journal::Priority priority, const QString& message)
+void sendToJournal(Journal::Priority priority, const QString& message,
+                   const JournalFields& fields = {})
 {
     if (const auto bytes = utf8(visible(message))) {
-        Journal::send(priority, *bytes);
+        Journal::Fields sent = {{"MESSAGE", *bytes}};
+        for (const auto& [name, value] : fields) {
+            sent.append({name, visible(value).toUtf8()});
+        }
+        Journal::send(priority, sent);
     }
 }
 
@@ -123,9 +128,9 @@ void printErrorLog(const QString& message, ToJournal toJournal)
     }
 }
 
-void printJournal(const QString& message)
+void printJournal(const QString& message, const JournalFields& fields)
 {
-    sendToJournal(Journal::Priority::Information, message);
+    sendToJournal(Journal::Priority::Information, message, fields);
 }
 
 void fatalState(const QString& why)

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <QByteArray>
+#include <QList>
 #include <QString>
+
+#include <utility>
 
 // The two log files of the program: ordinary messages and errors. Each holds one run, or all that
 // overlapped; it is emptied when it gets too long (see SharedLogFile).
@@ -40,8 +44,9 @@ void printLog(const QString& message);
 // fault.
 enum class ToJournal { No, Yes };
 void printErrorLog(const QString& message, ToJournal toJournal = ToJournal::Yes);
-// An entry of the system's journal, and no line of a file.
-void printJournal(const QString& message);
+// An entry of the system's journal, and no line of a file. Fields of our own have our name.
+using JournalFields = QList<std::pair<QByteArray, QString>>;
+void printJournal(const QString& message, const JournalFields& fields = {});
 
 // Ends the program where it must not go on: one line on standard error, in the system's journal
 // and, once cleanUp() has made the file this run's, in the error log says why, then abort().

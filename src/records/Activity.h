@@ -1,43 +1,48 @@
 #pragma once
 
+#include "localisation/Translate.h"
+
 #include <QDateTime>
-#include <QList>
+#include <QJsonObject>
 #include <QString>
 
 #include <optional>
 
-// One thing that happened to this computer in this run of the agent.
+// One thing that happened to this computer.
 struct Activity {
-    enum class Kind { SessionBegan, SessionEnded, SessionNotEnded, RequestAccepted, Command };
+    enum class Kind {
+        SessionBegan,
+        SessionEnded,
+        SessionNotEnded,
+        RequestAccepted,
+        RequestDeclined,
+        RequestWaits, // behind a locked screen, while another user is at the machine's
+        Message,
+        Command
+    };
+    // Whose answer to a request it was.
+    enum class By { User, LockedScreen };
 
     Kind kind = Kind::SessionBegan;
-    QDateTime time;
-    QString text; // the operator's name, or the command
-    // Of a command only: what finish() knows it by, and its status once it has ended.
-    quint64 command = 0;
-    std::optional<qint64> status = std::nullopt;
-    bool isUnseen = false; // it happened while the user was away
-};
+    QDateTime time = {};
+    qint64 session = 0; // of all but messages
+    QString name = {};  // the operator's, or the message's sender
+    QString text = {};  // the command, or the message
+    By by = By::User;
+    std::optional<qint64> status = std::nullopt; // of a command that has ended
+    bool isRunning = false;                      // the command
+    bool isUnseen = false;                       // it happened while the user was away
+    // Tells the commands and the messages of this run of the agent apart.
+    quint64 number = 0;
 
-// What happened, in order. It lives in memory only and is bounded: the oldest entries are dropped
-// and counted, those that the user has seen first.
-class ActivityList {
-public:
-    static constexpr qsizetype kMost = 1'000;
-    // Of an entry's text, in UTF-16 code units; what is longer is cut, and ends in '…'.
-    static constexpr qsizetype kLongestText = 4'000;
+    // "Session began".
+    [[nodiscard]] QString event(const JsonData::Info& labels) const;
+    // "Ann", "true", "Ann: the message".
+    [[nodiscard]] QString details() const;
+    // "0", "Running"; empty where there is none.
+    [[nodiscard]] QString statusText(const JsonData::Info& labels) const;
 
-    void add(const Activity& activity);
-    // A command has ended.
-    void finish(quint64 command, qint64 status);
-
-    [[nodiscard]] const QList<Activity>& all() const { return m_all; }
-    // How many older ones were dropped.
-    [[nodiscard]] qint64 dropped() const { return m_dropped; }
-    [[nodiscard]] QList<Activity> unseen() const;
-    void markSeen();
-
-private:
-    QList<Activity> m_all;
-    qint64 m_dropped = 0;
+    // Without the number. None where a value is missing or none of ours.
+    [[nodiscard]] QJsonObject toJson() const;
+    [[nodiscard]] static std::optional<Activity> fromJson(const QJsonObject& json);
 };

@@ -44,5 +44,8 @@ void Client::didStopCallback(const std::optional<NetworkError>& error)
     if (who == End::Later) {
         waitForProgramEnd();
     }
+    if (who == End::ByLink && !error) {
+        printJournal(u"ends, because the service has closed the link"_s);
+    }
     endProgram(error && who == End::ByLink ? 1 : 0);
 }

@@ -48,31 +48,14 @@ public:
     }
 };
 
-// Of a command of several lines the first one, and a mark that more follows.
-QString detailsText(const Activity& activity)
+// Of several lines the first one, and a mark that more follows.
+QString firstLine(const QString& text)
 {
-    const qsizetype end =
-        activity.kind == Activity::Kind::Command ? activity.text.indexOf(u'\n') : -1;
-    return ShownText::line(end < 0 ? activity.text : activity.text.first(end) + u'…', kLongestText);
-}
-
-QString statusText(const Activity& activity, const JsonData::Info& labels)
-{
-    if (activity.kind != Activity::Kind::Command) {
-        return {};
-    }
-    return activity.status ? QString::number(*activity.status) : labels.Activity.running;
+    const qsizetype end = text.indexOf(u'\n');
+    return ShownText::line(end < 0 ? text : text.first(end) + u'…', kLongestText);
 }
 
 } // namespace
-
-QString ActivityWindow::eventName(Activity::Kind kind, const JsonData::Info& labels)
-{
-    const auto& words = labels.Activity;
-    const QStringList names{words.began, words.ended, words.notEnded, words.accepted,
-                            words.command}; // in the order of Kind
-    return names.value(static_cast<int>(kind));
-}
 
 ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
     : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
@@ -141,19 +124,21 @@ void ActivityWindow::fill()
         entries.insertTopLevelItem(0, itemFor(activity, labels));
     }
     entries.verticalScrollBar()->setValue(scrolled);
-    m_ui->earlier->setText(activities.dropped() > 0 ? labels.Activity.earlier + u": "_s +
-                                                          QString::number(activities.dropped())
-                                                    : QString());
+    QString since = labels.Activity.since + u": "_s + timeText(activities.since());
+    if (activities.dropped() > 0) {
+        since += u'\n' + labels.Activity.earlier + u": "_s + QString::number(activities.dropped());
+    }
+    m_ui->since->setText(since);
 }
 
 QTreeWidgetItem* ActivityWindow::itemFor(const Activity& activity,
                                          const JsonData::Info& labels) const
 {
     auto* const item =
-        new QTreeWidgetItem({timeText(activity.time), eventName(activity.kind, labels),
-                             detailsText(activity), statusText(activity, labels)});
-    item->setToolTip(kDetails, ShownText::toolTip(activity.text));
-    item->setData(kDetails, Qt::UserRole, activity.text);
+        new QTreeWidgetItem({timeText(activity.time), activity.event(labels),
+                             firstLine(activity.details()), activity.statusText(labels)});
+    item->setToolTip(kDetails, ShownText::toolTip(activity.details()));
+    item->setData(kDetails, Qt::UserRole, activity.details());
     if (activity.isUnseen) {
         QFont bold = font();
         bold.setBold(true);

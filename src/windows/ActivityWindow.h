@@ -1,7 +1,7 @@
 #pragma once
 
 #include "localisation/Translate.h"
-#include "records/Activity.h"
+#include "records/ActivityList.h"
 #include "window_kit/AgentWindow.h"
 
 #include <QDialog>
@@ -16,18 +16,15 @@ namespace Ui {
 class ActivityWindow;
 }
 
-// The list of what happened to this computer in this run of the agent: sessions, requests that were
-// accepted on the user's behalf, and commands that the service ran. The newest stands first; what
-// happened while the user was away is bold until the window is closed. There is one for the agent's
-// whole life. Main thread.
+// The list of what happened to this computer: sessions, requests for control and who answered them,
+// messages, and commands that the service ran. The newest stands first; what happened while the
+// user was away is bold until the window is closed. There is one for the agent's whole life. Main
+// thread.
 class ActivityWindow : public AgentWindow<QDialog> {
     Q_OBJECT
 
 public:
     using Source = std::function<const ActivityList&()>;
-
-    // "Session began".
-    [[nodiscard]] static QString eventName(Activity::Kind kind, const JsonData::Info& labels);
 
     ActivityWindow(LabelSource labels, Source activities);
     ~ActivityWindow() override;

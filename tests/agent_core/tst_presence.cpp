@@ -160,16 +160,20 @@ private Q_SLOTS:
     {
         QVERIFY(m_agent->start());
         Q_EMIT AppDelegate::state().events.screenLockChanged(true);
-        Q_EMIT AppDelegate::state().events.requestedWhileLocked(
-            u"Ann"_s, AgentEvents::LockedRequest::Accepted);
+        Q_EMIT AppDelegate::state().events.requestNoted(
+            7, u"Ann"_s, Activity::Kind::RequestAccepted, Activity::By::LockedScreen);
         QVERIFY(m_agent->send(connected(7, "Ann")));
         QVERIFY(m_agent->send("disconnected_session=7"));
         QVERIFY(m_agent->send(R"(execute_command={"session":7,"exec":"true\ntrue"})"));
+        QVERIFY(m_agent->send(R"(receive_message={"from":"Eve","text":"a","timeout":1,"icon":1})"));
+        QTRY_COMPARE(AppDelegate::state().messageInbox.size(), 0); // closed by itself
+        QVERIFY(m_agent->send(R"(receive_message={"from":"Eve","text":"b","timeout":0,"icon":1})"));
         QVERIFY(AppDelegate::state().statusBarMenu->actions().constLast()->isVisible());
         takeCalls();
         Q_EMIT AppDelegate::state().events.screenLockChanged(false);
         QTRY_COMPARE(m_server->title(), u"While you were away"_s);
-        QCOMPARE(m_server->text().split(u'\n').size(), 3);
+        QCOMPARE(m_server->text().split(u'\n').size(), 5);
+        QVERIFY(m_server->text().endsWith(u"\nCommand (1): true true"));
         QVERIFY(m_server->text().contains(u"Request accepted on your behalf: Ann"));
         QCOMPARE(m_server->expires(), 0);
         AppDelegate::connectionDisplay();
@@ -180,7 +184,8 @@ private Q_SLOTS:
         QCOMPARE(takeCalls(), QString());
 
         m_agent->delegate->findChild<ActivityLog*>()->show();
-        QTRY_COMPARE(activities(), QStringList({u"Command|true…|0"_s, u"*Session ended|Ann|"_s,
+        QTRY_COMPARE(activities(), QStringList({u"Message|Eve: b|"_s, u"*Message|Eve: a|"_s,
+                                                u"*Command|true…|0"_s, u"*Session ended|Ann|"_s,
                                                 u"*Session began|Ann|"_s,
                                                 u"*Request accepted on your behalf|Ann|"_s}));
         takeCalls();
@@ -195,6 +200,10 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(status(kAnn)));
         AppDelegate::connectionDisplay();
         AppDelegate::endSession(7);
+        takeCalls();
+        QVERIFY(m_agent->send(status(kAnn))); // the service does not know yet
+        QCOMPARE(takeCalls(), QString());
+        Intervals::current().endReport = std::chrono::milliseconds(0);
         QVERIFY(m_agent->send(status(kAnn)));
         QTRY_COMPARE(m_server->title(), u"Session has not ended: Ann"_s);
         const auto* const note = window("ConnectionStatus")->findChild<QLabel*>(u"note"_s);
@@ -225,6 +234,29 @@ private Q_SLOTS:
                     window("ConnectionStatus")->isVisible());
         QVERIFY(m_agent->sent().contains("#####request=connections_status"));
         QCOMPARE(m_agent->log().filter(u"at the login window"_s).size(), 2);
+    }
+
+    // A list that is kept grows no larger than its bound, and is read whole or not at all.
+    void damagedListsAreDropped()
+    {
+        ActivityList list;
+        for (int i = 0; i < 1'200; ++i) {
+            list.put({.kind = Activity::Kind::Command,
+                      .time = QDateTime::currentDateTime(),
+                      .text = QString(5'000, QChar(1 + i)),
+                      .isRunning = true});
+        }
+        const QByteArray records = list.records(MemoryFile::kSize);
+        QVERIFY(records.size() <= MemoryFile::kSize && list.all().size() > 20);
+        const auto kept = ActivityList::fromRecords(records);
+        QVERIFY(kept && !kept->all().constFirst().isRunning);
+        QCOMPARE(kept->dropped(), 1'200 - list.all().size());
+        QCOMPARE(kept->all().constLast().text, list.all().constLast().text);
+        for (const QByteArray& bad :
+             {QByteArray(records).replace("false", "true "), records.chopped(1), records.mid(1),
+              records + "0000 {}\n", records.mid(records.indexOf('\n') + 1)}) {
+            QVERIFY(!ActivityList::fromRecords(bad));
+        }
     }
 
     void managedOrNotIsKnownFromTheStart()

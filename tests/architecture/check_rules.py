@@ -22,10 +22,10 @@ FOLDERS = {
     "src/service_link": "platform logging records",
     "src/settings": "platform logging localisation records",
     "src/window_kit": "platform localisation",
-    "src/command_line": "platform localisation settings",
+    "src/command_line": "platform localisation records settings",
     "src/windows": "platform logging localisation records window_kit",
     "src/chat": "platform logging localisation records window_kit",
-    "src/agent_state": "platform/threads localisation records service_link settings",
+    "src/agent_state": "platform/files platform/threads localisation records service_link settings",
     "src/agent_core": "platform logging localisation records service_link settings window_kit windows"
                       " chat agent_state",
     "src/dispatch": "platform logging localisation records service_link agent_state",

@@ -84,6 +84,12 @@ int onStatus(sd_bus_message* call, void*, sd_bus_error*)
     return sd_bus_reply_method_return(call, "s", status.constData());
 }
 
+int onHistory(sd_bus_message* call, void*, sd_bus_error*)
+{
+    const QByteArray history = place().requests.history();
+    return sd_bus_reply_method_return(call, "s", history.constData());
+}
+
 int onEndSession(sd_bus_message* call, void*, sd_bus_error*)
 {
     qint64 session = 0;
@@ -136,6 +142,7 @@ void RunningAgent::answer(Requests requests)
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("Present", "u", "q", &onPresent, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD("Status", "", "s", &onStatus, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD("History", "", "s", &onHistory, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD("EndSession", "x", "b", &onEndSession, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
     place().requests = std::move(requests);
@@ -159,6 +166,11 @@ std::optional<quint16> RunningAgent::present()
 std::optional<QByteArray> RunningAgent::status()
 {
     return call("Status").value<const char*>('s');
+}
+
+std::optional<QByteArray> RunningAgent::history()
+{
+    return call("History").value<const char*>('s');
 }
 
 std::optional<bool> RunningAgent::endSession(qint64 session)

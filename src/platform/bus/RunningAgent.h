@@ -28,6 +28,7 @@ struct Requests {
     std::function<void(quint32)> present;
     std::function<quint16()> port;          // that its link goes to
     std::function<QByteArray()> status;     // as JSON text
+    std::function<QByteArray()> history;    // likewise
     std::function<bool(qint64)> endSession; // whether there was such a session
 };
 // Answers calls from the main loop, one at a time. Once, with an application object.
@@ -37,6 +38,7 @@ void answer(Requests requests);
 // has the name on the bus or it does not reply.
 [[nodiscard]] std::optional<quint16> present(); // the port of its link
 [[nodiscard]] std::optional<QByteArray> status();
+[[nodiscard]] std::optional<QByteArray> history();
 [[nodiscard]] std::optional<bool> endSession(qint64 session);
 
 enum class Presence {

@@ -63,7 +63,7 @@ Descriptor pipeWith(const QByteArray& bytes)
 }
 
 ChildProcess::Child spawn(const QString& program, const QStringList& arguments,
-                          const QByteArray& inputBytes)
+                          const QByteArray& inputBytes, std::optional<int> inherited)
 {
     std::vector<QByteArray> texts = {QFile::encodeName(program)};
     for (const QString& argument : arguments) {
@@ -92,7 +92,11 @@ ChildProcess::Child spawn(const QString& program, const QStringList& arguments,
     }
     ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     ::posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
-    ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+    int last = STDERR_FILENO;
+    if (inherited) {
+        ::posix_spawn_file_actions_adddup2(&files, *inherited, ++last);
+    }
+    ::posix_spawn_file_actions_addclosefrom_np(&files, last + 1);
 
     posix_spawnattr_t attributes;
     ::posix_spawnattr_init(&attributes);
@@ -172,7 +176,7 @@ ChildProcess::Child ChildProcess::start(const QString& program, const QStringLis
             return failure(ECANCELED);
         }
     }
-    Child child = spawn(program, arguments, options.input);
+    Child child = spawn(program, arguments, options.input, options.inherited);
     if (lock && !child.error) {
         running().leaders.push_back(child.pid);
     }

@@ -13,9 +13,9 @@
 // argument can't be passed on and counts as an invalid argument: nothing is started then.
 //
 // A child starts in a session of its own (no terminal), with the default action for every signal,
-// an empty signal mask and no descriptor of ours but the standard three. Its input is empty, its
-// output and errors go nowhere, so that no child ever waits for the agent. Everybody can read the
-// arguments: a password goes through the input.
+// an empty signal mask and no descriptor of ours but the standard three and what it is given. Its
+// input is empty, its output and errors go nowhere, so that no child ever waits for the agent.
+// Everybody can read the arguments: a password goes through the input.
 namespace ChildProcess {
 
 struct Result {
@@ -33,6 +33,8 @@ struct Options {
     QByteArray input = {};
     // After this time the child and its process group are killed.
     std::optional<std::chrono::milliseconds> limit = {};
+    // A descriptor of ours that is the child's number 3.
+    std::optional<int> inherited = {};
     // Whether endRunning() ends it.
     bool endsWithProgram = false;
 };

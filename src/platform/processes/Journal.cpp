@@ -17,7 +17,23 @@
 
 using namespace Qt::StringLiterals;
 
-void Journal::send(Priority priority, const QByteArray& message)
+namespace {
+
+// With its length before it a value may have several lines.
+QByteArray field(const QByteArray& name, const QByteArray& value)
+{
+    constexpr qsizetype kLongest = 16 * 1024;
+    // The decoder keeps half a character at the end to itself.
+    const QByteArray text =
+        QString(QStringDecoder(QStringConverter::Utf8).decode(value.left(kLongest))).toUtf8();
+    QByteArray length(sizeof(quint64), Qt::Uninitialized);
+    qToLittleEndian(static_cast<quint64>(text.size()), length.data());
+    return name + '\n' + length + text + '\n';
+}
+
+} // namespace
+
+void Journal::send(Priority priority, const Fields& fields)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -28,16 +44,12 @@ void Journal::send(Priority priority, const QByteArray& message)
     }
     std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
 
-    constexpr qsizetype kLongest = 16 * 1024;
-    // The decoder keeps half a character at the end to itself.
-    const QByteArray text =
-        QString(QStringDecoder(QStringConverter::Utf8).decode(message.left(kLongest))).toUtf8();
-    // A message with its length before it may have several lines.
-    QByteArray length(sizeof(quint64), Qt::Uninitialized);
-    qToLittleEndian(static_cast<quint64>(text.size()), length.data());
-    const QByteArray entry = "MESSAGE\n" + length + text +
-                             "\nPRIORITY=" + QByteArray::number(static_cast<int>(priority)) +
-                             "\nSYSLOG_IDENTIFIER=vantoryAgent\n";
+    QByteArray entry;
+    for (const auto& [name, value] : fields) {
+        entry += field(name, value);
+    }
+    entry += "PRIORITY=" + QByteArray::number(static_cast<int>(priority)) +
+             "\nSYSLOG_IDENTIFIER=vantoryAgent\n";
     [[maybe_unused]] const auto sent = ::sendto(
         socket.value(), entry.constData(), static_cast<std::size_t>(entry.size()),
         MSG_DONTWAIT | MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);

@@ -1,6 +1,9 @@
 #pragma once
 
-class QByteArray;
+#include <QByteArray>
+#include <QList>
+
+#include <utility>
 
 // The system's journal (systemd-journald), where there is one. Its entries bear the program's name,
 // so that "journalctl -t vantoryAgent" finds them.
@@ -12,8 +15,11 @@ namespace Journal {
 
 enum class Priority { Critical = 2, Error = 3, Information = 6 }; // the levels of syslog (RFC 5424)
 
-// One entry. The message is UTF-8; of a longer one the first 16 KiB are sent.
-void send(Priority priority, const QByteArray& message);
+// The names of fields and their values, "MESSAGE" among them. The values are UTF-8; of a longer one
+// the first 16 KiB are sent.
+using Fields = QList<std::pair<QByteArray, QByteArray>>;
+// One entry.
+void send(Priority priority, const Fields& fields);
 
 // Whether what is written to standard error becomes an entry by itself, as in a service of systemd.
 [[nodiscard]] bool takesStandardError();
