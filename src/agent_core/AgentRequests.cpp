@@ -15,6 +15,25 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// JSON text that a terminal may show and that D-Bus takes: only printable characters are not
+// escaped.
+QByteArray textOf(const QJsonObject& object)
+{
+    QByteArray text;
+    const auto json = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+    for (const char32_t c : json.toUcs4()) {
+        const QString character = QString::fromUcs4(&c, 1);
+        if (QChar::isPrint(c)) {
+            text += character.toUtf8();
+            continue;
+        }
+        for (const QChar unit : character) {
+            text += "\\u" + QByteArray::number(unit.unicode(), 16).rightJustified(4, '0');
+        }
+    }
+    return text;
+}
+
 // JSON text (RFC 8259):
 //   {"running": true, "port": 62188, "linked": true, "gateway": "North",
 //    "sessions": [{"session": 7, "name": "Ann Carter", "device": "Desk 12",
@@ -35,13 +54,11 @@ QByteArray status()
         sessions.append(entry);
     }
     const bool isLinked = state.gatewayConnectionStatus;
-    const QJsonObject status{
-        {u"running"_s, true},
-        {u"port"_s, AppDelegate::options.portUI},
-        {u"linked"_s, isLinked},
-        {u"gateway"_s, isLinked ? state.connectionStatus->gateway_name : QString()},
-        {u"sessions"_s, sessions}};
-    return QJsonDocument(status).toJson(QJsonDocument::Compact);
+    return textOf({{u"running"_s, true},
+                   {u"port"_s, AppDelegate::options.portUI},
+                   {u"linked"_s, isLinked},
+                   {u"gateway"_s, isLinked ? state.connectionStatus->gateway_name : QString()},
+                   {u"sessions"_s, sessions}});
 }
 
 bool endListedSession(qint64 session)
@@ -57,20 +74,16 @@ bool endListedSession(qint64 session)
 
 void AgentRequests::answer(const ActivityLog& log)
 {
-    RunningAgent::answer(
-        {.present =
-             [](quint32 time) {
-                 WindowActivation::noteAction(time);
-                 AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
-             },
-         .port = [] { return AppDelegate::options.portUI; },
-         .status = &status,
-         .history =
-             [&log] {
-                 return QJsonDocument(log.activities().toJson()).toJson(QJsonDocument::Compact);
-             },
-         .endSession =
-             [](qint64 session) {
-                 return !AppDelegate::isTerminating() && endListedSession(session);
-             }});
+    RunningAgent::answer({.present =
+                              [](quint32 time) {
+                                  WindowActivation::noteAction(time);
+                                  AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
+                              },
+                          .port = [] { return AppDelegate::options.portUI; },
+                          .status = &status,
+                          .history = [&log] { return textOf(log.activities().toJson()); },
+                          .endSession =
+                              [](qint64 session) {
+                                  return !AppDelegate::isTerminating() && endListedSession(session);
+                              }});
 }

@@ -73,27 +73,13 @@ void printSession(const Terminal& terminal, const QJsonObject& session)
                   QLocale::system().toString(began.toLocalTime(), QLocale::ShortFormat)});
 }
 
-// JSON text as a terminal may show it: what could move the cursor or turn the reading direction is
-// escaped. Such characters stand in strings only.
-QString shownJson(const QByteArray& json)
-{
-    QString result;
-    for (const QChar c : QString::fromUtf8(json)) {
-        const bool isRisky = c.category() == QChar::Other_Control ||
-                             (c >= QChar(0x202A) && c <= QChar(0x202E)) ||
-                             (c >= QChar(0x2066) && c <= QChar(0x206F));
-        result += isRisky ? u"\\u%1"_s.arg(c.unicode(), 4, 16, QChar(u'0')) : QString(c);
-    }
-    return result;
-}
-
 int printStatus(const Terminal& terminal, const Invocation& asked)
 {
     const QByteArray answer = RunningAgent::status().value_or(QByteArray());
     const QJsonObject status = Json::read(answer).object.value_or(QJsonObject());
     const bool isRunning = status["running"_L1].toBool();
     if (asked.isJson) {
-        Terminal::print(shownJson(isRunning ? answer : R"({"running":false})"));
+        Terminal::print(isRunning ? QString::fromUtf8(answer) : u"{\"running\":false}"_s);
         return isRunning ? Terminal::Done : Terminal::Failed;
     }
     if (!isRunning) {
@@ -116,7 +102,7 @@ int printHistory(const Terminal& terminal, const Invocation& asked)
         return terminal.complain("status.notRunning"_L1);
     }
     if (asked.isJson) {
-        Terminal::print(shownJson(answer));
+        Terminal::print(QString::fromUtf8(answer));
         return Terminal::Done;
     }
     const auto document = getLanguageLabel();

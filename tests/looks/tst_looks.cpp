@@ -211,11 +211,13 @@ private:
     void activity()
     {
         ActivityList list;
+        const auto now = QDateTime::currentDateTime();
         for (const auto kind : {Activity::Kind::SessionNotEnded, Activity::Kind::RequestAccepted}) {
-            list.add({kind, QDateTime::currentDateTime().addDays(-1), kName});
+            list.put({.kind = kind, .time = now.addDays(-1), .name = kName});
         }
-        list.add({Activity::Kind::Command, QDateTime::currentDateTime(),
-                  u"/usr/bin/systemctl restart cups.service && journalctl --unit cups"_s, 1});
+        list.put({.kind = Activity::Kind::Command,
+                  .time = now,
+                  .text = u"/usr/bin/systemctl restart cups.service && journalctl --unit cups"_s});
         ActivityWindow activity(m_source, [&list]() -> const ActivityList& { return list; });
         activity.present();
         look(u"what-happened"_s, "ActivityWindow");
