@@ -5,12 +5,12 @@
 #include "ui_ActivityWindow.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
-#include "windows/ArrivalTime.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QHideEvent>
+#include <QLocale>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QStyledItemDelegate>
@@ -28,12 +28,12 @@ constexpr int kDetails = 2; // the column
 // Changes that come one upon the other fill the list once.
 constexpr std::chrono::milliseconds kGathering(100);
 
-// Today's without the date.
+// Today's without the date. Short, so that names have room beside it.
 QString timeText(const QDateTime& time)
 {
     return time.date() == QDate::currentDate()
                ? time.toString(u"HH:mm:ss"_s)
-               : arrivalTime(time, preferredLanguages().constFirst());
+               : QLocale(preferredLanguages().constFirst()).toString(time, QLocale::ShortFormat);
 }
 
 // Keeps the columns and lines apart.
