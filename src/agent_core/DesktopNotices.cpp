@@ -59,8 +59,12 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     m_questionTimer.setInterval(kUntilInPlace);
     m_sessionTimer.callOnTimeout(this, &DesktopNotices::showSessions);
     m_questionTimer.callOnTimeout(this, &DesktopNotices::lookAtQuestion);
-    connect(&m_status, &ConnectionStatus::cameUp, this,
-            [this] { m_notifications.letPass(Notifications::Place::Absence); });
+    connect(&m_status, &ConnectionStatus::cameUp, this, [this] {
+        m_notifications.letPass(Notifications::Place::Absence);
+        if (m_sessionTimer.isActive()) {
+            m_sessionTimer.start(); // it is not in its place yet
+        }
+    });
     connect(&m_notifications, &Notifications::activated, this, &DesktopNotices::activated);
     connect(&m_notifications, &Notifications::taken, this, [this](Notifications::Place place) {
         if (place == Notifications::Place::Icon) {
