@@ -2,6 +2,7 @@
 #include "NotificationServer.h"
 #include "ServiceMessages.h"
 #include "agent_core/ActivityLog.h"
+#include "platform/desktop/Notifications.h"
 #include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
 #include "settings/AllowedSettings.h"
@@ -10,14 +11,18 @@
 #include "windows/UserAcknowlegement.h"
 
 #include <QAction>
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDir>
 #include <QLabel>
 #include <QMenu>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTreeWidget>
+
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 using namespace ServiceMessages;
@@ -73,16 +78,62 @@ private Q_SLOTS:
         m_server.reset();
     }
 
-    void neverAsksForEver()
+    void theServerGetsTheWholeContent()
     {
-        Intervals::current().showConnection = std::chrono::milliseconds(1);
-        QVERIFY(m_agent->start());
-        QVERIFY(m_agent->send(status({})));
-        QVERIFY(m_agent->send(status(kAnn)));
-        QTRY_COMPARE(m_agent->sent().size(), 1); // the window has come up
-        QVERIFY(m_agent->send(status(kAnn)));
-        QTest::qWait(100); // the window's time is over
-        QCOMPARE(m_agent->sent(), QByteArrayList{"#####request=connections_status"});
+        for (const bool isOther : {false, true}) {
+            m_server->last = {};
+            m_server->capabilities = {isOther ? u"body-markup"_s : u"body"_s};
+            Notifications notifications(u"App"_s, u"/icon.png"_s);
+            const QString strange = u"<b>a\u0000\"&"_s + QChar(0xD83D); // half of a pair
+            notifications.show(Notifications::Place::Absence, {strange, strange, strange, isOther});
+            QTRY_COMPARE(m_server->last.member(), u"Notify"_s);
+            const QString title = u"<b>a\uFFFD\"&?"_s;
+            const QString text = isOther ? u"&lt;b&gt;a\uFFFD&quot;&amp;?"_s : title;
+            const QVariantMap hints = {{u"urgency"_s, QVariant::fromValue<uchar>(isOther ? 2 : 1)},
+                                       {u"desktop-entry"_s, u"vantoryAgent"_s}};
+            auto sent = m_server->last.arguments();
+            sent[6] = qdbus_cast<QVariantMap>(sent[6]);
+            QCOMPARE(sent,
+                     QVariantList({u"App"_s, 0U, u"/icon.png"_s, title, text,
+                                   QStringList{u"default"_s, title}, hints, isOther ? 0 : -1}));
+        }
+    }
+
+    // One call at a time; only the server's signals count, and of its numbers only ours.
+    void onlyTheNewestIsShown()
+    {
+        Notifications notifications(u"App"_s, {});
+        int clicks = 0;
+        connect(&notifications, &Notifications::activated, this, [&clicks] { ++clicks; });
+        const auto show = [&notifications](const QString& title) {
+            notifications.show(Notifications::Place::Question, {title, {}, {}});
+        };
+        const QSignalSpy taken(&notifications, &Notifications::taken);
+        show(u"a"_s);
+        QTRY_COMPARE(taken.size(), 1);
+        m_server->isSilent = true;
+        show(u"b"_s);
+        show(u"c"_s);
+        QTRY_COMPARE(m_calls.join(u' '), u"? a>0 b>1"_s);
+        show(u"d"_s);
+        notifications.withdraw(Notifications::Place::Question);
+        show(u"e"_s);
+        m_server->isSilent = false;
+        m_server->answer();
+        QTRY_COMPARE(m_calls.join(u' '), u"? a>0 b>1 e>1"_s);
+
+        const auto other = QDBusConnection::sessionBus();
+        for (const auto& [name, id, bus] : {std::tuple(u"ActionInvoked"_s, 1U, other),
+                                            {u"NotificationClosed"_s, 1U, other},
+                                            {u"ActionInvoked"_s, 7U, m_server->bus},
+                                            {u"ActionInvoked"_s, 1U, m_server->bus}}) {
+            NotificationServer::tell(bus, name, id);
+        }
+        QTRY_COMPARE(clicks, 1);
+        show(u"f"_s);
+        QTRY_COMPARE(m_calls.last(), u"f>1"_s); // for nobody else's word has closed it
+        notifications.withdraw(Notifications::Place::Question);
+        QTRY_COMPARE(m_calls.last(), u"-1"_s);
     }
 
     void sessionsAreToldWhereNoWindowShowsThem()
@@ -100,12 +151,11 @@ private Q_SLOTS:
         xdotool("set_num_desktops 2 set_desktop 1");
         QVERIFY(m_agent->send(connected(7, "<b>Ann</b>")));
         QTRY_COMPARE(m_server->title(), u"Session began: <b>Ann</b>"_s);
-        QCOMPARE(m_server->urgency(), 1);
         QVERIFY(m_agent->send(status(session(9, "\u200B"))));
         QTRY_COMPARE(m_server->title(), u"Session began: Session 9"_s);
         QVERIFY(m_server->text().endsWith(u"Session began: <b>Ann</b>"));
         QCOMPARE(m_server->replacedId(), 2U);
-        m_server->click(2);
+        NotificationServer::tell(m_server->bus, u"ActionInvoked"_s, 2);
         xdotool("set_desktop 0");
         window("ConnectionStatus")->hide();
         AppDelegate::connectionDisplay();
@@ -145,7 +195,6 @@ private Q_SLOTS:
         xdotool("set_num_desktops 2 set_desktop 1");
         QTRY_COMPARE(m_server->expires(), 0);
         QVERIFY(m_server->text().contains(u"Bob"));
-        QCOMPARE(m_server->urgency(), 2);
         QVERIFY(m_agent->send("close_acknowledgement"));
         QTRY_COMPARE(m_server->title(), u"The request was withdrawn"_s);
         QCOMPARE(m_server->last.arguments().value(5).toStringList(), QStringList());

@@ -11,6 +11,7 @@
 #include <QTest>
 
 #include <future>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -114,34 +115,29 @@ private Q_SLOTS:
     // at the seat then.
     void screenLock()
     {
-        struct Row {
-            QByteArray id;   // XDG_SESSION_ID
-            QString foreign; // the sessions of another user
-            QString manager; // the session of a user manager
-            QString remote;  // the session of SSH
-            QString asked;
-            Screen screen = Screen::Locked;
-            QString greeter = {};
+        // XDG_SESSION_ID, the one locked session, and by session: "." the user's own, f another
+        // user's, m that of a user manager, g a greeter's, s that of SSH.
+        const std::tuple<QByteArray, QString, QByteArray, Screen> rows[] = {
+            {"named", u"/named"_s, "....", Screen::Locked},
+            {"\xFF", u"/front"_s, ".f..", Screen::Locked},
+            {"named", u"/front"_s, "fm..", Screen::Locked},
+            {"", u"/main"_s, ".sf.", Screen::LockedBehindAnother},
+            {"", u"/process"_s, "..g.", Screen::Locked},
+            {"named", {}, "fffm", Screen::NoSession},
         };
-        const Row rows[] = {
-            {"named", {}, {}, {}, u"/named"_s},
-            {"\xFF", u"/process"_s, {}, {}, u"/front"_s},
-            {"named", u"/named"_s, u"/process"_s, {}, u"/front"_s},
-            {"", u"/front"_s, {}, u"/process"_s, u"/main"_s, Screen::LockedBehindAnother},
-            {"", u"/front"_s, {}, {}, u"/process"_s, Screen::Locked, u"/front"_s},
-            {"named", u"/named/process/front"_s, u"/main"_s, {}, {}, Screen::NoSession},
-        };
-        for (const Row& row : rows) {
-            qputenv("XDG_SESSION_ID", row.id);
-            for (const QString& session : kSessions) {
-                knowSession(session, row.foreign.contains(session),
-                            session == row.manager   ? u"manager"_s
-                            : session == row.greeter ? u"greeter"_s
-                                                     : u"user"_s,
-                            session == row.asked || row.asked.isEmpty());
-                m_logind.known[session + u" Type"_s] = session == row.remote ? u"tty"_s : u"x11"_s;
+        for (const auto& [id, locked, kinds, screen] : rows) {
+            qputenv("XDG_SESSION_ID", id);
+            for (int i = 0; i < 4; ++i) {
+                const QString& session = kSessions[i];
+                const char kind = kinds[i];
+                knowSession(session, kind == 'f',
+                            kind == 'm'   ? u"manager"_s
+                            : kind == 'g' ? u"greeter"_s
+                                          : u"user"_s,
+                            session == locked || locked.isEmpty());
+                m_logind.known[session + u" Type"_s] = kind == 's' ? u"tty"_s : u"x11"_s;
             }
-            QCOMPARE(answerTo(&ConsoleSession::screen), row.screen);
+            QCOMPARE(answerTo(&ConsoleSession::screen), screen);
         }
     }
 

@@ -62,20 +62,13 @@ public:
     [[nodiscard]] uint replacedId() const { return last.arguments().value(1).toUInt(); }
     [[nodiscard]] QString title() const { return last.arguments().value(3).toString(); }
     [[nodiscard]] QString text() const { return last.arguments().value(4).toString(); }
-    [[nodiscard]] int urgency() const
-    {
-        const auto hints = qdbus_cast<QVariantMap>(last.arguments().value(6));
-        return hints.value(QString::fromLatin1("urgency")).toInt();
-    }
     [[nodiscard]] int expires() const { return last.arguments().value(7).toInt(); }
 
-    // As the user does.
-    void click(uint id)
+    // A signal about a notification, of the server or of somebody else.
+    static void tell(const QDBusConnection& sender, const QString& name, uint id)
     {
-        auto signal =
-            QDBusMessage::createSignal(kPath, kService, QString::fromLatin1("ActionInvoked"));
-        signal << id << QString::fromLatin1("default");
-        bus.send(signal);
+        auto signal = QDBusMessage::createSignal(kPath, kService, name);
+        sender.send(signal << id << QString::fromLatin1("default"));
     }
 
 private:
