@@ -45,11 +45,11 @@ std::unique_ptr<AgentState> agentState;
 
 void readAppName()
 {
-    const QVariant name = MainBundle::infoValue(u"CFBundleName"_s);
-    if (name.typeId() != QMetaType::QString) {
+    const auto name = MainBundle::infoText(u"CFBundleName"_s);
+    if (!name) {
         fatalState(u"CFBundleName is missing from %1/Info.plist"_s.arg(MainBundle::path()));
     }
-    AppDelegate::options.appName = name.toString();
+    AppDelegate::options.appName = *name;
 }
 
 void logHostAndUser()

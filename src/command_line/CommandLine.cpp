@@ -56,7 +56,9 @@ struct Option {
 
 int printVersion(const Terminal&, const Invocation&)
 {
-    const auto value = [](const QString& key) { return MainBundle::infoValue(key).toString(); };
+    const auto value = [](const QString& key) {
+        return MainBundle::infoText(key).value_or(QString());
+    };
     Terminal::print(u"%1 %2 (%3)"_s.arg(kProgram, value(u"CFBundleShortVersionString"_s),
                                         value(u"CFBundleVersion"_s)));
     return Terminal::Done;

@@ -223,7 +223,7 @@ void checkInstallation(Doctor& doctor, const OemOptions& options)
     const QStringList keys = {u"CFBundleName"_s, u"CFBundleShortVersionString"_s,
                               u"CFBundleVersion"_s};
     const bool hasInfo = std::all_of(keys.cbegin(), keys.cend(), [](const QString& key) {
-        return MainBundle::infoValue(key).typeId() == QMetaType::QString;
+        return MainBundle::infoText(key).has_value();
     });
     if (!hasInfo) {
         doctor.wrong("doctor.resource"_L1, {MainBundle::path() + u"/Info.plist"_s});

@@ -4,22 +4,12 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-std::optional<QString> text(const QString& key)
-{
-    const QVariant value = MainBundle::infoValue(key);
-    return value.typeId() == QMetaType::QString ? std::optional(value.toString()) : std::nullopt;
-}
-
-} // namespace
-
 std::optional<QString> Bundle::releaseVersionNumber()
 {
-    return text(u"CFBundleShortVersionString"_s);
+    return MainBundle::infoText(u"CFBundleShortVersionString"_s);
 }
 
 std::optional<QString> Bundle::buildVersionNumber()
 {
-    return text(u"CFBundleVersion"_s);
+    return MainBundle::infoText(u"CFBundleVersion"_s);
 }
