@@ -97,9 +97,6 @@ public:
     static void setManaged(bool isManaged);
     // None where the report did not decode; the window is shown or redrawn all the same.
     static void statusReceived(const std::optional<StatusInfo>& status);
-    // Tell those who listen that a remote command runs, and how it ended.
-    static void commandBegan(quint64 command, qint64 session, const QString& text);
-    static void commandEnded(quint64 command, qint64 status);
 
     // --- StatusWindow.cpp: when the connection status window comes up and goes ---
 

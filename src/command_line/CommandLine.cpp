@@ -75,10 +75,16 @@ void printSession(const Terminal& terminal, const QJsonObject& session)
                   QLocale::system().toString(began.toLocalTime(), QLocale::ShortFormat)});
 }
 
+// What the running agent has replied; empty where none answers.
+QJsonObject objectOf(const QByteArray& answer)
+{
+    return Json::read(answer).object.value_or(QJsonObject());
+}
+
 int printStatus(const Terminal& terminal, const Invocation& asked)
 {
-    const QByteArray answer = RunningAgent::status().value_or(QByteArray());
-    const QJsonObject status = Json::read(answer).object.value_or(QJsonObject());
+    const QByteArray answer = RunningAgent::status();
+    const QJsonObject status = objectOf(answer);
     const bool isRunning = status["running"_L1].toBool();
     if (asked.isJson) {
         Terminal::print(isRunning ? QString::fromUtf8(answer) : u"{\"running\":false}"_s);
@@ -98,8 +104,8 @@ int printStatus(const Terminal& terminal, const Invocation& asked)
 
 int printHistory(const Terminal& terminal, const Invocation& asked)
 {
-    const QByteArray answer = RunningAgent::history().value_or(QByteArray());
-    const QJsonObject history = Json::read(answer).object.value_or(QJsonObject());
+    const QByteArray answer = RunningAgent::history();
+    const QJsonObject history = objectOf(answer);
     if (history.isEmpty()) {
         return terminal.complain("status.notRunning"_L1);
     }
@@ -145,16 +151,10 @@ int endSession(const Terminal& terminal, const Invocation& asked)
                     : terminal.complain("end.unknown"_L1, {number});
 }
 
-// What the running agent tells of itself; empty where none answers.
-QJsonObject runningAgent()
-{
-    return Json::read(RunningAgent::status().value_or(QByteArray())).object.value_or(QJsonObject());
-}
-
-QSet<qint64> listedSessions()
+QSet<qint64> sessionsIn(const QJsonObject& status)
 {
     QSet<qint64> numbers;
-    const QJsonArray sessions = runningAgent()["sessions"_L1].toArray();
+    const QJsonArray sessions = status["sessions"_L1].toArray();
     for (const QJsonValue& session : sessions) {
         numbers.insert(session["session"_L1].toInteger());
     }
@@ -163,10 +163,11 @@ QSet<qint64> listedSessions()
 
 int endAllSessions(const Terminal& terminal, const Invocation&)
 {
-    if (runningAgent().isEmpty()) {
+    const QJsonObject status = objectOf(RunningAgent::status());
+    if (status.isEmpty()) {
         return terminal.complain("status.notRunning"_L1);
     }
-    const QSet<qint64> sessions = listedSessions();
+    const QSet<qint64> sessions = sessionsIn(status);
     for (const qint64 session : sessions) {
         if (RunningAgent::endSession(session) == true) {
             terminal.say("end.done"_L1, {QString::number(session)});
@@ -178,12 +179,11 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     // The service lists again what it has not ended.
     constexpr std::chrono::seconds kUntilReported(5);
     std::this_thread::sleep_for(kUntilReported);
-    const QSet<qint64> again = listedSessions() & sessions;
-    int status = Terminal::Done;
+    const QSet<qint64> again = sessionsIn(objectOf(RunningAgent::status())) & sessions;
     for (const qint64 session : again) {
-        status = terminal.complain("end.again"_L1, {QString::number(session)});
+        terminal.complain("end.again"_L1, {QString::number(session)});
     }
-    return status;
+    return again.isEmpty() ? Terminal::Done : Terminal::Failed;
 }
 
 int printHelp(const Terminal& terminal, const Invocation&);
@@ -260,8 +260,8 @@ Invocation invocationOf(const QStringList& arguments)
 
     Invocation asked;
     asked.arguments = arguments;
-    const auto wrongUse = [&](const QString& option) {
-        asked.fault = "usage.wrongUse"_L1;
+    const auto wrong = [&](const QString& option, QLatin1StringView fault) {
+        asked.fault = fault;
         asked.value = option;
         return asked;
     };
@@ -273,11 +273,8 @@ Invocation invocationOf(const QStringList& arguments)
         };
         // The last one where a value is missing.
         const auto at = std::find_if(arguments.crbegin(), arguments.crend(), isOption);
-        wrongUse(at == arguments.crend() ? QString() : optionName(*at));
-        if (!unknown.isEmpty()) {
-            asked.fault = "usage.unknownOption"_L1;
-        }
-        return asked;
+        return wrong(at == arguments.crend() ? QString() : optionName(*at),
+                     unknown.isEmpty() ? "usage.wrongUse"_L1 : "usage.unknownOption"_L1);
     }
     asked.isJson = parser.isSet(u"json"_s);
     asked.isKept = parser.isSet(u"kept"_s);
@@ -287,16 +284,16 @@ Invocation invocationOf(const QStringList& arguments)
             continue;
         }
         if (asked.command != nullptr) {
-            return wrongUse(u"--"_s + option.name);
+            return wrong(u"--"_s + option.name, "usage.wrongUse"_L1);
         }
         asked.command = &option;
         asked.value = option.value.isEmpty() ? QString() : parser.value(QString(option.name));
     }
+    const QLatin1StringView command = asked.command != nullptr ? asked.command->name : ""_L1;
     for (const Option& option : kOptions) {
-        const bool isAddition = option.run == nullptr && parser.isSet(QString(option.name));
-        if (isAddition && (asked.command == nullptr ||
-                           !QString(option.commands).split(u' ').contains(asked.command->name))) {
-            return wrongUse(u"--"_s + option.name);
+        if (option.run == nullptr && parser.isSet(QString(option.name)) &&
+            !QString(option.commands).split(u' ').contains(command)) {
+            return wrong(u"--"_s + option.name, "usage.wrongUse"_L1);
         }
     }
     return asked;
