@@ -43,8 +43,8 @@ void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& ev
 void addEndOfAll(QMenu& menu, const ConnectionStatus* status, const SessionList& sessions)
 {
     const QString title = AppDelegate::labels().value_or(englishFallback()).Connection.endAll;
-    QAction* const item = menu.addAction(BundleImages::icon(u"abort"_s).value_or(QIcon()),
-                                         ShownText::menuItem(title, title.size()));
+    QAction* const item =
+        menu.addAction(BundleImages::icon(u"abort"_s), ShownText::menuItem(title, title.size()));
     item->setVisible(false);
     QObject::connect(item, &QAction::triggered, status, AppDelegate::whileRunning([] {
                          const QList<SessionInfo> all = AppDelegate::state().sessions.all();
@@ -63,8 +63,8 @@ void addEndOfAll(QMenu& menu, const ConnectionStatus* status, const SessionList&
 void showWayTo(ActivityLog* log, QMenu& menu, ConnectionStatus* status)
 {
     const QString title = AppDelegate::labels().value_or(englishFallback()).Activity.away;
-    QAction* const item = menu.addAction(BundleImages::icon(u"activity"_s).value_or(QIcon()),
-                                         ShownText::menuItem(title, title.size()));
+    QAction* const item =
+        menu.addAction(BundleImages::icon(u"activity"_s), ShownText::menuItem(title, title.size()));
     item->setVisible(false);
     const auto show = AppDelegate::whileRunning([log] { log->show(); });
     QObject::connect(item, &QAction::triggered, log, show);

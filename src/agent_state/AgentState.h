@@ -51,8 +51,6 @@ struct AgentOptions {
 struct StatusBarLook {
     QString icon;
     QString toolTip;
-    QString connection; // the menu's line
-    QString symbol;
 };
 
 // What happens, for those who listen, besides the signals of the session list and of the windows.

@@ -312,34 +312,24 @@ void ConnectionStatus::requestChat(std::size_t row)
 bool ConnectionStatus::event(QEvent* event)
 {
     const bool result = AgentWindow::event(event);
-    switch (event->type()) {
-    case QEvent::Show:
-        // The frame, which counts for the place, is there when the window is on the screen.
+    const bool isShown = event->type() == QEvent::Show;
+    const bool isBack = event->type() == QEvent::WindowStateChange && isSeen();
+    if (isShown) {
         windowHandle()->installEventFilter(this);
+    }
+    if (isShown || event->type() == QEvent::Resize) {
+        // The frame, which counts for the place, is there when the window is on the screen.
         m_isToBePlaced = true;
+    }
+    if (isBack) {
+        config(); // a minimised window was not redrawn
+    } else if (isShown || (event->type() == QEvent::FontChange && m_ui)) {
         showState();
+    }
+    if (isShown || isBack) {
         inSession();
         inSession2();
         Q_EMIT cameUp();
-        break;
-    case QEvent::Resize:
-        m_isToBePlaced = true;
-        break;
-    case QEvent::FontChange:
-        if (m_ui) {
-            showState();
-        }
-        break;
-    case QEvent::WindowStateChange:
-        if (isSeen()) { // a minimised window was not redrawn
-            config();
-            inSession();
-            inSession2();
-            Q_EMIT cameUp();
-        }
-        break;
-    default:
-        break;
     }
     return result;
 }

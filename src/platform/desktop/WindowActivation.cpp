@@ -162,21 +162,16 @@ void WindowActivation::hideAll()
     }
 }
 
-void WindowActivation::present(QWidget* window)
+void WindowActivation::present(QWidget* window, bool isRaised)
 {
     show(window);
-    if (!isStopped) {
+    if (isStopped) {
+        return;
+    }
+    if (isRaised) {
         window->raise();
-        askForKeyboard(window);
     }
-}
-
-void WindowActivation::offer(QWidget* window)
-{
-    show(window);
-    if (!isStopped) {
-        askForKeyboard(window);
-    }
+    askForKeyboard(window);
 }
 
 // Without the toolkit's asking for the keyboard, which it would do with this very moment as the
