@@ -43,15 +43,6 @@ const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
 // While there is a delegate.
 std::unique_ptr<AgentState> agentState;
 
-void readAppName()
-{
-    const auto name = MainBundle::infoText(u"CFBundleName"_s);
-    if (!name) {
-        fatalState(u"CFBundleName is missing from %1/Info.plist"_s.arg(MainBundle::path()));
-    }
-    AppDelegate::options.appName = *name;
-}
-
 void logHostAndUser()
 {
     if (const auto host = Account::hostName()) {
@@ -140,7 +131,7 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     LogDestination().cleanUp();
     LogErrorDestination().cleanUp();
-    readAppName();
+    options.appName = Bundle::required(u"CFBundleName"_s);
     readOemOptions();
     getOemName(u"oemName"_s, options.oemName);
     logHostAndUser();

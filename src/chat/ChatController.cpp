@@ -27,8 +27,7 @@ constexpr qsizetype kMostSaid = 1'000; // of a longer one
 } // namespace
 
 ChatController::ChatController(LabelSource labels, bool allowToLeave)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
-                                  Qt::WindowCloseButtonHint),
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint),
       m_labels(std::move(labels)), m_allowToLeave(allowToLeave),
       m_ui(std::make_unique<Ui::ChatController>())
 {

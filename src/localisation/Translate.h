@@ -99,8 +99,8 @@ struct JsonData {
 // Whether the document is there and can be decoded. Logs nothing and ends nothing. Any thread.
 [[nodiscard]] bool isLanguageDocumentWhole();
 
-// The English texts of the keys that a document may lack; all others are empty. For what is shown
-// also where no document can be loaded.
+// The English texts of the keys that a document may lack, and of the status and settings windows;
+// all others are empty. For what is shown also where no document can be loaded.
 [[nodiscard]] JsonData::Info englishFallback();
 
 // Where a window gets the labels of the chosen language from, each time that it needs them; none as

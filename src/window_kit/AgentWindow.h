@@ -12,6 +12,10 @@
 #include <functional>
 #include <utility>
 
+// Of a window's title bar.
+inline constexpr Qt::WindowFlags kUsualButtons =
+    Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
+
 // What all windows of the agent have in common: they stay above ordinary ones, bear the program's
 // icon, know the menu's keys, and their logo, pictures and colours follow palette, font and screen.
 //

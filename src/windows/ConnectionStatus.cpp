@@ -70,8 +70,7 @@ std::optional<QString> elapsedText(double seconds)
 }
 
 ConnectionStatus::ConnectionStatus(LabelSource labels)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
-                                  Qt::WindowCloseButtonHint),
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinimizeButtonHint),
       m_labels(std::move(labels)), m_texts(englishFallback())
 {
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);

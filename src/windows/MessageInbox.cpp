@@ -55,8 +55,7 @@ const Kind* kindOf(qint64 number)
 } // namespace
 
 MessageInbox::MessageInbox(LabelSource labels)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
-                                  Qt::WindowCloseButtonHint),
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint),
       m_labels(std::move(labels)), m_ui(new Ui::MessageInbox)
 {
     m_ui->setupUi(this);

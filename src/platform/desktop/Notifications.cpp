@@ -39,8 +39,6 @@ Notifications::Notifications(QString applicationName, QString iconPath, QObject*
     Worker::runThen(&Bus::session, m_self, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
 
-Notifications::~Notifications() = default;
-
 void Notifications::change(Place place, const std::optional<Content>& content)
 {
     MainQueue::assertMainThread();
@@ -81,7 +79,7 @@ void Notifications::watchBus(const QDBusConnection& bus)
     if (!bus.isConnected()) {
         return;
     }
-    m_bus = std::make_unique<QDBusConnection>(bus);
+    m_bus = bus;
     Bus::receive(bus, kPath, kService, {u"NotificationClosed"_s, u"ActionInvoked"_s}, this,
                  SLOT(receive(QDBusMessage)));
     Bus::watchOwner(bus, kService, this, [this](const QString& owner) { setServer(owner); });

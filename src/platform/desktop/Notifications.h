@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDBusConnection>
 #include <QObject>
 #include <QString>
 
@@ -7,7 +8,6 @@
 #include <memory>
 #include <optional>
 
-class QDBusConnection;
 class QDBusMessage;
 
 // Notifications of the desktop, a client of freedesktop.org's Desktop Notifications Specification
@@ -34,7 +34,6 @@ public:
     };
 
     explicit Notifications(QString applicationName, QString iconPath, QObject* parent = nullptr);
-    ~Notifications() override;
 
     void show(Place place, const Content& content) { change(place, content); }
     void withdraw(Place place) { change(place, std::nullopt); }
@@ -74,7 +73,7 @@ private:
     const QString m_applicationName;
     const QString m_iconPath;
     std::array<Slot, 4> m_slots; // by Place
-    std::unique_ptr<QDBusConnection> m_bus;
+    std::optional<QDBusConnection> m_bus;
     QString m_server;                  // its unique name on the bus; empty while there is none
     std::optional<bool> m_takesMarkup; // none until the server has told its capabilities
     bool m_isAskingForCapabilities = false;

@@ -75,7 +75,7 @@ void StatusItem::watchBus(const QDBusConnection& bus)
         use(false);
         return;
     }
-    m_bus = std::make_unique<QDBusConnection>(bus);
+    m_bus = bus;
     m_hostItem = std::make_unique<StatusNotifierItem>(bus, m_content);
 
     // The subscriptions come before the call that asks for a host, so that no change is missed.

@@ -229,12 +229,8 @@ void WindowActivation::putAbove(QWidget* window, QWidget* other)
 
 void WindowActivation::bringAbove(QWidget* window, QWidget* other)
 {
-    MainQueue::assertMainThread();
-    if (isStopped || X11::connection() == nullptr) {
-        return;
-    }
-    if (X11::canRestack()) {
-        X11::restack(*window, *other);
+    putAbove(window, other);
+    if (X11::connection() == nullptr || X11::canRestack()) {
         return;
     }
     QTimer::singleShot(kUntilStacked, window, [window, below = QPointer<QWidget>(other)] {
