@@ -72,9 +72,7 @@ void showWayTo(ActivityLog* log, QMenu& menu, ConnectionStatus* status)
     QObject::connect(log, &ActivityLog::unseenChanged, item, &QAction::setVisible);
     QObject::connect(log, &ActivityLog::unseenChanged, status, [status](bool hasUnseen) {
         status->hasUnseenActivity = hasUnseen;
-        if (status->isSeen()) {
-            status->config();
-        }
+        AppDelegate::redrawIfVisible();
     });
 }
 
@@ -108,11 +106,7 @@ void follow(DesktopNotices* notices, ActivityLog* log, const SessionList& sessio
     QObject::connect(&sessions, &SessionList::hasNotEnded, notices, tell(Kind::SessionNotEnded));
     QObject::connect(&sessions, &SessionList::ended, notices, tell(Kind::SessionEnded));
     QObject::connect(log, &ActivityLog::absenceEnded, notices, &DesktopNotices::tellAbsence);
-    QObject::connect(log, &ActivityLog::unseenChanged, notices, [notices](bool hasUnseen) {
-        if (!hasUnseen) {
-            notices->absenceSeen();
-        }
-    });
+    QObject::connect(log, &ActivityLog::unseenChanged, notices, &DesktopNotices::followUnseen);
     QObject::connect(question, &UserAcknowledgement::asked, notices, &DesktopNotices::askQuestion);
     QObject::connect(question, &UserAcknowledgement::answered, notices,
                      &DesktopNotices::withdrawQuestion);

@@ -69,8 +69,8 @@ void AgentRequests::answer(const ActivityLog& log)
                               [](quint32 time) {
                                   WindowActivation::noteAction(time);
                                   AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
+                                  return AppDelegate::options.portUI;
                               },
-                          .port = [] { return AppDelegate::options.portUI; },
                           .status = &status,
                           .history = [&log] { return textOf(log.activities().toJson()); },
                           .endSession =

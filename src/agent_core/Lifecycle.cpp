@@ -9,7 +9,6 @@
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/ToolkitWords.h"
 #include "platform/desktop/WindowActivation.h"
-#include "platform/files/MainBundle.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"

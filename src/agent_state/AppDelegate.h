@@ -106,6 +106,8 @@ public:
     static void showConnectionLater(bool loop);
     static void stopShowConnectionLater();
     static void closeConnectionStatus();
+    // After a change of what the window shows.
+    static void redrawIfVisible();
     // The window's button: the user ends a session.
     static void endSession(qint64 session);
 
@@ -187,7 +189,6 @@ private:
     void makeAdditions();
 
     static void setGatewayConnected(bool isConnected);
-    static void redrawIfVisible();
     static void showLaterIfHidden();
     static void showAtSessionEnd();
 

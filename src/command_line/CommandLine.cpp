@@ -2,6 +2,7 @@
 
 #include "command_line/Doctor.h"
 #include "command_line/Enrolling.h"
+#include "command_line/Invocation.h"
 #include "command_line/Terminal.h"
 #include "localisation/ShownText.h"
 #include "localisation/Translate.h"
@@ -25,27 +26,9 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString kProgram = u"vantoryAgent"_s;
-
-constexpr qsizetype kLongestLine = 500;
-
-struct Option;
-
-// What a command line asks for.
-struct Invocation {
-    QStringList arguments;           // without the program's name
-    const Option* command = nullptr; // none: the agent itself
-    QString value;                   // the command's, or the option at fault
-    QString region;                  // as typed; empty for the usual one
-    bool isJson = false;
-    bool isKept = false;     // started by the keeper: a second agent ends without a word
-    QLatin1StringView fault; // the text's key, where the command line is wrong
-};
-
 using Run = int (*)(const Terminal& terminal, const Invocation& asked);
 
+// An option of the command line.
 struct Option {
     QLatin1StringView name;
     QLatin1StringView value; // as the help calls it; empty for an option without one
@@ -54,13 +37,18 @@ struct Option {
     QLatin1StringView commands = {};
 };
 
+namespace {
+
+const QString kProgram = u"vantoryAgent"_s;
+
+constexpr qsizetype kLongestLine = 500;
+
 int printVersion(const Terminal&, const Invocation&)
 {
-    const auto value = [](const QString& key) {
-        return MainBundle::infoText(key).value_or(QString());
-    };
-    Terminal::print(u"%1 %2 (%3)"_s.arg(kProgram, value(u"CFBundleShortVersionString"_s),
-                                        value(u"CFBundleVersion"_s)));
+    const auto version = MainBundle::infoText(u"CFBundleShortVersionString"_s);
+    const auto build = MainBundle::infoText(u"CFBundleVersion"_s);
+    Terminal::print(
+        u"%1 %2 (%3)"_s.arg(kProgram, version.value_or(QString()), build.value_or(QString())));
     return Terminal::Done;
 }
 
@@ -195,21 +183,10 @@ const Option kOptions[] = {
     {"json"_L1, {}, "help.json"_L1, nullptr, "status history"_L1},
     {"end-session"_L1, "NUMBER"_L1, "help.endSession"_L1, &endSession},
     {"end-all-sessions"_L1, {}, "help.endAll"_L1, &endAllSessions},
-    {"doctor"_L1,
-     {},
-     "help.doctor"_L1,
-     [](const Terminal& terminal, const Invocation& asked) {
-         return Doctor{terminal}.examine(asked.arguments);
-     }},
-    {"enrol"_L1, "CODE|ACCOUNT"_L1, "help.enrol"_L1,
-     [](const Terminal& terminal, const Invocation& asked) {
-         return Enrolling::enrol(terminal, asked.value, asked.region);
-     }},
+    {"doctor"_L1, {}, "help.doctor"_L1, &Doctor::examine},
+    {"enrol"_L1, "CODE|ACCOUNT"_L1, "help.enrol"_L1, &Enrolling::enrol},
     {"region"_L1, "NAME"_L1, "help.region"_L1, nullptr, "enrol"_L1},
-    {"unenrol"_L1,
-     {},
-     "help.unenrol"_L1,
-     [](const Terminal& terminal, const Invocation&) { return Enrolling::unenrol(terminal); }},
+    {"unenrol"_L1, {}, "help.unenrol"_L1, &Enrolling::unenrol},
     {"version"_L1, {}, "help.version"_L1, &printVersion},
     {"help"_L1, {}, "help.help"_L1, &printHelp},
 };

@@ -1,5 +1,6 @@
 #include "command_line/Doctor.h"
 
+#include "command_line/Invocation.h"
 #include "localisation/Translate.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/LocalAccounts.h"
@@ -242,23 +243,24 @@ void checkInstallation(Doctor& doctor, const OemOptions& options)
 
 } // namespace
 
-int Doctor::examine(const QStringList& arguments)
+int Doctor::examine(const Terminal& terminal, const Invocation& asked)
 {
+    Doctor doctor{terminal};
     if (!terminal.hasTexts()) { // then the other lines have only their keys
-        isFine = false;
+        doctor.isFine = false;
         Terminal::print(
             u"%1/Resources/commands.json is missing or damaged: install the agent again"_s.arg(
                 MainBundle::path()));
     }
     const OemOptions options = OemOptions::read();
-    checkInstallation(*this, options);
-    checkPreferences(*this);
-    checkSettings(*this);
-    checkAllowedSettings(*this);
-    checkLogs(*this);
-    checkService(*this, arguments, options);
-    examineDesktop();
-    return isFine ? terminal.say("doctor.fine"_L1) : Terminal::Failed;
+    checkInstallation(doctor, options);
+    checkPreferences(doctor);
+    checkSettings(doctor);
+    checkAllowedSettings(doctor);
+    checkLogs(doctor);
+    checkService(doctor, asked.arguments, options);
+    doctor.examineDesktop();
+    return doctor.isFine ? terminal.say("doctor.fine"_L1) : Terminal::Failed;
 }
 
 QString Doctor::command(const QString& start, QString path)

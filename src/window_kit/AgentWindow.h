@@ -54,15 +54,6 @@ public:
         WindowRules::bringUp(this, WindowRules::Occasion::Service);
     }
 
-    // The window is shown, and something in it is new.
-    void markNews() { WindowRules::bringUp(this, WindowRules::Occasion::News); }
-
-    // Runs the action when the button is pressed and the press was meant.
-    void connectButton(QAbstractButton* button, std::function<void()> action)
-    {
-        inputGuard.connectButton(button, std::move(action));
-    }
-
     // The label that shows the logo: the bundle's until refreshLogo() finds a custom one.
     void setLogo(QLabel* logo)
     {

@@ -43,10 +43,6 @@ void addMenuKeys(QWidget* window)
 
 void WindowRules::bringUp(QWidget* window, Occasion occasion)
 {
-    if (occasion == Occasion::News) {
-        WindowActivation::demandAttention(window);
-        return;
-    }
     addMenuKeys(window);
     const bool isNew = !window->isVisible() || window->isMinimized();
     if (mayAskForKeyboard(window, occasion)) {

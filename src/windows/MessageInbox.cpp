@@ -61,7 +61,7 @@ MessageInbox::MessageInbox(LabelSource labels)
     m_ui->setupUi(this);
     setLogo(m_ui->logo);
     m_ui->message->installEventFilter(this);
-    connectButton(m_ui->Quit, [this] { QuitAction(); });
+    inputGuard.connectButton(m_ui->Quit, [this] { QuitAction(); });
     connect(&timer, &QTimer::timeout, this, &MessageInbox::changeMessage);
 }
 

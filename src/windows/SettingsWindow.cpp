@@ -44,9 +44,9 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     connect(m_ui->platformSelect, &QComboBox::textActivated, this, &SettingsWindow::sayRegion);
     m_ui->platformSelect->installEventFilter(this);
     connect(m_ui->managed, &QCheckBox::toggled, this, &SettingsWindow::modeChanged);
-    connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
-    connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });
-    connectButton(m_ui->cancelButton, [this] { reject(); });
+    inputGuard.connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
+    inputGuard.connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });
+    inputGuard.connectButton(m_ui->cancelButton, [this] { reject(); });
 }
 
 SettingsWindow::~SettingsWindow() = default;

@@ -71,11 +71,10 @@ QString lockName()
 
 int onPresent(sd_bus_message* call, void*, sd_bus_error*)
 {
-    const RunningAgent::Requests& requests = place().requests;
     quint32 time = 0;
     sd_bus_message_read_basic(call, SD_BUS_TYPE_UINT32, &time);
-    requests.present(time);
-    return sd_bus_reply_method_return(call, "q", static_cast<int>(requests.port()));
+    const int port = place().requests.present(time);
+    return sd_bus_reply_method_return(call, "q", port);
 }
 
 template <auto request>

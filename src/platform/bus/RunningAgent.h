@@ -25,8 +25,8 @@ void leave();
 // What the agent does when it is called.
 struct Requests {
     // Brings the status window up; with the X server's time of the click, 0 where not known.
-    std::function<void(quint32)> present;
-    std::function<quint16()> port;          // that its link goes to
+    // Returns the port that its link goes to.
+    std::function<quint16(quint32)> present;
     std::function<QByteArray()> status;     // as JSON text
     std::function<QByteArray()> history;    // likewise
     std::function<bool(qint64)> endSession; // whether there was such a session

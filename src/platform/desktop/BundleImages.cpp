@@ -133,14 +133,10 @@ QIcon BundleImages::icon(const QString& name)
 
 QPixmap BundleImages::pixmap(const QString& name, const QSize& size, qreal scale)
 {
-    const QIcon picture = icon(name);
-    if (picture.isNull()) {
-        return {};
-    }
     // Whole pixels, and none beyond the size.
     const QSize pixels(static_cast<int>(size.width() * scale),
                        static_cast<int>(size.height() * scale));
-    QPixmap pixmap = picture.pixmap(pixels, 1.0);
+    QPixmap pixmap = icon(name).pixmap(pixels, 1.0);
     pixmap.setDevicePixelRatio(scale);
     return pixmap;
 }

@@ -36,7 +36,7 @@ Notifications::Notifications(QString applicationName, QString iconPath, QObject*
     : QObject(parent), m_applicationName(std::move(applicationName)),
       m_iconPath(std::move(iconPath))
 {
-    Worker::runThen(&Bus::session, m_self, [this](const QDBusConnection& bus) { watchBus(bus); });
+    Worker::runThen(&Bus::session, this, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
 
 void Notifications::change(Place place, const std::optional<Content>& content)
@@ -153,7 +153,6 @@ void Notifications::askForCapabilities()
 
 void Notifications::notify(Slot& slot)
 {
-    const QString title = sendable(slot.content->title);
     const QString text = sendable(slot.content->text);
     const QString action = sendable(slot.content->action);
     const uchar urgency = slot.content->stays ? 2 : 1;
@@ -162,7 +161,7 @@ void Notifications::notify(Slot& slot)
     const QVariantList arguments = {sendable(m_applicationName),
                                     slot.id,
                                     sendable(m_iconPath),
-                                    title,
+                                    sendable(slot.content->title),
                                     *m_takesMarkup ? text.toHtmlEscaped() : text,
                                     action.isEmpty() ? QStringList() : QStringList{kClick, action},
                                     hints,

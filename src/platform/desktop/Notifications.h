@@ -5,7 +5,6 @@
 #include <QString>
 
 #include <array>
-#include <memory>
 #include <optional>
 
 class QDBusMessage;
@@ -78,5 +77,4 @@ private:
     std::optional<bool> m_takesMarkup; // none until the server has told its capabilities
     bool m_isAskingForCapabilities = false;
     QString m_asked; // the server that was asked: a reply of Qt 6.8 does not say who sent it
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };

@@ -22,7 +22,7 @@ const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
 StatusItem::StatusItem(const QString& id, const QString& title, QObject* parent)
     : QObject(parent), m_content{id, title, {}, {}, {}}
 {
-    Worker::runThen(&Bus::session, m_self, [this](const QDBusConnection& bus) { watchBus(bus); });
+    Worker::runThen(&Bus::session, this, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
 
 StatusItem::~StatusItem() = default;

@@ -62,5 +62,4 @@ private:
     std::unique_ptr<TrayIcon> m_trayIcon;           // while there is no host
     std::optional<QDBusConnection> m_bus;
     QString m_watcher; // its unique name on the bus; empty while there is none
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };
