@@ -2,7 +2,6 @@
 
 #include "agent_core/ActivityJournal.h"
 #include "logging/Logs.h"
-#include "windows/ActivityWindow.h"
 
 #include <algorithm>
 #include <utility>
@@ -36,8 +35,6 @@ ActivityLog::ActivityLog(LabelSource labels, MemoryFile kept, QObject* parent)
         readKept();
     }
 }
-
-ActivityLog::~ActivityLog() = default;
 
 void ActivityLog::readKept()
 {
@@ -110,9 +107,7 @@ void ActivityLog::noteReport(const QList<SessionInfo>& sessions)
         return;
     }
     for (Activity& open : m_activities.openSessions()) {
-        if (std::none_of(sessions.cbegin(), sessions.cend(), [&](const SessionInfo& listed) {
-                return listed.session == open.session;
-            })) {
+        if (!isListed(open.session, sessions)) {
             note({.kind = Kind::SessionEnded, .session = open.session, .name = open.name}, true);
         }
     }
@@ -149,13 +144,13 @@ void ActivityLog::noteCommand(quint64 command, qint64 session, const QString& te
 void ActivityLog::finishCommand(quint64 command, qint64 status)
 {
     edit([number = m_running.take(command), status](Activity& activity) {
-        const bool isMeant = activity.number == number;
-        if (isMeant) {
-            activity.status = status;
-            activity.isRunning = false;
-            ActivityJournal::tell(activity);
+        if (activity.number != number) {
+            return false;
         }
-        return isMeant;
+        activity.status = status;
+        activity.isRunning = false;
+        ActivityJournal::tell(activity);
+        return true;
     });
 }
 

@@ -4,14 +4,13 @@
 #include "platform/files/MemoryFile.h"
 #include "records/ActivityList.h"
 #include "records/SessionInfo.h"
+#include "windows/ActivityWindow.h"
 
 #include <QHash>
 #include <QObject>
 
 #include <functional>
 #include <memory>
-
-class ActivityWindow;
 
 // Keeps the list of what happens to this computer, shows it, tells the system's journal of
 // sessions, requests and commands, and, once the screen is unlocked, tells what happened while it
@@ -24,7 +23,6 @@ class ActivityLog : public QObject {
 
 public:
     ActivityLog(LabelSource labels, MemoryFile kept, QObject* parent);
-    ~ActivityLog() override;
 
     [[nodiscard]] bool isScreenLocked() const { return m_isScreenLocked; }
     [[nodiscard]] const ActivityList& activities() const { return m_activities; }

@@ -43,8 +43,8 @@ void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& ev
 void addEndOfAll(QMenu& menu, const ConnectionStatus* status, const SessionList& sessions)
 {
     const QString title = AppDelegate::labels().value_or(englishFallback()).Connection.endAll;
-    QAction* const item = menu.addAction(BundleImages::icon(u"abort"_s).value_or(QIcon()),
-                                         ShownText::menuItem(title, title.size()));
+    QAction* const item =
+        menu.addAction(BundleImages::icon(u"abort"_s), ShownText::menuItem(title, title.size()));
     item->setVisible(false);
     QObject::connect(item, &QAction::triggered, status, AppDelegate::whileRunning([] {
                          const QList<SessionInfo> all = AppDelegate::state().sessions.all();
@@ -63,8 +63,8 @@ void addEndOfAll(QMenu& menu, const ConnectionStatus* status, const SessionList&
 void showWayTo(ActivityLog* log, QMenu& menu, ConnectionStatus* status)
 {
     const QString title = AppDelegate::labels().value_or(englishFallback()).Activity.away;
-    QAction* const item = menu.addAction(BundleImages::icon(u"activity"_s).value_or(QIcon()),
-                                         ShownText::menuItem(title, title.size()));
+    QAction* const item =
+        menu.addAction(BundleImages::icon(u"activity"_s), ShownText::menuItem(title, title.size()));
     item->setVisible(false);
     const auto show = AppDelegate::whileRunning([log] { log->show(); });
     QObject::connect(item, &QAction::triggered, log, show);
@@ -72,9 +72,7 @@ void showWayTo(ActivityLog* log, QMenu& menu, ConnectionStatus* status)
     QObject::connect(log, &ActivityLog::unseenChanged, item, &QAction::setVisible);
     QObject::connect(log, &ActivityLog::unseenChanged, status, [status](bool hasUnseen) {
         status->hasUnseenActivity = hasUnseen;
-        if (status->isSeen()) {
-            status->config();
-        }
+        AppDelegate::redrawIfVisible();
     });
 }
 
@@ -108,11 +106,7 @@ void follow(DesktopNotices* notices, ActivityLog* log, const SessionList& sessio
     QObject::connect(&sessions, &SessionList::hasNotEnded, notices, tell(Kind::SessionNotEnded));
     QObject::connect(&sessions, &SessionList::ended, notices, tell(Kind::SessionEnded));
     QObject::connect(log, &ActivityLog::absenceEnded, notices, &DesktopNotices::tellAbsence);
-    QObject::connect(log, &ActivityLog::unseenChanged, notices, [notices](bool hasUnseen) {
-        if (!hasUnseen) {
-            notices->absenceSeen();
-        }
-    });
+    QObject::connect(log, &ActivityLog::unseenChanged, notices, &DesktopNotices::followUnseen);
     QObject::connect(question, &UserAcknowledgement::asked, notices, &DesktopNotices::askQuestion);
     QObject::connect(question, &UserAcknowledgement::answered, notices,
                      &DesktopNotices::withdrawQuestion);

@@ -61,15 +61,6 @@ QByteArray status()
                    {u"sessions"_s, sessions}});
 }
 
-bool endListedSession(qint64 session)
-{
-    const bool isListed = AppDelegate::state().sessions.contains(session);
-    if (isListed) {
-        AppDelegate::endSession(session);
-    }
-    return isListed;
-}
-
 } // namespace
 
 void AgentRequests::answer(const ActivityLog& log)
@@ -78,12 +69,18 @@ void AgentRequests::answer(const ActivityLog& log)
                               [](quint32 time) {
                                   WindowActivation::noteAction(time);
                                   AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
+                                  return AppDelegate::options.portUI;
                               },
-                          .port = [] { return AppDelegate::options.portUI; },
                           .status = &status,
                           .history = [&log] { return textOf(log.activities().toJson()); },
                           .endSession =
                               [](qint64 session) {
-                                  return !AppDelegate::isTerminating() && endListedSession(session);
+                                  const bool isListed =
+                                      !AppDelegate::isTerminating() &&
+                                      AppDelegate::state().sessions.contains(session);
+                                  if (isListed) {
+                                      AppDelegate::endSession(session);
+                                  }
+                                  return isListed;
                               }});
 }

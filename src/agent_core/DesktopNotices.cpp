@@ -218,7 +218,9 @@ void DesktopNotices::tellAbsence(const QList<Activity>& activities)
     Announcements::say(text(lines));
 }
 
-void DesktopNotices::absenceSeen()
+void DesktopNotices::followUnseen(bool hasUnseen)
 {
-    m_notifications.withdraw(Notifications::Place::Absence);
+    if (!hasUnseen) {
+        m_notifications.withdraw(Notifications::Place::Absence);
+    }
 }

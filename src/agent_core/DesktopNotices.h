@@ -41,7 +41,7 @@ public:
 
     // What happened while the user was away, whatever the account wants.
     void tellAbsence(const QList<Activity>& activities);
-    void absenceSeen();
+    void followUnseen(bool hasUnseen);
 
     // No panel shows the icon: tells how to see it, and what works without it.
     void tellMissingIcon();

@@ -41,7 +41,7 @@ void IconHint::look()
         return;
     }
     // A home directory may hang.
-    Worker::runThen([] { return QFileInfo::exists(note()); }, m_self,
+    Worker::runThen([] { return QFileInfo::exists(note()); }, this,
                     [this](bool isTold) {
                         if (!isTold && !m_icon.hasPlace()) {
                             Q_EMIT iconMissing();

@@ -3,8 +3,6 @@
 #include <QObject>
 #include <QTimer>
 
-#include <memory>
-
 class ActivityLog;
 class StatusItem;
 
@@ -29,5 +27,4 @@ private:
     const StatusItem& m_icon;
     const ActivityLog& m_log;
     QTimer m_timer;
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };

@@ -9,7 +9,6 @@
 #include "platform/desktop/StatusItem.h"
 #include "platform/desktop/ToolkitWords.h"
 #include "platform/desktop/WindowActivation.h"
-#include "platform/files/MainBundle.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
@@ -42,15 +41,6 @@ const QLatin1StringView kSystemAdministrator = "System Administrator"_L1;
 
 // While there is a delegate.
 std::unique_ptr<AgentState> agentState;
-
-void readAppName()
-{
-    const QVariant name = MainBundle::infoValue(u"CFBundleName"_s);
-    if (name.typeId() != QMetaType::QString) {
-        fatalState(u"CFBundleName is missing from %1/Info.plist"_s.arg(MainBundle::path()));
-    }
-    AppDelegate::options.appName = name.toString();
-}
 
 void logHostAndUser()
 {
@@ -140,7 +130,7 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     LogDestination().cleanUp();
     LogErrorDestination().cleanUp();
-    readAppName();
+    options.appName = Bundle::required(u"CFBundleName"_s);
     readOemOptions();
     getOemName(u"oemName"_s, options.oemName);
     logHostAndUser();

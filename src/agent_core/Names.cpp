@@ -7,10 +7,9 @@ using namespace Qt::StringLiterals;
 
 QString Names::inSession(const QString& name, qint64 session)
 {
-    if (ShownText::isSeen(name)) {
-        return name;
-    }
-    return AppDelegate::labels().value_or(englishFallback()).Connection.session.arg(session);
+    return ShownText::isSeen(name)
+               ? name
+               : AppDelegate::labels().value_or(englishFallback()).Connection.session.arg(session);
 }
 
 QString Names::ofSender(const QString& name)

@@ -33,8 +33,8 @@ constexpr qsizetype kLongestItem = 120;
 
 QIcon statusIcon(const QString& name)
 {
-    const auto icon = BundleImages::icon(name);
-    return icon ? *icon : QApplication::style()->standardIcon(QStyle::SP_ComputerIcon);
+    const QIcon icon = BundleImages::icon(name);
+    return icon.isNull() ? QApplication::style()->standardIcon(QStyle::SP_ComputerIcon) : icon;
 }
 
 // The first that applies: not linked (where that may be shown), in session, linked.
@@ -56,16 +56,6 @@ QString connectionTitle(const QString& label, const QList<SessionInfo>& sessions
     return sessions.isEmpty() ? label : label + u": "_s + names.join(u" , "_s);
 }
 
-// The symbol beside that line; empty without a session.
-QString connectionSymbol(qsizetype sessionCount)
-{
-    if (sessionCount == 0) {
-        return {};
-    }
-    return sessionCount == 1 ? u"person.crop.circle.fill"_s
-                             : u"person.crop.circle.fill.badge.plus"_s;
-}
-
 // Draws a menu's pictures as large as its letters ask for; styles have one size for all fonts.
 class MenuStyle : public QProxyStyle {
 public:
@@ -79,12 +69,15 @@ public:
     }
 };
 
-// Changes the item in place: a panel may have the menu open.
+// Changes the item in place: a panel may have the menu open. It is told only of changes.
 void updateItem(QAction* item, const QString& title, const QString& symbol)
 {
     item->setText(ShownText::menuItem(title, kLongestItem));
     item->setToolTip(title.size() > kLongestItem ? ShownText::toolTip(title) : QString());
-    item->setIcon(BundleImages::icon(symbol).value_or(QIcon()));
+    const QIcon icon = BundleImages::icon(symbol);
+    if (icon.cacheKey() != item->icon().cacheKey()) {
+        item->setIcon(icon);
+    }
 }
 
 void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, const QString& symbol,
@@ -95,16 +88,6 @@ void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, co
     item->setShortcut(shortcut);
     item->setAutoRepeat(false);
     QObject::connect(item, &QAction::triggered, item, AppDelegate::whileRunning(std::move(action)));
-}
-
-// A package that is removed while the agent runs must not take away the sign of a session.
-void readStatusIcons()
-{
-    for (const bool isConnected : {false, true}) {
-        for (const bool hasSessions : {false, true}) {
-            statusIcon(iconName(isConnected, hasSessions));
-        }
-    }
 }
 
 // "vantory – Agent ready", in the words of the status window.
@@ -123,7 +106,10 @@ QString toolTip(const JsonData::Info& labels)
 
 void AppDelegate::systemTray()
 {
-    readStatusIcons();
+    // A package that is removed while the agent runs must not take away the sign of a session.
+    for (const QString& kind : {u"disconnected"_s, u"session"_s, u"connected"_s}) {
+        BundleImages::icon(u"appIcon-22-"_s + kind);
+    }
     const JsonData::Info titles = labels().value_or(JsonData::Info());
 
     auto item = std::make_unique<StatusItem>(u"vantoryAgent"_s, options.oemName);
@@ -159,16 +145,13 @@ void AppDelegate::updateSystemTrayIcon()
     }
     const QList<SessionInfo>& sessions = state().sessions.all();
     const QString icon = iconName(state().gatewayConnectionStatus, !sessions.isEmpty());
-    const QString line = connectionTitle(getConnectivityLabel(), sessions);
-    const QString symbol = connectionSymbol(sessions.size());
-    StatusBarLook& shown = state().statusBarLook;
-    if (std::exchange(shown.icon, icon) != icon) {
+    if (std::exchange(state().statusBarLook.icon, icon) != icon) {
         state().statusBarItem->setIcon(statusIcon(icon));
     }
-    const bool isOtherLine = std::exchange(shown.connection, line) != line;
-    if (std::exchange(shown.symbol, symbol) != symbol || isOtherLine) {
-        updateItem(items.at(kConnectionPosition), line, symbol);
-    }
+    const QString symbol = sessions.size() > 1 ? u"person.crop.circle.fill.badge.plus"_s
+                                               : u"person.crop.circle.fill"_s;
+    updateItem(items.at(kConnectionPosition), connectionTitle(getConnectivityLabel(), sessions),
+               sessions.isEmpty() ? QString() : symbol);
     updateToolTip();
 }
 

@@ -111,13 +111,3 @@ void AppDelegate::statusReceived(const std::optional<StatusInfo>& status)
         showLaterIfHidden();
     }
 }
-
-void AppDelegate::commandBegan(quint64 command, qint64 session, const QString& text)
-{
-    Q_EMIT state().events.commandBegan(command, session, text);
-}
-
-void AppDelegate::commandEnded(quint64 command, qint64 status)
-{
-    Q_EMIT state().events.commandEnded(command, status);
-}

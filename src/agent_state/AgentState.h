@@ -51,8 +51,6 @@ struct AgentOptions {
 struct StatusBarLook {
     QString icon;
     QString toolTip;
-    QString connection; // the menu's line
-    QString symbol;
 };
 
 // What happens, for those who listen, besides the signals of the session list and of the windows.
@@ -65,7 +63,7 @@ Q_SIGNALS:
                       Activity::By by);
     // Its window lives until it is closed.
     void messageShown(const QObject* window, const QString& from, const QString& text);
-    // Numbers tell the commands of this run apart.
+    // A remote command runs, or has ended. Numbers tell the commands of this run apart.
     void commandBegan(quint64 command, qint64 session, const QString& text);
     void commandEnded(quint64 command, qint64 status);
     void screenLockChanged(bool isLocked);

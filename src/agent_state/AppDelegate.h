@@ -97,9 +97,6 @@ public:
     static void setManaged(bool isManaged);
     // None where the report did not decode; the window is shown or redrawn all the same.
     static void statusReceived(const std::optional<StatusInfo>& status);
-    // Tell those who listen that a remote command runs, and how it ended.
-    static void commandBegan(quint64 command, qint64 session, const QString& text);
-    static void commandEnded(quint64 command, qint64 status);
 
     // --- StatusWindow.cpp: when the connection status window comes up and goes ---
 
@@ -109,6 +106,8 @@ public:
     static void showConnectionLater(bool loop);
     static void stopShowConnectionLater();
     static void closeConnectionStatus();
+    // After a change of what the window shows.
+    static void redrawIfVisible();
     // The window's button: the user ends a session.
     static void endSession(qint64 session);
 
@@ -190,7 +189,6 @@ private:
     void makeAdditions();
 
     static void setGatewayConnected(bool isConnected);
-    static void redrawIfVisible();
     static void showLaterIfHidden();
     static void showAtSessionEnd();
 

@@ -4,19 +4,9 @@
 
 #include <algorithm>
 
-namespace {
-
-bool isIn(const QList<SessionInfo>& sessions, qint64 session)
-{
-    return std::any_of(sessions.cbegin(), sessions.cend(),
-                       [session](const SessionInfo& listed) { return listed.session == session; });
-}
-
-} // namespace
-
 bool SessionList::contains(qint64 session) const
 {
-    return isIn(m_sessions, session);
+    return isListed(session, m_sessions);
 }
 
 void SessionList::add(const SessionInfo& session)
@@ -59,7 +49,7 @@ void SessionList::replace(const QList<SessionInfo>& sessions)
     }
     const QList<SessionInfo> after = m_sessions;
     for (const SessionInfo& session : after) {
-        tellListed(session, !isIn(before, session.session));
+        tellListed(session, !isListed(session.session, before));
     }
     const QList<qint64> expected = m_expectedEnds.keys();
     for (const qint64 session : expected) {

@@ -3,6 +3,7 @@
 #include "localisation/ShownText.h"
 #include "platform/accounts/Account.h"
 #include "platform/desktop/Announcements.h"
+#include "platform/desktop/WindowActivation.h"
 #include "records/Intervals.h"
 #include "ui_ChatController.h"
 #include "window_kit/ElidedLabel.h"
@@ -27,8 +28,7 @@ constexpr qsizetype kMostSaid = 1'000; // of a longer one
 } // namespace
 
 ChatController::ChatController(LabelSource labels, bool allowToLeave)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
-                                  Qt::WindowCloseButtonHint),
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint),
       m_labels(std::move(labels)), m_allowToLeave(allowToLeave),
       m_ui(std::make_unique<Ui::ChatController>())
 {
@@ -37,8 +37,8 @@ ChatController::ChatController(LabelSource labels, bool allowToLeave)
     for (QFrame* const line : {m_ui->headerLine, m_ui->footerLine}) {
         line->setForegroundRole(QPalette::Mid);
     }
-    connectButton(m_ui->Quit, [this] { QuitAction(); });
-    connectButton(m_ui->Send, [this] { SendAction(); });
+    inputGuard.connectButton(m_ui->Quit, [this] { QuitAction(); });
+    inputGuard.connectButton(m_ui->Send, [this] { SendAction(); });
     // Return or Enter in the field; anywhere else Return is the button's key equivalent.
     connect(m_ui->Message, &QLineEdit::returnPressed, this, &ChatController::SendAction);
     windowDidLoad();
@@ -139,13 +139,7 @@ void ChatController::leftMember(const QString& name)
 
 void ChatController::leftMemberLater(const QString& name)
 {
-    auto* const timer = new QTimer(this);
-    timer->setSingleShot(true);
-    connect(timer, &QTimer::timeout, this, [this, timer, name] {
-        timer->deleteLater();
-        leftMember(name);
-    });
-    timer->start(Intervals::current().departure);
+    QTimer::singleShot(Intervals::current().departure, this, [this, name] { leftMember(name); });
 }
 
 void ChatController::showMembers()
@@ -186,7 +180,7 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
         const QString shown = ShownText::shown(message.left(kMostSaid));
         Announcements::say(sender.isEmpty() ? shown : ShownText::line(sender) + u": "_s + shown);
         if (isShown()) {
-            markNews();
+            WindowActivation::demandAttention(this);
         }
     }
 }

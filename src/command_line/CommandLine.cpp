@@ -2,6 +2,7 @@
 
 #include "command_line/Doctor.h"
 #include "command_line/Enrolling.h"
+#include "command_line/Invocation.h"
 #include "command_line/Terminal.h"
 #include "localisation/ShownText.h"
 #include "localisation/Translate.h"
@@ -25,27 +26,9 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString kProgram = u"vantoryAgent"_s;
-
-constexpr qsizetype kLongestLine = 500;
-
-struct Option;
-
-// What a command line asks for.
-struct Invocation {
-    QStringList arguments;           // without the program's name
-    const Option* command = nullptr; // none: the agent itself
-    QString value;                   // the command's, or the option at fault
-    QString region;                  // as typed; empty for the usual one
-    bool isJson = false;
-    bool isKept = false;     // started by the keeper: a second agent ends without a word
-    QLatin1StringView fault; // the text's key, where the command line is wrong
-};
-
 using Run = int (*)(const Terminal& terminal, const Invocation& asked);
 
+// An option of the command line.
 struct Option {
     QLatin1StringView name;
     QLatin1StringView value; // as the help calls it; empty for an option without one
@@ -54,11 +37,18 @@ struct Option {
     QLatin1StringView commands = {};
 };
 
+namespace {
+
+const QString kProgram = u"vantoryAgent"_s;
+
+constexpr qsizetype kLongestLine = 500;
+
 int printVersion(const Terminal&, const Invocation&)
 {
-    const auto value = [](const QString& key) { return MainBundle::infoValue(key).toString(); };
-    Terminal::print(u"%1 %2 (%3)"_s.arg(kProgram, value(u"CFBundleShortVersionString"_s),
-                                        value(u"CFBundleVersion"_s)));
+    const auto version = MainBundle::infoText(u"CFBundleShortVersionString"_s);
+    const auto build = MainBundle::infoText(u"CFBundleVersion"_s);
+    Terminal::print(
+        u"%1 %2 (%3)"_s.arg(kProgram, version.value_or(QString()), build.value_or(QString())));
     return Terminal::Done;
 }
 
@@ -73,10 +63,16 @@ void printSession(const Terminal& terminal, const QJsonObject& session)
                   QLocale::system().toString(began.toLocalTime(), QLocale::ShortFormat)});
 }
 
+// What the running agent has replied; empty where none answers.
+QJsonObject objectOf(const QByteArray& answer)
+{
+    return Json::read(answer).object.value_or(QJsonObject());
+}
+
 int printStatus(const Terminal& terminal, const Invocation& asked)
 {
-    const QByteArray answer = RunningAgent::status().value_or(QByteArray());
-    const QJsonObject status = Json::read(answer).object.value_or(QJsonObject());
+    const QByteArray answer = RunningAgent::status();
+    const QJsonObject status = objectOf(answer);
     const bool isRunning = status["running"_L1].toBool();
     if (asked.isJson) {
         Terminal::print(isRunning ? QString::fromUtf8(answer) : u"{\"running\":false}"_s);
@@ -96,8 +92,8 @@ int printStatus(const Terminal& terminal, const Invocation& asked)
 
 int printHistory(const Terminal& terminal, const Invocation& asked)
 {
-    const QByteArray answer = RunningAgent::history().value_or(QByteArray());
-    const QJsonObject history = Json::read(answer).object.value_or(QJsonObject());
+    const QByteArray answer = RunningAgent::history();
+    const QJsonObject history = objectOf(answer);
     if (history.isEmpty()) {
         return terminal.complain("status.notRunning"_L1);
     }
@@ -143,16 +139,10 @@ int endSession(const Terminal& terminal, const Invocation& asked)
                     : terminal.complain("end.unknown"_L1, {number});
 }
 
-// What the running agent tells of itself; empty where none answers.
-QJsonObject runningAgent()
-{
-    return Json::read(RunningAgent::status().value_or(QByteArray())).object.value_or(QJsonObject());
-}
-
-QSet<qint64> listedSessions()
+QSet<qint64> sessionsIn(const QJsonObject& status)
 {
     QSet<qint64> numbers;
-    const QJsonArray sessions = runningAgent()["sessions"_L1].toArray();
+    const QJsonArray sessions = status["sessions"_L1].toArray();
     for (const QJsonValue& session : sessions) {
         numbers.insert(session["session"_L1].toInteger());
     }
@@ -161,10 +151,11 @@ QSet<qint64> listedSessions()
 
 int endAllSessions(const Terminal& terminal, const Invocation&)
 {
-    if (runningAgent().isEmpty()) {
+    const QJsonObject status = objectOf(RunningAgent::status());
+    if (status.isEmpty()) {
         return terminal.complain("status.notRunning"_L1);
     }
-    const QSet<qint64> sessions = listedSessions();
+    const QSet<qint64> sessions = sessionsIn(status);
     for (const qint64 session : sessions) {
         if (RunningAgent::endSession(session) == true) {
             terminal.say("end.done"_L1, {QString::number(session)});
@@ -176,12 +167,11 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     // The service lists again what it has not ended.
     constexpr std::chrono::seconds kUntilReported(5);
     std::this_thread::sleep_for(kUntilReported);
-    const QSet<qint64> again = listedSessions() & sessions;
-    int status = Terminal::Done;
+    const QSet<qint64> again = sessionsIn(objectOf(RunningAgent::status())) & sessions;
     for (const qint64 session : again) {
-        status = terminal.complain("end.again"_L1, {QString::number(session)});
+        terminal.complain("end.again"_L1, {QString::number(session)});
     }
-    return status;
+    return again.isEmpty() ? Terminal::Done : Terminal::Failed;
 }
 
 int printHelp(const Terminal& terminal, const Invocation&);
@@ -193,21 +183,10 @@ const Option kOptions[] = {
     {"json"_L1, {}, "help.json"_L1, nullptr, "status history"_L1},
     {"end-session"_L1, "NUMBER"_L1, "help.endSession"_L1, &endSession},
     {"end-all-sessions"_L1, {}, "help.endAll"_L1, &endAllSessions},
-    {"doctor"_L1,
-     {},
-     "help.doctor"_L1,
-     [](const Terminal& terminal, const Invocation& asked) {
-         return Doctor{terminal}.examine(asked.arguments);
-     }},
-    {"enrol"_L1, "CODE|ACCOUNT"_L1, "help.enrol"_L1,
-     [](const Terminal& terminal, const Invocation& asked) {
-         return Enrolling::enrol(terminal, asked.value, asked.region);
-     }},
+    {"doctor"_L1, {}, "help.doctor"_L1, &Doctor::examine},
+    {"enrol"_L1, "CODE|ACCOUNT"_L1, "help.enrol"_L1, &Enrolling::enrol},
     {"region"_L1, "NAME"_L1, "help.region"_L1, nullptr, "enrol"_L1},
-    {"unenrol"_L1,
-     {},
-     "help.unenrol"_L1,
-     [](const Terminal& terminal, const Invocation&) { return Enrolling::unenrol(terminal); }},
+    {"unenrol"_L1, {}, "help.unenrol"_L1, &Enrolling::unenrol},
     {"version"_L1, {}, "help.version"_L1, &printVersion},
     {"help"_L1, {}, "help.help"_L1, &printHelp},
 };
@@ -258,8 +237,8 @@ Invocation invocationOf(const QStringList& arguments)
 
     Invocation asked;
     asked.arguments = arguments;
-    const auto wrongUse = [&](const QString& option) {
-        asked.fault = "usage.wrongUse"_L1;
+    const auto wrong = [&](const QString& option, QLatin1StringView fault) {
+        asked.fault = fault;
         asked.value = option;
         return asked;
     };
@@ -271,11 +250,8 @@ Invocation invocationOf(const QStringList& arguments)
         };
         // The last one where a value is missing.
         const auto at = std::find_if(arguments.crbegin(), arguments.crend(), isOption);
-        wrongUse(at == arguments.crend() ? QString() : optionName(*at));
-        if (!unknown.isEmpty()) {
-            asked.fault = "usage.unknownOption"_L1;
-        }
-        return asked;
+        return wrong(at == arguments.crend() ? QString() : optionName(*at),
+                     unknown.isEmpty() ? "usage.wrongUse"_L1 : "usage.unknownOption"_L1);
     }
     asked.isJson = parser.isSet(u"json"_s);
     asked.isKept = parser.isSet(u"kept"_s);
@@ -285,16 +261,16 @@ Invocation invocationOf(const QStringList& arguments)
             continue;
         }
         if (asked.command != nullptr) {
-            return wrongUse(u"--"_s + option.name);
+            return wrong(u"--"_s + option.name, "usage.wrongUse"_L1);
         }
         asked.command = &option;
         asked.value = option.value.isEmpty() ? QString() : parser.value(QString(option.name));
     }
+    const QLatin1StringView command = asked.command != nullptr ? asked.command->name : ""_L1;
     for (const Option& option : kOptions) {
-        const bool isAddition = option.run == nullptr && parser.isSet(QString(option.name));
-        if (isAddition && (asked.command == nullptr ||
-                           !QString(option.commands).split(u' ').contains(asked.command->name))) {
-            return wrongUse(u"--"_s + option.name);
+        if (option.run == nullptr && parser.isSet(QString(option.name)) &&
+            !QString(option.commands).split(u' ').contains(command)) {
+            return wrong(u"--"_s + option.name, "usage.wrongUse"_L1);
         }
     }
     return asked;

@@ -1,5 +1,6 @@
 #include "command_line/Doctor.h"
 
+#include "command_line/Invocation.h"
 #include "localisation/Translate.h"
 #include "platform/accounts/Account.h"
 #include "platform/accounts/LocalAccounts.h"
@@ -223,7 +224,7 @@ void checkInstallation(Doctor& doctor, const OemOptions& options)
     const QStringList keys = {u"CFBundleName"_s, u"CFBundleShortVersionString"_s,
                               u"CFBundleVersion"_s};
     const bool hasInfo = std::all_of(keys.cbegin(), keys.cend(), [](const QString& key) {
-        return MainBundle::infoValue(key).typeId() == QMetaType::QString;
+        return MainBundle::infoText(key).has_value();
     });
     if (!hasInfo) {
         doctor.wrong("doctor.resource"_L1, {MainBundle::path() + u"/Info.plist"_s});
@@ -242,23 +243,24 @@ void checkInstallation(Doctor& doctor, const OemOptions& options)
 
 } // namespace
 
-int Doctor::examine(const QStringList& arguments)
+int Doctor::examine(const Terminal& terminal, const Invocation& asked)
 {
+    Doctor doctor{terminal};
     if (!terminal.hasTexts()) { // then the other lines have only their keys
-        isFine = false;
+        doctor.isFine = false;
         Terminal::print(
             u"%1/Resources/commands.json is missing or damaged: install the agent again"_s.arg(
                 MainBundle::path()));
     }
     const OemOptions options = OemOptions::read();
-    checkInstallation(*this, options);
-    checkPreferences(*this);
-    checkSettings(*this);
-    checkAllowedSettings(*this);
-    checkLogs(*this);
-    checkService(*this, arguments, options);
-    examineDesktop();
-    return isFine ? terminal.say("doctor.fine"_L1) : Terminal::Failed;
+    checkInstallation(doctor, options);
+    checkPreferences(doctor);
+    checkSettings(doctor);
+    checkAllowedSettings(doctor);
+    checkLogs(doctor);
+    checkService(doctor, asked.arguments, options);
+    doctor.examineDesktop();
+    return doctor.isFine ? terminal.say("doctor.fine"_L1) : Terminal::Failed;
 }
 
 QString Doctor::command(const QString& start, QString path)

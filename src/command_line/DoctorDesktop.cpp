@@ -129,18 +129,13 @@ void checkAutostart(Doctor& doctor)
 
 void checkAgent(Doctor& doctor, const DesktopFacts& facts)
 {
-    switch (RunningAgent::presence()) {
-    case RunningAgent::Presence::None:
-        if (facts.hasBus) { // else it may be known to a bus that does not answer
-            checkAutostart(doctor);
-        }
-        break;
-    case RunningAgent::Presence::Answers:
+    const auto presence = RunningAgent::presence();
+    if (presence == RunningAgent::Presence::Answers) {
         doctor.terminal.say("doctor.agentRuns"_L1);
-        break;
-    case RunningAgent::Presence::Silent:
+    } else if (presence == RunningAgent::Presence::Silent) {
         doctor.wrong("doctor.agentIsSilent"_L1);
-        break;
+    } else if (facts.hasBus) { // else it may be known to a bus that does not answer
+        checkAutostart(doctor);
     }
 }
 

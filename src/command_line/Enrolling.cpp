@@ -1,5 +1,6 @@
 #include "command_line/Enrolling.h"
 
+#include "command_line/Invocation.h"
 #include "command_line/Terminal.h"
 #include "platform/accounts/Account.h"
 #include "platform/files/FileFacts.h"
@@ -69,15 +70,15 @@ bool remove(const Terminal& terminal, const QString& path)
 
 } // namespace
 
-int Enrolling::enrol(const Terminal& terminal, const QString& entry, const QString& region)
+int Enrolling::enrol(const Terminal& terminal, const Invocation& asked)
 {
-    auto settings = settingsOf(entry);
+    auto settings = settingsOf(asked.value);
     if (!settings) {
-        return terminal.complain("enrol.badEntry"_L1, {entry}, Terminal::WrongUse);
+        return terminal.complain("enrol.badEntry"_L1, {asked.value}, Terminal::WrongUse);
     }
-    const auto platform = regionOf(region);
+    const auto platform = regionOf(asked.region);
     if (!platform) {
-        return terminal.complain("enrol.badRegion"_L1, {region}, Terminal::WrongUse);
+        return terminal.complain("enrol.badRegion"_L1, {asked.region}, Terminal::WrongUse);
     }
     settings->platform = *platform;
     if (Account::number() != 0) {
@@ -96,7 +97,7 @@ int Enrolling::enrol(const Terminal& terminal, const QString& entry, const QStri
     return isDone ? terminal.say("enrol.done"_L1) : Terminal::Failed;
 }
 
-int Enrolling::unenrol(const Terminal& terminal)
+int Enrolling::unenrol(const Terminal& terminal, const Invocation&)
 {
     if (Account::number() != 0) {
         return terminal.complain("enrol.onlyRoot"_L1);

@@ -108,14 +108,16 @@ void execute(const Received& received)
     }
     const quint64 command = ++lastCommand;
     AppDelegate::post([command, session = info->session, text = info->exec] {
-        AppDelegate::commandBegan(command, session, text);
+        Q_EMIT AppDelegate::state().events.commandBegan(command, session, text);
     });
     RemoteCommands::Started started = start(info->exec);
     received.result.awaited = std::move(started.end);
     received.result.rest = [command, session = info->session, wait = started.wait] {
         const int status = wait();
         AppDelegate::send(Protocol::resultCommand(session, status));
-        AppDelegate::post([command, status] { AppDelegate::commandEnded(command, status); });
+        AppDelegate::post([command, status] {
+            Q_EMIT AppDelegate::state().events.commandEnded(command, status);
+        });
     };
 }
 

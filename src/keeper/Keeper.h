@@ -37,7 +37,6 @@ public:
     };
 
     // The arguments, without the program's name, are the agent's.
-    explicit Keeper(const QStringList& arguments) : m_arguments(arguments) {}
     Keeper(const QStringList& arguments, const Intervals& intervals)
         : m_arguments(arguments), m_intervals(intervals)
     {}

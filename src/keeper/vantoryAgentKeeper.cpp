@@ -6,5 +6,5 @@ int main(int argc, char* argv[])
     for (int index = 1; index < argc; ++index) {
         arguments.push_back(QString::fromUtf8(argv[index]));
     }
-    Keeper(arguments).run();
+    Keeper(arguments, {}).run();
 }

@@ -3,7 +3,7 @@
 #include <QString>
 
 #include <algorithm>
-#include <limits>
+#include <utility>
 
 std::optional<qint64> parseInteger64(QStringView text)
 {
@@ -21,9 +21,6 @@ std::optional<qint64> parseInteger64(QStringView text)
 std::optional<qint32> parseInteger32(QStringView text)
 {
     const auto number = parseInteger64(text);
-    if (!number || *number < std::numeric_limits<qint32>::min() ||
-        *number > std::numeric_limits<qint32>::max()) {
-        return std::nullopt;
-    }
-    return static_cast<qint32>(*number);
+    const bool isInRange = number && std::in_range<qint32>(*number);
+    return isInRange ? std::optional(static_cast<qint32>(*number)) : std::nullopt;
 }

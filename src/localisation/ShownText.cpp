@@ -22,20 +22,10 @@ constexpr qsizetype kToolTipLine = 80;
 // time.
 constexpr qsizetype kMostRead = 2 * kLongestToolTip;
 
+// A line feed, a vertical tab, a form feed, a carriage return, or one of Unicode's.
 bool isLineBreak(char32_t c)
 {
-    switch (c) {
-    case U'\n':
-    case U'\v':
-    case U'\f':
-    case U'\r':
-    case U'\u0085':
-    case U'\u2028':
-    case U'\u2029':
-        return true;
-    default:
-        return false;
-    }
+    return (c >= U'\n' && c <= U'\r') || c == 0x0085 || c == 0x2028 || c == 0x2029;
 }
 
 // An explicit direction change, or one of the controls that Unicode deprecates.
@@ -59,60 +49,38 @@ bool isStackingMark(char32_t c)
 
 bool leavesInk(char32_t c)
 {
-    switch (c) {
-    case 0x2800:  // the empty Braille pattern
-    case 0x1D159: // a note without a head
-    case 0x13441: // blanks between hieroglyphs
-    case 0x13442:
-        return false;
-    default:
-        return (QChar::isLetterOrNumber(c) || QChar::isPunct(c) || QChar::isSymbol(c)) &&
-               u_hasBinaryProperty(static_cast<UChar32>(c), UCHAR_DEFAULT_IGNORABLE_CODE_POINT) ==
-                   0;
-    }
+    // The empty Braille pattern, a note without a head, and blanks between hieroglyphs.
+    const bool isBlank = c == 0x2800 || c == 0x1D159 || c == 0x13441 || c == 0x13442;
+    return !isBlank && (QChar::isLetterOrNumber(c) || QChar::isPunct(c) || QChar::isSymbol(c)) &&
+           u_hasBinaryProperty(static_cast<UChar32>(c), UCHAR_DEFAULT_IGNORABLE_CODE_POINT) == 0;
 }
 
-class Cleaner {
-public:
-    explicit Cleaner(char16_t lineBreak) : m_lineBreak(lineBreak) {}
-
-    QString clean(const QString& text)
-    {
-        m_result.reserve(text.size());
-        for (const char32_t c : text.toUcs4()) {
-            take(c);
-        }
-        return std::move(m_result);
-    }
-
-private:
-    void take(char32_t c)
-    {
-        const bool isAfterReturn = std::exchange(m_isAfterReturn, c == U'\r');
-        if (isDirectionChange(c) || (c == U'\n' && isAfterReturn)) {
-            return;
-        }
+QString clean(const QString& text, char16_t lineBreak)
+{
+    QString result;
+    result.reserve(text.size());
+    int marks = 0;
+    char32_t before = 0;
+    for (const char32_t c : text.toUcs4()) {
+        const bool endsBreak = std::exchange(before, c) == U'\r' && c == U'\n';
         if (isStackingMark(c)) {
-            if (++m_marks > kMostMarks) {
-                return;
-            }
+            ++marks;
         } else if (QChar::category(c) != QChar::Other_Format) {
-            m_marks = 0;
+            marks = 0;
+        }
+        if (isDirectionChange(c) || endsBreak || (isStackingMark(c) && marks > kMostMarks)) {
+            continue;
         }
         if (isLineBreak(c)) {
-            m_result += QChar(m_lineBreak);
+            result += QChar(lineBreak);
         } else if (isNoCharacter(c)) {
-            m_result += QChar(QChar::ReplacementCharacter);
+            result += QChar(QChar::ReplacementCharacter);
         } else {
-            m_result += QStringView(QChar::fromUcs4(c));
+            result += QStringView(QChar::fromUcs4(c));
         }
     }
-
-    const char16_t m_lineBreak;
-    QString m_result;
-    int m_marks = 0;
-    bool m_isAfterReturn = false;
-};
+    return result;
+}
 
 // Walks a text's characters as a person counts them (grapheme clusters, UAX #29), until the next
 // call on this thread. ICU's iterator, since Qt's own splits other characters within Thai
@@ -153,7 +121,7 @@ qsizetype endOfFirstPiece(QStringView text)
 
 QString start(const QString& text, char16_t lineBreak, qsizetype longest)
 {
-    QString result = Cleaner(lineBreak).clean(text.left(kMostRead));
+    QString result = clean(text.left(kMostRead), lineBreak);
     if (result.size() > longest) {
         result.truncate(lastCharacterEnd(result, longest));
     } else if (text.size() <= kMostRead) {
@@ -194,12 +162,12 @@ bool ShownText::isSeen(QStringView name)
 
 QString ShownText::shown(const QString& text)
 {
-    return Cleaner(QChar::LineSeparator).clean(text);
+    return clean(text, QChar::LineSeparator);
 }
 
 QString ShownText::line(const QString& text)
 {
-    return Cleaner(u' ').clean(text);
+    return clean(text, u' ');
 }
 
 QString ShownText::line(const QString& text, qsizetype longest)

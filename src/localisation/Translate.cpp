@@ -279,6 +279,13 @@ JsonData::Info englishFallback()
     for (const Label& label : kLabels) {
         label.field(labels) = QString::fromUtf16(label.english);
     }
+    labels.Common.cancel = u"Cancel"_s;
+    labels.Common.ok = u"OK"_s;
+    labels.MainMenu.settings = u"Settings"_s;
+    labels.Settings.managed = u"Centrally managed agent"_s;
+    labels.Settings.sessionCode = u"Session code"_s;
+    labels.Settings.accountId = u"Account identifier"_s;
+    labels.Settings.platform = u"Region"_s;
     labels.Connection.ready = u"Agent ready"_s;
     labels.Connection.no_gateway = u"No gateway available"_s;
     labels.Connection.account_invalid = u"Account is blocked or no longer exists"_s;

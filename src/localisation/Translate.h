@@ -21,58 +21,45 @@ struct JsonData {
         struct Common {
             QString quit, select, cancel, apply, start, restart, refresh, terminate, ok, reset,
                 reject, accept, _import, export_, send, update;
-        };
+        } Common;
         struct MainMenu {
             QString permissions, connection, settings, status;
-        };
+        } MainMenu;
         struct Main {
             QString agent, control;
-        };
+        } Main;
         struct UserAck {
             QString user_ack_title, user_ack_desc, replaced, withdrawn;
-        };
+        } UserAck;
         struct Connection {
             QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
                 abort_connection_label, endAll, inSession, notEnded, session, noIcon, noIconHow;
-        };
+        } Connection;
         struct About {
             QString about, agent, version, build;
-        };
+        } About;
         struct Message {
             QString received, from, automatic, seconds, information, question, caution, stop,
                 more, // "%1" stands for a number
                 one;
-        };
+        } Message;
         struct Chat {
             QString chat, joined, left, transcript, field;
-        };
+        } Chat;
         struct Settings {
             QString managed, sessionCode, accountId, platform, unlock, lock, locked, fixed;
-        };
+        } Settings;
         struct Security {
             QString username, password, wrong, checking;
-        };
+        } Security;
         struct Activity {
             QString title, away, began, ended, notEnded, accepted, acceptedByYou, declined, waits,
                 message, command, running, status, time, event, details, since, earlier;
-        };
+        } Activity;
         struct error {
             QString regionTitle, regionMsg1, regionMsg2, accountIdTitle, accountIdMsg,
                 sessionCodeTitle, sessionCodeMsg;
-        };
-
-        struct Common Common;
-        struct MainMenu MainMenu;
-        struct Main Main;
-        struct UserAck UserAck;
-        struct Connection Connection;
-        struct About About;
-        struct Message Message;
-        struct Chat Chat;
-        struct Settings Settings;
-        struct Security Security;
-        struct Activity Activity;
-        struct error error;
+        } error;
     };
 
     Info En, Fr, Es, It, Ge, Ko, Pt;
@@ -99,8 +86,8 @@ struct JsonData {
 // Whether the document is there and can be decoded. Logs nothing and ends nothing. Any thread.
 [[nodiscard]] bool isLanguageDocumentWhole();
 
-// The English texts of the keys that a document may lack; all others are empty. For what is shown
-// also where no document can be loaded.
+// The English texts of the keys that a document may lack, and of the status and settings windows;
+// all others are empty. For what is shown also where no document can be loaded.
 [[nodiscard]] JsonData::Info englishFallback();
 
 // Where a window gets the labels of the chosen language from, each time that it needs them; none as

@@ -1,58 +1,35 @@
 #include "records/Activity.h"
 
-#include <array>
+#include <algorithm>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 // In the order of the enumerations.
-constexpr std::array kKinds = {"session_began"_L1,    "session_ended"_L1,    "session_not_ended"_L1,
-                               "request_accepted"_L1, "request_declined"_L1, "request_waits"_L1,
-                               "message"_L1,          "command"_L1};
-constexpr std::array kAnswerers = {"user"_L1, "locked_screen"_L1};
-
-template <typename Value, typename Names>
-std::optional<Value> valueOf(const QJsonValue& json, const Names& names)
-{
-    for (std::size_t place = 0; place < names.size(); ++place) {
-        if (json.toString() == names.at(place)) {
-            return static_cast<Value>(place);
-        }
-    }
-    return std::nullopt;
-}
-
-template <typename Value, typename Names>
-QString nameOf(Value value, const Names& names)
-{
-    return names.at(static_cast<std::size_t>(value));
-}
+const struct {
+    QLatin1StringView name;
+    QString JsonData::Info::Activity::*words;
+} kKinds[] = {
+    {"session_began"_L1, &JsonData::Info::Activity::began},
+    {"session_ended"_L1, &JsonData::Info::Activity::ended},
+    {"session_not_ended"_L1, &JsonData::Info::Activity::notEnded},
+    {"request_accepted"_L1, &JsonData::Info::Activity::accepted},
+    {"request_declined"_L1, &JsonData::Info::Activity::declined},
+    {"request_waits"_L1, &JsonData::Info::Activity::waits},
+    {"message"_L1, &JsonData::Info::Activity::message},
+    {"command"_L1, &JsonData::Info::Activity::command},
+};
+constexpr QLatin1StringView kAnswerers[] = {"user"_L1, "locked_screen"_L1};
 
 } // namespace
 
 QString Activity::event(const JsonData::Info& labels) const
 {
-    const auto& words = labels.Activity;
-    switch (kind) {
-    case Kind::SessionBegan:
-        return words.began;
-    case Kind::SessionEnded:
-        return words.ended;
-    case Kind::SessionNotEnded:
-        return words.notEnded;
-    case Kind::RequestAccepted:
-        return by == By::User ? words.acceptedByYou : words.accepted;
-    case Kind::RequestDeclined:
-        return words.declined;
-    case Kind::RequestWaits:
-        return words.waits;
-    case Kind::Message:
-        return words.message;
-    case Kind::Command:
-        return words.command;
-    }
-    return {};
+    return kind == Kind::RequestAccepted && by == By::User
+               ? labels.Activity.acceptedByYou
+               : labels.Activity.*kKinds[static_cast<int>(kind)].words;
 }
 
 QString Activity::details() const
@@ -67,7 +44,7 @@ QString Activity::statusText(const JsonData::Info& labels) const
 
 QJsonObject Activity::toJson() const
 {
-    QJsonObject json{{u"kind"_s, nameOf(kind, kKinds)},
+    QJsonObject json{{u"kind"_s, kKinds[static_cast<int>(kind)].name},
                      {u"time"_s, time.toUTC().toString(Qt::ISODateWithMs)},
                      {u"unseen"_s, isUnseen}};
     if (kind != Kind::Command) {
@@ -80,7 +57,7 @@ QJsonObject Activity::toJson() const
         json.insert(u"session"_s, session);
     }
     if (kind >= Kind::RequestAccepted && kind <= Kind::RequestWaits) {
-        json.insert(u"by"_s, nameOf(by, kAnswerers));
+        json.insert(u"by"_s, kAnswerers[static_cast<int>(by)]);
     }
     if (isRunning) {
         json.insert(u"running"_s, true);
@@ -93,16 +70,19 @@ QJsonObject Activity::toJson() const
 
 std::optional<Activity> Activity::fromJson(const QJsonObject& json)
 {
-    const auto kind = valueOf<Kind>(json["kind"_L1], kKinds);
-    const auto by = json.contains("by"_L1) ? valueOf<By>(json["by"_L1], kAnswerers) : By::User;
+    const auto* const kind =
+        std::find_if(std::begin(kKinds), std::end(kKinds),
+                     [&](const auto& known) { return json["kind"_L1].toString() == known.name; });
+    const auto* const by =
+        std::find(std::begin(kAnswerers), std::end(kAnswerers), json["by"_L1].toString(u"user"_s));
     Activity activity;
     activity.time =
         QDateTime::fromString(json["time"_L1].toString(), Qt::ISODateWithMs).toLocalTime();
-    if (!kind || !by || !activity.time.isValid()) {
+    if (kind == std::end(kKinds) || by == std::end(kAnswerers) || !activity.time.isValid()) {
         return std::nullopt;
     }
-    activity.kind = *kind;
-    activity.by = *by;
+    activity.kind = static_cast<Kind>(kind - std::begin(kKinds));
+    activity.by = static_cast<By>(by - std::begin(kAnswerers));
     activity.session = json["session"_L1].toInteger();
     activity.name = json["name"_L1].toString();
     activity.text = json["text"_L1].toString();

@@ -2,12 +2,20 @@
 
 #include <QTimeZone>
 
+#include <algorithm>
+
 namespace {
 
 // 2001-01-01 00:00:00 UTC, in milliseconds since the Unix epoch.
 constexpr qint64 kReferenceDate = 978'307'200'000;
 
 } // namespace
+
+bool isListed(qint64 session, const QList<SessionInfo>& sessions)
+{
+    return std::any_of(sessions.cbegin(), sessions.cend(),
+                       [session](const SessionInfo& listed) { return listed.session == session; });
+}
 
 double sessionDateNow()
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -13,6 +14,8 @@ struct SessionInfo {
     // When it began, in seconds since 2001-01-01 00:00:00 UTC, fractions allowed.
     std::optional<double> sessionDate;
 };
+
+[[nodiscard]] bool isListed(qint64 session, const QList<SessionInfo>& sessions);
 
 // The present moment as `SessionInfo::sessionDate` counts it. Any thread.
 [[nodiscard]] double sessionDateNow();

@@ -5,17 +5,7 @@ using namespace Qt::StringLiterals;
 SettingsTexts SettingsTexts::from(const JsonData::Info& labels)
 {
     return {
-        .title = u"vantory - "_s + labels.MainMenu.settings,
-        .managed = labels.Settings.managed,
-        .sessionCode = labels.Settings.sessionCode,
-        .accountId = labels.Settings.accountId,
-        .region = labels.Settings.platform,
-        .cancel = labels.Common.cancel,
-        .ok = labels.Common.ok,
-        .unlock = labels.Settings.unlock,
-        .lock = labels.Settings.lock,
-        .locked = labels.Settings.locked,
-        .fixed = labels.Settings.fixed,
+        .labels = labels,
         .accountIdErrorTitle = labels.error.accountIdTitle,
         .accountIdErrorMsg = labels.error.accountIdMsg,
         .sessionCodeErrorTitle = labels.error.sessionCodeTitle,

@@ -10,19 +10,7 @@ struct SettingsTexts {
     // From one language's labels.
     [[nodiscard]] static SettingsTexts from(const JsonData::Info& labels);
 
-    QString title = QString::fromLatin1("vantory - Settings");
-    QString managed = QString::fromLatin1("Centrally managed agent");
-    QString sessionCode = QString::fromLatin1("Session code");
-    QString accountId = QString::fromLatin1("Account identifier");
-    QString region = QString::fromLatin1("Region");
-    QString cancel = QString::fromLatin1("Cancel");
-    QString ok = QString::fromLatin1("OK");
-    QString unlock = QString::fromLatin1("Unlock");
-    QString lock = QString::fromLatin1("Lock");
-    // Why nothing can be changed: nobody has unlocked it, or nobody can.
-    QString locked = englishFallback().Settings.locked;
-    QString fixed = englishFallback().Settings.fixed;
-
+    JsonData::Info labels = englishFallback();
     QString accountIdErrorTitle = QString::fromLatin1("Account Identifier is incorrect");
     QString accountIdErrorMsg = QString::fromLatin1("Account Identifier must be an UUID.");
     QString sessionCodeErrorTitle = QString::fromLatin1("Session code is incorrect");

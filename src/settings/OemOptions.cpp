@@ -7,7 +7,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -29,12 +29,6 @@ constexpr struct {
     {"port", QMetaType::LongLong, "is not an integer"},
     {"service_accounts", QMetaType::QVariantList, "is not an array of strings"},
 };
-
-// Of the right type.
-bool isPort(const QVariant& value)
-{
-    return value.toLongLong() >= 1 && value.toLongLong() <= std::numeric_limits<quint16>::max();
-}
 
 bool holdsTexts(const QVariantList& list)
 {
@@ -75,7 +69,8 @@ void OemOptions::add(const QString& file)
         if (value->typeId() != type ||
             (type == QMetaType::QVariantList && !holdsTexts(value->toList()))) {
             wrong = fault;
-        } else if (type == QMetaType::LongLong && !isPort(*value)) {
+        } else if (type == QMetaType::LongLong &&
+                   (value->toLongLong() < 1 || !std::in_range<quint16>(value->toLongLong()))) {
             wrong = "is not a port from 1 to 65535";
         }
         if (wrong != nullptr) {

@@ -3,7 +3,7 @@
 #include "localisation/Numbers.h"
 #include "settings/OemOptions.h"
 
-#include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -14,8 +14,7 @@ PortArgument PortArgument::of(const QStringList& arguments)
     for (const QString& argument : arguments) {
         if (argument.startsWith(prefix)) {
             const auto number = parseInteger64(QStringView(argument).sliced(prefix.size()));
-            const bool isPort =
-                number && *number >= 0 && *number <= std::numeric_limits<quint16>::max();
+            const bool isPort = number && std::in_range<quint16>(*number);
             result.port = isPort ? std::optional(static_cast<quint16>(*number)) : std::nullopt;
             result.invalid = isPort ? QString() : argument;
         }

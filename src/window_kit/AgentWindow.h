@@ -12,6 +12,10 @@
 #include <functional>
 #include <utility>
 
+// Of a window's title bar.
+inline constexpr Qt::WindowFlags kUsualButtons =
+    Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;
+
 // What all windows of the agent have in common: they stay above ordinary ones, bear the program's
 // icon, know the menu's keys, and their logo, pictures and colours follow palette, font and screen.
 //
@@ -48,15 +52,6 @@ public:
         // user has gone to another program.
         inputGuard.begin(keptOut);
         WindowRules::bringUp(this, WindowRules::Occasion::Service);
-    }
-
-    // The window is shown, and something in it is new.
-    void markNews() { WindowRules::bringUp(this, WindowRules::Occasion::News); }
-
-    // Runs the action when the button is pressed and the press was meant.
-    void connectButton(QAbstractButton* button, std::function<void()> action)
-    {
-        inputGuard.connectButton(button, std::move(action));
     }
 
     // The label that shows the logo: the bundle's until refreshLogo() finds a custom one.

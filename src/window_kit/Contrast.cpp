@@ -26,7 +26,8 @@ void keepReadable(QPalette& palette, QPalette::ColorGroup group, QPalette::Color
 {
     const QPalette desktop = QApplication::palette();
     const QColor background = desktop.color(group, behind);
-    const QColor colour = Contrast::over(desktop.color(group, text), background);
+    const QColor ink = desktop.color(group, text); // which need not be opaque
+    const QColor colour = Contrast::mixed(background, ink, ink.alphaF());
     palette.setColor(group, text, Contrast::readable(colour, background, contrast));
 }
 
@@ -44,11 +45,6 @@ QColor Contrast::mixed(const QColor& base, const QColor& other, float share)
     return QColor::fromRgbF(channel(base.redF(), other.redF()),
                             channel(base.greenF(), other.greenF()),
                             channel(base.blueF(), other.blueF()));
-}
-
-QColor Contrast::over(const QColor& colour, const QColor& background)
-{
-    return mixed(background, colour, colour.alphaF());
 }
 
 QColor Contrast::readable(const QColor& wish, const QColor& background, double contrast)

@@ -16,9 +16,6 @@ inline constexpr double kReadable = 4.5;
 // So much of the way from one colour to the other; 0 to 1.
 [[nodiscard]] QColor mixed(const QColor& base, const QColor& other, float share);
 
-// What a colour that is not opaque looks like on the background.
-[[nodiscard]] QColor over(const QColor& colour, const QColor& background);
-
 // The colour nearest to the wished one that has that contrast with the background; black or white
 // where no colour has it.
 [[nodiscard]] QColor readable(const QColor& wish, const QColor& background,

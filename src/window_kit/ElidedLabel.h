@@ -25,7 +25,8 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    void elide();
+    // At each change of text, size and font.
+    virtual void elide();
 
     QString m_fullText;
 };

@@ -88,14 +88,14 @@ void Pictures::show(QAbstractButton& button, const QString& name)
 {
     button.setProperty(kName, name);
     const QSize size = grown(designed(button, kSize, button.iconSize()), button);
-    const auto icon = BundleImages::icon(name);
-    if (!icon || button.text().isEmpty()) {
+    const QIcon icon = BundleImages::icon(name);
+    if (icon.isNull() || button.text().isEmpty()) {
         button.setIconSize(size);
-        button.setIcon(icon.value_or(QIcon()));
+        button.setIcon(icon);
         return;
     }
     button.setIconSize(size + QSize(kGap, 0));
-    button.setIcon(withGap(icon->pixmap(size, button.devicePixelRatioF()),
+    button.setIcon(withGap(icon.pixmap(size, button.devicePixelRatioF()),
                            button.layoutDirection() == Qt::LeftToRight));
 }
 
@@ -141,7 +141,7 @@ void Pictures::setWindowIcon(QWidget& window)
     QIcon all;
     for (const char* const name : {"vantoryAgent-16", "vantoryAgent-32", "vantoryAgent-48",
                                    "vantoryAgent", "vantoryAgent-128", "vantoryAgent-256"}) {
-        const QIcon icon = BundleImages::icon(QLatin1StringView(name)).value_or(QIcon());
+        const QIcon icon = BundleImages::icon(QLatin1StringView(name));
         const QList<QSize> sizes = icon.availableSizes();
         for (const QSize& size : sizes) {
             all.addPixmap(icon.pixmap(size, 1.0));

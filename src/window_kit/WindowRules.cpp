@@ -43,18 +43,12 @@ void addMenuKeys(QWidget* window)
 
 void WindowRules::bringUp(QWidget* window, Occasion occasion)
 {
-    if (occasion == Occasion::News) {
-        WindowActivation::demandAttention(window);
-        return;
-    }
     addMenuKeys(window);
     const bool isNew = !window->isVisible() || window->isMinimized();
-    if (!mayAskForKeyboard(window, occasion)) {
-        WindowActivation::show(window);
-    } else if (occasion == Occasion::User) {
-        WindowActivation::present(window);
+    if (mayAskForKeyboard(window, occasion)) {
+        WindowActivation::present(window, occasion == Occasion::User);
     } else {
-        WindowActivation::offer(window);
+        WindowActivation::show(window);
     }
     if (occasion == Occasion::Service) {
         WindowActivation::demandAttention(window); // until it has the keyboard

@@ -11,7 +11,6 @@ namespace WindowRules {
 enum class Occasion {
     User,    // the user asks for it
     Service, // of what the service reports
-    News,    // it is shown already, and something in it is new
 };
 
 // Brings it up. The front window stays above.

@@ -1,7 +1,5 @@
 #include "windows/AboutController.h"
 
-#include "logging/Logs.h"
-#include "platform/files/MainBundle.h"
 #include "ui_AboutController.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
@@ -11,22 +9,8 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString required(const std::optional<QString>& number, const char* key)
-{
-    if (!number) {
-        fatalState(
-            u"%1 is missing from %2/Info.plist"_s.arg(QLatin1StringView(key), MainBundle::path()));
-    }
-    return *number;
-}
-
-} // namespace
-
 AboutController::AboutController(LabelSource labels)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
-      m_labels(std::move(labels))
+    : AgentWindow(Qt::Window, kUsualButtons), m_labels(std::move(labels))
 {}
 
 AboutController::~AboutController() = default;
@@ -61,12 +45,11 @@ void AboutController::translate(const JsonData::Info& labels)
 {
     setWindowTitle(u"vantory - "_s + labels.About.about);
     m_ui->agentName->setText(u"vantory Agent"_s);
-    m_ui->versionName->setText(
-        labels.About.version + u": "_s +
-        required(Bundle::releaseVersionNumber(), "CFBundleShortVersionString"));
+    m_ui->versionName->setText(labels.About.version + u": "_s +
+                               Bundle::required(u"CFBundleShortVersionString"_s));
     m_ui->copyright->setText(u"© 2026 Halvern. All rights reserved."_s);
     m_ui->BuildLabel->setText(labels.About.build + u": "_s +
-                              required(Bundle::buildVersionNumber(), "CFBundleVersion"));
+                              Bundle::required(u"CFBundleVersion"_s));
     Mnemonics::setTexts({{m_ui->Quit, labels.Common.quit}});
     // Readers speak it with the button, which has the keyboard.
     m_ui->Quit->setAccessibleDescription(m_ui->versionName->text() + u", "_s +

@@ -29,11 +29,6 @@ QString line(const QString& name)
 
 } // namespace
 
-AcknowledgementText::AcknowledgementText(QWidget* parent) : QLabel(parent)
-{
-    setTextFormat(Qt::PlainText);
-}
-
 void AcknowledgementText::setDescription(const QString& description)
 {
     m_description = description;
@@ -108,21 +103,6 @@ bool AcknowledgementText::event(QEvent* event)
         update();
     }
     return QLabel::event(event);
-}
-
-void AcknowledgementText::resizeEvent(QResizeEvent* event)
-{
-    QLabel::resizeEvent(event);
-    elide();
-}
-
-void AcknowledgementText::changeEvent(QEvent* event)
-{
-    QLabel::changeEvent(event);
-    if (event->type() == QEvent::FontChange) {
-        elide();
-        updateGeometry();
-    }
 }
 
 void AcknowledgementText::paintEvent(QPaintEvent*)

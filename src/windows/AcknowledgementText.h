@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QLabel>
+#include "window_kit/ElidedLabel.h"
+
 #include <QString>
 
 // The question of the consent dialog: one sentence, "SERVER asks ... by OPERATOR", which text() and
@@ -9,11 +10,11 @@
 // It is shown in three paragraphs, with each name in bold on a line of its own. So no name can look
 // like a part of the question, reorder it or push it away. A name that does not fit its line is
 // elided, and the tool tip has it whole.
-class AcknowledgementText : public QLabel {
+class AcknowledgementText : public ElidedLabel {
     Q_OBJECT
 
 public:
-    explicit AcknowledgementText(QWidget* parent = nullptr);
+    using ElidedLabel::ElidedLabel;
 
     // What is asked; the names stay.
     void setDescription(const QString& description);
@@ -26,13 +27,11 @@ public:
 
 protected:
     bool event(QEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     void showSentence();
-    void elide();
+    void elide() override;
     [[nodiscard]] QFont nameFont() const;
     [[nodiscard]] QRect descriptionRect(int width) const;
 

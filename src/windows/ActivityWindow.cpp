@@ -83,7 +83,7 @@ void ActivityWindow::setUp()
     const auto* const copy =
         new QShortcut(QKeySequence::Copy, m_ui->entries, nullptr, nullptr, Qt::WidgetShortcut);
     connect(copy, &QShortcut::activated, this, &ActivityWindow::copyDetails);
-    connectButton(m_ui->Quit, [this] { reject(); });
+    inputGuard.connectButton(m_ui->Quit, [this] { reject(); });
     // From now on it has the size that the user gives it.
     setMinimumSize(Pictures::grown(minimumSize(), *this));
     resize(Pictures::grown(size(), *this));

@@ -1,25 +1,25 @@
 #include "windows/Bundle+extensions.h"
 
+#include "logging/Logs.h"
 #include "platform/files/MainBundle.h"
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-std::optional<QString> text(const QString& key)
-{
-    const QVariant value = MainBundle::infoValue(key);
-    return value.typeId() == QMetaType::QString ? std::optional(value.toString()) : std::nullopt;
-}
-
-} // namespace
-
 std::optional<QString> Bundle::releaseVersionNumber()
 {
-    return text(u"CFBundleShortVersionString"_s);
+    return MainBundle::infoText(u"CFBundleShortVersionString"_s);
 }
 
 std::optional<QString> Bundle::buildVersionNumber()
 {
-    return text(u"CFBundleVersion"_s);
+    return MainBundle::infoText(u"CFBundleVersion"_s);
+}
+
+QString Bundle::required(const QString& key)
+{
+    const auto text = MainBundle::infoText(key);
+    if (!text) {
+        fatalState(u"%1 is missing from %2/Info.plist"_s.arg(key, MainBundle::path()));
+    }
+    return *text;
 }

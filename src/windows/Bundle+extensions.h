@@ -13,4 +13,7 @@ namespace Bundle {
 // "CFBundleVersion", likewise.
 [[nodiscard]] std::optional<QString> buildVersionNumber();
 
+// A text that no installation may lack: fatalState() where it is missing.
+[[nodiscard]] QString required(const QString& key);
+
 } // namespace Bundle

@@ -70,8 +70,7 @@ std::optional<QString> elapsedText(double seconds)
 }
 
 ConnectionStatus::ConnectionStatus(LabelSource labels)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
-                                  Qt::WindowCloseButtonHint),
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinimizeButtonHint),
       m_labels(std::move(labels)), m_texts(englishFallback())
 {
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);
@@ -96,11 +95,11 @@ void ConnectionStatus::awakeFromNib()
         Pictures::show(*row.chat, u"chat"_s);
         Pictures::show(*row.abort, u"abort"_s);
     }
-    connectButton(ui.abort, [this] { Abort(); });
-    connectButton(ui.abort2, [this] { Abort2(); });
-    connectButton(ui.ChatButton, [this] { ChatAction(); });
-    connectButton(ui.ChatButton2, [this] { ChatAction2(); });
-    connectButton(ui.activity, [this] { Q_EMIT activityRequested(); });
+    inputGuard.connectButton(ui.abort, [this] { Abort(); });
+    inputGuard.connectButton(ui.abort2, [this] { Abort2(); });
+    inputGuard.connectButton(ui.ChatButton, [this] { ChatAction(); });
+    inputGuard.connectButton(ui.ChatButton2, [this] { ChatAction2(); });
+    inputGuard.connectButton(ui.activity, [this] { Q_EMIT activityRequested(); });
     refresh();
     config();
 }
@@ -175,8 +174,7 @@ void ConnectionStatus::resizeWindow(qsizetype sessionNumber)
 {
     if (m_ui && !isMinimized()) {
         const bool isFull = sessionNumber < 0 || sessionNumber > 2;
-        const auto unused = static_cast<int>(isFull ? 0 : 2 - sessionNumber);
-        setFixedSize(kWidth, kHeight - unused * kRowHeight);
+        setFixedSize(kWidth, kHeight - (isFull ? 0 : 2 - int(sessionNumber)) * kRowHeight);
     }
     setPosition();
 }
@@ -193,9 +191,7 @@ void ConnectionStatus::refresh()
 
 void ConnectionStatus::setConnection(const SessionInfo& sessionInfo)
 {
-    if (std::none_of(m_sessions.cbegin(), m_sessions.cend(), [&](const SessionInfo& listed) {
-            return listed.session == sessionInfo.session;
-        })) {
+    if (!isListed(sessionInfo.session, m_sessions)) {
         m_sessions.append(sessionInfo);
     }
 }
@@ -295,51 +291,34 @@ void ConnectionStatus::tick(std::size_t row)
     }
 }
 
-void ConnectionStatus::requestEnd(std::size_t row)
+void ConnectionStatus::request(void (ConnectionStatus::*signal)(qint64), std::size_t row)
 {
     if (const auto session = m_rows.at(row).session) {
-        Q_EMIT endRequested(session->session);
-    }
-}
-
-void ConnectionStatus::requestChat(std::size_t row)
-{
-    if (const auto session = m_rows.at(row).session) {
-        Q_EMIT chatRequested(session->session);
+        Q_EMIT(this->*signal)(session->session);
     }
 }
 
 bool ConnectionStatus::event(QEvent* event)
 {
     const bool result = AgentWindow::event(event);
-    switch (event->type()) {
-    case QEvent::Show:
-        // The frame, which counts for the place, is there when the window is on the screen.
+    const bool isShown = event->type() == QEvent::Show;
+    const bool isBack = event->type() == QEvent::WindowStateChange && isSeen();
+    if (isShown) {
         windowHandle()->installEventFilter(this);
+    }
+    if (isShown || event->type() == QEvent::Resize) {
+        // The frame, which counts for the place, is there when the window is on the screen.
         m_isToBePlaced = true;
+    }
+    if (isBack) {
+        config(); // a minimised window was not redrawn
+    } else if (isShown || (event->type() == QEvent::FontChange && m_ui)) {
         showState();
+    }
+    if (isShown || isBack) {
         inSession();
         inSession2();
         Q_EMIT cameUp();
-        break;
-    case QEvent::Resize:
-        m_isToBePlaced = true;
-        break;
-    case QEvent::FontChange:
-        if (m_ui) {
-            showState();
-        }
-        break;
-    case QEvent::WindowStateChange:
-        if (isSeen()) { // a minimised window was not redrawn
-            config();
-            inSession();
-            inSession2();
-            Q_EMIT cameUp();
-        }
-        break;
-    default:
-        break;
     }
     return result;
 }

@@ -66,10 +66,10 @@ public:
     void config();
 
     // The buttons.
-    void Abort() { requestEnd(0); }
-    void Abort2() { requestEnd(1); }
-    void ChatAction() { requestChat(0); }
-    void ChatAction2() { requestChat(1); }
+    void Abort() { request(&ConnectionStatus::endRequested, 0); }
+    void Abort2() { request(&ConnectionStatus::endRequested, 1); }
+    void ChatAction() { request(&ConnectionStatus::chatRequested, 0); }
+    void ChatAction2() { request(&ConnectionStatus::chatRequested, 1); }
     // The clock's ticks, for each row.
     void inSession() { tick(0); }
     void inSession2() { tick(1); }
@@ -121,8 +121,7 @@ private:
     void showSession(Row& row, const std::optional<SessionInfo>& session);
     static void showTime(const Row& row);
     void tick(std::size_t row);
-    void requestEnd(std::size_t row);
-    void requestChat(std::size_t row);
+    void request(void (ConnectionStatus::*signal)(qint64), std::size_t row);
 
     const LabelSource m_labels;
     JsonData::Info m_texts; // the last that were read

@@ -55,14 +55,13 @@ const Kind* kindOf(qint64 number)
 } // namespace
 
 MessageInbox::MessageInbox(LabelSource labels)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
-                                  Qt::WindowCloseButtonHint),
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint),
       m_labels(std::move(labels)), m_ui(new Ui::MessageInbox)
 {
     m_ui->setupUi(this);
     setLogo(m_ui->logo);
     m_ui->message->installEventFilter(this);
-    connectButton(m_ui->Quit, [this] { QuitAction(); });
+    inputGuard.connectButton(m_ui->Quit, [this] { QuitAction(); });
     connect(&timer, &QTimer::timeout, this, &MessageInbox::changeMessage);
 }
 

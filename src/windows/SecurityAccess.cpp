@@ -15,9 +15,8 @@
 using namespace Qt::StringLiterals;
 
 SecurityAccess::SecurityAccess(LabelSource labels)
-    : AgentWindow(Qt::Dialog, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
-      m_labels(std::move(labels)), m_checking(englishFallback().Security.checking),
-      m_wrong(englishFallback().Security.wrong)
+    : AgentWindow(Qt::Dialog, kUsualButtons), m_labels(std::move(labels)),
+      m_checking(englishFallback().Security.checking), m_wrong(englishFallback().Security.wrong)
 {}
 
 SecurityAccess::~SecurityAccess() = default;

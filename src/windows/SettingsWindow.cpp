@@ -17,8 +17,8 @@
 using namespace Qt::StringLiterals;
 
 SettingsWindow::SettingsWindow(SettingsTexts texts)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
-      m_ui(new Ui::SettingsWindow), m_texts(std::move(texts))
+    : AgentWindow(Qt::Window, kUsualButtons), m_ui(new Ui::SettingsWindow),
+      m_texts(std::move(texts))
 {
     m_ui->setupUi(this);
     m_ui->platformSelect->addItem(u"production"_s, QString()); // is stored as an empty text
@@ -36,17 +36,17 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
         widget->setSizePolicy(policy);
     }
 
-    setWindowTitle(m_texts.title);
-    m_ui->sessionCodeText->setAccessibleName(m_texts.sessionCode);
-    m_ui->accountIdText->setAccessibleName(m_texts.accountId);
-    m_ui->platformSelect->setAccessibleName(m_texts.region);
+    setWindowTitle(u"vantory - "_s + m_texts.labels.MainMenu.settings);
+    m_ui->sessionCodeText->setAccessibleName(m_texts.labels.Settings.sessionCode);
+    m_ui->accountIdText->setAccessibleName(m_texts.labels.Settings.accountId);
+    m_ui->platformSelect->setAccessibleName(m_texts.labels.Settings.platform);
     setLocked(true);
     connect(m_ui->platformSelect, &QComboBox::textActivated, this, &SettingsWindow::sayRegion);
     m_ui->platformSelect->installEventFilter(this);
     connect(m_ui->managed, &QCheckBox::toggled, this, &SettingsWindow::modeChanged);
-    connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
-    connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });
-    connectButton(m_ui->cancelButton, [this] { reject(); });
+    inputGuard.connectButton(m_ui->lockButton, [this] { Q_EMIT lockPressed(); });
+    inputGuard.connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });
+    inputGuard.connectButton(m_ui->cancelButton, [this] { reject(); });
 }
 
 SettingsWindow::~SettingsWindow() = default;
@@ -92,7 +92,7 @@ void SettingsWindow::showNoSettings()
 void SettingsWindow::setLocked(bool isLocked)
 {
     m_isLocked = isLocked;
-    const QString words = isLocked ? m_texts.unlock : m_texts.lock;
+    const QString words = isLocked ? m_texts.labels.Settings.unlock : m_texts.labels.Settings.lock;
     Pictures::show(*m_ui->lockButton, isLocked ? u"lock"_s : u"unlock"_s);
     m_ui->lockButton->setToolTip(words);
     m_ui->lockButton->setAccessibleName(words);
@@ -130,11 +130,11 @@ void SettingsWindow::showMode()
     m_ui->sessionCodeText->setVisible(!isManaged);
     Mnemonics::setTexts({
         {m_ui->applyButton, isManaged ? m_texts.applyMessage : m_texts.startMessage},
-        {m_ui->cancelButton, m_texts.cancel},
-        {m_ui->managed, m_texts.managed},
-        {m_ui->regionDesc, m_texts.region},
-        {m_ui->accountIdDesc, m_texts.accountId},
-        {m_ui->sessionCodeDesc, m_texts.sessionCode},
+        {m_ui->cancelButton, m_texts.labels.Common.cancel},
+        {m_ui->managed, m_texts.labels.Settings.managed},
+        {m_ui->regionDesc, m_texts.labels.Settings.platform},
+        {m_ui->accountIdDesc, m_texts.labels.Settings.accountId},
+        {m_ui->sessionCodeDesc, m_texts.labels.Settings.sessionCode},
     });
 }
 
@@ -154,7 +154,8 @@ void SettingsWindow::showLock(bool isShown)
 void SettingsWindow::showWhyLocked()
 {
     const bool canUnlock = !m_ui->lockButton->isHidden();
-    const QString& words = canUnlock ? m_texts.locked : m_texts.fixed;
+    const QString& words =
+        canUnlock ? m_texts.labels.Settings.locked : m_texts.labels.Settings.fixed;
     m_ui->whyLocked->setText(words);
     m_ui->whyLocked->setVisible(m_isLocked);
     // A screen reader comes to the button and not to the line.
@@ -179,7 +180,7 @@ void SettingsWindow::complain(const QString& title, const QString& message)
         new QMessageBox(QMessageBox::Warning, windowTitle(), title, QMessageBox::NoButton, this);
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->setInformativeText(message);
-    alert->addButton(new PushButton(m_texts.ok), QMessageBox::AcceptRole);
+    alert->addButton(new PushButton(m_texts.labels.Common.ok), QMessageBox::AcceptRole);
     alert->setIconPixmap(
         BundleImages::pixmap(u"caution"_s, Pictures::grown(kSign, *alert), devicePixelRatioF()));
     const QList<QLabel*> labels = alert->findChildren<QLabel*>();

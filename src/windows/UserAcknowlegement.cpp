@@ -27,8 +27,8 @@ void UserAcknowledgement::setUp()
     Pictures::show(*m_ui->picture, u"acknowledge"_s);
     Pictures::show(*m_ui->declineButton, u"stop"_s);
     Pictures::show(*m_ui->acceptButton, u"status-available"_s);
-    connectButton(m_ui->declineButton, [this] { declineAction(); });
-    connectButton(m_ui->acceptButton, [this] { acceptAction(); });
+    inputGuard.connectButton(m_ui->declineButton, [this] { declineAction(); });
+    inputGuard.connectButton(m_ui->acceptButton, [this] { acceptAction(); });
     WindowRules::setFrontWindow(this);
 }
 

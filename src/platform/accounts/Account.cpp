@@ -2,9 +2,10 @@
 
 #include "platform/accounts/AccountDatabase.h"
 
+#include <QSysInfo>
+
 #include <utility>
 
-#include <limits.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -27,14 +28,9 @@ quint32 Account::number()
     return ::getuid();
 }
 
-QString Account::loginName()
+QString Account::loginName(quint32 uid)
 {
-    return loginName(number());
-}
-
-QString Account::loginName(quint32 number)
-{
-    return namesOf(number).first;
+    return namesOf(uid).first;
 }
 
 std::optional<quint32> Account::numberOf(const QString& name)
@@ -55,11 +51,7 @@ QString Account::fullName()
 
 std::optional<QString> Account::hostName()
 {
-    char name[HOST_NAME_MAX + 1] = {};
-    if (::gethostname(name, sizeof name) != 0) {
-        return std::nullopt;
-    }
-    const QString text = QString::fromUtf8(name);
+    const QString name = QSysInfo::machineHostName();
     // The kernel's text for a name that was never set.
-    return text.isEmpty() || text == u"(none)" ? std::nullopt : std::optional(text);
+    return name.isEmpty() || name == u"(none)" ? std::nullopt : std::optional(name);
 }

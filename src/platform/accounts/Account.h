@@ -11,8 +11,7 @@ namespace Account {
 [[nodiscard]] quint32 number();
 
 // The login name; the decimal UID where the account database doesn't know it.
-[[nodiscard]] QString loginName();
-[[nodiscard]] QString loginName(quint32 number);
+[[nodiscard]] QString loginName(quint32 uid = number());
 
 // The UID of the account with this login name; none where there is no such account.
 [[nodiscard]] std::optional<quint32> numberOf(const QString& name);

@@ -1,22 +1,20 @@
 #include "platform/bus/BusConnection.h"
 
+#include <type_traits>
+
 #include <systemd/sd-bus.h>
 
 namespace {
 
-int append(sd_bus_message* message, const char* text)
+template <typename Value>
+int append(sd_bus_message* message, Value value)
 {
-    return sd_bus_message_append_basic(message, SD_BUS_TYPE_STRING, text);
-}
-
-int append(sd_bus_message* message, quint32 number)
-{
-    return sd_bus_message_append_basic(message, SD_BUS_TYPE_UINT32, &number);
-}
-
-int append(sd_bus_message* message, qint64 number)
-{
-    return sd_bus_message_append_basic(message, SD_BUS_TYPE_INT64, &number);
+    if constexpr (std::is_pointer_v<Value>) {
+        return sd_bus_message_append_basic(message, SD_BUS_TYPE_STRING, value);
+    } else {
+        constexpr char kType = sizeof value == 4 ? SD_BUS_TYPE_UINT32 : SD_BUS_TYPE_INT64;
+        return sd_bus_message_append_basic(message, kType, &value);
+    }
 }
 
 } // namespace

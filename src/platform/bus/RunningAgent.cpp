@@ -71,23 +71,17 @@ QString lockName()
 
 int onPresent(sd_bus_message* call, void*, sd_bus_error*)
 {
-    const RunningAgent::Requests& requests = place().requests;
     quint32 time = 0;
     sd_bus_message_read_basic(call, SD_BUS_TYPE_UINT32, &time);
-    requests.present(time);
-    return sd_bus_reply_method_return(call, "q", static_cast<int>(requests.port()));
+    const int port = place().requests.present(time);
+    return sd_bus_reply_method_return(call, "q", port);
 }
 
-int onStatus(sd_bus_message* call, void*, sd_bus_error*)
+template <auto request>
+int onText(sd_bus_message* call, void*, sd_bus_error*)
 {
-    const QByteArray status = place().requests.status();
-    return sd_bus_reply_method_return(call, "s", status.constData());
-}
-
-int onHistory(sd_bus_message* call, void*, sd_bus_error*)
-{
-    const QByteArray history = place().requests.history();
-    return sd_bus_reply_method_return(call, "s", history.constData());
+    const QByteArray text = (place().requests.*request)();
+    return sd_bus_reply_method_return(call, "s", text.constData());
 }
 
 int onEndSession(sd_bus_message* call, void*, sd_bus_error*)
@@ -141,8 +135,10 @@ void RunningAgent::answer(Requests requests)
     static const sd_bus_vtable kMethods[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("Present", "u", "q", &onPresent, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_METHOD("Status", "", "s", &onStatus, SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_METHOD("History", "", "s", &onHistory, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD("Status", "", "s", &onText<&RunningAgent::Requests::status>,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD("History", "", "s", &onText<&RunningAgent::Requests::history>,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD("EndSession", "x", "b", &onEndSession, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
     place().requests = std::move(requests);
@@ -163,14 +159,14 @@ std::optional<quint16> RunningAgent::present()
     return call("Present", {launchTime()}).value<quint16>('q');
 }
 
-std::optional<QByteArray> RunningAgent::status()
+QByteArray RunningAgent::status()
 {
-    return call("Status").value<const char*>('s');
+    return call("Status").value<const char*>('s').value_or(nullptr);
 }
 
-std::optional<QByteArray> RunningAgent::history()
+QByteArray RunningAgent::history()
 {
-    return call("History").value<const char*>('s');
+    return call("History").value<const char*>('s').value_or(nullptr);
 }
 
 std::optional<bool> RunningAgent::endSession(qint64 session)

@@ -25,8 +25,8 @@ void leave();
 // What the agent does when it is called.
 struct Requests {
     // Brings the status window up; with the X server's time of the click, 0 where not known.
-    std::function<void(quint32)> present;
-    std::function<quint16()> port;          // that its link goes to
+    // Returns the port that its link goes to.
+    std::function<quint16(quint32)> present;
     std::function<QByteArray()> status;     // as JSON text
     std::function<QByteArray()> history;    // likewise
     std::function<bool(qint64)> endSession; // whether there was such a session
@@ -34,11 +34,11 @@ struct Requests {
 // Answers calls from the main loop, one at a time. Once, with an application object.
 void answer(Requests requests);
 
-// Calls to the running agent. Each waits at most five seconds for the reply; none where no agent
-// has the name on the bus or it does not reply.
+// Calls to the running agent. Each waits at most five seconds for the reply; none, or an empty one,
+// where no agent has the name on the bus or it does not reply.
 [[nodiscard]] std::optional<quint16> present(); // the port of its link
-[[nodiscard]] std::optional<QByteArray> status();
-[[nodiscard]] std::optional<QByteArray> history();
+[[nodiscard]] QByteArray status();
+[[nodiscard]] QByteArray history();
 [[nodiscard]] std::optional<bool> endSession(qint64 session);
 
 enum class Presence {

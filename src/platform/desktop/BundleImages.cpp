@@ -120,7 +120,7 @@ QImage BundleImages::scaled(const QImage& image, const QSize& size)
                      .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
-std::optional<QIcon> BundleImages::icon(const QString& name)
+QIcon BundleImages::icon(const QString& name)
 {
     // Never destroyed: after the application object no picture may be.
     static auto* const pictures = new QHash<QString, QIcon>;
@@ -128,19 +128,15 @@ std::optional<QIcon> BundleImages::icon(const QString& name)
     if (picture.isNull()) {
         picture = read(name);
     }
-    return picture.isNull() ? std::nullopt : std::optional(picture);
+    return picture;
 }
 
 QPixmap BundleImages::pixmap(const QString& name, const QSize& size, qreal scale)
 {
-    const auto picture = icon(name);
-    if (!picture) {
-        return {};
-    }
     // Whole pixels, and none beyond the size.
     const QSize pixels(static_cast<int>(size.width() * scale),
                        static_cast<int>(size.height() * scale));
-    QPixmap pixmap = picture->pixmap(pixels, 1.0);
+    QPixmap pixmap = icon(name).pixmap(pixels, 1.0);
     pixmap.setDevicePixelRatio(scale);
     return pixmap;
 }

@@ -34,11 +34,6 @@ constexpr auto kLimit = 1000ms;
 constexpr const char* kNotifications = "org.freedesktop.Notifications";
 constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher"; // and its interface
 
-bool hasOwner(BusConnection& bus, const char* service)
-{
-    return bus.callBus("NameHasOwner", {service}).flag() == true;
-}
-
 // Whether the bus would start the service for whoever calls it.
 bool isStartable(BusConnection& bus, const char* service)
 {
@@ -51,13 +46,6 @@ bool isStartable(BusConnection& bus, const char* service)
         }
     }
     return false;
-}
-
-bool hasStatusHost(BusConnection& bus)
-{
-    return bus.property(kWatcher, "/StatusNotifierWatcher", kWatcher,
-                        "IsStatusNotifierHostRegistered", "b")
-               .flag() == true;
 }
 
 enum class XServer { Unreachable, WithoutTray, WithTray };
@@ -156,7 +144,11 @@ DesktopFacts DesktopFacts::gather()
     BusConnection bus(BusConnection::kSession, BusConnection::Clock::now() + kLimit);
     facts.hasBus = bus.isReady();
     // What belongs to the bus is asked first: a panel that hangs uses up the rest of the time.
-    facts.showsNotifications = hasOwner(bus, kNotifications) || isStartable(bus, kNotifications);
-    facts.showsStatusIcons = facts.showsStatusIcons || hasStatusHost(bus);
+    facts.showsNotifications = bus.callBus("NameHasOwner", {kNotifications}).flag() == true ||
+                               isStartable(bus, kNotifications);
+    facts.showsStatusIcons =
+        facts.showsStatusIcons || bus.property(kWatcher, "/StatusNotifierWatcher", kWatcher,
+                                               "IsStatusNotifierHostRegistered", "b")
+                                          .flag() == true;
     return facts;
 }

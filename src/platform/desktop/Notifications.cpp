@@ -36,10 +36,8 @@ Notifications::Notifications(QString applicationName, QString iconPath, QObject*
     : QObject(parent), m_applicationName(std::move(applicationName)),
       m_iconPath(std::move(iconPath))
 {
-    Worker::runThen(&Bus::session, m_self, [this](const QDBusConnection& bus) { watchBus(bus); });
+    Worker::runThen(&Bus::session, this, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
-
-Notifications::~Notifications() = default;
 
 void Notifications::change(Place place, const std::optional<Content>& content)
 {
@@ -81,7 +79,7 @@ void Notifications::watchBus(const QDBusConnection& bus)
     if (!bus.isConnected()) {
         return;
     }
-    m_bus = std::make_unique<QDBusConnection>(bus);
+    m_bus = bus;
     Bus::receive(bus, kPath, kService, {u"NotificationClosed"_s, u"ActionInvoked"_s}, this,
                  SLOT(receive(QDBusMessage)));
     Bus::watchOwner(bus, kService, this, [this](const QString& owner) { setServer(owner); });
@@ -155,7 +153,6 @@ void Notifications::askForCapabilities()
 
 void Notifications::notify(Slot& slot)
 {
-    const QString title = sendable(slot.content->title);
     const QString text = sendable(slot.content->text);
     const QString action = sendable(slot.content->action);
     const uchar urgency = slot.content->stays ? 2 : 1;
@@ -164,7 +161,7 @@ void Notifications::notify(Slot& slot)
     const QVariantList arguments = {sendable(m_applicationName),
                                     slot.id,
                                     sendable(m_iconPath),
-                                    title,
+                                    sendable(slot.content->title),
                                     *m_takesMarkup ? text.toHtmlEscaped() : text,
                                     action.isEmpty() ? QStringList() : QStringList{kClick, action},
                                     hints,

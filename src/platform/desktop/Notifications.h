@@ -1,13 +1,12 @@
 #pragma once
 
+#include <QDBusConnection>
 #include <QObject>
 #include <QString>
 
 #include <array>
-#include <memory>
 #include <optional>
 
-class QDBusConnection;
 class QDBusMessage;
 
 // Notifications of the desktop, a client of freedesktop.org's Desktop Notifications Specification
@@ -34,7 +33,6 @@ public:
     };
 
     explicit Notifications(QString applicationName, QString iconPath, QObject* parent = nullptr);
-    ~Notifications() override;
 
     void show(Place place, const Content& content) { change(place, content); }
     void withdraw(Place place) { change(place, std::nullopt); }
@@ -74,10 +72,9 @@ private:
     const QString m_applicationName;
     const QString m_iconPath;
     std::array<Slot, 4> m_slots; // by Place
-    std::unique_ptr<QDBusConnection> m_bus;
+    std::optional<QDBusConnection> m_bus;
     QString m_server;                  // its unique name on the bus; empty while there is none
     std::optional<bool> m_takesMarkup; // none until the server has told its capabilities
     bool m_isAskingForCapabilities = false;
     QString m_asked; // the server that was asked: a reply of Qt 6.8 does not say who sent it
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };

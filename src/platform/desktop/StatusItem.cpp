@@ -22,7 +22,7 @@ const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
 StatusItem::StatusItem(const QString& id, const QString& title, QObject* parent)
     : QObject(parent), m_content{id, title, {}, {}, {}}
 {
-    Worker::runThen(&Bus::session, m_self, [this](const QDBusConnection& bus) { watchBus(bus); });
+    Worker::runThen(&Bus::session, this, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
 
 StatusItem::~StatusItem() = default;
@@ -75,7 +75,7 @@ void StatusItem::watchBus(const QDBusConnection& bus)
         use(false);
         return;
     }
-    m_bus = std::make_unique<QDBusConnection>(bus);
+    m_bus = bus;
     m_hostItem = std::make_unique<StatusNotifierItem>(bus, m_content);
 
     // The subscriptions come before the call that asks for a host, so that no change is missed.

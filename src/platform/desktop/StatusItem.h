@@ -2,11 +2,12 @@
 
 #include "platform/desktop/StatusContent.h"
 
+#include <QDBusConnection>
 #include <QObject>
 
 #include <memory>
+#include <optional>
 
-class QDBusConnection;
 class StatusNotifierItem;
 class TrayIcon;
 
@@ -59,7 +60,6 @@ private:
     bool m_isInHost = false;                        // else in a tray
     std::unique_ptr<StatusNotifierItem> m_hostItem; // from the bus's connection on
     std::unique_ptr<TrayIcon> m_trayIcon;           // while there is no host
-    std::unique_ptr<QDBusConnection> m_bus;
+    std::optional<QDBusConnection> m_bus;
     QString m_watcher; // its unique name on the bus; empty while there is none
-    const std::shared_ptr<void> m_self = std::make_shared<char>(); // expires with this object
 };

@@ -51,7 +51,21 @@ bool hasAlphaChannel(quint32 tray)
 // What the tray takes into its own window. Its size is the tray's decision.
 class TrayIcon::Window : public QWidget {
 public:
-    Window(const TrayIcon& icon, bool hasAlphaChannel);
+    Window(const TrayIcon& icon, bool hasAlphaChannel)
+        : QWidget(nullptr, Qt::FramelessWindowHint | Qt::BypassWindowManagerHint), m_owner(icon)
+    {
+        setObjectName(u"TrayIcon"_s);
+        setWindowTitle(icon.m_content.title);
+        setAttribute(Qt::WA_AlwaysShowToolTips);
+        setAttribute(Qt::WA_QuitOnClose, false);
+        setAttribute(Qt::WA_TranslucentBackground, hasAlphaChannel);
+        constexpr QSize kUsual(22, 22);
+        resize(kUsual);
+        // Only a hint, for trays that ask: the widget takes a smaller size from others.
+        create();
+        windowHandle()->setMinimumSize(kUsual);
+        setPlainToolTip(icon.m_content.toolTip);
+    }
 
     quint32 id() const { return static_cast<quint32>(winId()); }
 
@@ -61,83 +75,63 @@ public:
     }
 
     // To be called when the tray has taken it in; before, it would be shown in the screen's corner.
-    void showInTray();
+    void showInTray()
+    {
+        if (!testAttribute(Qt::WA_TranslucentBackground)) {
+            // The server then fills the window as the tray is filled. It refuses where the two have
+            // different depths.
+            constexpr quint32 kLikeParent = XCB_BACK_PIXMAP_PARENT_RELATIVE;
+            const auto cookie = xcb_change_window_attributes_checked(
+                X11::connection(), id(), XCB_CW_BACK_PIXMAP, &kLikeParent);
+            X11::owned(xcb_request_check(X11::connection(), cookie));
+        }
+        // The tray may have changed the size already, and showing would ask for the former one.
+        const auto cookie = xcb_get_geometry(X11::connection(), id());
+        const auto geometry =
+            X11::owned(xcb_get_geometry_reply(X11::connection(), cookie, nullptr));
+        if (geometry) {
+            resize((QSizeF(geometry->width, geometry->height) / devicePixelRatioF()).toSize());
+        }
+        show();
+    }
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* /*event*/) override
+    {
+        QPainter painter(this);
+        if (testAttribute(Qt::WA_TranslucentBackground)) {
+            painter.setCompositionMode(QPainter::CompositionMode_Source);
+            painter.fillRect(rect(), Qt::transparent);
+            painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        } else {
+            // The background is read anew each time, since a panel may change its colours. The
+            // server clears the window first, so that the icon is not in the picture.
+            xcb_clear_area(X11::connection(), 0, id(), 0, 0, 0, 0);
+            painter.drawPixmap(QPoint(), screen()->grabWindow(winId()));
+        }
+        m_owner.m_content.icon.paint(&painter, rect());
+    }
+
+    void mousePressEvent(QMouseEvent* event) override
+    {
+        QMenu* const menu = m_owner.m_content.menu;
+        if (menu == nullptr ||
+            (event->button() != Qt::LeftButton && event->button() != Qt::RightButton)) {
+            return;
+        }
+        // The window knows its place in the tray, not on the screen.
+        const QPoint corner = (event->globalPosition() - event->position()).toPoint();
+        const QRect icon(corner, size());
+        const QScreen* screen = QGuiApplication::screenAt(icon.center());
+        if (screen == nullptr) {
+            screen = QGuiApplication::primaryScreen();
+        }
+        menu->popup(MenuPlace::at(icon, menu->sizeHint(), screen->geometry()));
+    }
 
 private:
     const TrayIcon& m_owner;
 };
-
-TrayIcon::Window::Window(const TrayIcon& icon, bool hasAlphaChannel)
-    : QWidget(nullptr, Qt::FramelessWindowHint | Qt::BypassWindowManagerHint), m_owner(icon)
-{
-    setObjectName(u"TrayIcon"_s);
-    setWindowTitle(icon.m_content.title);
-    setAttribute(Qt::WA_AlwaysShowToolTips);
-    setAttribute(Qt::WA_QuitOnClose, false);
-    setAttribute(Qt::WA_TranslucentBackground, hasAlphaChannel);
-    constexpr QSize kUsual(22, 22);
-    resize(kUsual);
-    // Only a hint, for trays that ask: the widget takes a smaller size from others.
-    create();
-    windowHandle()->setMinimumSize(kUsual);
-    setPlainToolTip(icon.m_content.toolTip);
-}
-
-void TrayIcon::Window::showInTray()
-{
-    if (!testAttribute(Qt::WA_TranslucentBackground)) {
-        // The server then fills the window as the tray is filled. It refuses where the two have
-        // different depths.
-        constexpr quint32 kLikeParent = XCB_BACK_PIXMAP_PARENT_RELATIVE;
-        const auto cookie = xcb_change_window_attributes_checked(X11::connection(), id(),
-                                                                 XCB_CW_BACK_PIXMAP, &kLikeParent);
-        X11::owned(xcb_request_check(X11::connection(), cookie));
-    }
-    // The tray may have changed the size already, and showing would ask for the former one.
-    const auto cookie = xcb_get_geometry(X11::connection(), id());
-    const auto geometry = X11::owned(xcb_get_geometry_reply(X11::connection(), cookie, nullptr));
-    if (geometry) {
-        resize((QSizeF(geometry->width, geometry->height) / devicePixelRatioF()).toSize());
-    }
-    show();
-}
-
-void TrayIcon::Window::paintEvent(QPaintEvent* /*event*/)
-{
-    QPainter painter(this);
-    if (testAttribute(Qt::WA_TranslucentBackground)) {
-        painter.setCompositionMode(QPainter::CompositionMode_Source);
-        painter.fillRect(rect(), Qt::transparent);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    } else {
-        // The background is read anew each time, since a panel may change its colours. The server
-        // clears the window first, so that the icon is not in the picture.
-        xcb_clear_area(X11::connection(), 0, id(), 0, 0, 0, 0);
-        painter.drawPixmap(QPoint(), screen()->grabWindow(winId()));
-    }
-    m_owner.m_content.icon.paint(&painter, rect());
-}
-
-void TrayIcon::Window::mousePressEvent(QMouseEvent* event)
-{
-    QMenu* const menu = m_owner.m_content.menu;
-    if (menu == nullptr ||
-        (event->button() != Qt::LeftButton && event->button() != Qt::RightButton)) {
-        return;
-    }
-    // The window knows its place in the tray, not on the screen.
-    const QPoint corner = (event->globalPosition() - event->position()).toPoint();
-    const QRect icon(corner, size());
-    const QScreen* screen = QGuiApplication::screenAt(icon.center());
-    if (screen == nullptr) {
-        screen = QGuiApplication::primaryScreen();
-    }
-    menu->popup(MenuPlace::at(icon, menu->sizeHint(), screen->geometry()));
-}
 
 TrayIcon::TrayIcon(const StatusContent& content) : m_content(content)
 {

@@ -162,21 +162,16 @@ void WindowActivation::hideAll()
     }
 }
 
-void WindowActivation::present(QWidget* window)
+void WindowActivation::present(QWidget* window, bool isRaised)
 {
     show(window);
-    if (!isStopped) {
+    if (isStopped) {
+        return;
+    }
+    if (isRaised) {
         window->raise();
-        askForKeyboard(window);
     }
-}
-
-void WindowActivation::offer(QWidget* window)
-{
-    show(window);
-    if (!isStopped) {
-        askForKeyboard(window);
-    }
+    askForKeyboard(window);
 }
 
 // Without the toolkit's asking for the keyboard, which it would do with this very moment as the
@@ -234,12 +229,8 @@ void WindowActivation::putAbove(QWidget* window, QWidget* other)
 
 void WindowActivation::bringAbove(QWidget* window, QWidget* other)
 {
-    MainQueue::assertMainThread();
-    if (isStopped || X11::connection() == nullptr) {
-        return;
-    }
-    if (X11::canRestack()) {
-        X11::restack(*window, *other);
+    putAbove(window, other);
+    if (X11::connection() == nullptr || X11::canRestack()) {
         return;
     }
     QTimer::singleShot(kUntilStacked, window, [window, below = QPointer<QWidget>(other)] {

@@ -24,12 +24,9 @@ void watchInput();
 void noteAction(quint32 serverTime);
 
 // Shows the window at the floating level, above others, and asks for the keyboard. Does nothing
-// after stop().
-void present(QWidget* window);
-
-// Likewise, without raising a window that is shown already: some window managers activate what is
-// raised, whatever the user does elsewhere.
-void offer(QWidget* window);
+// after stop(). Some window managers activate what is raised, whatever the user does elsewhere: a
+// window that is shown already can be left where it is.
+void present(QWidget* window, bool isRaised = true);
 
 // Shows the window without asking for the keyboard: a window that is shown already stays where it
 // is, and the window manager decides about a new one.

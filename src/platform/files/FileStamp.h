@@ -1,8 +1,8 @@
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 
-#include <cstdint>
 #include <optional>
 
 // By what the file system knows of a file, whether it is still what it was when it was read. Any
@@ -17,9 +17,7 @@ struct FileStamp {
     // of up to two seconds, so of a file that has just changed nobody can tell.
     [[nodiscard]] bool isSettled() const;
 
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-    std::int64_t size = 0;
-    std::int64_t modified = 0; // nanoseconds since 1970, like the next
-    std::int64_t changed = 0;  // also by who sets `modified` back
+    qint64 size = 0;
+    QDateTime modified;
+    QDateTime changed; // also by who sets `modified` back
 };

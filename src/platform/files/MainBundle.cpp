@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QVariant>
 
 #include <filesystem>
 #include <mutex>
@@ -41,7 +42,7 @@ std::optional<QString> MainBundle::resourcePath(const QString& name, const QStri
     return QFileInfo(file).isFile() ? std::optional(file) : std::nullopt;
 }
 
-QVariant MainBundle::infoValue(const QString& key)
+std::optional<QString> MainBundle::infoText(const QString& key)
 {
     static std::mutex mutex;
     static std::optional<QVariantMap> last; // guarded
@@ -51,5 +52,6 @@ QVariant MainBundle::infoValue(const QString& key)
             last = std::move(info);
         }
     }
-    return last ? last->value(key) : QVariant();
+    const QVariant value = last ? last->value(key) : QVariant();
+    return value.typeId() == QMetaType::QString ? std::optional(value.toString()) : std::nullopt;
 }

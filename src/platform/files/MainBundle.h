@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QVariant>
 
 #include <optional>
 
@@ -21,9 +20,9 @@ namespace MainBundle {
 // program runs. What then lies in the folder is another version's, or nothing.
 [[nodiscard]] bool isReplaced();
 
-// A value of Info.plist, which is read at each call. Once the program is replaced, and where the
-// file cannot be read, it is the value that was last read. An invalid variant where the file was
-// never read or has no such key.
-[[nodiscard]] QVariant infoValue(const QString& key);
+// A text of Info.plist, which is read at each call. Once the program is replaced, and where the
+// file cannot be read, it is the one that was last read. None where the file was never read or has
+// no text under this key.
+[[nodiscard]] std::optional<QString> infoText(const QString& key);
 
 } // namespace MainBundle

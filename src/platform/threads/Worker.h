@@ -3,8 +3,9 @@
 #include "platform/files/Descriptor.h"
 #include "platform/threads/MainQueue.h"
 
+#include <QPointer>
+
 #include <functional>
-#include <memory>
 
 namespace Worker {
 
@@ -20,11 +21,11 @@ void run(std::function<void()> work);
 // As run(), then calls `then` with the work's result on the main thread, unless the owner has been
 // deleted by then. Only `then` may use the owner.
 template <typename Work, typename Then>
-void runThen(Work work, const std::weak_ptr<void>& owner, Then then)
+void runThen(Work work, QObject* owner, Then then)
 {
-    run([work, owner, then] {
+    run([work, owner = QPointer(owner), then] {
         MainQueue::post([result = work(), owner, then] {
-            if (!owner.expired()) {
+            if (owner) {
                 then(result);
             }
         });
