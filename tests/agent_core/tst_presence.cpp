@@ -243,11 +243,17 @@ private Q_SLOTS:
         QVERIFY(takeCalls().startsWith(u'-'));
     }
 
+    // On a machine that is not managed, too, which is known from the start.
     void anEndThatDidNotHappenIsTold()
     {
+        QVERIFY(writeFile(backendSettingsPath(),
+                          settingsPropertyList({false, u"123456"_s, {}, {}}).toUtf8()));
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(status(kAnn)));
         AppDelegate::connectionDisplay();
+        const QWidget& shown = *window("ConnectionStatus");
+        QVERIFY(shown.findChild<QWidget*>(u"ChatButton"_s)->isVisible());
+        QVERIFY(!shown.findChild<QWidget*>(u"abort"_s)->isVisible());
         AppDelegate::endSession(7);
         takeCalls();
         QVERIFY(m_agent->send(status(kAnn))); // the service does not know yet
@@ -255,7 +261,7 @@ private Q_SLOTS:
         Intervals::current().endReport = std::chrono::milliseconds(0);
         QVERIFY(m_agent->send(status(kAnn)));
         QTRY_COMPARE(m_server->title(), u"Session has not ended: Ann"_s);
-        const auto* const note = window("ConnectionStatus")->findChild<QLabel*>(u"note"_s);
+        const auto* const note = shown.findChild<QLabel*>(u"note"_s);
         QCOMPARE(note->text(), u"Not ended"_s);
         // The next one of that number is another.
         QVERIFY(m_agent->send("disconnected_session=7"));
@@ -306,18 +312,6 @@ private Q_SLOTS:
               records + "0000 {}\n", records.mid(records.indexOf('\n') + 1)}) {
             QVERIFY(!ActivityList::fromRecords(bad));
         }
-    }
-
-    void managedOrNotIsKnownFromTheStart()
-    {
-        QVERIFY(writeFile(backendSettingsPath(),
-                          settingsPropertyList({false, u"123456"_s, {}, {}}).toUtf8()));
-        QVERIFY(m_agent->start());
-        QVERIFY(m_agent->send(status(kAnn)));
-        AppDelegate::connectionDisplay();
-        const QWidget& shown = *window("ConnectionStatus");
-        QVERIFY(shown.findChild<QWidget*>(u"ChatButton"_s)->isVisible());
-        QVERIFY(!shown.findChild<QWidget*>(u"abort"_s)->isVisible());
     }
 };
 
