@@ -15,23 +15,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Real keys and a real pointer, through the X server. The event loop goes on meanwhile.
-bool xdotool(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(u"xdotool"_s, arguments);
-    const bool isDone =
-        QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 20'000) &&
-        process.exitCode() == 0;
-    QTest::qWait(100); // until the window manager has passed everything on
-    return isDone;
-}
+const auto xdotool = &AgentFixture::xdotool;
 
 // As the user does by a click in its title, or window managers that give every new window the
 // keyboard.
 bool activate(QWidget* window)
 {
-    return xdotool({u"windowactivate"_s, QString::number(window->winId())}) &&
+    return xdotool(u"windowactivate %1"_s.arg(window->winId())) &&
            QTest::qWaitForWindowActive(window);
 }
 
@@ -98,7 +88,7 @@ private:
         QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
         auto* const abort = window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s);
         const QPoint place = abort->mapToGlobal(abort->rect().center());
-        QVERIFY(xdotool({u"mousemove"_s, QString::number(place.x()), QString::number(place.y())}));
+        QVERIFY(xdotool(u"mousemove %1 %2"_s.arg(place.x()).arg(place.y())));
     }
 
 private Q_SLOTS:
@@ -146,8 +136,7 @@ private Q_SLOTS:
         WindowActivation::noteAction(serverTime() + 86'400'000);
         if (!used.isEmpty()) {
             other.start(u"xev"_s, {});
-            QVERIFY(xdotool({u"search"_s, u"--sync"_s, u"--name"_s, u"Event Tester"_s,
-                             u"windowactivate"_s, u"--sync"_s}));
+            QVERIFY(xdotool(u"search --sync --name Event.Tester windowactivate --sync"_s));
             const QString time = used == u"now" ? QString::number(serverTime()) : used;
             xprop(
                 {u"-name"_s, u"Event Tester"_s, u"-f"_s, kUserTime, u"32c"_s, u"-set"_s, kUserTime},
@@ -166,11 +155,11 @@ private Q_SLOTS:
     void aChatThatTheUserAsksForHearsThem()
     {
         showSessions();
-        QVERIFY(xdotool({u"key"_s, u"Tab"_s, u"Tab"_s, u"space"_s}));
+        QVERIFY(xdotool(u"key Tab Tab space"_s));
         QCOMPARE(answers(), QByteArrayList{"#####chat_request=7"});
         AppDelegate::requestChat(5, 7);
         QTRY_VERIFY(window("ChatController")->isActiveWindow());
-        QVERIFY(xdotool({u"key"_s, u"a"_s, u"space"_s, u"b"_s, u"Return"_s}));
+        QVERIFY(xdotool(u"key a space b Return"_s));
         QCOMPARE(answers(), QByteArrayList{R"(#####send_chat={"message":"a b","token":5})"});
         QVERIFY(activate(window("ConnectionStatus")));
         AppDelegate::requestChat(6, 7); // which nobody asked for
@@ -185,12 +174,11 @@ private Q_SLOTS:
         QVERIFY(activate(&message));
         auto& guard = *message.findChild<InputGuard*>();
         guard.begin(InputGuard::Inputs::Keyboard);
-        QVERIFY(xdotool({u"mousemove"_s, u"5"_s, u"5"_s, u"key"_s, u"alt+F4"_s}));
+        QVERIFY(xdotool(u"mousemove 5 5 key alt+F4"_s));
         QVERIFY(message.isVisible());
         guard.begin(InputGuard::Inputs::Keyboard);
         const QPoint button = message.frameGeometry().topRight() + QPoint(-12, 10);
-        QVERIFY(xdotool({u"mousemove"_s, QString::number(button.x()), QString::number(button.y()),
-                         u"click"_s, u"1"_s}));
+        QVERIFY(xdotool(u"mousemove %1 %2 click 1"_s.arg(button.x()).arg(button.y())));
         QTRY_VERIFY(window("MessageInbox") == nullptr);
     }
 
@@ -198,7 +186,7 @@ private Q_SLOTS:
     {
         AppDelegate::requestChat(5, 7);
         showSessions();
-        QVERIFY(xdotool({u"click"_s, u"--repeat"_s, u"2"_s, u"--delay"_s, u"80"_s, u"1"_s}));
+        QVERIFY(xdotool(u"click --repeat 2 --delay 80 1"_s));
         QCOMPARE(answers(), QByteArrayList({"#####close_chat=5", "#####disconnect_session=7"}));
         QCOMPARE(AgentFixture::sessionLists(), u"[8Bob][8Bob]"_s);
     }
@@ -206,14 +194,14 @@ private Q_SLOTS:
     void aPressMeansTheSessionThatStoodThere()
     {
         showSessions();
-        QVERIFY(xdotool({u"mousedown"_s, u"1"_s}));
+        QVERIFY(xdotool(u"mousedown 1"_s));
         AppDelegate::sessionDisconnected(7);
-        QVERIFY(xdotool({u"mouseup"_s, u"1"_s}));
-        QVERIFY(xdotool({u"click"_s, u"1"_s})); // begun after the row has moved
+        QVERIFY(xdotool(u"mouseup 1"_s));
+        QVERIFY(xdotool(u"click 1"_s)); // begun after the row has moved
         QCOMPARE(answers(), QByteArrayList());
         // A second later it means Bob.
         QTest::qWait(700);
-        QVERIFY(xdotool({u"click"_s, u"1"_s}));
+        QVERIFY(xdotool(u"click 1"_s));
         QCOMPARE(answers(), QByteArrayList{"#####disconnect_session=8"});
     }
 
@@ -224,10 +212,9 @@ private Q_SLOTS:
         window("ConnectionStatus")->findChild<QWidget*>(u"abort"_s)->setFocus();
         AppDelegate::state().connectionStatus->presentByService();
         QVERIFY(AgentFixture::waitUntilHeard(window("ConnectionStatus")));
-        QVERIFY(xdotool({u"key"_s, u"space"_s, u"Return"_s}));
+        QVERIFY(xdotool(u"key space Return"_s));
         QCOMPARE(answers(), QByteArrayList());
-        const QString keys = u"key Tab Tab space Tab Tab space shift+Tab space"_s;
-        QVERIFY(xdotool(keys.split(u' ')));
+        QVERIFY(xdotool(u"key Tab Tab space Tab Tab space shift+Tab space"_s));
         QCOMPARE(answers(), QByteArrayList({"#####chat_request=7", "#####chat_request=8",
                                             "#####disconnect_session=7"}));
     }
@@ -256,9 +243,9 @@ private Q_SLOTS:
             QTRY_VERIFY(isOnTop(*question));
             QVERIFY(activate(question));
         }
-        (void)xdotool({u"windowminimize"_s, QString::number(question->winId())});
+        (void)xdotool(u"windowminimize %1"_s.arg(question->winId()));
         QTRY_VERIFY(!question->isMinimized() && question->windowHandle()->isExposed());
-        (void)xdotool({u"key"_s, u"alt+F4"_s});
+        (void)xdotool(u"key alt+F4"_s);
         QVERIFY(question->isVisible());
     }
 };

@@ -56,11 +56,6 @@ private:
         return std::exchange(m_calls, {}).join(u' ');
     }
 
-    static void xdotool(const char* arguments)
-    {
-        QProcess::execute(u"xdotool"_s, QString::fromLatin1(arguments).split(u' '));
-    }
-
     QStringList m_calls;
     std::unique_ptr<NotificationServer> m_server;
     std::unique_ptr<AgentFixture> m_agent;
@@ -148,7 +143,7 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(connected(7, "Ann")));
         QVERIFY(m_agent->send("disconnected_session=7"));
         QCOMPARE(takeCalls(), QString()); // the window says it
-        xdotool("set_num_desktops 2 set_desktop 1");
+        AgentFixture::xdotool(u"set_num_desktops 2 set_desktop 1"_s);
         QVERIFY(m_agent->send(connected(7, "<b>Ann</b>")));
         QTRY_COMPARE(m_server->title(), u"Session began: <b>Ann</b>"_s);
         QVERIFY(m_agent->send(status(session(9, "\u200B"))));
@@ -156,7 +151,7 @@ private Q_SLOTS:
         QVERIFY(m_server->text().endsWith(u"Session began: <b>Ann</b>"));
         QCOMPARE(m_server->replacedId(), 2U);
         NotificationServer::tell(m_server->bus, u"ActionInvoked"_s, 2);
-        xdotool("set_desktop 0");
+        AgentFixture::xdotool(u"set_desktop 0"_s);
         window("ConnectionStatus")->hide();
         AppDelegate::connectionDisplay();
         QTRY_VERIFY(WindowActivation::isInSight(*window("ConnectionStatus")));
@@ -192,7 +187,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_server->title(), u"Remote control request"_s);
         QCOMPARE(m_server->expires(), -1); // it is in sight, too
         QVERIFY(m_agent->send("user_acknowledgement=2;srv;Bob"));
-        xdotool("set_num_desktops 2 set_desktop 1");
+        AgentFixture::xdotool(u"set_num_desktops 2 set_desktop 1"_s);
         QTRY_COMPARE(m_server->expires(), 0);
         QVERIFY(m_server->text().contains(u"Bob"));
         QVERIFY(m_agent->send("close_acknowledgement"));
@@ -243,11 +238,17 @@ private Q_SLOTS:
         QVERIFY(takeCalls().startsWith(u'-'));
     }
 
+    // On a machine that is not managed, too, which is known from the start.
     void anEndThatDidNotHappenIsTold()
     {
+        QVERIFY(writeFile(backendSettingsPath(),
+                          settingsPropertyList({false, u"123456"_s, {}, {}}).toUtf8()));
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(status(kAnn)));
         AppDelegate::connectionDisplay();
+        const QWidget& shown = *window("ConnectionStatus");
+        QVERIFY(shown.findChild<QWidget*>(u"ChatButton"_s)->isVisible());
+        QVERIFY(!shown.findChild<QWidget*>(u"abort"_s)->isVisible());
         AppDelegate::endSession(7);
         takeCalls();
         QVERIFY(m_agent->send(status(kAnn))); // the service does not know yet
@@ -255,7 +256,7 @@ private Q_SLOTS:
         Intervals::current().endReport = std::chrono::milliseconds(0);
         QVERIFY(m_agent->send(status(kAnn)));
         QTRY_COMPARE(m_server->title(), u"Session has not ended: Ann"_s);
-        const auto* const note = window("ConnectionStatus")->findChild<QLabel*>(u"note"_s);
+        const auto* const note = shown.findChild<QLabel*>(u"note"_s);
         QCOMPARE(note->text(), u"Not ended"_s);
         // The next one of that number is another.
         QVERIFY(m_agent->send("disconnected_session=7"));
@@ -306,18 +307,6 @@ private Q_SLOTS:
               records + "0000 {}\n", records.mid(records.indexOf('\n') + 1)}) {
             QVERIFY(!ActivityList::fromRecords(bad));
         }
-    }
-
-    void managedOrNotIsKnownFromTheStart()
-    {
-        QVERIFY(writeFile(backendSettingsPath(),
-                          settingsPropertyList({false, u"123456"_s, {}, {}}).toUtf8()));
-        QVERIFY(m_agent->start());
-        QVERIFY(m_agent->send(status(kAnn)));
-        AppDelegate::connectionDisplay();
-        const QWidget& shown = *window("ConnectionStatus");
-        QVERIFY(shown.findChild<QWidget*>(u"ChatButton"_s)->isVisible());
-        QVERIFY(!shown.findChild<QWidget*>(u"abort"_s)->isVisible());
     }
 };
 

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QTest>
 
 #include <cstdio>
@@ -130,6 +131,17 @@ bool AgentFixture::waitUntilHeard(const QWidget* window)
 {
     const auto* const guard = window->findChild<InputGuard*>();
     return QTest::qWaitFor([guard] { return !guard->isOn(); });
+}
+
+bool AgentFixture::xdotool(const QString& words)
+{
+    QProcess process;
+    process.start(u"xdotool"_s, words.split(u' '));
+    const bool isDone =
+        QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 20'000) &&
+        process.exitCode() == 0;
+    QTest::qWait(100); // until the window manager has passed everything on
+    return isDone;
 }
 
 QWidget* AgentFixture::topLevel(const char* name)

@@ -43,6 +43,9 @@ public:
     // The first window of that name; null where there is none.
     [[nodiscard]] static QWidget* topLevel(const char* name);
 
+    // Real keys and a real pointer, through the X server. The event loop goes on meanwhile.
+    static bool xdotool(const QString& words);
+
     // Waits until a window that came up by itself hears keys and clicks.
     [[nodiscard]] static bool waitUntilHeard(const QWidget* window);
     // The agent's sessions, and those of the status window: "[7Ann8Bob][7Ann8Bob]".

@@ -1,6 +1,5 @@
 #include "AgentFixture.h"
 #include "localisation/ShownText.h"
-#include "platform/desktop/BundleImages.h"
 #include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 #include "window_kit/InputGuard.h"
@@ -17,7 +16,6 @@
 #include <QScreen>
 #include <QTest>
 
-#include <cstring>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -88,25 +86,6 @@ private Q_SLOTS:
         QVERIFY(QImage(4000, 1000, QImage::Format_RGB32).save(path));
         status().refresh();
         QCOMPARE(find("logo")->pixmap().toImage().size(), QSize(144, 36));
-        QImage stripes(4000, 1000, QImage::Format_Mono); // of two colours, which become one
-        std::memset(stripes.bits(), 0xAA, static_cast<std::size_t>(stripes.sizeInBytes()));
-        QVERIFY(stripes.save(path));
-        status().refresh();
-        const int grey = qGray(find("logo")->pixmap().toImage().pixel(72, 18));
-        QVERIFY2(grey > 100 && grey < 155, QByteArray::number(grey));
-    }
-
-    void aReplacedPictureIsTheSameAtEachScale()
-    {
-        const QString own = QCoreApplication::applicationDirPath() + u"/Resources/own"_s;
-        QImage picture(10, 10, QImage::Format_RGB32);
-        picture.fill(Qt::red);
-        QVERIFY(picture.save(own + u".png"_s));
-        QImage sharper(99, 99, QImage::Format_RGB32); // of the one that was replaced
-        sharper.fill(Qt::blue);
-        QVERIFY(sharper.save(own + u"@2x.png"_s));
-        const QImage shown = BundleImages::pixmap(u"own"_s, {10, 10}, 2).toImage();
-        QCOMPARE(shown.pixelColor(shown.rect().center()), QColor(Qt::red));
     }
 
     void answersOnceByEveryWayAndByNoOther()
@@ -120,6 +99,7 @@ private Q_SLOTS:
                 for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Escape}) {
                     QTest::keyClick(dialog().focusWidget(), key);
                 }
+                QTest::keyClicks(dialog().focusWidget(), u"ad"_s, Qt::AltModifier);
                 dialog().close();
                 QVERIFY(dialog().isVisible());
                 QPushButton& button = isAccepted ? *m_accept : *m_decline;
