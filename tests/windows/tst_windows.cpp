@@ -1,5 +1,6 @@
 #include "AgentFixture.h"
 #include "localisation/ShownText.h"
+#include "platform/desktop/BundleImages.h"
 #include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 #include "window_kit/InputGuard.h"
@@ -86,6 +87,19 @@ private Q_SLOTS:
         QVERIFY(QImage(4000, 1000, QImage::Format_RGB32).save(path));
         status().refresh();
         QCOMPARE(find("logo")->pixmap().toImage().size(), QSize(144, 36));
+    }
+
+    void aReplacedPictureIsTheSameAtEachScale()
+    {
+        const QString own = QCoreApplication::applicationDirPath() + u"/Resources/own"_s;
+        QImage picture(10, 10, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        QVERIFY(picture.save(own + u".png"_s));
+        QImage sharper(99, 99, QImage::Format_RGB32); // of the one that was replaced
+        sharper.fill(Qt::blue);
+        QVERIFY(sharper.save(own + u"@2x.png"_s));
+        const QImage shown = BundleImages::pixmap(u"own"_s, {10, 10}, 2).toImage();
+        QCOMPARE(shown.pixelColor(shown.rect().center()), QColor(Qt::red));
     }
 
     void answersOnceByEveryWayAndByNoOther()
