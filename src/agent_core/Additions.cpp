@@ -55,8 +55,10 @@ void addEndOfAll(QMenu& menu, const ConnectionStatus* status, const SessionList&
     const auto update = [item, status, &sessions] {
         item->setVisible(status->isManaged && sessions.all().size() > ConnectionStatus::kRows);
     };
-    QObject::connect(&sessions, &SessionList::added, item, update);
-    QObject::connect(&sessions, &SessionList::removed, item, update);
+    // Queued: a list that replaces another is empty for a moment, and the menu need not follow
+    // that.
+    QObject::connect(&sessions, &SessionList::added, item, update, Qt::QueuedConnection);
+    QObject::connect(&sessions, &SessionList::removed, item, update, Qt::QueuedConnection);
 }
 
 // What leads to the list: the menu's last line, and the status window's button.
