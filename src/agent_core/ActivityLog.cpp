@@ -103,9 +103,6 @@ void ActivityLog::noteRunning(const SessionInfo& session)
 // A session of an earlier run may have ended between that run and this one.
 void ActivityLog::noteReport(const QList<SessionInfo>& sessions)
 {
-    if (std::exchange(m_hasReport, true)) {
-        return;
-    }
     for (Activity& open : m_activities.openSessions()) {
         if (!isListed(open.session, sessions)) {
             note({.kind = Kind::SessionEnded, .session = open.session, .name = open.name}, true);

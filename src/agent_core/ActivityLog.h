@@ -30,7 +30,7 @@ public:
     void noteSession(Activity::Kind kind, const SessionInfo& session);
     // One that began before this run.
     void noteRunning(const SessionInfo& session);
-    // The service has reported all sessions.
+    // The service has reported all sessions for the first time.
     void noteReport(const QList<SessionInfo>& sessions);
     void noteRequest(qint64 session, const QString& controlName, Activity::Kind kind,
                      Activity::By by);
@@ -62,7 +62,6 @@ private:
 
     MemoryFile m_kept;
     ActivityList m_activities;
-    bool m_hasReport = false;          // the service has reported all sessions
     QHash<quint64, quint64> m_running; // the entries of the commands
     bool m_isScreenLocked = false;
     std::unique_ptr<ActivityWindow> m_window;

@@ -30,7 +30,7 @@ void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& ev
     QObject::connect(&sessions, &SessionList::ranBefore, log, &ActivityLog::noteRunning);
     QObject::connect(&sessions, &SessionList::hasNotEnded, log, note(Kind::SessionNotEnded));
     QObject::connect(&sessions, &SessionList::ended, log, note(Kind::SessionEnded));
-    QObject::connect(&sessions, &SessionList::replaced, log,
+    QObject::connect(&sessions, &SessionList::reported, log,
                      [log, &sessions] { log->noteReport(sessions.all()); });
     QObject::connect(&events, &AgentEvents::requestNoted, log, &ActivityLog::noteRequest);
     QObject::connect(&events, &AgentEvents::messageShown, log, &ActivityLog::noteMessage);

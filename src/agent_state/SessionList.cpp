@@ -57,8 +57,9 @@ void SessionList::replace(const QList<SessionInfo>& sessions)
             forgetEnd(session);
         }
     }
-    m_hasReport = true;
-    Q_EMIT replaced();
+    if (!std::exchange(m_hasReport, true)) {
+        Q_EMIT reported();
+    }
 }
 
 void SessionList::expectEnd(qint64 session)

@@ -42,7 +42,7 @@ Q_SIGNALS:
     void ranBefore(const SessionInfo& session); // instead: it began before this agent
     void hasNotEnded(const SessionInfo& session);
     void ended(const SessionInfo& session);
-    void replaced(); // the whole list, after what differs was told
+    void reported(); // the whole list, for the first time, after what differs was told
     void endForgotten(qint64 session);
 
 private:
