@@ -104,7 +104,8 @@ QStringList faultsOfColours(QWidget& window)
         if (!widget->isEnabled() || textOf(*widget).isEmpty()) {
             continue;
         }
-        const QRect place(widget->mapTo(&window, QPoint(3, 3)), widget->size() - QSize(6, 6));
+        const QRect place(widget->mapTo(&window, QPoint(3, 3)) * image.devicePixelRatio(),
+                          (widget->size() - QSize(6, 6)) * image.devicePixelRatio());
         QSet<QRgb> colours;
         for (int i = 0; i < place.width() * place.height(); ++i) {
             colours += image.pixel(place.x() + i % place.width(), place.y() + i / place.width());
