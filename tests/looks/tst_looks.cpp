@@ -12,11 +12,11 @@
 #include <QAbstractScrollArea>
 #include <QApplication>
 #include <QComboBox>
+#include <QHash>
 #include <QImage>
 #include <QLineEdit>
 #include <QLoggingCategory>
 #include <QScreen>
-#include <QSet>
 #include <QStyle>
 #include <QTest>
 
@@ -106,12 +106,12 @@ QStringList faultsOfColours(QWidget& window)
         }
         const QRect place(widget->mapTo(&window, QPoint(3, 3)) * image.devicePixelRatio(),
                           (widget->size() - QSize(6, 6)) * image.devicePixelRatio());
-        QSet<QRgb> colours;
+        QHash<QRgb, int> colours; // and how many pixels have each
         for (int i = 0; i < place.width() * place.height(); ++i) {
-            colours += image.pixel(place.x() + i % place.width(), place.y() + i / place.width());
+            ++colours[image.pixel(place.x() + i % place.width(), place.y() + i / place.width())];
         }
-        const QColor background = image.pixelColor(place.topLeft());
-        if (std::ranges::none_of(colours, [&background](QRgb colour) {
+        const QColor background = std::ranges::max_element(colours).key();
+        if (std::ranges::none_of(colours.keys(), [&background](QRgb colour) {
                 return Contrast::ratio(background, QColor(colour)) >= Contrast::kReadable;
             })) {
             faults += widget->objectName() + u": can't be read"_s;
