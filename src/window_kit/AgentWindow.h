@@ -81,7 +81,8 @@ protected:
 
     bool event(QEvent* event) override
     {
-        if (event->type() == QEvent::Polish) { // its first showing
+        if (event->type() == QEvent::Show && !this->testAttribute(Qt::WA_SetWindowIcon)) {
+            // Its first showing. It is polished soon after it was made, shown or not.
             Pictures::setWindowIcon(*this);
             Contrast::makeReadable(*this);                          // what is in it, too
         } else if (event->type() == QEvent::ScreenChangeInternal) { // perhaps of another scale

@@ -4,11 +4,18 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace {
+
+constexpr qsizetype kPiece = 16'384;
+
+} // namespace
 
 Descriptor RegularFile::open(const QString& path, int flags, unsigned int mode)
 {
@@ -34,7 +41,15 @@ RegularFile::Content RegularFile::read(const QString& path, qsizetype limit)
     }
     QFile file;
     file.open(descriptor.value(), QIODevice::ReadOnly | QIODevice::Unbuffered);
-    const QByteArray bytes = file.read(limit + 1);
+    // Piece by piece: the toolkit sets aside all that it may read, and a large block that comes and
+    // goes leaves the allocator with larger ones for good.
+    QByteArray bytes;
+    for (QByteArray piece; bytes.size() <= limit; bytes += piece) {
+        piece = file.read(std::min(limit + 1 - bytes.size(), kPiece));
+        if (piece.isEmpty()) {
+            break;
+        }
+    }
     if (file.error() != QFileDevice::NoError) {
         return {State::Unreadable, {}, file.errorString()};
     }
