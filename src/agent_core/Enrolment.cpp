@@ -33,7 +33,7 @@ void AppDelegate::setUI()
     // A machine without settings counts as managed.
     if (QFileInfo::exists(backendSettingsPath())) {
         if (const auto stored = read_BackendSettingsPlist(backendSettingsPath())) {
-            setManaged(stored->managed);
+            state().isManaged = stored->managed;
         }
     }
 }

@@ -71,12 +71,7 @@ void note(const QString& message)
 
 std::unique_ptr<Client> AppDelegate::client;
 
-AgentState::AgentState()
-    : connectionStatus(new ConnectionStatus(&AppDelegate::labels)),
-      aboutView(new AboutController(&AppDelegate::labels)),
-      userAcknowledge(new UserAcknowledgement(&AppDelegate::labels)),
-      access(new SecurityAccess(&AppDelegate::labels))
-{}
+AgentState::AgentState() = default;
 
 AgentState::~AgentState()
 {
@@ -89,7 +84,6 @@ AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage, MemoryFile
 {
     options = AgentOptions();
     agentState = std::make_unique<AgentState>();
-    connectWindows();
     connectTimers();
 }
 
@@ -106,10 +100,17 @@ AgentState& AppDelegate::state()
     return *agentState;
 }
 
-// What the user does in the windows that live as long as the agent, and what these follow.
-void AppDelegate::connectWindows()
+// The windows that live as long as the agent, what the user does in them, and what they follow. Made
+// when the link is on its way, which need not wait for the toolkit's fonts and style.
+void AppDelegate::makeWindows()
 {
+    state().connectionStatus = std::make_unique<ConnectionStatus>(&AppDelegate::labels);
+    state().aboutView = std::make_unique<AboutController>(&AppDelegate::labels);
+    state().userAcknowledge = std::make_unique<UserAcknowledgement>(&AppDelegate::labels);
+    state().access = std::make_unique<SecurityAccess>(&AppDelegate::labels);
     ConnectionStatus* const status = state().connectionStatus.get();
+    status->showConnectionDetail = options.showConnectionDetail;
+    status->isManaged = state().isManaged;
     connect(status, &ConnectionStatus::endRequested, this, &AppDelegate::endSession);
     connect(status, &ConnectionStatus::chatRequested, this, &AppDelegate::askForChat);
     const SessionList* const sessions = &state().sessions;
@@ -138,7 +139,6 @@ void AppDelegate::applicationDidFinishLaunching()
     getAllowToLeaveChat();
     getShowConnectionDetail();
     getDisplaySettings();
-    state().connectionStatus->showConnectionDetail = options.showConnectionDetail;
     readConsoleUser();
     changeLanguageNeeded();
     setUI();
@@ -148,6 +148,7 @@ void AppDelegate::applicationDidFinishLaunching()
     permissions_process();
     noteStart();
     startClient();
+    makeWindows();
     systemTray();
     makeAdditions();
     startTimers();

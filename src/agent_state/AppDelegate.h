@@ -182,7 +182,7 @@ private:
     static void leaveDesktop();
     static void leaveNotices();
     void startClient();
-    void connectWindows();
+    void makeWindows();
     void connectTimers();
     void startTimers();
     // Additions.cpp: those who listen, as children of this object.
