@@ -13,6 +13,8 @@ namespace {
 
 // Of an entry's text, in UTF-16 code units; what is longer is cut, and ends in '…'.
 constexpr qsizetype kLongestText = 10'000;
+// Of the file's bytes when it is written anew, which leaves room for what is appended.
+constexpr qsizetype kMostKept = MemoryFile::kSize / 4 * 3;
 
 Activity activityOf(Kind kind, const SessionInfo& session)
 {
@@ -44,13 +46,13 @@ void ActivityLog::readKept()
     } else if (!records.isEmpty()) {
         printErrorLog(u"the list of what happened is damaged, and begins anew"_s);
     }
-    m_kept.write(m_activities.records(MemoryFile::kSize / 2));
+    m_kept.write(m_activities.records(kMostKept));
 }
 
 void ActivityLog::keep(const QByteArray& record)
 {
     if (m_kept.isOpen() && !m_kept.append(record)) {
-        m_kept.write(m_activities.records(MemoryFile::kSize / 2));
+        m_kept.write(m_activities.records(kMostKept));
     }
     m_window->update();
 }
@@ -167,6 +169,7 @@ void ActivityLog::setScreenLocked(bool isLocked)
 void ActivityLog::show()
 {
     m_window->present();
+    Q_EMIT shown();
 }
 
 void ActivityLog::tellUnseen()
@@ -177,7 +180,12 @@ void ActivityLog::tellUnseen()
 void ActivityLog::tellAbsence()
 {
     keep(m_activities.markTold());
-    Q_EMIT absenceEnded(m_activities.unseen());
+    QList<Activity> unseen = m_activities.unseen();
+    // Its dialog is there, or the service has withdrawn it.
+    unseen.removeIf([](const Activity& activity) { return activity.kind == Kind::RequestWaits; });
+    if (!unseen.isEmpty()) {
+        Q_EMIT absenceEnded(unseen);
+    }
 }
 
 void ActivityLog::markSeen()

@@ -48,6 +48,8 @@ Q_SIGNALS:
     void userReturned();
     // The user comes back, and this happened meanwhile.
     void absenceEnded(const QList<Activity>& activities);
+    // The user has the list before them.
+    void shown();
     // Whether there is something that the user has not seen, after each change of that.
     void unseenChanged(bool hasUnseen);
 

@@ -98,7 +98,7 @@ void follow(DesktopNotices* notices, ActivityLog* log, const SessionList& sessio
         return [=, &sessions](const SessionInfo& session) {
             // What happens behind a locked screen is told at the unlocking.
             if (!AppDelegate::isAtLoginWindow() && !log->isScreenLocked()) {
-                notices->tellSession(kind, session.remoteControlUser,
+                notices->tellSession(kind, session,
                                      kind == Kind::SessionEnded &&
                                          sessions.isEndExpected(session.session));
             }
@@ -108,7 +108,7 @@ void follow(DesktopNotices* notices, ActivityLog* log, const SessionList& sessio
     QObject::connect(&sessions, &SessionList::hasNotEnded, notices, tell(Kind::SessionNotEnded));
     QObject::connect(&sessions, &SessionList::ended, notices, tell(Kind::SessionEnded));
     QObject::connect(log, &ActivityLog::absenceEnded, notices, &DesktopNotices::tellAbsence);
-    QObject::connect(log, &ActivityLog::unseenChanged, notices, &DesktopNotices::followUnseen);
+    QObject::connect(log, &ActivityLog::shown, notices, &DesktopNotices::withdrawAbsence);
     QObject::connect(question, &UserAcknowledgement::asked, notices, &DesktopNotices::askQuestion);
     QObject::connect(question, &UserAcknowledgement::answered, notices,
                      &DesktopNotices::withdrawQuestion);
@@ -146,7 +146,4 @@ void AppDelegate::makeAdditions()
     if (!isAtLoginWindow()) {
         hint->start();
     }
-    ConsoleSession::followLock([](bool isLocked) {
-        whileRunning([isLocked] { Q_EMIT state().events.screenLockChanged(isLocked); })();
-    });
 }

@@ -61,6 +61,10 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     m_questionTimer.callOnTimeout(this, &DesktopNotices::lookAtQuestion);
     connect(&m_status, &ConnectionStatus::cameUp, this, [this] {
         m_notifications.letPass(Notifications::Place::Absence);
+        if (std::all_of(m_news.cbegin(), m_news.cend(),
+                        [](const News& news) { return news.hasRow; })) {
+            m_notifications.withdraw(Notifications::Place::Sessions); // the window says it now
+        }
         if (m_sessionTimer.isActive()) {
             m_sessionTimer.start(); // it is not in its place yet
         }
@@ -73,9 +77,10 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     });
 }
 
-void DesktopNotices::tellSession(Activity::Kind kind, const QString& name, bool isByUser)
+void DesktopNotices::tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser)
 {
-    const QString line = lineFor(kind, name, m_labels().value_or(englishFallback()));
+    const QString line =
+        lineFor(kind, session.remoteControlUser, m_labels().value_or(englishFallback()));
     // Said whatever the account says about showing: sighted users have the icon.
     Announcements::say(line);
     if (isByUser) {
@@ -85,9 +90,13 @@ void DesktopNotices::tellSession(Activity::Kind kind, const QString& name, bool 
         m_news.clear();
     }
     m_sinceNews.start();
-    const qsizetype row =
-        m_status.sessions().size() + (kind == Activity::Kind::SessionEnded ? 1 : 0);
-    m_news.prepend({line, kind == Activity::Kind::SessionNotEnded, row <= ConnectionStatus::kRows});
+    const QList<SessionInfo>& listed = m_status.sessions();
+    const auto place = std::find_if(listed.cbegin(), listed.cend(), [&](const SessionInfo& other) {
+        return other.session == session.session;
+    });
+    // Of one that has ended it is not known any more: it counts as the last.
+    const bool hasRow = place - listed.cbegin() < ConnectionStatus::kRows;
+    m_news.prepend({line, kind == Activity::Kind::SessionNotEnded, hasRow});
     m_news.resize(std::min(m_news.size(), kMostNews));
     m_sessionTimer.start();
 }
@@ -218,9 +227,7 @@ void DesktopNotices::tellAbsence(const QList<Activity>& activities)
     Announcements::say(text(lines));
 }
 
-void DesktopNotices::followUnseen(bool hasUnseen)
+void DesktopNotices::withdrawAbsence()
 {
-    if (!hasUnseen) {
-        m_notifications.withdraw(Notifications::Place::Absence);
-    }
+    m_notifications.withdraw(Notifications::Place::Absence);
 }

@@ -3,6 +3,7 @@
 #include "localisation/Translate.h"
 #include "platform/desktop/Notifications.h"
 #include "records/Activity.h"
+#include "records/SessionInfo.h"
 
 #include <QElapsedTimer>
 #include <QList>
@@ -30,7 +31,7 @@ public:
     // Something happened to a session. What happens at the same time is shown together. Not shown
     // is what the user has done, what the status window shows, and all where the account wants no
     // window when a session begins; but that a session failed to end is.
-    void tellSession(Activity::Kind kind, const QString& name, bool isByUser);
+    void tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser);
 
     // The dialog asks. A notice tells of it only while the dialog is not in sight, and when it has
     // not been answered for a while.
@@ -41,7 +42,7 @@ public:
 
     // What happened while the user was away, whatever the account wants.
     void tellAbsence(const QList<Activity>& activities);
-    void followUnseen(bool hasUnseen);
+    void withdrawAbsence(); // the user has the list before them
 
     // No panel shows the icon: tells how to see it, and what works without it.
     void tellMissingIcon();

@@ -173,7 +173,9 @@ void AppDelegate::leaveLoginWindow()
 {
     Worker::run([] {
         const auto user = ConsoleSession::consoleUser();
-        if (!user || user == kLoginWindow) {
+        const bool isUnknown =
+            !user && ConsoleSession::screen() == ConsoleSession::Screen::Unknown;
+        if (isUnknown || user == kLoginWindow) {
             return;
         }
         post([] {
@@ -196,6 +198,10 @@ void AppDelegate::changeLanguageNeeded()
 
 void AppDelegate::startClient()
 {
+    // Asked before the link can report anything.
+    ConsoleSession::followLock([](bool isLocked) {
+        whileRunning([isLocked] { Q_EMIT state().events.screenLockChanged(isLocked); })();
+    });
     const ServiceAccounts accounts(options.oem);
     for (const QString& name : accounts.unknown()) {
         printErrorLog(u"service_accounts: there is no account %1"_s.arg(name));

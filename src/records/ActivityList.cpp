@@ -54,11 +54,16 @@ QByteArray ActivityList::markTold()
 
 void ActivityList::dropOne()
 {
-    const auto worth = [](const Activity& kept) {
-        return kept.isUnseen ? 1 + (kept.kind != Kind::Command) : 0;
+    const QList<Activity> open = openSessions();
+    const auto worth = [&open](const Activity& kept) {
+        const bool isOpen = std::any_of(open.cbegin(), open.cend(), [&](const Activity& session) {
+            return session.number == kept.number;
+        });
+        return isOpen ? 3 : kept.isUnseen ? 1 + (kept.kind != Kind::Command) : 0;
     };
+    // Of the older half: what has just happened is never the first to go.
     m_all.erase(std::min_element(
-        m_all.cbegin(), m_all.cend(),
+        m_all.cbegin(), m_all.cbegin() + (m_all.size() + 1) / 2,
         [&](const Activity& one, const Activity& other) { return worth(one) < worth(other); }));
     ++m_dropped;
 }
@@ -113,7 +118,7 @@ QByteArray ActivityList::records(qsizetype most)
         if (all.size() <= most) {
             return all;
         }
-        for (qsizetype count = m_all.size() / 4 + 1; count > 0; --count) {
+        for (qsizetype count = m_all.size() / 8 + 1; count > 0; --count) {
             dropOne();
         }
     }

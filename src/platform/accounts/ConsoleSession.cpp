@@ -45,7 +45,7 @@ struct Shared {
     std::mutex mutex; // guards the rest
     BusConnection bus;
     std::function<void(bool)> tell;
-    bool isLocked = false; // what was told last
+    std::optional<bool> isLocked; // what was told last
 };
 
 // Never destroyed: other threads may ask while the process ends.
@@ -278,7 +278,7 @@ void ConsoleSession::followLock(std::function<void(bool)> tell)
 {
     const std::lock_guard lock(shared().mutex);
     const bool isFirst = !std::exchange(shared().tell, std::move(tell));
-    shared().isLocked = false;
+    shared().isLocked.reset();
     if (isFirst) {
         follow(kAttempts);
     }

@@ -28,8 +28,8 @@ enum class Screen {
 // another user.
 Screen screen();
 
-// Tells, on the main thread, whether the screen is locked (at first it is not): each reply to
-// screen() that differs from the one before, whoever has asked, in the order of the replies. So
+// Tells, on the main thread, whether the screen is locked: the first reply to screen(), and each
+// that differs from the one before, whoever has asked, in the order of the replies. So
 // what decides about a request has been told before what the decision leads to. "Unknown" changes
 // nothing.
 //
