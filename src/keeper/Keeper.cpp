@@ -148,7 +148,9 @@ std::chrono::milliseconds Keeper::waitAfter(const ChildProcess::Result& result,
     if (endedWith(result, kAnotherRuns)) {
         return m_intervals.besideAnother;
     }
-    const bool hadNoLink = endedWith(result, kFailed) && lasted < m_intervals.untilLink;
+    // Also in order: a service that takes one agent at a time turns the others away so.
+    const bool hadNoLink = (endedWith(result, kFailed) || endedWith(result, 0)) &&
+                           lasted < m_intervals.untilLink;
     m_wait =
         hadNoLink ? std::min(2 * m_wait, m_intervals.betweenFailures) : m_intervals.betweenLooks;
     return m_wait;

@@ -22,9 +22,9 @@ class Keeper {
 public:
     struct Intervals {
         std::chrono::milliseconds betweenLooks = std::chrono::seconds(3);
-        // The wait after each agent that fails is twice the one before, up to this.
+        // The wait after each agent that had no link is twice the one before, up to this.
         std::chrono::milliseconds betweenFailures = std::chrono::minutes(1);
-        // An agent that fails sooner than this had no link.
+        // An agent that fails or ends sooner than this had no link.
         std::chrono::milliseconds untilLink = std::chrono::seconds(15);
         // The wait while another agent runs in the session.
         std::chrono::milliseconds besideAnother = std::chrono::seconds(30);
