@@ -156,10 +156,13 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
         return terminal.complain("status.notRunning"_L1);
     }
     const QSet<qint64> sessions = sessionsIn(status);
+    bool isSilent = false;
     for (const qint64 session : sessions) {
-        if (RunningAgent::endSession(session) == true) {
+        const auto isEnded = RunningAgent::endSession(session);
+        if (isEnded == true) {
             terminal.say("end.done"_L1, {QString::number(session)});
         }
+        isSilent = isSilent || !isEnded;
     }
     if (sessions.isEmpty()) {
         return terminal.say("status.noSession"_L1);
@@ -167,7 +170,11 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     // The service lists again what it has not ended.
     constexpr std::chrono::seconds kUntilReported(5);
     std::this_thread::sleep_for(kUntilReported);
-    const QSet<qint64> again = sessionsIn(objectOf(RunningAgent::status())) & sessions;
+    const QJsonObject later = objectOf(RunningAgent::status());
+    if (isSilent || later.isEmpty()) { // who is in session now is not known
+        return terminal.complain("status.notRunning"_L1);
+    }
+    const QSet<qint64> again = sessionsIn(later) & sessions;
     for (const qint64 session : again) {
         terminal.complain("end.again"_L1, {QString::number(session)});
     }
