@@ -95,7 +95,9 @@ void AppDelegate::requestChat(qint32 token, qint32 session)
 {
     if (!evictChatIfFull()) {
         printErrorLog(u"%1 chats are open: chat %2 is refused"_s.arg(kMostChats).arg(token));
-        reportClosed(token); // so that its operator does not wait
+        if (chatsOf(token).isEmpty()) {
+            reportClosed(token); // so that its operator does not wait
+        }
         return;
     }
     QList<QPoint> others;

@@ -12,7 +12,8 @@ bool AppDelegate::acceptIfScreenIsLocked(qint64 session, const QString& controlN
     using ConsoleSession::Screen;
     using Kind = Activity::Kind;
     const Screen screen = ConsoleSession::screen();
-    const bool isAccepted = screen == Screen::Locked;
+    // At the end nobody would note who was let in.
+    const bool isAccepted = screen == Screen::Locked && !isTerminating();
     if (isAccepted) {
         send(Protocol::message(Protocol::kAcceptConnection, session));
     }

@@ -105,7 +105,6 @@ void AppDelegate::enableSettings()
 {
     settingsWindow().setLocked(false);
     window->inputGuard.ignoreHeldKey(); // the Return that entered the password must not press Apply
-    window->followMode();
     window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
 }
 

@@ -9,6 +9,7 @@
 #include "window_kit/Pictures.h"
 #include "window_kit/WindowRules.h"
 #include "windows/AboutController.h"
+#include "windows/ConnectionStatus.h"
 
 #include <QAction>
 #include <QApplication>
@@ -94,9 +95,10 @@ void addItem(QMenu& menu, const QString& title, const QKeySequence& shortcut, co
 QString toolTip(const JsonData::Info& labels)
 {
     const QList<SessionInfo>& sessions = AppDelegate::state().sessions.all();
-    const QString linked = AppDelegate::state().gatewayConnectionStatus
-                               ? labels.Connection.ready
-                               : labels.Connection.no_gateway;
+    const bool isInvalid = AppDelegate::state().connectionStatus->accountIsValid == false;
+    const QString linked = AppDelegate::state().gatewayConnectionStatus ? labels.Connection.ready
+                           : isInvalid ? labels.Connection.account_invalid
+                                       : labels.Connection.no_gateway;
     const QString words =
         sessions.isEmpty() ? linked : connectionTitle(labels.Connection.inSession, sessions);
     return AppDelegate::options.oemName + u" – "_s + words;

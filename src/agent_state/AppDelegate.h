@@ -23,8 +23,8 @@ struct Credentials;
 //
 // There is one object, made by main() after the application object; it owns the windows'
 // controllers, the timers and the link. Its operations are defined in agent_core, a source file a
-// concern; each group below names its file. Whatever begins one of them asks isTerminating()
-// before: post(), the menu, the timers and the windows' signals.
+// concern; each group below names its file. Whatever begins one of them by itself asks
+// isTerminating() before: post(), the menu and the timers.
 //
 // Main thread, where nothing else is said.
 class AppDelegate : public QObject {

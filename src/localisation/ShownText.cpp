@@ -71,7 +71,8 @@ QString clean(const QString& text, char16_t lineBreak)
         if (isDirectionChange(c) || endsBreak || (isStackingMark(c) && marks > kMostMarks)) {
             continue;
         }
-        if (isLineBreak(c)) {
+        // In a menu a tab would separate a shortcut.
+        if (isLineBreak(c) || (c == U'\t' && lineBreak == u' ')) {
             result += QChar(lineBreak);
         } else if (isNoCharacter(c)) {
             result += QChar(QChar::ReplacementCharacter);

@@ -21,7 +21,7 @@ namespace ShownText {
 // For several lines: every line break is a line separator.
 [[nodiscard]] QString shown(const QString& text);
 
-// For one line, in labels and names: every line break is a blank.
+// For one line, in labels and names: every line break and tab is a blank.
 [[nodiscard]] QString line(const QString& text);
 
 // Likewise, at most so many UTF-16 code units, then '…'. It is cut between two characters.

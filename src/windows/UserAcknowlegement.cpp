@@ -39,7 +39,9 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
         setUp();
     }
     m_ui->user_ack_desc->setFocus(Qt::OtherFocusReason);
-    replacesAnother = isVisible();
+    // The service may ask the same again.
+    replacesAnother =
+        isVisible() && (session != askingSession || controlUserName != controlName);
     m_ui->replaced->setVisible(replacesAnother);
     session = askingSession;
     serverName = server;
