@@ -129,6 +129,14 @@ private Q_SLOTS:
         QTRY_COMPARE(m_calls.last(), u"f>1"_s); // for nobody else's word has closed it
         notifications.withdraw(Notifications::Place::Question);
         QTRY_COMPARE(m_calls.last(), u"-1"_s);
+
+        // At the end, one that the service has just taken in.
+        m_server->isSilent = true;
+        show(u"g"_s);
+        QTRY_COMPARE(m_calls.last(), u"g>0"_s);
+        m_server->answer();
+        notifications.withdrawAll();
+        QTRY_COMPARE(m_calls.last(), u"-2"_s);
     }
 
     void sessionsAreToldWhereNoWindowShowsThem()

@@ -26,14 +26,15 @@ QDBusConnection Bus::session()
     return QDBusConnection::sessionBus();
 }
 
-void Bus::ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit,
-              QObject* context, const std::function<void(const QDBusMessage&)>& then)
+QDBusPendingCall Bus::ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit,
+                          QObject* context, const std::function<void(const QDBusMessage&)>& then)
 {
     auto* const call = new QDBusPendingCallWatcher(bus.asyncCall(question, timeLimit), context);
     QObject::connect(call, &QDBusPendingCallWatcher::finished, context, [call, then] {
         call->deleteLater();
         then(call->reply());
     });
+    return *call;
 }
 
 QDBusMessage Bus::callToBus(const QString& method)

@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -29,9 +30,9 @@ inline constexpr std::chrono::seconds kTimeLimit(25);
 inline constexpr int kUsualTimeLimit = -1;
 inline constexpr int kNoTimeLimit = std::numeric_limits<int>::max();
 
-// Calls `then` with the reply, also an error, unless the context is deleted before.
-void ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit, QObject* context,
-         const std::function<void(const QDBusMessage&)>& then);
+// Calls `then` with the reply, also an error, unless the context is deleted before. Returns the call.
+QDBusPendingCall ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit,
+                     QObject* context, const std::function<void(const QDBusMessage&)>& then);
 
 // A call to the bus itself.
 [[nodiscard]] QDBusMessage callToBus(const QString& method);

@@ -4,7 +4,8 @@
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 
-#include <QDBusPendingCall>
+#include <QDeadlineTimer>
+#include <QThread>
 
 #include <algorithm>
 #include <utility>
@@ -62,9 +63,16 @@ void Notifications::withdrawAll()
 {
     constexpr int kPatience = 200; // milliseconds
     QList<QDBusPendingCall> calls;
+    const QDeadlineTimer deadline(kPatience);
     for (Slot& slot : m_slots) {
         slot.content.reset();
-        slot.isChanged = slot.isAnswerPending; // closed as soon as its number is known
+        while (slot.unanswered && !slot.unanswered->isFinished() && !deadline.hasExpired()) {
+            QThread::msleep(1); // the bus has a thread of its own
+        }
+        slot.isChanged = slot.unanswered && !slot.unanswered->isFinished(); // closed when answered
+        if (slot.unanswered && !slot.isChanged) {
+            slot.id = slot.unanswered->reply().arguments().value(0).toUInt();
+        }
         if (slot.id != 0) {
             calls.append(m_bus->asyncCall(closing(slot), kPatience));
         }
@@ -112,7 +120,7 @@ void Notifications::setServer(const QString& uniqueName)
 void Notifications::sendChanges()
 {
     for (Slot& slot : m_slots) {
-        if (!m_bus || !slot.isChanged || slot.isAnswerPending) {
+        if (!m_bus || !slot.isChanged || slot.unanswered) {
             continue;
         }
         if (!slot.content) {
@@ -166,18 +174,18 @@ void Notifications::notify(Slot& slot)
                                     action.isEmpty() ? QStringList() : QStringList{kClick, action},
                                     hints,
                                     slot.content->stays ? 0 : -1};
-    slot.isAnswerPending = true;
-    Bus::ask(*m_bus, callOf(m_server, u"Notify"_s, arguments), Bus::kUsualTimeLimit, this,
-             [this, &slot, asked = m_server](const QDBusMessage& answer) {
-                 slot.isAnswerPending = false;
-                 if (answer.type() != QDBusMessage::ReplyMessage) {
-                     closeShown(slot); // it was to be replaced
-                 } else if (asked == m_server) {
-                     slot.id = answer.arguments().value(0).toUInt();
-                     Q_EMIT taken(static_cast<Place>(&slot - m_slots.data()));
-                 }
-                 sendChanges();
-             });
+    slot.unanswered =
+        Bus::ask(*m_bus, callOf(m_server, u"Notify"_s, arguments), Bus::kUsualTimeLimit, this,
+                 [this, &slot, asked = m_server](const QDBusMessage& answer) {
+                     slot.unanswered.reset();
+                     if (answer.type() != QDBusMessage::ReplyMessage) {
+                         closeShown(slot); // it was to be replaced
+                     } else if (asked == m_server) {
+                         slot.id = answer.arguments().value(0).toUInt();
+                         Q_EMIT taken(static_cast<Place>(&slot - m_slots.data()));
+                     }
+                     sendChanges();
+                 });
 }
 
 QDBusMessage Notifications::closing(Slot& slot) const

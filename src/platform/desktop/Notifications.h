@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusPendingCall>
 #include <QObject>
 #include <QString>
 
@@ -38,8 +39,8 @@ public:
     void withdraw(Place place) { change(place, std::nullopt); }
     // One that stays is shown anew and does not stay.
     void letPass(Place place);
-    // Withdraws all, and waits until the service has done so, a fifth of a second at most: the
-    // process is about to end.
+    // Withdraws all, also what the service is just taking in, and waits until it has done so, two
+    // fifths of a second at most: the process is about to end.
     void withdrawAll();
 
 Q_SIGNALS:
@@ -56,7 +57,7 @@ private:
         std::optional<Content> content; // the newest; none: withdrawn
         bool isChanged = false;         // since it was last sent
         bool isTried = false;           // waits for the reply about the capabilities
-        bool isAnswerPending = false;
+        std::optional<QDBusPendingCall> unanswered;
         unsigned id = 0; // the service's; 0: not shown
     };
 
