@@ -26,7 +26,6 @@
 
 #include <QCoreApplication>
 #include <QMenu>
-#include <QPixmapCache>
 
 #include <future>
 #include <thread>
@@ -234,9 +233,6 @@ void AppDelegate::connectTimers()
         }
     });
     agent.userTimer.callOnTimeout(whileRunning([] {
-        // A style keeps pictures for each window's buttons, and the toolkit never forgets the names
-        // of those that it has dropped.
-        QPixmapCache::clear();
         if (isAtLoginWindow()) {
             leaveLoginWindow();
         }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "window_kit/Contrast.h"
 #include "window_kit/InputGuard.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/WindowRules.h"
@@ -31,9 +30,7 @@ public:
         : Base(nullptr, type | buttons | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                             Qt::WindowStaysOnTopHint),
           inputGuard(this)
-    {
-        Contrast::makeReadable(*this); // before there is anything to tell of it
-    }
+    {}
 
     // Brings the window up because the user asks for it.
     void present()
@@ -84,7 +81,6 @@ protected:
         if (event->type() == QEvent::Show && !this->testAttribute(Qt::WA_SetWindowIcon)) {
             // Its first showing. It is polished soon after it was made, shown or not.
             Pictures::setWindowIcon(*this);
-            Contrast::makeReadable(*this);                          // what is in it, too
         } else if (event->type() == QEvent::ScreenChangeInternal) { // perhaps of another scale
             Pictures::refresh(*this);
             showLogo();
@@ -96,7 +92,6 @@ protected:
     {
         Base::changeEvent(event);
         if (event->type() == QEvent::PaletteChange) {
-            Contrast::makeReadable(*this);
             showLogo();
         } else if (event->type() == QEvent::FontChange) {
             Pictures::refresh(*this);

@@ -5,6 +5,7 @@
 #include "platform/desktop/Announcements.h"
 #include "records/Intervals.h"
 #include "ui_MessageInbox.h"
+#include "window_kit/Contrast.h"
 #include "window_kit/Mnemonics.h"
 #include "window_kit/Placement.h"
 #include "windows/ArrivalTime.h"

@@ -232,7 +232,9 @@ private:
         QTest::qWait(1); // what is laid out later
         QStringList found = faultsOfLayout(*window);
         for (const auto& [look, palette] : {std::pair("light"_L1, m_light), {"dark"_L1, m_dark}}) {
-            QApplication::setPalette(palette);
+            QPalette polished = palette;
+            QApplication::style()->polish(polished);
+            QApplication::setPalette(polished);
             QTest::qWait(1);
             found += faultsOfColours(*window);
             const QString pictures = qEnvironmentVariable("VANTORY_PICTURES");
