@@ -192,4 +192,5 @@ void ActivityLog::markSeen()
 {
     edit([](Activity& activity) { return std::exchange(activity.isUnseen, false); });
     tellUnseen();
+    Q_EMIT shown(); // what was told meanwhile, too
 }
