@@ -13,7 +13,6 @@
 #include "platform/processes/TerminationSignals.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Thread.h"
-#include "window_kit/Contrast.h"
 
 #include <QApplication>
 #include <QPixmapCache>
@@ -145,7 +144,6 @@ int main(int argc, char* argv[])
     QPixmapCache::setCacheLimit(2048);
 
     MainQueue::attach();
-    Contrast::keepReadable();
     Accessibility::begin(&application);
     WindowActivation::watchInput();
     AppDelegate delegate(&MessageDispatch::checkMessage, std::move(kept));

@@ -16,6 +16,7 @@
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
 #include "settings/ServiceAccounts.h"
+#include "window_kit/Contrast.h"
 #include "windows/AboutController.h"
 #include "windows/Bundle+extensions.h"
 #include "windows/ConnectionStatus.h"
@@ -101,10 +102,11 @@ AgentState& AppDelegate::state()
     return *agentState;
 }
 
-// The windows that live as long as the agent, what the user does in them, and what they follow. Made
-// when the link is on its way, which need not wait for the toolkit's fonts and style.
+// The windows that live as long as the agent, what the user does in them, and what they follow.
+// Made when the link is on its way, which need not wait for the toolkit's fonts and style.
 void AppDelegate::makeWindows()
 {
+    Contrast::keepReadable();
     state().connectionStatus = std::make_unique<ConnectionStatus>(&AppDelegate::labels);
     state().aboutView = std::make_unique<AboutController>(&AppDelegate::labels);
     state().userAcknowledge = std::make_unique<UserAcknowledgement>(&AppDelegate::labels);
@@ -174,8 +176,7 @@ void AppDelegate::leaveLoginWindow()
 {
     Worker::run([] {
         const auto user = ConsoleSession::consoleUser();
-        const bool isUnknown =
-            !user && ConsoleSession::screen() == ConsoleSession::Screen::Unknown;
+        const bool isUnknown = !user && ConsoleSession::screen() == ConsoleSession::Screen::Unknown;
         if (isUnknown || user == kLoginWindow) {
             return;
         }

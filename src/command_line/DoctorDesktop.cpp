@@ -92,7 +92,8 @@ void checkLogind(Doctor& doctor, const DesktopFacts& facts)
     } else if (screen == ConsoleSession::Screen::NoSession) {
         doctor.wrong("doctor.noSession"_L1, {u"libpam-systemd"_s});
     } else if (facts.desktopNames.contains("XFCE"_L1) &&
-               screen == ConsoleSession::Screen::Unlocked) { // its lockers don't call SetLockedHint()
+               screen ==
+                   ConsoleSession::Screen::Unlocked) { // its lockers don't call SetLockedHint()
         doctor.wrong("doctor.noLockedHint"_L1, {u"XFCE"_s, u"xss-lock"_s});
     }
 }

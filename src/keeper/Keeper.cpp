@@ -149,8 +149,8 @@ std::chrono::milliseconds Keeper::waitAfter(const ChildProcess::Result& result,
         return m_intervals.besideAnother;
     }
     // Also in order: a service that takes one agent at a time turns the others away so.
-    const bool hadNoLink = (endedWith(result, kFailed) || endedWith(result, 0)) &&
-                           lasted < m_intervals.untilLink;
+    const bool hadNoLink =
+        (endedWith(result, kFailed) || endedWith(result, 0)) && lasted < m_intervals.untilLink;
     m_wait =
         hadNoLink ? std::min(2 * m_wait, m_intervals.betweenFailures) : m_intervals.betweenLooks;
     return m_wait;

@@ -21,7 +21,7 @@ inline constexpr double kReadable = 4.5;
 
 // Makes what the desktop's palette paints too faintly readable in all windows, also when it
 // changes: the words in empty fields, and what can be read but not changed. Buttons that can't be
-// pressed keep the style's look. Once, with an application object; main thread.
+// pressed keep the style's look. With an application object; main thread.
 void keepReadable();
 
 } // namespace Contrast

@@ -95,7 +95,7 @@ private Q_SLOTS:
     {
         AppDelegate::options.displayAgentType = false;
         m_agent->delegate->waitingSettings();
-        QVERIFY(QTest::qWaitForWindowActive(window()));
+        QVERIFY(QTest::qWaitForWindowExposed(window()));
         QVERIFY(!find<QCheckBox>(window(), "managed")->isVisible() && !code()->isEnabled());
         QTest::keyClick(find<QPushButton>(window(), "lockButton"), Qt::Key_Space);
         QTest::keyClick(find<QPushButton>(window(), "lockButton"), Qt::Key_Escape);

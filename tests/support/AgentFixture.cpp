@@ -7,7 +7,6 @@
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
 #include "records/Intervals.h"
-#include "window_kit/Contrast.h"
 #include "window_kit/InputGuard.h"
 
 #include <QApplication>
@@ -35,8 +34,7 @@ void waitForProgramEnd()
 
 AgentFixture::AgentFixture()
 {
-    static const bool isAttached =
-        (MainQueue::attach(), WindowActivation::watchInput(), Contrast::keepReadable(), true);
+    static const bool isAttached = (MainQueue::attach(), WindowActivation::watchInput(), true);
     Q_UNUSED(isAttached)
     qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path()));
     qputenv("LANGUAGE", "en");

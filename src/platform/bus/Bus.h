@@ -30,7 +30,8 @@ inline constexpr std::chrono::seconds kTimeLimit(25);
 inline constexpr int kUsualTimeLimit = -1;
 inline constexpr int kNoTimeLimit = std::numeric_limits<int>::max();
 
-// Calls `then` with the reply, also an error, unless the context is deleted before. Returns the call.
+// Calls `then` with the reply, also an error, unless the context is deleted before. Returns the
+// call.
 QDBusPendingCall ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit,
                      QObject* context, const std::function<void(const QDBusMessage&)>& then);
 
