@@ -124,7 +124,7 @@ void ActivityWindow::fill()
         entries.insertTopLevelItem(0, itemFor(activity, labels));
     }
     entries.verticalScrollBar()->setValue(scrolled);
-    QString since = labels.Activity.since + u": "_s + timeText(activities.since());
+    QString since = labels.Activity.since + u' ' + timeText(activities.since());
     if (activities.dropped() > 0) {
         since += u'\n' + labels.Activity.earlier + u": "_s + QString::number(activities.dropped());
     }
