@@ -162,6 +162,7 @@ private Q_SLOTS:
         AgentFixture::xdotool(u"set_desktop 0"_s);
         window("ConnectionStatus")->hide();
         AppDelegate::connectionDisplay();
+        QTRY_COMPARE(m_calls.last(), u"-2"_s); // the window says it
         QTRY_VERIFY(WindowActivation::isInSight(*window("ConnectionStatus")));
 
         // Below a full-screen program; not what the user has done, or where nothing may be shown.

@@ -255,6 +255,10 @@ void WindowActivation::showAnew(QWidget* window, QWidget* other)
         return;
     }
     QTimer::singleShot(kUntilStacked, window, [=, above = QPointer<QWidget>(other)] {
+        if (!isOnX11 && above && above->isVisible() && !above->windowHandle()->isExposed()) {
+            showAnew(window, above); // a slow compositor has not shown it yet
+            return;
+        }
         // Wayland tells no order, but what has the keyboard lies in front.
         const bool isInFront =
             isOnX11 ? above && X11::isListedBelow(*above, *window) : window->isActiveWindow();
