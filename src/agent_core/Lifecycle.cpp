@@ -16,7 +16,6 @@
 #include "service_link/Protocol.h"
 #include "service_link/RemoteCommands.h"
 #include "settings/ServiceAccounts.h"
-#include "window_kit/Contrast.h"
 #include "windows/AboutController.h"
 #include "windows/Bundle+extensions.h"
 #include "windows/ConnectionStatus.h"
@@ -106,7 +105,6 @@ AgentState& AppDelegate::state()
 // Made when the link is on its way, which need not wait for the toolkit's fonts and style.
 void AppDelegate::makeWindows()
 {
-    Contrast::keepReadable();
     state().connectionStatus = std::make_unique<ConnectionStatus>(&AppDelegate::labels);
     state().aboutView = std::make_unique<AboutController>(&AppDelegate::labels);
     state().userAcknowledge = std::make_unique<UserAcknowledgement>(&AppDelegate::labels);
@@ -176,8 +174,9 @@ void AppDelegate::leaveLoginWindow()
 {
     Worker::run([] {
         const auto user = ConsoleSession::consoleUser();
-        const bool isUnknown = !user && ConsoleSession::screen() == ConsoleSession::Screen::Unknown;
-        if (isUnknown || user == kLoginWindow) {
+        using ConsoleSession::Screen;
+        // No user: nobody is in front, or logind has not answered in time.
+        if (user ? user == kLoginWindow : ConsoleSession::screen() != Screen::NoSession) {
             return;
         }
         post([] {
@@ -200,7 +199,7 @@ void AppDelegate::changeLanguageNeeded()
 
 void AppDelegate::startClient()
 {
-    // Asked before the link can report anything.
+    // As early as can be: what the link reports before the reply counts as seen.
     ConsoleSession::followLock([](bool isLocked) {
         whileRunning([isLocked] { Q_EMIT state().events.screenLockChanged(isLocked); })();
     });

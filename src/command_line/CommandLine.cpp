@@ -171,12 +171,12 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     constexpr std::chrono::seconds kUntilReported(5);
     std::this_thread::sleep_for(kUntilReported);
     const QJsonObject later = objectOf(RunningAgent::status());
-    if (isSilent || later.isEmpty()) { // who is in session now is not known
-        return terminal.complain("status.notRunning"_L1);
-    }
     const QSet<qint64> again = sessionsIn(later) & sessions;
     for (const qint64 session : again) {
         terminal.complain("end.again"_L1, {QString::number(session)});
+    }
+    if (isSilent || later.isEmpty()) {
+        return terminal.complain("status.notRunning"_L1);
     }
     return again.isEmpty() ? Terminal::Done : Terminal::Failed;
 }

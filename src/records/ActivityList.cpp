@@ -59,7 +59,10 @@ void ActivityList::dropOne()
         const bool isOpen = std::any_of(open.cbegin(), open.cend(), [&](const Activity& session) {
             return session.number == kept.number;
         });
-        return isOpen ? 3 : kept.isUnseen ? 1 + (kept.kind != Kind::Command) : 0;
+        // An end that went before its beginning would leave that one open.
+        return isOpen || kept.kind == Kind::SessionEnded ? 3
+               : kept.isUnseen                           ? 1 + (kept.kind != Kind::Command)
+                                                         : 0;
     };
     // Of the older half: what has just happened is never the first to go.
     m_all.erase(std::min_element(

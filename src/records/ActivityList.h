@@ -6,8 +6,8 @@
 #include <QList>
 
 // What happened, in order, since a moment. It is bounded: entries of the older half are dropped and
-// counted, the oldest first of those that the user has seen, then of commands, and sessions that
-// have not ended last.
+// counted, the oldest first of those that the user has seen, then of commands, and last sessions'
+// ends and what has not ended.
 //
 // It can be kept as records: lines, each a checksum and a JSON object. What changes the list
 // returns the record of the change.

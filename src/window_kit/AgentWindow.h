@@ -1,5 +1,6 @@
 #pragma once
 
+#include "window_kit/Contrast.h"
 #include "window_kit/InputGuard.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/WindowRules.h"
@@ -81,6 +82,7 @@ protected:
         if (event->type() == QEvent::Show && !this->testAttribute(Qt::WA_SetWindowIcon)) {
             // Its first showing. It is polished soon after it was made, shown or not.
             Pictures::setWindowIcon(*this);
+            Contrast::makeReadable(*this);
         } else if (event->type() == QEvent::ScreenChangeInternal) { // perhaps of another scale
             Pictures::refresh(*this);
             showLogo();
@@ -92,6 +94,7 @@ protected:
     {
         Base::changeEvent(event);
         if (event->type() == QEvent::PaletteChange) {
+            Contrast::makeReadable(*this);
             showLogo();
         } else if (event->type() == QEvent::FontChange) {
             Pictures::refresh(*this);

@@ -1,9 +1,12 @@
 #include "window_kit/Contrast.h"
 
 #include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
 #include <QPalette>
-#include <QProxyStyle>
-#include <QStyleOption>
+#include <QPlainTextEdit>
 
 #include <algorithm>
 #include <cmath>
@@ -21,48 +24,16 @@ double luminance(const QColor& colour)
            0.0722 * linear(colour.blueF());
 }
 
-constexpr double kWish = Contrast::kReadable + 1; // the smoothing of letters takes some of it
-
-// The palette's colour becomes the nearest one that can be read.
-void makeReadable(QPalette& palette, QPalette::ColorGroup group, QPalette::ColorRole text,
-                  QPalette::ColorRole behind, double contrast = kWish)
+// The colour that the desktop has for it, or the nearest one that can be read.
+void keepReadable(QPalette& palette, QPalette::ColorGroup group, QPalette::ColorRole text,
+                  QPalette::ColorRole behind, double contrast)
 {
-    const QColor background = palette.color(group, behind);
-    const QColor ink = palette.color(group, text); // which need not be opaque
+    const QPalette desktop = QApplication::palette();
+    const QColor background = desktop.color(group, behind);
+    const QColor ink = desktop.color(group, text); // which need not be opaque
     const QColor colour = Contrast::mixed(background, ink, ink.alphaF());
     palette.setColor(group, text, Contrast::readable(colour, background, contrast));
 }
-
-// The desktop's style with a readable palette. All windows share that: with one of its own each
-// would make the style keep pictures of its own.
-class ReadableStyle : public QProxyStyle {
-public:
-    using QProxyStyle::polish;
-    void polish(QPalette& palette) override
-    {
-        QProxyStyle::polish(palette);
-        for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-            makeReadable(palette, group, QPalette::PlaceholderText, QPalette::Base);
-        }
-        makeReadable(palette, QPalette::Disabled, QPalette::WindowText, QPalette::Window);
-        makeReadable(palette, QPalette::Disabled, QPalette::Text, QPalette::Base);
-    }
-
-    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
-                     const QWidget* widget) const override
-    {
-        const auto* const box = qstyleoption_cast<const QStyleOptionComboBox*>(option);
-        if (element != CE_ComboBoxLabel || box == nullptr) {
-            QProxyStyle::drawControl(element, option, painter, widget);
-            return;
-        }
-        QStyleOptionComboBox readable(*box);
-        // Styles light buttons up.
-        makeReadable(readable.palette, QPalette::Disabled, QPalette::ButtonText, QPalette::Button,
-                     kWish + 2);
-        QProxyStyle::drawControl(element, &readable, painter, widget);
-    }
-};
 
 } // namespace
 
@@ -96,7 +67,30 @@ QColor Contrast::readable(const QColor& wish, const QColor& background, double c
     return end;
 }
 
-void Contrast::keepReadable()
+void Contrast::makeReadable(QWidget& window)
 {
-    QApplication::setStyle(new ReadableStyle);
+    constexpr double kWish = kReadable + 1; // the smoothing of letters takes some of it
+    QPalette own;
+    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        keepReadable(own, group, QPalette::PlaceholderText, QPalette::Base, kWish);
+    }
+    keepReadable(own, QPalette::Disabled, QPalette::WindowText, QPalette::Window, kWish);
+    keepReadable(own, QPalette::Disabled, QPalette::Text, QPalette::Base, kWish);
+    QPalette inBox;
+    // Styles light buttons up.
+    keepReadable(inBox, QPalette::Disabled, QPalette::ButtonText, QPalette::Button, kWish + 2);
+    // Not the window's: the style keeps pictures of push buttons and scroll bars for each palette,
+    // and the toolkit never forgets their names.
+    const auto widgets = window.findChildren<QWidget*>();
+    for (QWidget* const widget : widgets) {
+        const auto* const text = qobject_cast<QPlainTextEdit*>(widget);
+        if (qobject_cast<QComboBox*>(widget) != nullptr) {
+            widget->setPalette(inBox);
+        } else if (qobject_cast<QLabel*>(widget) != nullptr ||
+                   qobject_cast<QLineEdit*>(widget) != nullptr ||
+                   qobject_cast<QCheckBox*>(widget) != nullptr ||
+                   (text != nullptr && !text->isReadOnly())) {
+            widget->setPalette(own);
+        }
+    }
 }

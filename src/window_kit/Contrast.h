@@ -2,6 +2,8 @@
 
 #include <QColor>
 
+class QWidget;
+
 // How well colours can be told apart. Any thread, where nothing else is said.
 namespace Contrast {
 
@@ -19,9 +21,9 @@ inline constexpr double kReadable = 4.5;
 [[nodiscard]] QColor readable(const QColor& wish, const QColor& background,
                               double contrast = kReadable);
 
-// Makes what the desktop's palette paints too faintly readable in all windows, also when it
-// changes: the words in empty fields, and what can be read but not changed. Buttons that can't be
-// pressed keep the style's look. With an application object; main thread.
-void keepReadable();
+// Makes what a palette paints too faintly readable in a window: the words in empty fields, and what
+// can be read but not changed. Buttons that can't be pressed keep the style's look. When a window
+// is first shown and when the palette has changed; main thread.
+void makeReadable(QWidget& window);
 
 } // namespace Contrast

@@ -40,7 +40,8 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
     }
     m_ui->user_ack_desc->setFocus(Qt::OtherFocusReason);
     // The service may ask the same again.
-    replacesAnother = isVisible() && (session != askingSession || controlUserName != controlName);
+    replacesAnother = isVisible() && (replacesAnother || session != askingSession ||
+                                      controlUserName != controlName);
     m_ui->replaced->setVisible(replacesAnother);
     session = askingSession;
     serverName = server;

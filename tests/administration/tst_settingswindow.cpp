@@ -86,7 +86,8 @@ private Q_SLOTS:
         QVERIFY(isLeft() && !question()->isVisible());
         QVERIFY(find<QLineEdit>(question(), "password")->text().isEmpty());
         QVERIFY(open(*m_agent));
-        m_agent->delegate->enableSettings();
+        m_agent->delegate->enableSettings(); // all fields, until the mode is chosen anew
+        QVERIFY(find<QLineEdit>(window(), "accountIdText")->isEnabled());
         QTest::keyClick(code(), Qt::Key_Escape);
         QVERIFY(isLeft());
     }

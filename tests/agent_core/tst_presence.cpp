@@ -97,13 +97,13 @@ private Q_SLOTS:
     // One call at a time; only the server's signals count, and of its numbers only ours.
     void onlyTheNewestIsShown()
     {
-        Notifications notifications(u"App"_s, {});
+        auto notifications = std::make_unique<Notifications>(u"App"_s, QString());
         int clicks = 0;
-        connect(&notifications, &Notifications::activated, this, [&clicks] { ++clicks; });
+        connect(notifications.get(), &Notifications::activated, this, [&clicks] { ++clicks; });
         const auto show = [&notifications](const QString& title) {
-            notifications.show(Notifications::Place::Question, {title, {}, {}});
+            notifications->show(Notifications::Place::Question, {title, {}, {}});
         };
-        const QSignalSpy taken(&notifications, &Notifications::taken);
+        const QSignalSpy taken(notifications.get(), &Notifications::taken);
         show(u"a"_s);
         QTRY_COMPARE(taken.size(), 1);
         m_server->isSilent = true;
@@ -111,7 +111,7 @@ private Q_SLOTS:
         show(u"c"_s);
         QTRY_COMPARE(m_calls.join(u' '), u"? a>0 b>1"_s);
         show(u"d"_s);
-        notifications.withdraw(Notifications::Place::Question);
+        notifications->withdraw(Notifications::Place::Question);
         show(u"e"_s);
         m_server->isSilent = false;
         m_server->answer();
@@ -127,7 +127,7 @@ private Q_SLOTS:
         QTRY_COMPARE(clicks, 1);
         show(u"f"_s);
         QTRY_COMPARE(m_calls.last(), u"f>1"_s); // for nobody else's word has closed it
-        notifications.withdraw(Notifications::Place::Question);
+        notifications->withdraw(Notifications::Place::Question);
         QTRY_COMPARE(m_calls.last(), u"-1"_s);
 
         // At the end, one that the service has just taken in.
@@ -135,7 +135,8 @@ private Q_SLOTS:
         show(u"g"_s);
         QTRY_COMPARE(m_calls.last(), u"g>0"_s);
         m_server->answer();
-        notifications.withdrawAll();
+        notifications->withdrawAll();
+        notifications.reset(); // no event is handled any more
         QTRY_COMPARE(m_calls.last(), u"-2"_s);
     }
 

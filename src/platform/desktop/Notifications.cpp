@@ -71,7 +71,10 @@ void Notifications::withdrawAll()
         }
         slot.isChanged = slot.unanswered && !slot.unanswered->isFinished(); // closed when answered
         if (slot.unanswered && !slot.isChanged) {
-            slot.id = slot.unanswered->reply().arguments().value(0).toUInt();
+            const QDBusMessage reply = slot.unanswered->reply();
+            slot.id = reply.type() == QDBusMessage::ReplyMessage
+                          ? reply.arguments().value(0).toUInt()
+                          : slot.id; // which it was to replace
         }
         if (slot.id != 0) {
             calls.append(m_bus->asyncCall(closing(slot), kPatience));

@@ -242,7 +242,7 @@ void WindowActivation::bringAbove(QWidget* window, QWidget* other)
     });
 }
 
-void WindowActivation::showAnew(QWidget* window, QWidget* other)
+void WindowActivation::showAnew(QWidget* window, QWidget* other, int tries)
 {
     MainQueue::assertMainThread();
     if (isStopped || X11::canRestack()) {
@@ -255,8 +255,9 @@ void WindowActivation::showAnew(QWidget* window, QWidget* other)
         return;
     }
     QTimer::singleShot(kUntilStacked, window, [=, above = QPointer<QWidget>(other)] {
-        if (!isOnX11 && above && above->isVisible() && !above->windowHandle()->isExposed()) {
-            showAnew(window, above); // a slow compositor has not shown it yet
+        if (!isOnX11 && tries > 1 && window->isVisible() && above && above->isVisible() &&
+            !above->windowHandle()->isExposed()) {
+            showAnew(window, above, tries - 1); // a slow compositor has not shown it yet
             return;
         }
         // Wayland tells no order, but what has the keyboard lies in front.

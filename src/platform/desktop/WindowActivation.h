@@ -54,8 +54,8 @@ void bringAbove(QWidget* window, QWidget* other);
 // Where programs can't restack their windows (native Wayland, tiling window managers), shows a
 // window anew, which puts it in front of the others; unless the window manager tells that it is
 // above the other one, which has just come up. Elsewhere, and under any window manager without
-// another one, it does nothing.
-void showAnew(QWidget* window, QWidget* other);
+// another one, it does nothing. `tries`: how often it waits for the other one to be on the screen.
+void showAnew(QWidget* window, QWidget* other, int tries = 20);
 
 // Whether the user can see the window now: it is shown, not minimised, on the current workspace and
 // below no full-screen one (of any monitor). A window needs a moment to get there.
