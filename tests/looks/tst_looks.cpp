@@ -195,7 +195,6 @@ private:
                 {isManaged, u"123456"_s, u"5d3ac8a4-7a34-4f0f-9d3c-6b0e4b7f9a11"_s, {}});
             for (const bool isLocked : {true, false}) {
                 settings.setLocked(isLocked);
-                settings.followMode();
                 settings.present();
                 look(u"settings-%1-%2"_s.arg(isLocked ? u"locked" : u"unlocked",
                                              isManaged ? u"managed" : u"code"),
