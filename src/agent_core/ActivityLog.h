@@ -48,7 +48,7 @@ Q_SIGNALS:
     void userReturned();
     // The user comes back, and this happened meanwhile.
     void absenceEnded(const QList<Activity>& activities);
-    // The user has the list before them.
+    // The user has the list before them, or has just closed it.
     void shown();
     // Whether there is something that the user has not seen, after each change of that.
     void unseenChanged(bool hasUnseen);

@@ -72,9 +72,10 @@ void Notifications::withdrawAll()
         slot.isChanged = slot.unanswered && !slot.unanswered->isFinished(); // closed when answered
         if (slot.unanswered && !slot.isChanged) {
             const QDBusMessage reply = slot.unanswered->reply();
-            slot.id = reply.type() == QDBusMessage::ReplyMessage
-                          ? reply.arguments().value(0).toUInt()
-                          : slot.id; // which it was to replace
+            // On an error what it was to replace is still shown.
+            if (reply.type() == QDBusMessage::ReplyMessage) {
+                slot.id = reply.arguments().value(0).toUInt();
+            }
         }
         if (slot.id != 0) {
             calls.append(m_bus->asyncCall(closing(slot), kPatience));
