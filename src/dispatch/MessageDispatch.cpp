@@ -107,10 +107,10 @@ void execute(const Received& received)
         return;
     }
     const quint64 command = ++lastCommand;
+    RemoteCommands::Started started = start(info->exec);
     AppDelegate::post([command, session = info->session, text = info->exec] {
         Q_EMIT AppDelegate::state().events.commandBegan(command, session, text);
     });
-    RemoteCommands::Started started = start(info->exec);
     received.result.awaited = std::move(started.end);
     received.result.rest = [command, session = info->session, wait = started.wait] {
         const int status = wait();
