@@ -5,15 +5,13 @@
 #include "platform/processes/Journal.h"
 #include "platform/processes/ProgramEnd.h"
 
-#include <QByteArray>
+#include <QDateTime>
 #include <QStringEncoder>
 
-#include <array>
 #include <atomic>
-#include <chrono>
-#include <cstdio>
-#include <ctime>
+#include <mutex>
 #include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -22,23 +20,18 @@ namespace {
 // Until they are emptied the files are the last run's, or those of an agent that is running.
 std::atomic<bool> hasBegun = false;
 
-// Without the toolkit: the last lines are written while it is being taken down.
+// Worked out anew once a second: most lines come in bursts.
 QString timeText()
 {
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
-        1000;
-    std::tm local = {};
-    ::tzset(); // reads the zone again where it has changed; localtime_r() need not
-    ::localtime_r(&seconds, &local);
-    std::array<char, 64> text = {};
-    const std::size_t length =
-        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S.", &local);
-    std::snprintf(text.data() + length, text.size() - length, "%03d",
-                  static_cast<int>(milliseconds));
-    return QString::fromLatin1(text.data());
+    static std::mutex mutex; // guards the rest
+    static qint64 second = 0;
+    static QString text;
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const std::lock_guard lock(mutex);
+    if (std::exchange(second, now / 1000) != now / 1000) {
+        text = QDateTime::fromSecsSinceEpoch(second).toString(u"yyyy-MM-dd HH:mm:ss."_s);
+    }
+    return text + QString::number(now % 1000).rightJustified(3, u'0');
 }
 
 // None where the text has half a surrogate pair, which UTF-8 can't hold.

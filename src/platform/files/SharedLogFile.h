@@ -20,7 +20,7 @@ inline constexpr qint64 kLimit = 16 * 1024 * 1024;
 void append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)());
 
 // Empties the log, if it is root's or the user's and no other process that has begun to write it
-// lives. Makes it where the name is free. Not at the same time as another call.
+// lives. Makes it where the name is free.
 void begin(const QString& path);
 
 } // namespace SharedLogFile
