@@ -6,6 +6,7 @@
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/WindowActivation.h"
+#include "platform/display/DisplayConnection.h"
 #include "platform/display/DisplayPatience.h"
 #include "platform/files/MemoryFile.h"
 #include "platform/processes/ProcessMemory.h"
@@ -125,8 +126,15 @@ int main(int argc, char* argv[])
         CommandLine::sayNoDisplay(u"it does not answer"_s);
         endProgram(EXIT_FAILURE);
     });
+    AppDelegate delegate(&MessageDispatch::checkMessage, arguments, std::move(kept));
+    // Open until the toolkit has its own: a server that its last client leaves may start anew.
+    std::optional<DisplayConnection> display(std::in_place);
+    if (display->open(std::chrono::milliseconds(0))) {
+        delegate.link(); // else there may be no agent
+    }
     QApplication application(count, toolkitArguments.data());
     patience.reset();
+    display.reset();
     hasDisplay = true;
     QApplication::setApplicationName(u"vantoryAgent"_s);
     QApplication::setDesktopFileName(u"vantoryAgent"_s);
@@ -146,7 +154,6 @@ int main(int argc, char* argv[])
     MainQueue::attach();
     Accessibility::begin(&application);
     WindowActivation::watchInput();
-    AppDelegate delegate(&MessageDispatch::checkMessage, std::move(kept));
     delegate.applicationDidFinishLaunching();
     // Qt calls exit() when the display server goes away, as at the desktop's log-out. Registered
     // last, because exit handlers run in the reverse order: this one comes first.

@@ -1,8 +1,6 @@
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 
-#include <QCoreApplication>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -61,6 +59,6 @@ void AppDelegate::getPortUI()
 
 void AppDelegate::permissions_process()
 {
-    options.portUI = PortArgument::of(QCoreApplication::arguments()).port.value_or(options.portUI);
+    options.portUI = PortArgument::of(options.arguments).port.value_or(options.portUI);
     options.restart_daemon_at_close_only = true;
 }

@@ -80,10 +80,12 @@ AgentState::~AgentState()
     qDeleteAll(chats);
 }
 
-AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage, MemoryFile kept)
+AppDelegate::AppDelegate(ClientConnection::CheckMessage checkMessage, const QStringList& arguments,
+                         MemoryFile kept)
     : m_checkMessage(std::move(checkMessage)), m_kept(std::move(kept))
 {
     options = AgentOptions();
+    options.arguments = arguments;
     agentState = std::make_unique<AgentState>();
     connectTimers();
 }
@@ -102,7 +104,6 @@ AgentState& AppDelegate::state()
 }
 
 // The windows that live as long as the agent, what the user does in them, and what they follow.
-// Made when the link is on its way, which need not wait for the toolkit's fonts and style.
 void AppDelegate::makeWindows()
 {
     state().connectionStatus = std::make_unique<ConnectionStatus>(&AppDelegate::labels);
@@ -128,7 +129,7 @@ void AppDelegate::makeWindows()
     connect(state().access.get(), &SecurityAccess::cancelled, this, [this] { m_check.reset(); });
 }
 
-void AppDelegate::applicationDidFinishLaunching()
+void AppDelegate::link()
 {
     LogDestination().cleanUp();
     LogErrorDestination().cleanUp();
@@ -149,6 +150,15 @@ void AppDelegate::applicationDidFinishLaunching()
     permissions_process();
     noteStart();
     startClient();
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    if (!client) {
+        link();
+    }
+    m_canHandle.count_down();
+    ToolkitWords::speak(languageCode(options.language));
     makeWindows();
     systemTray();
     makeAdditions();
@@ -194,7 +204,6 @@ void AppDelegate::leaveLoginWindow()
 void AppDelegate::changeLanguageNeeded()
 {
     options.language = languageFor(preferredLanguages());
-    ToolkitWords::speak(languageCode(options.language));
 }
 
 void AppDelegate::startClient()
@@ -209,7 +218,10 @@ void AppDelegate::startClient()
     }
     client = std::make_unique<Client>(
         u"localhost"_s, options.portUI, [accounts](quint32 uid) { return accounts.refusalOf(uid); },
-        m_checkMessage);
+        [this](const std::optional<QString>& message) {
+            m_canHandle.wait();
+            return m_checkMessage(message);
+        });
     client->connection.didNoticeEnd = &RunningAgent::leave;
     Client::willEnd = &AppDelegate::leaveNotices;
     isStarted = true; // from here on a signal runs the whole orderly end

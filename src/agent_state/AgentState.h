@@ -29,6 +29,7 @@ class UserAcknowledgement;
 
 // Set before the link starts; any thread reads it afterwards.
 struct AgentOptions {
+    QStringList arguments; // the command line's, without the program's name
     OemOptions oem; // what those of the others that it has are taken from
     bool disconnectedIconVisible = true;
     QString oemName = QString::fromLatin1("KRD");

@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <functional>
+#include <latch>
 #include <memory>
 #include <optional>
 
@@ -21,17 +22,19 @@ struct Credentials;
 // The agent itself: what it does when the service reports something, when the user does something,
 // and when time has passed. Its state is in AgentState.h.
 //
-// There is one object, made by main() after the application object; it owns the windows'
-// controllers, the timers and the link. Its operations are defined in agent_core, a source file a
-// concern; each group below names its file. Whatever begins one of them by itself asks
-// isTerminating() before: post(), the menu and the timers.
+// There is one object, made by main(); it owns the windows' controllers, the timers and the link.
+// Its operations are defined in agent_core, a source file a concern; each group below names its
+// file. Whatever begins one of them by itself asks isTerminating() before: post(), the menu and the
+// timers.
 //
 // Main thread, where nothing else is said.
 class AppDelegate : public QObject {
 public:
-    // `checkMessage` handles what the service sends, on the link's thread. `kept` is what earlier
-    // runs have left. Sets the options and the state to what a new process has.
-    explicit AppDelegate(ClientConnection::CheckMessage checkMessage, MemoryFile kept = {});
+    // `checkMessage` handles what the service sends, on the link's thread. `arguments` are the
+    // command line's. `kept` is what earlier runs have left. Sets the options and the state to what
+    // a new process has.
+    explicit AppDelegate(ClientConnection::CheckMessage checkMessage,
+                         const QStringList& arguments = {}, MemoryFile kept = {});
     ~AppDelegate() override;
 
     static inline AgentOptions options;
@@ -41,7 +44,11 @@ public:
 
     // --- Lifecycle.cpp ---
 
-    // The start of the agent, in the order that its log shows.
+    // The start of the agent up to its link, in the order that its log shows. Needs no application
+    // object. What the service sends is handled when the rest of the start begins: until then the
+    // toolkit may change the environment.
+    void link();
+    // The rest, once there is the application object; all, if there is no link yet.
     void applicationDidFinishLaunching();
     // The orderly end: asks the service for a restart, gives that two seconds to leave, and ends
     // the process with status 0. At the login window it neither asks nor waits. Any thread; a
@@ -199,6 +206,7 @@ private:
     void finishCheck(const Credentials& check, bool isRight);
 
     const ClientConnection::CheckMessage m_checkMessage;
+    std::latch m_canHandle{1};
     MemoryFile m_kept;                    // until the list of what happened has it
     std::shared_ptr<Credentials> m_check; // whose result is waited for
     QTimer m_restartWait;                 // after new settings

@@ -10,7 +10,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <thread>
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -21,7 +20,6 @@ struct Queue {
     std::mutex mutex; // guards the rest
     std::deque<std::function<void()>> work;
     int counter = -1; // an eventfd that is readable while work waits
-    std::thread::id mainThread;
 };
 
 // Never destroyed: other threads may post while the process ends.
@@ -65,7 +63,6 @@ void runSome()
 void MainQueue::attach()
 {
     const std::lock_guard lock(queue().mutex);
-    queue().mainThread = std::this_thread::get_id();
     queue().counter = ::eventfd(queue().work.empty() ? 0 : 1, EFD_NONBLOCK | EFD_CLOEXEC);
     if (queue().counter < 0) {
         qFatal("no descriptor is left for the main thread's queue");
@@ -77,8 +74,7 @@ void MainQueue::attach()
 
 bool MainQueue::isMainThread()
 {
-    const std::lock_guard lock(queue().mutex);
-    return queue().mainThread == std::this_thread::get_id();
+    return ::gettid() == ::getpid();
 }
 
 void MainQueue::assertMainThread()

@@ -13,10 +13,11 @@
 // not see Qt's own locks and would report every hand-over by Qt as a data race.
 namespace MainQueue {
 
-// Makes the calling thread the main one. Once, after the application object exists; work posted
-// before waits until then.
+// From here on the event loop runs the work, also what was posted before. Once, on the main thread,
+// after the application object exists.
 void attach();
 
+// Whether the calling thread is the one that runs main().
 [[nodiscard]] bool isMainThread();
 
 // For operations of the main thread only: ends a debug build that calls one from another thread.
