@@ -152,6 +152,7 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
         replyNoSuchItem(parentId);
         return 0;
     }
+    m_isRead = true;
     layout.id = parentId;
     layout.properties = filtered(propertiesOf(parentId), propertyNames);
     if (parentId == kRoot && recursionDepth != 0) {
@@ -171,6 +172,7 @@ QList<DBusMenuItem> DBusMenu::GetGroupProperties(const QList<int>& ids,
     for (QAction* const action : actions()) {
         known += idOf(*action);
     }
+    m_isRead = true;
     QList<DBusMenuItem> items;
     for (const int id : known) {
         if (ids.isEmpty() || ids.contains(id)) {
@@ -182,6 +184,7 @@ QList<DBusMenuItem> DBusMenu::GetGroupProperties(const QList<int>& ids,
 
 QDBusVariant DBusMenu::GetProperty(int id, const QString& name)
 {
+    m_isRead = true;
     const QVariant value = isKnown(id) ? propertiesOf(id).value(name) : QVariant();
     if (!value.isValid()) {
         replyNoSuchItem(id);
@@ -307,6 +310,9 @@ void DBusMenu::announceChanges()
 {
     m_announcement.stop();
     m_revision = ++lastRevision;
+    if (!m_isRead) {
+        return;
+    }
 
     // For hosts that don't fetch the properties again when the layout has changed.
     QList<DBusMenuItem> updated;

@@ -114,5 +114,6 @@ private:
     QDBusConnection m_bus;
     QPointer<QMenu> m_menu;
     uint m_revision = 0;
+    bool m_isRead = false; // by a host, which then has to hear of changes
     QTimer m_announcement; // several changes in one run of the event loop are announced once
 };

@@ -6,17 +6,20 @@
 #include "platform/threads/Thread.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <utility>
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
+constexpr int kLongestRead = 65'536;
 constexpr qsizetype kReadAhead = 1024 * 1024; // bytes that may wait to be received
 
 NetworkError networkError(int code)
@@ -269,7 +272,13 @@ void TcpConnection::noteEnd()
 
 void TcpConnection::readOnce()
 {
-    const ssize_t got = ::recv(m_socket.value(), m_buffer.data(), m_buffer.size(), 0);
+    int waiting = 0;
+    ::ioctl(m_socket.value(), FIONREAD, &waiting);
+    // None at the end, or where it came only now.
+    QByteArray data(waiting > 0 ? std::min(waiting, kLongestRead) : kLongestRead,
+                    Qt::Uninitialized);
+    const ssize_t got =
+        ::recv(m_socket.value(), data.data(), static_cast<std::size_t>(data.size()), 0);
     const int error = errno;
     if (got < 0 && (error == EAGAIN || error == EINTR)) {
         return;
@@ -277,7 +286,8 @@ void TcpConnection::readOnce()
     // Whoever sent something has taken the connection before.
     const auto refusal = got > 0 && m_peer->isPending() ? m_peer->check(m_socket) : std::nullopt;
     if (got > 0 && !refusal) {
-        m_incoming.emplace_back(m_buffer.data(), got);
+        data.truncate(got);
+        m_incoming.push_back(std::move(data));
         m_waitingBytes += cost(m_incoming.back());
         return;
     }

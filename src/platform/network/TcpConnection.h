@@ -5,7 +5,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <array>
 #include <chrono>
 #include <deque>
 #include <functional>
@@ -113,7 +112,6 @@ private:
 
     // The thread's own.
     std::unique_ptr<PeerCheck> m_peer;
-    std::array<char, 65536> m_buffer;
     std::deque<QByteArray> m_incoming;
     qsizetype m_waitingBytes = 0;
     bool m_isOver = false; // all has been read
