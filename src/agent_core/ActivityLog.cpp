@@ -28,11 +28,8 @@ Activity activityOf(Kind kind, const SessionInfo& session)
 } // namespace
 
 ActivityLog::ActivityLog(LabelSource labels, MemoryFile kept, QObject* parent)
-    : QObject(parent), m_kept(std::move(kept)),
-      m_window(new ActivityWindow(std::move(labels),
-                                  [this]() -> const ActivityList& { return m_activities; }))
+    : QObject(parent), m_labels(std::move(labels)), m_kept(std::move(kept))
 {
-    connect(m_window.get(), &ActivityWindow::seen, this, &ActivityLog::markSeen);
     if (m_kept.isOpen()) {
         readKept();
     }
@@ -54,7 +51,9 @@ void ActivityLog::keep(const QByteArray& record)
     if (m_kept.isOpen() && !m_kept.append(record)) {
         m_kept.write(m_activities.records(kMostKept));
     }
-    m_window->update();
+    if (m_window) {
+        m_window->update();
+    }
 }
 
 // Changes the entries for which it returns true.
@@ -168,6 +167,11 @@ void ActivityLog::setScreenLocked(bool isLocked)
 
 void ActivityLog::show()
 {
+    if (!m_window) {
+        m_window = std::make_unique<ActivityWindow>(
+            m_labels, [this]() -> const ActivityList& { return m_activities; });
+        connect(m_window.get(), &ActivityWindow::seen, this, &ActivityLog::markSeen);
+    }
     m_window->present();
     Q_EMIT shown();
 }

@@ -62,9 +62,10 @@ private:
     void tellAbsence();
     void markSeen();
 
+    const LabelSource m_labels;
     MemoryFile m_kept;
     ActivityList m_activities;
     QHash<quint64, quint64> m_running; // the entries of the commands
     bool m_isScreenLocked = false;
-    std::unique_ptr<ActivityWindow> m_window;
+    std::unique_ptr<ActivityWindow> m_window; // from the first showing on
 };

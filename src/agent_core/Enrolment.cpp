@@ -62,7 +62,7 @@ void AppDelegate::settings()
         m_opensSettingsAfterRestartWait = true;
         return;
     }
-    if (state().access->isVisible()) { // it is in front of the settings
+    if (state().access && state().access->isVisible()) { // it is in front of the settings
         state().access->present(window.get());
         return;
     }
@@ -125,6 +125,13 @@ void AppDelegate::unlockSettings()
         disableSettings();
         return;
     }
+    if (!state().access) {
+        state().access = std::make_unique<SecurityAccess>(&AppDelegate::labels);
+        connect(state().access.get(), &SecurityAccess::credentialsEntered, this,
+                &AppDelegate::checkCredentials);
+        connect(state().access.get(), &SecurityAccess::cancelled, this,
+                [this] { m_check.reset(); });
+    }
     state().access->refresh();
     state().access->present(window.get());
 }
@@ -160,7 +167,9 @@ void AppDelegate::finishCheck(const Credentials& check, bool isRight)
 // Closes the question for a password, too.
 void AppDelegate::cancelAction()
 {
-    state().access->cancelAction();
+    if (state().access) {
+        state().access->cancelAction();
+    }
     settingsWindow().hide();
     disableSettings();
 }

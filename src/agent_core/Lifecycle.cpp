@@ -107,9 +107,7 @@ AgentState& AppDelegate::state()
 void AppDelegate::makeWindows()
 {
     state().connectionStatus = std::make_unique<ConnectionStatus>(&AppDelegate::labels);
-    state().aboutView = std::make_unique<AboutController>(&AppDelegate::labels);
     state().userAcknowledge = std::make_unique<UserAcknowledgement>(&AppDelegate::labels);
-    state().access = std::make_unique<SecurityAccess>(&AppDelegate::labels);
     ConnectionStatus* const status = state().connectionStatus.get();
     status->showConnectionDetail = options.showConnectionDetail;
     status->isManaged = state().isManaged;
@@ -124,9 +122,6 @@ void AppDelegate::makeWindows()
             [status](qint64 session) { status->notEnded.remove(session); });
     connect(state().userAcknowledge.get(), &UserAcknowledgement::answered, this,
             &AppDelegate::acknowledgementAnswered);
-    connect(state().access.get(), &SecurityAccess::credentialsEntered, this,
-            &AppDelegate::checkCredentials);
-    connect(state().access.get(), &SecurityAccess::cancelled, this, [this] { m_check.reset(); });
 }
 
 void AppDelegate::link()

@@ -197,5 +197,8 @@ void AppDelegate::permissions()
 
 void AppDelegate::about()
 {
+    if (!state().aboutView) {
+        state().aboutView = std::make_unique<AboutController>(&AppDelegate::labels);
+    }
     state().aboutView->present();
 }

@@ -10,14 +10,9 @@
 using namespace Qt::StringLiterals;
 
 AboutController::AboutController(LabelSource labels)
-    : AgentWindow(Qt::Window, kUsualButtons), m_labels(std::move(labels))
-{}
-
-AboutController::~AboutController() = default;
-
-void AboutController::setUp()
+    : AgentWindow(Qt::Window, kUsualButtons), m_labels(std::move(labels)),
+      m_ui(std::make_unique<Ui::AboutController>())
 {
-    m_ui = std::make_unique<Ui::AboutController>();
     m_ui->setupUi(this);
     setLogo(m_ui->logo);
     QFont name = m_ui->agentName->font();
@@ -26,11 +21,10 @@ void AboutController::setUp()
     connect(m_ui->Quit, &QPushButton::clicked, this, &AboutController::QuitAction);
 }
 
+AboutController::~AboutController() = default;
+
 void AboutController::present()
 {
-    if (!m_ui) {
-        setUp();
-    }
     if (const auto labels = m_labels()) {
         translate(*labels);
     }

@@ -11,8 +11,8 @@ namespace Ui {
 class AboutController;
 }
 
-// The About window: which program this is, and which version of it. There is one for the agent's
-// whole life, which is only ever hidden. Main thread.
+// The About window: which program this is, and which version of it. There is one from the
+// first showing on, which is only ever hidden. Main thread.
 class AboutController : public AgentWindow<QDialog> {
     Q_OBJECT
 
@@ -31,8 +31,6 @@ public:
     void QuitAction() { hide(); }
 
 private:
-    void setUp();
-
     const LabelSource m_labels;
-    std::unique_ptr<Ui::AboutController> m_ui; // from the first showing on
+    const std::unique_ptr<Ui::AboutController> m_ui;
 };

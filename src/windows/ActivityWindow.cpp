@@ -60,18 +60,12 @@ QString firstLine(const QString& text)
 ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
     : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
                                   Qt::WindowCloseButtonHint),
-      m_labels(std::move(labels)), m_activities(std::move(activities))
+      m_labels(std::move(labels)), m_activities(std::move(activities)),
+      m_ui(std::make_unique<Ui::ActivityWindow>())
 {
     m_fillTimer.setSingleShot(true);
     m_fillTimer.setInterval(kGathering);
     connect(&m_fillTimer, &QTimer::timeout, this, &ActivityWindow::fill);
-}
-
-ActivityWindow::~ActivityWindow() = default;
-
-void ActivityWindow::setUp()
-{
-    m_ui = std::make_unique<Ui::ActivityWindow>();
     m_ui->setupUi(this);
     setLogo(m_ui->logo);
     m_ui->entries->setItemDelegate(new Spacing(m_ui->entries));
@@ -89,11 +83,10 @@ void ActivityWindow::setUp()
     resize(Pictures::grown(size(), *this));
 }
 
+ActivityWindow::~ActivityWindow() = default;
+
 void ActivityWindow::present()
 {
-    if (!m_ui) {
-        setUp();
-    }
     if (!isVisible()) {
         move(Placement::centre(Placement::availableArea(), size()));
     }

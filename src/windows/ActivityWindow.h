@@ -18,7 +18,7 @@ class ActivityWindow;
 
 // The list of what happened to this computer: sessions, requests for control and who answered them,
 // messages, and commands that the service ran. The newest stands first; what happened while the
-// user was away is bold until the window is closed. There is one for the agent's whole life. Main
+// user was away is bold until the window is closed. There is one from the first showing on. Main
 // thread.
 class ActivityWindow : public AgentWindow<QDialog> {
     Q_OBJECT
@@ -42,7 +42,6 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    void setUp();
     void fill();
     void copyDetails();
     [[nodiscard]] QTreeWidgetItem* itemFor(const Activity& activity,
@@ -51,5 +50,5 @@ private:
     const LabelSource m_labels;
     const Source m_activities;
     QTimer m_fillTimer;
-    std::unique_ptr<Ui::ActivityWindow> m_ui; // from the first showing on
+    const std::unique_ptr<Ui::ActivityWindow> m_ui;
 };

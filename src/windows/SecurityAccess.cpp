@@ -16,26 +16,20 @@ using namespace Qt::StringLiterals;
 
 SecurityAccess::SecurityAccess(LabelSource labels)
     : AgentWindow(Qt::Dialog, kUsualButtons), m_labels(std::move(labels)),
-      m_checking(englishFallback().Security.checking), m_wrong(englishFallback().Security.wrong)
-{}
-
-SecurityAccess::~SecurityAccess() = default;
-
-void SecurityAccess::setUp()
+      m_ui(std::make_unique<Ui::SecurityAccess>()), m_checking(englishFallback().Security.checking),
+      m_wrong(englishFallback().Security.wrong)
 {
-    m_ui = std::make_unique<Ui::SecurityAccess>();
     m_ui->setupUi(this);
     connect(m_ui->applyButton, &QPushButton::clicked, this, &SecurityAccess::applyAction);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &SecurityAccess::cancelAction);
 }
 
+SecurityAccess::~SecurityAccess() = default;
+
 void SecurityAccess::refresh()
 {
     if (m_isChecking) {
         return; // finishCheck() empties them
-    }
-    if (!m_ui) {
-        setUp();
     }
     if (const auto labels = m_labels()) {
         translate(*labels);
@@ -143,10 +137,8 @@ void SecurityAccess::cancelAction()
 {
     Announcements::withdraw(Announcements::About::Credentials);
     Q_EMIT cancelled();
-    if (m_ui) {
-        setChecking(false);
-        clearFields();
-        hide();
-        m_ui->username->setFocus();
-    }
+    setChecking(false);
+    clearFields();
+    hide();
+    m_ui->username->setFocus();
 }

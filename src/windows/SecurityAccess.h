@@ -50,14 +50,13 @@ Q_SIGNALS:
     void cancelled();
 
 private:
-    void setUp();
     void translate(const JsonData::Info& labels);
     void clearPassword();
     void clearFields();
     void setChecking(bool isChecking);
 
     const LabelSource m_labels;
-    std::unique_ptr<Ui::SecurityAccess> m_ui; // from the first refresh() on
+    const std::unique_ptr<Ui::SecurityAccess> m_ui;
     QString m_checking;
     QString m_wrong;
     bool m_isChecking = false;
