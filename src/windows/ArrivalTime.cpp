@@ -18,10 +18,13 @@ QString arrivalTime(const QDateTime& time, const QString& language)
     UErrorCode status = U_ZERO_ERROR;
     if (!format || formatted != language) {
         const bool isPlain = language == "C"_L1 || language == "POSIX"_L1;
-        const QByteArray locale = isPlain ? "en_US_POSIX" : language.toUtf8();
+        const icu::Locale locale(isPlain ? "en_US_POSIX" : language.toUtf8().constData());
+        if (locale.isBogus()) { // no format can be asked for: ICU 72 crashes
+            return {};
+        }
         // The fields that are shown; the locale orders them (UTS 35, "Date Field Symbol Table").
-        format.reset(icu::DateFormat::createInstanceForSkeleton(
-            u"ddMMMMyyyyHHmmss", icu::Locale(locale.constData()), status));
+        format.reset(
+            icu::DateFormat::createInstanceForSkeleton(u"ddMMMMyyyyHHmmss", locale, status));
         formatted = language;
     }
     if (!format || U_FAILURE(status)) {
