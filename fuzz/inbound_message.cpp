@@ -17,13 +17,16 @@ bool MainQueue::isMainThread()
 }
 void MainQueue::assertMainThread() {}
 void MainQueue::post(std::function<void()> /*work*/) {}
-void MainQueue::postAndWait(std::function<void()> /*work*/) {}
 std::size_t MainQueue::waiting()
 {
     return 0;
 }
 void Worker::run(std::function<void()> /*work*/) {}
 Descriptor Worker::start(std::function<void()> /*work*/)
+{
+    return {};
+}
+Descriptor Worker::startOnMain(std::function<void()> /*work*/)
 {
     return {};
 }

@@ -11,8 +11,6 @@
 
 #include <QFileInfo>
 
-#include <utility>
-
 namespace {
 
 // A name and a copy of the password, which is overwritten when the last pointer to it goes.

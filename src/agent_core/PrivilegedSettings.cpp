@@ -8,7 +8,6 @@
 #include "settings/SettingsFile.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <chrono>
 #include <cstdio>
@@ -71,7 +70,7 @@ void runInShell(QString script, const QString& purpose)
     }
 }
 
-// Removes a directory with its content.
+// Removes a file, or a directory with its content; one that is missing is no failure.
 void removeWithOwnRights(const fs::path& path)
 {
     std::error_code error;
@@ -104,7 +103,7 @@ bool authenticateLocalAdminUser(const QString& username, const QString& password
 
 void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QString& path)
 {
-    runInShell(removal(credentials, path), u"remove the settings"_s);
+    runInShell(asRoot(credentials, {{kRm, u" \"", path, u"\""}}), u"remove the settings"_s);
 }
 
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
@@ -126,21 +125,13 @@ void PrivilegedSettings::replace(const Credentials& credentials, const BackendSe
             removeWithOwnRights(entry);
         }
     }
-    const QString other = olderSettingsPath();
-    if (QFileInfo::exists(other)) {
-        removeWithOwnRights(systemPath(other));
-    }
+    removeWithOwnRights(systemPath(olderSettingsPath()));
     createSettingsPlistAsRoot(credentials, setting);
 }
 
 QStringList PrivilegedSettings::shellArguments()
 {
     return {u"--norc"_s, u"-p"_s, u"-c"_s, u"umask 022; eval \"$(</dev/stdin)\" </dev/null"_s};
-}
-
-QString PrivilegedSettings::removal(const Credentials& credentials, const QString& path)
-{
-    return asRoot(credentials, {{kRm, u" \"", path, u"\""}});
 }
 
 QString PrivilegedSettings::writing(const Credentials& credentials, const QString& text,

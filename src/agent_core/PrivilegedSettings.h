@@ -50,9 +50,6 @@ void replace(const Credentials& credentials, const BackendSettings& setting);
 // SSH_CLIENT is set.
 [[nodiscard]] QStringList shellArguments();
 
-// The script that removes the file.
-[[nodiscard]] QString removal(const Credentials& credentials, const QString& path);
-
 // The script that writes the text to the file, then makes root its owner with the named program.
 [[nodiscard]] QString writing(const Credentials& credentials, const QString& text,
                               const QString& path, const QString& chown);

@@ -13,7 +13,6 @@
 
 #include <QCloseEvent>
 #include <QTimer>
-#include <QWidget>
 #include <QWindow>
 
 #include <utility>

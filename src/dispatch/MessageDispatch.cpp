@@ -3,7 +3,6 @@
 #include "agent_state/AppDelegate.h"
 #include "localisation/Numbers.h"
 #include "logging/Logs.h"
-#include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 #include "records/SessionInfo.h"
 #include "service_link/PayloadRecords.h"
@@ -44,9 +43,8 @@ void pass(const Received& received)
 void disconnectAllSessions(const Received& received)
 {
     printLog(u"disconnect all sessions"_s);
-    received.result.awaited = Worker::start([] {
-        MainQueue::postAndWait(AppDelegate::whileRunning(&AppDelegate::allSessionsDisconnected));
-    });
+    received.result.awaited =
+        Worker::startOnMain(AppDelegate::whileRunning(&AppDelegate::allSessionsDisconnected));
 }
 
 void userAcknowledgement(const Received& received)

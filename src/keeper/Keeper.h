@@ -8,7 +8,6 @@
 #include <QStringList>
 
 #include <chrono>
-#include <optional>
 
 // The supervisor: starts the agent beside this program, in the user's session, and starts it again
 // whenever it has ended: an agent makes one link to the service, and ends with it. While no account

@@ -1,15 +1,17 @@
 #include "localisation/Translate.h"
 
 #include "logging/Logs.h"
-#include "platform/files/FileStamp.h"
 #include "platform/files/Json.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/RegularFile.h"
 
+#include <QDateTime>
+#include <QFileInfo>
 #include <QJsonObject>
 #include <QStringDecoder>
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <mutex>
 
@@ -169,6 +171,10 @@ const Record& recordOf(Language language)
     return found == std::end(kRecords) ? kRecords[0] : *found;
 }
 
+// File systems store a change's time in steps of up to this: whether a file that has just changed
+// changes once more, its time can't tell.
+constexpr std::chrono::milliseconds kLongestStep(2'000);
+
 constexpr auto kError = "error to get language: "_L1;
 
 // A document, or what is wrong with it.
@@ -238,7 +244,7 @@ std::shared_ptr<const JsonData> getLanguageLabel()
 {
     static std::mutex mutex; // guards the rest
     static Decoded last;
-    static std::optional<FileStamp> lastStamp; // none: read it again
+    static QDateTime lastChange; // of the file's content or status; invalid: read it again
     static std::shared_ptr<const JsonData> lastGood;
     const std::lock_guard lock(mutex);
     const bool isReplaced = MainBundle::isReplaced();
@@ -254,10 +260,12 @@ std::shared_ptr<const JsonData> getLanguageLabel()
         printErrorLog(kError + why);
         return lastGood;
     }
-    const auto stamp = FileStamp::of(*path);
-    if (!lastStamp || stamp != lastStamp) {
+    const QDateTime change = QFileInfo(*path).metadataChangeTime();
+    if (!lastChange.isValid() || change != lastChange) {
         last = read(*path);
-        lastStamp = stamp && stamp->isSettled() ? stamp : std::nullopt;
+        // Also read again where the clock was set back.
+        const bool isOld = change.msecsTo(QDateTime::currentDateTime()) > kLongestStep.count();
+        lastChange = isOld ? change : QDateTime();
     }
     if (!last.document) {
         printErrorLog(kError + last.error);

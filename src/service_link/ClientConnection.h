@@ -37,9 +37,6 @@ public:
     // for the caller.
     ~ClientConnection() = default;
 
-    ClientConnection(const ClientConnection&) = delete;
-    ClientConnection& operator=(const ClientConnection&) = delete;
-
     // Once, on the main thread.
     void start();
 

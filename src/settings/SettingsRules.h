@@ -2,8 +2,6 @@
 
 #include "records/BackendSettings.h"
 
-#include <QString>
-
 // What the settings window's entries mean and which are valid. Any thread.
 namespace SettingsRules {
 

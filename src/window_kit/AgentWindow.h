@@ -9,9 +9,6 @@
 #include <QEvent>
 #include <QLabel>
 
-#include <functional>
-#include <utility>
-
 // Of a window's title bar.
 inline constexpr Qt::WindowFlags kUsualButtons =
     Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint;

@@ -1,14 +1,11 @@
 #include "windows/AcknowledgementText.h"
 
 #include "localisation/ShownText.h"
-#include "window_kit/ElidedLabel.h"
 
 #include <QFocusEvent>
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionFocusRect>
-
-#include <algorithm>
 
 namespace {
 

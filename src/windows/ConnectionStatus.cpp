@@ -10,7 +10,6 @@
 #include <QScreen>
 #include <QWindow>
 
-#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;

@@ -5,6 +5,7 @@
 #include "records/Intervals.h"
 #include "window_kit/InputGuard.h"
 #include "windows/AcknowledgementText.h"
+#include "windows/ArrivalTime.h"
 #include "windows/MessageInbox.h"
 #include "windows/UserAcknowlegement.h"
 
@@ -233,6 +234,12 @@ private Q_SLOTS:
         label = messages().constLast()->findChild<QLabel*>(u"notShown"_s);
         QTRY_COMPARE(label->isVisible() ? label->text() : QString(),
                      u"2 earlier messages were closed"_s);
+    }
+
+    // ICU crashes with a language of more than eleven letters.
+    void aLanguageThatIsNoneHasNoDate()
+    {
+        QCOMPARE(arrivalTime(QDateTime::currentDateTime(), u"notalanguage"_s), QString());
     }
 
     void anyTextIsShownPlainlyAndInPlace()

@@ -5,7 +5,6 @@
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QElapsedTimer>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPointer>
 #include <QTimer>

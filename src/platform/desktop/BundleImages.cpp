@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QHash>
 #include <QIconEngine>
-#include <QImage>
 #include <QImageReader>
 #include <QPainter>
 #include <QPixmapCache>

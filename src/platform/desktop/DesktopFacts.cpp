@@ -3,24 +3,21 @@
 #include "platform/bus/BusConnection.h"
 #include "platform/desktop/X11.h"
 #include "platform/display/DisplayConnection.h"
-#include "platform/files/Descriptor.h"
 #include "platform/files/DisplayName.h"
 #include "platform/files/FilePaths.h"
+#include "platform/threads/Thread.h"
 
 #include <QDir>
 #include <QLibraryInfo>
 
-#include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <string>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <xcb/xcb.h>
 
 using namespace Qt::StringLiterals;
@@ -73,35 +70,26 @@ XServer lookAtXServer()
     return owner && owner->owner != XCB_WINDOW_NONE ? XServer::WithTray : XServer::WithoutTray;
 }
 
-// A child process asks, which can be killed at the time limit: XCB waits for ever for a server that
-// hangs. Only while this process has one thread.
+// A thread asks, which is left behind at the time limit: XCB waits for ever for a server that
+// hangs.
 XServer askXServer()
 {
-    std::array<int, 2> ends = {-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+    const auto answer = std::make_shared<std::promise<XServer>>();
+    std::future<XServer> result = answer->get_future();
+    std::jthread thread = Thread::tryStart("X server", [answer] {
+        // A server that hangs up must not end the program.
+        sigset_t brokenPipe;
+        ::sigemptyset(&brokenPipe);
+        ::sigaddset(&brokenPipe, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+        answer->set_value(lookAtXServer());
+    });
+    if (!thread.joinable()) {
         return XServer::Unreachable;
     }
-    const Descriptor mine(ends[0]);
-    Descriptor childs(ends[1]);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const char answer = static_cast<char>(lookAtXServer());
-        ::_exit(::write(ends[1], &answer, 1) == 1 ? 0 : 1);
-    }
-    if (child < 0) {
-        return XServer::Unreachable;
-    }
-    childs.close();
-    // The answer comes by the pipe, since the exit status is lost where SIGCHLD is ignored.
-    pollfd end = {mine.value(), POLLIN, 0};
-    char answer = 0;
-    if (TEMP_FAILURE_RETRY(::poll(&end, 1, static_cast<int>(kLimit.count()))) <= 0) {
-        ::kill(child, SIGKILL);
-    } else if (::read(mine.value(), &answer, 1) != 1) {
-        answer = 0;
-    }
-    ::waitpid(child, nullptr, 0);
-    return static_cast<XServer>(answer);
+    thread.detach();
+    const bool isAnswered = result.wait_for(kLimit) == std::future_status::ready;
+    return isAnswered ? result.get() : XServer::Unreachable;
 }
 
 // Whether the toolkit's part for native Wayland is installed.

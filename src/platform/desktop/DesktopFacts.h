@@ -13,8 +13,8 @@ struct DesktopFacts {
         Reachable,
     };
 
-    // Asks the display for at most a second, and the session bus likewise. On the main thread,
-    // before any other thread exists.
+    // Asks the display for at most a second, and the session bus likewise. Leaves a thread behind
+    // where an X server hangs.
     [[nodiscard]] static DesktopFacts gather();
 
     Display display = Display::NotNamed;

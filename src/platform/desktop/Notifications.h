@@ -22,7 +22,6 @@ class Notifications : public QObject {
 public:
     // Each has at most one notification; a new one replaces it.
     enum class Place { Question, Sessions, Absence, Icon };
-    Q_ENUM(Place)
 
     struct Content {
         QString title; // both plain text

@@ -6,7 +6,6 @@
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
 

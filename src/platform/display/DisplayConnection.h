@@ -17,9 +17,6 @@ public:
     DisplayConnection() = default;
     ~DisplayConnection();
 
-    DisplayConnection(const DisplayConnection&) = delete;
-    DisplayConnection& operator=(const DisplayConnection&) = delete;
-
     // What the environment calls the display, without the number of an X screen; empty where it
     // names none.
     [[nodiscard]] static QString name();

@@ -13,9 +13,6 @@ public:
     DisplayPatience(std::chrono::milliseconds limit, std::function<void()> giveUp);
     ~DisplayPatience() { m_answered.set_value(); }
 
-    DisplayPatience(const DisplayPatience&) = delete;
-    DisplayPatience& operator=(const DisplayPatience&) = delete;
-
 private:
     std::promise<void> m_answered;
     std::jthread m_thread;

@@ -59,9 +59,6 @@ public:
     // Cancels and waits for the connection's thread. Not from a handler.
     ~TcpConnection();
 
-    TcpConnection(const TcpConnection&) = delete;
-    TcpConnection& operator=(const TcpConnection&) = delete;
-
     // Connects. A debugger shows the first fifteen characters of the label as the thread's name.
     // Once.
     void start(const std::string& label, Handlers handlers, std::chrono::milliseconds endPatience);

@@ -10,7 +10,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

@@ -4,7 +4,6 @@
 
 #include <QFile>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>

@@ -3,7 +3,6 @@
 #include "platform/files/Descriptor.h"
 #include "platform/files/FilePaths.h"
 
-#include <QByteArray>
 #include <QFile>
 #include <QStringDecoder>
 #include <QtEndian>

@@ -6,8 +6,6 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
-#include <future>
-#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -91,20 +89,6 @@ void MainQueue::post(std::function<void()> work)
         // Before attach() there is no counter.
         [[maybe_unused]] const auto written = ::write(queue().counter, &one, sizeof one);
     }
-}
-
-void MainQueue::postAndWait(std::function<void()> work)
-{
-    if (isMainThread()) {
-        work();
-        return;
-    }
-    const auto done = std::make_shared<std::promise<void>>();
-    post([work = std::move(work), done] {
-        work();
-        done->set_value();
-    });
-    done->get_future().wait();
 }
 
 std::size_t MainQueue::waiting()

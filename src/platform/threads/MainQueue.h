@@ -27,11 +27,6 @@ void assertMainThread();
 // owns. Any thread.
 void post(std::function<void()> work);
 
-// Posts the work and waits until it has run; on the main thread runs it at once. The main thread
-// never waits for another one, so there is no deadlock; a program that ends does not wait for a
-// caller of this.
-void postAndWait(std::function<void()> work);
-
 // How many pieces wait. Any thread.
 [[nodiscard]] std::size_t waiting();
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,6 +16,18 @@
 namespace {
 
 constexpr std::chrono::seconds kPause(1); // between the attempts where no thread is left
+
+// The same work, and what becomes readable when it is done: not open where no descriptor is left.
+std::pair<std::function<void()>, Descriptor> awaitable(const std::function<void()>& work)
+{
+    std::array<int, 2> ends = {-1, -1};
+    [[maybe_unused]] const int error = ::pipe2(ends.data(), O_CLOEXEC);
+    return {[work, end = std::make_shared<Descriptor>(ends[1])] {
+                work();
+                end->close();
+            },
+            Descriptor(ends[0])};
+}
 
 } // namespace
 
@@ -29,20 +42,19 @@ void Worker::run(std::function<void()> work)
 
 Descriptor Worker::start(std::function<void()> work)
 {
-    std::array<int, 2> ends = {-1, -1};
-    std::jthread thread;
-    if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
-        thread = Thread::tryStart("worker", [work, end = std::make_shared<Descriptor>(ends[1])] {
-            work();
-            end->close();
-        });
-    }
-    Descriptor done(ends[0]);
-    if (thread.joinable()) {
-        thread.detach();
-    } else {
+    auto [awaited, done] = awaitable(work);
+    std::jthread thread = done.isOpen() ? Thread::tryStart("worker", awaited) : std::jthread();
+    if (!thread.joinable()) {
         work();
-        done.close();
+        return {};
     }
-    return done;
+    thread.detach();
+    return std::move(done);
+}
+
+Descriptor Worker::startOnMain(std::function<void()> work)
+{
+    auto [awaited, done] = awaitable(work);
+    MainQueue::post(awaited);
+    return std::move(done);
 }

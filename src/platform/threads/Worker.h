@@ -18,6 +18,10 @@ void run(std::function<void()> work);
 // the work is done; it is not open where that is so already.
 [[nodiscard]] Descriptor start(std::function<void()> work);
 
+// Posts the work to the main thread. The descriptor becomes readable when it is done; it is not
+// open where the system has none left. Any thread.
+[[nodiscard]] Descriptor startOnMain(std::function<void()> work);
+
 // As run(), then calls `then` with the work's result on the main thread, unless the owner has been
 // deleted by then. Only `then` may use the owner.
 template <typename Work, typename Then>
