@@ -51,9 +51,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
                 "valid entries have the right length");
     }
     (void)readAllowedSettings();
-    if (const auto labels = getLanguageLabel()) {
-        require(!labels->info(Language::Portuguese).Activity.title.isNull(),
-                "a label that may be missing has a text");
+    if (const auto labels = labelsOf(Language::Portuguese)) {
+        require(!labels->Activity.title.isNull(), "a label that may be missing has a text");
     }
     return 0;
 }

@@ -378,6 +378,5 @@ void AppDelegate::send(const QString& command)
 
 std::optional<JsonData::Info> AppDelegate::labels()
 {
-    const std::shared_ptr<const JsonData> document = getLanguageLabel();
-    return document ? std::optional(document->info(options.language)) : std::nullopt;
+    return labelsOf(options.language);
 }

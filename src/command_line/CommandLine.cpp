@@ -101,9 +101,7 @@ int printHistory(const Terminal& terminal, const Invocation& asked)
         Terminal::print(QString::fromUtf8(answer));
         return Terminal::Done;
     }
-    const auto document = getLanguageLabel();
-    const auto labels =
-        document ? document->info(languageFor(preferredLanguages())) : englishFallback();
+    const auto labels = labelsOf(languageFor(preferredLanguages())).value_or(englishFallback());
     const auto print = [](const QDateTime& time, const QString& text) {
         Terminal::print(QLocale::system().toString(time.toLocalTime(), QLocale::ShortFormat) +
                         u"  "_s + ShownText::line(text, kLongestLine));

@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <iterator>
-#include <mutex>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -175,11 +175,9 @@ const Record& recordOf(Language language)
 // changes once more, its time can't tell.
 constexpr std::chrono::milliseconds kLongestStep(2'000);
 
-constexpr auto kError = "error to get language: "_L1;
-
 // A document, or what is wrong with it.
 struct Decoded {
-    std::shared_ptr<const JsonData> document;
+    std::unique_ptr<const JsonData> document;
     QString error;
 };
 
@@ -189,7 +187,7 @@ Decoded decode(const QByteArray& bytes)
     if (!root) {
         return {nullptr, error};
     }
-    JsonData document;
+    auto document = std::make_unique<JsonData>();
     for (const Record& record : kRecords) {
         const QString language = QString::fromUtf16(record.key);
         const QJsonObject info = root->value(language).toObject();
@@ -200,17 +198,31 @@ Decoded decode(const QByteArray& bytes)
                 return {nullptr, u"no text at %1.%2.%3"_s.arg(language, QString::fromUtf16(section),
                                                               QString::fromUtf16(key))};
             }
-            field(document.*record.info) = text.toString(QString::fromUtf16(english));
+            field((*document).*record.info) = text.toString(QString::fromUtf16(english));
         }
     }
-    return {std::make_shared<const JsonData>(std::move(document)), QString()};
+    return {std::move(document), QString()};
+}
+
+std::optional<QString> documentPath()
+{
+    return MainBundle::resourcePath(u"translate"_s, u"json"_s);
+}
+
+QString missing()
+{
+    return u"%1/Resources/translate.json is missing"_s.arg(MainBundle::path());
 }
 
 // The document is expected in UTF-8; a byte order mark of another Unicode encoding is heeded.
-Decoded read(const QString& path)
+Decoded readDocument()
 {
     constexpr qsizetype kLargest = 16 * 1024 * 1024;
-    const auto [state, bytes, error] = RegularFile::read(path, kLargest);
+    const auto path = documentPath();
+    if (!path) {
+        return {nullptr, missing()};
+    }
+    const auto [state, bytes, error] = RegularFile::read(*path, kLargest);
     if (state != RegularFile::State::Read) {
         return {nullptr, error};
     }
@@ -240,45 +252,47 @@ QString languageKey(Language language)
     return QString::fromUtf16(recordOf(language).key);
 }
 
-std::shared_ptr<const JsonData> getLanguageLabel()
+std::unique_ptr<const JsonData> getLanguageLabel()
 {
-    static std::mutex mutex; // guards the rest
-    static Decoded last;
+    auto [document, error] = readDocument();
+    if (!document) {
+        printErrorLog(u"error to get language: "_s + error);
+    }
+    return std::move(document);
+}
+
+std::optional<JsonData::Info> labelsOf(Language language)
+{
+    static std::optional<Info> last;
+    static Language lastLanguage = language;
     static QDateTime lastChange; // of the file's content or status; invalid: read it again
-    static std::shared_ptr<const JsonData> lastGood;
-    const std::lock_guard lock(mutex);
     const bool isReplaced = MainBundle::isReplaced();
-    if (isReplaced && lastGood) {
-        return lastGood; // the document in the folder goes with another version of the program
+    if (isReplaced && last) {
+        return last; // the document in the folder goes with another version of the program
     }
-    const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
-    if (!path) {
-        const QString why = u"%1/Resources/translate.json is missing"_s.arg(MainBundle::path());
-        if (!isReplaced && !lastGood) {
-            fatalState(why);
-        }
-        printErrorLog(kError + why);
-        return lastGood;
+    const auto path = documentPath();
+    if (!path && !isReplaced && !last) {
+        fatalState(missing());
     }
-    const QDateTime change = QFileInfo(*path).metadataChangeTime();
-    if (!lastChange.isValid() || change != lastChange) {
-        last = read(*path);
-        // Also read again where the clock was set back.
-        const bool isOld = change.msecsTo(QDateTime::currentDateTime()) > kLongestStep.count();
-        lastChange = isOld ? change : QDateTime();
+    const QDateTime change = QFileInfo(path.value_or(QString())).metadataChangeTime();
+    if (lastChange.isValid() && change == lastChange && language == lastLanguage) {
+        return last;
     }
-    if (!last.document) {
-        printErrorLog(kError + last.error);
-        return nullptr;
+    const auto document = getLanguageLabel();
+    if (!document) {
+        return path ? std::nullopt : last;
     }
-    lastGood = last.document;
-    return lastGood;
+    // Also read again where the clock was set back.
+    const bool isOld = change.msecsTo(QDateTime::currentDateTime()) > kLongestStep.count();
+    lastChange = isOld ? change : QDateTime();
+    lastLanguage = language;
+    last = document->info(language);
+    return last;
 }
 
 bool isLanguageDocumentWhole()
 {
-    const auto path = MainBundle::resourcePath(u"translate"_s, u"json"_s);
-    return path && read(*path).document;
+    return readDocument().document != nullptr;
 }
 
 JsonData::Info englishFallback()

@@ -74,14 +74,18 @@ struct JsonData {
 // What the language's record is called in the documents: "En". Any thread.
 [[nodiscard]] QString languageKey(Language language);
 
-// The whole document. It is decoded again whenever the file has changed, so an edit takes effect at
-// the next call. None where it cannot be read or decoded as a whole; each call then logs one error.
-// A bundle without the document is a broken installation and ends the program.
+// The whole document as it is now. None where it cannot be read or decoded as a whole, which is
+// logged. Any thread.
+[[nodiscard]] std::unique_ptr<const JsonData> getLanguageLabel();
+
+// One language's labels. The document is decoded again whenever the file has changed, so an edit
+// takes effect at the next call; none as for getLanguageLabel(). A bundle without the document is a
+// broken installation and ends the program.
 //
 // A package that is upgraded or removed while the program runs takes nothing from it: once the
-// program's file is replaced, or the document gone, the document that was last decoded holds on.
-// Any thread.
-[[nodiscard]] std::shared_ptr<const JsonData> getLanguageLabel();
+// program's file is replaced, or the document gone, the labels that were last decoded hold on. Main
+// thread.
+[[nodiscard]] std::optional<JsonData::Info> labelsOf(Language language);
 
 // Whether the document is there and can be decoded. Logs nothing and ends nothing. Any thread.
 [[nodiscard]] bool isLanguageDocumentWhole();
@@ -91,7 +95,7 @@ struct JsonData {
 [[nodiscard]] JsonData::Info englishFallback();
 
 // Where a window gets the labels of the chosen language from, each time that it needs them; none as
-// for getLanguageLabel().
+// for labelsOf().
 using LabelSource = std::function<std::optional<JsonData::Info>()>;
 
 // The language of the first preference alone, by its first two letters as they stand; English where

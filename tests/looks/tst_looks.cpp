@@ -275,7 +275,7 @@ private Q_SLOTS:
         qputenv("LANGUAGE", languageCode(language).toUtf8());             // of dates
         m_dark.setColor(QPalette::PlaceholderText, QColor(0, 0, 0, 128)); // as some leave it
         QApplication::setFont(QFont(u"DejaVu Sans"_s, font));
-        m_source = [language] { return getLanguageLabel()->info(language); };
+        m_source = [language] { return labelsOf(language); };
         status();
         question();
         messages();
