@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <chrono>
 #include <iterator>
-#include <mutex>
 
 using namespace Qt::StringLiterals;
 
@@ -242,11 +241,9 @@ QString languageKey(Language language)
 
 std::shared_ptr<const JsonData> getLanguageLabel()
 {
-    static std::mutex mutex; // guards the rest
     static Decoded last;
     static QDateTime lastChange; // of the file's content or status; invalid: read it again
     static std::shared_ptr<const JsonData> lastGood;
-    const std::lock_guard lock(mutex);
     const bool isReplaced = MainBundle::isReplaced();
     if (isReplaced && lastGood) {
         return lastGood; // the document in the folder goes with another version of the program

@@ -80,7 +80,7 @@ struct JsonData {
 //
 // A package that is upgraded or removed while the program runs takes nothing from it: once the
 // program's file is replaced, or the document gone, the document that was last decoded holds on.
-// Any thread.
+// Main thread.
 [[nodiscard]] std::shared_ptr<const JsonData> getLanguageLabel();
 
 // Whether the document is there and can be decoded. Logs nothing and ends nothing. Any thread.
