@@ -35,13 +35,12 @@ constexpr QColor kRed(0xd6, 0x3a, 0x31);
 // A block's properties.
 constexpr int kIsMessage = QTextFormat::UserProperty + 1;
 constexpr int kColour = QTextFormat::UserProperty + 2;
-// The block goes on with the text of the one before it: in the same line or after a line break.
-constexpr int kContinues = QTextFormat::UserProperty + 3;
-enum Continuation { InLine = 1, NextLine };
+// The user state of a block that goes on with the text of the one before it after a line break.
+constexpr int kNextLine = kGoesOn + 1;
 
-int continuationOf(const QTextBlock& block)
+bool isContinuation(const QTextBlock& block)
 {
-    return block.blockFormat().intProperty(kContinues);
+    return block.userState() >= kGoesOn;
 }
 
 // Where the block's text is, without what its lines leave free.
@@ -148,6 +147,7 @@ void ChatTranscript::append(const QString& shown, Kind kind, bool isLeft, ChatCo
     cursor.beginEditBlock();
     const QList<ShownText::Piece> pieces = ShownText::pieces(shown);
     const qreal bottom = format.bottomMargin();
+    int state = 0;
     for (const ShownText::Piece& piece : pieces) {
         format.setBottomMargin(&piece == &pieces.constLast() ? bottom : 0);
         if (document()->isEmpty()) {
@@ -155,9 +155,10 @@ void ChatTranscript::append(const QString& shown, Kind kind, bool isLeft, ChatCo
         } else {
             cursor.insertBlock(format);
         }
+        cursor.block().setUserState(state);
         cursor.insertText(piece.text.toString(), characters);
         format.setTopMargin(0);
-        format.setProperty(kContinues, piece.endsLine ? NextLine : InLine);
+        state = piece.endsLine ? kNextLine : kGoesOn;
     }
     cursor.endEditBlock();
 }
@@ -240,7 +241,7 @@ void ChatTranscript::paintBubbles(const QRectF& area)
     const qreal top = area.top() + scrolled - kPaddingY;
     const qreal bottom = area.bottom() + scrolled + kPaddingY;
     QTextBlock block = document()->findBlock(positionAt(top));
-    while (continuationOf(block) != 0 && block.previous().isValid()) {
+    while (isContinuation(block) && block.previous().isValid()) {
         block = block.previous();
     }
     while (block.isValid() && block.layout()->position().y() <= bottom) {
@@ -249,7 +250,7 @@ void ChatTranscript::paintBubbles(const QRectF& area)
         do {
             text |= textRect(block);
             block = block.next();
-        } while (continuationOf(block) != 0);
+        } while (isContinuation(block));
         if (format.boolProperty(kIsMessage)) {
             const bool isOwn = format.alignment().testFlag(Qt::AlignRight);
             painter.setBrush(bubbleColour(isOwn, palette()));
@@ -286,6 +287,5 @@ void ChatTranscript::recolour()
 
 QMimeData* ChatTranscript::createMimeDataFromSelection() const
 {
-    return plainSelection(textCursor(),
-                          [](const QTextBlock& block) { return continuationOf(block) == InLine; });
+    return plainSelection(textCursor());
 }

@@ -50,7 +50,9 @@ void ClientConnection::send(const QByteArray& data)
 void ClientConnection::stop()
 {
     printLog(u"connection will stop"_s);
-    end(std::nullopt);
+    if (m_connection.cancel()) {
+        tellEnd(std::nullopt);
+    }
 }
 
 bool ClientConnection::didReceive(const QByteArray& data)
@@ -94,18 +96,13 @@ void ClientConnection::didEnd(const std::optional<NetworkError>& error)
     } else {
         printLog(u"connection did end"_s);
     }
-    end(error);
+    tellEnd(error);
 }
 
-void ClientConnection::end(const std::optional<NetworkError>& error)
+// By whoever has ended the connection, the thread of the link or of a stop(), never by both.
+void ClientConnection::tellEnd(const std::optional<NetworkError>& error)
 {
-    m_connection.cancel();
-    DidStop callback;
-    {
-        const std::lock_guard lock(m_callbackMutex);
-        callback = std::exchange(didStopCallback, nullptr);
-    }
-    if (callback) {
+    if (const DidStop callback = std::exchange(didStopCallback, nullptr)) {
         callback(error);
     }
 }

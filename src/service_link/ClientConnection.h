@@ -9,7 +9,6 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 // The link to the service: receives one message after another on the link's thread, and sends from
@@ -58,10 +57,9 @@ private:
     bool didReceive(const QByteArray& data);
     bool didHandle(const std::optional<QString>& command);
     void didEnd(const std::optional<NetworkError>& error);
-    void end(const std::optional<NetworkError>& error);
+    void tellEnd(const std::optional<NetworkError>& error);
 
     const CheckMessage m_checkMessage;
     const std::shared_ptr<void> m_self{this, [](void*) {}}; // only to tell that it is still there
-    std::mutex m_callbackMutex;                             // for taking didStopCallback
     TcpConnection m_connection;
 };

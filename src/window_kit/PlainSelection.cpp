@@ -5,15 +5,14 @@
 #include <QTextCursor>
 #include <QTextDocument>
 
-QMimeData* plainSelection(const QTextCursor& selection,
-                          const std::function<bool(const QTextBlock&)>& goesOn)
+QMimeData* plainSelection(const QTextCursor& selection)
 {
     const int start = selection.selectionStart();
     const int end = selection.selectionEnd();
     QString text;
     for (QTextBlock block = selection.document()->findBlock(start);
          block.isValid() && block.position() <= end; block = block.next()) {
-        if (block.position() > start && !goesOn(block)) {
+        if (block.position() > start && block.userState() != kGoesOn) {
             text += u'\n';
         }
         const int from = qMax(start - block.position(), 0);

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-// What the application's own property list says about the program. Any thread.
+// What the application's own property list says about the program. Main thread.
 namespace Bundle {
 
 // "CFBundleShortVersionString"; none where the list, the key or a text under it is missing.

@@ -5,13 +5,6 @@
 
 #include <QTextBlock>
 
-namespace {
-
-// A block's user state: it goes on with the line of the one before it.
-constexpr int kGoesOn = 1;
-
-} // namespace
-
 void MessageText::setMessage(const QString& text)
 {
     const QString shown = ShownText::shown(text);
@@ -31,6 +24,5 @@ void MessageText::setMessage(const QString& text)
 
 QMimeData* MessageText::createMimeDataFromSelection() const
 {
-    return plainSelection(textCursor(),
-                          [](const QTextBlock& block) { return block.userState() == kGoesOn; });
+    return plainSelection(textCursor());
 }

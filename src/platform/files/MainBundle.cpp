@@ -7,7 +7,6 @@
 #include <QVariant>
 
 #include <filesystem>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
@@ -44,9 +43,7 @@ std::optional<QString> MainBundle::resourcePath(const QString& name, const QStri
 
 std::optional<QString> MainBundle::infoText(const QString& key)
 {
-    static std::mutex mutex;
-    static std::optional<QVariantMap> last; // guarded
-    const std::lock_guard lock(mutex);
+    static std::optional<QVariantMap> last;
     if (!last || !isReplaced()) {
         if (auto info = PropertyList::readDictionary(path() + u"/Info.plist"_s)) {
             last = std::move(info);

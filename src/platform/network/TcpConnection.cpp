@@ -85,13 +85,12 @@ void TcpConnection::send(QByteArray data)
     wake();
 }
 
-void TcpConnection::cancel()
+bool TcpConnection::cancel()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_cancelled = true;
-    }
+    const std::lock_guard lock(m_mutex);
+    const bool isFirst = !std::exchange(m_cancelled, true);
     wake();
+    return isFirst;
 }
 
 void TcpConnection::wake() const
@@ -147,8 +146,7 @@ void TcpConnection::run()
 
 void TcpConnection::end(const std::optional<NetworkError>& error)
 {
-    if (!isCancelled()) {
-        cancel();
+    if (cancel()) {
         m_handlers.ended(error);
     }
 }

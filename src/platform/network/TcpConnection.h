@@ -74,8 +74,9 @@ public:
     void send(QByteArray data);
 
     // Ends the connection. What the system's buffer holds still leaves. No handler is called after
-    // this; one that has begun goes on. Any thread, also from a handler.
-    void cancel();
+    // this; one that has begun goes on. Returns whether it had not ended before: true for one
+    // caller only, and then `ended` is not called. Any thread, also from a handler.
+    bool cancel();
 
 private:
     struct Outgoing {
