@@ -3,8 +3,8 @@
 #include "command_line/Invocation.h"
 #include "command_line/Terminal.h"
 #include "platform/accounts/Account.h"
+#include "platform/files/AtomicFile.h"
 #include "platform/files/FileFacts.h"
-#include "platform/files/WholeFile.h"
 #include "settings/AllowedSettings.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
@@ -65,7 +65,7 @@ QStringList accountFiles()
 
 bool remove(const Terminal& terminal, const QString& path)
 {
-    return succeeded(terminal, path, WholeFile::remove(path));
+    return succeeded(terminal, path, AtomicFile::remove(path));
 }
 
 } // namespace
@@ -93,7 +93,7 @@ int Enrolling::enrol(const Terminal& terminal, const Invocation& asked)
     const QStringList old = accountFiles();
     const bool isDone = std::all_of(old.cbegin(), old.cend(),
                                     [&](const QString& file) { return remove(terminal, file); }) &&
-                        succeeded(terminal, path, WholeFile::write(path, bytes, kMode));
+                        succeeded(terminal, path, AtomicFile::write(path, bytes, kMode));
     return isDone ? terminal.say("enrol.done"_L1) : Terminal::Failed;
 }
 
