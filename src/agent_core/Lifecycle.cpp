@@ -7,7 +7,7 @@
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/StatusItem.h"
-#include "platform/desktop/ToolkitWords.h"
+#include "platform/desktop/ToolkitTranslation.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
@@ -194,7 +194,7 @@ void AppDelegate::leaveLoginWindow()
 void AppDelegate::changeLanguageNeeded()
 {
     options.language = languageFor(preferredLanguages());
-    ToolkitWords::speak(languageCode(options.language));
+    ToolkitTranslation::install(languageCode(options.language));
 }
 
 void AppDelegate::startClient()
