@@ -142,7 +142,7 @@ void AppDelegate::makeAdditions()
     connect(&agent.events, &AgentEvents::ending, hint, &IconHint::stop);
     connect(&agent.events, &AgentEvents::loginWindowLeft, hint, &IconHint::start);
     log->tellUnseen();
-    AgentRequests::answer(*log);
+    AgentRequests::serve(*log);
     if (!isAtLoginWindow()) {
         hint->start();
     }

@@ -63,19 +63,19 @@ void printSession(const Terminal& terminal, const QJsonObject& session)
                   QLocale::system().toString(began.toLocalTime(), QLocale::ShortFormat)});
 }
 
-// What the running agent has replied; empty where none answers.
-QJsonObject objectOf(const QByteArray& answer)
+// What the running agent has replied; empty where none replies.
+QJsonObject objectOf(const QByteArray& reply)
 {
-    return Json::read(answer).object.value_or(QJsonObject());
+    return Json::read(reply).object.value_or(QJsonObject());
 }
 
 int printStatus(const Terminal& terminal, const Invocation& asked)
 {
-    const QByteArray answer = RunningAgent::status();
-    const QJsonObject status = objectOf(answer);
+    const QByteArray reply = RunningAgent::status();
+    const QJsonObject status = objectOf(reply);
     const bool isRunning = status["running"_L1].toBool();
     if (asked.isJson) {
-        Terminal::print(isRunning ? QString::fromUtf8(answer) : u"{\"running\":false}"_s);
+        Terminal::print(isRunning ? QString::fromUtf8(reply) : u"{\"running\":false}"_s);
         return isRunning ? Terminal::Done : Terminal::Failed;
     }
     if (!isRunning) {
@@ -92,13 +92,13 @@ int printStatus(const Terminal& terminal, const Invocation& asked)
 
 int printHistory(const Terminal& terminal, const Invocation& asked)
 {
-    const QByteArray answer = RunningAgent::history();
-    const QJsonObject history = objectOf(answer);
+    const QByteArray reply = RunningAgent::history();
+    const QJsonObject history = objectOf(reply);
     if (history.isEmpty()) {
         return terminal.complain("status.notRunning"_L1);
     }
     if (asked.isJson) {
-        Terminal::print(QString::fromUtf8(answer));
+        Terminal::print(QString::fromUtf8(reply));
         return Terminal::Done;
     }
     const auto document = getLanguageLabel();

@@ -132,11 +132,11 @@ void checkAutostart(Doctor& doctor)
 void checkAgent(Doctor& doctor, const DesktopFacts& facts)
 {
     const auto presence = RunningAgent::presence();
-    if (presence == RunningAgent::Presence::Answers) {
+    if (presence == RunningAgent::Presence::Responding) {
         doctor.terminal.say("doctor.agentRuns"_L1);
     } else if (presence == RunningAgent::Presence::Silent) {
         doctor.wrong("doctor.agentIsSilent"_L1);
-    } else if (facts.hasBus) { // else it may be known to a bus that does not answer
+    } else if (facts.hasBus) { // else it may be known to a bus that does not respond
         checkAutostart(doctor);
     }
 }

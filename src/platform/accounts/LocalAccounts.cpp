@@ -87,12 +87,12 @@ bool doesPamAccept(const QByteArray& name, QByteArray& password)
         return false;
     }
     ::setlogmask(LOG_UPTO(LOG_INFO)); // PAM notes that this account may not become root
-    int answer = authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
-    if (answer == PAM_SUCCESS) {
-        answer = manageAccount(handle, PAM_SILENT);
+    int result = authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
+    if (result == PAM_SUCCESS) {
+        result = manageAccount(handle, PAM_SILENT);
     }
-    end(handle, answer);
-    return answer == PAM_SUCCESS;
+    end(handle, result);
+    return result == PAM_SUCCESS;
 }
 
 // Without a terminal su reads the password from its input. Its exit status is the command's, so

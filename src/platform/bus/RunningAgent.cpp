@@ -130,7 +130,7 @@ void RunningAgent::leave()
     }
 }
 
-void RunningAgent::answer(Requests requests)
+void RunningAgent::serve(Requests requests)
 {
     static const sd_bus_vtable kMethods[] = {
         SD_BUS_VTABLE_START(0),
@@ -182,5 +182,5 @@ RunningAgent::Presence RunningAgent::presence()
         return SessionLock::isTaken(lockName()) ? Presence::Silent : Presence::None;
     }
     // An error is a reply, too.
-    return error == ETIMEDOUT ? Presence::Silent : Presence::Answers;
+    return error == ETIMEDOUT ? Presence::Silent : Presence::Responding;
 }

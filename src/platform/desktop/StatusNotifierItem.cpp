@@ -75,15 +75,15 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const StatusC
 void StatusNotifierItem::registerWith(const QString& watcher)
 {
     m_opensHostMenu = true; // it may be another host
-    QDBusMessage question = Bus::callToBus(u"GetNameOwner"_s);
-    question << busName();
-    Bus::ask(m_bus, question, Bus::kUsualTimeLimit, this, [=, this](const QDBusMessage& answer) {
-        const bool isOurs = answer.arguments().value(0).toString() == m_bus.baseService();
-        QDBusMessage call = QDBusMessage::createMethodCall(watcher, u"/StatusNotifierWatcher"_s,
-                                                           u"org.kde.StatusNotifierWatcher"_s,
-                                                           u"RegisterStatusNotifierItem"_s);
-        call << (isOurs ? busName() : m_bus.baseService());
-        m_bus.send(call);
+    QDBusMessage ownerCall = Bus::callToBus(u"GetNameOwner"_s);
+    ownerCall << busName();
+    Bus::call(m_bus, ownerCall, Bus::kUsualTimeLimit, this, [=, this](const QDBusMessage& reply) {
+        const bool isOurs = reply.arguments().value(0).toString() == m_bus.baseService();
+        QDBusMessage registration = QDBusMessage::createMethodCall(
+            watcher, u"/StatusNotifierWatcher"_s, u"org.kde.StatusNotifierWatcher"_s,
+            u"RegisterStatusNotifierItem"_s);
+        registration << (isOurs ? busName() : m_bus.baseService());
+        m_bus.send(registration);
     });
 }
 
