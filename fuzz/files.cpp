@@ -46,7 +46,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     AppDelegate::getOemName(u"oemName"_s, AppDelegate::options.oemName);
     AppDelegate::getDisplaySettings();
     const auto read = read_BackendSettingsPlist(settings);
-    if (read && SettingsRules::complaint(*read) == SettingsRules::Complaint::None) {
+    if (read && SettingsRules::invalidEntry(*read) == SettingsRules::InvalidEntry::None) {
         require((read->managed ? read->accountId.size() : read->sessionCode.size() * 6) == 36,
                 "valid entries have the right length");
     }

@@ -172,12 +172,12 @@ void AppDelegate::applyAction()
     }
     const BackendSettings entries = window->entries();
     const auto stored = read_BackendSettingsPlist(backendSettingsPath());
-    const auto complaint = SettingsRules::complaint(entries);
+    const auto invalid = SettingsRules::invalidEntry(entries);
     const SettingsTexts& texts = state().settingsTexts;
-    if (complaint == SettingsRules::Complaint::AccountId) {
-        window->complain(texts.accountIdErrorTitle, texts.accountIdErrorMsg);
-    } else if (complaint == SettingsRules::Complaint::SessionCode) {
-        window->complain(texts.sessionCodeErrorTitle, texts.sessionCodeErrorMsg);
+    if (invalid == SettingsRules::InvalidEntry::AccountId) {
+        window->showError(texts.accountIdErrorTitle, texts.accountIdErrorMsg);
+    } else if (invalid == SettingsRules::InvalidEntry::SessionCode) {
+        window->showError(texts.sessionCodeErrorTitle, texts.sessionCodeErrorMsg);
     } else if (stored == entries) {
         cancelAction();
     } else {

@@ -24,7 +24,7 @@ constexpr unsigned int kMode = 0644;
 std::optional<BackendSettings> settingsOf(const QString& entry)
 {
     for (const auto& settings : {BackendSettings{false, entry, {}, {}}, {true, {}, entry, {}}}) {
-        if (SettingsRules::complaint(settings) == SettingsRules::Complaint::None) {
+        if (SettingsRules::invalidEntry(settings) == SettingsRules::InvalidEntry::None) {
             return settings;
         }
     }
@@ -44,7 +44,7 @@ std::optional<QString> regionOf(const QString& name)
 bool succeeded(const Terminal& terminal, const QString& path, const std::optional<QString>& error)
 {
     if (error) {
-        terminal.complain("enrol.failed"_L1, {path, *error});
+        terminal.printError("enrol.failed"_L1, {path, *error});
     }
     return !error;
 }
@@ -70,19 +70,19 @@ bool remove(const Terminal& terminal, const QString& path)
 
 } // namespace
 
-int Enrolling::enrol(const Terminal& terminal, const Invocation& asked)
+int Enrolling::enrol(const Terminal& terminal, const Invocation& invocation)
 {
-    auto settings = settingsOf(asked.value);
+    auto settings = settingsOf(invocation.value);
     if (!settings) {
-        return terminal.complain("enrol.badEntry"_L1, {asked.value}, Terminal::WrongUse);
+        return terminal.printError("enrol.badEntry"_L1, {invocation.value}, Terminal::WrongUse);
     }
-    const auto platform = regionOf(asked.region);
+    const auto platform = regionOf(invocation.region);
     if (!platform) {
-        return terminal.complain("enrol.badRegion"_L1, {asked.region}, Terminal::WrongUse);
+        return terminal.printError("enrol.badRegion"_L1, {invocation.region}, Terminal::WrongUse);
     }
     settings->platform = *platform;
     if (Account::number() != 0) {
-        return terminal.complain("enrol.onlyRoot"_L1);
+        return terminal.printError("enrol.onlyRoot"_L1);
     }
     const QString path = backendSettingsPath();
     if (isAsWritten(path) && readBackendSettings(path).settings == settings) {
@@ -100,7 +100,7 @@ int Enrolling::enrol(const Terminal& terminal, const Invocation& asked)
 int Enrolling::unenrol(const Terminal& terminal, const Invocation&)
 {
     if (Account::number() != 0) {
-        return terminal.complain("enrol.onlyRoot"_L1);
+        return terminal.printError("enrol.onlyRoot"_L1);
     }
     bool isDone = true;
     bool wasEnrolled = false;

@@ -56,8 +56,8 @@ bool endedWith(const ChildProcess::Result& result, int status)
     return result.status == status && !result.isSignal;
 }
 
-// Empty where there is nothing to complain of.
-QString complaintOf(const ChildProcess::Result& result)
+// Empty where the agent has only ended.
+QString errorOf(const ChildProcess::Result& result)
 {
     if (!result.status) {
         return u"cannot start the agent: "_s + result.error;
@@ -129,7 +129,7 @@ int Keeper::keep()
         if (isRemoved()) {
             return 0;
         }
-        report(result);
+        sayError(result);
         if (endedWith(result, kArgumentsRefused)) {
             return kArgumentsRefused;
         }
@@ -185,12 +185,12 @@ bool Keeper::awaitService()
     }
 }
 
-// Says what is wrong when it begins, not each time.
-void Keeper::report(const ChildProcess::Result& result)
+// Says an error when it first occurs, not each time.
+void Keeper::sayError(const ChildProcess::Result& result)
 {
-    const QString complaint = complaintOf(result);
-    if (!complaint.isEmpty() && complaint != m_lastComplaint) {
-        say(complaint);
+    const QString error = errorOf(result);
+    if (!error.isEmpty() && error != m_lastError) {
+        say(error);
     }
-    m_lastComplaint = complaint;
+    m_lastError = error;
 }

@@ -14,12 +14,12 @@ bool isAccountId(const QString& text)
 
 } // namespace
 
-SettingsRules::Complaint SettingsRules::complaint(const BackendSettings& entries)
+SettingsRules::InvalidEntry SettingsRules::invalidEntry(const BackendSettings& entries)
 {
     if (entries.managed) {
-        return isAccountId(entries.accountId) ? Complaint::None : Complaint::AccountId;
+        return isAccountId(entries.accountId) ? InvalidEntry::None : InvalidEntry::AccountId;
     }
     // One of the six characters may be a sign.
     const bool isCode = entries.sessionCode.size() == 6 && parseInteger32(entries.sessionCode);
-    return isCode ? Complaint::None : Complaint::SessionCode;
+    return isCode ? InvalidEntry::None : InvalidEntry::SessionCode;
 }

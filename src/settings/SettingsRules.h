@@ -7,9 +7,9 @@
 // What the settings window's entries mean and which are valid. Any thread.
 namespace SettingsRules {
 
-enum class Complaint { None, AccountId, SessionCode };
+enum class InvalidEntry { None, AccountId, SessionCode };
 // Which entry is wrong. Only the entry of the chosen mode counts: the account must be a UUID with
 // its hyphens (RFC 9562), the session code six characters that are a decimal number, sign included.
-[[nodiscard]] Complaint complaint(const BackendSettings& entries);
+[[nodiscard]] InvalidEntry invalidEntry(const BackendSettings& entries);
 
 } // namespace SettingsRules

@@ -53,14 +53,15 @@ private Q_SLOTS:
     // Only the entry of the chosen mode counts.
     void entries()
     {
-        using SettingsRules::Complaint;
+        using SettingsRules::InvalidEntry;
         for (const QString& wrong : {u"1234567"_s, u" 12345"_s, u"١٢٣٤٥٦"_s, u'{' + kId + u'}'}) {
-            QCOMPARE(SettingsRules::complaint({false, wrong, kId, {}}), Complaint::SessionCode);
-            QCOMPARE(SettingsRules::complaint({true, u"123456"_s, wrong, {}}),
-                     Complaint::AccountId);
+            QCOMPARE(SettingsRules::invalidEntry({false, wrong, kId, {}}),
+                     InvalidEntry::SessionCode);
+            QCOMPARE(SettingsRules::invalidEntry({true, u"123456"_s, wrong, {}}),
+                     InvalidEntry::AccountId);
         }
-        QCOMPARE(SettingsRules::complaint({false, u"-12345"_s, u"?"_s, {}}), Complaint::None);
-        QCOMPARE(SettingsRules::complaint({true, {}, kId.toUpper(), {}}), Complaint::None);
+        QCOMPARE(SettingsRules::invalidEntry({false, u"-12345"_s, u"?"_s, {}}), InvalidEntry::None);
+        QCOMPARE(SettingsRules::invalidEntry({true, {}, kId.toUpper(), {}}), InvalidEntry::None);
     }
 
     void initTestCase()
