@@ -6,7 +6,7 @@
 #include "platform/desktop/Accessibility.h"
 #include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/WindowActivation.h"
-#include "platform/display/DisplayPatience.h"
+#include "platform/display/DisplayTimeout.h"
 #include "platform/files/MemoryFile.h"
 #include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
@@ -121,12 +121,12 @@ int main(int argc, char* argv[])
     toolkitArguments.push_back(nullptr);
     // Without one, the toolkit would wait here for the session bus for ever (Qt 6.8).
     Thread::mustBeAvailable("the toolkit");
-    std::optional<DisplayPatience> patience(std::in_place, std::chrono::seconds(30), [] {
+    std::optional<DisplayTimeout> timeout(std::in_place, std::chrono::seconds(30), [] {
         CommandLine::sayNoDisplay(u"it does not answer"_s);
         endProgram(EXIT_FAILURE);
     });
     QApplication application(count, toolkitArguments.data());
-    patience.reset();
+    timeout.reset();
     hasDisplay = true;
     QApplication::setApplicationName(u"vantoryAgent"_s);
     QApplication::setDesktopFileName(u"vantoryAgent"_s);

@@ -322,13 +322,13 @@ void AppDelegate::applicationWillTerminate()
 // the process.
 void AppDelegate::leaveNotices()
 {
-    constexpr auto kPatience = std::chrono::milliseconds(500);
+    constexpr auto kTimeLimit = std::chrono::milliseconds(500);
     const auto left = std::make_shared<std::promise<void>>();
     MainQueue::post([left] {
         Q_EMIT state().events.ending();
         left->set_value();
     });
-    left->get_future().wait_for(kPatience);
+    left->get_future().wait_for(kTimeLimit);
 }
 
 void AppDelegate::leaveDesktop()

@@ -1,6 +1,6 @@
 #include "keeper/Keeper.h"
 
-#include "platform/display/DisplayPatience.h"
+#include "platform/display/DisplayTimeout.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/SessionLock.h"
 #include "platform/network/SocketOwners.h"
@@ -103,7 +103,7 @@ void Keeper::run()
     };
     {
         // Longer than open() tries it: only for a library that does not return.
-        const DisplayPatience patience(m_intervals.forDisplay + std::chrono::seconds(1), giveUp);
+        const DisplayTimeout timeout(m_intervals.forDisplay + std::chrono::seconds(1), giveUp);
         if (!m_display.open(m_intervals.forDisplay)) {
             giveUp();
         }

@@ -111,7 +111,7 @@ private Q_SLOTS:
     // The rest of what was sent, and the end, wait for the busy queue, but not for ever.
     void endsBehindABusyQueue()
     {
-        m_connection->endPatience = std::chrono::milliseconds(300);
+        m_connection->endTimeout = std::chrono::milliseconds(300);
         QVERIFY(start() && makeBusy());
         m_peer->write(QByteArray(1'200'000, 'a')); // more than is read ahead
         QTRY_COMPARE(m_peer->bytesToWrite(), 0);

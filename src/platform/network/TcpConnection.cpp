@@ -43,10 +43,10 @@ TcpConnection::~TcpConnection()
 }
 
 void TcpConnection::start(const std::string& label, Handlers handlers,
-                          std::chrono::milliseconds endPatience)
+                          std::chrono::milliseconds endTimeout)
 {
     m_handlers = std::move(handlers);
-    m_patience = endPatience;
+    m_endTimeout = endTimeout;
     m_thread = Thread::start(label, [this] { run(); });
 }
 
@@ -241,7 +241,7 @@ int TcpConnection::untilOverdue() const
         return -1;
     }
     const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(*m_endSeen + m_patience - Clock::now());
+        std::chrono::ceil<std::chrono::milliseconds>(*m_endSeen + m_endTimeout - Clock::now());
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
