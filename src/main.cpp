@@ -4,7 +4,7 @@
 #include "logging/Logs.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/Accessibility.h"
-#include "platform/desktop/DisplayServer.h"
+#include "platform/desktop/ToolkitDisplay.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/display/DisplayTimeout.h"
 #include "platform/files/MemoryFile.h"
@@ -40,7 +40,7 @@ namespace {
 
 [[noreturn]] void terminateWithoutDisplay()
 {
-    DisplayServer::isGone = true;
+    ToolkitDisplay::isGone = true;
     terminate();
 }
 
@@ -69,7 +69,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
             reason = message.trimmed();
         }
     }
-    if (hasDisplay && DisplayServer::isLastWord(message)) {
+    if (hasDisplay && ToolkitDisplay::isLastWord(message)) {
         terminateWithoutDisplay();
     }
     if (type != QtFatalMsg) {
@@ -116,7 +116,7 @@ int main(int argc, char* argv[])
     TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);
 
-    auto toolkitArguments = DisplayServer::preferX11(std::vector<char*>(argv, argv + argc));
+    auto toolkitArguments = ToolkitDisplay::preferX11(std::vector<char*>(argv, argv + argc));
     auto count = static_cast<int>(toolkitArguments.size());
     toolkitArguments.push_back(nullptr);
     // Without one, the toolkit would wait here for the session bus for ever (Qt 6.8).

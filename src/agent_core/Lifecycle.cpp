@@ -5,8 +5,8 @@
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/bus/RunningAgent.h"
-#include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/desktop/ToolkitDisplay.h"
 #include "platform/desktop/ToolkitTranslation.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/ProgramEnd.h"
@@ -334,7 +334,7 @@ void AppDelegate::leaveNotices()
 void AppDelegate::leaveDesktop()
 {
     AgentState& agent = state();
-    if (!DisplayServer::isGone) {
+    if (!ToolkitDisplay::isGone) {
         if (agent.statusBarItem) {
             agent.statusBarItem->hide();
         }
