@@ -211,7 +211,7 @@ void AppDelegate::startClient()
         u"localhost"_s, options.portUI, [accounts](quint32 uid) { return accounts.refusalOf(uid); },
         m_checkMessage);
     client->connection.didNoticeEnd = &RunningAgent::leave;
-    Client::willEnd = &AppDelegate::leaveNotices;
+    Client::willEnd = &AppDelegate::withdrawNotifications;
     isStarted = true; // from here on a signal runs the whole orderly end
     client->start();
 }
@@ -320,7 +320,7 @@ void AppDelegate::applicationWillTerminate()
 
 // At the link's end, whose thread waits a moment: nothing that tells the user something may outlive
 // the process.
-void AppDelegate::leaveNotices()
+void AppDelegate::withdrawNotifications()
 {
     constexpr auto kTimeLimit = std::chrono::milliseconds(500);
     const auto left = std::make_shared<std::promise<void>>();

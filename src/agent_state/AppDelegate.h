@@ -84,7 +84,7 @@ public:
     // Reads the command line.
     static void permissions_process();
 
-    // --- StatusReports.cpp: what the service reports about the gateway and the sessions ---
+    // --- ServiceStatus.cpp: what the service reports about the gateway and the sessions ---
 
     static void gatewayConnected(const QString& name);
     static void gatewayDisconnected();
@@ -180,7 +180,7 @@ private:
     static void readConsoleUser();
     static void leaveLoginWindow();
     static void leaveDesktop();
-    static void leaveNotices();
+    static void withdrawNotifications();
     void startClient();
     void makeWindows();
     void connectTimers();

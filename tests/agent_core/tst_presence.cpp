@@ -193,7 +193,7 @@ private Q_SLOTS:
         m_agent->allowShowing("false");
         QVERIFY(m_agent->send("user_acknowledgement=1;srv;Ann"));
         QCOMPARE(takeCalls(), QString());
-        Intervals::current().untilQuestionNotice = std::chrono::milliseconds(1);
+        Intervals::current().untilQuestionNotification = std::chrono::milliseconds(1);
         QTRY_COMPARE(m_server->title(), u"Remote control request"_s);
         QCOMPARE(m_server->expires(), -1); // it is in sight, too
         QVERIFY(m_agent->send("user_acknowledgement=2;srv;Bob"));
