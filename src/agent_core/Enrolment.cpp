@@ -5,7 +5,6 @@
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
 
@@ -172,11 +171,11 @@ void AppDelegate::applyAction()
     }
     const BackendSettings entries = window->entries();
     const auto stored = read_BackendSettingsPlist(backendSettingsPath());
-    const auto invalid = SettingsRules::invalidEntry(entries);
+    const auto invalid = entries.invalidEntry();
     const SettingsTexts& texts = state().settingsTexts;
-    if (invalid == SettingsRules::InvalidEntry::AccountId) {
+    if (invalid == BackendSettings::Entry::AccountId) {
         window->showError(texts.accountIdErrorTitle, texts.accountIdErrorMsg);
-    } else if (invalid == SettingsRules::InvalidEntry::SessionCode) {
+    } else if (invalid == BackendSettings::Entry::SessionCode) {
         window->showError(texts.sessionCodeErrorTitle, texts.sessionCodeErrorMsg);
     } else if (stored == entries) {
         cancelAction();

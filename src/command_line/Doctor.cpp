@@ -15,7 +15,6 @@
 #include "settings/ServiceAccounts.h"
 #include "settings/ServicePort.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -121,11 +120,10 @@ QStringList wrongKeys(const QVariantMap& dictionary, const QString& path)
             dictionary.value(u"platform"_s).toString())) {
         keys.append(u"platform"_s);
     }
-    using InvalidEntry = SettingsRules::InvalidEntry;
     const auto settings = readBackendSettings(path).settings.value_or(BackendSettings());
-    const InvalidEntry invalid = SettingsRules::invalidEntry(settings);
-    if (invalid != InvalidEntry::None) {
-        keys.append(invalid == InvalidEntry::AccountId ? u"accountID"_s : u"sessionCode"_s);
+    if (const auto invalid = settings.invalidEntry()) {
+        const bool isAccount = invalid == BackendSettings::Entry::AccountId;
+        keys.append(isAccount ? u"accountID"_s : u"sessionCode"_s);
     }
     return keys;
 }

@@ -7,7 +7,6 @@
 #include "platform/files/FileFacts.h"
 #include "settings/AllowedSettings.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 
 #include <QStringList>
 
@@ -24,7 +23,7 @@ constexpr unsigned int kMode = 0644;
 std::optional<BackendSettings> settingsOf(const QString& entry)
 {
     for (const auto& settings : {BackendSettings{false, entry, {}, {}}, {true, {}, entry, {}}}) {
-        if (SettingsRules::invalidEntry(settings) == SettingsRules::InvalidEntry::None) {
+        if (!settings.invalidEntry()) {
             return settings;
         }
     }

@@ -2,7 +2,6 @@
 #include "agent_core/PrivilegedSettings.h"
 #include "platform/processes/SecretText.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -13,7 +12,7 @@ using namespace Qt::StringLiterals;
 const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
 
 // Which entries are valid, and what is written: without a window and without root.
-class TestSettingsRules : public QObject {
+class TestSettings : public QObject {
     Q_OBJECT
 
 private:
@@ -53,15 +52,14 @@ private Q_SLOTS:
     // Only the entry of the chosen mode counts.
     void entries()
     {
-        using SettingsRules::InvalidEntry;
+        using Settings = BackendSettings;
+        using Entry = Settings::Entry;
         for (const QString& wrong : {u"1234567"_s, u" 12345"_s, u"١٢٣٤٥٦"_s, u'{' + kId + u'}'}) {
-            QCOMPARE(SettingsRules::invalidEntry({false, wrong, kId, {}}),
-                     InvalidEntry::SessionCode);
-            QCOMPARE(SettingsRules::invalidEntry({true, u"123456"_s, wrong, {}}),
-                     InvalidEntry::AccountId);
+            QCOMPARE((Settings{false, wrong, kId, {}}.invalidEntry()), Entry::SessionCode);
+            QCOMPARE((Settings{true, u"123456"_s, wrong, {}}.invalidEntry()), Entry::AccountId);
         }
-        QCOMPARE(SettingsRules::invalidEntry({false, u"-12345"_s, u"?"_s, {}}), InvalidEntry::None);
-        QCOMPARE(SettingsRules::invalidEntry({true, {}, kId.toUpper(), {}}), InvalidEntry::None);
+        QVERIFY((!Settings{false, u"-12345"_s, u"?"_s, {}}.invalidEntry()));
+        QVERIFY((!Settings{true, {}, kId.toUpper(), {}}.invalidEntry()));
     }
 
     void initTestCase()
@@ -116,5 +114,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestSettingsRules)
-#include "tst_settingsrules.moc"
+QTEST_GUILESS_MAIN(TestSettings)
+#include "tst_settings.moc"
