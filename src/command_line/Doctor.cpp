@@ -33,7 +33,7 @@ constexpr qsizetype kLargestFile = 1024 * 1024;
 // A command for a remedy, as this account must type it.
 QString asRoot(const QString& command)
 {
-    return Account::number() == 0 ? command : u"sudo "_s + command;
+    return Account::uid() == 0 ? command : u"sudo "_s + command;
 }
 
 QString asRoot(const QString& start, const QString& path)

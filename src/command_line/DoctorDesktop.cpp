@@ -122,7 +122,7 @@ void checkAutostart(Doctor& doctor)
         doctor.warn("doctor.autostartMissing"_L1, {system});
     } else if (!hasOwn && isSwitchedOff(system)) { // where the service starts the agent
         doctor.terminal.say("doctor.autostartOffForAll"_L1, {system});
-    } else if (Account::number() != 0 && !SessionLock::isTaken(DisplayConnection::keeperLock())) {
+    } else if (Account::uid() != 0 && !SessionLock::isTaken(DisplayConnection::keeperLock())) {
         doctor.warn("doctor.keeperIsMissing"_L1);
     } else {
         doctor.terminal.say("doctor.agentIsMissing"_L1);
@@ -147,7 +147,7 @@ void Doctor::examineDesktop()
 {
     const DesktopFacts facts = DesktopFacts::gather();
     const bool isDesktop = facts.display != Display::NotNamed && facts.isBusNamed;
-    if (!isDesktop && Account::number() == 0) {
+    if (!isDesktop && Account::uid() == 0) {
         terminal.say("doctor.noDesktop"_L1);
         return;
     }

@@ -80,7 +80,7 @@ int Enrolling::enrol(const Terminal& terminal, const Invocation& invocation)
         return terminal.printError("enrol.badRegion"_L1, {invocation.region}, Terminal::WrongUse);
     }
     settings->platform = *platform;
-    if (Account::number() != 0) {
+    if (Account::uid() != 0) {
         return terminal.printError("enrol.onlyRoot"_L1);
     }
     const QString path = backendSettingsPath();
@@ -98,7 +98,7 @@ int Enrolling::enrol(const Terminal& terminal, const Invocation& invocation)
 
 int Enrolling::unenrol(const Terminal& terminal, const Invocation&)
 {
-    if (Account::number() != 0) {
+    if (Account::uid() != 0) {
         return terminal.printError("enrol.onlyRoot"_L1);
     }
     bool isDone = true;

@@ -78,7 +78,7 @@ private Q_SLOTS:
         QVERIFY(m_bus.registerService(u"org.freedesktop.login1"_s));
     }
 
-    // A person at the seat, nothing locked. The sessions are "named" (by XDG_SESSION_ID), "process"
+    // A user at the seat, nothing locked. The sessions are "named" (by XDG_SESSION_ID), "process"
     // (this process'), "front" (at the seat) and "main".
     void init()
     {

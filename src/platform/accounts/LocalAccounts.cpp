@@ -149,5 +149,5 @@ bool LocalAccounts::isAdministrator(const QString& name)
     auto count = static_cast<int>(groups.size());
     ::getgrouplist(known->record.pw_name, known->record.pw_gid, groups.data(), &count);
     groups.resize(std::min(groups.size(), static_cast<std::size_t>(count)));
-    return std::find(groups.cbegin(), groups.cend(), wanted->number) != groups.cend();
+    return std::find(groups.cbegin(), groups.cend(), wanted->gid) != groups.cend();
 }
