@@ -57,7 +57,7 @@ private:
     void readKept();
     void keep(const QByteArray& record);
     void edit(const std::function<bool(Activity&)>& change);
-    // `isOlder`: it is no news.
+    // `isOlder`: it happened before this run, so nobody is told.
     void note(Activity activity, bool isOlder = false);
     void tellAbsence();
     void markSeen();

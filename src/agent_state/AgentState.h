@@ -29,7 +29,7 @@ class UserAcknowledgement;
 
 // Set before the link starts; any thread reads it afterwards.
 struct AgentOptions {
-    OemOptions oem; // what those of the others that it has are taken from
+    OemOptions oem; // the option files; most fields below are read from them
     bool disconnectedIconVisible = true;
     QString oemName = QString::fromLatin1("KRD");
     QString companyName = QString::fromLatin1("Halvern");

@@ -30,7 +30,7 @@ std::optional<BackendSettings> settingsOf(const QString& entry)
     return std::nullopt;
 }
 
-// How the settings file names a region; none where there is no such one.
+// How the settings file names a region; none for an unknown region.
 std::optional<QString> regionOf(const QString& name)
 {
     if (name.isEmpty() || name == "production"_L1) {

@@ -24,7 +24,7 @@ public:
         QString text;
     };
 
-    // None of the keys.
+    // No option is set.
     OemOptions() = default;
     // Reads both files. A missing one has no keys, which is no error.
     [[nodiscard]] static OemOptions read();

@@ -144,7 +144,7 @@ void reportHidden(QAccessibleEvent* event)
 
 void report(QAccessibleEvent* event)
 {
-    // The tables have taken note of it before, and must not a second time; AT-SPI doesn't know it.
+    // Qt's table interfaces have handled this event already; AT-SPI has none like it.
     if (event->type() == QAccessible::TableModelChanged) {
         return;
     }

@@ -32,7 +32,7 @@ constexpr int kLargestPicture = 128;
 // In which a host has opened its menu.
 constexpr std::chrono::milliseconds kHostsTime = 300ms;
 
-// The standard's form: the process, and a number within it.
+// The name that the specification asks for: …-PID-NUMBER.
 QString busName()
 {
     return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
