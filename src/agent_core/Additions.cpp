@@ -20,7 +20,7 @@ using Kind = Activity::Kind;
 
 namespace {
 
-// What the list of what happened follows.
+// Connects the list of what happened to all that it lists.
 void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& events)
 {
     const auto note = [log](Kind kind) {
@@ -90,7 +90,7 @@ void open(Notifications::Place place, ActivityLog& log)
     }
 }
 
-// What the desktop's notifications follow.
+// Connects the notifier to all that it tells of.
 void follow(DesktopNotifier* notifier, ActivityLog* log, const SessionList& sessions,
             const UserAcknowledgement* question)
 {

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// JSON text that a terminal may show and that D-Bus takes: only printable characters are not
+// JSON text that a terminal may show and that D-Bus takes: all characters but printable ones are
 // escaped.
 QByteArray textOf(const QJsonObject& object)
 {

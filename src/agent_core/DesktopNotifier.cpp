@@ -24,10 +24,10 @@ constexpr qsizetype kLongestLine = 120;
 constexpr qsizetype kLongestQuestion = 400;
 // From an event to a look at the windows, which the window manager puts in their place meanwhile.
 constexpr std::chrono::milliseconds kUntilInPlace(500);
-// An older line has been read.
+// After this time a line counts as read.
 constexpr qint64 kReadAfter = 10'000; // milliseconds
 
-// Of sessions, as many as are kept to be shown or counted.
+// So many lines about sessions are kept, to be shown or counted.
 constexpr qsizetype kMostNews = 100;
 
 // "Session began: Ann Carter".

@@ -29,9 +29,9 @@ public:
                     const ConnectionStatus& status, const UserAcknowledgement& question,
                     QObject* parent);
 
-    // Something happened to a session. What happens at the same time is shown together. Not shown
-    // is what the user has done, what the status window shows, and all where the account wants no
-    // window when a session begins; but that a session failed to end is.
+    // Something happened to a session. What happens at the same time is shown together. Left out is
+    // what the user has done, what the status window shows and, where the account wants no window
+    // when a session begins, everything else; but not that a session has failed to end.
     void tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser);
 
     // The dialog asks. A notification tells of it only while the dialog is not in sight, or when it

@@ -78,7 +78,7 @@ public:
     static void getDisconnectedIconVisisble();
     static void getAllowToLeaveChat();
     static void getShowConnectionDetail();
-    // Stops at the first key that is missing or no boolean: later keys count only with the earlier.
+    // Stops at the first key that is missing or not a boolean: the keys behind it are ignored.
     static void getDisplaySettings();
     static void getPortUI();
     // Reads the command line.
@@ -199,8 +199,8 @@ private:
     void finishCheck(const Credentials& check, bool isRight);
 
     const ClientConnection::CheckMessage m_checkMessage;
-    MemoryFile m_kept;                    // until the list of what happened has it
-    std::shared_ptr<Credentials> m_check; // whose result is waited for
+    MemoryFile m_kept;                    // until the list of what happened takes it
+    std::shared_ptr<Credentials> m_check; // the credentials that are being checked
     QTimer m_restartWait;                 // after new settings
     bool m_opensSettingsAfterRestartWait = false;
     QPointer<QMenu> MainMenu; // the application's own menu; this desktop's have none

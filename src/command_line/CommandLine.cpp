@@ -167,7 +167,7 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     if (sessions.isEmpty()) {
         return terminal.say("status.noSession"_L1);
     }
-    // The service lists again what it has not ended.
+    // By then the service has reported a session again that it has not ended.
     constexpr std::chrono::seconds kUntilReported(5);
     std::this_thread::sleep_for(kUntilReported);
     const QJsonObject later = objectOf(RunningAgent::status());

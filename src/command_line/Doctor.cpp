@@ -133,7 +133,7 @@ void checkSettings(Doctor& doctor)
     const QString path = backendSettingsPath();
     const FileFacts facts = FileFacts::of(path);
     if (facts.kind == Kind::Hidden) {
-        return; // the folder is at fault
+        return; // the folder is the problem
     }
     if (facts.kind == Kind::Missing) {
         doctor.warn("doctor.notEnrolled"_L1, {enrol()});

@@ -148,7 +148,7 @@ std::chrono::milliseconds Keeper::waitAfter(const ChildProcess::Result& result,
     if (endedWith(result, kAnotherRuns)) {
         return m_intervals.besideAnother;
     }
-    // Also in order: a service that takes one agent at a time turns the others away so.
+    // An orderly end counts, too: so a service that takes one agent at a time refuses the others.
     const bool hadNoLink =
         (endedWith(result, kFailed) || endedWith(result, 0)) && lasted < m_intervals.untilLink;
     m_wait =

@@ -29,14 +29,13 @@ struct sd_bus_message;
 // So an agent has one connection to the system bus and, besides the toolkit's, one to the session
 // bus. RunningAgent::leave() shuts that one down, which must not take the icon along.
 
-// The reply to a call; none where there is none.
+// The reply to a call; false if none came.
 class BusReply {
 public:
     explicit BusReply(int error, sd_bus_message* message = nullptr); // which it owns
 
     explicit operator bool() const { return m_message != nullptr; }
-    // Why there is none, as an errno value: ETIMEDOUT at the deadline. An error reply has a number,
-    // too.
+    // Why no reply came, as an errno value: ETIMEDOUT at the deadline. An error reply has one, too.
     [[nodiscard]] int error() const { return m_error; }
 
     // What is read next is in the container: 'v', 'a' or 'r', with contents of that signature.

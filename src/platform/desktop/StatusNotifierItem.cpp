@@ -29,7 +29,7 @@ const QString kPath = u"/StatusNotifierItem"_s;
 // No status bar is higher, and the pictures are sent with every change.
 constexpr int kLargestPicture = 128;
 
-// In which a host has opened its menu.
+// Within this time after a click a host has opened its own menu, if it does so at all.
 constexpr std::chrono::milliseconds kHostsTime = 300ms;
 
 // The name that the specification asks for: …-PID-NUMBER.

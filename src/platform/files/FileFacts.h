@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// What the file system says of a name, for whoever looks for what is wrong with it. A symbolic link
+// What the file system says of a name, for a diagnosis of what is wrong with it. A symbolic link
 // is followed. Any thread.
 struct FileFacts {
     enum class Kind {

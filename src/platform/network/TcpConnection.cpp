@@ -245,7 +245,7 @@ int TcpConnection::untilOverdue() const
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
-// What has failed behind what was not read.
+// The error that waits behind the bytes that were not read.
 std::optional<NetworkError> TcpConnection::unreadError() const
 {
     int code = 0;
@@ -274,7 +274,7 @@ void TcpConnection::readOnce()
     if (got < 0 && (error == EAGAIN || error == EINTR)) {
         return;
     }
-    // Whoever sent something has taken the connection before.
+    // Something was received: so a program has taken the connection from the queue.
     const auto refusal = got > 0 && m_peer->isPending() ? m_peer->check(m_socket) : std::nullopt;
     if (got > 0 && !refusal) {
         m_incoming.emplace_back(m_buffer.data(), got);
