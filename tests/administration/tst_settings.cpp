@@ -24,7 +24,7 @@ private:
             .replace(u"/usr/bin/sudo"_s, m_folder.filePath(u"sudo"_s));
     }
 
-    // What becomes of it: what the shell prints, what the stand-in saw, what is written.
+    // Runs bash; returns what it printed, what the stand-in saw and what was written.
     [[nodiscard]] QByteArray run(const QStringList& arguments, const QString& input,
                                  QProcessEnvironment environment = {}) const
     {

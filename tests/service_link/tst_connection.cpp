@@ -96,7 +96,7 @@ private Q_SLOTS:
                      qPrintable(how + u" at "_s + address));
             QVERIFY(messages().isEmpty());
         }
-        // One of them, in the way at the first address, keeps nobody from the service at the other.
+        // Such a program at the first address does not hide the service at the second one.
         m_server.close();
         if (!m_server.listen(QHostAddress::LocalHostIPv6)) {
             QSKIP("the machine has no IPv6");
