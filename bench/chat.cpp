@@ -18,7 +18,7 @@ constexpr int kFew = 10;
 constexpr int kRounds = 101;
 constexpr qsizetype kMostBytes = 65'000;
 
-// Of the size that it has in a new window.
+// A transcript as large as in a new window.
 std::unique_ptr<ChatTranscript> transcriptOf(int lines)
 {
     auto transcript = std::make_unique<ChatTranscript>();

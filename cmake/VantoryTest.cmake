@@ -2,7 +2,7 @@
 # long to an int, in the code of whoever uses them.
 add_library(vantory_test_options INTERFACE)
 target_compile_options(vantory_test_options INTERFACE
-    -include ${PROJECT_SOURCE_DIR}/tests/support/Patience.h)
+    -include ${PROJECT_SOURCE_DIR}/tests/support/Timeouts.h)
 if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5)
     target_compile_options(vantory_test_options INTERFACE -Wno-conversion)
 endif()

@@ -4,7 +4,6 @@
 #include "platform/files/MainBundle.h"
 #include "settings/AllowedSettings.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 #include "support/Fuzzing.h"
 
 #include <QDir>
@@ -46,7 +45,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     AppDelegate::getOemName(u"oemName"_s, AppDelegate::options.oemName);
     AppDelegate::getDisplaySettings();
     const auto read = read_BackendSettingsPlist(settings);
-    if (read && SettingsRules::complaint(*read) == SettingsRules::Complaint::None) {
+    if (read && !read->invalidEntry()) {
         require((read->managed ? read->accountId.size() : read->sessionCode.size() * 6) == 36,
                 "valid entries have the right length");
     }

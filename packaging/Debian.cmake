@@ -28,10 +28,10 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE https://halvern.example/vantory)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "status bar companion of the vantory remote support service")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"The vantory Agent is what the person at a desktop sees of the vantory
+"The vantory Agent is what the user of a desktop sees of the vantory
 support service. It shows in the status bar whether the machine is linked
 and which remote operators are in session, asks before one of them takes
-control, and lets the person end a session, chat and read messages. An
+control, and lets the user end a session, chat and read messages. An
 administrator enrols the machine in it.
 .
 The service itself is not part of this package.")

@@ -8,7 +8,7 @@ import time
 
 MARKER = b"#####"
 QUIET = 0.05  # an agent's message is complete when no byte has come for so long
-PATIENCE = 10.0  # so long an agent that does not read is waited for
+READ_TIMEOUT = 10.0  # for an agent that does not read
 CLOSE_TIME = 1.0  # the agent has to close its side after close()
 
 
@@ -141,8 +141,8 @@ class Link:
     def send(self, message, seconds):
         """Whether the system has taken all of it in that time."""
         self.pump(max(self.next_send - time.monotonic(), 0))
-        patience = time.monotonic() + min(seconds, PATIENCE)
-        while self.socket and self.behind()[0] and time.monotonic() < patience:
+        deadline = time.monotonic() + min(seconds, READ_TIMEOUT)
+        while self.socket and self.behind()[0] and time.monotonic() < deadline:
             self.pump(self.gap)
         if self.socket:
             try:

@@ -4,10 +4,10 @@
 #include "logging/Logs.h"
 #include "platform/bus/RunningAgent.h"
 #include "platform/desktop/Accessibility.h"
-#include "platform/desktop/DisplayServer.h"
+#include "platform/desktop/ToolkitDisplay.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/display/DisplayConnection.h"
-#include "platform/display/DisplayPatience.h"
+#include "platform/display/DisplayTimeout.h"
 #include "platform/files/MemoryFile.h"
 #include "platform/processes/ProcessMemory.h"
 #include "platform/processes/ProgramEnd.h"
@@ -41,7 +41,7 @@ namespace {
 
 [[noreturn]] void terminateWithoutDisplay()
 {
-    DisplayServer::isGone = true;
+    ToolkitDisplay::isGone = true;
     terminate();
 }
 
@@ -70,7 +70,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
             reason = message.trimmed();
         }
     }
-    if (hasDisplay && DisplayServer::isLastWord(message)) {
+    if (hasDisplay && ToolkitDisplay::isLastWord(message)) {
         terminateWithoutDisplay();
     }
     if (type != QtFatalMsg) {
@@ -117,12 +117,12 @@ int main(int argc, char* argv[])
     TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);
 
-    auto toolkitArguments = DisplayServer::preferX11(std::vector<char*>(argv, argv + argc));
+    auto toolkitArguments = ToolkitDisplay::preferX11(std::vector<char*>(argv, argv + argc));
     auto count = static_cast<int>(toolkitArguments.size());
     toolkitArguments.push_back(nullptr);
     // Without one, the toolkit would wait here for the session bus for ever (Qt 6.8).
     Thread::mustBeAvailable("the toolkit");
-    std::optional<DisplayPatience> patience(std::in_place, std::chrono::seconds(30), [] {
+    std::optional<DisplayTimeout> timeout(std::in_place, std::chrono::seconds(30), [] {
         CommandLine::sayNoDisplay(u"it does not answer"_s);
         endProgram(EXIT_FAILURE);
     });
@@ -133,7 +133,7 @@ int main(int argc, char* argv[])
         delegate.link(); // else there may be no agent
     }
     QApplication application(count, toolkitArguments.data());
-    patience.reset();
+    timeout.reset();
     display.reset();
     hasDisplay = true;
     QApplication::setApplicationName(u"vantoryAgent"_s);

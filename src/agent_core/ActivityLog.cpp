@@ -11,9 +11,9 @@ using Kind = Activity::Kind;
 
 namespace {
 
-// Of an entry's text, in UTF-16 code units; what is longer is cut, and ends in '…'.
+// The limit of an entry's text, in UTF-16 code units; a longer one is cut and ends in '…'.
 constexpr qsizetype kLongestText = 10'000;
-// Of the file's bytes when it is written anew, which leaves room for what is appended.
+// A file that is written anew is filled up to here: the rest is for later entries.
 constexpr qsizetype kMostKept = MemoryFile::kSize / 4 * 3;
 
 Activity activityOf(Kind kind, const SessionInfo& session)
@@ -116,7 +116,7 @@ void ActivityLog::noteRequest(qint64 session, const QString& controlName, Kind k
 {
     const bool isAbsent = by != Activity::By::User;
     note({.kind = kind, .session = session, .name = controlName, .by = by, .isUnseen = isAbsent});
-    // It may be noted after the unlocking, and where nobody tells of that.
+    // Noted after the unlocking, or where no unlocking is reported: nothing else would tell of it.
     if (isAbsent && !m_isScreenLocked) {
         tellAbsence();
     }
@@ -196,5 +196,5 @@ void ActivityLog::markSeen()
 {
     edit([](Activity& activity) { return std::exchange(activity.isUnseen, false); });
     tellUnseen();
-    Q_EMIT shown(); // what was told meanwhile, too
+    Q_EMIT shown(); // once more: what came while the list was open is seen, too
 }

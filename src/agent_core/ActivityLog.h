@@ -40,7 +40,7 @@ public:
     void setScreenLocked(bool isLocked);
     // The menu's action, and the status window's button.
     void show();
-    // Tells whether there is something that the user has not seen, for those who listen by now.
+    // Emits unseenChanged() as things stand, for those who have just connected.
     void tellUnseen();
 
 Q_SIGNALS:
@@ -57,7 +57,7 @@ private:
     void readKept();
     void keep(const QByteArray& record);
     void edit(const std::function<bool(Activity&)>& change);
-    // `isOlder`: it is no news.
+    // `isOlder`: it happened before this run, so nobody is told.
     void note(Activity activity, bool isOlder = false);
     void tellAbsence();
     void markSeen();

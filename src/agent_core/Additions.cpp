@@ -1,6 +1,6 @@
 #include "agent_core/ActivityLog.h"
 #include "agent_core/AgentRequests.h"
-#include "agent_core/DesktopNotices.h"
+#include "agent_core/DesktopNotifier.h"
 #include "agent_core/IconHint.h"
 #include "agent_state/AppDelegate.h"
 #include "localisation/ShownText.h"
@@ -18,7 +18,7 @@ using Kind = Activity::Kind;
 
 namespace {
 
-// What the list of what happened follows.
+// Connects the list of what happened to all that it lists.
 void follow(ActivityLog* log, const SessionList& sessions, const AgentEvents& events)
 {
     const auto note = [log](Kind kind) {
@@ -88,31 +88,32 @@ void open(Notifications::Place place, ActivityLog& log)
     }
 }
 
-// What the desktop's notifications follow.
-void follow(DesktopNotices* notices, ActivityLog* log, const SessionList& sessions,
+// Connects the notifier to all that it tells of.
+void follow(DesktopNotifier* notifier, ActivityLog* log, const SessionList& sessions,
             const UserAcknowledgement* question)
 {
     const auto tell = [=, &sessions](Kind kind) {
         return [=, &sessions](const SessionInfo& session) {
             // What happens behind a locked screen is told at the unlocking.
             if (!AppDelegate::isAtLoginWindow() && !log->isScreenLocked()) {
-                notices->tellSession(kind, session,
-                                     kind == Kind::SessionEnded &&
-                                         sessions.isEndExpected(session.session));
+                notifier->tellSession(kind, session,
+                                      kind == Kind::SessionEnded &&
+                                          sessions.isEndExpected(session.session));
             }
         };
     };
-    QObject::connect(&sessions, &SessionList::began, notices, tell(Kind::SessionBegan));
-    QObject::connect(&sessions, &SessionList::hasNotEnded, notices, tell(Kind::SessionNotEnded));
-    QObject::connect(&sessions, &SessionList::ended, notices, tell(Kind::SessionEnded));
-    QObject::connect(log, &ActivityLog::absenceEnded, notices, &DesktopNotices::tellAbsence);
-    QObject::connect(log, &ActivityLog::shown, notices, &DesktopNotices::withdrawAbsence);
-    QObject::connect(question, &UserAcknowledgement::asked, notices, &DesktopNotices::askQuestion);
-    QObject::connect(question, &UserAcknowledgement::answered, notices,
-                     &DesktopNotices::withdrawQuestion);
-    QObject::connect(question, &UserAcknowledgement::withdrawn, notices,
-                     &DesktopNotices::tellWithdrawal);
-    QObject::connect(notices, &DesktopNotices::activated, log, [log](Notifications::Place place) {
+    QObject::connect(&sessions, &SessionList::began, notifier, tell(Kind::SessionBegan));
+    QObject::connect(&sessions, &SessionList::hasNotEnded, notifier, tell(Kind::SessionNotEnded));
+    QObject::connect(&sessions, &SessionList::ended, notifier, tell(Kind::SessionEnded));
+    QObject::connect(log, &ActivityLog::absenceEnded, notifier, &DesktopNotifier::tellAbsence);
+    QObject::connect(log, &ActivityLog::shown, notifier, &DesktopNotifier::withdrawAbsence);
+    QObject::connect(question, &UserAcknowledgement::asked, notifier,
+                     &DesktopNotifier::askQuestion);
+    QObject::connect(question, &UserAcknowledgement::answered, notifier,
+                     &DesktopNotifier::withdrawQuestion);
+    QObject::connect(question, &UserAcknowledgement::withdrawn, notifier,
+                     &DesktopNotifier::tellWithdrawal);
+    QObject::connect(notifier, &DesktopNotifier::activated, log, [log](Notifications::Place place) {
         AppDelegate::whileRunning([place, log] { open(place, *log); })();
     });
 }
@@ -128,19 +129,20 @@ void AppDelegate::makeAdditions()
     follow(log, agent.sessions, agent.events);
     addEndOfAll(*agent.statusBarMenu, agent.connectionStatus.get(), agent.sessions);
     showWayTo(log, *agent.statusBarMenu, agent.connectionStatus.get());
-    auto* const notices = new DesktopNotices(&AppDelegate::labels, options.oemName,
-                                             *agent.connectionStatus, *agent.userAcknowledge, this);
-    follow(notices, log, agent.sessions, agent.userAcknowledge.get());
-    connect(&agent.events, &AgentEvents::ending, notices, &DesktopNotices::stop);
+    auto* const notifier =
+        new DesktopNotifier(&AppDelegate::labels, options.oemName, *agent.connectionStatus,
+                            *agent.userAcknowledge, this);
+    follow(notifier, log, agent.sessions, agent.userAcknowledge.get());
+    connect(&agent.events, &AgentEvents::ending, notifier, &DesktopNotifier::stop);
 
     auto* const hint = new IconHint(*agent.statusBarItem, *log, this);
-    connect(hint, &IconHint::iconMissing, notices,
-            whileRunning([notices] { notices->tellMissingIcon(); }));
-    connect(notices, &DesktopNotices::missingIconTold, hint, &IconHint::remember);
+    connect(hint, &IconHint::iconMissing, notifier,
+            whileRunning([notifier] { notifier->tellMissingIcon(); }));
+    connect(notifier, &DesktopNotifier::missingIconTold, hint, &IconHint::remember);
     connect(&agent.events, &AgentEvents::ending, hint, &IconHint::stop);
     connect(&agent.events, &AgentEvents::loginWindowLeft, hint, &IconHint::start);
     log->tellUnseen();
-    AgentRequests::answer(*log);
+    AgentRequests::serve(*log);
     if (!isAtLoginWindow()) {
         hint->start();
     }

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// JSON text that a terminal may show and that D-Bus takes: only printable characters are not
+// JSON text that a terminal may show and that D-Bus takes: all characters but printable ones are
 // escaped.
 QByteArray textOf(const QJsonObject& object)
 {
@@ -63,24 +63,24 @@ QByteArray status()
 
 } // namespace
 
-void AgentRequests::answer(const ActivityLog& log)
+void AgentRequests::serve(const ActivityLog& log)
 {
-    RunningAgent::answer({.present =
-                              [](quint32 time) {
-                                  WindowActivation::noteAction(time);
-                                  AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
-                                  return AppDelegate::options.portUI;
-                              },
-                          .status = &status,
-                          .history = [&log] { return textOf(log.activities().toJson()); },
-                          .endSession =
-                              [](qint64 session) {
-                                  const bool isListed =
-                                      !AppDelegate::isTerminating() &&
-                                      AppDelegate::state().sessions.contains(session);
-                                  if (isListed) {
-                                      AppDelegate::endSession(session);
-                                  }
-                                  return isListed;
-                              }});
+    RunningAgent::serve({.present =
+                             [](quint32 time) {
+                                 WindowActivation::noteAction(time);
+                                 AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
+                                 return AppDelegate::options.portUI;
+                             },
+                         .status = &status,
+                         .history = [&log] { return textOf(log.activities().toJson()); },
+                         .endSession =
+                             [](qint64 session) {
+                                 const bool isListed =
+                                     !AppDelegate::isTerminating() &&
+                                     AppDelegate::state().sessions.contains(session);
+                                 if (isListed) {
+                                     AppDelegate::endSession(session);
+                                 }
+                                 return isListed;
+                             }});
 }

@@ -19,8 +19,8 @@ bool read(const QString& key, Type& target)
 void AppDelegate::readOemOptions()
 {
     options.oem = OemOptions::read();
-    for (const OemOptions::Complaint& complaint : options.oem.complaints()) {
-        printErrorLog(complaint.text);
+    for (const OemOptions::Warning& warning : options.oem.warnings()) {
+        printErrorLog(warning.text);
     }
 }
 

@@ -56,8 +56,8 @@ void removeChat(qint32 token)
     }
 }
 
-// Where as many windows are open as may be, removes a chat that has ended, else one that the user
-// has closed, with all its windows. False where there is neither.
+// If the limit is reached, removes all windows of a chat that has ended, else of one that the user
+// has closed. False if there is neither.
 bool evictChatIfFull()
 {
     const QList<ChatController*>& chats = AppDelegate::state().chats;

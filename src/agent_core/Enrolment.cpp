@@ -5,7 +5,6 @@
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
 
@@ -179,12 +178,12 @@ void AppDelegate::applyAction()
     }
     const BackendSettings entries = window->entries();
     const auto stored = read_BackendSettingsPlist(backendSettingsPath());
-    const auto complaint = SettingsRules::complaint(entries);
+    const auto invalid = entries.invalidEntry();
     const SettingsTexts& texts = state().settingsTexts;
-    if (complaint == SettingsRules::Complaint::AccountId) {
-        window->complain(texts.accountIdErrorTitle, texts.accountIdErrorMsg);
-    } else if (complaint == SettingsRules::Complaint::SessionCode) {
-        window->complain(texts.sessionCodeErrorTitle, texts.sessionCodeErrorMsg);
+    if (invalid == BackendSettings::Entry::AccountId) {
+        window->showError(texts.accountIdErrorTitle, texts.accountIdErrorMsg);
+    } else if (invalid == BackendSettings::Entry::SessionCode) {
+        window->showError(texts.sessionCodeErrorTitle, texts.sessionCodeErrorMsg);
     } else if (stored == entries) {
         cancelAction();
     } else {

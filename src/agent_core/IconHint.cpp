@@ -2,8 +2,8 @@
 
 #include "agent_core/ActivityLog.h"
 #include "platform/desktop/StatusItem.h"
+#include "platform/files/AtomicFile.h"
 #include "platform/files/FilePaths.h"
-#include "platform/files/WholeFile.h"
 #include "platform/threads/Worker.h"
 #include "records/Intervals.h"
 
@@ -55,6 +55,6 @@ void IconHint::remember()
         constexpr unsigned int kMode = 0600;
         QDir().mkpath(QFileInfo(note()).path());
         // Where it can't be written the user is told again, in a later run.
-        [[maybe_unused]] const auto error = WholeFile::write(note(), {}, kMode);
+        [[maybe_unused]] const auto error = AtomicFile::write(note(), {}, kMode);
     });
 }

@@ -5,9 +5,9 @@
 #include "platform/accounts/ConsoleSession.h"
 #include "platform/accounts/PreferredLanguages.h"
 #include "platform/bus/RunningAgent.h"
-#include "platform/desktop/DisplayServer.h"
 #include "platform/desktop/StatusItem.h"
-#include "platform/desktop/ToolkitWords.h"
+#include "platform/desktop/ToolkitDisplay.h"
+#include "platform/desktop/ToolkitTranslation.h"
 #include "platform/desktop/WindowActivation.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
@@ -153,7 +153,7 @@ void AppDelegate::applicationDidFinishLaunching()
         link();
     }
     m_canHandle.count_down();
-    ToolkitWords::speak(languageCode(options.language));
+    ToolkitTranslation::install(languageCode(options.language));
     makeWindows();
     systemTray();
     makeAdditions();
@@ -218,7 +218,7 @@ void AppDelegate::startClient()
             return m_checkMessage(message);
         });
     client->connection.didNoticeEnd = &RunningAgent::leave;
-    Client::willEnd = &AppDelegate::leaveNotices;
+    Client::willEnd = &AppDelegate::withdrawNotifications;
     isStarted = true; // from here on a signal runs the whole orderly end
     client->start();
 }
@@ -327,21 +327,21 @@ void AppDelegate::applicationWillTerminate()
 
 // At the link's end, whose thread waits a moment: nothing that tells the user something may outlive
 // the process.
-void AppDelegate::leaveNotices()
+void AppDelegate::withdrawNotifications()
 {
-    constexpr auto kPatience = std::chrono::milliseconds(500);
+    constexpr auto kTimeLimit = std::chrono::milliseconds(500);
     const auto left = std::make_shared<std::promise<void>>();
     MainQueue::post([left] {
         Q_EMIT state().events.ending();
         left->set_value();
     });
-    left->get_future().wait_for(kPatience);
+    left->get_future().wait_for(kTimeLimit);
 }
 
 void AppDelegate::leaveDesktop()
 {
     AgentState& agent = state();
-    if (!DisplayServer::isGone) {
+    if (!ToolkitDisplay::isGone) {
         if (agent.statusBarItem) {
             agent.statusBarItem->hide();
         }

@@ -85,13 +85,13 @@ public:
     static void getDisconnectedIconVisisble();
     static void getAllowToLeaveChat();
     static void getShowConnectionDetail();
-    // Stops at the first key that is missing or no boolean: later keys count only with the earlier.
+    // Stops at the first key that is missing or not a boolean: the keys behind it are ignored.
     static void getDisplaySettings();
     static void getPortUI();
     // Reads the command line.
     static void permissions_process();
 
-    // --- StatusReports.cpp: what the service reports about the gateway and the sessions ---
+    // --- ServiceStatus.cpp: what the service reports about the gateway and the sessions ---
 
     static void gatewayConnected(const QString& name);
     static void gatewayDisconnected();
@@ -187,7 +187,7 @@ private:
     static void readConsoleUser();
     static void leaveLoginWindow();
     static void leaveDesktop();
-    static void leaveNotices();
+    static void withdrawNotifications();
     void startClient();
     void makeWindows();
     void connectTimers();
@@ -207,8 +207,8 @@ private:
 
     const ClientConnection::CheckMessage m_checkMessage;
     std::latch m_canHandle{1};
-    MemoryFile m_kept;                    // until the list of what happened has it
-    std::shared_ptr<Credentials> m_check; // whose result is waited for
+    MemoryFile m_kept;                    // until the list of what happened takes it
+    std::shared_ptr<Credentials> m_check; // the credentials that are being checked
     QTimer m_restartWait;                 // after new settings
     bool m_opensSettingsAfterRestartWait = false;
     QPointer<QMenu> MainMenu; // the application's own menu; this desktop's have none

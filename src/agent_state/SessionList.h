@@ -7,7 +7,7 @@
 #include <QList>
 #include <QObject>
 
-// The sessions that are open, and the one that changes them. Main thread.
+// The list of the open sessions; nothing else changes it. Main thread.
 class SessionList : public QObject {
     Q_OBJECT
 
@@ -39,17 +39,18 @@ Q_SIGNALS:
     void removed(qint64 session);
     // What has happened. When a list replaces another, only sessions that differ begin or end.
     void began(const SessionInfo& session);
-    void ranBefore(const SessionInfo& session); // instead: it began before this agent
+    void ranBefore(const SessionInfo& session); // not began(): it is older than this agent
     void hasNotEnded(const SessionInfo& session);
     void ended(const SessionInfo& session);
-    void reported(); // the whole list, for the first time, after what differs was told
+    // The service has reported the whole list for the first time. Emitted after the signals above.
+    void reported();
     void endForgotten(qint64 session);
 
 private:
     struct ExpectedEnd {
         QElapsedTimer since;
-        bool isTold = false; // the end; then its failure
-        bool hasFailed = false;
+        bool isTold = false;    // ended() was emitted
+        bool hasFailed = false; // hasNotEnded() was emitted
     };
 
     [[nodiscard]] bool isOlder(const SessionInfo& session) const;
@@ -57,7 +58,7 @@ private:
     void tellEnded(const SessionInfo& session);
 
     const double m_start = sessionDateNow();
-    bool m_hasReport = false; // of the whole list
+    bool m_hasReport = false; // reported() was emitted
     QList<SessionInfo> m_sessions;
     QHash<qint64, ExpectedEnd> m_expectedEnds;
 };

@@ -174,7 +174,7 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
         transcript.appendHeader(sender, left);
     }
     transcript.appendBody(message, left, color);
-    // Not for the user's own lines: who has just written one is here.
+    // Not for the user's own lines: somebody who has just written one is here.
     if (left) {
         const QString shown = ShownText::shown(message.left(kMostSaid));
         Announcements::say(sender.isEmpty() ? shown : ShownText::line(sender) + u": "_s + shown);

@@ -26,7 +26,7 @@
 
 using namespace Qt::StringLiterals;
 
-using Run = int (*)(const Terminal& terminal, const Invocation& asked);
+using Run = int (*)(const Terminal& terminal, const Invocation& invocation);
 
 // An option of the command line.
 struct Option {
@@ -63,23 +63,23 @@ void printSession(const Terminal& terminal, const QJsonObject& session)
                   QLocale::system().toString(began.toLocalTime(), QLocale::ShortFormat)});
 }
 
-// What the running agent has replied; empty where none answers.
-QJsonObject objectOf(const QByteArray& answer)
+// What the running agent has replied; empty where none replies.
+QJsonObject objectOf(const QByteArray& reply)
 {
-    return Json::read(answer).object.value_or(QJsonObject());
+    return Json::read(reply).object.value_or(QJsonObject());
 }
 
-int printStatus(const Terminal& terminal, const Invocation& asked)
+int printStatus(const Terminal& terminal, const Invocation& invocation)
 {
-    const QByteArray answer = RunningAgent::status();
-    const QJsonObject status = objectOf(answer);
+    const QByteArray reply = RunningAgent::status();
+    const QJsonObject status = objectOf(reply);
     const bool isRunning = status["running"_L1].toBool();
-    if (asked.isJson) {
-        Terminal::print(isRunning ? QString::fromUtf8(answer) : u"{\"running\":false}"_s);
+    if (invocation.isJson) {
+        Terminal::print(isRunning ? QString::fromUtf8(reply) : u"{\"running\":false}"_s);
         return isRunning ? Terminal::Done : Terminal::Failed;
     }
     if (!isRunning) {
-        return terminal.complain("status.notRunning"_L1);
+        return terminal.printError("status.notRunning"_L1);
     }
     terminal.say(status["linked"_L1].toBool() ? "status.linked"_L1 : "status.notLinked"_L1,
                  {status["gateway"_L1].toString()});
@@ -90,15 +90,15 @@ int printStatus(const Terminal& terminal, const Invocation& asked)
     return sessions.isEmpty() ? terminal.say("status.noSession"_L1) : Terminal::Done;
 }
 
-int printHistory(const Terminal& terminal, const Invocation& asked)
+int printHistory(const Terminal& terminal, const Invocation& invocation)
 {
-    const QByteArray answer = RunningAgent::history();
-    const QJsonObject history = objectOf(answer);
+    const QByteArray reply = RunningAgent::history();
+    const QJsonObject history = objectOf(reply);
     if (history.isEmpty()) {
-        return terminal.complain("status.notRunning"_L1);
+        return terminal.printError("status.notRunning"_L1);
     }
-    if (asked.isJson) {
-        Terminal::print(QString::fromUtf8(answer));
+    if (invocation.isJson) {
+        Terminal::print(QString::fromUtf8(reply));
         return Terminal::Done;
     }
     const auto labels = labelsOf(languageFor(preferredLanguages())).value_or(englishFallback());
@@ -120,21 +120,21 @@ int printHistory(const Terminal& terminal, const Invocation& asked)
     return Terminal::Done;
 }
 
-int endSession(const Terminal& terminal, const Invocation& asked)
+int endSession(const Terminal& terminal, const Invocation& invocation)
 {
-    const QString& number = asked.value;
+    const QString& number = invocation.value;
     bool isNumber = false;
     const qint64 session = number.toLongLong(&isNumber);
     if (!isNumber) {
-        return terminal.complain("usage.wrongUse"_L1, {u"--end-session "_s + number, kProgram},
-                                 Terminal::WrongUse);
+        return terminal.printError("usage.wrongUse"_L1, {u"--end-session "_s + number, kProgram},
+                                   Terminal::WrongUse);
     }
     const auto isEnded = RunningAgent::endSession(session);
     if (!isEnded) {
-        return terminal.complain("status.notRunning"_L1);
+        return terminal.printError("status.notRunning"_L1);
     }
     return *isEnded ? terminal.say("end.done"_L1, {number})
-                    : terminal.complain("end.unknown"_L1, {number});
+                    : terminal.printError("end.unknown"_L1, {number});
 }
 
 QSet<qint64> sessionsIn(const QJsonObject& status)
@@ -151,7 +151,7 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
 {
     const QJsonObject status = objectOf(RunningAgent::status());
     if (status.isEmpty()) {
-        return terminal.complain("status.notRunning"_L1);
+        return terminal.printError("status.notRunning"_L1);
     }
     const QSet<qint64> sessions = sessionsIn(status);
     bool isSilent = false;
@@ -165,16 +165,16 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     if (sessions.isEmpty()) {
         return terminal.say("status.noSession"_L1);
     }
-    // The service lists again what it has not ended.
+    // By then the service has reported a session again that it has not ended.
     constexpr std::chrono::seconds kUntilReported(5);
     std::this_thread::sleep_for(kUntilReported);
     const QJsonObject later = objectOf(RunningAgent::status());
     const QSet<qint64> again = sessionsIn(later) & sessions;
     for (const qint64 session : again) {
-        terminal.complain("end.again"_L1, {QString::number(session)});
+        terminal.printError("end.again"_L1, {QString::number(session)});
     }
     if (isSilent || later.isEmpty()) {
-        return terminal.complain("status.notRunning"_L1);
+        return terminal.printError("status.notRunning"_L1);
     }
     return again.isEmpty() ? Terminal::Done : Terminal::Failed;
 }
@@ -229,7 +229,7 @@ QString optionName(const QString& argument)
     return argument.section(u'=', 0, 0);
 }
 
-// Words that are no option belong to the agent ("port=N") or to nobody, and are no fault.
+// Words that are no option belong to the agent ("port=N") or to nobody, and are no error.
 Invocation invocationOf(const QStringList& arguments)
 {
     QCommandLineParser parser;
@@ -240,12 +240,12 @@ Invocation invocationOf(const QStringList& arguments)
     parser.addOption(QCommandLineOption(u"kept"_s));
     addToolkitOptions(parser);
 
-    Invocation asked;
-    asked.arguments = arguments;
-    const auto wrong = [&](const QString& option, QLatin1StringView fault) {
-        asked.fault = fault;
-        asked.value = option;
-        return asked;
+    Invocation invocation;
+    invocation.arguments = arguments;
+    const auto invalid = [&](const QString& option, QLatin1StringView error) {
+        invocation.error = error;
+        invocation.value = option;
+        return invocation;
     };
     if (!parser.parse(QStringList(QString()) + arguments)) {
         const QStringList unknown = parser.unknownOptionNames();
@@ -255,47 +255,49 @@ Invocation invocationOf(const QStringList& arguments)
         };
         // The last one where a value is missing.
         const auto at = std::find_if(arguments.crbegin(), arguments.crend(), isOption);
-        return wrong(at == arguments.crend() ? QString() : optionName(*at),
-                     unknown.isEmpty() ? "usage.wrongUse"_L1 : "usage.unknownOption"_L1);
+        return invalid(at == arguments.crend() ? QString() : optionName(*at),
+                       unknown.isEmpty() ? "usage.wrongUse"_L1 : "usage.unknownOption"_L1);
     }
-    asked.isJson = parser.isSet(u"json"_s);
-    asked.isKept = parser.isSet(u"kept"_s);
-    asked.region = parser.value(u"region"_s);
+    invocation.isJson = parser.isSet(u"json"_s);
+    invocation.isKept = parser.isSet(u"kept"_s);
+    invocation.region = parser.value(u"region"_s);
     for (const Option& option : kOptions) {
         if (option.run == nullptr || !parser.isSet(QString(option.name))) {
             continue;
         }
-        if (asked.command != nullptr) {
-            return wrong(u"--"_s + option.name, "usage.wrongUse"_L1);
+        if (invocation.command != nullptr) {
+            return invalid(u"--"_s + option.name, "usage.wrongUse"_L1);
         }
-        asked.command = &option;
-        asked.value = option.value.isEmpty() ? QString() : parser.value(QString(option.name));
+        invocation.command = &option;
+        invocation.value = option.value.isEmpty() ? QString() : parser.value(QString(option.name));
     }
-    const QLatin1StringView command = asked.command != nullptr ? asked.command->name : ""_L1;
+    const QLatin1StringView command =
+        invocation.command != nullptr ? invocation.command->name : ""_L1;
     for (const Option& option : kOptions) {
         if (option.run == nullptr && parser.isSet(QString(option.name)) &&
             !QString(option.commands).split(u' ').contains(command)) {
-            return wrong(u"--"_s + option.name, "usage.wrongUse"_L1);
+            return invalid(u"--"_s + option.name, "usage.wrongUse"_L1);
         }
     }
-    return asked;
+    return invocation;
 }
 
 } // namespace
 
 std::optional<int> CommandLine::run(const QStringList& arguments)
 {
-    const Invocation asked = invocationOf(arguments);
-    if (!asked.fault.isEmpty()) {
-        return Terminal().complain(asked.fault, {asked.value, kProgram}, Terminal::WrongUse);
+    const Invocation invocation = invocationOf(arguments);
+    if (!invocation.error.isEmpty()) {
+        return Terminal().printError(invocation.error, {invocation.value, kProgram},
+                                     Terminal::WrongUse);
     }
-    if (asked.command != nullptr) {
-        const int status = asked.command->run(Terminal(), asked);
+    if (invocation.command != nullptr) {
+        const int status = invocation.command->run(Terminal(), invocation);
         return status == Terminal::Done && !Terminal::isWritten() ? Terminal::Failed : status;
     }
     const QString invalid = PortArgument::of(arguments).invalid;
     if (!invalid.isEmpty()) {
-        Terminal().complain("usage.badPort"_L1, {invalid});
+        Terminal().printError("usage.badPort"_L1, {invalid});
     }
     return std::nullopt;
 }
@@ -309,10 +311,10 @@ int CommandLine::showRunningAgent(const QStringList& arguments)
     const auto running = RunningAgent::present();
     const auto port = PortArgument::of(arguments).port;
     if (!running) {
-        terminal.complain("start.noAnswer"_L1);
+        terminal.printError("start.noAnswer"_L1);
     } else if (port && *port != *running) {
-        terminal.complain("start.otherPort"_L1,
-                          {QString::number(*running), QString::number(*port)});
+        terminal.printError("start.otherPort"_L1,
+                            {QString::number(*running), QString::number(*port)});
     } else {
         terminal.say("start.alreadyRuns"_L1);
     }
@@ -321,5 +323,5 @@ int CommandLine::showRunningAgent(const QStringList& arguments)
 
 void CommandLine::sayNoDisplay(const QString& reason)
 {
-    Terminal().complain("start.noDisplay"_L1, {reason});
+    Terminal().printError("start.noDisplay"_L1, {reason});
 }

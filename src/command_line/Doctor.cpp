@@ -15,7 +15,6 @@
 #include "settings/ServiceAccounts.h"
 #include "settings/ServicePort.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -34,7 +33,7 @@ constexpr qsizetype kLargestFile = 1024 * 1024;
 // A command for a remedy, as this account must type it.
 QString asRoot(const QString& command)
 {
-    return Account::number() == 0 ? command : u"sudo "_s + command;
+    return Account::uid() == 0 ? command : u"sudo "_s + command;
 }
 
 QString asRoot(const QString& start, const QString& path)
@@ -60,9 +59,9 @@ bool checkFolder(Doctor& doctor, const QString& path, const FileFacts& facts, bo
 {
     const QString command = asRoot(make, path);
     if (facts.kind != Kind::Folder) {
-        doctor.wrong("doctor.folderMissing"_L1, {path, command});
+        doctor.warn("doctor.folderMissing"_L1, {path, command});
     } else if (!isAsWanted) {
-        doctor.wrong("doctor.folderMode"_L1, {path, ownersAndMode(path, facts), wanted, command});
+        doctor.warn("doctor.folderMode"_L1, {path, ownersAndMode(path, facts), wanted, command});
     }
     return facts.kind == Kind::Folder && isAsWanted;
 }
@@ -72,9 +71,9 @@ bool checkReadable(Doctor& doctor, const QString& path, const FileFacts& facts)
 {
     const bool isOrdinary = facts.kind == Kind::Regular && !facts.hasOtherNames;
     if (!isOrdinary) {
-        doctor.wrong("doctor.notOrdinary"_L1, {path, asRoot(u"rm -r"_s, path)});
+        doctor.warn("doctor.notOrdinary"_L1, {path, asRoot(u"rm -r"_s, path)});
     } else if (!facts.isReadable) {
-        doctor.wrong("doctor.unreadable"_L1, {path, asRoot(u"chmod a+r"_s, path)});
+        doctor.warn("doctor.unreadable"_L1, {path, asRoot(u"chmod a+r"_s, path)});
     }
     return isOrdinary && facts.isReadable;
 }
@@ -121,11 +120,10 @@ QStringList wrongKeys(const QVariantMap& dictionary, const QString& path)
             dictionary.value(u"platform"_s).toString())) {
         keys.append(u"platform"_s);
     }
-    using Complaint = SettingsRules::Complaint;
     const auto settings = readBackendSettings(path).settings.value_or(BackendSettings());
-    const Complaint complaint = SettingsRules::complaint(settings);
-    if (complaint != Complaint::None) {
-        keys.append(complaint == Complaint::AccountId ? u"accountID"_s : u"sessionCode"_s);
+    if (const auto invalid = settings.invalidEntry()) {
+        const bool isAccount = invalid == BackendSettings::Entry::AccountId;
+        keys.append(isAccount ? u"accountID"_s : u"sessionCode"_s);
     }
     return keys;
 }
@@ -135,10 +133,10 @@ void checkSettings(Doctor& doctor)
     const QString path = backendSettingsPath();
     const FileFacts facts = FileFacts::of(path);
     if (facts.kind == Kind::Hidden) {
-        return; // the folder is at fault
+        return; // the folder is the problem
     }
     if (facts.kind == Kind::Missing) {
-        doctor.wrong("doctor.notEnrolled"_L1, {enrol()});
+        doctor.warn("doctor.notEnrolled"_L1, {enrol()});
         return;
     }
     if (!checkReadable(doctor, path, facts)) {
@@ -146,15 +144,15 @@ void checkSettings(Doctor& doctor)
     }
     constexpr unsigned int kWritableForOthers = 022;
     if (facts.owner != 0 || (facts.mode & kWritableForOthers) != 0) {
-        doctor.wrong("doctor.settingsOwner"_L1, {path, ownersAndMode(path, facts), enrol()});
+        doctor.warn("doctor.settingsOwner"_L1, {path, ownersAndMode(path, facts), enrol()});
     }
     const auto dictionary = PropertyList::readDictionary(path);
     if (!dictionary) {
-        doctor.wrong("doctor.settingsDamaged"_L1, {path, enrol()});
+        doctor.warn("doctor.settingsDamaged"_L1, {path, enrol()});
         return;
     }
     for (const QString& key : wrongKeys(*dictionary, path)) {
-        doctor.wrong("doctor.settingsKey"_L1, {key, path, enrol()});
+        doctor.warn("doctor.settingsKey"_L1, {key, path, enrol()});
     }
 }
 
@@ -164,7 +162,7 @@ void checkAllowedSettings(Doctor& doctor)
     const FileFacts facts = FileFacts::of(path);
     if (isThere(facts) && checkReadable(doctor, path, facts) &&
         !allowedSettingsFrom(RegularFile::read(path, kLargestFile).bytes)) {
-        doctor.wrong("doctor.allowedDamaged"_L1, {path});
+        doctor.warn("doctor.allowedDamaged"_L1, {path});
     }
 }
 
@@ -176,7 +174,7 @@ void checkLogs(Doctor& doctor)
                     u"install -d -m 1777"_s) &&
         !facts.isWritable) {
         const QString mount = asRoot(u"mount -o remount,rw"_s, QStorageInfo(folder).rootPath());
-        doctor.wrong("doctor.notWritable"_L1, {folder, mount});
+        doctor.warn("doctor.notWritable"_L1, {folder, mount});
     }
     for (const QString& name : {u"/vantoryAgent.stdout"_s, u"/vantoryAgent.stderr"_s}) {
         const QString path = folder + name;
@@ -184,9 +182,9 @@ void checkLogs(Doctor& doctor)
         if (isThere(file) &&
             (file.kind != Kind::Regular || file.hasOtherNames || (file.mode & 0666) != 0666)) {
             // -T: another account may have made a link to a directory there.
-            doctor.wrong("doctor.notALog"_L1,
-                         {path, asRoot(Doctor::command(u"mv -T"_s, path), path + u".old"_s) +
-                                    u"; "_s + asRoot(u"install -T -m 666 /dev/null"_s, path)});
+            doctor.warn("doctor.notALog"_L1,
+                        {path, asRoot(Doctor::command(u"mv -T"_s, path), path + u".old"_s) +
+                                   u"; "_s + asRoot(u"install -T -m 666 /dev/null"_s, path)});
         }
     }
 }
@@ -196,24 +194,24 @@ void checkService(Doctor& doctor, const QStringList& arguments, const OemOptions
 {
     const QString invalid = PortArgument::of(arguments).invalid;
     if (!invalid.isEmpty()) {
-        doctor.wrong("usage.badPort"_L1, {invalid});
+        doctor.warn("usage.badPort"_L1, {invalid});
     }
     const ServiceAccounts accounts(options);
     for (const QString& name : accounts.unknown()) {
-        doctor.wrong("doctor.unknownAccount"_L1, {name});
+        doctor.warn("doctor.unknownAccount"_L1, {name});
     }
     const quint16 port = servicePort(arguments, options);
     const auto owners = SocketOwners::listenersAt(port);
     if (!owners) {
-        doctor.wrong("doctor.unknownOwner"_L1, {asRoot(u"modprobe tcp_diag"_s)});
+        doctor.warn("doctor.unknownOwner"_L1, {asRoot(u"modprobe tcp_diag"_s)});
         return;
     }
     if (owners->isEmpty()) {
-        doctor.wrong("doctor.nobodyListens"_L1, {QString::number(port)});
+        doctor.warn("doctor.nobodyListens"_L1, {QString::number(port)});
     }
     for (const quint32 owner : *owners) {
         if (!accounts.contain(owner)) {
-            doctor.wrong("doctor.untrusted"_L1, {Account::loginName(owner), QString::number(port)});
+            doctor.warn("doctor.untrusted"_L1, {Account::loginName(owner), QString::number(port)});
         }
     }
 }
@@ -227,23 +225,23 @@ void checkInstallation(Doctor& doctor, const OemOptions& options)
         return MainBundle::infoText(key).has_value();
     });
     if (!hasInfo) {
-        doctor.wrong("doctor.resource"_L1, {MainBundle::path() + u"/Info.plist"_s});
+        doctor.warn("doctor.resource"_L1, {MainBundle::path() + u"/Info.plist"_s});
     }
     if (!isLanguageDocumentWhole()) {
-        doctor.wrong("doctor.resource"_L1, {MainBundle::path() + u"/Resources/translate.json"_s});
+        doctor.warn("doctor.resource"_L1, {MainBundle::path() + u"/Resources/translate.json"_s});
     }
-    for (const auto& complaint : options.complaints()) {
-        if (complaint.key.isEmpty()) {
-            doctor.wrong("doctor.options"_L1, {complaint.file});
+    for (const auto& warning : options.warnings()) {
+        if (warning.key.isEmpty()) {
+            doctor.warn("doctor.options"_L1, {warning.file});
         } else {
-            doctor.wrong("doctor.option"_L1, {complaint.key, complaint.file});
+            doctor.warn("doctor.option"_L1, {warning.key, warning.file});
         }
     }
 }
 
 } // namespace
 
-int Doctor::examine(const Terminal& terminal, const Invocation& asked)
+int Doctor::examine(const Terminal& terminal, const Invocation& invocation)
 {
     Doctor doctor{terminal};
     if (!terminal.hasTexts()) { // then the other lines have only their keys
@@ -258,7 +256,7 @@ int Doctor::examine(const Terminal& terminal, const Invocation& asked)
     checkSettings(doctor);
     checkAllowedSettings(doctor);
     checkLogs(doctor);
-    checkService(doctor, asked.arguments, options);
+    checkService(doctor, invocation.arguments, options);
     doctor.examineDesktop();
     return doctor.isFine ? terminal.say("doctor.fine"_L1) : Terminal::Failed;
 }
@@ -272,7 +270,7 @@ QString Doctor::command(const QString& start, QString path)
     return start + u' ' + path;
 }
 
-void Doctor::wrong(QLatin1StringView key, const QStringList& values)
+void Doctor::warn(QLatin1StringView key, const QStringList& values)
 {
     isFine = false;
     terminal.say(key, values);

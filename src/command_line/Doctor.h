@@ -8,10 +8,10 @@ struct Invocation;
 // and in the desktop session that the environment names. Changes nothing and writes no log.
 struct Doctor {
     // Prints a line for each cause, with its remedy, or one that nothing was found. Returns the
-    // exit status: 1 where something is wrong. Of the arguments "port=N" says
-    // where the service is expected. Takes at most four seconds where display and buses hang.
-    // Before any other thread exists.
-    [[nodiscard]] static int examine(const Terminal& terminal, const Invocation& asked);
+    // exit status: 1 where something is wrong. Of the arguments, "port=N" says where the service is
+    // expected. Takes at most four seconds where display and buses hang. Before any other thread
+    // exists.
+    [[nodiscard]] static int examine(const Terminal& terminal, const Invocation& invocation);
 
     // Where root asks outside of any desktop (over SSH, from configuration management) nothing of
     // this is wrong, and one line says that it was not looked at.
@@ -21,7 +21,7 @@ struct Doctor {
     [[nodiscard]] static QString command(const QString& start, QString path);
 
     // Prints a line about something that is wrong.
-    void wrong(QLatin1StringView key, const QStringList& values = {});
+    void warn(QLatin1StringView key, const QStringList& values = {});
 
     const Terminal& terminal;
     bool isFine = true;

@@ -38,34 +38,34 @@ const QLatin1StringView kBare[] = {"sway"_L1, "Hyprland"_L1, "river"_L1,  "wlroo
                                    "niri"_L1, "i3"_L1,       "labwc"_L1,  "Wayfire"_L1,
                                    "dwl"_L1,  "bspwm"_L1,    "Openbox"_L1};
 
-void complainOfPanel(Doctor& doctor, const QStringList& desktopNames)
+void warnOfPanel(Doctor& doctor, const QStringList& desktopNames)
 {
     const auto isDesktop = [&](QLatin1StringView name) {
         return desktopNames.contains(name, Qt::CaseInsensitive);
     };
     for (const auto& [desktop, part] : kPanelParts) { // before GNOME, whose name some add
         if (isDesktop(desktop)) {
-            doctor.wrong("doctor.noPanelPart"_L1, {part, desktop});
+            doctor.warn("doctor.noPanelPart"_L1, {part, desktop});
             return;
         }
     }
     if (isDesktop("GNOME"_L1)) {
-        doctor.wrong("doctor.noPanelGnome"_L1, {u"gnome-shell-extension-appindicator"_s});
+        doctor.warn("doctor.noPanelGnome"_L1, {u"gnome-shell-extension-appindicator"_s});
     } else if (std::any_of(std::begin(kBare), std::end(kBare), isDesktop)) {
-        doctor.wrong("doctor.noPanelBar"_L1);
+        doctor.warn("doctor.noPanelBar"_L1);
     } else {
-        doctor.wrong("doctor.noPanel"_L1);
+        doctor.warn("doctor.noPanel"_L1);
     }
 }
 
 void checkDisplay(Doctor& doctor, const DesktopFacts& facts)
 {
     if (facts.display == Display::NotNamed) {
-        doctor.wrong("doctor.noDisplay"_L1);
+        doctor.warn("doctor.noDisplay"_L1);
     } else if (facts.display == Display::Unreachable) {
-        doctor.wrong("doctor.displayUnreachable"_L1, {facts.displayName});
+        doctor.warn("doctor.displayUnreachable"_L1, {facts.displayName});
     } else if (facts.display == Display::Unsupported) {
-        doctor.wrong("doctor.noWaylandPart"_L1, {u"qt6-wayland"_s});
+        doctor.warn("doctor.noWaylandPart"_L1, {u"qt6-wayland"_s});
     }
 }
 
@@ -73,14 +73,14 @@ void checkDisplay(Doctor& doctor, const DesktopFacts& facts)
 void checkBus(Doctor& doctor, const DesktopFacts& facts)
 {
     if (!facts.hasBus) {
-        doctor.wrong("doctor.noBus"_L1, {u"dbus-user-session"_s});
+        doctor.warn("doctor.noBus"_L1, {u"dbus-user-session"_s});
         return;
     }
     if (!facts.showsStatusIcons) {
-        complainOfPanel(doctor, facts.desktopNames);
+        warnOfPanel(doctor, facts.desktopNames);
     }
     if (!facts.showsNotifications) {
-        doctor.wrong("doctor.noNotifications"_L1);
+        doctor.warn("doctor.noNotifications"_L1);
     }
 }
 
@@ -88,13 +88,13 @@ void checkLogind(Doctor& doctor, const DesktopFacts& facts)
 {
     const auto screen = ConsoleSession::screen();
     if (screen == ConsoleSession::Screen::Unknown) {
-        doctor.wrong("doctor.noLogind"_L1);
+        doctor.warn("doctor.noLogind"_L1);
     } else if (screen == ConsoleSession::Screen::NoSession) {
-        doctor.wrong("doctor.noSession"_L1, {u"libpam-systemd"_s});
+        doctor.warn("doctor.noSession"_L1, {u"libpam-systemd"_s});
     } else if (facts.desktopNames.contains("XFCE"_L1) &&
                screen ==
                    ConsoleSession::Screen::Unlocked) { // its lockers don't call SetLockedHint()
-        doctor.wrong("doctor.noLockedHint"_L1, {u"XFCE"_s, u"xss-lock"_s});
+        doctor.warn("doctor.noLockedHint"_L1, {u"XFCE"_s, u"xss-lock"_s});
     }
 }
 
@@ -117,13 +117,13 @@ void checkAutostart(Doctor& doctor)
                         u"/autostart/"_s + name;
     const bool hasOwn = FileFacts::of(own).kind == FileFacts::Kind::Regular;
     if (isSwitchedOff(own)) {
-        doctor.wrong("doctor.autostartOff"_L1, {own, Doctor::command(u"rm"_s, own)});
+        doctor.warn("doctor.autostartOff"_L1, {own, Doctor::command(u"rm"_s, own)});
     } else if (!hasOwn && FileFacts::of(system).kind != FileFacts::Kind::Regular) {
-        doctor.wrong("doctor.autostartMissing"_L1, {system});
+        doctor.warn("doctor.autostartMissing"_L1, {system});
     } else if (!hasOwn && isSwitchedOff(system)) { // where the service starts the agent
         doctor.terminal.say("doctor.autostartOffForAll"_L1, {system});
-    } else if (Account::number() != 0 && !SessionLock::isTaken(DisplayConnection::keeperLock())) {
-        doctor.wrong("doctor.keeperIsMissing"_L1);
+    } else if (Account::uid() != 0 && !SessionLock::isTaken(DisplayConnection::keeperLock())) {
+        doctor.warn("doctor.keeperIsMissing"_L1);
     } else {
         doctor.terminal.say("doctor.agentIsMissing"_L1);
     }
@@ -132,11 +132,11 @@ void checkAutostart(Doctor& doctor)
 void checkAgent(Doctor& doctor, const DesktopFacts& facts)
 {
     const auto presence = RunningAgent::presence();
-    if (presence == RunningAgent::Presence::Answers) {
+    if (presence == RunningAgent::Presence::Responding) {
         doctor.terminal.say("doctor.agentRuns"_L1);
     } else if (presence == RunningAgent::Presence::Silent) {
-        doctor.wrong("doctor.agentIsSilent"_L1);
-    } else if (facts.hasBus) { // else it may be known to a bus that does not answer
+        doctor.warn("doctor.agentIsSilent"_L1);
+    } else if (facts.hasBus) { // else it may be known to a bus that does not respond
         checkAutostart(doctor);
     }
 }
@@ -147,7 +147,7 @@ void Doctor::examineDesktop()
 {
     const DesktopFacts facts = DesktopFacts::gather();
     const bool isDesktop = facts.display != Display::NotNamed && facts.isBusNamed;
-    if (!isDesktop && Account::number() == 0) {
+    if (!isDesktop && Account::uid() == 0) {
         terminal.say("doctor.noDesktop"_L1);
         return;
     }

@@ -3,11 +3,10 @@
 #include "command_line/Invocation.h"
 #include "command_line/Terminal.h"
 #include "platform/accounts/Account.h"
+#include "platform/files/AtomicFile.h"
 #include "platform/files/FileFacts.h"
-#include "platform/files/WholeFile.h"
 #include "settings/AllowedSettings.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 
 #include <QStringList>
 
@@ -24,14 +23,14 @@ constexpr unsigned int kMode = 0644;
 std::optional<BackendSettings> settingsOf(const QString& entry)
 {
     for (const auto& settings : {BackendSettings{false, entry, {}, {}}, {true, {}, entry, {}}}) {
-        if (SettingsRules::complaint(settings) == SettingsRules::Complaint::None) {
+        if (!settings.invalidEntry()) {
             return settings;
         }
     }
     return std::nullopt;
 }
 
-// How the settings file names a region; none where there is no such one.
+// How the settings file names a region; none for an unknown region.
 std::optional<QString> regionOf(const QString& name)
 {
     if (name.isEmpty() || name == "production"_L1) {
@@ -44,7 +43,7 @@ std::optional<QString> regionOf(const QString& name)
 bool succeeded(const Terminal& terminal, const QString& path, const std::optional<QString>& error)
 {
     if (error) {
-        terminal.complain("enrol.failed"_L1, {path, *error});
+        terminal.printError("enrol.failed"_L1, {path, *error});
     }
     return !error;
 }
@@ -65,24 +64,24 @@ QStringList accountFiles()
 
 bool remove(const Terminal& terminal, const QString& path)
 {
-    return succeeded(terminal, path, WholeFile::remove(path));
+    return succeeded(terminal, path, AtomicFile::remove(path));
 }
 
 } // namespace
 
-int Enrolling::enrol(const Terminal& terminal, const Invocation& asked)
+int Enrolling::enrol(const Terminal& terminal, const Invocation& invocation)
 {
-    auto settings = settingsOf(asked.value);
+    auto settings = settingsOf(invocation.value);
     if (!settings) {
-        return terminal.complain("enrol.badEntry"_L1, {asked.value}, Terminal::WrongUse);
+        return terminal.printError("enrol.badEntry"_L1, {invocation.value}, Terminal::WrongUse);
     }
-    const auto platform = regionOf(asked.region);
+    const auto platform = regionOf(invocation.region);
     if (!platform) {
-        return terminal.complain("enrol.badRegion"_L1, {asked.region}, Terminal::WrongUse);
+        return terminal.printError("enrol.badRegion"_L1, {invocation.region}, Terminal::WrongUse);
     }
     settings->platform = *platform;
-    if (Account::number() != 0) {
-        return terminal.complain("enrol.onlyRoot"_L1);
+    if (Account::uid() != 0) {
+        return terminal.printError("enrol.onlyRoot"_L1);
     }
     const QString path = backendSettingsPath();
     if (isAsWritten(path) && readBackendSettings(path).settings == settings) {
@@ -93,14 +92,14 @@ int Enrolling::enrol(const Terminal& terminal, const Invocation& asked)
     const QStringList old = accountFiles();
     const bool isDone = std::all_of(old.cbegin(), old.cend(),
                                     [&](const QString& file) { return remove(terminal, file); }) &&
-                        succeeded(terminal, path, WholeFile::write(path, bytes, kMode));
+                        succeeded(terminal, path, AtomicFile::write(path, bytes, kMode));
     return isDone ? terminal.say("enrol.done"_L1) : Terminal::Failed;
 }
 
 int Enrolling::unenrol(const Terminal& terminal, const Invocation&)
 {
-    if (Account::number() != 0) {
-        return terminal.complain("enrol.onlyRoot"_L1);
+    if (Account::uid() != 0) {
+        return terminal.printError("enrol.onlyRoot"_L1);
     }
     bool isDone = true;
     bool wasEnrolled = false;

@@ -9,9 +9,9 @@ struct Option;
 struct Invocation {
     QStringList arguments;           // without the program's name
     const Option* command = nullptr; // none: the agent itself
-    QString value;                   // the command's, or the option at fault
+    QString value;                   // the command's, or the invalid option
     QString region;                  // as typed; empty for the usual one
     bool isJson = false;
     bool isKept = false;     // started by the keeper: a second agent ends without a word
-    QLatin1StringView fault; // the text's key, where the command line is wrong
+    QLatin1StringView error; // its text's key, where the command line is invalid
 };

@@ -39,8 +39,8 @@ Terminal::Status Terminal::say(QLatin1StringView key, const QStringList& values)
     return Done;
 }
 
-Terminal::Status Terminal::complain(QLatin1StringView key, const QStringList& values,
-                                    Status status) const
+Terminal::Status Terminal::printError(QLatin1StringView key, const QStringList& values,
+                                      Status status) const
 {
     write(stderr, u"vantoryAgent: "_s + text(key, values));
     return status;

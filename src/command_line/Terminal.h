@@ -23,8 +23,8 @@ public:
     // terminal.
     Status say(QLatin1StringView key, const QStringList& values = {}) const;
     // Likewise to standard error, after the program's name. Returns the status.
-    Status complain(QLatin1StringView key, const QStringList& values = {},
-                    Status status = Failed) const;
+    Status printError(QLatin1StringView key, const QStringList& values = {},
+                      Status status = Failed) const;
 
     [[nodiscard]] QString text(QLatin1StringView key, const QStringList& values = {}) const;
     static void print(const QString& line);

@@ -1,6 +1,6 @@
 #include "keeper/Keeper.h"
 
-#include "platform/display/DisplayPatience.h"
+#include "platform/display/DisplayTimeout.h"
 #include "platform/files/MainBundle.h"
 #include "platform/files/SessionLock.h"
 #include "platform/network/SocketOwners.h"
@@ -56,8 +56,8 @@ bool endedWith(const ChildProcess::Result& result, int status)
     return result.status == status && !result.isSignal;
 }
 
-// Empty where there is nothing to complain of.
-QString complaintOf(const ChildProcess::Result& result)
+// Empty where the agent has only ended.
+QString errorOf(const ChildProcess::Result& result)
 {
     if (!result.status) {
         return u"cannot start the agent: "_s + result.error;
@@ -103,7 +103,7 @@ void Keeper::run()
     };
     {
         // Longer than open() tries it: only for a library that does not return.
-        const DisplayPatience patience(m_intervals.forDisplay + std::chrono::seconds(1), giveUp);
+        const DisplayTimeout timeout(m_intervals.forDisplay + std::chrono::seconds(1), giveUp);
         if (!m_display.open(m_intervals.forDisplay)) {
             giveUp();
         }
@@ -129,7 +129,7 @@ int Keeper::keep()
         if (isRemoved()) {
             return 0;
         }
-        report(result);
+        sayError(result);
         if (endedWith(result, kArgumentsRefused)) {
             return kArgumentsRefused;
         }
@@ -148,7 +148,7 @@ std::chrono::milliseconds Keeper::waitAfter(const ChildProcess::Result& result,
     if (endedWith(result, kAnotherRuns)) {
         return m_intervals.besideAnother;
     }
-    // Also in order: a service that takes one agent at a time turns the others away so.
+    // An orderly end counts, too: so a service that takes one agent at a time refuses the others.
     const bool hadNoLink =
         (endedWith(result, kFailed) || endedWith(result, 0)) && lasted < m_intervals.untilLink;
     m_wait =
@@ -185,12 +185,12 @@ bool Keeper::awaitService()
     }
 }
 
-// Says what is wrong when it begins, not each time.
-void Keeper::report(const ChildProcess::Result& result)
+// Says an error when it first occurs, not each time.
+void Keeper::sayError(const ChildProcess::Result& result)
 {
-    const QString complaint = complaintOf(result);
-    if (!complaint.isEmpty() && complaint != m_lastComplaint) {
-        say(complaint);
+    const QString error = errorOf(result);
+    if (!error.isEmpty() && error != m_lastError) {
+        say(error);
     }
-    m_lastComplaint = complaint;
+    m_lastError = error;
 }

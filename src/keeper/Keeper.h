@@ -50,12 +50,12 @@ private:
     [[nodiscard]] bool awaitService();
     [[nodiscard]] std::chrono::milliseconds waitAfter(const ChildProcess::Result& result,
                                                       std::chrono::milliseconds lasted);
-    void report(const ChildProcess::Result& result);
+    void sayError(const ChildProcess::Result& result);
 
     const QStringList m_arguments;
     const Intervals m_intervals;
     DisplayConnection m_display;
     const MemoryFile m_kept = MemoryFile::make(); // what an agent leaves to the next one
-    QString m_lastComplaint;
+    QString m_lastError;
     std::chrono::milliseconds m_wait = m_intervals.betweenLooks;
 };

@@ -95,15 +95,13 @@ UBreakIterator* charactersOf(QStringView text)
     return characters.get();
 }
 
-// The last end of a character in the first so many code units of a longer text. Where they are all
-// one character, it is divided, but no surrogate pair is.
-qsizetype lastCharacterEnd(QStringView text, qsizetype longest)
+// The end of the last whole character within the first `limit` units of a longer text. A longer
+// character is cut, but never inside a surrogate pair.
+qsizetype lastCharacterEnd(QStringView text, qsizetype limit)
 {
-    const auto whole =
-        static_cast<int32_t>(longest - (text.at(longest - 1).isHighSurrogate() ? 1 : 0));
+    const auto whole = static_cast<int32_t>(limit - (text.at(limit - 1).isHighSurrogate() ? 1 : 0));
     // A few code units more show whether the last character goes on.
-    UBreakIterator* const characters =
-        charactersOf(text.first(std::min(text.size(), longest + 32)));
+    UBreakIterator* const characters = charactersOf(text.first(std::min(text.size(), limit + 32)));
     const qsizetype end =
         ubrk_isBoundary(characters, whole) != 0 ? whole : ubrk_preceding(characters, whole);
     return end > 0 ? end : whole;

@@ -59,7 +59,7 @@ void ActivityList::dropOne()
         const bool isOpen = std::any_of(open.cbegin(), open.cend(), [&](const Activity& session) {
             return session.number == kept.number;
         });
-        // An end that went before its beginning would leave that one open.
+        // Without its end, a session that has ended would count as open.
         return isOpen || kept.kind == Kind::SessionEnded ? 3
                : kept.isUnseen                           ? 1 + (kept.kind != Kind::Command)
                                                          : 0;

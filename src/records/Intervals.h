@@ -14,7 +14,7 @@ struct Intervals {
     milliseconds restartRequest{2'000}; // time to send the restart request
     milliseconds showConnection{2'000}; // from a session's start to the status window
     milliseconds hideConnection{5'000}; // from the last session's end to its closing
-    milliseconds untilQuestionNotice{10'000}; // from a question in sight to its notice
+    milliseconds untilQuestionNotification{10'000}; // from a question in sight to its notification
     milliseconds endReport{2'000}; // from the user's end of a session to reports that know it
     milliseconds clock{1'000};     // between two looks at a running clock
     milliseconds departure{8'000}; // from a chat member's departure to its notice

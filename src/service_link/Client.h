@@ -21,7 +21,7 @@ public:
     // Sends a command as one UTF-8 message and does not wait. Any thread.
     void send(const QString& command);
 
-    // Ends the link, and by the callback that start() sets the process. Any thread.
+    // Ends the link, and with it the process, by the callback that start() sets. Any thread.
     void stop();
 
     // From now on only stop() ends the process, with status 0: a link that ends or breaks before
@@ -39,8 +39,11 @@ public:
     ClientConnection connection;
 
 private:
-    // Who ends the process once the link has ended: the link itself, with its status; nobody until
-    // stop() is called; stop(), with 0.
-    enum class End { ByLink, Later, ByStop };
+    // Who ends the process once the link has ended.
+    enum class End {
+        ByLink, // the link itself, with its status
+        Later,  // nobody, until stop() is called
+        ByStop, // stop(), with 0
+    };
     static inline std::atomic<End> end = End::ByLink;
 };

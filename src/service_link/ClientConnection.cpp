@@ -39,7 +39,7 @@ void ClientConnection::start()
              [](qsizetype size) { printLog(u"connection did send, data: %1 bytes"_s.arg(size)); },
          .endNoticed = didNoticeEnd,
          .ended = [this](const std::optional<NetworkError>& error) { didEnd(error); }},
-        endPatience);
+        endTimeout);
 }
 
 void ClientConnection::send(const QByteArray& data)

@@ -14,7 +14,7 @@
 // The link to the service: receives one message after another on the link's thread, and sends from
 // any thread. Once it has ended it can't be used again.
 //
-// The end of the link is handled after all messages received before it, or after `endPatience` if
+// The end of the link is handled after all messages received before it, or after `endTimeout` if
 // they take longer.
 class ClientConnection {
 public:
@@ -51,7 +51,7 @@ public:
     // Called once, on another thread, when the end has been noticed. Before start().
     std::function<void()> didNoticeEnd = [] {};
     // Before start().
-    std::chrono::milliseconds endPatience{5'000};
+    std::chrono::milliseconds endTimeout{5'000};
 
 private:
     bool didReceive(const QByteArray& data);

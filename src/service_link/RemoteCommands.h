@@ -15,7 +15,8 @@ struct Started {
     // Waits for the shell's end and returns its exit status, or the number of the signal that it
     // died of, or 1 where it could not be started. Once.
     std::function<int()> wait;
-    // Becomes readable at that end; not open where the result need not or can't be awaited by it.
+    // Becomes readable at that end. Closed if there is nothing to wait for, or no descriptor is
+    // free.
     Descriptor end = {};
 };
 

@@ -16,7 +16,7 @@ namespace {
 constexpr struct {
     const char* name;
     int type;
-    const char* fault; // of another type
+    const char* wrongType; // the error for a value of another type
 } kOptions[] = {
     {"oemName", QMetaType::QString, "is not a string"},
     {"oemCompany", QMetaType::QString, "is not a string"},
@@ -54,28 +54,26 @@ void OemOptions::add(const QString& file)
     }
     const auto list = PropertyList::readDictionary(file);
     if (!list) {
-        m_complaints.append(
-            {file, QString(),
-             u"%1 cannot be read as a property list with a dictionary"_s.arg(file)});
+        m_warnings.append({file, QString(),
+                           u"%1 cannot be read as a property list with a dictionary"_s.arg(file)});
         return;
     }
-    for (const auto& [name, type, fault] : kOptions) {
+    for (const auto& [name, type, wrongType] : kOptions) {
         const QString key = QLatin1StringView(name);
         const auto value = list->constFind(key);
         if (value == list->cend()) {
             continue;
         }
-        const char* wrong = nullptr;
+        const char* error = nullptr;
         if (value->typeId() != type ||
             (type == QMetaType::QVariantList && !holdsTexts(value->toList()))) {
-            wrong = fault;
+            error = wrongType;
         } else if (type == QMetaType::LongLong &&
                    (value->toLongLong() < 1 || !std::in_range<quint16>(value->toLongLong()))) {
-            wrong = "is not a port from 1 to 65535";
+            error = "is not a port from 1 to 65535";
         }
-        if (wrong != nullptr) {
-            m_complaints.append(
-                {file, key, u"%1: %2 %3"_s.arg(file, key, QLatin1StringView(wrong))});
+        if (error != nullptr) {
+            m_warnings.append({file, key, u"%1: %2 %3"_s.arg(file, key, QLatin1StringView(error))});
         } else if (!m_values.contains(key)) {
             m_values.insert(key, *value);
         }

@@ -13,19 +13,19 @@
 //     Resources/oem.plist                        the application folder's
 //
 // A key of the first goes before the second's. A key whose value can't be used counts as missing in
-// its file, and is complained of. Any thread.
+// its file, and there is a warning. Any thread.
 class OemOptions {
 public:
     // Something that whoever wrote the file should know.
-    struct Complaint {
+    struct Warning {
         QString file;
         QString key; // empty where the file as a whole can't be used
         QString text;
     };
 
-    // None of the keys.
+    // No option is set.
     OemOptions() = default;
-    // Reads both files. A missing one has no keys, which is no fault.
+    // Reads both files. A missing one has no keys, which is no error.
     [[nodiscard]] static OemOptions read();
 
     // None where the key is missing. "oemName", "oemCompany" are texts,
@@ -39,11 +39,11 @@ public:
         return found != m_values.cend() ? std::optional(found->value<Type>()) : std::nullopt;
     }
 
-    [[nodiscard]] const QList<Complaint>& complaints() const { return m_complaints; }
+    [[nodiscard]] const QList<Warning>& warnings() const { return m_warnings; }
 
 private:
     void add(const QString& file);
 
     QVariantMap m_values; // of the right type each
-    QList<Complaint> m_complaints;
+    QList<Warning> m_warnings;
 };

@@ -9,7 +9,7 @@ ServiceAccounts::ServiceAccounts(const OemOptions& options)
 {
     const auto names = options.value<QStringList>(u"service_accounts"_s);
     for (const QString& name : names.value_or(QStringList())) {
-        if (const auto uid = Account::numberOf(name)) {
+        if (const auto uid = Account::uidOf(name)) {
             m_uids.append(*uid);
         } else {
             m_unknown.append(name);

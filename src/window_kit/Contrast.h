@@ -13,7 +13,7 @@ inline constexpr double kReadable = 4.5;
 // The contrast ratio of two colours, from 1 to 21 (WCAG 2.1).
 [[nodiscard]] double ratio(const QColor& one, const QColor& other);
 
-// So much of the way from one colour to the other; 0 to 1.
+// A mix of two colours; share 0 is `base`, 1 is `other`.
 [[nodiscard]] QColor mixed(const QColor& base, const QColor& other, float share);
 
 // The colour nearest to the wished one that has that contrast with the background; black or white

@@ -27,7 +27,7 @@ constexpr int kFewestLines = 3;
 constexpr int kMostLines = 12;
 constexpr int kLineLength = 56;
 
-// Of the text, to who can't see it and has not gone to the window yet.
+// So much of the text a screen reader says when the window comes up.
 constexpr qsizetype kMostSaid = 1'000;
 
 // How messages of a kind look.

@@ -172,7 +172,7 @@ void SettingsWindow::setBusy(bool isBusy)
     }
 }
 
-void SettingsWindow::complain(const QString& title, const QString& message)
+void SettingsWindow::showError(const QString& title, const QString& message)
 {
     constexpr int kWidestMessage = 400;
     constexpr QSize kSign(32, 32);

@@ -43,7 +43,7 @@ public:
     void setBusy(bool isBusy);
 
     // Says in a modal alert what is wrong with an entry.
-    void complain(const QString& title, const QString& message);
+    void showError(const QString& title, const QString& message);
 
     void reject() override;
 

@@ -18,7 +18,7 @@ using namespace SettingsDriver;
 namespace {
 
 // The accounts that with_administrator has made; the test runs as the first.
-Credentials person(const char* who)
+Credentials account(const char* who)
 {
     const QByteArray variable = QByteArray("VANTORY_TEST_") + who;
     return {qEnvironmentVariable(variable), qEnvironmentVariable(variable + "_PASSWORD")};
@@ -29,7 +29,7 @@ bool asRoot(const QString& command, const QString& path)
 {
     QProcess process;
     process.start(u"sudo"_s, QStringList{u"-S"_s} + command.split(u' ') + QStringList{path});
-    process.write(person("ADMINISTRATOR").password.toUtf8() + '\n');
+    process.write(account("ADMINISTRATOR").password.toUtf8() + '\n');
     process.closeWriteChannel();
     return process.waitForFinished() && process.exitCode() == 0;
 }
@@ -75,7 +75,7 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY2(!person("ADMINISTRATOR").user.isEmpty(), "to be started by with_administrator");
+        QVERIFY2(!account("ADMINISTRATOR").user.isEmpty(), "to be started by with_administrator");
         ::umask(077);
     }
 
@@ -92,9 +92,10 @@ private Q_SLOTS:
 
     void checksPasswords()
     {
-        const auto& [name, password] = person("ADMINISTRATOR");
-        const auto& [otherName, otherPassword] = person("OTHER");
-        for (const Credentials& who : {person("ADMINISTRATOR"), person("OTHER"), person("ODD")}) {
+        const auto& [name, password] = account("ADMINISTRATOR");
+        const auto& [otherName, otherPassword] = account("OTHER");
+        for (const Credentials& who :
+             {account("ADMINISTRATOR"), account("OTHER"), account("ODD")}) {
             QVERIFY(authenticateLocalAdminUser(who.user, who.password, false));
             // Whether it is an administrator counts only if asked for.
             QCOMPARE(authenticateLocalAdminUser(who.user, who.password, true), who.user == name);
@@ -115,7 +116,7 @@ private Q_SLOTS:
             QVERIFY(writeFile(FilePaths::preferences(QLatin1StringView(name)), "x"));
         }
         QVERIFY(open(*m_agent));
-        unlock(person("ADMINISTRATOR"));
+        unlock(account("ADMINISTRATOR"));
         apply(u"999999"_s);
         // Asked for again, it opens when the service has had its time, with what is stored now.
         code()->clear();
@@ -133,32 +134,32 @@ private Q_SLOTS:
             QDir(m_directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
             QStringList(file.fileName()));
         const QStringList lines = m_agent->log() + m_agent->log("stderr");
-        QVERIFY(lines.filter(person("ADMINISTRATOR").password).isEmpty());
+        QVERIFY(lines.filter(account("ADMINISTRATOR").password).isEmpty());
     }
 
     void aCancelledCheckUnlocksNothing()
     {
         QVERIFY(open(*m_agent));
         click(window(), "lockButton");
-        typeCredentials(person("ADMINISTRATOR").user, person("ADMINISTRATOR").password);
+        typeCredentials(account("ADMINISTRATOR").user, account("ADMINISTRATOR").password);
         click(question(), "applyButton");
         click(question(), "cancelButton");
         QVERIFY(!question()->isVisible());
         // A wrong password takes twenty times as long: the first result is there before this one.
         click(window(), "lockButton");
-        typeCredentials(person("ADMINISTRATOR").user, u"wrong"_s);
+        typeCredentials(account("ADMINISTRATOR").user, u"wrong"_s);
         click(question(), "applyButton");
         QTRY_VERIFY(find<QPushButton>(question(), "applyButton")->isEnabled());
         QVERIFY(!code()->isEnabled() && AppDelegate::state().pwd.isEmpty());
         QTest::keyClick(question(), Qt::Key_Escape);
-        unlock(person("ADMINISTRATOR")); // and the next one counts
+        unlock(account("ADMINISTRATOR")); // and the next one counts
     }
 
     // The check passes, and then sudo asks for the password of the user who runs the agent.
     void anotherAccountsNameSavesNothing()
     {
         QVERIFY(writeFile(backendSettingsPath(), "of old") && open(*m_agent));
-        unlock(person("OTHER"));
+        unlock(account("OTHER"));
         apply(u"333333"_s);
         QCOMPARE(stored(), QByteArray()); // a file of one's own is emptied
     }

@@ -112,8 +112,8 @@ private Q_SLOTS:
 
     void whatAnInstallationCanChoose()
     {
-        // Of the bundle besides the port, the machine's whole file; platform, agent type, change,
-        // leaving and name afterwards; errors.
+        // The bundle's options besides the port; the machine's whole file; what platform, agent
+        // type, change, leaving and name are then; the errors.
         using Case = std::tuple<QByteArray, QByteArray, QString, QStringList>;
         for (
             const auto& [bundled, deployed, after, errors] :
@@ -124,7 +124,7 @@ private Q_SLOTS:
                   u"0110KRD"_s,
                   {u"etc/opt/Halvern/vantoryAgent/oem.plist cannot be read"_s,
                    u"Resources/oem.plist: show_agent_type is not a boolean"_s}},
-             // The machine's own go first.
+             // The machine's options go before the bundle's.
              {"<key>allow_to_leave_chat</key><true/><key>show_platform</key><false/>",
               R"(<plist version="1.0"><dict><key>oemName</key><string>Own</string>)"
               R"(<key>show_platform</key><true/><key>port</key><integer>65536</integer></dict></plist>)",

@@ -97,7 +97,7 @@ private Q_SLOTS:
         QVERIFY(!AppDelegate::state().connectionStatus->isSeen()); // not before its time
         QTest::qWait(600);
         look();
-        // A window that is there has the status asked for once more, and not again for the answer.
+        // For a window that is shown the status is requested once more, but not again at the reply.
         const qsizetype asked = seen == u"1" ? 1 : 0;
         QTRY_COMPARE(m_agent->sent().size(), asked);
         QVERIFY(m_agent->send(status(session(7, "A"))));
@@ -136,7 +136,7 @@ private Q_SLOTS:
                  u"KRD – In session: A & <b>B</b> , B"_s);
         AppDelegate::state().statusBarMenu->actions().at(2)->trigger();
         QVERIFY(AppDelegate::state().connectionStatus->isSeen());
-        // Which has no row for the third.
+        // The window has no row for a third session.
         QVERIFY(m_agent->send(connected(9, "C")));
         QTRY_VERIFY(titles().endsWith(u"|About|End all sessions"));
         (void)m_agent->takeSent();

@@ -147,7 +147,7 @@ private Q_SLOTS:
         qunsetenv("WAYLAND_DISPLAY");
         QWidget& chat = *window("ChatController");
         QVERIFY(QTest::qWaitForWindowExposed(&chat));
-        // Who asks says when the user has last done something.
+        // A window that asks for the keyboard tells the time of the user's last action.
         QCOMPARE(windowProperty(chat, kUserTime).endsWith("= 0"), !asks);
         QCOMPARE(!used.isEmpty() && wantsAttention(chat), !used.isEmpty() && !asks);
     }

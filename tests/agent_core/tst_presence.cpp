@@ -49,7 +49,7 @@ private:
         return rows;
     }
 
-    // What the notification service is asked for until nothing more comes.
+    // The calls of the notification service, until no more come.
     QString takeCalls()
     {
         QTest::qWait(900);
@@ -94,7 +94,7 @@ private Q_SLOTS:
         }
     }
 
-    // One call at a time; only the server's signals count, and of its numbers only ours.
+    // One call at a time. Only the server's signals count, and only about our notifications.
     void onlyTheNewestIsShown()
     {
         auto notifications = std::make_unique<Notifications>(u"App"_s, QString());
@@ -114,7 +114,7 @@ private Q_SLOTS:
         notifications->withdraw(Notifications::Place::Question);
         show(u"e"_s);
         m_server->isSilent = false;
-        m_server->answer();
+        m_server->reply();
         QTRY_COMPARE(m_calls.join(u' '), u"? a>0 b>1 e>1"_s);
 
         const auto other = QDBusConnection::sessionBus();
@@ -126,15 +126,15 @@ private Q_SLOTS:
         }
         QTRY_COMPARE(clicks, 1);
         show(u"f"_s);
-        QTRY_COMPARE(m_calls.last(), u"f>1"_s); // for nobody else's word has closed it
+        QTRY_COMPARE(m_calls.last(), u"f>1"_s); // so the others' signals have not closed it
         notifications->withdraw(Notifications::Place::Question);
         QTRY_COMPARE(m_calls.last(), u"-1"_s);
 
-        // At the end, one that the service has just taken in.
+        // At the program's end, also a notification that the service has just accepted.
         m_server->isSilent = true;
         show(u"g"_s);
         QTRY_COMPARE(m_calls.last(), u"g>0"_s);
-        m_server->answer();
+        m_server->reply();
         notifications->withdrawAll();
         notifications.reset(); // no event is handled any more
         QTRY_COMPARE(m_calls.last(), u"-2"_s);
@@ -166,7 +166,8 @@ private Q_SLOTS:
         QTRY_COMPARE(m_calls.last(), u"-2"_s); // the window says it
         QTRY_VERIFY(WindowActivation::isInSight(*window("ConnectionStatus")));
 
-        // Below a full-screen program; not what the user has done, or where nothing may be shown.
+        // A full-screen program covers the window. Nothing about what the user has done, or where
+        // nothing may be shown.
         QWidget program;
         program.showFullScreen();
         program.activateWindow();
@@ -193,7 +194,7 @@ private Q_SLOTS:
         m_agent->allowShowing("false");
         QVERIFY(m_agent->send("user_acknowledgement=1;srv;Ann"));
         QCOMPARE(takeCalls(), QString());
-        Intervals::current().untilQuestionNotice = std::chrono::milliseconds(1);
+        Intervals::current().untilQuestionNotification = std::chrono::milliseconds(1);
         QTRY_COMPARE(m_server->title(), u"Remote control request"_s);
         QCOMPARE(m_server->expires(), -1); // it is in sight, too
         QVERIFY(m_agent->send("user_acknowledgement=2;srv;Bob"));

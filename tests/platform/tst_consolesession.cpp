@@ -78,7 +78,7 @@ private Q_SLOTS:
         QVERIFY(m_bus.registerService(u"org.freedesktop.login1"_s));
     }
 
-    // A person at the seat, nothing locked. The sessions are "named" (by XDG_SESSION_ID), "process"
+    // A user at the seat, nothing locked. The sessions are "named" (by XDG_SESSION_ID), "process"
     // (this process'), "front" (at the seat) and "main".
     void init()
     {
@@ -96,19 +96,19 @@ private Q_SLOTS:
 
     void consoleUser()
     {
-        const auto ask = [this] { return answerTo(&ConsoleSession::consoleUser); };
-        QCOMPARE(ask(), u"ann"_s);
+        const auto user = [this] { return resultOf(&ConsoleSession::consoleUser); };
+        QCOMPARE(user(), u"ann"_s);
         knowSession(u"/front"_s, true, u"greeter"_s, false);
-        QCOMPARE(ask(), u"ann"_s); // the agent is at work in /process
+        QCOMPARE(user(), u"ann"_s); // the agent is at work in /process
         m_logind.known[u"/process Type"_s] = u"tty"_s;
         m_logind.known[u"/main Class"_s] = u"manager"_s;
-        QCOMPARE(ask(), u"loginwindow"_s);
+        QCOMPARE(user(), u"loginwindow"_s);
         knowSession(u"/process"_s, false, u"greeter"_s, false);
         knowSession(u"/front"_s, true, u"user"_s, false);
-        QCOMPARE(ask(), u"loginwindow"_s);
+        QCOMPARE(user(), u"loginwindow"_s);
         m_logind.known.remove(u"/process User"_s);
         m_logind.known[kActive] = placeOf({});
-        QCOMPARE(ask(), std::nullopt);
+        QCOMPARE(user(), std::nullopt);
     }
 
     // Only a session of this user's with a screen says that it is locked, and no other user may be
@@ -137,11 +137,11 @@ private Q_SLOTS:
                             session == locked || locked.isEmpty());
                 m_logind.known[session + u" Type"_s] = kind == 's' ? u"tty"_s : u"x11"_s;
             }
-            QCOMPARE(answerTo(&ConsoleSession::screen), screen);
+            QCOMPARE(resultOf(&ConsoleSession::screen), screen);
         }
     }
 
-    // What was asked and what is told never differ.
+    // What screen() returns and what the follower is told never differ.
     void theLockIsFollowed()
     {
         QVariant& isLocked = m_logind.known[u"/process LockedHint"_s];
@@ -154,13 +154,13 @@ private Q_SLOTS:
         announceChange();
         QTRY_COMPARE(told, QList<bool>({true, false}));
         isLocked = true; // whoever asks
-        QCOMPARE(answerTo(&ConsoleSession::screen), Screen::Locked);
+        QCOMPARE(resultOf(&ConsoleSession::screen), Screen::Locked);
         QTRY_COMPARE(told, QList<bool>({true, false, true}));
 
         // An error and a wrong type change nothing.
         for (const QVariant& reply : {QVariant(), QVariant(0)}) {
             isLocked = reply;
-            QCOMPARE(answerTo(&ConsoleSession::screen), Screen::Unknown);
+            QCOMPARE(resultOf(&ConsoleSession::screen), Screen::Unknown);
         }
         QCOMPARE(told.size(), 3);
         isLocked = false;
@@ -184,14 +184,14 @@ private:
         m_logind.known[session + u" LockedHint"_s] = isLocked;
     }
 
-    // The question waits on another thread, while this one is logind.
-    template <typename Answer>
-    static Answer answerTo(Answer (*question)())
+    // Calls it on another thread, while this one plays logind.
+    template <typename Result>
+    static Result resultOf(Result (*function)())
     {
-        auto answer = std::async(std::launch::async, question);
+        auto result = std::async(std::launch::async, function);
         static_cast<void>(QTest::qWaitFor(
-            [&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
-        return answer.get();
+            [&] { return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+        return result.get();
     }
 
     void announceChange()

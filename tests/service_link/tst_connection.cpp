@@ -96,7 +96,7 @@ private Q_SLOTS:
                      qPrintable(how + u" at "_s + address));
             QVERIFY(messages().isEmpty());
         }
-        // One of them, in the way at the first address, keeps nobody from the service at the other.
+        // Such a program at the first address does not hide the service at the second one.
         m_server.close();
         if (!m_server.listen(QHostAddress::LocalHostIPv6)) {
             QSKIP("the machine has no IPv6");
@@ -111,7 +111,7 @@ private Q_SLOTS:
     // The rest of what was sent, and the end, wait for the busy queue, but not for ever.
     void endsBehindABusyQueue()
     {
-        m_connection->endPatience = std::chrono::milliseconds(300);
+        m_connection->endTimeout = std::chrono::milliseconds(300);
         QVERIFY(start() && makeBusy());
         m_peer->write(QByteArray(1'200'000, 'a')); // more than is read ahead
         QTRY_COMPARE(m_peer->bytesToWrite(), 0);

@@ -27,9 +27,9 @@ public:
     bool send(const QByteArray& message);
     // Sends one message and waits for nothing.
     void write(const QByteArray& message) { m_agent->write(message); }
-    // What the agent has sent, marker by marker.
+    // The messages that the agent has sent, told apart by their markers.
     QByteArrayList sent();
-    // Likewise, when all that was said before has been sent; then it is forgotten.
+    // Waits for what is still being sent, then returns all and forgets it.
     QByteArrayList takeSent();
 
     // The lines of a log file.
@@ -59,7 +59,7 @@ private:
     QByteArray m_received;
 };
 
-// A test whose cases have a new agent each, which is linked.
+// A test in which each case has a new, linked agent.
 class AgentTest : public QObject {
     Q_OBJECT
 

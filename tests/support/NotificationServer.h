@@ -15,7 +15,7 @@ public:
 
     QStringList capabilities;
     bool isSilent = false;
-    QDBusMessage last; // the last call that wants an answer
+    QDBusMessage last; // the last call that wants a reply
     QDBusConnection bus =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QUuid::createUuid().toString());
 
@@ -33,7 +33,7 @@ public:
 
     QString introspect(const QString& /*path*/) const override { return {}; }
 
-    // Noted are "?" for the capabilities, "title>replaced id" and "-closed id".
+    // Notes "?" for GetCapabilities, "TITLE>REPLACED ID" for Notify, "-ID" for CloseNotification.
     bool handleMessage(const QDBusMessage& call, const QDBusConnection& /*bus*/) override
     {
         call.setDelayedReply(true);
@@ -45,12 +45,12 @@ public:
         m_calls += sent.isEmpty() ? QString(u'?') : sent[3].toString() + u'>' + sent[1].toString();
         last = call;
         if (!isSilent) {
-            answer();
+            reply();
         }
         return true;
     }
 
-    void answer()
+    void reply()
     {
         const auto sent = last.arguments();
         const uint replaced = sent.value(1).toUInt();

@@ -28,7 +28,7 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
-PATIENCE = 30.0
+TIMEOUT = 30.0
 TRAY_ICON = range(16, 65)  # points a side
 RECORDS = {"fr": "Fr", "es": "Es", "it": "It", "de": "Ge", "ko": "Ko", "pt": "Pt"}
 PRESSABLE = {getattr(Atspi.Role, name, None) for name in (
@@ -79,8 +79,8 @@ def centre(node):
     return box.x + box.width // 2, box.y + box.height // 2
 
 
-def until(what, attempt, patience=PATIENCE):
-    end = time.monotonic() + patience
+def until(what, attempt, timeout=TIMEOUT):
+    end = time.monotonic() + timeout
     while not (result := attempt()):
         if time.monotonic() > end:
             sys.exit(f"ui: {what}")

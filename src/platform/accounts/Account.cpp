@@ -23,17 +23,17 @@ std::pair<QString, QString> namesOf(quint32 uid)
 
 } // namespace
 
-quint32 Account::number()
+quint32 Account::uid()
 {
     return ::getuid();
 }
 
-QString Account::loginName(quint32 uid)
+QString Account::loginName(quint32 account)
 {
-    return namesOf(uid).first;
+    return namesOf(account).first;
 }
 
-std::optional<quint32> Account::numberOf(const QString& name)
+std::optional<quint32> Account::uidOf(const QString& name)
 {
     const QByteArray bytes = name.toUtf8();
     const auto entry = AccountDatabase::find<passwd>(
@@ -43,7 +43,7 @@ std::optional<quint32> Account::numberOf(const QString& name)
 
 QString Account::fullName()
 {
-    const auto [login, comment] = namesOf(number());
+    const auto [login, comment] = namesOf(uid());
     QString name = comment.section(u',', 0, 0).trimmed();
     name.replace(u'&', login.left(1).toUpper() + login.mid(1));
     return name.isEmpty() ? login : name;

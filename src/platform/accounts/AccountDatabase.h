@@ -15,7 +15,7 @@ struct Entry {
 };
 
 // Calls one of the reentrant functions (getpwnam_r(3) and the like) with a buffer that is large
-// enough for the entry; `call` passes on what such a function takes behind the name or number.
+// enough for the entry; `call` passes on what such a function takes behind the name or ID.
 template <typename Record, typename Call>
 [[nodiscard]] std::optional<Entry<Record>> find(Call call)
 {

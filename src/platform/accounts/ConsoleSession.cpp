@@ -203,7 +203,8 @@ Screen Logind::askForScreen()
             m_bus.call(kService, kManagerPath, "org.freedesktop.DBus.Peer", "Ping");
         return reply ? Screen::NoSession : Screen::Unknown;
     }
-    // Before the lock: when the time is up, that can't be told either.
+    // Asked first: if the time runs out here, reading the lock fails too, and the result is
+    // Unknown.
     const bool isAnothers = isAnotherAtTheSeat();
     const auto isLocked =
         m_bus.property(kService, session->constData(), kSession, "LockedHint", "b").flag();

@@ -30,7 +30,7 @@ Screen screen();
 
 // Tells, on the main thread, whether the screen is locked: the first reply to screen(), and each
 // that differs from the one before, whoever has asked, in the order of the replies. So
-// what decides about a request has been told before what the decision leads to. "Unknown" changes
+// the lock is told before anything that was decided by it. "Unknown" changes
 // nothing.
 //
 // Asks at once, whenever logind says that something has changed, and when it or the bus comes back

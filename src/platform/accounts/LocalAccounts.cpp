@@ -86,12 +86,12 @@ bool doesPamAccept(const QByteArray& name, QByteArray& password)
         return false;
     }
     ::setlogmask(LOG_UPTO(LOG_INFO)); // PAM notes that this account may not become root
-    int answer = authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
-    if (answer == PAM_SUCCESS) {
-        answer = manageAccount(handle, PAM_SILENT);
+    int result = authenticate(handle, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
+    if (result == PAM_SUCCESS) {
+        result = manageAccount(handle, PAM_SILENT);
     }
-    end(handle, answer);
-    return answer == PAM_SUCCESS;
+    end(handle, result);
+    return result == PAM_SUCCESS;
 }
 
 // Without a terminal su reads the password from its input. Its exit status is the command's, so
@@ -148,5 +148,5 @@ bool LocalAccounts::isAdministrator(const QString& name)
     auto count = static_cast<int>(groups.size());
     ::getgrouplist(known->record.pw_name, known->record.pw_gid, groups.data(), &count);
     groups.resize(std::min(groups.size(), static_cast<std::size_t>(count)));
-    return std::find(groups.cbegin(), groups.cend(), wanted->number) != groups.cend();
+    return std::find(groups.cbegin(), groups.cend(), wanted->gid) != groups.cend();
 }

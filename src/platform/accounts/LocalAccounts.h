@@ -20,7 +20,7 @@ namespace LocalAccounts {
 [[nodiscard]] bool isPasswordRight(const QString& name, const QString& password);
 
 struct Group {
-    quint32 number = 0;
+    quint32 gid = 0;
     QString name;
 };
 // The administrators' group: the first of "admin", "sudo" and "wheel" that this system has.

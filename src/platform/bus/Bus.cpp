@@ -9,7 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-bool Bus::answers(const QByteArray& bus, const char* service, std::chrono::seconds limit)
+bool Bus::responds(const QByteArray& bus, const char* service, std::chrono::seconds limit)
 {
     BusConnection connection(bus, BusConnection::Clock::now() + limit);
     return connection.call(service, "/", "org.freedesktop.DBus.Peer", "Ping").error() != ETIMEDOUT;
@@ -17,8 +17,8 @@ bool Bus::answers(const QByteArray& bus, const char* service, std::chrono::secon
 
 QDBusConnection Bus::session()
 {
-    static const bool isThere = [] { // the first caller asks, the others wait for it
-        while (!answers(BusConnection::kSession, "org.freedesktop.DBus", kTimeLimit)) {
+    static const bool isThere = [] { // the first caller waits for the bus
+        while (!responds(BusConnection::kSession, "org.freedesktop.DBus", kTimeLimit)) {
         }
         return true;
     }();
@@ -26,15 +26,15 @@ QDBusConnection Bus::session()
     return QDBusConnection::sessionBus();
 }
 
-QDBusPendingCall Bus::ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit,
-                          QObject* context, const std::function<void(const QDBusMessage&)>& then)
+QDBusPendingCall Bus::call(const QDBusConnection& bus, const QDBusMessage& call, int timeLimit,
+                           QObject* context, const std::function<void(const QDBusMessage&)>& then)
 {
-    auto* const call = new QDBusPendingCallWatcher(bus.asyncCall(question, timeLimit), context);
-    QObject::connect(call, &QDBusPendingCallWatcher::finished, context, [call, then] {
-        call->deleteLater();
-        then(call->reply());
+    auto* const watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, timeLimit), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, then] {
+        watcher->deleteLater();
+        then(watcher->reply());
     });
-    return *call;
+    return *watcher;
 }
 
 QDBusMessage Bus::callToBus(const QString& method)
@@ -46,18 +46,18 @@ QDBusMessage Bus::callToBus(const QString& method)
 void Bus::watchOwner(const QDBusConnection& bus, const QString& service, QObject* context,
                      const std::function<void(const QString&)>& then)
 {
-    // The subscription comes before the question, so that no change is missed.
+    // The subscription comes before the call, so that no change is missed.
     auto* const owners =
         new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForOwnerChange, context);
     QObject::connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, context,
                      [then](const QString&, const QString&, const QString& owner) { then(owner); });
 
-    auto question = callToBus(u"GetNameOwner"_s);
-    question << service;
-    ask(bus, question, kNoTimeLimit, context, [then](const QDBusMessage& answer) {
+    auto ownerCall = callToBus(u"GetNameOwner"_s);
+    ownerCall << service;
+    call(bus, ownerCall, kNoTimeLimit, context, [then](const QDBusMessage& reply) {
         // An error means that there is no owner.
-        then(answer.type() == QDBusMessage::ReplyMessage ? answer.arguments().value(0).toString()
-                                                         : QString());
+        then(reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toString()
+                                                        : QString());
     });
 }
 

@@ -18,22 +18,22 @@ namespace Bus {
 // D-Bus's own time limit for a reply.
 inline constexpr std::chrono::seconds kTimeLimit(25);
 
-// Whether a bus (as BusConnection takes it), and the service on it where it runs, answers before
+// Whether a bus (as BusConnection takes it), and the service on it where it runs, responds before
 // the time is up. True also where this fails at once. For workers.
-[[nodiscard]] bool answers(const QByteArray& bus, const char* service, std::chrono::seconds limit);
+[[nodiscard]] bool responds(const QByteArray& bus, const char* service, std::chrono::seconds limit);
 
-// Connects to the session bus, as soon as that answers. For workers.
+// Connects to the session bus, as soon as that responds. For workers.
 [[nodiscard]] QDBusConnection session();
 
-// For ask(): the time limit above; and none: if the service ends before, the bus answers with an
+// For call(): the time limit above; and none: if the service ends before, the bus replies with an
 // error.
 inline constexpr int kUsualTimeLimit = -1;
 inline constexpr int kNoTimeLimit = std::numeric_limits<int>::max();
 
-// Calls `then` with the reply, also an error, unless the context is deleted before. Returns the
-// call.
-QDBusPendingCall ask(const QDBusConnection& bus, const QDBusMessage& question, int timeLimit,
-                     QObject* context, const std::function<void(const QDBusMessage&)>& then);
+// Sends the call, and calls `then` with its reply, also an error, unless the context is deleted
+// before. Returns the pending call.
+QDBusPendingCall call(const QDBusConnection& bus, const QDBusMessage& call, int timeLimit,
+                      QObject* context, const std::function<void(const QDBusMessage&)>& then);
 
 // A call to the bus itself.
 [[nodiscard]] QDBusMessage callToBus(const QString& method);

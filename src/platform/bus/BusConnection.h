@@ -19,10 +19,9 @@ struct sd_bus_message;
 // The program uses two D-Bus libraries, so that a bus that hangs does not hang the program:
 //
 // - QtDBus (Bus.h) connects without a time limit, all its connections share one thread, and it
-// needs
-//   the application object. The toolkit uses it anyway, for accessibility. It serves what the main
-//   thread never waits for, all on the toolkit's own connection to the session bus: the icon, its
-//   menu and the notifications. A worker connects it, once a BusConnection has had a reply there.
+//   needs the application object. The toolkit uses it anyway, for accessibility. It serves what the
+//   main thread never waits for, all on the toolkit's own connection to the session bus: the icon,
+//   its menu and the notifications. A worker connects it, once a BusConnection has had a reply.
 // - sd-bus serves calls with a deadline, with or without the toolkit: the agent's name on the
 //   session bus and the calls to the agent (RunningAgent), logind on the system bus
 //   (ConsoleSession), and the doctor's questions (DesktopFacts).
@@ -30,14 +29,13 @@ struct sd_bus_message;
 // So an agent has one connection to the system bus and, besides the toolkit's, one to the session
 // bus. RunningAgent::leave() shuts that one down, which must not take the icon along.
 
-// The reply to a call; none where there is none.
+// The reply to a call; false if none came.
 class BusReply {
 public:
     explicit BusReply(int error, sd_bus_message* message = nullptr); // which it owns
 
     explicit operator bool() const { return m_message != nullptr; }
-    // Why there is none, as an errno value: ETIMEDOUT at the deadline. An error reply has a number,
-    // too.
+    // Why no reply came, as an errno value: ETIMEDOUT at the deadline. An error reply has one, too.
     [[nodiscard]] int error() const { return m_error; }
 
     // What is read next is in the container: 'v', 'a' or 'r', with contents of that signature.

@@ -2,7 +2,7 @@
 
 #include "platform/bus/BusConnection.h"
 #include "platform/files/Descriptor.h"
-#include "platform/files/DisplayName.h"
+#include "platform/files/DisplayEnvironment.h"
 #include "platform/files/SessionLock.h"
 
 #include <QCoreApplication>
@@ -65,8 +65,8 @@ quint32 launchTime()
 // A lock for each display, as the toolkit chooses it.
 QString lockName()
 {
-    const QString x11 = DisplayName::x11();
-    return u"vantoryAgent-%1.lock"_s.arg(x11.isEmpty() ? DisplayName::wayland() : x11);
+    const QString x11 = DisplayEnvironment::x11();
+    return u"vantoryAgent-%1.lock"_s.arg(x11.isEmpty() ? DisplayEnvironment::wayland() : x11);
 }
 
 int onPresent(sd_bus_message* call, void*, sd_bus_error*)
@@ -130,7 +130,7 @@ void RunningAgent::leave()
     }
 }
 
-void RunningAgent::answer(Requests requests)
+void RunningAgent::serve(Requests requests)
 {
     static const sd_bus_vtable kMethods[] = {
         SD_BUS_VTABLE_START(0),
@@ -182,5 +182,5 @@ RunningAgent::Presence RunningAgent::presence()
         return SessionLock::isTaken(lockName()) ? Presence::Silent : Presence::None;
     }
     // An error is a reply, too.
-    return error == ETIMEDOUT ? Presence::Silent : Presence::Answers;
+    return error == ETIMEDOUT ? Presence::Silent : Presence::Responding;
 }

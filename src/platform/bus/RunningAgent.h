@@ -8,7 +8,7 @@
 
 // The single instance: each desktop session has one agent, the one that holds the lock of its
 // display (see SessionLock) and owns the name "com.halvern.vantoryAgent" on the session bus. Where
-// no session bus answers within half a second, and after a bus has gone, the lock alone decides.
+// no session bus responds within half a second, and after a bus has gone, the lock alone decides.
 //
 // Other processes call it over the bus: object "/com/halvern/vantoryAgent", interface
 // "com.halvern.vantoryAgent". The bus lets in only the user's own programs.
@@ -31,8 +31,8 @@ struct Requests {
     std::function<QByteArray()> history;    // likewise
     std::function<bool(qint64)> endSession; // whether there was such a session
 };
-// Answers calls from the main loop, one at a time. Once, with an application object.
-void answer(Requests requests);
+// Serves calls from the main loop, one at a time. Once, with an application object.
+void serve(Requests requests);
 
 // Calls to the running agent. Each waits at most five seconds for the reply; none, or an empty one,
 // where no agent has the name on the bus or it does not reply.
@@ -43,8 +43,8 @@ void answer(Requests requests);
 
 enum class Presence {
     None,
-    Answers, // over the bus
-    Silent,  // it has the name or the lock, but does not answer
+    Responding, // over the bus
+    Silent,     // it has the name or the lock, but does not reply
 };
 // Whether an agent runs in this desktop session. Waits at most half a second.
 [[nodiscard]] Presence presence();

@@ -28,18 +28,18 @@ constexpr std::chrono::milliseconds kLongestWait(800);
 constexpr auto kAddress = "AT_SPI_BUS_ADDRESS";
 constexpr auto kNowhere = "unix:path=/nonexistent";
 
-// Asks what Qt will wait for. On a worker.
-bool isAnswered()
+// Whether all that Qt will wait for responds. On a worker.
+bool isResponding()
 {
     QByteArray address = qgetenv(kAddress);
     if (address.isEmpty()) {
-        QDBusMessage question = QDBusMessage::createMethodCall(kLauncher, u"/org/a11y/bus"_s,
-                                                               kLauncher, u"GetAddress"_s);
-        question.setAutoStartService(false);
-        const QDBusMessage answer = Bus::session().call(question);
-        address = answer.arguments().value(0).toString().toUtf8();
+        QDBusMessage call = QDBusMessage::createMethodCall(kLauncher, u"/org/a11y/bus"_s, kLauncher,
+                                                           u"GetAddress"_s);
+        call.setAutoStartService(false);
+        const QDBusMessage reply = Bus::session().call(call);
+        address = reply.arguments().value(0).toString().toUtf8();
     }
-    return address.isEmpty() || Bus::answers(address, "org.a11y.atspi.Registry", Bus::kTimeLimit);
+    return address.isEmpty() || Bus::responds(address, "org.a11y.atspi.Registry", Bus::kTimeLimit);
 }
 
 // Waits for the program's first window. The tray's icon is one, too; a menu only when it opens.
@@ -144,7 +144,7 @@ void reportHidden(QAccessibleEvent* event)
 
 void report(QAccessibleEvent* event)
 {
-    // The tables have taken note of it before, and must not a second time; AT-SPI doesn't know it.
+    // Qt's table interfaces have handled this event already; AT-SPI has none like it.
     if (event->type() == QAccessible::TableModelChanged) {
         return;
     }
@@ -195,5 +195,5 @@ void Accessibility::begin(QObject* application)
     qputenv(kAddress, qgetenv(kAddress));
     const auto result = std::make_shared<std::promise<bool>>();
     new FirstWindow(application, result->get_future());
-    Worker::run([result] { result->set_value(isAnswered()); });
+    Worker::run([result] { result->set_value(isResponding()); });
 }

@@ -8,8 +8,8 @@ namespace Accessibility {
 // Once, before the first widget, on the main thread.
 //
 // Qt joins the bus at the program's first window, on the main thread, which waits for the session
-// bus, the accessibility bus and its registry. From now on a worker asks all three first, and the
-// first window waits for them for less than a second. Where they have not answered by then, this
+// bus, the accessibility bus and its registry. From now on a worker calls all three first, and the
+// first window waits for them for less than a second. Where they have not replied by then, this
 // run of the program does without.
 //
 // Fields that hide what is typed hide it on the bus, too: a bullet is reported in place of each

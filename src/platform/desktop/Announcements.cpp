@@ -22,7 +22,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kAfterWindow(300);
 constexpr milliseconds kTypingEnds(1'000);
-// How long a text takes, more or less.
+// The estimated time to say a text: at its start, and for each character.
 constexpr milliseconds kSayingBegins(1'500);
 constexpr milliseconds kSayingCharacter(60);
 constexpr milliseconds kLongestJoining(3'000);
@@ -30,7 +30,7 @@ constexpr milliseconds kLongestJoining(3'000);
 constexpr milliseconds kRemains(10'000);
 constexpr qsizetype kLongest = 2'000;
 constexpr qsizetype kMostTexts = 20;
-// Of the objects that tell them.
+// At most so many announced objects are kept.
 constexpr std::size_t kMostShown = 4;
 
 // Its accessible name is what is said.

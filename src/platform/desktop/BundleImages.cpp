@@ -99,7 +99,8 @@ QIcon read(const QString& name)
             QBuffer buffer;
             buffer.setData(bytes);
             const QSize size = QImageReader(&buffer, "PNG").size();
-            // A deployment that replaces the first one leaves ours beside it.
+            // If a deployment replaced the base picture, our larger one may still lie beside it:
+            // take only what fits.
             const bool isFitting = files.isEmpty() || size == files.constFirst().size * scale;
             if (!size.isEmpty() && isFitting) {
                 files.append({size, bytes});

@@ -283,7 +283,7 @@ bool DBusMenu::handleEvent(int id, const QString& eventId, uint timestamp)
 {
     QAction* const action = actionOf(id);
     if (action != nullptr && eventId == u"clicked" && !action->isSeparator()) {
-        // Later, so that the host has its answer before a modal dialog may open; and with the
+        // Later, so that the host has its reply before a modal dialog may open; and with the
         // action as context, since this object may be deleted before, when the host ends.
         QMetaObject::invokeMethod(
             action,

@@ -60,8 +60,7 @@ struct DBusMenuEvent { // (isvu)
 // not updated yet triggers the right action or none.
 //
 // On the bus from construction to destruction. Any process may call it there: Qt refuses calls of
-// the wrong type, and an unknown item is answered with an error. Main thread. Internal to the
-// platform.
+// the wrong type, and an unknown item gets an error reply. Main thread. Internal to the platform.
 class DBusMenu : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")

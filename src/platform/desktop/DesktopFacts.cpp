@@ -3,7 +3,7 @@
 #include "platform/bus/BusConnection.h"
 #include "platform/desktop/X11.h"
 #include "platform/display/DisplayConnection.h"
-#include "platform/files/DisplayName.h"
+#include "platform/files/DisplayEnvironment.h"
 #include "platform/files/FilePaths.h"
 #include "platform/threads/Thread.h"
 
@@ -104,8 +104,8 @@ bool canUseWayland()
 void askDisplay(DesktopFacts& facts)
 {
     using Display = DesktopFacts::Display;
-    const QString x11 = DisplayName::x11();
-    const QString wayland = DisplayName::wayland();
+    const QString x11 = DisplayEnvironment::x11();
+    const QString wayland = DisplayEnvironment::wayland();
     const XServer server = x11.isEmpty() ? XServer::Unreachable : askXServer();
     facts.showsStatusIcons = server == XServer::WithTray;
     facts.displayName = x11.isEmpty() ? wayland : x11;

@@ -61,24 +61,24 @@ void Notifications::letPass(Place place)
 
 void Notifications::withdrawAll()
 {
-    constexpr int kPatience = 200; // milliseconds
+    constexpr int kTimeLimit = 200; // milliseconds
     QList<QDBusPendingCall> calls;
-    const QDeadlineTimer deadline(kPatience);
+    const QDeadlineTimer deadline(kTimeLimit);
     for (Slot& slot : m_slots) {
         slot.content.reset();
-        while (slot.unanswered && !slot.unanswered->isFinished() && !deadline.hasExpired()) {
+        while (slot.pending && !slot.pending->isFinished() && !deadline.hasExpired()) {
             QThread::msleep(1); // the bus has a thread of its own
         }
-        slot.isChanged = slot.unanswered && !slot.unanswered->isFinished(); // closed when answered
-        if (slot.unanswered && !slot.isChanged) {
-            const QDBusMessage reply = slot.unanswered->reply();
+        slot.isChanged = slot.pending && !slot.pending->isFinished(); // closed at the reply
+        if (slot.pending && !slot.isChanged) {
+            const QDBusMessage reply = slot.pending->reply();
             // On an error what it was to replace is still shown.
             if (reply.type() == QDBusMessage::ReplyMessage) {
                 slot.id = reply.arguments().value(0).toUInt();
             }
         }
         if (slot.id != 0) {
-            calls.append(m_bus->asyncCall(closing(slot), kPatience));
+            calls.append(m_bus->asyncCall(closing(slot), kTimeLimit));
         }
     }
     for (QDBusPendingCall& call : calls) {
@@ -107,8 +107,8 @@ void Notifications::setServer(const QString& uniqueName)
     }
     m_server = uniqueName;
     m_takesMarkup.reset();
-    if (m_asked.isEmpty()) {
-        m_asked = m_server; // it may have been started for the question
+    if (m_calledServer.isEmpty()) {
+        m_calledServer = m_server; // it may have been started for the call
     }
     for (Slot& slot : m_slots) {
         const bool stays = slot.content && slot.content->stays;
@@ -124,7 +124,7 @@ void Notifications::setServer(const QString& uniqueName)
 void Notifications::sendChanges()
 {
     for (Slot& slot : m_slots) {
-        if (!m_bus || !slot.isChanged || slot.unanswered) {
+        if (!m_bus || !slot.isChanged || slot.pending) {
             continue;
         }
         if (!slot.content) {
@@ -133,34 +133,34 @@ void Notifications::sendChanges()
         } else if (m_takesMarkup) {
             slot.isChanged = false;
             notify(slot);
-        } else if (!m_isAskingForCapabilities) {
-            askForCapabilities();
+        } else if (!m_isCallingForCapabilities) {
+            callForCapabilities();
         }
     }
 }
 
-void Notifications::askForCapabilities()
+void Notifications::callForCapabilities()
 {
-    m_isAskingForCapabilities = true;
-    m_asked = m_server;
+    m_isCallingForCapabilities = true;
+    m_calledServer = m_server;
     for (Slot& slot : m_slots) {
         slot.isTried = slot.isChanged;
     }
     // By the service's name, so that the bus starts it where it can.
-    Bus::ask(*m_bus, callOf(kService, u"GetCapabilities"_s, {}), Bus::kUsualTimeLimit, this,
-             [this](const QDBusMessage& answer) {
-                 m_isAskingForCapabilities = false;
-                 if (answer.type() == QDBusMessage::ReplyMessage && m_asked == m_server) {
-                     const auto capabilities = answer.arguments().value(0).toStringList();
-                     m_takesMarkup = capabilities.contains(u"body-markup");
-                 } else {
-                     // Given up, so that nothing is tried for ever; what has come since is not.
-                     for (Slot& slot : m_slots) {
-                         slot.isChanged = slot.isChanged && !slot.isTried;
-                     }
-                 }
-                 sendChanges();
-             });
+    Bus::call(*m_bus, callOf(kService, u"GetCapabilities"_s, {}), Bus::kUsualTimeLimit, this,
+              [this](const QDBusMessage& reply) {
+                  m_isCallingForCapabilities = false;
+                  if (reply.type() == QDBusMessage::ReplyMessage && m_calledServer == m_server) {
+                      const auto capabilities = reply.arguments().value(0).toStringList();
+                      m_takesMarkup = capabilities.contains(u"body-markup");
+                  } else {
+                      // Given up, so that nothing is tried for ever; what has come since is not.
+                      for (Slot& slot : m_slots) {
+                          slot.isChanged = slot.isChanged && !slot.isTried;
+                      }
+                  }
+                  sendChanges();
+              });
 }
 
 void Notifications::notify(Slot& slot)
@@ -178,18 +178,17 @@ void Notifications::notify(Slot& slot)
                                     action.isEmpty() ? QStringList() : QStringList{kClick, action},
                                     hints,
                                     slot.content->stays ? 0 : -1};
-    slot.unanswered =
-        Bus::ask(*m_bus, callOf(m_server, u"Notify"_s, arguments), Bus::kUsualTimeLimit, this,
-                 [this, &slot, asked = m_server](const QDBusMessage& answer) {
-                     slot.unanswered.reset();
-                     if (answer.type() != QDBusMessage::ReplyMessage) {
-                         closeShown(slot); // it was to be replaced
-                     } else if (asked == m_server) {
-                         slot.id = answer.arguments().value(0).toUInt();
-                         Q_EMIT taken(static_cast<Place>(&slot - m_slots.data()));
-                     }
-                     sendChanges();
-                 });
+    slot.pending = Bus::call(*m_bus, callOf(m_server, u"Notify"_s, arguments), Bus::kUsualTimeLimit,
+                             this, [this, &slot, called = m_server](const QDBusMessage& reply) {
+                                 slot.pending.reset();
+                                 if (reply.type() != QDBusMessage::ReplyMessage) {
+                                     closeShown(slot); // it was to be replaced
+                                 } else if (called == m_server) {
+                                     slot.id = reply.arguments().value(0).toUInt();
+                                     Q_EMIT taken(static_cast<Place>(&slot - m_slots.data()));
+                                 }
+                                 sendChanges();
+                             });
 }
 
 QDBusMessage Notifications::closing(Slot& slot) const

@@ -56,7 +56,7 @@ private:
         std::optional<Content> content; // the newest; none: withdrawn
         bool isChanged = false;         // since it was last sent
         bool isTried = false;           // waits for the reply about the capabilities
-        std::optional<QDBusPendingCall> unanswered;
+        std::optional<QDBusPendingCall> pending;
         unsigned id = 0; // the service's; 0: not shown
     };
 
@@ -64,7 +64,7 @@ private:
     void setServer(const QString& uniqueName);
     void change(Place place, const std::optional<Content>& content);
     void sendChanges();
-    void askForCapabilities();
+    void callForCapabilities();
     void notify(Slot& slot);
     QDBusMessage closing(Slot& slot) const;
     void closeShown(Slot& slot);
@@ -75,6 +75,6 @@ private:
     std::optional<QDBusConnection> m_bus;
     QString m_server;                  // its unique name on the bus; empty while there is none
     std::optional<bool> m_takesMarkup; // none until the server has told its capabilities
-    bool m_isAskingForCapabilities = false;
-    QString m_asked; // the server that was asked: a reply of Qt 6.8 does not say who sent it
+    bool m_isCallingForCapabilities = false;
+    QString m_calledServer; // the one that was called: a reply of Qt 6.8 does not say who sent it
 };

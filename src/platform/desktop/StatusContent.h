@@ -6,7 +6,7 @@
 #include <QString>
 
 // What the program's icon in the status bar is. TrayIcon and StatusNotifierItem show it: they read
-// it, are outlived by it, and are told of changes. Main thread.
+// it, are told of changes, and it outlives them. Main thread.
 struct StatusContent {
     QString id;
     QString title;

@@ -103,16 +103,16 @@ void StatusItem::askForHost()
     if (m_watcher.isEmpty()) {
         return;
     }
-    // Asked again after each signal: that is about one host, and there may be several.
-    // While a desktop starts the watcher may answer late, hence no time limit.
-    auto question = QDBusMessage::createMethodCall(m_watcher, kWatcherPath,
-                                                   u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
-    question << kWatcher << u"IsStatusNotifierHostRegistered"_s;
-    Bus::ask(
-        *m_bus, question, Bus::kNoTimeLimit, this,
-        [this, asked = m_watcher](const QDBusMessage& answer) {
-            if (asked == m_watcher) {
-                use(qvariant_cast<QDBusVariant>(answer.arguments().value(0)).variant().toBool());
+    // Called again after each signal: that is about one host, and there may be several.
+    // While a desktop starts the watcher may reply late, hence no time limit.
+    auto call = QDBusMessage::createMethodCall(m_watcher, kWatcherPath,
+                                               u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    call << kWatcher << u"IsStatusNotifierHostRegistered"_s;
+    Bus::call(
+        *m_bus, call, Bus::kNoTimeLimit, this,
+        [this, called = m_watcher](const QDBusMessage& reply) {
+            if (called == m_watcher) {
+                use(qvariant_cast<QDBusVariant>(reply.arguments().value(0)).variant().toBool());
             }
         });
 }

@@ -29,10 +29,10 @@ const QString kPath = u"/StatusNotifierItem"_s;
 // No status bar is higher, and the pictures are sent with every change.
 constexpr int kLargestPicture = 128;
 
-// In which a host has opened its menu.
+// Within this time after a click a host has opened its own menu, if it does so at all.
 constexpr std::chrono::milliseconds kHostsTime = 300ms;
 
-// The standard's form: the process, and a number within it.
+// The name that the specification asks for: …-PID-NUMBER.
 QString busName()
 {
     return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
@@ -75,15 +75,15 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const StatusC
 void StatusNotifierItem::registerWith(const QString& watcher)
 {
     m_opensHostMenu = true; // it may be another host
-    QDBusMessage question = Bus::callToBus(u"GetNameOwner"_s);
-    question << busName();
-    Bus::ask(m_bus, question, Bus::kUsualTimeLimit, this, [=, this](const QDBusMessage& answer) {
-        const bool isOurs = answer.arguments().value(0).toString() == m_bus.baseService();
-        QDBusMessage call = QDBusMessage::createMethodCall(watcher, u"/StatusNotifierWatcher"_s,
-                                                           u"org.kde.StatusNotifierWatcher"_s,
-                                                           u"RegisterStatusNotifierItem"_s);
-        call << (isOurs ? busName() : m_bus.baseService());
-        m_bus.send(call);
+    QDBusMessage ownerCall = Bus::callToBus(u"GetNameOwner"_s);
+    ownerCall << busName();
+    Bus::call(m_bus, ownerCall, Bus::kUsualTimeLimit, this, [=, this](const QDBusMessage& reply) {
+        const bool isOurs = reply.arguments().value(0).toString() == m_bus.baseService();
+        QDBusMessage registration = QDBusMessage::createMethodCall(
+            watcher, u"/StatusNotifierWatcher"_s, u"org.kde.StatusNotifierWatcher"_s,
+            u"RegisterStatusNotifierItem"_s);
+        registration << (isOurs ? busName() : m_bus.baseService());
+        m_bus.send(registration);
     });
 }
 

@@ -1,7 +1,7 @@
 #include "platform/desktop/WindowActivation.h"
 
 #include "platform/desktop/X11.h"
-#include "platform/files/DisplayName.h"
+#include "platform/files/DisplayEnvironment.h"
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
@@ -200,7 +200,7 @@ bool WindowActivation::mayUserBeElsewhere()
     }
     const quint32 active = X11::activeWindow();
     if (active == XCB_WINDOW_NONE) {
-        return !DisplayName::wayland().isEmpty();
+        return !DisplayEnvironment::wayland().isEmpty();
     }
     const quint32 used = X11::useOf(active);
     const auto isLater = [](quint32 one, quint32 other) {

@@ -104,10 +104,11 @@ quint32 X11::activeWindow()
 
 quint32 X11::useOf(quint32 window)
 {
-    // Programs may keep the time at a window of its own, and do so where the window manager looks
-    // there.
-    const quint32 keeper = list(window, "_NET_WM_USER_TIME_WINDOW").value(0);
-    const quint32 time = keeper != XCB_WINDOW_NONE ? list(keeper, "_NET_WM_USER_TIME").value(0) : 0;
+    // A program may store its user time on a separate window, where the window manager supports
+    // that (EWMH).
+    const quint32 timeWindow = list(window, "_NET_WM_USER_TIME_WINDOW").value(0);
+    const quint32 time =
+        timeWindow != XCB_WINDOW_NONE ? list(timeWindow, "_NET_WM_USER_TIME").value(0) : 0;
     return time != 0 ? time : list(window, "_NET_WM_USER_TIME").value(0);
 }
 

@@ -1,6 +1,6 @@
 #include "platform/display/DisplayConnection.h"
 
-#include "platform/files/DisplayName.h"
+#include "platform/files/DisplayEnvironment.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -32,8 +32,8 @@ DisplayConnection::~DisplayConnection()
 
 QString DisplayConnection::name()
 {
-    const QString wayland = DisplayName::wayland();
-    return wayland.isEmpty() ? DisplayName::x11() : wayland;
+    const QString wayland = DisplayEnvironment::wayland();
+    return wayland.isEmpty() ? DisplayEnvironment::x11() : wayland;
 }
 
 QString DisplayConnection::keeperLock()
@@ -67,7 +67,7 @@ bool DisplayConnection::open(milliseconds limit)
 Descriptor DisplayConnection::connectToWayland()
 {
     // As libwayland reads it: a name in the runtime directory, or a path.
-    const QString name = DisplayName::wayland();
+    const QString name = DisplayEnvironment::wayland();
     const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     const QByteArray path = QFile::encodeName(name.startsWith(u'/') ? name : folder + u'/' + name);
     sockaddr_un address = {};

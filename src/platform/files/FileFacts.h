@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// What the file system says of a name, for whoever looks for what is wrong with it. A symbolic link
+// What the file system says of a name, for a diagnosis of what is wrong with it. A symbolic link
 // is followed. Any thread.
 struct FileFacts {
     enum class Kind {
@@ -18,7 +18,7 @@ struct FileFacts {
     [[nodiscard]] static FileFacts of(const QString& path);
 
     Kind kind = Kind::Missing;
-    std::uint32_t owner = 0; // user and group numbers
+    std::uint32_t owner = 0; // UID and GID
     std::uint32_t group = 0;
     unsigned int mode = 0;      // the permission bits, with set-user-id, set-group-id and sticky
     bool hasOtherNames = false; // hard links, or it was reached by a symbolic one

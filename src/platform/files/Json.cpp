@@ -15,8 +15,8 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-// The length of the escape at the text's start, of two escapes that are a surrogate pair, or 0
-// where it is none of RFC 8259, section 7.
+// The length of the escape sequence at the start (RFC 8259, section 7), both halves of a surrogate
+// pair included; 0 if it is invalid.
 qsizetype escapeLength(QByteArrayView text)
 {
     if (text[1] != 'u') {

@@ -25,9 +25,9 @@ public:
 
     // What was written, up to the first zero.
     [[nodiscard]] QByteArray read();
-    // In the place of what was there.
+    // Replaces the content.
     void write(const QByteArray& bytes);
-    // After what was written. Returns whether there was room.
+    // Writes behind the content. Returns whether there was room.
     bool append(const QByteArray& bytes);
 
 private:

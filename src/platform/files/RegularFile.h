@@ -10,7 +10,7 @@
 namespace RegularFile {
 
 // Opens the file with open(2)'s flags; the mode is that of a file that it makes. Where that fails
-// or the file is of another kind, the result is closed and errno tells why. Internal to the
+// or it is not a regular file, the result is closed and errno tells why. Internal to the
 // platform.
 [[nodiscard]] Descriptor open(const QString& path, int flags, unsigned int mode = 0);
 

@@ -69,7 +69,7 @@ std::optional<End> endBy(int (*call)(int, sockaddr*, socklen_t*), int socket)
 }
 
 // The reply is there as soon as the request has been sent.
-std::optional<Socket> answerFrom(const Descriptor& diagnosis)
+std::optional<Socket> replyFrom(const Descriptor& diagnosis)
 {
     alignas(nlmsghdr) std::array<char, 4096> buffer = {};
     const ssize_t length = ::recv(diagnosis.value(), buffer.data(), buffer.size(), MSG_DONTWAIT);
@@ -95,13 +95,13 @@ std::optional<Socket> find(const End& local, const End* remote)
     struct {
         nlmsghdr header = {};
         inet_diag_req_v2 request = {};
-    } question;
-    question.header.nlmsg_len = sizeof question;
-    question.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
-    question.header.nlmsg_flags = NLM_F_REQUEST;
-    question.request.sdiag_family = static_cast<std::uint8_t>(local.family);
-    question.request.sdiag_protocol = IPPROTO_TCP;
-    inet_diag_sockid& id = question.request.id;
+    } message;
+    message.header.nlmsg_len = sizeof message;
+    message.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
+    message.header.nlmsg_flags = NLM_F_REQUEST;
+    message.request.sdiag_family = static_cast<std::uint8_t>(local.family);
+    message.request.sdiag_protocol = IPPROTO_TCP;
+    inet_diag_sockid& id = message.request.id;
     std::memcpy(id.idiag_src, local.address.data(), sizeof id.idiag_src);
     id.idiag_sport = local.port;
     if (remote != nullptr) {
@@ -110,10 +110,10 @@ std::optional<Socket> find(const End& local, const End* remote)
     }
     id.idiag_if = kLoopback;
     id.idiag_cookie[0] = id.idiag_cookie[1] = INET_DIAG_NOCOOKIE;
-    if (::send(diagnosis.value(), &question, sizeof question, 0) != sizeof question) {
+    if (::send(diagnosis.value(), &message, sizeof message, 0) != sizeof message) {
         return std::nullopt;
     }
-    const std::optional<Socket> found = answerFrom(diagnosis);
+    const std::optional<Socket> found = replyFrom(diagnosis);
     // Where no socket has both ends, the kernel replies with the listener.
     const bool isAsked = found && (found->state == TCP_LISTEN) == (remote == nullptr);
     return isAsked ? found : std::nullopt;

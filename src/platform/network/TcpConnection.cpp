@@ -46,10 +46,10 @@ TcpConnection::~TcpConnection()
 }
 
 void TcpConnection::start(const std::string& label, Handlers handlers,
-                          std::chrono::milliseconds endPatience)
+                          std::chrono::milliseconds endTimeout)
 {
     m_handlers = std::move(handlers);
-    m_patience = endPatience;
+    m_endTimeout = endTimeout;
     m_thread = Thread::start(label, [this] { run(); });
 }
 
@@ -242,11 +242,11 @@ int TcpConnection::untilOverdue() const
         return -1;
     }
     const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(*m_endSeen + m_patience - Clock::now());
+        std::chrono::ceil<std::chrono::milliseconds>(*m_endSeen + m_endTimeout - Clock::now());
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
-// What has failed behind what was not read.
+// The error that waits behind the bytes that were not read.
 std::optional<NetworkError> TcpConnection::unreadError() const
 {
     int code = 0;
@@ -281,7 +281,7 @@ void TcpConnection::readOnce()
     if (got < 0 && (error == EAGAIN || error == EINTR)) {
         return;
     }
-    // Whoever sent something has taken the connection before.
+    // Something was received: so a program has taken the connection from the queue.
     const auto refusal = got > 0 && m_peer->isPending() ? m_peer->check(m_socket) : std::nullopt;
     if (got > 0 && !refusal) {
         data.truncate(got);

@@ -47,7 +47,7 @@ public:
         // The peer has closed its side, or something has failed. What came before may still wait to
         // be received.
         std::function<void()> endNoticed;
-        // The last call, once: after all received data has been handled, but at most `endPatience`
+        // The last call, once: after all received data has been handled, but at most `endTimeout`
         // after the end. No error where the peer has closed its side. At once where a send
         // fails, and where there is no connection: nobody listens, the host can't be reached, the
         // peer was refused or its account is not known, and so on.
@@ -61,7 +61,7 @@ public:
 
     // Connects. A debugger shows the first fifteen characters of the label as the thread's name.
     // Once.
-    void start(const std::string& label, Handlers handlers, std::chrono::milliseconds endPatience);
+    void start(const std::string& label, Handlers handlers, std::chrono::milliseconds endTimeout);
 
     // The owner is ready for the next receive. Any thread.
     void resume();
@@ -106,7 +106,7 @@ private:
     const quint16 m_port;
     const Descriptor m_wake; // an eventfd
     Handlers m_handlers;
-    std::chrono::milliseconds m_patience{0};
+    std::chrono::milliseconds m_endTimeout{0};
 
     // The thread's own.
     std::unique_ptr<PeerCheck> m_peer;

@@ -23,7 +23,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kBetweenLooks(10);
 
-// The children that end with the program. Each leads a session and a process group of its number.
+// The children that end with the program. Each leads a session and a process group, whose ID is its
+// PID.
 struct Running {
     std::timed_mutex mutex; // guards the rest
     std::vector<pid_t> leaders;
@@ -148,7 +149,7 @@ bool endsBefore(pid_t child, Clock::time_point moment)
 }
 
 // Sends the signal to a leader's process group, or asks only whether there is one (0). Where the
-// group is gone the leader is taken from the list: its number may become another's.
+// group is gone the leader is taken from the list: its PID may become another's.
 void signalGroups(std::vector<pid_t>& leaders, int signal)
 {
     std::erase_if(

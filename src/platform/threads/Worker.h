@@ -10,20 +10,20 @@
 namespace Worker {
 
 // Runs work that takes seconds once, on a thread of its own, as soon as the system has one left.
-// Nobody waits for it, a program that ends neither: it must hold values only, and post its result.
-// Any thread.
+// Nobody waits for it, not even at the program's end: it must hold values only, and post its
+// result. Any thread.
 void run(std::function<void()> work);
 
-// As run(), but at once: where no thread is left, on this one. The descriptor becomes readable when
-// the work is done; it is not open where that is so already.
+// Like run(), but does not wait for a free thread: without one, works on the calling thread. The
+// descriptor becomes readable at the end; it is closed if the work is done already.
 [[nodiscard]] Descriptor start(std::function<void()> work);
 
 // Posts the work to the main thread. The descriptor becomes readable when it is done; it is not
 // open where the system has none left. Any thread.
 [[nodiscard]] Descriptor startOnMain(std::function<void()> work);
 
-// As run(), then calls `then` with the work's result on the main thread, unless the owner has been
-// deleted by then. Only `then` may use the owner.
+// Like run(), then calls `then` with the work's result on the main thread, unless the owner has
+// been deleted by then. Only `then` may use the owner.
 template <typename Work, typename Then>
 void runThen(Work work, QObject* owner, Then then)
 {

@@ -2,7 +2,6 @@
 #include "agent_core/PrivilegedSettings.h"
 #include "platform/processes/SecretText.h"
 #include "settings/SettingsFile.h"
-#include "settings/SettingsRules.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -13,7 +12,7 @@ using namespace Qt::StringLiterals;
 const QString kId = u"3f2504e0-4f89-41d3-9a0c-0305e82c3301"_s;
 
 // Which entries are valid, and what is written: without a window and without root.
-class TestSettingsRules : public QObject {
+class TestSettings : public QObject {
     Q_OBJECT
 
 private:
@@ -25,7 +24,7 @@ private:
             .replace(u"/usr/bin/sudo"_s, m_folder.filePath(u"sudo"_s));
     }
 
-    // What becomes of it: what the shell prints, what the stand-in saw, what is written.
+    // Runs bash; returns what it printed, what the stand-in saw and what was written.
     [[nodiscard]] QByteArray run(const QStringList& arguments, const QString& input,
                                  QProcessEnvironment environment = {}) const
     {
@@ -53,14 +52,14 @@ private Q_SLOTS:
     // Only the entry of the chosen mode counts.
     void entries()
     {
-        using SettingsRules::Complaint;
+        using Settings = BackendSettings;
+        using Entry = Settings::Entry;
         for (const QString& wrong : {u"1234567"_s, u" 12345"_s, u"١٢٣٤٥٦"_s, u'{' + kId + u'}'}) {
-            QCOMPARE(SettingsRules::complaint({false, wrong, kId, {}}), Complaint::SessionCode);
-            QCOMPARE(SettingsRules::complaint({true, u"123456"_s, wrong, {}}),
-                     Complaint::AccountId);
+            QCOMPARE((Settings{false, wrong, kId, {}}.invalidEntry()), Entry::SessionCode);
+            QCOMPARE((Settings{true, u"123456"_s, wrong, {}}.invalidEntry()), Entry::AccountId);
         }
-        QCOMPARE(SettingsRules::complaint({false, u"-12345"_s, u"?"_s, {}}), Complaint::None);
-        QCOMPARE(SettingsRules::complaint({true, {}, kId.toUpper(), {}}), Complaint::None);
+        QVERIFY((!Settings{false, u"-12345"_s, u"?"_s, {}}.invalidEntry()));
+        QVERIFY((!Settings{true, {}, kId.toUpper(), {}}.invalidEntry()));
     }
 
     void initTestCase()
@@ -115,5 +114,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestSettingsRules)
-#include "tst_settingsrules.moc"
+QTEST_GUILESS_MAIN(TestSettings)
+#include "tst_settings.moc"

@@ -1,8 +1,8 @@
-#include "platform/desktop/DisplayServer.h"
+#include "platform/desktop/ToolkitDisplay.h"
 
 #include <QtGlobal>
 
-std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
+std::vector<char*> ToolkitDisplay::preferX11(std::vector<char*> arguments)
 {
     static char option[] = "-platform";
     static char platform[] = "xcb;wayland";
@@ -13,7 +13,7 @@ std::vector<char*> DisplayServer::preferX11(std::vector<char*> arguments)
     return arguments;
 }
 
-bool DisplayServer::isLastWord(QStringView toolkitMessage)
+bool ToolkitDisplay::isLastWord(QStringView toolkitMessage)
 {
     return toolkitMessage.startsWith(u"The Wayland connection");
 }

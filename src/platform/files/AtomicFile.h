@@ -5,9 +5,9 @@
 
 #include <optional>
 
-// Files that are there whole or not at all. Returns the system's error text, or none on success.
-// Any thread.
-namespace WholeFile {
+// Files that are written whole or not at all. Each returns the system's error text, or none on
+// success. Any thread.
+namespace AtomicFile {
 
 // Replaces the file, or makes it, with this process's user and group and exactly this mode; also
 // if the name was a link or another user's file. The bytes are on the disk when it returns. If it
@@ -18,4 +18,4 @@ namespace WholeFile {
 // Removes the file; one that is not there is no error.
 [[nodiscard]] std::optional<QString> remove(const QString& path);
 
-} // namespace WholeFile
+} // namespace AtomicFile

@@ -1,8 +1,8 @@
-#include "platform/files/DisplayName.h"
+#include "platform/files/DisplayEnvironment.h"
 
 #include <algorithm>
 
-QString DisplayName::x11()
+QString DisplayEnvironment::x11()
 {
     // HOST:DISPLAY.SCREEN
     const QString name = qEnvironmentVariable("DISPLAY");
@@ -10,7 +10,7 @@ QString DisplayName::x11()
     return dot < 0 ? name : name.first(dot);
 }
 
-QString DisplayName::wayland()
+QString DisplayEnvironment::wayland()
 {
     return qEnvironmentVariable("WAYLAND_DISPLAY");
 }

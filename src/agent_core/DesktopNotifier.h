@@ -18,23 +18,24 @@ class UserAcknowledgement;
 // Tells the user by desktop notifications what no window of the agent tells them at that moment: a
 // session's begin and end, a question, what happened while the screen was locked. Screen readers
 // say it in any case. A desktop without notifications shows none of this, and nothing else changes.
-// No notice stays for ever while the status window is in sight, which it may cover. Main thread.
-class DesktopNotices : public QObject {
+// While the status window is in sight, which notifications may cover, they go by themselves. Main
+// thread.
+class DesktopNotifier : public QObject {
     Q_OBJECT
 
 public:
     // The windows, which outlive this.
-    DesktopNotices(LabelSource labels, const QString& applicationName,
-                   const ConnectionStatus& status, const UserAcknowledgement& question,
-                   QObject* parent);
+    DesktopNotifier(LabelSource labels, const QString& applicationName,
+                    const ConnectionStatus& status, const UserAcknowledgement& question,
+                    QObject* parent);
 
-    // Something happened to a session. What happens at the same time is shown together. Not shown
-    // is what the user has done, what the status window shows, and all where the account wants no
-    // window when a session begins; but that a session failed to end is.
+    // Something happened to a session. What happens at the same time is shown together. Left out is
+    // what the user has done, what the status window shows and, where the account wants no window
+    // when a session begins, everything else; but not that a session has failed to end.
     void tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser);
 
-    // The dialog asks. A notice tells of it only while the dialog is not in sight, and when it has
-    // not been answered for a while.
+    // The dialog asks. A notification tells of it only while the dialog is not in sight, or when it
+    // has not been answered for a while.
     void askQuestion();
     void withdrawQuestion();
     // The service has withdrawn the question, and the user is told so. There is nothing to open.
@@ -47,13 +48,13 @@ public:
     // No panel shows the icon: tells how to see it, and what works without it.
     void tellMissingIcon();
 
-    // The program is ending: none of its notices is left, and none comes any more.
+    // The program is ending: its notifications go, and none comes any more.
     void stop();
 
 Q_SIGNALS:
-    // The user has clicked a notice.
+    // The user has clicked a notification.
     void activated(Notifications::Place place);
-    // The desktop has accepted the notice about the icon.
+    // The desktop has accepted the notification about the icon.
     void missingIconTold();
 
 private:
@@ -77,5 +78,5 @@ private:
     QTimer m_sessionTimer;
     QElapsedTimer m_sinceQuestion;
     QTimer m_questionTimer;              // while the question is open
-    std::optional<bool> m_questionStays; // its notice; none: there is none
+    std::optional<bool> m_questionStays; // its notification; none: there is none
 };

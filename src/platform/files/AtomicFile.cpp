@@ -1,4 +1,4 @@
-#include "platform/files/WholeFile.h"
+#include "platform/files/AtomicFile.h"
 
 #include "platform/files/Descriptor.h"
 #include "platform/files/SystemError.h"
@@ -39,8 +39,8 @@ bool syncDirectoryOf(const QByteArray& path)
 
 } // namespace
 
-std::optional<QString> WholeFile::write(const QString& path, const QByteArray& bytes,
-                                        unsigned int mode)
+std::optional<QString> AtomicFile::write(const QString& path, const QByteArray& bytes,
+                                         unsigned int mode)
 {
     const QByteArray name = QFile::encodeName(path);
     QByteArray temporary = name + ".XXXXXX";
@@ -58,7 +58,7 @@ std::optional<QString> WholeFile::write(const QString& path, const QByteArray& b
     return systemErrorText(error);
 }
 
-std::optional<QString> WholeFile::remove(const QString& path)
+std::optional<QString> AtomicFile::remove(const QString& path)
 {
     return ::unlink(QFile::encodeName(path).constData()) == 0 || errno == ENOENT
                ? std::nullopt

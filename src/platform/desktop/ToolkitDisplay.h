@@ -5,8 +5,8 @@
 #include <atomic>
 #include <vector>
 
-// Which display server the program connects to, and whether it has gone.
-namespace DisplayServer {
+// Which display server the toolkit connects to, and whether it has gone.
+namespace ToolkitDisplay {
 
 // The program's arguments, with Qt's option for X11 (also XWayland) behind the program's name where
 // the environment names an X server and no other platform; native Wayland comes next, for where no
@@ -24,4 +24,4 @@ namespace DisplayServer {
 // works any more. Any thread.
 inline std::atomic<bool> isGone = false;
 
-} // namespace DisplayServer
+} // namespace ToolkitDisplay

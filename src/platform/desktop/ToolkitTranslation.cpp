@@ -1,4 +1,4 @@
-#include "platform/desktop/ToolkitWords.h"
+#include "platform/desktop/ToolkitTranslation.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -7,20 +7,20 @@
 
 using namespace Qt::StringLiterals;
 
-void ToolkitWords::speak(QStringView language)
+void ToolkitTranslation::install(QStringView language)
 {
     // Never destroyed: the application refers to it to its end.
-    static auto* const words = new QTranslator;
-    QCoreApplication::removeTranslator(words);
+    static auto* const translator = new QTranslator;
+    QCoreApplication::removeTranslator(translator);
     if (language == u"en") {
-        return; // its words are in the program
+        return; // the texts in the program are English
     }
     const QString folder = QLibraryInfo::path(QLibraryInfo::TranslationsPath);
     const QString name = u"qtbase_"_s + language.toString();
-    // A language may be there as one country's only ("pt_BR").
+    // Qt may have a language for one country only ("pt_BR").
     const QStringList files =
         QDir(folder).entryList({name + u".qm"_s, name + u"_*.qm"_s}, QDir::Files, QDir::Name);
-    if (!files.isEmpty() && words->load(files.constFirst(), folder)) {
-        QCoreApplication::installTranslator(words);
+    if (!files.isEmpty() && translator->load(files.constFirst(), folder)) {
+        QCoreApplication::installTranslator(translator);
     }
 }

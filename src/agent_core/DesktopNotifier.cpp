@@ -1,4 +1,4 @@
-#include "agent_core/DesktopNotices.h"
+#include "agent_core/DesktopNotifier.h"
 
 #include "agent_state/AppDelegate.h"
 #include "localisation/ShownText.h"
@@ -24,10 +24,10 @@ constexpr qsizetype kLongestLine = 120;
 constexpr qsizetype kLongestQuestion = 400;
 // From an event to a look at the windows, which the window manager puts in their place meanwhile.
 constexpr std::chrono::milliseconds kUntilInPlace(500);
-// An older line has been read.
+// After this time a line counts as read.
 constexpr qint64 kReadAfter = 10'000; // milliseconds
 
-// Of sessions, as many as are kept to be shown or counted.
+// So many lines about sessions are kept, to be shown or counted.
 constexpr qsizetype kMostNews = 100;
 
 // "Session began: Ann Carter".
@@ -47,9 +47,9 @@ QString text(const QStringList& lines)
 
 } // namespace
 
-DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationName,
-                               const ConnectionStatus& status, const UserAcknowledgement& question,
-                               QObject* parent)
+DesktopNotifier::DesktopNotifier(LabelSource labels, const QString& applicationName,
+                                 const ConnectionStatus& status,
+                                 const UserAcknowledgement& question, QObject* parent)
     : QObject(parent), m_labels(std::move(labels)), m_status(status), m_question(question),
       m_notifications(applicationName,
                       MainBundle::resourcePath(u"vantoryAgent"_s, u"png"_s).value_or(QString()))
@@ -57,8 +57,8 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     m_sessionTimer.setSingleShot(true);
     m_sessionTimer.setInterval(kUntilInPlace);
     m_questionTimer.setInterval(kUntilInPlace);
-    m_sessionTimer.callOnTimeout(this, &DesktopNotices::showSessions);
-    m_questionTimer.callOnTimeout(this, &DesktopNotices::lookAtQuestion);
+    m_sessionTimer.callOnTimeout(this, &DesktopNotifier::showSessions);
+    m_questionTimer.callOnTimeout(this, &DesktopNotifier::lookAtQuestion);
     connect(&m_status, &ConnectionStatus::cameUp, this, [this] {
         m_notifications.letPass(Notifications::Place::Absence);
         if (std::all_of(m_news.cbegin(), m_news.cend(),
@@ -69,7 +69,7 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
             m_sessionTimer.start(); // it is not in its place yet
         }
     });
-    connect(&m_notifications, &Notifications::activated, this, &DesktopNotices::activated);
+    connect(&m_notifications, &Notifications::activated, this, &DesktopNotifier::activated);
     connect(&m_notifications, &Notifications::taken, this, [this](Notifications::Place place) {
         if (place == Notifications::Place::Icon) {
             Q_EMIT missingIconTold();
@@ -77,7 +77,7 @@ DesktopNotices::DesktopNotices(LabelSource labels, const QString& applicationNam
     });
 }
 
-void DesktopNotices::tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser)
+void DesktopNotifier::tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser)
 {
     const QString line =
         lineFor(kind, session.remoteControlUser, m_labels().value_or(englishFallback()));
@@ -94,14 +94,14 @@ void DesktopNotices::tellSession(Activity::Kind kind, const SessionInfo& session
     const auto place = std::find_if(listed.cbegin(), listed.cend(), [&](const SessionInfo& other) {
         return other.session == session.session;
     });
-    // Of one that has ended it is not known any more: it counts as the last.
+    // A session that has ended is no longer listed: it counts as having stood last.
     const bool hasRow = place - listed.cbegin() < ConnectionStatus::kRows;
     m_news.prepend({line, kind == Activity::Kind::SessionNotEnded, hasRow});
     m_news.resize(std::min(m_news.size(), kMostNews));
     m_sessionTimer.start();
 }
 
-void DesktopNotices::showSessions()
+void DesktopNotifier::showSessions()
 {
     const bool isInSight = WindowActivation::isInSight(m_status);
     if (!isInSight && AppDelegate::state().connectionShowTimer.isActive()) {
@@ -126,7 +126,7 @@ void DesktopNotices::showSessions()
     }
 }
 
-void DesktopNotices::askQuestion()
+void DesktopNotifier::askQuestion()
 {
     withdrawQuestion(); // another one's
     m_sinceQuestion.start();
@@ -137,7 +137,7 @@ void DesktopNotices::askQuestion()
 }
 
 // The question, and that it has taken another one's place.
-QString DesktopNotices::questionText() const
+QString DesktopNotifier::questionText() const
 {
     QString text = ShownText::line(m_question.question(), kLongestQuestion);
     if (m_question.replacesAnother) {
@@ -146,12 +146,12 @@ QString DesktopNotices::questionText() const
     return text;
 }
 
-void DesktopNotices::lookAtQuestion()
+void DesktopNotifier::lookAtQuestion()
 {
     std::optional<bool> stays;
     if (!WindowActivation::isInSight(m_question)) {
         stays = !WindowActivation::isInSight(m_status);
-    } else if (m_sinceQuestion.hasExpired(Intervals::current().untilQuestionNotice.count())) {
+    } else if (m_sinceQuestion.hasExpired(Intervals::current().untilQuestionNotification.count())) {
         stays = false;
     }
     if (std::exchange(m_questionStays, stays) == stays) {
@@ -166,7 +166,7 @@ void DesktopNotices::lookAtQuestion()
     }
 }
 
-void DesktopNotices::tellMissingIcon()
+void DesktopNotifier::tellMissingIcon()
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     m_notifications.show(Notifications::Place::Icon,
@@ -174,7 +174,7 @@ void DesktopNotices::tellMissingIcon()
                           labels.Connection.conn_status_title});
 }
 
-void DesktopNotices::stop()
+void DesktopNotifier::stop()
 {
     m_sessionTimer.stop();
     m_questionTimer.stop();
@@ -182,7 +182,7 @@ void DesktopNotices::stop()
     m_notifications.withdrawAll();
 }
 
-void DesktopNotices::withdrawQuestion()
+void DesktopNotifier::withdrawQuestion()
 {
     m_questionTimer.stop();
     m_questionStays.reset();
@@ -190,7 +190,7 @@ void DesktopNotices::withdrawQuestion()
     Announcements::withdraw(Announcements::About::Question);
 }
 
-void DesktopNotices::tellWithdrawal()
+void DesktopNotifier::tellWithdrawal()
 {
     m_questionTimer.stop();
     const QString text = m_labels().value_or(englishFallback()).UserAck.withdrawn;
@@ -198,7 +198,7 @@ void DesktopNotices::tellWithdrawal()
     Announcements::say(text, Announcements::About::Question);
 }
 
-void DesktopNotices::tellAbsence(const QList<Activity>& activities)
+void DesktopNotifier::tellAbsence(const QList<Activity>& activities)
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
     QStringList lines;
@@ -227,7 +227,7 @@ void DesktopNotices::tellAbsence(const QList<Activity>& activities)
     Announcements::say(text(lines));
 }
 
-void DesktopNotices::withdrawAbsence()
+void DesktopNotifier::withdrawAbsence()
 {
     m_notifications.withdraw(Notifications::Place::Absence);
 }

@@ -3,7 +3,7 @@
 #include <QString>
 
 // What the environment calls the user's display; empty where it names none. Any thread.
-namespace DisplayName {
+namespace DisplayEnvironment {
 
 // The X server of DISPLAY, without the number of a screen: all its screens are one desktop.
 [[nodiscard]] QString x11();
@@ -11,4 +11,4 @@ namespace DisplayName {
 // The compositor of WAYLAND_DISPLAY.
 [[nodiscard]] QString wayland();
 
-} // namespace DisplayName
+} // namespace DisplayEnvironment

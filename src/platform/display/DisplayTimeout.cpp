@@ -1,10 +1,10 @@
-#include "platform/display/DisplayPatience.h"
+#include "platform/display/DisplayTimeout.h"
 
 #include "platform/threads/Thread.h"
 
 #include <utility>
 
-DisplayPatience::DisplayPatience(std::chrono::milliseconds limit, std::function<void()> giveUp)
+DisplayTimeout::DisplayTimeout(std::chrono::milliseconds limit, std::function<void()> giveUp)
     : m_thread(Thread::tryStart("display", [limit, giveUp = std::move(giveUp),
                                             answered = m_answered.get_future().share()] {
           if (answered.wait_for(limit) != std::future_status::ready) {
