@@ -52,14 +52,14 @@ public:
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
     {
         const QString property = message.arguments().value(1).toString();
-        QVariant answer = known.value(
+        QVariant reply = known.value(
             property.isEmpty() ? message.member() + u' ' + message.arguments().value(0).toString()
                                : message.path() + u' ' + property);
-        if (answer.isValid() && !property.isEmpty()) {
-            answer = QVariant::fromValue(QDBusVariant(answer));
+        if (reply.isValid() && !property.isEmpty()) {
+            reply = QVariant::fromValue(QDBusVariant(reply));
         }
-        return connection.send(answer.isValid() ? message.createReply(answer)
-                                                : message.createErrorReply(u"org.test.No"_s, {}));
+        return connection.send(reply.isValid() ? message.createReply(reply)
+                                               : message.createErrorReply(u"org.test.No"_s, {}));
     }
 };
 
