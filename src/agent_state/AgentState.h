@@ -30,7 +30,7 @@ class UserAcknowledgement;
 // Set before the link starts; any thread reads it afterwards.
 struct AgentOptions {
     QStringList arguments; // the command line's, without the program's name
-    OemOptions oem; // the option files; most fields below are read from them
+    OemOptions oem;        // the option files; most fields below are read from them
     bool disconnectedIconVisible = true;
     QString oemName = QString::fromLatin1("KRD");
     QString companyName = QString::fromLatin1("Halvern");
