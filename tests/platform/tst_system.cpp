@@ -8,7 +8,6 @@
 #include "platform/processes/ChildProcess.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QHostAddress>
 #include <QRegularExpression>
@@ -158,11 +157,8 @@ private Q_SLOTS:
         QCOMPARE(::mkfifo(path.constData(), 0600), 0);
         const int pipe = ::open(path.constData(), O_RDONLY | O_NONBLOCK);
         const QString script = u"trap '' TERM; exec 3> '%1'; echo >&3; sleep 60 & sleep 60"_s;
-        QElapsedTimer clock;
-        clock.start();
         const auto result = ChildProcess::run(
             kShell, {u"-c"_s, script.arg(QFile::decodeName(path))}, {.limit = 500ms});
-        QVERIFY(clock.elapsed() < 5'000);
         QCOMPARE(result.error, u"Connection timed out"_s);
         QVERIFY(!result.status && !hasChildren());
         char byte = 0;
