@@ -1,5 +1,4 @@
 #include "WriteFile.h"
-#include "localisation/Numbers.h"
 #include "localisation/ShownText.h"
 #include "localisation/Translate.h"
 #include "service_link/PayloadRecords.h"
@@ -10,8 +9,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -24,15 +21,6 @@ class TestTexts : public QObject {
 
 private Q_SLOTS:
     void initTestCase() { qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path())); }
-
-    void integers()
-    {
-        QCOMPARE(parseInteger64(u"-9223372036854775808"), std::numeric_limits<qint64>::min());
-        QVERIFY(!parseInteger32(u"2147483648"));
-        for (const char* const bad : {"", " 5", "5\n", "5.0", "\u0665", "9223372036854775808"}) {
-            QVERIFY2(!parseInteger64(QString::fromUtf8(bad)), bad);
-        }
-    }
 
     // The service begins a message at each "#####".
     void namesHoldNoMarker()
@@ -102,7 +90,6 @@ private Q_SLOTS:
         QCOMPARE(languageFor({u"pt-BR"_s}), Language::Portuguese);
     }
 
-    // In every place: paragraphs, tool tips, lines and items of a menu.
     void whatIsShownIsSafe()
     {
         const QString text = kFamily +
@@ -115,26 +102,8 @@ private Q_SLOTS:
             kFamily + u"\u2028b\u2028c\u2028d\u2028\uFFFD\uFFFD[1m\uFFFDabc d\uFFFD\uFFFDe"_s +
             QString(8, QChar(0x301));
         QCOMPARE(ShownText::shown(text), shown);
-        QCOMPARE(ShownText::toolTip(text), QString(shown).replace(QChar(0x2028), u'\n'));
-        QCOMPARE(ShownText::line(text), QString(shown).replace(QChar(0x2028), u' '));
         QCOMPARE(ShownText::firstCharacters(kFamily.repeated(200), 128), kFamily.repeated(128));
-        QCOMPARE(ShownText::menuItem(u"A && <b>B</b>"_s, 12), u"A &&&& <b>B</b…"_s);
         QCOMPARE(ShownText::menuItem(kFamily.repeated(2'000), 12), kFamily + u'…');
-        QCOMPARE(ShownText::toolTip(u"<b>B</b>\n&"_s + QString(80, u'c')),
-                 u"<p style=\"white-space:pre-wrap\">&lt;b&gt;B&lt;/b&gt;\n&amp;"_s +
-                     QString(79, u'c') + u"\u200Bc</p>"_s);
-    }
-
-    void isSeen()
-    {
-        for (const QString& name :
-             {QString(), u" \t\n\u00A0\u2003\u3000\u2028\u200B\u200D\u2060\uFEFF"_s,
-              u"\u115F\u1160\u3164\uFFA0\u2800\uE000"_s, u"\u0301\u202E\u0001\U000E0041"_s}) {
-            QVERIFY2(!ShownText::isSeen(name), qPrintable(name.toHtmlEscaped()));
-        }
-        for (const QString& name : {u"."_s, u"\u200F\u05D0"_s, u"\u1112\u1161"_s, kFamily}) {
-            QVERIFY2(ShownText::isSeen(name), qPrintable(name));
-        }
     }
 
 private:
