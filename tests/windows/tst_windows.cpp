@@ -1,6 +1,5 @@
 #include "AgentFixture.h"
 #include "localisation/ShownText.h"
-#include "platform/desktop/BundleImages.h"
 #include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 #include "window_kit/InputGuard.h"
@@ -87,19 +86,6 @@ private Q_SLOTS:
         QVERIFY(QImage(4000, 1000, QImage::Format_RGB32).save(path));
         status().refresh();
         QCOMPARE(find("logo")->pixmap().toImage().size(), QSize(144, 36));
-    }
-
-    void aReplacedPictureIsTheSameAtEachScale()
-    {
-        const QString own = QCoreApplication::applicationDirPath() + u"/Resources/own"_s;
-        QImage picture(10, 10, QImage::Format_RGB32);
-        picture.fill(Qt::red);
-        QVERIFY(picture.save(own + u".png"_s));
-        QImage sharper(99, 99, QImage::Format_RGB32); // of the one that was replaced
-        sharper.fill(Qt::blue);
-        QVERIFY(sharper.save(own + u"@2x.png"_s));
-        const QImage shown = BundleImages::pixmap(u"own"_s, {10, 10}, 2).toImage();
-        QCOMPARE(shown.pixelColor(shown.rect().center()), QColor(Qt::red));
     }
 
     void answersOnceByEveryWayAndByNoOther()
@@ -199,40 +185,6 @@ private Q_SLOTS:
             QCOMPARE(places(), before);
             QCOMPARE(m_question->toolTip().isEmpty(), name.size() < 100);
         }
-    }
-
-    void closesByEveryWay()
-    {
-        for (const QString& way : {u"Return"_s, u"title bar"_s, u"count-down"_s}) {
-            const QPointer<MessageInbox> first = receive(u"1"_s, way == u"count-down" ? 2 : 0);
-            MessageInbox* const second = receive(u"2"_s);
-            QVERIFY(AgentFixture::waitUntilHeard(second));
-            if (way == u"Return") {
-                QTest::keyClick(first->focusWidget(), Qt::Key_Return);
-            } else if (way == u"title bar") {
-                first->close();
-            }
-            QTRY_VERIFY2(first.isNull(), qPrintable(way));
-            QCOMPARE(messages(), QList{second});
-            QTest::mouseClick(second->findChild<QPushButton*>(), Qt::LeftButton);
-            QTRY_VERIFY(messages().isEmpty());
-        }
-        QCOMPARE(m_agent->takeSent(), QByteArrayList()); // the service hears nothing
-    }
-
-    // The newest says how many had to go.
-    void manyMessagesAreSummedUp()
-    {
-        const auto* label = receive({})->findChild<QLabel*>(u"notShown"_s);
-        QVERIFY(!label->isVisible());
-        for (int number = 2; number <= 22; ++number) {
-            (void)receive({});
-        }
-        QCOMPARE(messages().size(), 20);
-        messages().constLast()->QuitAction();
-        label = messages().constLast()->findChild<QLabel*>(u"notShown"_s);
-        QTRY_COMPARE(label->isVisible() ? label->text() : QString(),
-                     u"2 earlier messages were closed"_s);
     }
 
     void anyTextIsShownPlainlyAndInPlace()
