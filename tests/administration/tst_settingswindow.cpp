@@ -6,7 +6,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFileInfo>
-#include <QMessageBox>
 
 #include <tuple>
 
@@ -57,23 +56,6 @@ private Q_SLOTS:
         QVERIFY(isLeft() && QFileInfo::exists(logo));
         QCOMPARE(m_agent->takeSent(), QByteArrayList());
         QVERIFY(open(*m_agent)); // there is nothing to wait for
-    }
-
-    void refusesEntriesOfItsMode()
-    {
-        QVERIFY(open(*m_agent));
-        m_agent->delegate->enableSettings();
-        find<QCheckBox>(window(), "managed")->setChecked(true);
-        auto* const field = find<QLineEdit>(window(), "accountIdText");
-        field->setText(u"<b>456\n"_s);
-        click(window(), "applyButton");
-        auto* const alert = window()->findChild<QMessageBox*>();
-        QVERIFY(alert != nullptr && QTest::qWaitForWindowActive(alert));
-        QCOMPARE(alert->text(), u"Account Identifier is incorrect"_s);
-        QTest::mouseClick(alert->buttons().constFirst(), Qt::LeftButton);
-        QTRY_VERIFY(window()->findChild<QMessageBox*>() == nullptr);
-        QCOMPARE(field->text(), u"<b>456\n"_s); // to be mended
-        QVERIFY(!QFileInfo::exists(backendSettingsPath()));
     }
 
     void lockAsksAndLeavingLocks()
