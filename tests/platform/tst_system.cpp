@@ -79,6 +79,8 @@ private Q_SLOTS:
             const auto expected = missing.contains(path) ? State::Missing : State::Unreadable;
             QVERIFY2(RegularFile::read(path, 100).state == expected, qPrintable(path));
         }
+        QVERIFY(writeFile(m_file, QByteArray(101, 'a')));
+        QCOMPARE(RegularFile::read(m_file, 100).state, State::TooLarge);
     }
 
     // Others can make names in /tmp, and hold a lock on each file that they can open.
