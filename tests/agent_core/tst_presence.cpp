@@ -79,27 +79,6 @@ private Q_SLOTS:
         m_server.reset();
     }
 
-    void theServerGetsTheWholeContent()
-    {
-        for (const bool isOther : {false, true}) {
-            m_server->last = {};
-            m_server->capabilities = {isOther ? u"body-markup"_s : u"body"_s};
-            Notifications notifications(u"App"_s, u"/icon.png"_s);
-            const QString strange = u"<b>a\u0000\"&"_s + QChar(0xD83D); // half of a pair
-            notifications.show(Notifications::Place::Absence, {strange, strange, strange, isOther});
-            QTRY_COMPARE(m_server->last.member(), u"Notify"_s);
-            const QString title = u"<b>a\uFFFD\"&?"_s;
-            const QString text = isOther ? u"&lt;b&gt;a\uFFFD&quot;&amp;?"_s : title;
-            const QVariantMap hints = {{u"urgency"_s, QVariant::fromValue<uchar>(isOther ? 2 : 1)},
-                                       {u"desktop-entry"_s, u"vantoryAgent"_s}};
-            auto sent = m_server->last.arguments();
-            sent[6] = qdbus_cast<QVariantMap>(sent[6]);
-            QCOMPARE(sent,
-                     QVariantList({u"App"_s, 0U, u"/icon.png"_s, title, text,
-                                   QStringList{u"default"_s, title}, hints, isOther ? 0 : -1}));
-        }
-    }
-
     // One call at a time; only the server's signals count, and of its numbers only ours.
     void onlyTheNewestIsShown()
     {
@@ -110,18 +89,18 @@ private Q_SLOTS:
             notifications->show(Notifications::Place::Question, {title, {}, {}});
         };
         const QSignalSpy taken(notifications.get(), &Notifications::taken);
-        show(u"a"_s);
+        show(u"a"_s + QChar(0xD83D)); // half of a pair
         QTRY_COMPARE(taken.size(), 1);
         m_server->isSilent = true;
         show(u"b"_s);
         show(u"c"_s);
-        QTRY_COMPARE(m_calls.join(u' '), u"? a>0 b>1"_s);
+        QTRY_COMPARE(m_calls.join(u' '), u"? a?>0 b>1"_s);
         show(u"d"_s);
         notifications->withdraw(Notifications::Place::Question);
         show(u"e"_s);
         m_server->isSilent = false;
         m_server->answer();
-        QTRY_COMPARE(m_calls.join(u' '), u"? a>0 b>1 e>1"_s);
+        QTRY_COMPARE(m_calls.join(u' '), u"? a?>0 b>1 e>1"_s);
 
         const auto other = QDBusConnection::sessionBus();
         for (const auto& [name, id, bus] : {std::tuple(u"ActionInvoked"_s, 1U, other),
@@ -150,6 +129,7 @@ private Q_SLOTS:
     {
         Intervals::current().untilIconHint = Intervals::current().showConnection =
             std::chrono::milliseconds(1);
+        m_server->capabilities = {u"body-markup"_s};
         QVERIFY(m_agent->start());
         QVERIFY(m_agent->send(status(session(6, "Old")))); // ran before this agent
         // This desktop has neither a host nor a tray.
@@ -164,7 +144,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_server->title(), u"Session began: <b>Ann</b>"_s);
         QVERIFY(m_agent->send(status(session(9, "\u200B"))));
         QTRY_COMPARE(m_server->title(), u"Session began: Session 9"_s);
-        QVERIFY(m_server->text().contains(u"Session began: <b>Ann</b>"));
+        QVERIFY(m_server->text().contains(u"Session began: &lt;b&gt;Ann&lt;/b&gt;"));
         QCOMPARE(m_server->replacedId(), 2U);
         NotificationServer::tell(m_server->bus, u"ActionInvoked"_s, 2);
         AgentFixture::xdotool(u"set_desktop 0"_s);
