@@ -1,6 +1,5 @@
 #include "WriteFile.h"
 #include "agent_core/PrivilegedSettings.h"
-#include "platform/processes/SecretText.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsRules.h"
 
@@ -103,15 +102,6 @@ private Q_SLOTS:
             const QByteArray expected = run({u"-c"_s, u"/bin/"_s + before}, {});
             QCOMPARE(run(PrivilegedSettings::shellArguments(), script(password), odd), expected);
         }
-    }
-
-    void wipedTextIsGone()
-    {
-        QString typed = u"se"_s + u'c';
-        const QString shared = typed;
-        SecretText::wipe(typed);
-        QVERIFY(typed.isEmpty());
-        QCOMPARE(shared, QString(3, QChar(u'\0'))); // the characters themselves are gone
     }
 };
 
