@@ -118,20 +118,6 @@ private Q_SLOTS:
         QCOMPARE(content(m_ordinary), QString());
     }
 
-    // Written to, but neither emptied nor filled without end.
-    void logsOfOtherAccounts()
-    {
-        if (::chown(QFile::encodeName(m_ordinary), 65534, 65534) != 0) {
-            QSKIP("only root can give a file to another account");
-        }
-        printLog(u"a line"_s);
-        LogDestination().cleanUp();
-        QVERIFY(content(m_ordinary).endsWith(u" a line\n"));
-        QVERIFY(QFile::resize(m_ordinary, SharedLogFile::kLimit));
-        printLog(u"lost"_s);
-        QCOMPARE(QFileInfo(m_ordinary).size(), SharedLogFile::kLimit);
-    }
-
     void errorsReachTheJournal()
     {
         QVERIFY(QDir(m_root->path()).mkpath(u"run/systemd/journal"_s));
