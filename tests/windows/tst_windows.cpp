@@ -1,6 +1,5 @@
 #include "AgentFixture.h"
 #include "localisation/ShownText.h"
-#include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 #include "window_kit/InputGuard.h"
 #include "windows/AcknowledgementText.h"
@@ -51,13 +50,6 @@ private Q_SLOTS:
         QCOMPARE(text("ControlUserName"), u"Ann"_s);
         auto* const abort = find<QWidget>("abort2");
         QVERIFY(status().rect().contains(abort->mapTo(&status(), abort->rect().bottomRight())));
-        // A report takes the keyboard from a button that goes, and from no other.
-        find<QWidget>("ChatButton2")->setFocus();
-        status().isManaged = false;
-        status().config();
-        QCOMPARE(status().focusWidget(), find<QWidget>("ChatButton2"));
-        status().isManaged = true;
-        status().config();
         abort->setFocus();
         AppDelegate::removeConnectionSession(-7);
         status().config();
@@ -75,17 +67,6 @@ private Q_SLOTS:
         QVERIFY(!status().sessionTimer.isActive());
         QTRY_COMPARE(status().size(), QSize(313, 153)); // and in its corner at every height
         QTRY_COMPARE(status().frameGeometry().topRight(), status().screen()->geometry().topRight());
-    }
-
-    void customLogo()
-    {
-        const QString path = FilePaths::preferences(u"custom-logo.png"_s);
-        QVERIFY(writeFile(path, "no picture"));
-        status().present();
-        QVERIFY(!find("logo")->pixmap().isNull()); // the bundle's
-        QVERIFY(QImage(4000, 1000, QImage::Format_RGB32).save(path));
-        status().refresh();
-        QCOMPARE(find("logo")->pixmap().toImage().size(), QSize(144, 36));
     }
 
     void answersOnceByEveryWayAndByNoOther()
