@@ -58,12 +58,9 @@ private Q_SLOTS:
     // The settings as the agent writes them, where the shell drops the quotes of the head.
     void propertyLists()
     {
-        const auto read = [this](const QByteArray& bytes) {
-            return writeFile(m_file, bytes) ? PropertyList::readDictionary(m_file) : std::nullopt;
-        };
-        QCOMPARE(read("<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
-                      "<key>managed</key><true/></dict></plist>\n"),
-                 (QVariantMap{{u"managed"_s, true}}));
+        QVERIFY(writeFile(m_file, "<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
+                                  "<key>managed</key><true/></dict></plist>\n"));
+        QCOMPARE(PropertyList::readDictionary(m_file), (QVariantMap{{u"managed"_s, true}}));
     }
 
     void onlyRegularFilesAreRead()
