@@ -15,8 +15,8 @@
 // where a file is missing or may not be written, the text is lost, and no directory is ever made.
 // Any thread.
 
-// A file that text is appended to (see SharedLogFile). One that is removed while the program runs is
-// only made again at the next start.
+// A file that text is appended to (see SharedLogFile). One that is removed while the program runs
+// is only made again at the next start.
 class LogDestination {
 public:
     LogDestination();

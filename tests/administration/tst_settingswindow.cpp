@@ -6,9 +6,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFileInfo>
-#include <QMessageBox>
-
-#include <tuple>
 
 using namespace Qt::StringLiterals;
 
@@ -59,23 +56,6 @@ private Q_SLOTS:
         QVERIFY(open(*m_agent)); // there is nothing to wait for
     }
 
-    void refusesEntriesOfItsMode()
-    {
-        QVERIFY(open(*m_agent));
-        m_agent->delegate->enableSettings();
-        find<QCheckBox>(window(), "managed")->setChecked(true);
-        auto* const field = find<QLineEdit>(window(), "accountIdText");
-        field->setText(u"<b>456\n"_s);
-        click(window(), "applyButton");
-        auto* const alert = window()->findChild<QMessageBox*>();
-        QVERIFY(alert != nullptr && QTest::qWaitForWindowActive(alert));
-        QCOMPARE(alert->text(), u"Account Identifier is incorrect"_s);
-        QTest::mouseClick(alert->buttons().constFirst(), Qt::LeftButton);
-        QTRY_VERIFY(window()->findChild<QMessageBox*>() == nullptr);
-        QCOMPARE(field->text(), u"<b>456\n"_s); // to be mended
-        QVERIFY(!QFileInfo::exists(backendSettingsPath()));
-    }
-
     void lockAsksAndLeavingLocks()
     {
         QVERIFY(open(*m_agent));
@@ -110,41 +90,25 @@ private Q_SLOTS:
         QVERIFY(!window()->isVisible());
     }
 
+    // The machine's own go first. The chain of what is shown begins with the platform, and breaks
+    // at what is no boolean.
     void whatAnInstallationCanChoose()
     {
-        // The bundle's options besides the port; the machine's whole file; what platform, agent
-        // type, change, leaving and name are then; the errors.
-        using Case = std::tuple<QByteArray, QByteArray, QString, QStringList>;
-        for (
-            const auto& [bundled, deployed, after, errors] :
-            {// The chain begins with the platform, and breaks at what is no boolean.
-             Case{"<key>show_platform</key><false/><key>show_agent_type</key><integer>0</integer>"
-                  "<key>enable_change</key><false/>",
-                  "oemName=Acme",
-                  u"0110KRD"_s,
-                  {u"etc/opt/Halvern/vantoryAgent/oem.plist cannot be read"_s,
-                   u"Resources/oem.plist: show_agent_type is not a boolean"_s}},
-             // The machine's options go before the bundle's.
-             {"<key>allow_to_leave_chat</key><true/><key>show_platform</key><false/>",
-              R"(<plist version="1.0"><dict><key>oemName</key><string>Own</string>)"
-              R"(<key>show_platform</key><true/><key>port</key><integer>65536</integer></dict></plist>)",
-              u"1111Own"_s,
-              {u"oem.plist: port is not a port from 1 to 65535"_s}}}) {
-            m_agent.reset();
-            m_agent = std::make_unique<AgentFixture>();
-            m_agent->options = bundled;
-            writeFile(FilePaths::configuration(u"Halvern/vantoryAgent/oem.plist"_s), deployed);
-            QVERIFY(m_agent->start()); // and so with the bundle's port
-            const AgentOptions& read = AppDelegate::options;
-            QCOMPARE(u"%1%2%3%4%5"_s.arg(read.displayPlatform)
-                         .arg(read.displayAgentType)
-                         .arg(read.displayChange)
-                         .arg(read.allowToLeaveChat)
-                         .arg(read.oemName),
-                     after);
-            for (const QString& error : errors) {
-                QCOMPARE(m_agent->log("stderr").filter(error).size(), 1);
-            }
+        m_agent.reset();
+        m_agent = std::make_unique<AgentFixture>();
+        m_agent->options = "<key>show_platform</key><false/><key>show_agent_type</key><integer>0"
+                           "</integer><key>enable_change</key><false/><key>oemName</key><string>"
+                           "Acme</string><key>allow_to_leave_chat</key><true/>";
+        writeFile(FilePaths::configuration(u"Halvern/vantoryAgent/oem.plist"_s),
+                  R"(<plist version="1.0"><dict><key>oemName</key><string>Own</string>)"
+                  R"(<key>port</key><integer>65536</integer></dict></plist>)");
+        QVERIFY(m_agent->start()); // and so with the bundle's port
+        const AgentOptions& read = AppDelegate::options;
+        QVERIFY(!read.displayPlatform && read.displayAgentType && read.displayChange);
+        QVERIFY(read.allowToLeaveChat && read.oemName == u"Own");
+        for (const QString& error : {u"Resources/oem.plist: show_agent_type is not a boolean"_s,
+                                     u"oem.plist: port is not a port from 1 to 65535"_s}) {
+            QCOMPARE(m_agent->log("stderr").filter(error).size(), 1);
         }
     }
 };

@@ -88,25 +88,29 @@ private Q_SLOTS:
             m_agent->allowShowing(allowed);
         }
         Intervals::current().showConnection = Intervals::current().hideConnection =
-            std::chrono::milliseconds(300);
+            std::chrono::hours(1);
         QString seen;
+        const auto passTime = [](QTimer& timer) {
+            timer.setInterval(0); // where it runs
+            return QTest::qWaitFor([&timer] { return !timer.isActive(); });
+        };
         const auto look = [&seen] {
             seen += AppDelegate::state().connectionStatus->isSeen() ? u'1' : u'0';
         };
         QVERIFY(m_agent->send(connected(7, "A")));
         QVERIFY(!AppDelegate::state().connectionStatus->isSeen()); // not before its time
-        QTest::qWait(600);
+        QVERIFY(passTime(AppDelegate::state().connectionShowTimer));
         look();
         // For a window that is shown the status is requested once more, but not again at the reply.
         const qsizetype asked = seen == u"1" ? 1 : 0;
-        QTRY_COMPARE(m_agent->sent().size(), asked);
+        QCOMPARE(m_agent->takeSent().size(), asked);
         QVERIFY(m_agent->send(status(session(7, "A"))));
-        QTest::qWait(400);
-        QCOMPARE(m_agent->sent().size(), asked);
+        QVERIFY(passTime(AppDelegate::state().connectionShowTimer));
+        QCOMPARE(m_agent->takeSent(), QByteArrayList());
         QVERIFY(m_agent->send(visible == u"000" ? "disconnect_all_sessions"
                                                 : "disconnected_session=7"));
         look();
-        QTest::qWait(600);
+        QVERIFY(passTime(AppDelegate::state().connectionNotShowTimer));
         look();
         QCOMPARE(seen, visible);
     }

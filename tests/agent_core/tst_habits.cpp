@@ -1,4 +1,5 @@
 #include "AgentFixture.h"
+#include "chat/ChatController.h"
 #include "platform/desktop/WindowActivation.h"
 #include "window_kit/InputGuard.h"
 #include "windows/UserAcknowlegement.h"
@@ -130,7 +131,8 @@ private Q_SLOTS:
         QFETCH(bool, asks);
         QProcess other;
         other.setStandardOutputFile(QProcess::nullDevice());
-        QTest::qWait(100); // until the window manager has taken note of the last row's end
+        // The window manager has taken note of the last row's end.
+        QTRY_VERIFY(xprop({u"-root"_s}, u"_NET_CLIENT_LIST"_s).endsWith("#"));
         // A click's time of the bus; with one in the future, window managers refuse every later
         // window. Some hosts send seconds.
         WindowActivation::noteAction(serverTime() + 86'400'000);
@@ -163,7 +165,9 @@ private Q_SLOTS:
         QCOMPARE(answers(), QByteArrayList{R"(#####send_chat={"message":"a b","token":5})"});
         QVERIFY(activate(window("ConnectionStatus")));
         AppDelegate::requestChat(6, 7); // which nobody asked for
-        QTest::qWait(200);
+        QVERIFY(QTest::qWaitForWindowExposed(AppDelegate::state().chats.constLast()));
+        // By now the window manager would have given it the keyboard.
+        QVERIFY(xdotool(u"mousemove 5 5"_s));
         QVERIFY(window("ConnectionStatus")->isActiveWindow());
     }
 
@@ -199,8 +203,7 @@ private Q_SLOTS:
         QVERIFY(xdotool(u"mouseup 1"_s));
         QVERIFY(xdotool(u"click 1"_s)); // begun after the row has moved
         QCOMPARE(answers(), QByteArrayList());
-        // A second later it means Bob.
-        QTest::qWait(700);
+        QTest::qWait(700); // the time itself: after it the row means Bob
         QVERIFY(xdotool(u"click 1"_s));
         QCOMPARE(answers(), QByteArrayList{"#####disconnect_session=8"});
     }
@@ -226,7 +229,7 @@ private Q_SLOTS:
         AppDelegate::userAcknowledgeRequest(1, u"srv"_s, u"Ann"_s);
         QWidget* const question = window("UserAcknowlegement");
         QTRY_VERIFY(wantsAttention(*question));
-        QTest::qWait(200);
+        QVERIFY(QTest::qWaitForWindowExposed(question) && xdotool(u"mousemove 5 5"_s)); // as above
         QVERIFY(!question->isActiveWindow()); // the user writes in the chat
         QVERIFY(activate(question));
         QTRY_VERIFY(!wantsAttention(*question));

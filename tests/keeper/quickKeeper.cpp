@@ -8,7 +8,10 @@ int main(int argc, char* argv[])
     for (int index = 1; index < argc; ++index) {
         arguments.push_back(QString::fromUtf8(argv[index]));
     }
-    Keeper(arguments,
-           {.betweenLooks = 100ms, .besideAnother = 1min, .forDisplay = 1s, .forAgentsEnd = 1s})
+    Keeper(arguments, {.betweenLooks = 100ms,
+                       .besideAnother = 1min,
+                       .forDisplay = 1s,
+                       .forScope = 1min,
+                       .forAgentsEnd = 1s})
         .run();
 }

@@ -8,7 +8,6 @@
 #include "platform/processes/ChildProcess.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QHostAddress>
 #include <QRegularExpression>
@@ -59,16 +58,9 @@ private Q_SLOTS:
     // The settings as the agent writes them, where the shell drops the quotes of the head.
     void propertyLists()
     {
-        const auto read = [this](const QByteArray& bytes) {
-            return writeFile(m_file, bytes) ? PropertyList::readDictionary(m_file) : std::nullopt;
-        };
-        QVERIFY(
-            !read(QByteArray("<plist><dict></dict></plist>").leftJustified(1024 * 1024 + 1, ' ')));
-        QVERIFY(!read("<plist><dict><key>k</key>" + QByteArray("<array>").repeated(60'000) +
-                      QByteArray("</array>").repeated(60'000) + "</dict></plist>"));
-        QCOMPARE(read("<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
-                      "<key>managed</key><true/></dict></plist>\n"),
-                 (QVariantMap{{u"managed"_s, true}}));
+        QVERIFY(writeFile(m_file, "<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
+                                  "<key>managed</key><true/></dict></plist>\n"));
+        QCOMPARE(PropertyList::readDictionary(m_file), (QVariantMap{{u"managed"_s, true}}));
     }
 
     void onlyRegularFilesAreRead()
@@ -84,6 +76,8 @@ private Q_SLOTS:
             const auto expected = missing.contains(path) ? State::Missing : State::Unreadable;
             QVERIFY2(RegularFile::read(path, 100).state == expected, qPrintable(path));
         }
+        QVERIFY(writeFile(m_file, QByteArray(101, 'a')));
+        QCOMPARE(RegularFile::read(m_file, 100).state, State::TooLarge);
     }
 
     // Others can make names in /tmp, and hold a lock on each file that they can open.
@@ -158,11 +152,8 @@ private Q_SLOTS:
         QCOMPARE(::mkfifo(path.constData(), 0600), 0);
         const int pipe = ::open(path.constData(), O_RDONLY | O_NONBLOCK);
         const QString script = u"trap '' TERM; exec 3> '%1'; echo >&3; sleep 60 & sleep 60"_s;
-        QElapsedTimer clock;
-        clock.start();
         const auto result = ChildProcess::run(
             kShell, {u"-c"_s, script.arg(QFile::decodeName(path))}, {.limit = 500ms});
-        QVERIFY(clock.elapsed() < 5'000);
         QCOMPARE(result.error, u"Connection timed out"_s);
         QVERIFY(!result.status && !hasChildren());
         char byte = 0;

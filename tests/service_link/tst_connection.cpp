@@ -13,6 +13,7 @@
 #include <mutex>
 #include <tuple>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -67,7 +68,7 @@ private Q_SLOTS:
         for (const QString& message : sent) {
             m_peer->write(message.toUtf8());
             QVERIFY(m_peer->waitForBytesWritten());
-            QTRY_VERIFY(isAllRead());
+            QVERIFY(QTest::qWaitFor([this] { return isAllRead(); }, 30'000));
         }
         m_idle.set_value();
         QTRY_COMPARE(messages().mid(1), sent);
@@ -173,16 +174,19 @@ private:
         return m_messages;
     }
 
-    // Whether the connection has read all that has arrived (proc(5), /proc/net/tcp).
+    // Whether all has arrived, and the connection has read it (proc(5), /proc/net/tcp).
     bool isAllRead() const
     {
+        int unacknowledged = 0;
+        ::ioctl(static_cast<int>(m_peer->socketDescriptor()), TIOCOUTQ, &unacknowledged);
         QFile sockets(u"/proc/self/net/tcp"_s);
         const QByteArray port = ':' + QByteArray::number(m_peer->peerPort(), 16).toUpper();
         const auto lines =
             sockets.open(QIODevice::ReadOnly) ? sockets.readAll().split('\n') : QByteArrayList();
         return std::any_of(lines.begin(), lines.end(), [&](const QByteArray& line) {
             const auto fields = line.simplified().split(' ');
-            return fields.size() > 4 && fields[1].endsWith(port) && fields[4].endsWith(":00000000");
+            return unacknowledged == 0 && fields.size() > 4 && fields[1].endsWith(port) &&
+                   fields[4].endsWith(":00000000");
         });
     }
 

@@ -135,12 +135,22 @@ bool AgentFixture::waitUntilHeard(const QWidget* window)
 
 bool AgentFixture::xdotool(const QString& words)
 {
-    QProcess process;
-    process.start(u"xdotool"_s, words.split(u' '));
+    const auto run = [](const QString& all) {
+        QProcess process;
+        process.start(u"xdotool"_s, all.split(u' '));
+        (void)QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 30'000);
+        return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0
+                   ? process.readAllStandardOutput()
+                   : QByteArray();
+    };
+    // What the window manager does last of all this.
+    static int desktops = 100;
+    const QString number = QString::number(++desktops);
     const bool isDone =
-        QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 20'000) &&
-        process.exitCode() == 0;
-    QTest::qWait(100); // until the window manager has passed everything on
+        !run(words + u" set_num_desktops "_s + number + u" get_num_desktops"_s).isEmpty() &&
+        QTest::qWaitFor([&] { return run(u"get_num_desktops"_s).trimmed() == number.toUtf8(); },
+                        30'000);
+    QGuiApplication::sync();
     return isDone;
 }
 

@@ -43,7 +43,8 @@ public:
     // The first window of that name; null where there is none.
     [[nodiscard]] static QWidget* topLevel(const char* name);
 
-    // Real keys and a real pointer, through the X server. The event loop goes on meanwhile.
+    // Real keys and a real pointer, through the X server. The event loop goes on meanwhile. Returns
+    // when the window manager has passed everything on, and this process has heard it.
     static bool xdotool(const QString& words);
 
     // Waits until a window that came up by itself hears keys and clicks.

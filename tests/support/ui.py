@@ -9,7 +9,7 @@
   ui hides TEXT            succeed when none does
   ui tray [BUTTON]         click the icon in the tray (1: left, 3: right), which opens its menu
   ui ends-hidden           succeed when the windows and the icon of the agent, which is ending, go
-                           within a second, and none comes back until it has ended
+                           before it has ended, and none comes back
 
 A NAME or TEXT of the form @Section.key is that label in the language of $LANGUAGE, as the program
 under $VANTORY_BUILD has it. Each waits up to thirty seconds for what it needs, and fails with a line
@@ -79,8 +79,8 @@ def centre(node):
     return box.x + box.width // 2, box.y + box.height // 2
 
 
-def until(what, attempt, timeout=TIMEOUT):
-    end = time.monotonic() + timeout
+def until(what, attempt):
+    end = time.monotonic() + TIMEOUT
     while not (result := attempt()):
         if time.monotonic() > end:
             sys.exit(f"ui: {what}")
@@ -117,10 +117,10 @@ def tray(button="1"):
 
 
 def ends_hidden():
-    until("a window or the icon is still shown", lambda: not windows("--onlyvisible"), 1)
+    until("a window or the icon is still shown", lambda: not windows("--onlyvisible"))
+    if not windows():
+        sys.exit("ui: windows and icon were shown until the agent ended")
     status = os.path.join(os.environ["VANTORY_ROOT"], "agent.status")
-    if os.path.exists(status):
-        sys.exit("ui: the agent has ended before anything was seen")
     until("the agent has not ended", lambda: os.path.exists(status)
           or windows("--onlyvisible") and sys.exit("ui: a window is shown"))
 

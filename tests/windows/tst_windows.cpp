@@ -1,7 +1,5 @@
 #include "AgentFixture.h"
 #include "localisation/ShownText.h"
-#include "platform/desktop/BundleImages.h"
-#include "platform/files/FilePaths.h"
 #include "records/Intervals.h"
 #include "window_kit/InputGuard.h"
 #include "windows/AcknowledgementText.h"
@@ -53,13 +51,6 @@ private Q_SLOTS:
         QCOMPARE(text("ControlUserName"), u"Ann"_s);
         auto* const abort = find<QWidget>("abort2");
         QVERIFY(status().rect().contains(abort->mapTo(&status(), abort->rect().bottomRight())));
-        // A report takes the keyboard from a button that goes, and from no other.
-        find<QWidget>("ChatButton2")->setFocus();
-        status().isManaged = false;
-        status().config();
-        QCOMPARE(status().focusWidget(), find<QWidget>("ChatButton2"));
-        status().isManaged = true;
-        status().config();
         abort->setFocus();
         AppDelegate::removeConnectionSession(-7);
         status().config();
@@ -77,30 +68,6 @@ private Q_SLOTS:
         QVERIFY(!status().sessionTimer.isActive());
         QTRY_COMPARE(status().size(), QSize(313, 153)); // and in its corner at every height
         QTRY_COMPARE(status().frameGeometry().topRight(), status().screen()->geometry().topRight());
-    }
-
-    void customLogo()
-    {
-        const QString path = FilePaths::preferences(u"custom-logo.png"_s);
-        QVERIFY(writeFile(path, "no picture"));
-        status().present();
-        QVERIFY(!find("logo")->pixmap().isNull()); // the bundle's
-        QVERIFY(QImage(4000, 1000, QImage::Format_RGB32).save(path));
-        status().refresh();
-        QCOMPARE(find("logo")->pixmap().toImage().size(), QSize(144, 36));
-    }
-
-    void aReplacedPictureIsTheSameAtEachScale()
-    {
-        const QString own = QCoreApplication::applicationDirPath() + u"/Resources/own"_s;
-        QImage picture(10, 10, QImage::Format_RGB32);
-        picture.fill(Qt::red);
-        QVERIFY(picture.save(own + u".png"_s));
-        QImage sharper(99, 99, QImage::Format_RGB32); // of the one that was replaced
-        sharper.fill(Qt::blue);
-        QVERIFY(sharper.save(own + u"@2x.png"_s));
-        const QImage shown = BundleImages::pixmap(u"own"_s, {10, 10}, 2).toImage();
-        QCOMPARE(shown.pixelColor(shown.rect().center()), QColor(Qt::red));
     }
 
     void answersOnceByEveryWayAndByNoOther()
@@ -200,40 +167,6 @@ private Q_SLOTS:
             QCOMPARE(places(), before);
             QCOMPARE(m_question->toolTip().isEmpty(), name.size() < 100);
         }
-    }
-
-    void closesByEveryWay()
-    {
-        for (const QString& way : {u"Return"_s, u"title bar"_s, u"count-down"_s}) {
-            const QPointer<MessageInbox> first = receive(u"1"_s, way == u"count-down" ? 2 : 0);
-            MessageInbox* const second = receive(u"2"_s);
-            QVERIFY(AgentFixture::waitUntilHeard(second));
-            if (way == u"Return") {
-                QTest::keyClick(first->focusWidget(), Qt::Key_Return);
-            } else if (way == u"title bar") {
-                first->close();
-            }
-            QTRY_VERIFY2(first.isNull(), qPrintable(way));
-            QCOMPARE(messages(), QList{second});
-            QTest::mouseClick(second->findChild<QPushButton*>(), Qt::LeftButton);
-            QTRY_VERIFY(messages().isEmpty());
-        }
-        QCOMPARE(m_agent->takeSent(), QByteArrayList()); // the service hears nothing
-    }
-
-    // The newest says how many had to go.
-    void manyMessagesAreSummedUp()
-    {
-        const auto* label = receive({})->findChild<QLabel*>(u"notShown"_s);
-        QVERIFY(!label->isVisible());
-        for (int number = 2; number <= 22; ++number) {
-            (void)receive({});
-        }
-        QCOMPARE(messages().size(), 20);
-        messages().constLast()->QuitAction();
-        label = messages().constLast()->findChild<QLabel*>(u"notShown"_s);
-        QTRY_COMPARE(label->isVisible() ? label->text() : QString(),
-                     u"2 earlier messages were closed"_s);
     }
 
     // ICU crashes with a language of more than eleven letters.
