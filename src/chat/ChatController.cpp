@@ -53,7 +53,7 @@ void ChatController::windowDidLoad()
     if (!m_allowToLeave) {
         allowToLeave(false);
     }
-    refreshLogo(logoChanged);
+    refreshLogo();
 }
 
 void ChatController::refresh()

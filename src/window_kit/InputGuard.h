@@ -11,12 +11,11 @@
 class QAbstractButton;
 class QWidget;
 
-// Whether a key, a click or a press in a window was meant for it. Each window has its
-// own guard. It drops
+// Whether a key, a click or a press in a window was meant for it. Each window has its own guard. It
+// drops
 //
 // - keys and input methods' text in a window that has come up by itself, until the user clicks in
-// it
-//   or the keyboard was quiet for a second;
+//   it or the keyboard was quiet for a second;
 // - where that is asked for, clicks in it as well, for 600 ms;
 // - presses of the buttons in a part of the window that has just come to mean something else (a row
 //   into which another session has moved), for 600 ms;
@@ -26,8 +25,7 @@ class QWidget;
 // The times count from the moment at which the window is on the screen; each input that is dropped
 // restarts its time. Keys and clicks are dropped as events. A screen reader's press comes without
 // an event and clicks a moment later: so a button's action is connected by connectButton(), which
-// looks at the press when it begins and when it ends. Main thread; lives as long as its
-// window.
+// looks at the press when it begins and when it ends. Main thread; lives as long as its window.
 class InputGuard : public QObject {
     Q_OBJECT
 

@@ -19,10 +19,10 @@ struct sd_bus_message;
 // The program uses two D-Bus libraries, so that a bus that hangs does not hang the program:
 //
 // - QtDBus (Bus.h) connects without a time limit, all its connections share one thread, and it
-// needs
-//   the application object. The toolkit uses it anyway, for accessibility. It serves what the main
-//   thread never waits for, all on the toolkit's own connection to the session bus: the icon, its
-//   menu and the notifications. A worker connects it, once a BusConnection has had a reply there.
+//   needs the application object. The toolkit uses it anyway, for accessibility. It serves what the
+//   main thread never waits for, all on the toolkit's own connection to the session bus: the icon,
+//   its menu and the notifications. A worker connects it, once a BusConnection has had a reply
+//   there.
 // - sd-bus serves calls with a deadline, with or without the toolkit: the agent's name on the
 //   session bus and the calls to the agent (RunningAgent), logind on the system bus
 //   (ConsoleSession), and the doctor's questions (DesktopFacts).
