@@ -53,7 +53,7 @@ void ChatController::windowDidLoad()
     if (!m_allowToLeave) {
         allowToLeave(false);
     }
-    refreshLogo(logoChanged);
+    refreshLogo();
 }
 
 void ChatController::refresh()
@@ -195,9 +195,7 @@ void ChatController::end()
     ui.Send->setEnabled(false);
     ui.Send->setShortcut(QKeySequence());
     ui.Message->setEnabled(false);
-    if (!leaved) {
-        leftMember(from);
-    }
+    leftMember(from);
 }
 
 void ChatController::allowToLeave(bool isAllowed)

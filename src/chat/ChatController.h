@@ -79,7 +79,6 @@ public:
     // Has one writer, leftMember(): set any earlier, the notice could never come. The name is
     // misspelt on purpose: it is part of the interface.
     bool leaved = false;
-    bool logoChanged = false;
 
 Q_SIGNALS:
     // A line that the user has sent; at most 128 characters.

@@ -9,8 +9,7 @@ struct Invocation;
 struct Doctor {
     // Prints a line for each cause, with its remedy, or one that nothing was found. Returns the
     // exit status: 1 where something is wrong. Of the arguments, "port=N" says where the service is
-    // expected. Takes at most four seconds where display and buses hang. Before any other thread
-    // exists.
+    // expected. Takes at most four seconds where display and buses hang.
     [[nodiscard]] static int examine(const Terminal& terminal, const Invocation& invocation);
 
     // Where root asks outside of any desktop (over SSH, from configuration management) nothing of

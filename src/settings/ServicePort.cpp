@@ -24,6 +24,6 @@ PortArgument PortArgument::of(const QStringList& arguments)
 
 quint16 servicePort(const QStringList& arguments, const OemOptions& options)
 {
-    const auto port = PortArgument::of(arguments).port;
-    return port ? *port : options.value<quint16>(u"port"_s).value_or(kUsualServicePort);
+    return PortArgument::of(arguments).port.value_or(
+        options.value<quint16>(u"port"_s).value_or(kUsualServicePort));
 }

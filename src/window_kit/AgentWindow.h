@@ -55,13 +55,13 @@ public:
         m_logo = logo;
         Pictures::showLogo(*m_logo, false);
     }
-    // `logoChanged` says whether the window has ever shown a custom one, and is never reset.
-    void refreshLogo(bool& logoChanged)
+    void refreshLogo()
     {
         m_mayBeCustom = true;
         logoChanged = Pictures::showLogo(*m_logo, true) || logoChanged;
     }
 
+    bool logoChanged = false; // has shown a custom one at some time; never reset
     InputGuard inputGuard;
 
 protected:

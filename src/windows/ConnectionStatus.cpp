@@ -184,7 +184,7 @@ void ConnectionStatus::refresh()
         translate(*labels);
     }
     if (m_ui) {
-        refreshLogo(logoChanged);
+        refreshLogo();
     }
 }
 

@@ -85,8 +85,6 @@ public:
     QSet<qint64> notEnded;              // the user has ended them, the service reports them still
     bool hasUnseenActivity = false;     // while the user was away
 
-    bool logoChanged = false;
-
 Q_SIGNALS:
     // The user wants that session ended, or a chat with its operator.
     void endRequested(qint64 session);

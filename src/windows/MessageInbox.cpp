@@ -70,7 +70,7 @@ MessageInbox::~MessageInbox() = default;
 
 void MessageInbox::set(const QString& from, const QString& text, qint64 seconds, qint64 iconValue)
 {
-    refreshLogo(logoChanged);
+    refreshLogo();
     m_kind = iconValue;
     const Kind* const kind = kindOf(m_kind);
     Pictures::show(*m_ui->icon, kind != nullptr ? QString::fromUtf16(kind->picture) : QString());

@@ -49,7 +49,6 @@ public:
 
     QTimer timer;
     qint64 timeout = 0; // seconds left
-    bool logoChanged = false;
 
 Q_SIGNALS:
     // By the user or by the count-down.

@@ -6,6 +6,7 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
+#include <QClipboard>
 #include <QInputMethodEvent>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -223,6 +224,18 @@ private Q_SLOTS:
         m_messages->appendBody(u"the user's own"_s, false, ChatColour::Text);
         append(u"a\n"_s.repeated(30'000));
         QCOMPARE(distanceToEnd(), 0);
+    }
+
+    // Also where a long line was laid out in pieces.
+    void copiesWhatWasSaid()
+    {
+        open();
+        const QString text = QString(2'500, u'x') + u"\nlast"_s;
+        append(text);
+        append(text);
+        m_messages->selectAll();
+        m_messages->copy();
+        QVERIFY(QApplication::clipboard()->text().endsWith(u"\n%1\n%1"_s.arg(text)));
     }
 };
 
