@@ -134,7 +134,8 @@ private Q_SLOTS:
         QVERIFY(m_agent->send(status(session(6, "Old")))); // ran before this agent
         // This desktop has neither a host nor a tray.
         QTRY_COMPARE(m_server->title(), u"No panel shows the agent’s icon"_s);
-        QTRY_VERIFY(WindowActivation::isInSight(*window("ConnectionStatus")));
+        QTRY_VERIFY(window("ConnectionStatus") != nullptr &&
+                    WindowActivation::isInSight(*window("ConnectionStatus")));
         m_calls.clear();
         QVERIFY(m_agent->send(connected(7, "Ann")));
         QVERIFY(m_agent->send("disconnected_session=7"));
