@@ -32,7 +32,7 @@ struct OpenLog {
 
 struct Logs {
     std::mutex mutex; // guards the rest
-    std::map<QByteArray, OpenLog> open;
+    std::map<QString, OpenLog> open;
 };
 
 // Never destroyed: the last lines are written while the process ends.
@@ -49,17 +49,17 @@ bool isLog(const struct stat& status)
 }
 
 // The log at the path, open unless there is none.
-OpenLog& openLog(const QByteArray& path)
+OpenLog& openLog(const QString& path)
 {
     OpenLog& log = logs().open[path];
     struct stat status = {};
-    if (::lstat(path.constData(), &status) != 0 || !isLog(status)) {
+    if (::lstat(QFile::encodeName(path).constData(), &status) != 0 || !isLog(status)) {
         log.file.close();
     } else if (!log.file.isOpen() || status.st_ino != log.status.st_ino ||
                status.st_dev != log.status.st_dev) {
         // Without O_CREAT, which the kernel refuses for another account's file in a sticky
         // directory (fs.protected_regular).
-        log.file = RegularFile::open(QFile::decodeName(path), O_WRONLY | O_APPEND | O_NOFOLLOW);
+        log.file = RegularFile::open(path, O_WRONLY | O_APPEND | O_NOFOLLOW);
         if (log.file.isOpen() && (::fstat(log.file.value(), &status) != 0 || !isLog(status))) {
             log.file.close();
         }
@@ -73,7 +73,7 @@ OpenLog& openLog(const QByteArray& path)
 void SharedLogFile::append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)())
 {
     const std::lock_guard lock(logs().mutex);
-    const OpenLog& log = openLog(QFile::encodeName(path));
+    const OpenLog& log = openLog(path);
     if (!log.file.isOpen()) {
         return;
     }
@@ -92,7 +92,7 @@ void SharedLogFile::append(const QString& path, const QByteArray& bytes, QByteAr
 void SharedLogFile::begin(const QString& path)
 {
     const std::lock_guard lock(logs().mutex);
-    OpenLog& log = openLog(QFile::encodeName(path));
+    OpenLog& log = openLog(path);
     ::flock(log.file.value(), LOCK_UN);
     if (!log.file.isOpen()) {
         // Only a new file gets the mode, which the umask has cut. In a sticky directory that
