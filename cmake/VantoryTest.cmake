@@ -19,7 +19,7 @@ function(vantory_test_properties name)
         # The toolkit is not built for the thread sanitizer: only our own code's accesses count.
         # Threads that run when the process ends are meant.
         set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
-            "TSAN_OPTIONS=ignore_noninstrumented_modules=1 die_after_fork=0 report_thread_leaks=0")
+            "TSAN_OPTIONS=ignore_noninstrumented_modules=1 die_after_fork=0 report_thread_leaks=0 atexit_sleep_ms=0")
     endif()
 endfunction()
 
