@@ -234,12 +234,12 @@ void ChildProcess::endRunning(std::chrono::milliseconds grace)
     {
         // A shell that can't even be loaded (its file system hangs) must not hold up the end. The
         // thread sanitizer does not know a timed mutex by this clock.
-        std::unique_lock lock(running().mutex, std::try_to_lock);
-        for (; !lock && Clock::now() < end; lock.try_lock()) {
+        std::unique_lock lock(running().mutex, std::defer_lock);
+        while (!lock.try_lock()) {
+            if (Clock::now() >= end) {
+                return;
+            }
             std::this_thread::sleep_for(kBetweenLooks);
-        }
-        if (!lock) {
-            return;
         }
         running().isOver = true;
         leaders = running().leaders;
