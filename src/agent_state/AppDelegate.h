@@ -206,7 +206,7 @@ private:
     void finishCheck(const Credentials& check, bool isRight);
 
     const ClientConnection::CheckMessage m_checkMessage;
-    std::latch m_canHandle{1};
+    std::latch m_canHandle{1};            // what the service sends; see link()
     MemoryFile m_kept;                    // until the list of what happened takes it
     std::shared_ptr<Credentials> m_check; // the credentials that are being checked
     QTimer m_restartWait;                 // after new settings

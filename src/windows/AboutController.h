@@ -11,8 +11,8 @@ namespace Ui {
 class AboutController;
 }
 
-// The About window: which program this is, and which version of it. There is one from the
-// first showing on, which is only ever hidden. Main thread.
+// The About window: which program this is, and which version of it. There is one from the first
+// showing on, which is only ever hidden. Main thread.
 class AboutController : public AgentWindow<QDialog> {
     Q_OBJECT
 

@@ -32,7 +32,7 @@ constexpr int kLargestPicture = 128;
 // Within this time after a click a host has opened its own menu, if it does so at all.
 constexpr std::chrono::milliseconds kHostsTime = 300ms;
 
-// The name that the specification asks for: …-PID-NUMBER.
+// A StatusNotifierItem's name on the bus: …-PID-NUMBER.
 QString busName()
 {
     return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());

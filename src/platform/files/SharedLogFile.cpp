@@ -93,7 +93,6 @@ void SharedLogFile::begin(const QString& path)
 {
     const std::lock_guard lock(logs().mutex);
     OpenLog& log = openLog(path);
-    ::flock(log.file.value(), LOCK_UN);
     if (!log.file.isOpen()) {
         // Only a new file gets the mode, which the umask has cut. In a sticky directory that
         // everybody may write to, another account can give one of the user's own files this name.
