@@ -85,7 +85,7 @@ bool isThere(const FileFacts& facts)
 
 void checkPreferences(Doctor& doctor)
 {
-    const QString path = FilePaths::preferences(QString());
+    const QString path = FilePaths::library(u"Preferences/vantoryAgent"_s);
     const FileFacts facts = FileFacts::of(path);
     const auto administrators =
         LocalAccounts::administrators().value_or(LocalAccounts::Group{0, u"root"_s});

@@ -1,15 +1,12 @@
 #include "platform/files/FilePaths.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
 QString FilePaths::system(const QString& absolutePath)
 {
-    const QString root = qEnvironmentVariable("VANTORY_ROOT");
-    return QDir::cleanPath(root.isEmpty() ? absolutePath
-                                          : QFileInfo(root).absoluteFilePath() + absolutePath);
+    return qEnvironmentVariable("VANTORY_ROOT") + absolutePath;
 }
 
 QString FilePaths::library(const QString& path)
