@@ -114,9 +114,6 @@ void AppDelegate::systemTray()
     }
     const JsonData::Info titles = labels().value_or(JsonData::Info());
 
-    auto item = std::make_unique<StatusItem>(u"vantoryAgent"_s, options.oemName);
-    item->setIcon(statusIcon(iconName(state().gatewayConnectionStatus, false)));
-
     auto menu = std::make_unique<QMenu>(ShownText::menuItem(options.oemName, kLongestItem));
     menu->setToolTipsVisible(true);
     auto* const style = new MenuStyle;
@@ -129,9 +126,9 @@ void AppDelegate::systemTray()
     addItem(*menu, getConnectivityLabel(), {}, {}, &AppDelegate::connectionDisplay);
     menu->addSeparator();
     addItem(*menu, titles.About.about, {}, u"questionmark.circle"_s, &AppDelegate::about);
-    item->setMenu(menu.get());
     WindowRules::setMenu(menu.get());
-    state().statusBarItem = std::move(item);
+    state().statusBarItem = std::make_unique<StatusItem>(
+        options.oemName, statusIcon(iconName(state().gatewayConnectionStatus, false)), *menu);
     state().statusBarMenu = std::move(menu);
     updateToolTip();
 }

@@ -238,9 +238,7 @@ private:
     {
         QPixmap picture(22, 22);
         picture.fill(Qt::red);
-        m_item = std::make_unique<StatusItem>(u"test"_s, u"Test"_s);
-        m_item->setIcon(QIcon(picture));
-        m_item->setMenu(m_menu.get());
+        m_item = std::make_unique<StatusItem>(u"Test"_s, QIcon(picture), *m_menu);
     }
 
     void startWithHost()

@@ -14,6 +14,7 @@
 #include <QPixmap>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -97,18 +98,10 @@ QVariantMap propertiesOf(const QAction& action)
     return properties;
 }
 
-// The named properties; no names means all.
-QVariantMap filtered(QVariantMap properties, const QStringList& names)
-{
-    if (!names.isEmpty()) {
-        properties.removeIf([&](auto property) { return !names.contains(property.key()); });
-    }
-    return properties;
-}
-
 } // namespace
 
-DBusMenu::DBusMenu(const QDBusConnection& bus) : m_bus(bus), m_revision(++lastRevision)
+DBusMenu::DBusMenu(const QDBusConnection& bus, QMenu& menu)
+    : m_bus(bus), m_menu(menu), m_revision(++lastRevision)
 {
     qDBusRegisterMetaType<DBusMenuItem>();
     qDBusRegisterMetaType<QList<DBusMenuItem>>();
@@ -122,27 +115,13 @@ DBusMenu::DBusMenu(const QDBusConnection& bus) : m_bus(bus), m_revision(++lastRe
     m_announcement.setSingleShot(true);
     m_announcement.setInterval(0);
     connect(&m_announcement, &QTimer::timeout, this, &DBusMenu::announceChanges);
+    m_menu.installEventFilter(this);
     m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableContents);
 }
 
 DBusMenu::~DBusMenu()
 {
     m_bus.unregisterObject(path());
-}
-
-void DBusMenu::setMenu(QMenu* menu)
-{
-    if (m_menu == menu) {
-        return;
-    }
-    if (m_menu) {
-        m_menu->removeEventFilter(this);
-    }
-    m_menu = menu;
-    if (m_menu) {
-        m_menu->installEventFilter(this);
-    }
-    m_announcement.start();
 }
 
 uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
@@ -153,12 +132,11 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
         return 0;
     }
     m_isRead = true;
-    layout.id = parentId;
-    layout.properties = filtered(propertiesOf(parentId), propertyNames);
-    if (parentId == kRoot && recursionDepth != 0) {
-        for (QAction* const action : actions()) {
-            layout.children += QVariant::fromValue(DBusMenuLayout{
-                idOf(*action), filtered(::propertiesOf(*action), propertyNames), {}});
+    for (const DBusMenuItem& item : items(propertyNames)) {
+        if (item.id == parentId) {
+            layout = {item.id, item.properties, {}};
+        } else if (parentId == kRoot && recursionDepth != 0) {
+            layout.children += QVariant::fromValue(DBusMenuLayout{item.id, item.properties, {}});
         }
     }
     return m_revision;
@@ -167,25 +145,17 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
 QList<DBusMenuItem> DBusMenu::GetGroupProperties(const QList<int>& ids,
                                                  const QStringList& propertyNames)
 {
-    // Walks our items, not the host's list: the reply is never longer than the menu.
-    QList<int> known = {kRoot};
-    for (QAction* const action : actions()) {
-        known += idOf(*action);
-    }
     m_isRead = true;
-    QList<DBusMenuItem> items;
-    for (const int id : known) {
-        if (ids.isEmpty() || ids.contains(id)) {
-            items += DBusMenuItem{id, filtered(propertiesOf(id), propertyNames)};
-        }
-    }
-    return items;
+    // Of our items, not of the host's list: the reply is never longer than the menu.
+    QList<DBusMenuItem> asked = items(propertyNames);
+    asked.removeIf(
+        [&](const DBusMenuItem& item) { return !ids.isEmpty() && !ids.contains(item.id); });
+    return asked;
 }
 
 QDBusVariant DBusMenu::GetProperty(int id, const QString& name)
 {
-    m_isRead = true;
-    const QVariant value = isKnown(id) ? propertiesOf(id).value(name) : QVariant();
+    const QVariant value = GetGroupProperties({id}, {name}).value(0).properties.value(name);
     if (!value.isValid()) {
         replyNoSuchItem(id);
         return {};
@@ -220,9 +190,8 @@ bool DBusMenu::AboutToShow(int id)
         replyNoSuchItem(id);
         return false;
     }
-    if (id == kRoot && m_menu) {
+    if (id == kRoot) {
         Q_EMIT openedByHost();
-        Q_EMIT m_menu->aboutToShow();
     }
     const bool isOutdated = m_announcement.isActive();
     if (isOutdated) {
@@ -251,14 +220,9 @@ bool DBusMenu::eventFilter(QObject* watched, QEvent* event)
     return QObject::eventFilter(watched, event);
 }
 
-QList<QAction*> DBusMenu::actions() const
-{
-    return m_menu ? m_menu->actions() : QList<QAction*>();
-}
-
 QAction* DBusMenu::actionOf(int id) const
 {
-    for (QAction* const action : actions()) {
+    for (QAction* const action : m_menu.actions()) {
         if (idOf(*action) == id) {
             return action;
         }
@@ -271,12 +235,18 @@ bool DBusMenu::isKnown(int id) const
     return id == kRoot || actionOf(id) != nullptr;
 }
 
-QVariantMap DBusMenu::propertiesOf(int id) const
+QList<DBusMenuItem> DBusMenu::items(const QStringList& propertyNames) const
 {
-    if (const QAction* const action = actionOf(id)) {
-        return ::propertiesOf(*action);
+    QList<DBusMenuItem> items = {DBusMenuItem{kRoot, {{u"children-display"_s, u"submenu"_s}}}};
+    for (QAction* const action : m_menu.actions()) {
+        items += DBusMenuItem{idOf(*action), propertiesOf(*action)};
     }
-    return {{u"children-display"_s, u"submenu"_s}};
+    for (DBusMenuItem& item : items) {
+        item.properties.removeIf([&](auto property) {
+            return !propertyNames.isEmpty() && !propertyNames.contains(property.key());
+        });
+    }
+    return items;
 }
 
 bool DBusMenu::handleEvent(int id, const QString& eventId, uint timestamp)
@@ -315,14 +285,13 @@ void DBusMenu::announceChanges()
     }
 
     // For hosts that don't fetch the properties again when the layout has changed.
-    QList<DBusMenuItem> updated;
+    QList<DBusMenuItem> updated = items({});
+    updated.removeFirst(); // the menu itself stays as it is
     QList<DBusMenuItemKeys> removed;
-    for (QAction* const action : actions()) {
-        const QVariantMap properties = ::propertiesOf(*action);
+    for (const DBusMenuItem& item : std::as_const(updated)) {
         QStringList absent = {u"icon-data"_s, u"shortcut"_s, u"type"_s, u"label"_s, u"enabled"_s};
-        absent.removeIf([&](const QString& name) { return properties.contains(name); });
-        updated += DBusMenuItem{idOf(*action), properties};
-        removed += DBusMenuItemKeys{idOf(*action), absent};
+        absent.removeIf([&](const QString& name) { return item.properties.contains(name); });
+        removed += DBusMenuItemKeys{item.id, absent};
     }
     if (!updated.isEmpty()) {
         Q_EMIT ItemsPropertiesUpdated(updated, removed);

@@ -5,7 +5,6 @@
 #include <QDBusVariant>
 #include <QList>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QTimer>
@@ -67,14 +66,12 @@ class DBusMenu : public QObject, protected QDBusContext {
     Q_PROPERTY(uint Version MEMBER m_version CONSTANT)
 
 public:
-    explicit DBusMenu(const QDBusConnection& bus);
+    // The menu outlives it.
+    DBusMenu(const QDBusConnection& bus, QMenu& menu);
     ~DBusMenu() override;
 
     // The object path on the bus. Any would do; this is the usual one.
     [[nodiscard]] static QString path() { return QLatin1StringView("/MenuBar"); }
-
-    // Not owned; null empties the menu.
-    void setMenu(QMenu* menu);
 
 public Q_SLOTS:
     // The operations of the interface, with its names.
@@ -100,18 +97,18 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    [[nodiscard]] QList<QAction*> actions() const;
     // Null for item 0 and for what is not in the menu, or no longer.
     [[nodiscard]] QAction* actionOf(int id) const;
     [[nodiscard]] bool isKnown(int id) const;
-    [[nodiscard]] QVariantMap propertiesOf(int id) const;
+    // The menu itself, then what is in it, each with the named properties; no names means all.
+    [[nodiscard]] QList<DBusMenuItem> items(const QStringList& propertyNames) const;
     bool handleEvent(int id, const QString& eventId, uint timestamp);
     void replyNoSuchItem(int id);
     void announceChanges();
 
     const uint m_version = 3;
     QDBusConnection m_bus;
-    QPointer<QMenu> m_menu;
+    QMenu& m_menu;
     uint m_revision = 0;
     bool m_isRead = false; // by a host, which then has to hear of changes
     QTimer m_announcement; // several changes in one run of the event loop are announced once

@@ -18,8 +18,8 @@ const QString kWatcherPath = u"/StatusNotifierWatcher"_s;
 
 } // namespace
 
-StatusItem::StatusItem(const QString& id, const QString& title, QObject* parent)
-    : QObject(parent), m_content{id, title, {}, {}, {}}
+StatusItem::StatusItem(const QString& title, const QIcon& icon, QMenu& menu)
+    : m_content{title, icon, menu}
 {
     Worker::runThen(&Bus::session, this, [this](const QDBusConnection& bus) { watchBus(bus); });
 }
@@ -35,12 +35,6 @@ void StatusItem::setIcon(const QIcon& icon)
 void StatusItem::setToolTip(const QString& text)
 {
     m_content.toolTip = text;
-    contentChanged();
-}
-
-void StatusItem::setMenu(QMenu* menu)
-{
-    m_content.menu = menu;
     contentChanged();
 }
 

@@ -26,8 +26,10 @@ class StatusItem : public QObject {
     Q_OBJECT
 
 public:
-    // `id` names the item to hosts and stays the same between runs; `title` is shown.
-    StatusItem(const QString& id, const QString& title, QObject* parent = nullptr);
+    // The menu is not owned, and outlives the item. Its actions may change at any time: text ("&&"
+    // for "&"), icon, shortcut, visibility, enabling, order. Not every host shows submenus and
+    // check marks.
+    StatusItem(const QString& title, const QIcon& icon, QMenu& menu);
     ~StatusItem() override;
 
     // The picture, for any size that a host asks for.
@@ -38,10 +40,6 @@ public:
 
     // Plain text, shown while the pointer rests on the icon.
     void setToolTip(const QString& text);
-
-    // Not owned. Its actions may change at any time: text ("&&" for "&"), icon, shortcut,
-    // visibility, enabling, order. Not every host shows submenus and check marks.
-    void setMenu(QMenu* menu);
 
     // Takes the icon away at once and for good, whatever is set afterwards.
     void hide();

@@ -50,7 +50,7 @@ StatusNotifierPicture pictureOf(const QImage& source)
 } // namespace
 
 StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const StatusContent& content)
-    : m_bus(bus), m_content(content), m_exportedMenu(bus)
+    : m_bus(bus), m_content(content), m_exportedMenu(bus, content.menu)
 {
     qDBusRegisterMetaType<StatusNotifierPicture>();
     qDBusRegisterMetaType<QList<StatusNotifierPicture>>();
@@ -61,7 +61,6 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus, const StatusC
         popUpMenu();
     });
     connect(&m_exportedMenu, &DBusMenu::openedByHost, this, &StatusNotifierItem::leaveMenuToHost);
-    m_exportedMenu.setMenu(m_content.menu);
     m_bus.registerObject(kPath, this, QDBusConnection::ExportScriptableContents);
 
     // A name of its own and not the connection's: released, it withdraws the icon, while the
@@ -98,7 +97,6 @@ StatusNotifierItem::~StatusNotifierItem()
 
 void StatusNotifierItem::contentChanged()
 {
-    m_exportedMenu.setMenu(m_content.menu);
     Q_EMIT NewIcon();
     Q_EMIT NewToolTip();
 }
@@ -158,11 +156,8 @@ void StatusNotifierItem::Scroll(int /*delta*/, const QString& /*orientation*/) {
 void StatusNotifierItem::leaveMenuToHost()
 {
     m_sinceHostMenu.start();
-    const bool isOursShown = m_content.menu && m_content.menu->isVisible();
-    if (isOursShown) {
-        m_content.menu->hide();
-    }
-    if (isOursShown || m_waitForHost.isActive()) {
+    if (m_content.menu.isVisible() || m_waitForHost.isActive()) {
+        m_content.menu.hide();
         m_waitForHost.stop();
         m_opensHostMenu = true;
     }
@@ -170,7 +165,7 @@ void StatusNotifierItem::leaveMenuToHost()
 
 void StatusNotifierItem::popUpMenu()
 {
-    if (m_content.menu && QGuiApplication::primaryScreen() != nullptr) {
-        m_content.menu->popup(MenuPlace::inHost(m_place, m_content.menu->sizeHint()));
+    if (QGuiApplication::primaryScreen() != nullptr) {
+        m_content.menu.popup(MenuPlace::inHost(m_place, m_content.menu.sizeHint()));
     }
 }

@@ -48,7 +48,7 @@ class StatusNotifierItem : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
     Q_PROPERTY(QString Category MEMBER m_category CONSTANT)
-    Q_PROPERTY(QString Id READ id CONSTANT)
+    Q_PROPERTY(QString Id MEMBER m_id CONSTANT)
     Q_PROPERTY(QString Title READ title CONSTANT)
     Q_PROPERTY(QString Status MEMBER m_status CONSTANT)
     Q_PROPERTY(bool ItemIsMenu MEMBER m_itemIsMenu CONSTANT)
@@ -84,7 +84,6 @@ Q_SIGNALS:
     Q_SCRIPTABLE void NewStatus(const QString& status);
 
 private:
-    [[nodiscard]] QString id() const { return m_content.id; }
     [[nodiscard]] QString title() const { return m_content.title; }
     [[nodiscard]] QDBusObjectPath menu() const { return QDBusObjectPath(DBusMenu::path()); }
     [[nodiscard]] QList<StatusNotifierPicture> pictures() const;
@@ -92,6 +91,7 @@ private:
     void popUpMenu();
     void leaveMenuToHost();
 
+    const QString m_id = QLatin1StringView("vantoryAgent"); // the same in every run
     const QString m_category = QLatin1StringView("SystemServices");
     const QString m_status = QLatin1StringView("Active"); // hosts may hide one that is "Passive"
     const QString m_iconName;                             // none: the pictures are sent

@@ -114,11 +114,10 @@ protected:
 
     void mousePressEvent(QMouseEvent* event) override
     {
-        QMenu* const menu = m_owner.m_content.menu;
-        if (menu == nullptr ||
-            (event->button() != Qt::LeftButton && event->button() != Qt::RightButton)) {
+        if (event->button() != Qt::LeftButton && event->button() != Qt::RightButton) {
             return;
         }
+        QMenu& menu = m_owner.m_content.menu;
         // The window knows its place in the tray, not on the screen.
         const QPoint corner = (event->globalPosition() - event->position()).toPoint();
         const QRect icon(corner, size());
@@ -126,7 +125,7 @@ protected:
         if (screen == nullptr) {
             screen = QGuiApplication::primaryScreen();
         }
-        menu->popup(MenuPlace::at(icon, menu->sizeHint(), screen->geometry()));
+        menu.popup(MenuPlace::at(icon, menu.sizeHint(), screen->geometry()));
     }
 
 private:
@@ -147,9 +146,7 @@ TrayIcon::~TrayIcon() = default;
 
 void TrayIcon::contentChanged()
 {
-    if (m_content.icon.isNull() || !m_window) {
-        dock();
-    } else {
+    if (m_window) {
         m_window->update();
         m_window->setPlainToolTip(m_content.toolTip);
     }
@@ -208,9 +205,6 @@ void TrayIcon::dock()
     m_window.reset();
     m_tray = XCB_WINDOW_NONE;
     xcb_connection_t* const server = X11::connection();
-    if (server == nullptr || m_content.icon.isNull()) {
-        return;
-    }
     const auto reply = X11::owned(xcb_get_selection_owner_reply(
         server, xcb_get_selection_owner(server, m_selection), nullptr));
     // A tray that ends at this very moment is none; the next one announces itself.

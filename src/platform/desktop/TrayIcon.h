@@ -36,5 +36,5 @@ private:
     quint32 m_selection = 0;          // the atom: whoever owns it is the tray
     quint32 m_manager = 0;            // the atom: the message of a tray that has started
     quint32 m_tray = 0;               // its window; zero while there is none
-    std::unique_ptr<Window> m_window; // only while there is a tray and an icon to show
+    std::unique_ptr<Window> m_window; // only while there is a tray
 };
