@@ -1,41 +1,27 @@
 #include "platform/desktop/MenuPlace.h"
 
-#include "platform/desktop/X11.h"
-
-#include <QCursor>
 #include <QGuiApplication>
+#include <QMenu>
 #include <QScreen>
 
 #include <algorithm>
 
-QPoint MenuPlace::at(const QRect& icon, const QSize& menu, const QRect& screen)
+void MenuPlace::popUp(QMenu& menu, QRect icon)
 {
-    const int below = icon.bottom() + 1;
-    const int y = below + menu.height() <= screen.bottom() + 1 ? below : icon.top() - menu.height();
-    const int x = std::min(icon.left(), screen.right() + 1 - menu.width());
-    return {std::max(x, screen.left()), std::max(y, screen.top())};
-}
-
-QPoint MenuPlace::inHost(QPoint told, const QSize& menu)
-{
-    // Some hosts tell a place within their own window, or none.
-    const QPoint place = X11::connection() != nullptr ? QCursor::pos() : told;
-    const QScreen* screen = QGuiApplication::screenAt(place);
+    const QScreen* screen = QGuiApplication::screenAt(icon.center());
     if (screen == nullptr) {
         screen = QGuiApplication::primaryScreen();
     }
+    if (screen == nullptr) {
+        return; // a compositor without an output
+    }
     const QRect whole = screen->geometry();
     const QRect free = screen->availableGeometry();
-    QRect icon(std::clamp(place.x(), whole.left(), whole.right()),
-               std::clamp(place.y(), whole.top(), whole.bottom()), 1, 1);
-    if (icon.top() < free.top()) {
-        icon.setBottom(free.top() - 1);
-    } else if (icon.top() > free.bottom()) {
-        icon.setTop(free.bottom() + 1);
-    } else if (icon.left() < free.left()) {
-        icon.moveLeft(free.left());
-    } else if (icon.left() > free.right()) {
-        return {std::max(free.right() + 1 - menu.width(), free.left()), at(icon, menu, whole).y()};
-    }
-    return at(icon, menu, whole);
+    icon.setBottom(std::max(icon.bottom(), free.top() - 1));
+    icon.setTop(std::min(icon.top(), free.bottom() + 1));
+    const QSize size = menu.sizeHint();
+    const int below = icon.bottom() + 1;
+    const int y = below + size.height() <= whole.bottom() + 1 ? below : icon.top() - size.height();
+    const int x = std::min(icon.left(), free.right() + 1 - size.width());
+    menu.popup({std::max(x, free.left()), std::max(y, whole.top())});
 }

@@ -3,12 +3,13 @@
 #include "platform/bus/Bus.h"
 #include "platform/desktop/DBusStruct.h"
 #include "platform/desktop/MenuPlace.h"
+#include "platform/desktop/X11.h"
 
 #include <QCoreApplication>
+#include <QCursor>
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QGuiApplication>
 #include <QImage>
 #include <QMenu>
 #include <QPixmap>
@@ -165,7 +166,8 @@ void StatusNotifierItem::leaveMenuToHost()
 
 void StatusNotifierItem::popUpMenu()
 {
-    if (QGuiApplication::primaryScreen() != nullptr) {
-        m_content.menu.popup(MenuPlace::inHost(m_place, m_content.menu.sizeHint()));
-    }
+    // The icon lies under the user's pointer. Some hosts tell a place within their own window, or
+    // none, so theirs counts only where the pointer's place is not known (native Wayland).
+    const QPoint place = X11::connection() != nullptr ? QCursor::pos() : m_place;
+    MenuPlace::popUp(m_content.menu, QRect(place, QSize(1, 1)));
 }

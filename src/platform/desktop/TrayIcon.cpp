@@ -4,7 +4,6 @@
 #include "platform/desktop/X11.h"
 
 #include <QGuiApplication>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
@@ -114,18 +113,11 @@ protected:
 
     void mousePressEvent(QMouseEvent* event) override
     {
-        if (event->button() != Qt::LeftButton && event->button() != Qt::RightButton) {
-            return;
+        if (event->button() == Qt::LeftButton || event->button() == Qt::RightButton) {
+            // The window knows its place in the tray, not on the screen.
+            const QPoint corner = (event->globalPosition() - event->position()).toPoint();
+            MenuPlace::popUp(m_owner.m_content.menu, QRect(corner, size()));
         }
-        QMenu& menu = m_owner.m_content.menu;
-        // The window knows its place in the tray, not on the screen.
-        const QPoint corner = (event->globalPosition() - event->position()).toPoint();
-        const QRect icon(corner, size());
-        const QScreen* screen = QGuiApplication::screenAt(icon.center());
-        if (screen == nullptr) {
-            screen = QGuiApplication::primaryScreen();
-        }
-        menu.popup(MenuPlace::at(icon, menu.sizeHint(), screen->geometry()));
     }
 
 private:
