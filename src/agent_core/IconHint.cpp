@@ -23,7 +23,7 @@ QString note()
 } // namespace
 
 IconHint::IconHint(const StatusItem& icon, const ActivityLog& log, QObject* parent)
-    : QObject(parent), m_icon(icon), m_log(log)
+    : QObject(parent), m_icon(&icon), m_log(log)
 {
     m_timer.setSingleShot(true);
     m_timer.callOnTimeout(this, &IconHint::look);
@@ -43,7 +43,7 @@ void IconHint::look()
     // A home directory may hang.
     Worker::runThen([] { return QFileInfo::exists(note()); }, this,
                     [this](bool isTold) {
-                        if (!isTold && !m_icon.hasPlace()) {
+                        if (!isTold && m_icon && !m_icon->hasPlace()) {
                             Q_EMIT iconMissing();
                         }
                     });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 
 class ActivityLog;
@@ -24,7 +25,7 @@ Q_SIGNALS:
     void iconMissing();
 
 private:
-    const StatusItem& m_icon;
+    const QPointer<const StatusItem> m_icon; // null once the agent ends
     const ActivityLog& m_log;
     QTimer m_timer;
 };

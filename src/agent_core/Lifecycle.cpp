@@ -342,9 +342,7 @@ void AppDelegate::leaveDesktop()
 {
     AgentState& agent = state();
     if (!ToolkitDisplay::isGone) {
-        if (agent.statusBarItem) {
-            agent.statusBarItem->hide();
-        }
+        agent.statusBarItem.reset();
         WindowActivation::hideAll();
     }
     Q_EMIT agent.events.ending();

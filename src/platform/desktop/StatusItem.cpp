@@ -54,17 +54,9 @@ bool StatusItem::hasPlace() const
     return m_isInHost || (m_trayIcon && m_trayIcon->isShown());
 }
 
-void StatusItem::hide()
-{
-    m_isHidden = true;
-    m_isInHost = false;
-    m_hostItem.reset();
-    m_trayIcon.reset();
-}
-
 void StatusItem::watchBus(const QDBusConnection& bus)
 {
-    if (m_isHidden || !bus.isConnected()) {
+    if (!bus.isConnected()) {
         use(false);
         return;
     }
@@ -114,9 +106,6 @@ void StatusItem::askForHost()
 // Shows the icon in the host, else in a tray.
 void StatusItem::use(bool isHostThere)
 {
-    if (m_isHidden) {
-        return;
-    }
     if (!isHostThere && !m_trayIcon) {
         m_trayIcon = std::make_unique<TrayIcon>(m_content);
     } else if (isHostThere && !m_isInHost) {

@@ -30,6 +30,7 @@ public:
     // for "&"), icon, shortcut, visibility, enabling, order. Not every host shows submenus and
     // check marks.
     StatusItem(const QString& title, const QIcon& icon, QMenu& menu);
+    // Takes the icon away at once.
     ~StatusItem() override;
 
     // The picture, for any size that a host asks for.
@@ -41,9 +42,6 @@ public:
     // Plain text, shown while the pointer rests on the icon.
     void setToolTip(const QString& text);
 
-    // Takes the icon away at once and for good, whatever is set afterwards.
-    void hide();
-
 private Q_SLOTS:
     void askForHost();
 
@@ -54,7 +52,6 @@ private:
     void use(bool isHostThere);
 
     StatusContent m_content;
-    bool m_isHidden = false;
     bool m_isInHost = false;                        // else in a tray
     std::unique_ptr<StatusNotifierItem> m_hostItem; // from the bus's connection on
     std::unique_ptr<TrayIcon> m_trayIcon;           // while there is no host
