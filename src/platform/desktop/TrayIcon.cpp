@@ -157,36 +157,21 @@ bool TrayIcon::nativeEventFilter(const QByteArray& type, void* message, qintptr*
     }
     constexpr unsigned kSentByProgram = 0x80;
     const auto* const event = static_cast<const xcb_generic_event_t*>(message);
-    switch (event->response_type & ~kSentByProgram) {
-    case XCB_CLIENT_MESSAGE: {
-        const auto* const client = reinterpret_cast<const xcb_client_message_event_t*>(event);
-        if (client->type == m_manager && client->data.data32[1] == m_selection) {
-            dock();
-        }
-        break;
-    }
-    case XCB_DESTROY_NOTIFY:
-        if (reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window == m_tray) {
-            dock();
-        }
-        break;
-    case XCB_EXPOSE:
+    const unsigned kind = event->response_type & ~kSentByProgram;
+    const auto* const client = reinterpret_cast<const xcb_client_message_event_t*>(event);
+    const auto* const destroyed = reinterpret_cast<const xcb_destroy_notify_event_t*>(event);
+    const auto* const exposed = reinterpret_cast<const xcb_expose_event_t*>(event);
+    const auto* const reparented = reinterpret_cast<const xcb_reparent_notify_event_t*>(event);
+    if ((kind == XCB_CLIENT_MESSAGE && client->type == m_manager &&
+         client->data.data32[1] == m_selection) ||
+        (kind == XCB_DESTROY_NOTIFY && destroyed->window == m_tray)) {
+        dock();
+    } else if (m_window && kind == XCB_EXPOSE && exposed->window == m_window->id()) {
         // The toolkit would show what it has painted last, over the tray's former background.
-        if (m_window &&
-            reinterpret_cast<const xcb_expose_event_t*>(event)->window == m_window->id()) {
-            m_window->update();
-        }
-        break;
-    case XCB_REPARENT_NOTIFY: {
-        const auto* const reparent = reinterpret_cast<const xcb_reparent_notify_event_t*>(event);
-        if (m_window && reparent->window == m_window->id() &&
-            reparent->parent != X11::screen().root) {
-            m_window->showInTray();
-        }
-        break;
-    }
-    default:
-        break;
+        m_window->update();
+    } else if (m_window && kind == XCB_REPARENT_NOTIFY && reparented->window == m_window->id() &&
+               reparented->parent != X11::screen().root) {
+        m_window->showInTray();
     }
     return false;
 }
