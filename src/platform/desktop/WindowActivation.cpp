@@ -15,7 +15,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <ctime>
 
 #include <xcb/xcb.h>
 
@@ -28,13 +27,11 @@ using namespace std::chrono_literals;
 // From a window's coming up to the window manager's putting it in its place.
 constexpr std::chrono::milliseconds kUntilStacked = 200ms;
 
-// X servers on this machine count their time on the monotonic clock.
+// X servers on this machine count their time on the monotonic clock, which steady_clock is.
 quint32 serverTimeNow()
 {
-    timespec now = {};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<quint32>(static_cast<quint64>(now.tv_sec) * 1000 +
-                                static_cast<quint64>(now.tv_nsec) / 1'000'000);
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<quint32>(std::chrono::floor<std::chrono::milliseconds>(now).count());
 }
 
 // The time of the user's last action as far as this program knows. Until there was one, the
@@ -198,17 +195,14 @@ bool WindowActivation::mayUserBeElsewhere()
     if (QGuiApplication::focusWindow() != nullptr) {
         return false;
     }
-    const quint32 active = X11::activeWindow();
-    if (active == XCB_WINDOW_NONE) {
+    const auto used = X11::lastUse();
+    if (!used) {
         return !DisplayEnvironment::wayland().isEmpty();
     }
-    const quint32 used = X11::useOf(active);
-    const auto isLater = [](quint32 one, quint32 other) {
-        constexpr quint32 kHalf = 1U << 31; // the clock wraps
-        return one != other && one - other < kHalf;
-    };
+    // The clock wraps.
+    const auto isLater = [](quint32 one, quint32 other) { return qint32(one - other) > 0; };
     // A program that tells a time in the future must not keep ours from the keyboard for good.
-    return used == 0 || (isLater(used, lastAction) && !isLater(used, serverTimeNow()));
+    return *used == 0 || (isLater(*used, lastAction) && !isLater(*used, serverTimeNow()));
 }
 
 void WindowActivation::demandAttention(QWidget* window)

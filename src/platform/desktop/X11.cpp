@@ -17,12 +17,8 @@ xcb_connection_t* X11::connection()
 
 quint32 X11::atom(const QByteArray& name)
 {
-    xcb_connection_t* const server = connection();
-    if (server == nullptr) {
-        return XCB_ATOM_NONE;
-    }
-    const auto cookie = xcb_intern_atom(server, 0, static_cast<quint16>(name.size()), name);
-    const auto reply = owned(xcb_intern_atom_reply(server, cookie, nullptr));
+    const auto cookie = xcb_intern_atom(connection(), 0, static_cast<quint16>(name.size()), name);
+    const auto reply = owned(xcb_intern_atom_reply(connection(), cookie, nullptr));
     return reply ? reply->atom : quint32(XCB_ATOM_NONE);
 }
 
@@ -66,7 +62,8 @@ QList<quint32> X11::rootList(const QByteArray& name)
 
 bool X11::isSupported(const QByteArray& name)
 {
-    return rootList("_NET_SUPPORTED").contains(atom(name));
+    const QList<quint32> supported = rootList("_NET_SUPPORTED");
+    return !supported.isEmpty() && supported.contains(atom(name));
 }
 
 void X11::send(quint32 receiver, quint32 window, const QByteArray& type,
@@ -95,21 +92,18 @@ void X11::askForActivation(const QWidget& window, quint32 time)
     send(0, id, "_NET_ACTIVE_WINDOW", {kByApplication, time, 0});
 }
 
-quint32 X11::activeWindow()
+std::optional<quint32> X11::lastUse()
 {
     // Some leave the property as it is when the window has gone.
     const quint32 active = rootList("_NET_ACTIVE_WINDOW").value(0);
-    return rootList("_NET_CLIENT_LIST").contains(active) ? active : quint32(XCB_WINDOW_NONE);
-}
-
-quint32 X11::useOf(quint32 window)
-{
+    if (!rootList("_NET_CLIENT_LIST").contains(active)) {
+        return {};
+    }
     // A program may store its user time on a separate window, where the window manager supports
     // that (EWMH).
-    const quint32 timeWindow = list(window, "_NET_WM_USER_TIME_WINDOW").value(0);
-    const quint32 time =
-        timeWindow != XCB_WINDOW_NONE ? list(timeWindow, "_NET_WM_USER_TIME").value(0) : 0;
-    return time != 0 ? time : list(window, "_NET_WM_USER_TIME").value(0);
+    const quint32 timeWindow = list(active, "_NET_WM_USER_TIME_WINDOW").value(0, active);
+    const quint32 time = list(timeWindow, "_NET_WM_USER_TIME").value(0);
+    return time != 0 ? time : list(active, "_NET_WM_USER_TIME").value(0);
 }
 
 bool X11::canRestack()

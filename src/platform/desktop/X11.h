@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 class QWidget;
 struct xcb_connection_t;
@@ -29,7 +30,7 @@ ReplyPointer<Reply> owned(Reply* reply)
 // Null where the program is not shown by an X server.
 xcb_connection_t* connection();
 
-// Zero where there is none.
+// Only with an X server; zero where that has none.
 quint32 atom(const QByteArray& name);
 
 // The one that DISPLAY names; the toolkit's connection is for it, too. Only with an X server.
@@ -50,11 +51,9 @@ void send(quint32 receiver, quint32 window, const QByteArray& type,
 // Asks for the keyboard, with the X server's time of the user's last action.
 void askForActivation(const QWidget& window, quint32 time);
 
-// The window with the keyboard, any program's, as the window manager tells it; zero for none.
-quint32 activeWindow();
-// The time of the user's last action in the window (EWMH _NET_WM_USER_TIME); zero where that is
-// not told.
-quint32 useOf(quint32 window);
+// The time of the user's last action in the window with the keyboard, any program's (EWMH
+// _NET_WM_USER_TIME); zero where that is not told, none where the window manager tells no window.
+std::optional<quint32> lastUse();
 
 // Whether the window manager keeps the order of windows that is asked for. Each call asks it, for
 // it may be another one by then.
