@@ -1,7 +1,6 @@
 #include "platform/desktop/Accessibility.h"
 
 #include "platform/bus/Bus.h"
-#include "platform/desktop/Announcements.h"
 #include "platform/threads/Worker.h"
 
 #include <QAccessible>
@@ -188,7 +187,6 @@ void Accessibility::begin(QObject* application)
 {
     QAccessible::installUpdateHandler(&report);
     application->installEventFilter(new HiddenKeys(application));
-    Announcements::begin(application);
     QAccessible::installFactory(&interfaceOfFrame);
     // Added early: changing a variable that is there already leaves the others in place, one of
     // which another thread may be reading.

@@ -13,9 +13,8 @@ namespace Accessibility {
 // run of the program does without.
 //
 // Fields that hide what is typed hide it on the bus, too: a bullet is reported in place of each
-// character, and no key. Announcements become possible (see Announcements). Frames have the roles
-// of groups and of separators: the toolkit's own role for them is one that screen readers take for
-// a window.
+// character, and no key. Frames have the roles of groups and of separators: the toolkit's own role
+// for them is one that screen readers take for a window.
 void begin(QObject* application);
 
 } // namespace Accessibility

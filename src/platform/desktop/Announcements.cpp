@@ -4,9 +4,9 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QKeyEvent>
-#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
@@ -68,17 +68,16 @@ void removeAll(QList<Text>& texts, Announcements::About about)
 
 class Announcer : public QObject, public QAccessible::ActivationObserver {
 public:
-    explicit Announcer(QObject* application) : QObject(application)
+    Announcer()
     {
         setUp(m_next, kAfterWindow, [this] { sayWaiting(); });
         setUp(m_typing, kTypingEnds, [this] { say(std::exchange(m_said, {})); });
         setUp(m_remains, kRemains, [this] { m_shown.clear(); });
         setUp(m_joining, kLongestJoining, [this] { m_waiting.clear(); });
+        QAccessible::installFactory(&interfaceFor);
         QAccessible::installActivationObserver(this);
-        application->installEventFilter(this);
+        qApp->installEventFilter(this);
     }
-
-    ~Announcer() override { QAccessible::removeActivationObserver(this); }
 
     void add(const Text& text)
     {
@@ -219,39 +218,31 @@ private:
     std::deque<std::unique_ptr<Announcement>> m_shown;
 };
 
-// Null before the application object and after it.
-QPointer<Announcer> announcer;
+// Made at its first use, and never destroyed: the application refers to it to its end.
+Announcer& announcer()
+{
+    MainQueue::assertMainThread();
+    static auto* const announcer = new Announcer;
+    return *announcer;
+}
 
 } // namespace
 
-void Announcements::begin(QObject* application)
-{
-    QAccessible::installFactory(&interfaceFor);
-    announcer = new Announcer(application);
-}
-
 void Announcements::say(const QString& text, About about)
 {
-    MainQueue::assertMainThread();
-    if (announcer && !text.isEmpty()) {
-        announcer->add({about, text.left(kLongest)});
+    if (!text.isEmpty()) {
+        announcer().add({about, text.left(kLongest)});
     }
 }
 
 void Announcements::withdraw(About about)
 {
-    MainQueue::assertMainThread();
-    if (announcer) {
-        announcer->withdraw(about);
-    }
+    announcer().withdraw(about);
 }
 
 void Announcements::hold(bool isHeld)
 {
-    MainQueue::assertMainThread();
-    if (announcer) {
-        announcer->hold(isHeld);
-    }
+    announcer().hold(isHeld);
 }
 
 #include "Announcements.moc"

@@ -2,8 +2,6 @@
 
 #include <QString>
 
-class QObject;
-
 // Says to people who use a screen reader what happens, whichever program has the keyboard.
 //
 // A text is said about 300 ms later, when the screen reader has begun to read a window that came up
@@ -17,9 +15,6 @@ namespace Announcements {
 // What a text is about: of all but News only the newest is said, and none that was withdrawn. The
 // value of a field is not said twice.
 enum class About { News, Question, Credentials, Value };
-
-// Once, after the application object exists.
-void begin(QObject* application);
 
 // Plain text, of which the first 2,000 characters are said. Of many texts the oldest news go.
 void say(const QString& text, About about = About::News);
