@@ -3,6 +3,7 @@
 #include "platform/files/DisplayEnvironment.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QFile>
 
 #include <algorithm>
@@ -18,12 +19,6 @@
 
 using namespace Qt::StringLiterals;
 using std::chrono::milliseconds;
-
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-} // namespace
 
 DisplayConnection::~DisplayConnection()
 {
@@ -44,7 +39,7 @@ QString DisplayConnection::keeperLock()
 bool DisplayConnection::open(milliseconds limit)
 {
     constexpr milliseconds kBetweenTries(500);
-    const auto end = Clock::now() + limit;
+    const QDeadlineTimer end(limit);
     for (;;) {
         m_wayland = connectToWayland();
         if (m_wayland.isOpen()) {
@@ -57,7 +52,7 @@ bool DisplayConnection::open(milliseconds limit)
                 return true;
             }
         }
-        if (Clock::now() >= end) {
+        if (end.hasExpired()) {
             return false;
         }
         std::this_thread::sleep_for(kBetweenTries);
@@ -100,19 +95,14 @@ bool DisplayConnection::isThere()
 
 bool DisplayConnection::isGoneWithin(milliseconds time)
 {
-    const auto end = Clock::now() + time;
-    for (;;) {
-        const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
-        const int descriptor =
-            m_wayland.isOpen() ? m_wayland.value() : ::xcb_get_file_descriptor(m_x11);
+    const int descriptor =
+        m_wayland.isOpen() ? m_wayland.value() : ::xcb_get_file_descriptor(m_x11);
+    const QDeadlineTimer end(time);
+    do {
         pollfd watched = {descriptor, POLLIN, 0};
-        const auto wait = static_cast<int>(std::max(left, milliseconds(0)).count());
-        const int ready = ::poll(&watched, 1, wait);
-        if (ready > 0 && !isThere()) {
+        if (::poll(&watched, 1, static_cast<int>(end.remainingTime())) > 0 && !isThere()) {
             return true;
         }
-        if (left <= milliseconds(0)) {
-            return false;
-        }
-    }
+    } while (!end.hasExpired());
+    return false;
 }

@@ -13,9 +13,6 @@ public:
     DisplayTimeout(std::chrono::milliseconds limit, std::function<void()> giveUp);
     ~DisplayTimeout() { m_answered.set_value(); }
 
-    DisplayTimeout(const DisplayTimeout&) = delete;
-    DisplayTimeout& operator=(const DisplayTimeout&) = delete;
-
 private:
     std::promise<void> m_answered;
     std::jthread m_thread;
