@@ -1,8 +1,8 @@
 #include "platform/desktop/ToolkitTranslation.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QLibraryInfo>
+#include <QLocale>
 #include <QTranslator>
 
 using namespace Qt::StringLiterals;
@@ -12,15 +12,9 @@ void ToolkitTranslation::install(QStringView language)
     // Never destroyed: the application refers to it to its end.
     static auto* const translator = new QTranslator;
     QCoreApplication::removeTranslator(translator);
-    if (language == u"en") {
-        return; // the texts in the program are English
-    }
-    const QString folder = QLibraryInfo::path(QLibraryInfo::TranslationsPath);
-    const QString name = u"qtbase_"_s + language.toString();
-    // Qt may have a language for one country only ("pt_BR").
-    const QStringList files =
-        QDir(folder).entryList({name + u".qm"_s, name + u"_*.qm"_s}, QDir::Files, QDir::Name);
-    if (!files.isEmpty() && translator->load(files.constFirst(), folder)) {
+    // A locale also finds what Qt has for its country only ("pt_BR").
+    if (translator->load(QLocale(language), u"qtbase"_s, u"_"_s,
+                         QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
         QCoreApplication::installTranslator(translator);
     }
 }
