@@ -33,9 +33,8 @@ QString sendable(const QString& text)
 
 } // namespace
 
-Notifications::Notifications(QString applicationName, QString iconPath, QObject* parent)
-    : QObject(parent), m_applicationName(std::move(applicationName)),
-      m_iconPath(std::move(iconPath))
+Notifications::Notifications(QString applicationName, QString iconPath)
+    : m_applicationName(std::move(applicationName)), m_iconPath(std::move(iconPath))
 {
     Worker::runThen(&Bus::session, this, [this](const QDBusConnection& bus) { watchBus(bus); });
 }

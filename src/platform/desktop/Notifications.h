@@ -32,7 +32,7 @@ public:
         bool stays = false;
     };
 
-    explicit Notifications(QString applicationName, QString iconPath, QObject* parent = nullptr);
+    Notifications(QString applicationName, QString iconPath);
 
     void show(Place place, const Content& content) { change(place, content); }
     void withdraw(Place place) { change(place, std::nullopt); }
