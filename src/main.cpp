@@ -70,7 +70,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
             reason = message.trimmed();
         }
     }
-    if (hasDisplay && ToolkitDisplay::isLastWord(message)) {
+    if (hasDisplay && message.startsWith(ToolkitDisplay::kLastMessage)) {
         terminateWithoutDisplay();
     }
     if (type != QtFatalMsg) {

@@ -12,8 +12,3 @@ std::vector<char*> ToolkitDisplay::preferX11(std::vector<char*> arguments)
     }
     return arguments;
 }
-
-bool ToolkitDisplay::isLastWord(QStringView toolkitMessage)
-{
-    return toolkitMessage.startsWith(u"The Wayland connection");
-}

@@ -15,10 +15,10 @@ namespace ToolkitDisplay {
 // that we start inherit the environment. Before the application object exists.
 [[nodiscard]] std::vector<char*> preferX11(std::vector<char*> arguments);
 
-// Whether this is the last word of the toolkit's Wayland part: the compositor has gone, or has
+// How the last message of the toolkit's Wayland part begins: the compositor has gone, or has
 // disconnected the program. It calls _exit() next, which runs no exit handler. (Its X11 part calls
 // exit().)
-[[nodiscard]] bool isLastWord(QStringView toolkitMessage);
+inline constexpr QStringView kLastMessage = u"The Wayland connection";
 
 // Set by whoever learns that the server has gone, or has disconnected the program: no call to it
 // works any more. Any thread.
