@@ -212,7 +212,7 @@ void Notifications::receive(const QDBusMessage& signal)
     }
     if (signal.member() == u"NotificationClosed") {
         slot->id = 0;
-        if (!slot->isChanged) {
+        if (!slot->isChanged && !slot->pending) {
             slot->content.reset();
         }
     } else if (signal.arguments().value(1).toString() == kClick) {
