@@ -1,5 +1,6 @@
 #include "AgentFixture.h"
 #include "chat/ChatController.h"
+#include "platform/desktop/BundleImages.h"
 #include "window_kit/Contrast.h"
 #include "window_kit/ElidedLabel.h"
 #include "windows/ActivityWindow.h"
@@ -120,9 +121,6 @@ QStringList faultsOfColours(QWidget& window)
     return faults;
 }
 
-// What panels, frames and title bars take of a screen.
-constexpr QSize kTaken(8, 80);
-
 } // namespace
 
 // The windows of the agent in every language, filled with what makes it largest, with a small font
@@ -240,7 +238,7 @@ private:
                     pictures, QLatin1StringView(QTest::currentDataTag()), look, name)));
             }
         }
-        const QSize largest = window->screen()->size() - kTaken; // one is 1366 by 768
+        const QSize largest = window->screen()->size() - QSize(8, 80); // less panels and frames
         if (window->size() != window->size().boundedTo(largest)) {
             found += u"larger than a screen"_s;
         }
@@ -258,6 +256,13 @@ private Q_SLOTS:
 #ifdef __SANITIZE_THREAD__
         QSKIP("the toolkit scales large pictures in threads, whose locks the sanitizer can't see");
 #endif
+    }
+
+    void aDisabledPictureFollowsThePalette()
+    {
+        const auto light = BundleImages::icon(u"abort"_s).pixmap(20, QIcon::Disabled).toImage();
+        QApplication::setPalette(m_dark);
+        QVERIFY(light != BundleImages::icon(u"abort"_s).pixmap(20, QIcon::Disabled).toImage());
     }
 
     void everyWindow_data()

@@ -37,10 +37,11 @@ public:
         const QSize largest = m_files.constLast().size;
         const QSize fitting =
             largest.scaled(size.boundedTo(largest), Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
-        const QString key = u"%1 %2x%3 %4"_s.arg(m_name)
+        const QString key = u"%1 %2x%3 %4 %5"_s.arg(m_name)
                                 .arg(fitting.width())
                                 .arg(fitting.height())
-                                .arg(static_cast<int>(mode));
+                                .arg(static_cast<int>(mode))
+                                .arg(QGuiApplication::palette().cacheKey());
         QPixmap pixmap;
         if (!QPixmapCache::find(key, &pixmap)) {
             pixmap = QPixmap::fromImage(scaled(fitting));
