@@ -269,9 +269,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<Language>("language");
         QTest::addColumn<int>("font");
+        using enum Language;
         for (const Language language :
-             {Language::English, Language::French, Language::Italian, Language::Spanish,
-              Language::German, Language::Korean, Language::Portuguese}) {
+             {English, French, Italian, Spanish, German, Korean, Portuguese}) {
             for (const int font : {10, 16}) {
                 QTest::addRow("%s-%d", qPrintable(languageCode(language)), font)
                     << language << font;

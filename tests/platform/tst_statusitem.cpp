@@ -10,9 +10,9 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusVirtualObject>
 #include <QMenu>
-#include <QPixmap>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QStyle>
 #include <QTest>
 #include <QTestEventLoop>
 #include <QUuid>
@@ -147,7 +147,6 @@ private Q_SLOTS:
             {'I', [&] { startItem(); }},
             {'W', [&] { m_watcher = std::make_unique<Watcher>(); }},
             {'R', [&] { m_watcher = std::make_unique<Watcher>(true); }},
-
             {'w', [&] { m_watcher.reset(); }},
             {'H', [&] { m_watcher->setHost(true); }},
             {'h', [&] { m_watcher->setHost(false); }},
@@ -236,9 +235,8 @@ private Q_SLOTS:
 private:
     void startItem()
     {
-        QPixmap picture(22, 22);
-        picture.fill(Qt::red);
-        m_item = std::make_unique<StatusItem>(u"Test"_s, QIcon(picture), *m_menu);
+        const auto icon = QApplication::style()->standardIcon(QStyle::SP_ComputerIcon);
+        m_item = std::make_unique<StatusItem>(u"Test"_s, icon, *m_menu);
     }
 
     void startWithHost()
@@ -253,9 +251,8 @@ private:
     {
         const bool isInHost = m_watcher && m_watcher->hasItem();
         const auto windows = QApplication::topLevelWidgets();
-        const bool isInTray = std::any_of(windows.begin(), windows.end(), [](QWidget* window) {
-            return window->objectName() == u"TrayIcon" && window->isVisible() &&
-                   window->windowHandle()->isExposed();
+        const bool isInTray = std::ranges::any_of(windows, [](QWidget* window) {
+            return window->objectName() == u"TrayIcon" && window->windowHandle()->isExposed();
         });
         return isInHost ? (isInTray ? '2' : 'H') : (isInTray ? 'T' : 'N');
     }
