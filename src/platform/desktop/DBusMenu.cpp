@@ -56,19 +56,13 @@ QByteArray pngOf(const QIcon& icon)
     return png.data();
 }
 
-// A list for each key press: its modifiers, then the key.
+// A list for each key press: its modifiers, then the key. Ours are one letter with Ctrl.
 QList<QStringList> shortcutOf(const QKeySequence& sequence)
 {
-    QList<QStringList> presses;
-    for (const QString& press : sequence.toString(QKeySequence::PortableText).split(u", "_s)) {
-        QStringList names = press.split(u'+');
-        names.replaceInStrings(u"Ctrl"_s, u"Control"_s).replaceInStrings(u"Meta"_s, u"Super"_s);
-        if (names.constLast().size() == 1) {
-            names.last() = names.constLast().toLower();
-        }
-        presses += names;
-    }
-    return presses;
+    QStringList names = sequence.toString(QKeySequence::PortableText).split(u'+');
+    names.replaceInStrings(u"Ctrl"_s, u"Control"_s);
+    names.last() = names.constLast().toLower();
+    return {names};
 }
 
 // An action keeps its ID.
