@@ -27,12 +27,10 @@ constexpr qsizetype kMostSaid = 1'000; // of a longer one
 } // namespace
 
 ChatController::ChatController(LabelSource labels, bool allowToLeave)
-    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint),
-      m_labels(std::move(labels)), m_allowToLeave(allowToLeave),
-      m_ui(std::make_unique<Ui::ChatController>())
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint, std::move(labels)),
+      m_allowToLeave(allowToLeave)
 {
-    m_ui->setupUi(this);
-    setLogo(m_ui->logo);
+    setUp();
     for (QFrame* const line : {m_ui->headerLine, m_ui->footerLine}) {
         line->setForegroundRole(QPalette::Mid);
     }
@@ -42,8 +40,6 @@ ChatController::ChatController(LabelSource labels, bool allowToLeave)
     connect(m_ui->Message, &QLineEdit::returnPressed, this, &ChatController::SendAction);
     windowDidLoad();
 }
-
-ChatController::~ChatController() = default;
 
 void ChatController::windowDidLoad()
 {

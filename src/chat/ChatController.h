@@ -10,7 +10,6 @@
 #include <QStringList>
 #include <QWidget>
 
-#include <memory>
 #include <optional>
 
 namespace Ui {
@@ -22,13 +21,12 @@ class ChatController;
 // A window that the user closes by its title bar comes back with the next line; after the Quit
 // button the owner deletes the chat. When the chat ends, its window stays, to be read, until the
 // user closes it. Main thread.
-class ChatController : public AgentWindow<QWidget> {
+class ChatController : public AgentWindow<QWidget, Ui::ChatController> {
     Q_OBJECT
 
 public:
     // `allowToLeave`: whether the user may close the window before somebody has left.
     ChatController(LabelSource labels, bool allowToLeave);
-    ~ChatController() override;
 
     // Whether the window is on the screen: a minimised one is not.
     [[nodiscard]] bool isShown() const { return isVisible() && !isMinimized(); }
@@ -98,7 +96,5 @@ private:
     void allowToLeave(bool isAllowed);
     [[nodiscard]] QString notice(const QString& name, Label label, const QString& fallback) const;
 
-    const LabelSource m_labels;
     const bool m_allowToLeave;
-    const std::unique_ptr<Ui::ChatController> m_ui;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "localisation/Translate.h"
 #include "window_kit/Contrast.h"
 #include "window_kit/InputGuard.h"
 #include "window_kit/Pictures.h"
@@ -7,7 +8,9 @@
 
 #include <QCloseEvent>
 #include <QEvent>
-#include <QLabel>
+
+#include <memory>
+#include <utility>
 
 // Of a window's title bar.
 inline constexpr Qt::WindowFlags kUsualButtons =
@@ -16,18 +19,19 @@ inline constexpr Qt::WindowFlags kUsualButtons =
 // What all windows of the agent have in common: they stay above ordinary ones, bear the program's
 // icon, know the menu's keys, and their logo, pictures and colours follow palette, font and screen.
 //
-// A window is one class: an AgentWindow with its Ui:: as a private member. Its owner hands it its
-// labels and what it shows; what the user does leaves it as a signal. One that lives as long as the
-// agent sets up what is in it when it is first to be seen: at the start that would only cost time.
-// `Base` is QWidget or QDialog. Main thread.
-template <typename Base>
+// A window is one class, whose constructor calls setUp(). Its owner hands it its labels and what it
+// shows; what the user does leaves it as a signal. One that lives as long as the agent calls
+// setUp() when it is first to be seen: at the start that would only cost time. `Base` is QWidget or
+// QDialog, `Form` what the toolkit makes of the .ui file. Main thread.
+template <typename Base, typename Form>
 class AgentWindow : public Base {
 public:
-    // `type` is Qt::Window or Qt::Dialog; `buttons` are those of the title bar.
-    AgentWindow(Qt::WindowFlags type, Qt::WindowFlags buttons)
+    // `type` is Qt::Window or Qt::Dialog; `buttons` are those of the title bar; `labels` may be
+    // null for a window that is given its texts.
+    AgentWindow(Qt::WindowFlags type, Qt::WindowFlags buttons, LabelSource labels)
         : Base(nullptr, type | buttons | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                             Qt::WindowStaysOnTopHint),
-          inputGuard(this)
+          inputGuard(this), m_labels(std::move(labels))
     {}
 
     // Brings the window up because the user asks for it.
@@ -49,22 +53,21 @@ public:
         WindowRules::bringUp(this, WindowRules::Occasion::Service);
     }
 
-    // The label that shows the logo: the bundle's until refreshLogo() finds a custom one.
-    void setLogo(QLabel* logo)
-    {
-        m_logo = logo;
-        Pictures::showLogo(*m_logo, false);
-    }
-    void refreshLogo()
-    {
-        m_mayBeCustom = true;
-        logoChanged = Pictures::showLogo(*m_logo, true) || logoChanged;
-    }
+    // Looks for a custom logo; until then the window shows the bundle's.
+    void refreshLogo() { logoChanged = Pictures::showLogo(*this, true) || logoChanged; }
 
     bool logoChanged = false; // has shown a custom one at some time; never reset
     InputGuard inputGuard;
 
 protected:
+    // Makes what is in the window.
+    void setUp()
+    {
+        m_ui = std::make_shared<Form>();
+        m_ui->setupUi(this);
+        Pictures::showLogo(*this, false);
+    }
+
     void closeEvent(QCloseEvent* event) override
     {
         if (event->spontaneous() && inputGuard.dropsClosing()) {
@@ -82,7 +85,7 @@ protected:
             Contrast::makeReadable(*this);
         } else if (event->type() == QEvent::ScreenChangeInternal) { // perhaps of another scale
             Pictures::refresh(*this);
-            showLogo();
+            Pictures::showLogo(*this, logoChanged);
         }
         return Base::event(event);
     }
@@ -92,7 +95,7 @@ protected:
         Base::changeEvent(event);
         if (event->type() == QEvent::PaletteChange) {
             Contrast::makeReadable(*this);
-            showLogo();
+            Pictures::showLogo(*this, logoChanged);
         } else if (event->type() == QEvent::FontChange) {
             Pictures::refresh(*this);
         } else if (event->type() == QEvent::ActivationChange && this->isActiveWindow()) {
@@ -100,14 +103,8 @@ protected:
         }
     }
 
-private:
-    void showLogo()
-    {
-        if (m_logo != nullptr) {
-            Pictures::showLogo(*m_logo, m_mayBeCustom);
-        }
-    }
-
-    QLabel* m_logo = nullptr;
-    bool m_mayBeCustom = false;
+    const LabelSource m_labels;
+    // Null until setUp(). Nobody shares it; but unlike a unique_ptr it lets a window be deleted
+    // where its form is only declared.
+    std::shared_ptr<Form> m_ui;
 };

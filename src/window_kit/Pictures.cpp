@@ -115,10 +115,14 @@ void Pictures::refresh(QWidget& window)
     }
 }
 
-bool Pictures::showLogo(QLabel& logo, bool mayBeCustom)
+bool Pictures::showLogo(const QWidget& window, bool mayBeCustom)
 {
     constexpr qsizetype kLargestFile = 16 * 1024 * 1024;
-    const qreal scale = logo.devicePixelRatioF();
+    auto* const logo = window.findChild<QLabel*>(u"logo"_s);
+    if (logo == nullptr) {
+        return false;
+    }
+    const qreal scale = logo->devicePixelRatioF();
     QPixmap picture;
     bool isCustom = false;
     if (mayBeCustom) {
@@ -127,11 +131,11 @@ bool Pictures::showLogo(QLabel& logo, bool mayBeCustom)
         picture = customLogo(custom.bytes, scale);
     }
     if (!isCustom) {
-        const bool isDark = logo.palette().color(QPalette::Window).lightness() < 128;
+        const bool isDark = logo->palette().color(QPalette::Window).lightness() < 128;
         picture = BundleImages::pixmap(isDark ? u"image-dark"_s : u"image-light"_s, kLogo, scale);
     }
     if (!picture.isNull()) {
-        logo.setPixmap(picture);
+        logo->setPixmap(picture);
     }
     return isCustom;
 }

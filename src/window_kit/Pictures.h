@@ -24,10 +24,11 @@ void show(QAbstractButton& button, const QString& name);
 // Shows all pictures in it anew, for another font or screen.
 void refresh(QWidget& window);
 
-// Shows the brand's logo: the custom one where one is wanted and the installation has put one
-// beside the settings, which it returns; else the bundle's, of which there is one for light and one
-// for dark windows. What is no picture leaves the label as it is.
-bool showLogo(QLabel& logo, bool mayBeCustom);
+// Shows the brand's logo in the window's label "logo", if it has one: the custom one where one is
+// wanted and the installation has put one beside the settings, which it returns; else the bundle's,
+// of which there is one for light and one for dark windows. What is no picture leaves the label as
+// it is.
+bool showLogo(const QWidget& window, bool mayBeCustom);
 
 // Gives the window the application's icon, in all sizes that window managers and task bars ask for.
 void setWindowIcon(QWidget& window);

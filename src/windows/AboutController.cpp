@@ -10,18 +10,14 @@
 using namespace Qt::StringLiterals;
 
 AboutController::AboutController(LabelSource labels)
-    : AgentWindow(Qt::Window, kUsualButtons), m_labels(std::move(labels)),
-      m_ui(std::make_unique<Ui::AboutController>())
+    : AgentWindow(Qt::Window, kUsualButtons, std::move(labels))
 {
-    m_ui->setupUi(this);
-    setLogo(m_ui->logo);
+    setUp();
     QFont name = m_ui->agentName->font();
     name.setPointSizeF(name.pointSizeF() * 1.25);
     m_ui->agentName->setFont(name);
     connect(m_ui->Quit, &QPushButton::clicked, this, &AboutController::QuitAction);
 }
-
-AboutController::~AboutController() = default;
 
 void AboutController::present()
 {

@@ -5,20 +5,17 @@
 
 #include <QDialog>
 
-#include <memory>
-
 namespace Ui {
 class AboutController;
 }
 
 // The About window: which program this is, and which version of it. There is one from the first
 // showing on, which is only ever hidden. Main thread.
-class AboutController : public AgentWindow<QDialog> {
+class AboutController : public AgentWindow<QDialog, Ui::AboutController> {
     Q_OBJECT
 
 public:
     explicit AboutController(LabelSource labels);
-    ~AboutController() override;
 
     // Brings the window up because the user asks for it.
     void present();
@@ -29,8 +26,4 @@ public:
 
     // The button.
     void QuitAction() { hide(); }
-
-private:
-    const LabelSource m_labels;
-    const std::unique_ptr<Ui::AboutController> m_ui;
 };

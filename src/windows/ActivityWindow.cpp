@@ -58,16 +58,13 @@ QString firstLine(const QString& text)
 } // namespace
 
 ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
-    : AgentWindow(Qt::Window, Qt::WindowSystemMenuHint | Qt::WindowMinMaxButtonsHint |
-                                  Qt::WindowCloseButtonHint),
-      m_labels(std::move(labels)), m_activities(std::move(activities)),
-      m_ui(std::make_unique<Ui::ActivityWindow>())
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint, std::move(labels)),
+      m_activities(std::move(activities))
 {
     m_fillTimer.setSingleShot(true);
     m_fillTimer.setInterval(kGathering);
     connect(&m_fillTimer, &QTimer::timeout, this, &ActivityWindow::fill);
-    m_ui->setupUi(this);
-    setLogo(m_ui->logo);
+    setUp();
     m_ui->entries->setItemDelegate(new Spacing(m_ui->entries));
     QHeaderView* const header = m_ui->entries->header();
     header->setSectionsMovable(false);
@@ -82,8 +79,6 @@ ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
     setMinimumSize(Pictures::grown(minimumSize(), *this));
     resize(Pictures::grown(size(), *this));
 }
-
-ActivityWindow::~ActivityWindow() = default;
 
 void ActivityWindow::present()
 {

@@ -8,7 +8,6 @@
 #include <QTimer>
 
 #include <functional>
-#include <memory>
 
 class QTreeWidgetItem;
 
@@ -20,14 +19,13 @@ class ActivityWindow;
 // messages, and commands that the service ran. The newest stands first; what happened while the
 // user was away is bold until the window is closed. There is one from the first showing on. Main
 // thread.
-class ActivityWindow : public AgentWindow<QDialog> {
+class ActivityWindow : public AgentWindow<QDialog, Ui::ActivityWindow> {
     Q_OBJECT
 
 public:
     using Source = std::function<const ActivityList&()>;
 
     ActivityWindow(LabelSource labels, Source activities);
-    ~ActivityWindow() override;
 
     // Brings the window up because the user asks for it.
     void present();
@@ -47,8 +45,6 @@ private:
     [[nodiscard]] QTreeWidgetItem* itemFor(const Activity& activity,
                                            const JsonData::Info& labels) const;
 
-    const LabelSource m_labels;
     const Source m_activities;
     QTimer m_fillTimer;
-    const std::unique_ptr<Ui::ActivityWindow> m_ui;
 };

@@ -69,21 +69,17 @@ std::optional<QString> elapsedText(double seconds)
 }
 
 ConnectionStatus::ConnectionStatus(LabelSource labels)
-    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinimizeButtonHint),
-      m_labels(std::move(labels)), m_texts(englishFallback())
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinimizeButtonHint, std::move(labels)),
+      m_texts(englishFallback())
 {
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession2);
 }
 
-ConnectionStatus::~ConnectionStatus() = default;
-
 void ConnectionStatus::awakeFromNib()
 {
-    m_ui = std::make_unique<Ui::ConnectionStatus>();
+    setUp();
     const Ui::ConnectionStatus& ui = *m_ui;
-    m_ui->setupUi(this);
-    setLogo(ui.logo);
     m_rows = {{{sessionAt(0), ui.slot, ui.card, ui.sessionSign, ui.ControlUserName, ui.timing,
                 ui.note, ui.ChatButton, ui.abort},
                {sessionAt(1), ui.slot2, ui.card2, ui.sessionSign2, ui.ControlUserName2, ui.timing2,

@@ -11,10 +11,10 @@
 #include <QWidget>
 
 #include <array>
-#include <memory>
 #include <optional>
 
 class ElidedLabel;
+class QLabel;
 class QToolButton;
 
 namespace Ui {
@@ -31,14 +31,13 @@ class ConnectionStatus;
 //
 // There is one for the agent's whole life. It takes reports even before it is first shown. It
 // has a row for each of its first two sessions. Main thread.
-class ConnectionStatus : public AgentWindow<QWidget> {
+class ConnectionStatus : public AgentWindow<QWidget, Ui::ConnectionStatus> {
     Q_OBJECT
 
 public:
     static constexpr qsizetype kRows = 2;
 
     explicit ConnectionStatus(LabelSource labels);
-    ~ConnectionStatus() override;
 
     // Whether the user can see the window: a minimised one can't be seen.
     [[nodiscard]] bool isSeen() const;
@@ -121,10 +120,8 @@ private:
     void tick(std::size_t row);
     void request(void (ConnectionStatus::*signal)(qint64), std::size_t row);
 
-    const LabelSource m_labels;
     JsonData::Info m_texts; // the last that were read
     QList<SessionInfo> m_sessions;
-    std::unique_ptr<Ui::ConnectionStatus> m_ui; // from the first showing on
-    std::array<Row, kRows> m_rows;              // likewise
+    std::array<Row, kRows> m_rows; // from the first showing on, as m_ui
     bool m_isToBePlaced = true;
 };

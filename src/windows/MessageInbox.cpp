@@ -56,17 +56,13 @@ const Kind* kindOf(qint64 number)
 } // namespace
 
 MessageInbox::MessageInbox(LabelSource labels)
-    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint),
-      m_labels(std::move(labels)), m_ui(new Ui::MessageInbox)
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint, std::move(labels))
 {
-    m_ui->setupUi(this);
-    setLogo(m_ui->logo);
+    setUp();
     m_ui->message->installEventFilter(this);
     inputGuard.connectButton(m_ui->Quit, [this] { QuitAction(); });
     connect(&timer, &QTimer::timeout, this, &MessageInbox::changeMessage);
 }
-
-MessageInbox::~MessageInbox() = default;
 
 void MessageInbox::set(const QString& from, const QString& text, qint64 seconds, qint64 iconValue)
 {

@@ -9,8 +9,6 @@
 #include <QString>
 #include <QTimer>
 
-#include <memory>
-
 namespace Ui {
 class MessageInbox;
 }
@@ -20,12 +18,11 @@ class MessageInbox;
 //
 // Each message has its own. Whoever makes one fills it once, and deletes it when it is closed.
 // Main thread.
-class MessageInbox : public AgentWindow<QDialog> {
+class MessageInbox : public AgentWindow<QDialog, Ui::MessageInbox> {
     Q_OBJECT
 
 public:
     explicit MessageInbox(LabelSource labels);
-    ~MessageInbox() override;
 
     // Fills the window. `timeout` is in seconds, below one the message stays until the user closes
     // it. Kinds are numbered: 1 information, 2 question, 3 caution, 4 stop; any other number is a
@@ -63,8 +60,6 @@ private:
     void fitToText();
     void growToNeed(int more = 0);
 
-    const LabelSource m_labels;
-    const std::unique_ptr<Ui::MessageInbox> m_ui;
     qint64 m_kind = 0;
     qint64 m_notShown = 0;
     bool m_isClosedByUser = false;

@@ -15,16 +15,13 @@
 using namespace Qt::StringLiterals;
 
 SecurityAccess::SecurityAccess(LabelSource labels)
-    : AgentWindow(Qt::Dialog, kUsualButtons), m_labels(std::move(labels)),
-      m_ui(std::make_unique<Ui::SecurityAccess>()), m_checking(englishFallback().Security.checking),
-      m_wrong(englishFallback().Security.wrong)
+    : AgentWindow(Qt::Dialog, kUsualButtons, std::move(labels)),
+      m_checking(englishFallback().Security.checking), m_wrong(englishFallback().Security.wrong)
 {
-    m_ui->setupUi(this);
+    setUp();
     connect(m_ui->applyButton, &QPushButton::clicked, this, &SecurityAccess::applyAction);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &SecurityAccess::cancelAction);
 }
-
-SecurityAccess::~SecurityAccess() = default;
 
 void SecurityAccess::refresh()
 {

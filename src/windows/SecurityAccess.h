@@ -6,8 +6,6 @@
 #include <QDialog>
 #include <QString>
 
-#include <memory>
-
 namespace Ui {
 class SecurityAccess;
 }
@@ -18,12 +16,11 @@ class SecurityAccess;
 //
 // What was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction()
 // only Cancel works. Main thread.
-class SecurityAccess : public AgentWindow<QDialog> {
+class SecurityAccess : public AgentWindow<QDialog, Ui::SecurityAccess> {
     Q_OBJECT
 
 public:
     explicit SecurityAccess(LabelSource labels);
-    ~SecurityAccess() override;
 
     // Reads the texts anew and empties both fields.
     void refresh();
@@ -55,8 +52,6 @@ private:
     void clearFields();
     void setChecking(bool isChecking);
 
-    const LabelSource m_labels;
-    const std::unique_ptr<Ui::SecurityAccess> m_ui;
     QString m_checking;
     QString m_wrong;
     bool m_isChecking = false;

@@ -17,10 +17,9 @@
 using namespace Qt::StringLiterals;
 
 SettingsWindow::SettingsWindow(SettingsTexts texts)
-    : AgentWindow(Qt::Window, kUsualButtons), m_ui(new Ui::SettingsWindow),
-      m_texts(std::move(texts))
+    : AgentWindow(Qt::Window, kUsualButtons, {}), m_texts(std::move(texts))
 {
-    m_ui->setupUi(this);
+    setUp();
     m_ui->platformSelect->addItem(u"production"_s, QString()); // is stored as an empty text
     m_ui->platformSelect->addItem(u"staging"_s, u"staging"_s);
     m_ui->platformSelect->addItem(u"testing"_s, u"testing"_s);
@@ -48,8 +47,6 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     inputGuard.connectButton(m_ui->applyButton, [this] { Q_EMIT applyPressed(); });
     inputGuard.connectButton(m_ui->cancelButton, [this] { reject(); });
 }
-
-SettingsWindow::~SettingsWindow() = default;
 
 // The toolkit tells readers the list's name only.
 void SettingsWindow::sayRegion()

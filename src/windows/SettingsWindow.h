@@ -7,8 +7,6 @@
 #include <QDialog>
 #include <QString>
 
-#include <memory>
-
 namespace Ui {
 class SettingsWindow;
 }
@@ -17,12 +15,11 @@ class SettingsWindow;
 // emits what is pressed; AppDelegate acts. Main thread.
 //
 // Return applies and Escape cancels; so does the title bar's close.
-class SettingsWindow : public AgentWindow<QDialog> {
+class SettingsWindow : public AgentWindow<QDialog, Ui::SettingsWindow> {
     Q_OBJECT
 
 public:
     explicit SettingsWindow(SettingsTexts texts);
-    ~SettingsWindow() override;
 
     [[nodiscard]] BackendSettings entries() const;
     void showSettings(const BackendSettings& settings);
@@ -61,7 +58,6 @@ private:
     void showMode();
     void showWhyLocked();
 
-    std::unique_ptr<Ui::SettingsWindow> m_ui;
     const SettingsTexts m_texts;
     bool m_isLocked = true;
 };

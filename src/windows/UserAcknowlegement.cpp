@@ -14,15 +14,12 @@ using namespace Qt::StringLiterals;
 
 // Has no button to close it, where the window manager can leave it out: it would do nothing.
 UserAcknowledgement::UserAcknowledgement(LabelSource labels)
-    : AgentWindow(Qt::Dialog, {}), m_labels(std::move(labels))
+    : AgentWindow(Qt::Dialog, {}, std::move(labels))
 {}
 
-UserAcknowledgement::~UserAcknowledgement() = default;
-
-void UserAcknowledgement::setUp()
+void UserAcknowledgement::awakeFromNib()
 {
-    m_ui = std::make_unique<Ui::UserAcknowlegement>();
-    m_ui->setupUi(this);
+    setUp();
     m_ui->user_ack_desc->setDescription(m_ui->user_ack_desc->text()); // until there are labels
     Pictures::show(*m_ui->picture, u"acknowledge"_s);
     Pictures::show(*m_ui->declineButton, u"stop"_s);
@@ -36,7 +33,7 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
                               const QString& controlName)
 {
     if (!m_ui) {
-        setUp();
+        awakeFromNib();
     }
     m_ui->user_ack_desc->setFocus(Qt::OtherFocusReason);
     // The service may ask the same again.

@@ -6,8 +6,6 @@
 #include <QDialog>
 #include <QString>
 
-#include <memory>
-
 namespace Ui {
 class UserAcknowlegement;
 }
@@ -19,12 +17,11 @@ class UserAcknowlegement;
 // buttons answer, and neither Escape nor the title bar makes it go. While it is shown it lies above
 // all other windows of the agent. A request that comes while another is shown takes its place and
 // says so; the answer is to the latest. Main thread.
-class UserAcknowledgement : public AgentWindow<QDialog> {
+class UserAcknowledgement : public AgentWindow<QDialog, Ui::UserAcknowlegement> {
     Q_OBJECT
 
 public:
     explicit UserAcknowledgement(LabelSource labels);
-    ~UserAcknowledgement() override;
 
     // Brings the dialog up with a request. At first it ignores keys and the mouse.
     void ask(qint64 session, const QString& server, const QString& controlName);
@@ -61,10 +58,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void setUp();
+    void awakeFromNib();
     void comeBack(Qt::WindowState state);
     void answer(bool isAccepted);
-
-    const LabelSource m_labels;
-    std::unique_ptr<Ui::UserAcknowlegement> m_ui; // from the first request on
 };
