@@ -65,6 +65,7 @@ protected:
     {
         m_ui = std::make_shared<Form>();
         m_ui->setupUi(this);
+        Pictures::refresh(*this);
         Pictures::showLogo(*this, false);
     }
 

@@ -8,7 +8,8 @@ class QLabel;
 class QWidget;
 
 // Pictures in windows. They have the size that the .ui file gives them with a font of usual size,
-// grow with a larger one, and are as sharp as the screen can show them. Main thread.
+// grow with a larger one, and are as sharp as the screen can show them. One that never changes is
+// named there, too, by the label's or button's own property "pictureName". Main thread.
 namespace Pictures {
 
 // Such a size for the widget's font.
@@ -21,7 +22,7 @@ void show(QLabel& label, const QString& name);
 // Likewise; the button's icon size is the picture's.
 void show(QAbstractButton& button, const QString& name);
 
-// Shows all pictures in it anew, for another font or screen.
+// Shows all pictures in it (anew): in a new window, for another font or screen.
 void refresh(QWidget& window);
 
 // Shows the brand's logo in the window's label "logo", if it has one: the custom one where one is

@@ -80,16 +80,12 @@ void ConnectionStatus::awakeFromNib()
 {
     setUp();
     const Ui::ConnectionStatus& ui = *m_ui;
-    m_rows = {{{sessionAt(0), ui.slot, ui.card, ui.sessionSign, ui.ControlUserName, ui.timing,
-                ui.note, ui.ChatButton, ui.abort},
-               {sessionAt(1), ui.slot2, ui.card2, ui.sessionSign2, ui.ControlUserName2, ui.timing2,
-                ui.note2, ui.ChatButton2, ui.abort2}}};
-    for (const Row& row : m_rows) {
-        row.card->setBackgroundRole(QPalette::Base);
-        Pictures::show(*row.sign, u"appIcon-22-session"_s);
-        Pictures::show(*row.chat, u"chat"_s);
-        Pictures::show(*row.abort, u"abort"_s);
-    }
+    m_rows = {{{sessionAt(0), ui.slot, ui.card, ui.ControlUserName, ui.timing, ui.note,
+                ui.ChatButton, ui.abort},
+               {sessionAt(1), ui.slot2, ui.card2, ui.ControlUserName2, ui.timing2, ui.note2,
+                ui.ChatButton2, ui.abort2}}};
+    ui.card->setBackgroundRole(QPalette::Base);
+    ui.card2->setBackgroundRole(QPalette::Base);
     inputGuard.connectButton(ui.abort, [this] { Abort(); });
     inputGuard.connectButton(ui.abort2, [this] { Abort2(); });
     inputGuard.connectButton(ui.ChatButton, [this] { ChatAction(); });

@@ -102,7 +102,6 @@ private:
         std::optional<SessionInfo> session;
         QWidget* place = nullptr; // what holds the others
         QWidget* card = nullptr;
-        QLabel* sign = nullptr;
         ElidedLabel* name = nullptr;
         QLabel* timing = nullptr;
         ElidedLabel* note = nullptr; // below the time, or in its place where letters are large

@@ -21,9 +21,6 @@ void UserAcknowledgement::awakeFromNib()
 {
     setUp();
     m_ui->user_ack_desc->setDescription(m_ui->user_ack_desc->text()); // until there are labels
-    Pictures::show(*m_ui->picture, u"acknowledge"_s);
-    Pictures::show(*m_ui->declineButton, u"stop"_s);
-    Pictures::show(*m_ui->acceptButton, u"status-available"_s);
     inputGuard.connectButton(m_ui->declineButton, [this] { declineAction(); });
     inputGuard.connectButton(m_ui->acceptButton, [this] { acceptAction(); });
     WindowRules::setFrontWindow(this);
