@@ -31,9 +31,8 @@ ChatController::ChatController(LabelSource labels, bool allowToLeave)
       m_allowToLeave(allowToLeave)
 {
     setUp();
-    for (QFrame* const line : {m_ui->headerLine, m_ui->footerLine}) {
-        line->setForegroundRole(QPalette::Mid);
-    }
+    m_ui->headerLine->setForegroundRole(QPalette::Mid);
+    m_ui->footerLine->setForegroundRole(QPalette::Mid);
     inputGuard.connectButton(m_ui->Quit, [this] { QuitAction(); });
     inputGuard.connectButton(m_ui->Send, [this] { SendAction(); });
     // Return or Enter in the field; anywhere else Return is the button's key equivalent.

@@ -75,16 +75,8 @@ QColor bubbleColour(bool isOwn, const QPalette& palette)
 
 ChatTranscript::ChatTranscript(QWidget* parent) : QTextEdit(parent)
 {
-    setFrameShape(QFrame::NoFrame);
-    setReadOnly(true);
-    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    setUndoRedoEnabled(false);
-    setAcceptRichText(false);
-    setTabChangesFocus(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     document()->setDocumentMargin(kDocumentMargin);
-    document()->setMaximumBlockCount(kMostLines);
+    document()->setMaximumBlockCount(kMostLines); // which keeps no undo history
     // The interface has a scroll view, "Messages", with a text view in it. Here one widget is both,
     // and its document has the text view's name.
     document()->setObjectName(u"textMessages"_s);

@@ -34,10 +34,8 @@ void AboutController::present()
 void AboutController::translate(const JsonData::Info& labels)
 {
     setWindowTitle(u"vantory - "_s + labels.About.about);
-    m_ui->agentName->setText(u"vantory Agent"_s);
     m_ui->versionName->setText(labels.About.version + u": "_s +
                                Bundle::required(u"CFBundleShortVersionString"_s));
-    m_ui->copyright->setText(u"© 2026 Halvern. All rights reserved."_s);
     m_ui->BuildLabel->setText(labels.About.build + u": "_s +
                               Bundle::required(u"CFBundleVersion"_s));
     Mnemonics::setTexts({{m_ui->Quit, labels.Common.quit}});

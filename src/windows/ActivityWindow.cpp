@@ -68,7 +68,6 @@ ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
     m_ui->entries->setItemDelegate(new Spacing(m_ui->entries));
     QHeaderView* const header = m_ui->entries->header();
     header->setSectionsMovable(false);
-    header->setStretchLastSection(false);
     header->setSectionResizeMode(QHeaderView::ResizeToContents);
     header->setSectionResizeMode(kDetails, QHeaderView::Stretch);
     const auto* const copy =

@@ -71,9 +71,7 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     const Kind* const kind = kindOf(m_kind);
     Pictures::show(*m_ui->icon, kind != nullptr ? QString::fromUtf16(kind->picture) : QString());
     m_ui->icon->setVisible(!m_ui->icon->pixmap(Qt::ReturnByValue).isNull());
-    m_ui->kind->hide(); // until there is a word for it
     timeout = seconds;
-    m_ui->AutomaticMessage->clear();
     const auto labels = m_labels();
     if (labels) {
         translate(*labels);
@@ -107,7 +105,6 @@ void MessageInbox::present(const QList<QPoint>& others)
 
 void MessageInbox::translate(const JsonData::Info& labels)
 {
-    setWindowTitle(u"vantory"_s);
     m_ui->ReceivedLabel->setText(labels.Message.received);
     m_ui->senderLabel->setText(labels.Message.from);
     Mnemonics::setTexts({{m_ui->Quit, labels.Common.ok}});

@@ -43,7 +43,6 @@ void SecurityAccess::refresh()
 
 void SecurityAccess::translate(const JsonData::Info& labels)
 {
-    setWindowTitle(u"vantory"_s);
     Mnemonics::setTexts(
         {{m_ui->cancelButton, labels.Common.cancel}, {m_ui->applyButton, labels.Common.apply}});
     m_ui->username->setPlaceholderText(labels.Security.username);

@@ -20,10 +20,6 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     : AgentWindow(Qt::Window, kUsualButtons, {}), m_texts(std::move(texts))
 {
     setUp();
-    m_ui->platformSelect->addItem(u"production"_s, QString()); // is stored as an empty text
-    m_ui->platformSelect->addItem(u"staging"_s, u"staging"_s);
-    m_ui->platformSelect->addItem(u"testing"_s, u"testing"_s);
-
     // Wide enough for a whole account identifier, and for the session code's row, so that nothing
     // moves when the mode hides it.
     const int width = fontMetrics().horizontalAdvance(QString(38, u'0'));
@@ -67,8 +63,10 @@ bool SettingsWindow::eventFilter(QObject* watched, QEvent* event)
 
 BackendSettings SettingsWindow::entries() const
 {
+    // The first region, "production", is stored as an empty text.
+    const QComboBox& region = *m_ui->platformSelect;
     return {m_ui->managed->isChecked(), m_ui->sessionCodeText->text(), m_ui->accountIdText->text(),
-            m_ui->platformSelect->currentData().toString()};
+            region.currentIndex() > 0 ? region.currentText() : QString()};
 }
 
 void SettingsWindow::showSettings(const BackendSettings& settings)
@@ -76,7 +74,7 @@ void SettingsWindow::showSettings(const BackendSettings& settings)
     m_ui->managed->setChecked(settings.managed);
     m_ui->sessionCodeText->setText(settings.sessionCode);
     m_ui->accountIdText->setText(settings.accountId);
-    const int region = m_ui->platformSelect->findData(settings.platform);
+    const int region = m_ui->platformSelect->findText(settings.platform);
     m_ui->platformSelect->setCurrentIndex(std::max(region, 0));
 }
 
