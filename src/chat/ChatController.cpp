@@ -148,14 +148,14 @@ void ChatController::showMembers()
 
 void ChatController::receiveChat(const QString& name, const QString& text)
 {
-    if (isShown()) {
+    if (isSeen()) {
         displayMessage(name, text, true, ChatColour::Text);
     }
 }
 
 void ChatController::wakeUp()
 {
-    if (!isShown()) {
+    if (!isSeen()) {
         presentByService();
     }
 }
@@ -173,7 +173,7 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
     if (left) {
         const QString shown = ShownText::shown(message.left(kMostSaid));
         Announcements::say(sender.isEmpty() ? shown : ShownText::line(sender) + u": "_s + shown);
-        if (isShown()) {
+        if (isSeen()) {
             WindowActivation::demandAttention(this);
         }
     }

@@ -28,8 +28,6 @@ public:
     // `allowToLeave`: whether the user may close the window before somebody has left.
     ChatController(LabelSource labels, bool allowToLeave);
 
-    // Whether the window is on the screen: a minimised one is not.
-    [[nodiscard]] bool isShown() const { return isVisible() && !isMinimized(); }
     // Brings the window up for the first time, beside the other chats, which stand at these places.
     // `isAskedFor`: by the user, who waits for it.
     void presentBeside(const QList<QPoint>& others, bool isAskedFor);

@@ -34,6 +34,9 @@ public:
           inputGuard(this), m_labels(std::move(labels))
     {}
 
+    // Whether the user can see the window: a minimised one can't be seen.
+    [[nodiscard]] bool isSeen() const { return this->isVisible() && !this->isMinimized(); }
+
     // Brings the window up because the user asks for it.
     void present()
     {

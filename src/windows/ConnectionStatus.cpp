@@ -95,11 +95,6 @@ void ConnectionStatus::awakeFromNib()
     config();
 }
 
-bool ConnectionStatus::isSeen() const
-{
-    return isVisible() && !isMinimized();
-}
-
 void ConnectionStatus::present()
 {
     if (!m_ui) {

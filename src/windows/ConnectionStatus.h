@@ -39,8 +39,6 @@ public:
 
     explicit ConnectionStatus(LabelSource labels);
 
-    // Whether the user can see the window: a minimised one can't be seen.
-    [[nodiscard]] bool isSeen() const;
     // Brings the window up because the user asks for it.
     void present();
     // Brings it up because of what the service reports.
