@@ -68,11 +68,11 @@ bool evictChatIfFull()
         for (const ChatController* const chat : chats) {
             const auto windows = chatsOf(chat->token);
             const auto canGo = [mustHaveEnded](const ChatController* window) {
-                return (mustHaveEnded ? window->hasEnded() : !window->position()) &&
+                return (mustHaveEnded ? window->hasEnded() : !window->isVisible()) &&
                        !window->isActiveWindow();
             };
             if (std::all_of(windows.cbegin(), windows.cend(), canGo)) {
-                if (chat->position()) {
+                if (chat->isVisible()) {
                     reportClosed(chat->token); // else the service has been told
                 }
                 removeChat(chat->token);
@@ -100,12 +100,6 @@ void AppDelegate::requestChat(qint32 token, qint32 session)
         }
         return;
     }
-    QList<QPoint> others;
-    for (const ChatController* const shown : std::as_const(state().chats)) {
-        if (const auto place = shown->position()) {
-            others.append(*place);
-        }
-    }
     auto* const chat = new ChatController(&AppDelegate::labels, options.allowToLeaveChat);
     state().chats.append(chat);
     QObject::connect(chat, &ChatController::lineEntered, chat,
@@ -116,8 +110,8 @@ void AppDelegate::requestChat(qint32 token, qint32 session)
     chat->set(token, session, sessions.isEmpty() ? QString() : sessions.first().remoteControlUser);
     chat->refresh();
     // The keyboard is still where the user asked: they have not gone on to something else.
-    chat->presentBeside(others, !state().awaitedChats.take(session).hasExpired() &&
-                                    state().connectionStatus->isActiveWindow());
+    chat->presentBesideOthers(!state().awaitedChats.take(session).hasExpired() &&
+                              state().connectionStatus->isActiveWindow());
 }
 
 void AppDelegate::closeChat(qint32 token)

@@ -58,10 +58,6 @@ void closeOldestIfFull()
 void AppDelegate::showMessageInbox(const Message& message)
 {
     closeOldestIfFull();
-    QList<QPoint> others;
-    for (const MessageInbox* const shown : std::as_const(state().messageInbox)) {
-        others.append(shown->pos());
-    }
     auto* const window = new MessageInbox(&AppDelegate::labels); // dies with the state
     state().messageInbox.append(window);
     QObject::connect(window, &MessageInbox::closed, window,
@@ -69,6 +65,6 @@ void AppDelegate::showMessageInbox(const Message& message)
     const QString from = Names::ofSender(message.from);
     window->set(from, message.text, message.timeout, message.icon);
     showNotShown();
-    window->present(others);
+    window->present();
     Q_EMIT state().events.messageShown(window, from, message.text);
 }

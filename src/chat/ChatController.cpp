@@ -66,22 +66,16 @@ void ChatController::refresh()
     ui.Message->setFocus();
 }
 
-void ChatController::presentBeside(const QList<QPoint>& others, bool isAskedFor)
+void ChatController::presentBesideOthers(bool isAskedFor)
 {
     const QRect area = Placement::availableArea();
     resize(Pictures::grown(size(), *this).boundedTo(area.size() * 3 / 4).expandedTo(minimumSize()));
-    const QPoint first = Placement::leftSide(area, size());
-    move(Placement::cascade(area, size(), first, others));
+    move(Placement::cascade(area, *this, Placement::leftSide(area, size())));
     if (isAskedFor) {
         present();
     } else {
         presentByService();
     }
-}
-
-std::optional<QPoint> ChatController::position() const
-{
-    return isVisible() ? std::optional(pos()) : std::nullopt;
 }
 
 bool ChatController::hasEnded() const

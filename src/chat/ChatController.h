@@ -4,13 +4,9 @@
 #include "localisation/Translate.h"
 #include "window_kit/AgentWindow.h"
 
-#include <QList>
-#include <QPoint>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
-
-#include <optional>
 
 namespace Ui {
 class ChatController;
@@ -28,11 +24,9 @@ public:
     // `allowToLeave`: whether the user may close the window before somebody has left.
     ChatController(LabelSource labels, bool allowToLeave);
 
-    // Brings the window up for the first time, beside the other chats, which stand at these places.
-    // `isAskedFor`: by the user, who waits for it.
-    void presentBeside(const QList<QPoint>& others, bool isAskedFor);
-    // Where the window stands, also while it is minimised; none where it is closed.
-    [[nodiscard]] std::optional<QPoint> position() const;
+    // Brings the window up for the first time, beside the other chats. `isAskedFor`: by the user,
+    // who waits for it.
+    void presentBesideOthers(bool isAskedFor);
 
     // Whether nothing more can be written.
     [[nodiscard]] bool hasEnded() const;

@@ -1,5 +1,6 @@
 #include "window_kit/Placement.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
@@ -44,18 +45,21 @@ QPoint Placement::leftSide(const QRect& area, const QSize& window)
            QPoint(std::min(kMargin, range.width()), std::max(range.height() / 2 - 2 * kStep, 0));
 }
 
-QPoint Placement::cascade(const QRect& area, const QSize& window, const QPoint& first,
-                          const QList<QPoint>& taken)
+QPoint Placement::cascade(const QRect& area, const QWidget& window, const QPoint& first)
 {
-    const QSize range = spare(area, window) + QSize(1, 1);
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    const QSize range = spare(area, window.size()) + QSize(1, 1);
     const QPoint start = first - area.topLeft();
     QPoint place;
     for (int step = 0; step < kMostPlaces; ++step) {
         place = area.topLeft() + QPoint((start.x() + step * kStep) % range.width(),
                                         (start.y() + step * kStep) % range.height());
-        const bool isTaken = std::any_of(taken.cbegin(), taken.cend(), [&](const QPoint& other) {
-            return (other - place).manhattanLength() < kStep;
-        });
+        const bool isTaken =
+            std::any_of(windows.cbegin(), windows.cend(), [&](const QWidget* other) {
+                return other != &window && other->isVisible() &&
+                       other->metaObject() == window.metaObject() &&
+                       (other->pos() - place).manhattanLength() < kStep;
+            });
         if (!isTaken) {
             break;
         }

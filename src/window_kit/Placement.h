@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QList>
 #include <QPoint>
 #include <QRect>
 #include <QSize>
@@ -23,10 +22,10 @@ namespace Placement {
 // middle nor the sessions at the right.
 [[nodiscard]] QPoint leftSide(const QRect& area, const QSize& window);
 
-// For one window among several: the first place that none of the others has taken, going from the
-// given place down and to the right by the height of a title bar. It wraps at the area's edges.
-[[nodiscard]] QPoint cascade(const QRect& area, const QSize& window, const QPoint& first,
-                             const QList<QPoint>& taken);
+// For a window that may be one of several: the first place that no shown one of its class has
+// taken, going from the given place down and to the right by the height of a title bar. It wraps at
+// the area's edges.
+[[nodiscard]] QPoint cascade(const QRect& area, const QWidget& window, const QPoint& first);
 
 // Whether the whole window lies on one screen.
 [[nodiscard]] bool isOnOneScreen(const QWidget& window);

@@ -95,11 +95,11 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     }
 }
 
-void MessageInbox::present(const QList<QPoint>& others)
+void MessageInbox::present()
 {
     growToNeed();
     const QRect area = Placement::availableArea();
-    move(Placement::cascade(area, size(), Placement::centre(area, size()), others));
+    move(Placement::cascade(area, *this, Placement::centre(area, size())));
     presentByService();
 }
 

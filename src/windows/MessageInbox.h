@@ -4,8 +4,6 @@
 #include "window_kit/AgentWindow.h"
 
 #include <QDialog>
-#include <QList>
-#include <QPoint>
 #include <QString>
 #include <QTimer>
 
@@ -28,9 +26,8 @@ public:
     // it. Kinds are numbered: 1 information, 2 question, 3 caution, 4 stop; any other number is a
     // message of no kind.
     void set(const QString& from, const QString& text, qint64 timeout, qint64 iconValue);
-    // Brings it up beside the other messages, which stand at these places. At first it ignores
-    // keys.
-    void present(const QList<QPoint>& others);
+    // Brings it up beside the other messages. At first it ignores keys.
+    void present();
     // Says how many messages were closed in favour of later ones; says nothing if none were.
     void setNotShown(qint64 count);
 

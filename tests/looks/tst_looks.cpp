@@ -169,7 +169,7 @@ private:
                         u"The computer restarts at 18:00. Please save your work."_s,
                         kind == 0 ? 0 : 3600, kind);
             message.setNotShown(kind == 4 ? 12 : 0);
-            message.present({});
+            message.present();
             look(u"message-%1"_s.arg(kind), "MessageInbox");
         }
     }
@@ -178,7 +178,7 @@ private:
     {
         ChatController chat(m_source, false);
         chat.set(1, 1, kName);
-        chat.presentBeside({}, false);
+        chat.presentBesideOthers(false);
         chat.joinedMember(kShortName);
         chat.receiveChat(kName, u"Good morning. May I have a look at the printer?"_s);
         chat.displayMessage(kShortName, u"Yes, please."_s, false, ChatColour::Text);
