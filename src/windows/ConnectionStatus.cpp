@@ -137,9 +137,6 @@ void ConnectionStatus::leaveButtons()
 void ConnectionStatus::translate(const JsonData::Info& labels)
 {
     m_texts = labels;
-    if (!m_ui) {
-        return;
-    }
     setWindowTitle(u"vantory - "_s + labels.Connection.conn_status_title);
     for (const Row& row : m_rows) {
         nameButton(*row.abort, labels.Connection.abort_connection_label);
@@ -167,10 +164,10 @@ void ConnectionStatus::resizeWindow(qsizetype sessionNumber)
 
 void ConnectionStatus::refresh()
 {
-    if (const auto labels = m_labels()) {
-        translate(*labels);
-    }
-    if (m_ui) {
+    if (m_ui) { // else awakeFromNib() will read them
+        if (const auto labels = m_labels()) {
+            translate(*labels);
+        }
         refreshLogo();
     }
 }
@@ -197,7 +194,6 @@ void ConnectionStatus::config()
     resizeWindow(m_sessions.size());
     if (m_ui) {
         showState();
-        showActivityButton();
         showSession(m_rows[0], sessionAt(0));
         showSession(m_rows[1], sessionAt(1));
     }
@@ -226,10 +222,6 @@ void ConnectionStatus::showState()
     m_ui->agentDesc->setText(state);
     layout()->activate();
     fitText(*m_ui->agentDesc, font());
-}
-
-void ConnectionStatus::showActivityButton()
-{
     Pictures::show(*m_ui->activity, hasUnseenActivity ? u"activity-unseen"_s : u"activity"_s);
     nameButton(*m_ui->activity, hasUnseenActivity ? m_texts.Activity.away : m_texts.Activity.title);
 }
@@ -261,19 +253,13 @@ void ConnectionStatus::showSession(Row& row, const std::optional<SessionInfo>& s
     }
 }
 
-void ConnectionStatus::showTime(const Row& row)
+// A window that comes into sight shows both rows' time anew.
+void ConnectionStatus::showTime(const Row& row) const
 {
-    if (row.session && row.session->sessionDate) {
+    if (isSeen() && row.session && row.session->sessionDate) {
         if (const auto text = elapsedText(sessionDateNow() - *row.session->sessionDate)) {
             row.timing->setText(*text);
         }
-    }
-}
-
-void ConnectionStatus::tick(std::size_t row)
-{
-    if (isSeen()) {
-        showTime(m_rows.at(row));
     }
 }
 

@@ -46,7 +46,8 @@ public:
     // Brings a minimised window back.
     void wakeUp();
 
-    // Puts one language's texts in place; the state's line follows at the next config().
+    // Puts one language's texts in place, in a window that was shown once; the state's line follows
+    // at the next config().
     void translate(const JsonData::Info& labels);
     // Moves the window to the top right corner of its screen. Ignores the screen's own origin, on
     // purpose.
@@ -68,8 +69,8 @@ public:
     void ChatAction() { request(&ConnectionStatus::chatRequested, 0); }
     void ChatAction2() { request(&ConnectionStatus::chatRequested, 1); }
     // The clock's ticks, for each row.
-    void inSession() { tick(0); }
-    void inSession2() { tick(1); }
+    void inSession() { showTime(m_rows[0]); }
+    void inSession2() { showTime(m_rows[1]); }
 
     QTimer sessionTimer; // of both rows, so that they tick together
 
@@ -111,10 +112,8 @@ private:
     [[nodiscard]] std::optional<SessionInfo> sessionAt(qsizetype index) const;
     void leaveButtons();
     void showState();
-    void showActivityButton();
     void showSession(Row& row, const std::optional<SessionInfo>& session);
-    static void showTime(const Row& row);
-    void tick(std::size_t row);
+    void showTime(const Row& row) const;
     void request(void (ConnectionStatus::*signal)(qint64), std::size_t row);
 
     JsonData::Info m_texts; // the last that were read
