@@ -15,14 +15,15 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype kLongestMessage = 128;
-constexpr qsizetype kMostSaid = 1'000; // of a longer one
+constexpr qsizetype kLongestMessage = 128; // in grapheme clusters (UAX #29)
+constexpr qsizetype kMostSaid = 1'000;     // of a longer one
 
 } // namespace
 
@@ -93,13 +94,6 @@ void ChatController::set(qint32 chatToken, qint32 chatSession, const QString& op
     }
 }
 
-// "Anna has joined".
-QString ChatController::notice(const QString& name, Label label, const QString& fallback) const
-{
-    const auto labels = m_labels();
-    return ShownText::line(name) + u' ' + (labels ? labels->Chat.*label : fallback);
-}
-
 void ChatController::joinedMember(const QString& name)
 {
     if (members.contains(name)) {
@@ -107,8 +101,9 @@ void ChatController::joinedMember(const QString& name)
     }
     members.append(name);
     showMembers();
-    displayMessage({}, notice(name, &JsonData::Info::Chat::joined, u"has joined"_s), true,
-                   ChatColour::Green);
+    const auto labels = m_labels();
+    const QString hasJoined = labels ? labels->Chat.joined : u"has joined"_s;
+    displayMessage({}, ShownText::line(name) + u' ' + hasJoined, true, ChatColour::Green);
 }
 
 void ChatController::leftMember(const QString& name)
@@ -118,8 +113,9 @@ void ChatController::leftMember(const QString& name)
     }
     members.removeAll(name);
     showMembers();
-    displayMessage({}, notice(name, &JsonData::Info::Chat::left, u"has left"_s), true,
-                   ChatColour::Red);
+    const auto labels = m_labels();
+    const QString hasLeft = labels ? labels->Chat.left : u"has left"_s;
+    displayMessage({}, ShownText::line(name) + u' ' + hasLeft, true, ChatColour::Red);
     if (!m_allowToLeave) {
         allowToLeave(true);
     }
@@ -215,7 +211,13 @@ void ChatController::SendAction()
 
 void ChatController::controlTextDidChange()
 {
-    m_ui->Message->limitTo(kLongestMessage);
+    QLineEdit& field = *m_ui->Message;
+    const QString cut = ShownText::firstCharacters(field.text(), kLongestMessage);
+    if (cut.size() < field.text().size()) {
+        const int caret = std::min(field.cursorPosition(), static_cast<int>(cut.size()));
+        field.setText(cut);
+        field.setCursorPosition(caret);
+    }
 }
 
 void ChatController::closeEvent(QCloseEvent* event)

@@ -55,7 +55,7 @@ public:
     // What the window reports.
     void windowDidLoad();
     void windowWillClose();
-    void controlTextDidChange();
+    void controlTextDidChange(); // cuts what is too long; the caret stays
     void QuitAction();
     void SendAction();
 
@@ -82,11 +82,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    using Label = QString JsonData::Info::Chat::*;
-
     void showMembers();
     void allowToLeave(bool isAllowed);
-    [[nodiscard]] QString notice(const QString& name, Label label, const QString& fallback) const;
 
     const bool m_allowToLeave;
 };

@@ -252,17 +252,13 @@ void ChatTranscript::paintBubbles(const QRectF& area)
     }
 }
 
+// Gives the notices a new palette's colours. Messages follow the palette by themselves.
 void ChatTranscript::changeEvent(QEvent* event)
 {
     QTextEdit::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) {
-        recolour();
+    if (event->type() != QEvent::PaletteChange) {
+        return;
     }
-}
-
-// Gives the notices the new palette's colours. Messages follow the palette by themselves.
-void ChatTranscript::recolour()
-{
     QTextCursor cursor(document());
     cursor.beginEditBlock();
     for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {

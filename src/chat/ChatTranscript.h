@@ -49,7 +49,6 @@ private:
     void notePlace();
     void keepPlace();
     void paintBubbles(const QRectF& area);
-    void recolour();
 
     QTextCursor m_place; // what the user reads at the upper edge; null at the newest line
     int m_above = 0;     // how much of that line is above the edge, in pixels

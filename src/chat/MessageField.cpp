@@ -1,11 +1,9 @@
 #include "chat/MessageField.h"
 
-#include "localisation/ShownText.h"
-
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 
-#include <algorithm>
+#include <utility>
 
 MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
 {
@@ -15,16 +13,6 @@ MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
             Q_EMIT settled();
         }
     });
-}
-
-void MessageField::limitTo(qsizetype characters)
-{
-    const QString cut = ShownText::firstCharacters(text(), characters);
-    if (cut.size() < text().size()) {
-        const int caret = std::min(cursorPosition(), static_cast<int>(cut.size()));
-        setText(cut);
-        setCursorPosition(caret);
-    }
 }
 
 // Return is the shortcut of a button that reacts a moment later and would send what is typed

@@ -2,16 +2,13 @@
 
 #include <QLineEdit>
 
-// The field in which a message is typed. Its length can be limited without disturbing an input
-// method: no text is changed while a character is being composed. Main thread.
+// The field in which a message is typed. It tells of no change while a character is being composed,
+// so that whoever limits its length disturbs no input method. Main thread.
 class MessageField : public QLineEdit {
     Q_OBJECT
 
 public:
     explicit MessageField(QWidget* parent = nullptr);
-
-    // Cuts the text to so many characters (grapheme clusters, UAX #29). The caret stays.
-    void limitTo(qsizetype characters);
 
 Q_SIGNALS:
     // The text has changed and nothing is being composed.
