@@ -26,21 +26,10 @@ QString line(const QString& name)
 
 } // namespace
 
-void AcknowledgementText::setDescription(const QString& description)
-{
-    m_description = description;
-    showSentence();
-}
-
 void AcknowledgementText::setNames(const QString& server, const QString& controlUser)
 {
     m_server = server;
     m_controlUser = controlUser;
-    showSentence();
-}
-
-void AcknowledgementText::showSentence()
-{
     setText(m_server + u' ' + m_description + u' ' + m_controlUser);
     setAccessibleName(text());
     elide();

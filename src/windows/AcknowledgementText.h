@@ -16,8 +16,8 @@ class AcknowledgementText : public ElidedLabel {
 public:
     using ElidedLabel::ElidedLabel;
 
-    // What is asked; the names stay.
-    void setDescription(const QString& description);
+    // What is asked; it is shown with the next names.
+    void setDescription(const QString& description) { m_description = description; }
     void setNames(const QString& server, const QString& controlUser);
 
     [[nodiscard]] QSize sizeHint() const override;
@@ -30,7 +30,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void showSentence();
     void elide() override;
     [[nodiscard]] QFont nameFont() const;
     [[nodiscard]] QRect descriptionRect(int width) const;

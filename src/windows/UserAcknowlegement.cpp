@@ -40,11 +40,11 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
     session = askingSession;
     serverName = server;
     controlUserName = controlName;
-    // Also without labels: the names of another request must not stay.
-    m_ui->user_ack_desc->setNames(serverName, controlUserName);
     if (const auto labels = m_labels()) {
         translate(*labels);
     }
+    // Also without labels: the names of another request must not stay.
+    m_ui->user_ack_desc->setNames(serverName, controlUserName);
     if (!isVisible() || !Placement::isOnOneScreen(*this)) {
         adjustSize();
         move(Placement::centre(Placement::availableArea(), size()));
@@ -77,7 +77,6 @@ void UserAcknowledgement::translate(const JsonData::Info& labels)
     m_ui->declineButton->setText(Mnemonics::plain(labels.Common.reject));
     m_ui->acceptButton->setText(Mnemonics::plain(labels.Common.accept));
     m_ui->user_ack_desc->setDescription(labels.UserAck.user_ack_desc);
-    m_ui->user_ack_desc->setNames(serverName, controlUserName);
     m_ui->replaced->setText(labels.UserAck.replaced);
 }
 

@@ -32,7 +32,7 @@ public:
     // The whole sentence.
     [[nodiscard]] QString question() const;
 
-    // Puts one language's texts in place, and the names into the question.
+    // Puts one language's texts in place; the question follows with the next names.
     void translate(const JsonData::Info& labels);
 
     // The buttons.
