@@ -72,8 +72,7 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     Pictures::show(*m_ui->icon, kind != nullptr ? QString::fromUtf16(kind->picture) : QString());
     m_ui->icon->setVisible(!m_ui->icon->pixmap(Qt::ReturnByValue).isNull());
     timeout = seconds;
-    const auto labels = m_labels();
-    if (labels) {
+    if (const auto labels = m_labels()) {
         translate(*labels);
     }
     m_ui->TimeLabel->setText(
@@ -89,8 +88,8 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     Announcements::say(word.isEmpty() ? said : word + u'\n' + said);
     if (timeout >= 1) {
         timer.start(Intervals::current().clock);
-        if (labels) {
-            showCountDown(*labels);
+        if (const auto labels = m_labels()) { // the count-down, too
+            translate(*labels);
         }
     }
 }
@@ -112,6 +111,10 @@ void MessageInbox::translate(const JsonData::Info& labels)
         m_ui->kind->setText(labels.Message.*kind->word);
         m_ui->kind->show();
     }
+    if (timer.isActive()) {
+        m_ui->AutomaticMessage->setText(labels.Message.automatic + u' ' + QString::number(timeout) +
+                                        u' ' + labels.Message.seconds);
+    }
     setNotShown(m_notShown);
 }
 
@@ -127,12 +130,6 @@ void MessageInbox::setNotShown(qint64 count)
     }
 }
 
-void MessageInbox::showCountDown(const JsonData::Info& labels)
-{
-    m_ui->AutomaticMessage->setText(labels.Message.automatic + u' ' + QString::number(timeout) +
-                                    u' ' + labels.Message.seconds);
-}
-
 void MessageInbox::changeMessage()
 {
     --timeout;
@@ -142,7 +139,6 @@ void MessageInbox::changeMessage()
     // Done even if the message has just closed. The labels are read anew at each tick, so that a
     // change of language shows while the message is open.
     if (const auto labels = m_labels()) {
-        showCountDown(*labels);
         translate(*labels);
     }
 }

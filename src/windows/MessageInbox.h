@@ -52,7 +52,6 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void showCountDown(const JsonData::Info& labels);
     void showColour();
     void fitToText();
     void growToNeed(int more = 0);
