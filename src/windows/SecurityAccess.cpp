@@ -9,14 +9,12 @@
 #include <QWindow>
 
 #include <algorithm>
-#include <initializer_list>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 SecurityAccess::SecurityAccess(LabelSource labels)
-    : AgentWindow(Qt::Dialog, kUsualButtons, std::move(labels)),
-      m_checking(englishFallback().Security.checking), m_wrong(englishFallback().Security.wrong)
+    : AgentWindow(Qt::Dialog, kUsualButtons, std::move(labels))
 {
     setUp();
     connect(m_ui->applyButton, &QPushButton::clicked, this, &SecurityAccess::applyAction);
@@ -36,9 +34,9 @@ void SecurityAccess::refresh()
     m_ui->result->clear();
     // The place for the longer text is kept free: nothing moves when one comes.
     const QFontMetrics metrics = m_ui->result->fontMetrics();
-    m_ui->result->setMinimumSize(
-        std::max(metrics.horizontalAdvance(m_checking), metrics.horizontalAdvance(m_wrong)),
-        metrics.height());
+    m_ui->result->setMinimumSize(std::max(metrics.horizontalAdvance(m_texts.Security.checking),
+                                          metrics.horizontalAdvance(m_texts.Security.wrong)),
+                                 metrics.height());
 }
 
 void SecurityAccess::translate(const JsonData::Info& labels)
@@ -49,8 +47,7 @@ void SecurityAccess::translate(const JsonData::Info& labels)
     m_ui->username->setAccessibleName(labels.Security.username);
     m_ui->password->setPlaceholderText(labels.Security.password);
     m_ui->password->setAccessibleName(labels.Security.password);
-    m_checking = labels.Security.checking;
-    m_wrong = labels.Security.wrong;
+    m_texts = labels;
 }
 
 void SecurityAccess::present(QWidget* settings)
@@ -88,17 +85,14 @@ void SecurityAccess::clearFields()
 void SecurityAccess::setChecking(bool isChecking)
 {
     m_isChecking = isChecking;
-    m_ui->result->setText(isChecking ? m_checking : QString());
+    m_ui->result->setText(isChecking ? m_texts.Security.checking : QString());
     if (isChecking) {
         m_ui->result->setFocus(); // else a second Return or a blank would press Cancel
-        setCursor(Qt::BusyCursor);
-    } else {
-        unsetCursor();
     }
-    for (QWidget* const widget :
-         std::initializer_list<QWidget*>{m_ui->username, m_ui->password, m_ui->applyButton}) {
-        widget->setEnabled(!isChecking);
-    }
+    setCursor(isChecking ? Qt::BusyCursor : Qt::ArrowCursor);
+    m_ui->username->setEnabled(!isChecking);
+    m_ui->password->setEnabled(!isChecking);
+    m_ui->applyButton->setEnabled(!isChecking);
 }
 
 void SecurityAccess::check()
@@ -124,8 +118,8 @@ void SecurityAccess::finishCheck(bool isRight)
         return;
     }
     Pictures::show(*m_ui->sign, u"caution"_s);
-    m_ui->result->setText(m_wrong);
-    Announcements::say(m_wrong, Announcements::About::Credentials);
+    m_ui->result->setText(m_texts.Security.wrong);
+    Announcements::say(m_texts.Security.wrong, Announcements::About::Credentials);
     m_ui->username->setFocus();
 }
 

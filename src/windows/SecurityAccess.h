@@ -52,7 +52,6 @@ private:
     void clearFields();
     void setChecking(bool isChecking);
 
-    QString m_checking;
-    QString m_wrong;
+    JsonData::Info m_texts = englishFallback(); // the last that were read
     bool m_isChecking = false;
 };

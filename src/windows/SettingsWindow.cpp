@@ -160,11 +160,7 @@ void SettingsWindow::showWhyLocked()
 void SettingsWindow::setBusy(bool isBusy)
 {
     setEnabled(!isBusy);
-    if (isBusy) {
-        setCursor(Qt::BusyCursor);
-    } else {
-        unsetCursor();
-    }
+    setCursor(isBusy ? Qt::BusyCursor : Qt::ArrowCursor);
 }
 
 void SettingsWindow::showError(const QString& title, const QString& message)
