@@ -26,10 +26,9 @@ ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent)
 
 void ElidedLabel::setFullText(const QString& text)
 {
-    if (m_fullText == text) { // readers would hear of it again
+    if (accessibleName() == text) { // readers would hear of it again
         return;
     }
-    m_fullText = text;
     setAccessibleName(text);
     elide();
     updateGeometry();
@@ -42,7 +41,7 @@ QSize ElidedLabel::minimumSizeHint() const
 
 QSize ElidedLabel::sizeHint() const
 {
-    const QString line = ShownText::line(m_fullText, kLongestLine);
+    const QString line = ShownText::line(accessibleName(), kLongestLine);
     return {fontMetrics().horizontalAdvance(line), QLabel::sizeHint().height()};
 }
 
@@ -62,9 +61,9 @@ void ElidedLabel::changeEvent(QEvent* event)
 
 void ElidedLabel::elide()
 {
-    const QString line = ShownText::line(m_fullText, kLongestLine);
+    const QString line = ShownText::line(accessibleName(), kLongestLine);
     const QString shown = fontMetrics().elidedText(line, Qt::ElideRight, contentsRect().width());
     setText(shown);
-    const bool isCut = shown != line || m_fullText.size() > kLongestLine;
-    setPlainToolTip(*this, isCut ? ShownText::line(m_fullText) : QString());
+    const bool isCut = shown != line || accessibleName().size() > kLongestLine;
+    setPlainToolTip(*this, isCut ? ShownText::line(accessibleName()) : QString());
 }

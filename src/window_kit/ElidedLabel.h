@@ -25,8 +25,6 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    // At each change of text, size and font.
+    // At each change of text, size and font. The full text is the label's accessible name.
     virtual void elide();
-
-    QString m_fullText;
 };

@@ -5,10 +5,8 @@
 #include "platform/files/RegularFile.h"
 
 #include <QAbstractButton>
-#include <QBuffer>
 #include <QFontInfo>
 #include <QIcon>
-#include <QImageReader>
 #include <QLabel>
 #include <QPainter>
 #include <QVariant>
@@ -41,11 +39,9 @@ QSize designed(QWidget& widget, const char* key, const QSize& size)
 }
 
 // The picture in these bytes, made smaller where it is larger than a logo; null for none.
-QPixmap customLogo(QByteArray& bytes, qreal scale)
+QPixmap customLogo(const QByteArray& bytes, qreal scale)
 {
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    const QImage whole = QImageReader(&buffer).read();
+    const QImage whole = QImage::fromData(bytes);
     const QSize largest = kLogo * scale;
     QSize size = whole.size();
     if (size.width() > largest.width() || size.height() > largest.height()) {
@@ -126,7 +122,8 @@ bool Pictures::showLogo(const QWidget& window, bool mayBeCustom)
     QPixmap picture;
     bool isCustom = false;
     if (mayBeCustom) {
-        auto custom = RegularFile::read(FilePaths::preferences(u"custom-logo.png"_s), kLargestFile);
+        const auto custom =
+            RegularFile::read(FilePaths::preferences(u"custom-logo.png"_s), kLargestFile);
         isCustom = custom.state != RegularFile::State::Missing;
         picture = customLogo(custom.bytes, scale);
     }

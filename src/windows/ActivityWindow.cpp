@@ -55,6 +55,23 @@ QString firstLine(const QString& text)
     return ShownText::line(end < 0 ? text : text.first(end) + u'…', kLongestText);
 }
 
+// `font`: the list's, which is bold for what is unseen.
+QTreeWidgetItem* itemFor(const Activity& activity, const JsonData::Info& labels, QFont font)
+{
+    auto* const item =
+        new QTreeWidgetItem({timeText(activity.time), activity.event(labels),
+                             firstLine(activity.details()), activity.statusText(labels)});
+    item->setToolTip(kDetails, ShownText::toolTip(activity.details()));
+    item->setData(kDetails, Qt::UserRole, activity.details());
+    if (activity.isUnseen) {
+        font.setBold(true);
+        for (int column = 0; column < item->columnCount(); ++column) {
+            item->setFont(column, font);
+        }
+    }
+    return item;
+}
+
 } // namespace
 
 ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
@@ -108,7 +125,7 @@ void ActivityWindow::fill()
     const int scrolled = entries.verticalScrollBar()->value();
     entries.clear();
     for (const Activity& activity : activities.all()) {
-        entries.insertTopLevelItem(0, itemFor(activity, labels));
+        entries.insertTopLevelItem(0, itemFor(activity, labels, font()));
     }
     entries.verticalScrollBar()->setValue(scrolled);
     QString since = labels.Activity.since + u' ' + timeText(activities.since());
@@ -116,24 +133,6 @@ void ActivityWindow::fill()
         since += u'\n' + labels.Activity.earlier + u": "_s + QString::number(activities.dropped());
     }
     m_ui->since->setText(since);
-}
-
-QTreeWidgetItem* ActivityWindow::itemFor(const Activity& activity,
-                                         const JsonData::Info& labels) const
-{
-    auto* const item =
-        new QTreeWidgetItem({timeText(activity.time), activity.event(labels),
-                             firstLine(activity.details()), activity.statusText(labels)});
-    item->setToolTip(kDetails, ShownText::toolTip(activity.details()));
-    item->setData(kDetails, Qt::UserRole, activity.details());
-    if (activity.isUnseen) {
-        QFont bold = font();
-        bold.setBold(true);
-        for (int column = 0; column < item->columnCount(); ++column) {
-            item->setFont(column, bold);
-        }
-    }
-    return item;
 }
 
 void ActivityWindow::copyDetails()

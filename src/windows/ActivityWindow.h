@@ -9,8 +9,6 @@
 
 #include <functional>
 
-class QTreeWidgetItem;
-
 namespace Ui {
 class ActivityWindow;
 }
@@ -42,8 +40,6 @@ protected:
 private:
     void fill();
     void copyDetails();
-    [[nodiscard]] QTreeWidgetItem* itemFor(const Activity& activity,
-                                           const JsonData::Info& labels) const;
 
     const Source m_activities;
     QTimer m_fillTimer;
