@@ -59,6 +59,9 @@ public:
     // Looks for a custom logo; until then the window shows the bundle's.
     void refreshLogo() { logoChanged = Pictures::showLogo(*this, true) || logoChanged; }
 
+    // Puts one language's texts in place.
+    virtual void translate(const JsonData::Info& /*labels*/) {}
+
     bool logoChanged = false; // has shown a custom one at some time; never reset
     InputGuard inputGuard;
 
@@ -70,6 +73,14 @@ protected:
         m_ui->setupUi(this);
         Pictures::refresh(*this);
         Pictures::showLogo(*this, false);
+    }
+
+    // Puts the labels in place as they are now; where there are none, the texts stay.
+    void translateAnew()
+    {
+        if (const auto labels = m_labels()) {
+            translate(*labels);
+        }
     }
 
     void closeEvent(QCloseEvent* event) override

@@ -21,9 +21,7 @@ AboutController::AboutController(LabelSource labels)
 
 void AboutController::present()
 {
-    if (const auto labels = m_labels()) {
-        translate(*labels);
-    }
+    translateAnew();
     if (!isVisible()) {
         adjustSize();
         move(Placement::centre(Placement::availableArea(), size()));

@@ -22,7 +22,7 @@ public:
 
     // Puts one language's texts in place. A program without version or build number is a broken
     // installation: fatalState(). Both are the running program's, also after an upgrade.
-    void translate(const JsonData::Info& labels);
+    void translate(const JsonData::Info& labels) override;
 
     // The button.
     void QuitAction() { hide(); }

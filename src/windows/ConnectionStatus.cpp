@@ -165,9 +165,7 @@ void ConnectionStatus::resizeWindow(qsizetype sessionNumber)
 void ConnectionStatus::refresh()
 {
     if (m_ui) { // else awakeFromNib() will read them
-        if (const auto labels = m_labels()) {
-            translate(*labels);
-        }
+        translateAnew();
         refreshLogo();
     }
 }

@@ -48,7 +48,7 @@ public:
 
     // Puts one language's texts in place, in a window that was shown once; the state's line follows
     // at the next config().
-    void translate(const JsonData::Info& labels);
+    void translate(const JsonData::Info& labels) override;
     // Moves the window to the top right corner of its screen. Ignores the screen's own origin, on
     // purpose.
     void setPosition();

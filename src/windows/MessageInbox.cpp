@@ -72,9 +72,7 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     Pictures::show(*m_ui->icon, kind != nullptr ? QString::fromUtf16(kind->picture) : QString());
     m_ui->icon->setVisible(!m_ui->icon->pixmap(Qt::ReturnByValue).isNull());
     timeout = seconds;
-    if (const auto labels = m_labels()) {
-        translate(*labels);
-    }
+    translateAnew();
     m_ui->TimeLabel->setText(
         arrivalTime(QDateTime::currentDateTime(), preferredLanguages().constFirst()));
     m_ui->Sender->setFullText(from);
@@ -88,9 +86,7 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     Announcements::say(word.isEmpty() ? said : word + u'\n' + said);
     if (timeout >= 1) {
         timer.start(Intervals::current().clock);
-        if (const auto labels = m_labels()) { // the count-down, too
-            translate(*labels);
-        }
+        translateAnew(); // the count-down, too
     }
 }
 
@@ -138,9 +134,7 @@ void MessageInbox::changeMessage()
     }
     // Done even if the message has just closed. The labels are read anew at each tick, so that a
     // change of language shows while the message is open.
-    if (const auto labels = m_labels()) {
-        translate(*labels);
-    }
+    translateAnew();
 }
 
 void MessageInbox::stopMessage()

@@ -32,7 +32,7 @@ public:
     void setNotShown(qint64 count);
 
     // Puts one language's texts in place.
-    void translate(const JsonData::Info& labels);
+    void translate(const JsonData::Info& labels) override;
     // The count-down's tick.
     void changeMessage();
     // Closes the message.

@@ -26,9 +26,7 @@ void SecurityAccess::refresh()
     if (m_isChecking) {
         return; // finishCheck() empties them
     }
-    if (const auto labels = m_labels()) {
-        translate(*labels);
-    }
+    translateAnew();
     clearFields();
     Pictures::show(*m_ui->sign, u"lock-32"_s);
     m_ui->result->clear();

@@ -47,7 +47,7 @@ Q_SIGNALS:
     void cancelled();
 
 private:
-    void translate(const JsonData::Info& labels);
+    void translate(const JsonData::Info& labels) override;
     void clearPassword();
     void clearFields();
     void setChecking(bool isChecking);

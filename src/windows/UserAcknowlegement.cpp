@@ -40,9 +40,7 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
     session = askingSession;
     serverName = server;
     controlUserName = controlName;
-    if (const auto labels = m_labels()) {
-        translate(*labels);
-    }
+    translateAnew();
     // Also without labels: the names of another request must not stay.
     m_ui->user_ack_desc->setNames(serverName, controlUserName);
     if (!isVisible() || !Placement::isOnOneScreen(*this)) {

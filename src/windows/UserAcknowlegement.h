@@ -33,7 +33,7 @@ public:
     [[nodiscard]] QString question() const;
 
     // Puts one language's texts in place; the question follows with the next names.
-    void translate(const JsonData::Info& labels);
+    void translate(const JsonData::Info& labels) override;
 
     // The buttons.
     void acceptAction() { answer(true); }
