@@ -66,11 +66,3 @@ QPoint Placement::cascade(const QRect& area, const QWidget& window, const QPoint
     }
     return place;
 }
-
-bool Placement::isOnOneScreen(const QWidget& window)
-{
-    const QList<QScreen*> screens = QGuiApplication::screens();
-    return std::any_of(screens.cbegin(), screens.cend(), [&](const QScreen* screen) {
-        return screen->geometry().contains(window.frameGeometry());
-    });
-}

@@ -27,7 +27,4 @@ namespace Placement {
 // the area's edges.
 [[nodiscard]] QPoint cascade(const QRect& area, const QWidget& window, const QPoint& first);
 
-// Whether the whole window lies on one screen.
-[[nodiscard]] bool isOnOneScreen(const QWidget& window);
-
 } // namespace Placement

@@ -6,6 +6,7 @@
 #include "window_kit/Placement.h"
 
 #include <QKeyEvent>
+#include <QScreen>
 #include <QWindow>
 
 #include <utility>
@@ -43,7 +44,8 @@ void UserAcknowledgement::ask(qint64 askingSession, const QString& server,
     translateAnew();
     // Also without labels: the names of another request must not stay.
     m_ui->user_ack_desc->setNames(serverName, controlUserName);
-    if (!isVisible() || !Placement::isOnOneScreen(*this)) {
+    const bool isWhole = screen() != nullptr && screen()->geometry().contains(frameGeometry());
+    if (!isVisible() || !isWhole) {
         adjustSize();
         move(Placement::centre(Placement::availableArea(), size()));
     }
