@@ -24,12 +24,11 @@ SecurityAccess::SecurityAccess(LabelSource labels)
 void SecurityAccess::refresh()
 {
     if (m_isChecking) {
-        return; // finishCheck() empties them
+        return; // finishCheck() empties the fields
     }
     translateAnew();
-    clearFields();
+    setChecking(false);
     Pictures::show(*m_ui->sign, u"lock-32"_s);
-    m_ui->result->clear();
     // The place for the longer text is kept free: nothing moves when one comes.
     const QFontMetrics metrics = m_ui->result->fontMetrics();
     m_ui->result->setMinimumSize(std::max(metrics.horizontalAdvance(m_texts.Security.checking),
@@ -74,18 +73,15 @@ void SecurityAccess::clearPassword()
     m_ui->password->setText(QString());
 }
 
-void SecurityAccess::clearFields()
-{
-    m_ui->username->clear();
-    clearPassword();
-}
-
 void SecurityAccess::setChecking(bool isChecking)
 {
     m_isChecking = isChecking;
+    clearPassword();
     m_ui->result->setText(isChecking ? m_texts.Security.checking : QString());
     if (isChecking) {
         m_ui->result->setFocus(); // else a second Return or a blank would press Cancel
+    } else {
+        m_ui->username->clear();
     }
     setCursor(isChecking ? Qt::BusyCursor : Qt::ArrowCursor);
     m_ui->username->setEnabled(!isChecking);
@@ -100,7 +96,6 @@ void SecurityAccess::check()
     }
     QString password = SecretText::copy(m_ui->password->text());
     Announcements::withdraw(Announcements::About::Credentials);
-    clearPassword();
     setChecking(true);
     Q_EMIT credentialsEntered(m_ui->username->text(), password);
     SecretText::wipe(password);
@@ -110,7 +105,6 @@ void SecurityAccess::finishCheck(bool isRight)
 {
     status = isRight;
     setChecking(false);
-    clearFields();
     if (isRight) {
         hide();
         return;
@@ -126,7 +120,6 @@ void SecurityAccess::cancelAction()
     Announcements::withdraw(Announcements::About::Credentials);
     Q_EMIT cancelled();
     setChecking(false);
-    clearFields();
     hide();
     m_ui->username->setFocus();
 }

@@ -49,7 +49,7 @@ Q_SIGNALS:
 private:
     void translate(const JsonData::Info& labels) override;
     void clearPassword();
-    void clearFields();
+    // Empties the password's field; once nothing is being checked, the name's, too.
     void setChecking(bool isChecking);
 
     JsonData::Info m_texts = englishFallback(); // the last that were read
