@@ -69,8 +69,7 @@ std::optional<QString> elapsedText(double seconds)
 }
 
 ConnectionStatus::ConnectionStatus(LabelSource labels)
-    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinimizeButtonHint, std::move(labels)),
-      m_texts(englishFallback())
+    : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinimizeButtonHint, std::move(labels))
 {
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession);
     connect(&sessionTimer, &QTimer::timeout, this, &ConnectionStatus::inSession2);

@@ -116,7 +116,7 @@ private:
     void showTime(const Row& row) const;
     void request(void (ConnectionStatus::*signal)(qint64), std::size_t row);
 
-    JsonData::Info m_texts; // the last that were read
+    JsonData::Info m_texts = englishFallback(); // the last that were read
     QList<SessionInfo> m_sessions;
     std::array<Row, kRows> m_rows; // from the first showing on, as m_ui
     bool m_isToBePlaced = true;
