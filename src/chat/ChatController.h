@@ -8,16 +8,12 @@
 #include <QStringList>
 #include <QWidget>
 
-namespace Ui {
-class ChatController;
-}
-
 // One chat with the operators of a session: its window.
 //
 // A window that the user closes by its title bar comes back with the next line; after the Quit
 // button the owner deletes the chat. When the chat ends, its window stays, to be read, until the
 // user closes it. Main thread.
-class ChatController : public AgentWindow<QWidget, Ui::ChatController> {
+class ChatController : public AgentWindow<QWidget, class Ui_ChatController> {
     Q_OBJECT
 
 public:

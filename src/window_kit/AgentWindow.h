@@ -22,7 +22,7 @@ inline constexpr Qt::WindowFlags kUsualButtons =
 // A window is one class, whose constructor calls setUp(). Its owner hands it its labels and what it
 // shows; what the user does leaves it as a signal. One that lives as long as the agent calls
 // setUp() when it is first to be seen: at the start that would only cost time. `Base` is QWidget or
-// QDialog, `Form` what the toolkit makes of the .ui file. Main thread.
+// QDialog, `Form` the class Ui_NAME that the toolkit makes of NAME.ui. Main thread.
 template <typename Base, typename Form>
 class AgentWindow : public Base {
 public:

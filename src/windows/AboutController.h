@@ -5,13 +5,9 @@
 
 #include <QDialog>
 
-namespace Ui {
-class AboutController;
-}
-
 // The About window: which program this is, and which version of it. There is one from the first
 // showing on, which is only ever hidden. Main thread.
-class AboutController : public AgentWindow<QDialog, Ui::AboutController> {
+class AboutController : public AgentWindow<QDialog, class Ui_AboutController> {
     Q_OBJECT
 
 public:

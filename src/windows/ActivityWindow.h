@@ -9,15 +9,11 @@
 
 #include <functional>
 
-namespace Ui {
-class ActivityWindow;
-}
-
 // The list of what happened to this computer: sessions, requests for control and who answered them,
 // messages, and commands that the service ran. The newest stands first; what happened while the
 // user was away is bold until the window is closed. There is one from the first showing on. Main
 // thread.
-class ActivityWindow : public AgentWindow<QDialog, Ui::ActivityWindow> {
+class ActivityWindow : public AgentWindow<QDialog, class Ui_ActivityWindow> {
     Q_OBJECT
 
 public:

@@ -78,7 +78,7 @@ ConnectionStatus::ConnectionStatus(LabelSource labels)
 void ConnectionStatus::awakeFromNib()
 {
     setUp();
-    const Ui::ConnectionStatus& ui = *m_ui;
+    const auto& ui = *m_ui;
     m_rows = {{{sessionAt(0), ui.slot, ui.card, ui.ControlUserName, ui.timing, ui.note,
                 ui.ChatButton, ui.abort},
                {sessionAt(1), ui.slot2, ui.card2, ui.ControlUserName2, ui.timing2, ui.note2,

@@ -17,10 +17,6 @@ class ElidedLabel;
 class QLabel;
 class QToolButton;
 
-namespace Ui {
-class ConnectionStatus;
-}
-
 // The text of a session's clock: "0:07", "0:42", "1:05", "1:02:03", with days before the hours from
 // the first day on. None up to the first full second and for a time that no clock shows. Any
 // thread.
@@ -31,7 +27,7 @@ class ConnectionStatus;
 //
 // There is one for the agent's whole life. It takes reports even before it is first shown. It
 // has a row for each of its first two sessions. Main thread.
-class ConnectionStatus : public AgentWindow<QWidget, Ui::ConnectionStatus> {
+class ConnectionStatus : public AgentWindow<QWidget, class Ui_ConnectionStatus> {
     Q_OBJECT
 
 public:

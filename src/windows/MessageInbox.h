@@ -7,16 +7,12 @@
 #include <QString>
 #include <QTimer>
 
-namespace Ui {
-class MessageInbox;
-}
-
 // The window of one message that was pushed to this machine: who sent it and when it came, its kind
 // and text, and the seconds until it closes by itself. Nothing is ever sent back.
 //
 // Each message has its own. Whoever makes one fills it once, and deletes it when it is closed.
 // Main thread.
-class MessageInbox : public AgentWindow<QDialog, Ui::MessageInbox> {
+class MessageInbox : public AgentWindow<QDialog, class Ui_MessageInbox> {
     Q_OBJECT
 
 public:

@@ -6,17 +6,13 @@
 #include <QDialog>
 #include <QString>
 
-namespace Ui {
-class SecurityAccess;
-}
-
 // The small window in which the user types an account's name and password, so that the settings can
 // be changed. Whose they are is not asked: an account that is no administrator's passes here, and
 // then the system itself refuses the change.
 //
 // What was typed is checked elsewhere, which takes seconds; until finishCheck() or cancelAction()
 // only Cancel works. Main thread.
-class SecurityAccess : public AgentWindow<QDialog, Ui::SecurityAccess> {
+class SecurityAccess : public AgentWindow<QDialog, class Ui_SecurityAccess> {
     Q_OBJECT
 
 public:

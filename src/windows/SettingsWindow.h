@@ -7,15 +7,11 @@
 #include <QDialog>
 #include <QString>
 
-namespace Ui {
-class SettingsWindow;
-}
-
 // The window in which an administrator binds the machine to an account. It shows entries and
 // emits what is pressed; AppDelegate acts. Main thread.
 //
 // Return applies and Escape cancels; so does the title bar's close.
-class SettingsWindow : public AgentWindow<QDialog, Ui::SettingsWindow> {
+class SettingsWindow : public AgentWindow<QDialog, class Ui_SettingsWindow> {
     Q_OBJECT
 
 public:

@@ -6,10 +6,6 @@
 #include <QDialog>
 #include <QString>
 
-namespace Ui {
-class UserAcknowlegement;
-}
-
 // The dialog that asks the user whether a remote operator may take control. The file's name is
 // misspelt on purpose: it is part of the interface.
 //
@@ -17,7 +13,7 @@ class UserAcknowlegement;
 // buttons answer, and neither Escape nor the title bar makes it go. While it is shown it lies above
 // all other windows of the agent. A request that comes while another is shown takes its place and
 // says so; the answer is to the latest. Main thread.
-class UserAcknowledgement : public AgentWindow<QDialog, Ui::UserAcknowlegement> {
+class UserAcknowledgement : public AgentWindow<QDialog, class Ui_UserAcknowlegement> {
     Q_OBJECT
 
 public:
