@@ -20,13 +20,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr qsizetype kLongestMessage = 128; // in grapheme clusters (UAX #29)
-constexpr qsizetype kMostSaid = 1'000;     // of a longer one
-
-} // namespace
-
 ChatController::ChatController(LabelSource labels, bool allowToLeave)
     : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint, std::move(labels)),
       m_allowToLeave(allowToLeave)
@@ -161,6 +154,7 @@ void ChatController::displayMessage(const QString& sender, const QString& messag
     transcript.appendBody(message, left, color);
     // Not for the user's own lines: somebody who has just written one is here.
     if (left) {
+        constexpr qsizetype kMostSaid = 1'000; // of a longer one
         const QString shown = ShownText::shown(message.left(kMostSaid));
         Announcements::say(sender.isEmpty() ? shown : ShownText::line(sender) + u": "_s + shown);
         if (isSeen()) {
@@ -211,6 +205,7 @@ void ChatController::SendAction()
 
 void ChatController::controlTextDidChange()
 {
+    constexpr qsizetype kLongestMessage = 128; // in grapheme clusters (UAX #29)
     QLineEdit& field = *m_ui->Message;
     const QString cut = ShownText::firstCharacters(field.text(), kLongestMessage);
     if (cut.size() < field.text().size()) {

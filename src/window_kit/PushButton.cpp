@@ -2,14 +2,9 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr int kLowest = 32; // points
-
-} // namespace
-
 QSize PushButton::sizeHint() const
 {
+    constexpr int kLowest = 32; // points
     const QSize least = QPushButton::sizeHint();
     const int letter = fontMetrics().height();
     if (text().isEmpty()) { // as high as its neighbours

@@ -22,8 +22,7 @@ SettingsWindow::SettingsWindow(SettingsTexts texts)
     setUp();
     // Wide enough for a whole account identifier, and for the session code's row, so that nothing
     // moves when the mode hides it.
-    const int width = fontMetrics().horizontalAdvance(QString(38, u'0'));
-    m_ui->accountIdText->setMinimumWidth(width);
+    m_ui->accountIdText->setMinimumWidth(fontMetrics().horizontalAdvance(QString(38, u'0')));
     for (QWidget* const widget : std::initializer_list<QWidget*>{
              m_ui->sessionCodeDesc, m_ui->sessionCodeText, m_ui->whyLocked}) {
         QSizePolicy policy = widget->sizePolicy();
