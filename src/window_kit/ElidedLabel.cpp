@@ -45,18 +45,13 @@ QSize ElidedLabel::sizeHint() const
     return {fontMetrics().horizontalAdvance(line), QLabel::sizeHint().height()};
 }
 
-void ElidedLabel::resizeEvent(QResizeEvent* event)
+bool ElidedLabel::event(QEvent* event)
 {
-    QLabel::resizeEvent(event);
-    elide();
-}
-
-void ElidedLabel::changeEvent(QEvent* event)
-{
-    QLabel::changeEvent(event);
-    if (event->type() == QEvent::FontChange) {
+    const bool result = QLabel::event(event);
+    if (event->type() == QEvent::Resize || event->type() == QEvent::FontChange) {
         elide();
     }
+    return result;
 }
 
 void ElidedLabel::elide()

@@ -21,8 +21,7 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
 
 protected:
-    void resizeEvent(QResizeEvent* event) override;
-    void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     // At each change of text, size and font. The full text is the label's accessible name.

@@ -88,7 +88,7 @@ bool AcknowledgementText::event(QEvent* event)
                              (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason);
         update();
     }
-    return QLabel::event(event);
+    return ElidedLabel::event(event);
 }
 
 void AcknowledgementText::paintEvent(QPaintEvent*)
