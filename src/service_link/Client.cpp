@@ -9,7 +9,7 @@ Client::Client(const QString& hostName, quint16 portNumber,
                TcpConnection::AccountCheck accountCheck,
                ClientConnection::CheckMessage checkMessage)
     : host(hostName), port(portNumber),
-      connection(hostName, portNumber, std::move(accountCheck), std::move(checkMessage))
+      connection(portNumber, std::move(accountCheck), std::move(checkMessage))
 {}
 
 void Client::start()
@@ -35,7 +35,7 @@ void Client::prepareToStop()
     end = End::Later;
 }
 
-void Client::didStopCallback(const std::optional<NetworkError>& error)
+void Client::didStopCallback(const std::optional<QString>& error)
 {
     if (end == End::ByLink && willEnd) {
         willEnd();

@@ -11,7 +11,8 @@
 // ends; whoever started the agent starts it again.
 class Client {
 public:
-    // `accountCheck` decides which accounts may be the service, by UID.
+    // The host is "localhost", as the log has it: the link stays within the machine. `accountCheck`
+    // decides which accounts may be the service, by UID.
     Client(const QString& host, quint16 port, TcpConnection::AccountCheck accountCheck,
            ClientConnection::CheckMessage checkMessage);
 
@@ -29,7 +30,7 @@ public:
     static void prepareToStop();
 
     // Ends the process: with status 1 where there is an error, else 0. Any thread.
-    [[noreturn]] static void didStopCallback(const std::optional<NetworkError>& error);
+    [[noreturn]] static void didStopCallback(const std::optional<QString>& error);
 
     // Called before the link's end ends the process, on the link's thread. Set before start().
     static inline std::function<void()> willEnd;

@@ -22,23 +22,21 @@ std::optional<QString> decodeText(const QByteArray& data)
 
 } // namespace
 
-ClientConnection::ClientConnection(const QString& host, quint16 port,
-                                   TcpConnection::AccountCheck accountCheck,
+ClientConnection::ClientConnection(quint16 port, TcpConnection::AccountCheck accountCheck,
                                    CheckMessage checkMessage)
-    : m_checkMessage(std::move(checkMessage)), m_connection(host, port, std::move(accountCheck))
+    : m_checkMessage(std::move(checkMessage)), m_connection(port, std::move(accountCheck))
 {}
 
 void ClientConnection::start()
 {
     printLog(u"connection will start"_s);
     m_connection.start(
-        "Client connection Q",
         {.connected = [] { printLog(u"Client connection ready"_s); },
          .received = [this](const QByteArray& data) { return didReceive(data); },
          .sent =
              [](qsizetype size) { printLog(u"connection did send, data: %1 bytes"_s.arg(size)); },
          .endNoticed = didNoticeEnd,
-         .ended = [this](const std::optional<NetworkError>& error) { didEnd(error); }},
+         .ended = [this](const std::optional<QString>& error) { didEnd(error); }},
         endTimeout);
 }
 
@@ -89,10 +87,10 @@ bool ClientConnection::didHandle(const std::optional<QString>& command)
 }
 
 // Not tried again, also where there was no connection: whoever starts the agent starts it again.
-void ClientConnection::didEnd(const std::optional<NetworkError>& error)
+void ClientConnection::didEnd(const std::optional<QString>& error)
 {
     if (error) {
-        printErrorLog(u"connection did fail, error: "_s + error->text);
+        printErrorLog(u"connection did fail, error: "_s + *error);
     } else {
         printLog(u"connection did end"_s);
     }
@@ -100,7 +98,7 @@ void ClientConnection::didEnd(const std::optional<NetworkError>& error)
 }
 
 // By whoever has ended the connection, the thread of the link or of a stop(), never by both.
-void ClientConnection::tellEnd(const std::optional<NetworkError>& error)
+void ClientConnection::tellEnd(const std::optional<QString>& error)
 {
     if (const DidStop callback = std::exchange(didStopCallback, nullptr)) {
         callback(error);

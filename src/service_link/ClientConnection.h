@@ -27,10 +27,10 @@ public:
     // Handles a received text (none where it was not UTF-8). This and the rest run on the link's
     // thread, and the next receive waits for them.
     using CheckMessage = std::function<Handled(const std::optional<QString>&)>;
-    using DidStop = std::function<void(const std::optional<NetworkError>&)>;
+    using DidStop = std::function<void(const std::optional<QString>&)>;
 
     // `accountCheck` decides who may be the service (see TcpConnection).
-    ClientConnection(const QString& host, quint16 port, TcpConnection::AccountCheck accountCheck,
+    ClientConnection(quint16 port, TcpConnection::AccountCheck accountCheck,
                      CheckMessage checkMessage);
     // On the main thread. Waits for the message that is being handled; its handler must not wait
     // for the caller.
@@ -56,8 +56,8 @@ public:
 private:
     bool didReceive(const QByteArray& data);
     bool didHandle(const std::optional<QString>& command);
-    void didEnd(const std::optional<NetworkError>& error);
-    void tellEnd(const std::optional<NetworkError>& error);
+    void didEnd(const std::optional<QString>& error);
+    void tellEnd(const std::optional<QString>& error);
 
     const CheckMessage m_checkMessage;
     const std::shared_ptr<void> m_self{this, [](void*) {}}; // only to tell that it is still there

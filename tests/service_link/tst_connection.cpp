@@ -138,7 +138,7 @@ private:
         m_connection.reset();
         m_error = -1;
         m_connection = std::make_unique<ClientConnection>(
-            u"localhost"_s, port,
+            port,
             [](quint32 uid) {
                 return uid == ::getuid() ? std::nullopt : std::optional(u"a stranger"_s);
             },
@@ -149,8 +149,8 @@ private:
                                                            ? Worker::start([idle] { idle.wait(); })
                                                            : Descriptor()};
             });
-        m_connection->didStopCallback = [this](const std::optional<NetworkError>& error) {
-            m_error = error ? error->code : 0;
+        m_connection->didStopCallback = [this](const std::optional<QString>& error) {
+            m_error = error ? 1 : 0;
         };
     }
 

@@ -1,7 +1,6 @@
 #include "platform/network/TcpConnection.h"
 
 #include "platform/files/SystemError.h"
-#include "platform/network/PeerCheck.h"
 #include "platform/network/TcpPeer.h"
 #include "platform/threads/Thread.h"
 
@@ -22,11 +21,6 @@ namespace {
 constexpr int kLongestRead = 65'536;
 constexpr qsizetype kReadAhead = 1024 * 1024; // bytes that may wait to be received
 
-NetworkError networkError(int code)
-{
-    return {code, systemErrorText(code)};
-}
-
 // What a waiting read takes of the memory: its bytes and the object that holds them.
 qsizetype cost(const QByteArray& data)
 {
@@ -35,9 +29,9 @@ qsizetype cost(const QByteArray& data)
 
 } // namespace
 
-TcpConnection::TcpConnection(const QString& host, quint16 port, AccountCheck accountCheck)
-    : m_host(host), m_port(port), m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      m_peer(std::make_unique<PeerCheck>(std::move(accountCheck)))
+TcpConnection::TcpConnection(quint16 port, AccountCheck accountCheck)
+    : m_port(port), m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      m_peer(std::make_unique<TcpPeer>(std::move(accountCheck)))
 {}
 
 TcpConnection::~TcpConnection()
@@ -45,12 +39,11 @@ TcpConnection::~TcpConnection()
     cancel();
 }
 
-void TcpConnection::start(const std::string& label, Handlers handlers,
-                          std::chrono::milliseconds endTimeout)
+void TcpConnection::start(Handlers handlers, std::chrono::milliseconds endTimeout)
 {
     m_handlers = std::move(handlers);
     m_endTimeout = endTimeout;
-    m_thread = Thread::start(label, [this] { run(); });
+    m_thread = Thread::start("Client connection Q", [this] { run(); });
 }
 
 void TcpConnection::resume()
@@ -114,27 +107,23 @@ void TcpConnection::put(Outgoing& message) const
         } else if (errno == EPIPE && m_endSeen && !m_readError) {
             message.sent = message.data.size(); // nobody is there to get it: no failure
         } else if (errno != EINTR) {
-            message.error = networkError(errno);
+            message.error = systemErrorText(errno);
         }
     }
 }
 
-bool TcpConnection::isCancelled()
-{
-    const std::lock_guard lock(m_mutex);
-    return m_cancelled;
-}
-
 void TcpConnection::run()
 {
-    auto [socket, error] =
-        TcpPeer::connect(m_host, m_port, *m_peer, m_wake, [this] { return isCancelled(); });
-    if (error || isCancelled()) {
+    auto [socket, error] = m_peer->connect(m_port);
+    if (error) {
         end(error);
         return;
     }
     {
         const std::lock_guard lock(m_mutex);
+        if (m_cancelled) {
+            return;
+        }
         m_socket = std::move(socket);
     }
     m_handlers.connected();
@@ -144,7 +133,7 @@ void TcpConnection::run()
     ::shutdown(m_socket.value(), SHUT_RDWR);
 }
 
-void TcpConnection::end(const std::optional<NetworkError>& error)
+void TcpConnection::end(const std::optional<QString>& error)
 {
     if (cancel()) {
         m_handlers.ended(error);
@@ -247,13 +236,13 @@ int TcpConnection::untilOverdue() const
 }
 
 // The error that waits behind the bytes that were not read.
-std::optional<NetworkError> TcpConnection::unreadError() const
+std::optional<QString> TcpConnection::unreadError() const
 {
     int code = 0;
     socklen_t length = sizeof code;
     ::getsockopt(m_socket.value(), SOL_SOCKET, SO_ERROR, &code, &length);
     // EPIPE: the peer had closed before it was sent something.
-    return code != 0 && code != EPIPE ? std::optional(networkError(code)) : m_readError;
+    return code != 0 && code != EPIPE ? std::optional(systemErrorText(code)) : m_readError;
 }
 
 void TcpConnection::noteEnd()
@@ -292,14 +281,14 @@ void TcpConnection::readOnce()
     m_isOver = true;
     if (got != 0) {
         const std::lock_guard lock(m_mutex);
-        m_readError = refusal ? refusal : networkError(error);
+        m_readError = refusal ? refusal : systemErrorText(error);
     }
     noteEnd();
 }
 
 void TcpConnection::writeSome()
 {
-    std::optional<NetworkError> error;
+    std::optional<QString> error;
     {
         const std::lock_guard lock(m_mutex);
         while (!error && !m_outgoing.empty()) {

@@ -13,13 +13,7 @@
 #include <optional>
 #include <thread>
 
-class PeerCheck;
-
-// What the system said when something on the network failed.
-struct NetworkError {
-    int code = 0; // an errno value
-    QString text;
-};
+class TcpPeer;
 
 // One TCP connection, which is opened once.
 //
@@ -49,19 +43,18 @@ public:
         std::function<void()> endNoticed;
         // The last call, once: after all received data has been handled, but at most `endTimeout`
         // after the end. No error where the peer has closed its side. At once where a send
-        // fails, and where there is no connection: nobody listens, the host can't be reached, the
-        // peer was refused or its account is not known, and so on.
-        std::function<void(const std::optional<NetworkError>& error)> ended;
+        // fails, and where there is no connection: nobody listens, the peer was refused or its
+        // account is not known, and so on.
+        std::function<void(const std::optional<QString>& error)> ended;
     };
 
-    // The host is "localhost" (127.0.0.1 and ::1 in turn) or a numeric address.
-    TcpConnection(const QString& host, quint16 port, AccountCheck accountCheck);
-    // Cancels and waits for the connection's thread. Not from a handler.
+    // To a port of this machine.
+    TcpConnection(quint16 port, AccountCheck accountCheck);
+    // Cancels and waits for the connection's thread, also while that connects. Not from a handler.
     ~TcpConnection();
 
-    // Connects. A debugger shows the first fifteen characters of the label as the thread's name.
-    // Once.
-    void start(const std::string& label, Handlers handlers, std::chrono::milliseconds endTimeout);
+    // Connects. Once.
+    void start(Handlers handlers, std::chrono::milliseconds endTimeout);
 
     // The owner is ready for the next receive. Any thread.
     void resume();
@@ -82,7 +75,7 @@ private:
     struct Outgoing {
         QByteArray data;
         qsizetype sent = 0;
-        std::optional<NetworkError> error = {};
+        std::optional<QString> error = {};
 
         [[nodiscard]] bool isOver() const { return error || sent == data.size(); }
     };
@@ -90,7 +83,6 @@ private:
 
     void wake() const;
     void put(Outgoing& message) const;
-    [[nodiscard]] bool isCancelled();
     void run();
     void deliver();
     bool exchange();
@@ -99,17 +91,16 @@ private:
     void readOnce();
     void writeSome();
     void noteEnd();
-    void end(const std::optional<NetworkError>& error);
-    [[nodiscard]] std::optional<NetworkError> unreadError() const;
+    void end(const std::optional<QString>& error);
+    [[nodiscard]] std::optional<QString> unreadError() const;
 
-    const QString m_host;
     const quint16 m_port;
     const Descriptor m_wake; // an eventfd
     Handlers m_handlers;
     std::chrono::milliseconds m_endTimeout{0};
 
     // The thread's own.
-    std::unique_ptr<PeerCheck> m_peer;
+    std::unique_ptr<TcpPeer> m_peer;
     std::deque<QByteArray> m_incoming;
     qsizetype m_waitingBytes = 0;
     bool m_isOver = false; // all has been read
@@ -118,7 +109,7 @@ private:
 
     std::mutex m_mutex;  // guards what follows
     Descriptor m_socket; // set once, when connected, by the thread that reads and polls it
-    std::optional<NetworkError> m_readError;
+    std::optional<QString> m_readError;
     std::optional<Clock::time_point> m_endSeen; // written by the thread only, as the error
     std::deque<Outgoing> m_outgoing;
     std::deque<qsizetype> m_sent; // sizes of messages whose sending is still to be reported

@@ -1,104 +1,46 @@
 #include "platform/network/TcpPeer.h"
 
 #include "platform/files/SystemError.h"
-
-#include <QByteArray>
-#include <QList>
+#include "platform/network/SocketOwners.h"
 
 #include <array>
 #include <cerrno>
-#include <chrono>
-#include <cstdint>
-#include <cstring>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using State = SocketOwners::Peer::State;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int kOn = 1;
-constexpr std::chrono::seconds kLongestWait(5); // for a connection within the machine
 
-struct Address {
-    sockaddr_storage storage = {};
-    socklen_t length = sizeof(sockaddr_storage);
-
-    sockaddr* pointer() { return reinterpret_cast<sockaddr*>(&storage); }
-};
-
-std::optional<Address> numericAddress(const QByteArray& text, quint16 port)
+std::array<sockaddr_storage, 2> loopbackAddresses(quint16 port)
 {
-    Address address;
-    auto* const v4 = reinterpret_cast<sockaddr_in*>(&address.storage);
-    if (::inet_pton(AF_INET, text.constData(), &v4->sin_addr) == 1) {
-        v4->sin_family = AF_INET;
-        v4->sin_port = htons(port);
-        address.length = sizeof *v4;
-        return address;
-    }
-    auto* const v6 = reinterpret_cast<sockaddr_in6*>(&address.storage);
-    if (::inet_pton(AF_INET6, text.constData(), &v6->sin6_addr) == 1) {
-        v6->sin6_family = AF_INET6;
-        v6->sin6_port = htons(port);
-        address.length = sizeof *v6;
-        return address;
-    }
-    return std::nullopt;
+    std::array<sockaddr_storage, 2> addresses = {};
+    auto& v4 = reinterpret_cast<sockaddr_in&>(addresses[0]);
+    v4.sin_family = AF_INET;
+    v4.sin_port = htons(port);
+    v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto& v6 = reinterpret_cast<sockaddr_in6&>(addresses[1]);
+    v6.sin6_family = AF_INET6;
+    v6.sin6_port = htons(port);
+    v6.sin6_addr = in6addr_loopback;
+    return addresses;
 }
 
-// Where nobody listens on a port, the system may choose that very port for the calling side: the
-// socket is then connected to itself.
-bool isConnectedToItself(const Descriptor& socket)
+TcpPeer::Connected connectTo(const sockaddr_storage& address)
 {
-    Address own;
-    Address peer;
-    return ::getsockname(socket.value(), own.pointer(), &own.length) == 0 &&
-           ::getpeername(socket.value(), peer.pointer(), &peer.length) == 0 &&
-           own.length == peer.length && std::memcmp(&own.storage, &peer.storage, own.length) == 0;
-}
-
-// Returns zero when connected, else an errno value.
-int awaitConnection(const Descriptor& socket, const Descriptor& wake,
-                    const std::function<bool()>& isCancelled)
-{
-    const auto end = Clock::now() + kLongestWait;
-    for (;;) {
-        std::array<pollfd, 2> watched = {{{socket.value(), POLLOUT, 0}, {wake.value(), POLLIN, 0}}};
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-        if (left.count() <= 0) {
-            return ETIMEDOUT; // the listener's queue is full, say
-        }
-        if (::poll(watched.data(), watched.size(), static_cast<int>(left.count())) <= 0) {
-            continue;
-        }
-        if (watched[0].revents != 0) {
-            int error = 0;
-            socklen_t length = sizeof error;
-            ::getsockopt(socket.value(), SOL_SOCKET, SO_ERROR, &error, &length);
-            return error;
-        }
-        std::uint64_t count = 0;
-        [[maybe_unused]] const auto got = ::read(wake.value(), &count, sizeof count);
-        if (isCancelled()) {
-            return ECANCELED;
-        }
+    Descriptor socket(::socket(address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!socket.isOpen()) {
+        return {{}, systemErrorText(errno)};
     }
-}
-
-// Returns zero and an open socket when connected, else an errno value.
-int connectTo(Address address, Descriptor& socket, const Descriptor& wake,
-              const std::function<bool()>& isCancelled)
-{
-    socket = Descriptor(
-        ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     // Before connecting: with the usual window, which begins small, the kernel may send a message
     // of 65,536 bytes in parts, and it would come in two reads.
     const int window = 256 * 1024;
@@ -106,48 +48,68 @@ int connectTo(Address address, Descriptor& socket, const Descriptor& wake,
     // The handshake's last packet waits for TCP_QUICKACK, 200 ms at most. Until it comes nobody can
     // take the connection out of the listener's queue, and close it, before it has been looked at.
     ::setsockopt(socket.value(), IPPROTO_TCP, TCP_DEFER_ACCEPT, &kOn, sizeof kOn);
-    int error = 0;
-    if (!socket.isOpen() || ::connect(socket.value(), address.pointer(), address.length) != 0) {
-        error = errno;
+    const timeval longestWait = {.tv_sec = 5, .tv_usec = 0}; // the listener's queue is full, say
+    ::setsockopt(socket.value(), SOL_SOCKET, SO_SNDTIMEO, &longestWait, sizeof longestWait);
+    // The kernel takes a length beyond that of the address. Where the program was stopped meanwhile
+    // (SIGSTOP), the next call goes on waiting.
+    const auto* const peer = reinterpret_cast<const sockaddr*>(&address);
+    if (TEMP_FAILURE_RETRY(::connect(socket.value(), peer, sizeof address)) != 0) {
+        const bool isOverdue = errno == EINPROGRESS || errno == EALREADY; // by SO_SNDTIMEO
+        return {{}, systemErrorText(isOverdue ? ETIMEDOUT : errno)};
     }
-    if (error == EINPROGRESS) {
-        error = awaitConnection(socket, wake, isCancelled);
-    }
-    if (error == 0 && isConnectedToItself(socket)) {
-        error = ECONNREFUSED;
-    }
-    // Every message leaves at once.
+    // Every message leaves at once, and from here on the connection's thread waits with poll().
     ::setsockopt(socket.value(), IPPROTO_TCP, TCP_NODELAY, &kOn, sizeof kOn);
-    return error;
+    ::fcntl(socket.value(), F_SETFL, O_NONBLOCK);
+    return {std::move(socket)};
 }
 
 } // namespace
 
-TcpPeer::Connected TcpPeer::connect(const QString& host, quint16 port, PeerCheck& check,
-                                    const Descriptor& wake,
-                                    const std::function<bool()>& isCancelled)
+TcpPeer::Connected TcpPeer::connect(quint16 port)
 {
-    const QList<QByteArray> texts = host == "localhost"_L1 ? QList<QByteArray>{"127.0.0.1", "::1"}
-                                                           : QList<QByteArray>{host.toLatin1()};
-    std::optional<NetworkError> firstError;
-    std::optional<NetworkError> firstRefusal;
-    for (const QByteArray& text : texts) {
-        const auto address = numericAddress(text, port);
-        Descriptor socket;
-        const int code = address ? connectTo(*address, socket, wake, isCancelled) : EADDRNOTAVAIL;
-        auto refusal = code == 0 ? check.check(socket) : std::nullopt;
-        if (code == 0 && !refusal) {
-            ::setsockopt(socket.value(), IPPROTO_TCP, TCP_QUICKACK, &kOn, sizeof kOn);
-            return {std::move(socket)};
-        }
-        if (code == ECANCELED) {
-            return {{}, NetworkError{code, systemErrorText(code)}};
-        }
-        if (refusal && !firstRefusal) {
-            firstRefusal = refusal;
-        } else if (code != 0 && !firstError) {
-            firstError = NetworkError{code, systemErrorText(code)};
+    std::optional<QString> firstError;
+    std::optional<QString> firstRefusal;
+    for (const sockaddr_storage& address : loopbackAddresses(port)) {
+        Connected connected = connectTo(address);
+        if (connected.error) {
+            firstError = firstError ? firstError : connected.error;
+        } else if (const auto refusal = check(connected.socket)) {
+            firstRefusal = firstRefusal ? firstRefusal : refusal;
+        } else {
+            ::setsockopt(connected.socket.value(), IPPROTO_TCP, TCP_QUICKACK, &kOn, sizeof kOn);
+            return connected;
         }
     }
     return {{}, firstRefusal ? firstRefusal : firstError};
+}
+
+std::optional<QString> TcpPeer::check(const Descriptor& connection)
+{
+    const auto [state, uid, listener] = SocketOwners::peerOf(connection);
+    const bool wasPending = std::exchange(m_isPending, false);
+    if (state == State::Unknown) {
+        return u"the system does not tell which account the service runs as"_s;
+    }
+    if (state == State::Reset) {
+        return systemErrorText(ECONNRESET);
+    }
+    // What was in the queue of a trusted listener was taken from there, also where that listener
+    // has gone since.
+    if (!wasPending) {
+        // A socket that nobody listens for may also be connected to itself: the system may choose
+        // the service's own port for the calling side.
+        if (!listener) {
+            return u"nobody listens on the service's port any more"_s;
+        }
+        // The kernel itself holds the end of some kinds of socket (SMC), as root, whoever listens.
+        if (auto refusal = m_accountCheck(*listener)) {
+            return refusal;
+        }
+        // A socket that was bound to the address before the listener may have had that end.
+        if (state == State::Closed) {
+            return u"nobody has the service's end of the link"_s;
+        }
+    }
+    m_isPending = state == State::Queued;
+    return state == State::Accepted ? m_accountCheck(uid) : std::nullopt;
 }
