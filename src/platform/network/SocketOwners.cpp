@@ -30,66 +30,40 @@ struct End {
     std::uint16_t port = 0;
 };
 
-// One that belongs to no process has the inode 0, and root for its owner whoever had it.
-struct Socket {
-    int state = 0; // TCP_ESTABLISHED and so on
-    quint32 uid = 0;
-    quint64 inode = 0;
-};
-
-std::optional<End> endOf(const sockaddr_storage& storage)
-{
-    End end;
-    end.family = storage.ss_family;
-    if (end.family == AF_INET) {
-        const auto& v4 = reinterpret_cast<const sockaddr_in&>(storage);
-        end.address[0] = v4.sin_addr.s_addr;
-        end.port = v4.sin_port;
-        return end;
-    }
-    if (end.family != AF_INET6) {
-        return std::nullopt;
-    }
-    const auto& v6 = reinterpret_cast<const sockaddr_in6&>(storage);
-    std::memcpy(end.address.data(), &v6.sin6_addr, sizeof v6.sin6_addr);
-    end.port = v6.sin6_port;
-    if (IN6_IS_ADDR_V4MAPPED(&v6.sin6_addr)) { // the connection is one of IPv4
-        end.family = AF_INET;
-        end.address = {end.address[3]};
-    }
-    return end;
-}
-
 std::optional<End> endBy(int (*call)(int, sockaddr*, socklen_t*), int socket)
 {
     sockaddr_storage storage = {};
     socklen_t length = sizeof storage;
-    return call(socket, reinterpret_cast<sockaddr*>(&storage), &length) == 0 ? endOf(storage)
-                                                                             : std::nullopt;
+    if (call(socket, reinterpret_cast<sockaddr*>(&storage), &length) != 0) {
+        return std::nullopt;
+    }
+    if (storage.ss_family == AF_INET) {
+        const auto& v4 = reinterpret_cast<const sockaddr_in&>(storage);
+        return End{AF_INET, {v4.sin_addr.s_addr}, v4.sin_port};
+    }
+    const auto& v6 = reinterpret_cast<const sockaddr_in6&>(storage);
+    End end{AF_INET6, {}, v6.sin6_port};
+    std::memcpy(end.address.data(), &v6.sin6_addr, sizeof v6.sin6_addr);
+    return end;
 }
 
 // The reply is there as soon as the request has been sent.
-std::optional<Socket> replyFrom(const Descriptor& diagnosis)
+std::optional<inet_diag_msg> replyFrom(const Descriptor& diagnosis)
 {
-    alignas(nlmsghdr) std::array<char, 4096> buffer = {};
-    const ssize_t length = ::recv(diagnosis.value(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-    nlmsghdr header = {};
-    inet_diag_msg message = {};
-    if (length < static_cast<ssize_t>(NLMSG_LENGTH(sizeof message))) {
-        return std::nullopt;
-    }
-    std::memcpy(&header, buffer.data(), sizeof header);
-    if (header.nlmsg_type != SOCK_DIAG_BY_FAMILY) {
-        return std::nullopt;
-    }
-    std::memcpy(&message, buffer.data() + NLMSG_HDRLEN, sizeof message);
-    return Socket{message.idiag_state, message.idiag_uid, message.idiag_inode};
+    struct {
+        nlmsghdr header = {};
+        inet_diag_msg message = {};
+    } reply; // what follows in it is dropped
+    const ssize_t length = ::recv(diagnosis.value(), &reply, sizeof reply, MSG_DONTWAIT);
+    const bool isFound = length == sizeof reply && reply.header.nlmsg_type == SOCK_DIAG_BY_FAMILY;
+    return isFound ? std::optional(reply.message) : std::nullopt;
 }
 
 // The socket with these two ends or, without the second one, the listener that takes connections to
 // the first. None where there is no such socket, or where the kernel can't be asked: a
-// kernel without socket diagnosis replies as if there were no such socket.
-std::optional<Socket> find(const End& local, const End* remote)
+// kernel without socket diagnosis replies as if there were no such socket. One that belongs to no
+// process has the inode 0, and root for its owner whoever had it.
+std::optional<inet_diag_msg> find(const End& local, const End* remote)
 {
     const Descriptor diagnosis(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
     struct {
@@ -113,23 +87,23 @@ std::optional<Socket> find(const End& local, const End* remote)
     if (::send(diagnosis.value(), &message, sizeof message, 0) != sizeof message) {
         return std::nullopt;
     }
-    const std::optional<Socket> found = replyFrom(diagnosis);
+    const auto found = replyFrom(diagnosis);
     // Where no socket has both ends, the kernel replies with the listener.
-    const bool isAsked = found && (found->state == TCP_LISTEN) == (remote == nullptr);
+    const bool isAsked = found && (found->idiag_state == TCP_LISTEN) == (remote == nullptr);
     return isAsked ? found : std::nullopt;
 }
 
 std::optional<quint32> listenerAt(const End& end)
 {
     const auto socket = find(end, nullptr);
-    return socket ? std::optional(socket->uid) : std::nullopt;
+    return socket ? std::optional(socket->idiag_uid) : std::nullopt;
 }
 
 // A socket of this process must be found, with the inode under which it is open here.
-bool isOwn(const std::optional<Socket>& found, int descriptor)
+bool isOwn(const std::optional<inet_diag_msg>& found, int descriptor)
 {
     struct stat status = {};
-    return found && ::fstat(descriptor, &status) == 0 && found->inode == status.st_ino;
+    return found && ::fstat(descriptor, &status) == 0 && found->idiag_inode == status.st_ino;
 }
 
 // Whether the kernel finds a listener of our own.
@@ -177,9 +151,10 @@ Peer SocketOwners::peerOf(const Descriptor& connection)
     if (!own || !peer || !isOwn(find(*own, &*peer), connection.value())) {
         return {endBy(&::getpeername, connection.value()) ? State::Unknown : State::Reset, 0, {}};
     }
-    if (found && found->inode != 0) {
-        return {State::Accepted, found->uid, listener};
+    if (found && found->idiag_inode != 0) {
+        return {State::Accepted, found->idiag_uid, listener};
     }
     // An end without an inode is certainly in the queue only while the handshake goes on.
-    return {found && found->state == TCP_SYN_RECV ? State::Queued : State::Closed, 0, listener};
+    return {found && found->idiag_state == TCP_SYN_RECV ? State::Queued : State::Closed, 0,
+            listener};
 }
