@@ -49,11 +49,7 @@ struct Shared {
 };
 
 // Never destroyed: other threads may ask while the process ends.
-Shared& shared()
-{
-    static auto* const theOne = new Shared;
-    return *theOne;
-}
+Shared& shared = *new Shared;
 
 // Calls to logind, which share one time limit. Other threads wait meanwhile.
 class Logind {
@@ -103,8 +99,8 @@ private:
 
     const quint32 m_uid = ::getuid();
     const Clock::time_point m_deadline = Clock::now() + kTimeLimit;
-    const std::lock_guard<std::mutex> m_lock{shared().mutex};
-    BusConnection& m_bus = shared().bus;
+    const std::lock_guard<std::mutex> m_lock{shared.mutex};
+    BusConnection& m_bus = shared.bus;
 };
 
 Logind::Logind()
@@ -222,9 +218,9 @@ Screen Logind::screen()
         screen = askForScreen();
     } while (readNews() && Clock::now() < m_deadline);
     const bool isLocked = screen == Screen::Locked || screen == Screen::LockedBehindAnother;
-    if (screen != Screen::Unknown && isLocked != shared().isLocked && shared().tell) {
-        shared().isLocked = isLocked;
-        MainQueue::post([tell = shared().tell, isLocked] { tell(isLocked); });
+    if (screen != Screen::Unknown && isLocked != shared.isLocked && shared.tell) {
+        shared.isLocked = isLocked;
+        MainQueue::post([tell = shared.tell, isLocked] { tell(isLocked); });
     }
     return screen;
 }
@@ -253,8 +249,8 @@ void follow(int attempts)
 {
     Worker::run([attempts] {
         ConsoleSession::screen();
-        const std::lock_guard lock(shared().mutex);
-        MainQueue::post([bus = shared().bus, attempts] { waitForNews(bus, attempts - 1); });
+        const std::lock_guard lock(shared.mutex);
+        MainQueue::post([bus = shared.bus, attempts] { waitForNews(bus, attempts - 1); });
     });
 }
 
@@ -264,7 +260,7 @@ std::optional<QString> ConsoleSession::consoleUser()
 {
     Logind logind;
     const auto user = logind.consoleUser();
-    if (shared().tell) {
+    if (shared.tell) {
         logind.screen(); // what was read on the way may have been a signal
     }
     return user;
@@ -277,9 +273,9 @@ Screen ConsoleSession::screen()
 
 void ConsoleSession::followLock(std::function<void(bool)> tell)
 {
-    const std::lock_guard lock(shared().mutex);
-    const bool isFirst = !std::exchange(shared().tell, std::move(tell));
-    shared().isLocked.reset();
+    const std::lock_guard lock(shared.mutex);
+    const bool isFirst = !std::exchange(shared.tell, std::move(tell));
+    shared.isLocked.reset();
     if (isFirst) {
         follow(kAttempts);
     }

@@ -36,11 +36,7 @@ struct Place {
     RunningAgent::Requests requests;
 };
 
-Place& place()
-{
-    static auto* const theOne = new Place;
-    return *theOne;
-}
+Place& place = *new Place;
 
 BusConnection connectWithin(std::chrono::milliseconds limit)
 {
@@ -58,8 +54,8 @@ BusReply call(const char* method, BusConnection::Arguments arguments = {})
 quint32 launchTime()
 {
     const QByteArray id = qgetenv("DESKTOP_STARTUP_ID");
-    const qsizetype place = id.lastIndexOf("_TIME");
-    return place < 0 ? 0 : id.mid(place + 5).toUInt();
+    const qsizetype at = id.lastIndexOf("_TIME");
+    return at < 0 ? 0 : id.mid(at + 5).toUInt();
 }
 
 // A lock for each display, as the toolkit chooses it.
@@ -73,14 +69,14 @@ int onPresent(sd_bus_message* call, void*, sd_bus_error*)
 {
     quint32 time = 0;
     sd_bus_message_read_basic(call, SD_BUS_TYPE_UINT32, &time);
-    const int port = place().requests.present(time);
+    const int port = place.requests.present(time);
     return sd_bus_reply_method_return(call, "q", port);
 }
 
 template <auto request>
 int onText(sd_bus_message* call, void*, sd_bus_error*)
 {
-    const QByteArray text = (place().requests.*request)();
+    const QByteArray text = (place.requests.*request)();
     return sd_bus_reply_method_return(call, "s", text.constData());
 }
 
@@ -88,17 +84,17 @@ int onEndSession(sd_bus_message* call, void*, sd_bus_error*)
 {
     qint64 session = 0;
     sd_bus_message_read_basic(call, SD_BUS_TYPE_INT64, &session);
-    const bool isEnded = place().requests.endSession(session);
+    const bool isEnded = place.requests.endSession(session);
     return sd_bus_reply_method_return(call, "b", isEnded ? 1 : 0);
 }
 
 // One call a turn of the main loop.
 void processOne(QSocketNotifier* notifier)
 {
-    if (place().bus.processOne()) {
+    if (place.bus.processOne()) {
         QMetaObject::invokeMethod(
             notifier, [notifier] { processOne(notifier); }, Qt::QueuedConnection);
-    } else if (!place().bus.isOpen()) { // the bus is gone
+    } else if (!place.bus.isOpen()) { // the bus is gone
         notifier->setEnabled(false);
     }
 }
@@ -110,23 +106,23 @@ bool RunningAgent::take()
     // The D-Bus specification's numbers.
     constexpr quint32 kDoNotQueue = 4;
     constexpr quint32 kExists = 3;
-    bool isOurs = place().lock.take(lockName()) != SessionLock::Result::Busy;
+    bool isOurs = place.lock.take(lockName()) != SessionLock::Result::Busy;
     if (isOurs) {
-        place().bus = connectWithin(kLongestStart);
-        place().socket = Descriptor(::fcntl(place().bus.descriptor(), F_DUPFD_CLOEXEC, 0));
+        place.bus = connectWithin(kLongestStart);
+        place.socket = Descriptor(::fcntl(place.bus.descriptor(), F_DUPFD_CLOEXEC, 0));
         isOurs =
-            place().bus.callBus("RequestName", {kName, kDoNotQueue}).value<quint32>('u') != kExists;
+            place.bus.callBus("RequestName", {kName, kDoNotQueue}).value<quint32>('u') != kExists;
     }
-    place().isTaken = isOurs;
+    place.isTaken = isOurs;
     return isOurs;
 }
 
 void RunningAgent::leave()
 {
-    if (place().isTaken.exchange(false)) {
+    if (place.isTaken.exchange(false)) {
         // The bus takes the name away.
-        ::shutdown(place().socket.value(), SHUT_RDWR);
-        place().lock.release();
+        ::shutdown(place.socket.value(), SHUT_RDWR);
+        place.lock.release();
     }
 }
 
@@ -141,8 +137,8 @@ void RunningAgent::serve(Requests requests)
                       SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD("EndSession", "x", "b", &onEndSession, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    place().requests = std::move(requests);
-    const BusConnection& bus = place().bus;
+    place.requests = std::move(requests);
+    const BusConnection& bus = place.bus;
     if (!bus.isReady() ||
         sd_bus_add_object_vtable(bus.bus(), nullptr, kPath, kName, kMethods, nullptr) < 0) {
         return;

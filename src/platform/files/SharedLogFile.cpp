@@ -36,11 +36,7 @@ struct Logs {
 };
 
 // Never destroyed: the last lines are written while the process ends.
-Logs& logs()
-{
-    static auto* const theLogs = new Logs;
-    return *theLogs;
-}
+Logs& logs = *new Logs;
 
 bool isLog(const struct stat& status)
 {
@@ -51,7 +47,7 @@ bool isLog(const struct stat& status)
 // The log at the path, open unless there is none.
 OpenLog& openLog(const QString& path)
 {
-    OpenLog& log = logs().open[path];
+    OpenLog& log = logs.open[path];
     struct stat status = {};
     if (::lstat(QFile::encodeName(path).constData(), &status) != 0 || !isLog(status)) {
         log.file.close();
@@ -72,7 +68,7 @@ OpenLog& openLog(const QString& path)
 
 void SharedLogFile::append(const QString& path, const QByteArray& bytes, QByteArray (*firstLine)())
 {
-    const std::lock_guard lock(logs().mutex);
+    const std::lock_guard lock(logs.mutex);
     const OpenLog& log = openLog(path);
     if (!log.file.isOpen()) {
         return;
@@ -91,7 +87,7 @@ void SharedLogFile::append(const QString& path, const QByteArray& bytes, QByteAr
 
 void SharedLogFile::begin(const QString& path)
 {
-    const std::lock_guard lock(logs().mutex);
+    const std::lock_guard lock(logs.mutex);
     OpenLog& log = openLog(path);
     if (!log.file.isOpen()) {
         // Only a new file gets the mode, which the umask has cut. In a sticky directory that

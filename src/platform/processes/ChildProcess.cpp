@@ -32,11 +32,7 @@ struct Running {
 };
 
 // Never destroyed: other threads may run while the process ends.
-Running& running()
-{
-    static auto* const theRunning = new Running;
-    return *theRunning;
-}
+Running& running = *new Running;
 
 // The error of a system call.
 ChildProcess::Child failure(int error)
@@ -171,14 +167,14 @@ ChildProcess::Child ChildProcess::start(const QString& program, const QStringLis
 {
     std::unique_lock<std::mutex> lock;
     if (options.endsWithProgram) {
-        lock = std::unique_lock(running().mutex);
-        if (running().isOver) {
+        lock = std::unique_lock(running.mutex);
+        if (running.isOver) {
             return failure(ECANCELED);
         }
     }
     Child child = spawn(program, arguments, options.input, options.inherited);
     if (lock && !child.error) {
-        running().leaders.push_back(child.pid);
+        running.leaders.push_back(child.pid);
     }
     child.limit = options.limit;
     return child;
@@ -208,8 +204,8 @@ ChildProcess::Result ChildProcess::wait(const Child& child)
     siginfo_t info = {};
     await(child.pid, info, WNOWAIT);
     {
-        const std::lock_guard lock(running().mutex);
-        std::erase(running().leaders, child.pid);
+        const std::lock_guard lock(running.mutex);
+        std::erase(running.leaders, child.pid);
     }
     if (const int reaping = await(child.pid, info, 0); error == 0) {
         error = reaping; // somebody else has taken the status
@@ -234,15 +230,15 @@ void ChildProcess::endRunning(std::chrono::milliseconds grace)
     {
         // A shell that can't even be loaded (its file system hangs) must not hold up the end. The
         // thread sanitizer does not know a timed mutex by this clock.
-        std::unique_lock lock(running().mutex, std::defer_lock);
+        std::unique_lock lock(running.mutex, std::defer_lock);
         while (!lock.try_lock()) {
             if (Clock::now() >= end) {
                 return;
             }
             std::this_thread::sleep_for(kBetweenLooks);
         }
-        running().isOver = true;
-        leaders = running().leaders;
+        running.isOver = true;
+        leaders = running.leaders;
     }
     std::erase_if(leaders, &hasEnded); // what it has left in the background goes on
     signalGroups(leaders, SIGTERM);

@@ -21,23 +21,19 @@ struct Queue {
 };
 
 // Never destroyed: other threads may post while the process ends.
-Queue& queue()
-{
-    static auto* const theQueue = new Queue;
-    return *theQueue;
-}
+Queue& queue = *new Queue;
 
 // The next piece of work; none where none waits, and then nothing calls for the main thread either.
 std::optional<std::function<void()>> next()
 {
-    const std::lock_guard lock(queue().mutex);
-    if (queue().work.empty()) {
+    const std::lock_guard lock(queue.mutex);
+    if (queue.work.empty()) {
         std::uint64_t count = 0;
-        [[maybe_unused]] const auto got = ::read(queue().counter, &count, sizeof count);
+        [[maybe_unused]] const auto got = ::read(queue.counter, &count, sizeof count);
         return std::nullopt;
     }
-    std::function<void()> work = std::move(queue().work.front());
-    queue().work.pop_front();
+    std::function<void()> work = std::move(queue.work.front());
+    queue.work.pop_front();
     return work;
 }
 
@@ -60,13 +56,13 @@ void runSome()
 
 void MainQueue::attach()
 {
-    const std::lock_guard lock(queue().mutex);
-    queue().counter = ::eventfd(queue().work.empty() ? 0 : 1, EFD_NONBLOCK | EFD_CLOEXEC);
-    if (queue().counter < 0) {
+    const std::lock_guard lock(queue.mutex);
+    queue.counter = ::eventfd(queue.work.empty() ? 0 : 1, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (queue.counter < 0) {
         qFatal("no descriptor is left for the main thread's queue");
     }
     auto* const notifier =
-        new QSocketNotifier(queue().counter, QSocketNotifier::Read, QCoreApplication::instance());
+        new QSocketNotifier(queue.counter, QSocketNotifier::Read, QCoreApplication::instance());
     QObject::connect(notifier, &QSocketNotifier::activated, notifier, &runSome);
 }
 
@@ -82,17 +78,17 @@ void MainQueue::assertMainThread()
 
 void MainQueue::post(std::function<void()> work)
 {
-    const std::lock_guard lock(queue().mutex);
-    queue().work.push_back(std::move(work));
-    if (queue().work.size() == 1) {
+    const std::lock_guard lock(queue.mutex);
+    queue.work.push_back(std::move(work));
+    if (queue.work.size() == 1) {
         const std::uint64_t one = 1;
         // Before attach() there is no counter.
-        [[maybe_unused]] const auto written = ::write(queue().counter, &one, sizeof one);
+        [[maybe_unused]] const auto written = ::write(queue.counter, &one, sizeof one);
     }
 }
 
 std::size_t MainQueue::waiting()
 {
-    const std::lock_guard lock(queue().mutex);
-    return queue().work.size();
+    const std::lock_guard lock(queue.mutex);
+    return queue.work.size();
 }
