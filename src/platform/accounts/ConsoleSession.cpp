@@ -54,11 +54,47 @@ Shared& shared = *new Shared;
 // Calls to logind, which share one time limit. Other threads wait meanwhile.
 class Logind {
 public:
-    Logind();
+    Logind()
+    {
+        readNews();
+        if (m_bus.isOpen()) {
+            m_bus.setDeadline(m_deadline);
+            return;
+        }
+        m_bus = BusConnection(BusConnection::kSystem, m_deadline);
+        for (const char* const rule : kSignals) {
+            if (!m_bus.callBus("AddMatch", {rule})) {
+                m_bus = BusConnection();
+            }
+        }
+    }
 
-    [[nodiscard]] std::optional<QString> consoleUser();
+    std::optional<QString> consoleUser()
+    {
+        const auto active = activeSession();
+        const auto own = ownSession();
+        const auto& decisive = own ? own : active;
+        if (decisive && isGreeter(*decisive)) {
+            return u"loginwindow"_s;
+        }
+        const auto name = active ? sessionText(*active, "Name") : std::nullopt;
+        return name && !name->isEmpty() ? std::optional(QString::fromUtf8(*name)) : std::nullopt;
+    }
+
     // Asks, once more if something changes meanwhile, and tells the follower.
-    Screen screen();
+    Screen screen()
+    {
+        Screen screen = Screen::Unknown;
+        do {
+            screen = askForScreen();
+        } while (readNews() && Clock::now() < m_deadline);
+        const bool isLocked = screen == Screen::Locked || screen == Screen::LockedBehindAnother;
+        if (screen != Screen::Unknown && isLocked != shared.isLocked && shared.tell) {
+            shared.isLocked = isLocked;
+            MainQueue::post([tell = shared.tell, isLocked] { tell(isLocked); });
+        }
+        return screen;
+    }
 
 private:
     // Whether a signal has arrived besides the replies.
@@ -84,146 +120,97 @@ private:
             .value<const char*>('s');
     }
 
+    // The session that a property names, as "(so)".
     std::optional<QByteArray> sessionIn(const QByteArray& path, const char* interface,
-                                        const char* name);
-    std::optional<quint32> ownerOf(const QByteArray& session);
+                                        const char* name)
+    {
+        BusReply reply = m_bus.property(kService, path.constData(), interface, name, "(so)");
+        reply.enter('r', "so");
+        const auto id = reply.value<const char*>('s');
+        const bool isSession = id && **id != '\0';
+        return isSession ? reply.value<const char*>('o') : std::nullopt;
+    }
+
+    std::optional<quint32> ownerOf(const QByteArray& session)
+    {
+        BusReply owner = m_bus.property(kService, session.constData(), kSession, "User", "(uo)");
+        owner.enter('r', "uo");
+        return owner.value<quint32>('u');
+    }
+
     bool isGreeter(const QByteArray& session) { return sessionText(session, "Class") == "greeter"; }
+
     std::optional<QByteArray> activeSession()
     {
         return sessionIn(kSeatPath, kSeat, "ActiveSession");
     }
-    bool isOwnDesktop(const QByteArray& session);
-    std::optional<QByteArray> ownSession();
-    bool isAnotherAtTheSeat();
-    Screen askForScreen();
+
+    // The user's main session: logind prefers a graphical one.
+    std::optional<QByteArray> mainSession()
+    {
+        const auto user = object("GetUser", m_uid);
+        return user ? sessionIn(*user, kUser, "Display") : std::nullopt;
+    }
+
+    // Whether the session is the user's and has a screen. A user manager's and cron's sessions,
+    // whose classes are "manager" and "background", have none, and neither have those of SSH
+    // ("tty", without a seat).
+    bool isOwnDesktop(const QByteArray& session)
+    {
+        const QByteArray kind = sessionText(session, "Class").value_or(QByteArray());
+        const QByteArray type = sessionText(session, "Type").value_or(QByteArray());
+        return ownerOf(session) == m_uid &&
+               (kind.startsWith("user") || kind == "greeter") && // "user-early", for one
+               (type == "x11" || type == "wayland" || sessionIn(session, kSession, "Seat"));
+    }
+
+    // The desktop session that the program belongs to.
+    std::optional<QByteArray> ownSession()
+    {
+        std::optional<QByteArray> session;
+        const auto isOwn = [&](std::optional<QByteArray> candidate) {
+            session = std::move(candidate);
+            return session && isOwnDesktop(*session);
+        };
+        const QByteArray id = qgetenv("XDG_SESSION_ID");
+        const bool isFound = (!id.isEmpty() && isOwn(object("GetSession", id.constData()))) ||
+                             isOwn(object("GetSessionByPID", static_cast<quint32>(::getpid()))) ||
+                             isOwn(activeSession()) || isOwn(mainSession());
+        return isFound ? session : std::nullopt;
+    }
+
+    // One that can't be told is another.
+    bool isAnotherAtTheSeat()
+    {
+        const auto active = activeSession();
+        return active && ownerOf(*active) != m_uid && !isGreeter(*active);
+    }
+
+    Screen askForScreen()
+    {
+        const auto session = ownSession();
+        if (!session) {
+            const BusReply reply =
+                m_bus.call(kService, kManagerPath, "org.freedesktop.DBus.Peer", "Ping");
+            return reply ? Screen::NoSession : Screen::Unknown;
+        }
+        // Asked first: if the time runs out here, reading the lock fails too, and the result is
+        // Unknown.
+        const bool isAnothers = isAnotherAtTheSeat();
+        const auto isLocked =
+            m_bus.property(kService, session->constData(), kSession, "LockedHint", "b").flag();
+        if (!isLocked) {
+            return Screen::Unknown;
+        }
+        const Screen locked = isAnothers ? Screen::LockedBehindAnother : Screen::Locked;
+        return *isLocked ? locked : Screen::Unlocked;
+    }
 
     const quint32 m_uid = ::getuid();
     const Clock::time_point m_deadline = Clock::now() + kTimeLimit;
     const std::lock_guard<std::mutex> m_lock{shared.mutex};
     BusConnection& m_bus = shared.bus;
 };
-
-Logind::Logind()
-{
-    readNews();
-    if (m_bus.isOpen()) {
-        m_bus.setDeadline(m_deadline);
-        return;
-    }
-    m_bus = BusConnection(BusConnection::kSystem, m_deadline);
-    for (const char* const rule : kSignals) {
-        if (!m_bus.callBus("AddMatch", {rule})) {
-            m_bus = BusConnection();
-        }
-    }
-}
-
-// The session that a property names, as "(so)".
-std::optional<QByteArray> Logind::sessionIn(const QByteArray& path, const char* interface,
-                                            const char* name)
-{
-    BusReply reply = m_bus.property(kService, path.constData(), interface, name, "(so)");
-    reply.enter('r', "so");
-    const auto id = reply.value<const char*>('s');
-    const bool isSession = id && **id != '\0';
-    return isSession ? reply.value<const char*>('o') : std::nullopt;
-}
-
-std::optional<quint32> Logind::ownerOf(const QByteArray& session)
-{
-    BusReply owner = m_bus.property(kService, session.constData(), kSession, "User", "(uo)");
-    owner.enter('r', "uo");
-    return owner.value<quint32>('u');
-}
-
-// Whether the session is the user's and has a screen. A user manager's and cron's sessions, whose
-// classes are "manager" and "background", have none, and neither have those of SSH ("tty", without
-// a seat).
-bool Logind::isOwnDesktop(const QByteArray& session)
-{
-    const QByteArray kind = sessionText(session, "Class").value_or(QByteArray());
-    const QByteArray type = sessionText(session, "Type").value_or(QByteArray());
-    return ownerOf(session) == m_uid &&
-           (kind.startsWith("user") || kind == "greeter") && // "user-early", for one
-           (type == "x11" || type == "wayland" || sessionIn(session, kSession, "Seat"));
-}
-
-std::optional<QString> Logind::consoleUser()
-{
-    const auto active = activeSession();
-    const auto own = ownSession();
-    const auto& decisive = own ? own : active;
-    if (decisive && isGreeter(*decisive)) {
-        return u"loginwindow"_s;
-    }
-    const auto name = active ? sessionText(*active, "Name") : std::nullopt;
-    return name && !name->isEmpty() ? std::optional(QString::fromUtf8(*name)) : std::nullopt;
-}
-
-// The desktop session that the program belongs to.
-std::optional<QByteArray> Logind::ownSession()
-{
-    const QByteArray id = qgetenv("XDG_SESSION_ID");
-    using Candidate = std::function<std::optional<QByteArray>()>;
-    for (const Candidate& candidate : {
-             Candidate([&] {
-                 return id.isEmpty() ? std::nullopt : object("GetSession", id.constData());
-             }),
-             Candidate([&] { return object("GetSessionByPID", static_cast<quint32>(::getpid())); }),
-             Candidate([&] { return activeSession(); }),
-             Candidate([&] { // the user's main session: logind prefers a graphical one
-                 const auto user = object("GetUser", m_uid);
-                 return user ? sessionIn(*user, kUser, "Display") : std::nullopt;
-             }),
-         }) {
-        auto session = candidate();
-        if (session && isOwnDesktop(*session)) {
-            return session;
-        }
-    }
-    return std::nullopt;
-}
-
-// One that can't be told is another.
-bool Logind::isAnotherAtTheSeat()
-{
-    const auto active = activeSession();
-    return active && ownerOf(*active) != m_uid && !isGreeter(*active);
-}
-
-Screen Logind::askForScreen()
-{
-    const auto session = ownSession();
-    if (!session) {
-        const BusReply reply =
-            m_bus.call(kService, kManagerPath, "org.freedesktop.DBus.Peer", "Ping");
-        return reply ? Screen::NoSession : Screen::Unknown;
-    }
-    // Asked first: if the time runs out here, reading the lock fails too, and the result is
-    // Unknown.
-    const bool isAnothers = isAnotherAtTheSeat();
-    const auto isLocked =
-        m_bus.property(kService, session->constData(), kSession, "LockedHint", "b").flag();
-    if (!isLocked) {
-        return Screen::Unknown;
-    }
-    const Screen locked = isAnothers ? Screen::LockedBehindAnother : Screen::Locked;
-    return *isLocked ? locked : Screen::Unlocked;
-}
-
-Screen Logind::screen()
-{
-    Screen screen = Screen::Unknown;
-    do {
-        screen = askForScreen();
-    } while (readNews() && Clock::now() < m_deadline);
-    const bool isLocked = screen == Screen::Locked || screen == Screen::LockedBehindAnother;
-    if (screen != Screen::Unknown && isLocked != shared.isLocked && shared.tell) {
-        shared.isLocked = isLocked;
-        MainQueue::post([tell = shared.tell, isLocked] { tell(isLocked); });
-    }
-    return screen;
-}
 
 void follow(int attempts);
 
