@@ -4,7 +4,6 @@
 #include "platform/accounts/LocalAccounts.h"
 #include "platform/processes/ChildProcess.h"
 #include "platform/processes/SecretText.h"
-#include "platform/processes/SystemPrograms.h"
 #include "settings/SettingsFile.h"
 
 #include <QFile>
@@ -16,12 +15,12 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
-using namespace SystemPrograms;
 
 namespace {
 
 namespace fs = std::filesystem;
 
+constexpr QStringView kSudo = u"/usr/bin/sudo";
 constexpr std::chrono::minutes kLongestShell(1);
 
 using Pieces = std::vector<QStringView>;
@@ -62,7 +61,7 @@ void runInShell(QString script, const QString& purpose)
 {
     ChildProcess::Options options = {.input = script.toUtf8(), .limit = kLongestShell};
     const auto result =
-        ChildProcess::run(kBash.toString(), PrivilegedSettings::shellArguments(), options);
+        ChildProcess::run(u"/bin/bash"_s, PrivilegedSettings::shellArguments(), options);
     SecretText::wipe(options.input);
     SecretText::wipe(script);
     if (!result.status) {
@@ -103,14 +102,15 @@ bool authenticateLocalAdminUser(const QString& username, const QString& password
 
 void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QString& path)
 {
-    runInShell(asRoot(credentials, {{kRm, u" \"", path, u"\""}}), u"remove the settings"_s);
+    runInShell(asRoot(credentials, {{u"/bin/rm \"", path, u"\""}}), u"remove the settings"_s);
 }
 
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
                                                    const BackendSettings& setting)
 {
-    runInShell(writing(credentials, settingsPropertyList(setting), backendSettingsPath(),
-                       SystemPrograms::chown()),
+    const QString usual = u"/usr/sbin/chown"_s;
+    const QString chown = QFile::exists(usual) ? usual : u"/usr/bin/chown"_s;
+    runInShell(writing(credentials, settingsPropertyList(setting), backendSettingsPath(), chown),
                u"write the settings"_s);
 }
 
@@ -138,5 +138,5 @@ QString PrivilegedSettings::writing(const Credentials& credentials, const QStrin
                                     const QString& path, const QString& chown)
 {
     return asRoot(credentials,
-                  {{kEcho, u" \"", text, u"\" > ", path, u" ; "}, {chown, u" root  ", path}});
+                  {{u"/bin/echo \"", text, u"\" > ", path, u" ; "}, {chown, u" root  ", path}});
 }
