@@ -28,8 +28,6 @@ namespace {
 
 using Kind = FileFacts::Kind;
 
-constexpr qsizetype kLargestFile = 1024 * 1024;
-
 // A command for a remedy, as this account must type it.
 QString asRoot(const QString& command)
 {
@@ -161,7 +159,7 @@ void checkAllowedSettings(Doctor& doctor)
     const QString path = allowedSettingsPath();
     const FileFacts facts = FileFacts::of(path);
     if (isThere(facts) && checkReadable(doctor, path, facts) &&
-        !allowedSettingsFrom(RegularFile::read(path, kLargestFile).bytes)) {
+        !allowedSettingsFrom(RegularFile::read(path).bytes)) {
         doctor.warn("doctor.allowedDamaged"_L1, {path});
     }
 }

@@ -101,11 +101,10 @@ void checkLogind(Doctor& doctor, const DesktopFacts& facts)
 // Whether a desktop leaves out what such a file starts (Desktop Entry Specification).
 bool isSwitchedOff(const QString& desktopEntry)
 {
-    constexpr qsizetype kLargest = 64 * 1024;
     static const QRegularExpression kOff(
         u"^\\s*(Hidden\\s*=\\s*true|X-GNOME-Autostart-enabled\\s*=\\s*false)\\s*$"_s,
         QRegularExpression::MultilineOption);
-    return QString::fromUtf8(RegularFile::read(desktopEntry, kLargest).bytes).contains(kOff);
+    return QString::fromUtf8(RegularFile::read(desktopEntry).bytes).contains(kOff);
 }
 
 // Why no agent runs.

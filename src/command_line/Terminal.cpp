@@ -13,7 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype kLargestFile = 1024 * 1024;
 constexpr qsizetype kLongestValue = 500;
 
 void write(std::FILE* file, const QString& line)
@@ -28,8 +27,7 @@ void write(std::FILE* file, const QString& line)
 Terminal::Terminal() : m_language(languageKey(languageFor(preferredLanguages())))
 {
     if (const auto path = MainBundle::resourcePath(u"commands"_s, u"json"_s)) {
-        m_texts =
-            Json::read(RegularFile::read(*path, kLargestFile).bytes).object.value_or(QJsonObject());
+        m_texts = Json::read(RegularFile::read(*path).bytes).object.value_or(QJsonObject());
     }
 }
 

@@ -11,16 +11,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-RegularFile::Content readFile()
-{
-    constexpr qsizetype kLargest = 1024 * 1024;
-    return RegularFile::read(allowedSettingsPath(), kLargest);
-}
-
-} // namespace
-
 QString allowedSettingsPath()
 {
     return FilePaths::preferences(u"gateway.json"_s);
@@ -60,7 +50,7 @@ std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
 
 std::optional<AllowedData> readAllowedSettings()
 {
-    const auto content = readFile();
+    const auto content = RegularFile::read(allowedSettingsPath());
     if (content.state == RegularFile::State::Unreadable) {
         fatalState(u"The allowed settings cannot be read: "_s + allowedSettingsPath());
     }
@@ -75,6 +65,6 @@ std::optional<bool> showsAgentOnConnection()
 
 bool forbidsShowingAgent()
 {
-    const auto settings = allowedSettingsFrom(readFile().bytes);
+    const auto settings = allowedSettingsFrom(RegularFile::read(allowedSettingsPath()).bytes);
     return settings && settings->show_agent_ui_on_connection == false;
 }

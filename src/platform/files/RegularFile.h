@@ -22,7 +22,7 @@ struct Content {
     QString error;    // else the reason, as the system words it
 };
 
-// Reads a whole file of at most `limit` bytes.
-[[nodiscard]] Content read(const QString& path, qsizetype limit);
+// Reads a whole file of at most `limit` bytes, usually a mebibyte.
+[[nodiscard]] Content read(const QString& path, qsizetype limit = 1024 * 1024);
 
 } // namespace RegularFile
