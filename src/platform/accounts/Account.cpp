@@ -14,8 +14,7 @@ namespace {
 // Login name and comment; the decimal UID where the account database doesn't know it.
 std::pair<QString, QString> namesOf(quint32 uid)
 {
-    const auto entry = AccountDatabase::find<passwd>(
-        [uid](auto... arguments) { return ::getpwuid_r(uid, arguments...); });
+    const auto entry = AccountDatabase::find(&::getpwuid_r, uid);
     return entry ? std::pair(QString::fromUtf8(entry->record.pw_name),
                              QString::fromUtf8(entry->record.pw_gecos))
                  : std::pair(QString::number(uid), QString());
@@ -35,9 +34,7 @@ QString Account::loginName(quint32 account)
 
 std::optional<quint32> Account::uidOf(const QString& name)
 {
-    const QByteArray bytes = name.toUtf8();
-    const auto entry = AccountDatabase::find<passwd>(
-        [&bytes](auto... arguments) { return ::getpwnam_r(bytes.constData(), arguments...); });
+    const auto entry = AccountDatabase::find(&::getpwnam_r, name.toUtf8().constData());
     return entry ? std::optional(entry->record.pw_uid) : std::nullopt;
 }
 

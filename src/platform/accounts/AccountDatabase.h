@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 // The system's database of accounts and groups. Any thread. Internal to the platform.
@@ -14,17 +15,19 @@ struct Entry {
     std::vector<char> buffer;
 };
 
-// Calls one of the reentrant functions (getpwnam_r(3) and the like) with a buffer that is large
-// enough for the entry; `call` passes on what such a function takes behind the name or ID.
-template <typename Record, typename Call>
-[[nodiscard]] std::optional<Entry<Record>> find(Call call)
+// Calls one of the reentrant functions (getpwnam_r(3) and the like) with the name or ID, and with a
+// buffer that is large enough for the entry.
+template <typename Record, typename Key>
+[[nodiscard]] std::optional<Entry<Record>>
+find(int (*call)(Key, Record*, char*, std::size_t, Record**), std::type_identity_t<Key> key)
 {
     constexpr std::size_t kLargest = 16 * 1024 * 1024; // groups may have many members
     Entry<Record> entry;
     entry.buffer.resize(1024);
     for (;;) {
         Record* found = nullptr;
-        const int error = call(&entry.record, entry.buffer.data(), entry.buffer.size(), &found);
+        const int error =
+            call(key, &entry.record, entry.buffer.data(), entry.buffer.size(), &found);
         if (error == ERANGE && entry.buffer.size() < kLargest) {
             entry.buffer.resize(entry.buffer.size() * 2);
         } else if (error != EINTR) {

@@ -28,14 +28,12 @@ constexpr std::chrono::minutes kLongestAnswer(1);
 
 std::optional<AccountDatabase::Entry<passwd>> knownAccount(const QString& name)
 {
-    const QByteArray bytes = name.toUtf8();
     if (name.startsWith(u'-') || std::any_of(name.cbegin(), name.cend(), [](QChar c) {
             return c.category() == QChar::Other_Control;
         })) {
         return std::nullopt;
     }
-    return AccountDatabase::find<passwd>(
-        [&](auto... arguments) { return ::getpwnam_r(bytes.constData(), arguments...); });
+    return AccountDatabase::find(&::getpwnam_r, name.toUtf8().constData());
 }
 
 // PAM, loaded when it is first needed: most agents never ask for a password, and linked it would
@@ -126,9 +124,7 @@ bool LocalAccounts::isPasswordRight(const QString& name, const QString& password
 std::optional<LocalAccounts::Group> LocalAccounts::administrators()
 {
     for (const char* const candidate : {"admin", "sudo", "wheel"}) {
-        const auto entry = AccountDatabase::find<group>(
-            [&](auto... arguments) { return ::getgrnam_r(candidate, arguments...); });
-        if (entry) {
+        if (const auto entry = AccountDatabase::find(&::getgrnam_r, candidate)) {
             return Group{entry->record.gr_gid, QString::fromLatin1(candidate)};
         }
     }
