@@ -26,6 +26,7 @@
 
 #include <QCoreApplication>
 #include <QMenu>
+#include <QSysInfo>
 
 #include <future>
 #include <thread>
@@ -45,8 +46,10 @@ std::unique_ptr<AgentState> agentState;
 
 void logHostAndUser()
 {
-    if (const auto host = Account::hostName()) {
-        printLog(*host);
+    const QString host = QSysInfo::machineHostName();
+    // The kernel's text for a name that was never set.
+    if (!host.isEmpty() && host != u"(none)") {
+        printLog(host);
         printLog(Account::loginName());
     }
 }

@@ -2,8 +2,6 @@
 
 #include "platform/accounts/AccountDatabase.h"
 
-#include <QSysInfo>
-
 #include <utility>
 
 #include <pwd.h>
@@ -44,11 +42,4 @@ QString Account::fullName()
     QString name = comment.section(u',', 0, 0).trimmed();
     name.replace(u'&', login.left(1).toUpper() + login.mid(1));
     return name.isEmpty() ? login : name;
-}
-
-std::optional<QString> Account::hostName()
-{
-    const QString name = QSysInfo::machineHostName();
-    // The kernel's text for a name that was never set.
-    return name.isEmpty() || name == u"(none)" ? std::nullopt : std::optional(name);
 }

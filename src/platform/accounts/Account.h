@@ -4,7 +4,7 @@
 
 #include <optional>
 
-// The user who runs the program, and the machine. Any thread.
+// The user who runs the program. Any thread.
 namespace Account {
 
 // The UID.
@@ -19,8 +19,5 @@ namespace Account {
 // The full name: the first part of the account's comment field, in which "&" means the capitalised
 // login name (passwd(5)); the login name where it is empty.
 [[nodiscard]] QString fullName();
-
-// The machine's host name; none where it has none.
-[[nodiscard]] std::optional<QString> hostName();
 
 } // namespace Account
