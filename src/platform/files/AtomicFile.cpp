@@ -15,24 +15,10 @@
 
 namespace {
 
-bool writeAll(const Descriptor& file, QByteArrayView bytes)
-{
-    while (!bytes.isEmpty()) {
-        const ssize_t written =
-            ::write(file.value(), bytes.data(), static_cast<std::size_t>(bytes.size()));
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        bytes = bytes.sliced(written < 0 ? 0 : written);
-    }
-    return true;
-}
-
 // The new name is on the disk only when its directory is.
 bool syncDirectoryOf(const QByteArray& path)
 {
-    const qsizetype end = path.lastIndexOf('/');
-    const QByteArray directory = end < 0 ? QByteArray(".") : path.left(end + 1);
+    const QByteArray directory = path.left(path.lastIndexOf('/') + 1);
     const Descriptor descriptor(::open(directory.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return descriptor.isOpen() && ::fsync(descriptor.value()) == 0;
 }
@@ -48,9 +34,12 @@ std::optional<QString> AtomicFile::write(const QString& path, const QByteArray& 
     if (!file.isOpen()) {
         return systemErrorText(errno);
     }
+    QFile content;
+    content.open(file.value(), QIODevice::WriteOnly | QIODevice::Unbuffered);
     if (::fchown(file.value(), ::geteuid(), ::getegid()) == 0 &&
-        ::fchmod(file.value(), mode) == 0 && writeAll(file, bytes) && ::fsync(file.value()) == 0 &&
-        std::rename(temporary.constData(), name.constData()) == 0 && syncDirectoryOf(name)) {
+        ::fchmod(file.value(), mode) == 0 && content.write(bytes) == bytes.size() &&
+        ::fsync(file.value()) == 0 && std::rename(temporary.constData(), name.constData()) == 0 &&
+        syncDirectoryOf(name)) {
         return std::nullopt;
     }
     const int error = errno;
