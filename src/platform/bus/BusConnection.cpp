@@ -43,39 +43,30 @@ BusConnection::BusConnection(const QByteArray& bus, Clock::time_point deadline)
     : m_startsServices(bus == kSystem), m_deadline(deadline)
 {
     sd_bus* opened = nullptr;
-    int error = 0;
+    int result = 0;
     if (bus == kSession || bus == kSystem) {
-        error = m_startsServices ? sd_bus_open_system(&opened) : sd_bus_open_user(&opened);
-    } else if ((error = sd_bus_new(&opened)) >= 0 &&
-               (error = sd_bus_set_address(opened, bus.constData())) >= 0 &&
-               (error = sd_bus_set_bus_client(opened, 1)) >= 0) {
-        error = sd_bus_start(opened);
+        result = m_startsServices ? sd_bus_open_system(&opened) : sd_bus_open_user(&opened);
+    } else if ((result = sd_bus_new(&opened)) >= 0 &&
+               (result = sd_bus_set_address(opened, bus.constData())) >= 0 &&
+               (result = sd_bus_set_bus_client(opened, 1)) >= 0) {
+        result = sd_bus_start(opened);
     }
     // What is not sent yet when it closes is dropped: to send it could take long.
     m_bus.reset(opened, &sd_bus_close_unref);
-    if (error >= 0) {
-        connect();
+    // The library's own calls wait for the connection without a time limit.
+    while (result >= 0 && (result = sd_bus_is_ready(opened)) == 0) {
+        const std::uint64_t left = microsecondsLeft();
+        result = left == 0 ? -ETIMEDOUT : sd_bus_process(opened, nullptr);
+        if (result == 0) {
+            sd_bus_wait(opened, left);
+        }
     }
-    if (!isReady()) {
+    if (result >= 0) {
+        m_descriptor = sd_bus_get_fd(opened);
+    } else {
+        m_error = -result;
         m_bus.reset();
     }
-}
-
-// The library's own calls wait for the connection without a time limit.
-void BusConnection::connect()
-{
-    while (sd_bus_is_ready(m_bus.get()) == 0) {
-        const int done = sd_bus_process(m_bus.get(), nullptr);
-        const std::uint64_t left = microsecondsLeft();
-        if (done < 0 || left == 0) {
-            m_error = done < 0 ? ENOTCONN : ETIMEDOUT;
-            return;
-        }
-        if (done == 0) {
-            sd_bus_wait(m_bus.get(), left);
-        }
-    }
-    m_descriptor = sd_bus_get_fd(m_bus.get());
 }
 
 std::uint64_t BusConnection::microsecondsLeft() const

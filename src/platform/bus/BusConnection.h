@@ -98,7 +98,6 @@ public:
     [[nodiscard]] sd_bus* bus() const { return m_bus.get(); }
 
 private:
-    void connect();
     [[nodiscard]] std::uint64_t microsecondsLeft() const;
 
     std::shared_ptr<sd_bus> m_bus;
