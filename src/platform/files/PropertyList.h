@@ -9,7 +9,7 @@
 namespace PropertyList {
 
 // Reads a file whose root is a dictionary. None where there is no such regular file, it cannot be
-// read, is no property list, has another root or is too large (see PropertyListGuard).
+// read, is no property list, has another root, is larger than a mebibyte, or could harm libplist.
 //
 // Booleans arrive as bool, integers as qlonglong, strings as QString, arrays as QVariantList, and
 // any other kind, which no file of this program holds, as an invalid variant. Of a key that comes
