@@ -125,10 +125,6 @@ bool isHarmless(const QByteArray& bytes)
     return bytes.count("<array") + bytes.count("<dict") <= kMaximumContainers;
 }
 
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
 QVariant toVariant(plist_t node)
 {
     switch (plist_get_node_type(node)) {
@@ -151,7 +147,7 @@ QVariant toVariant(plist_t node)
         QVariantList values;
         void* memory = nullptr;
         plist_array_new_iter(node, &memory);
-        const std::unique_ptr<void, Free> iterator(memory);
+        const std::unique_ptr<void, decltype(&std::free)> iterator(memory, &std::free);
         for (;;) {
             plist_t item = nullptr;
             plist_array_next_item(node, iterator.get(), &item);
@@ -171,12 +167,12 @@ QVariantMap dictionary(plist_t node)
     QVariantMap items;
     void* memory = nullptr;
     plist_dict_new_iter(node, &memory);
-    const std::unique_ptr<void, Free> iterator(memory);
+    const std::unique_ptr<void, decltype(&std::free)> iterator(memory, &std::free);
     for (;;) {
         char* text = nullptr;
         plist_t item = nullptr;
         plist_dict_next_item(node, iterator.get(), &text, &item);
-        const std::unique_ptr<char, Free> key(text);
+        const std::unique_ptr<char, decltype(&std::free)> key(text, &std::free);
         if (item == nullptr) {
             return items;
         }
