@@ -114,7 +114,7 @@ int main(int argc, char* argv[])
     }
     ProcessMemory::useOneHeap();
     // Before any other thread exists.
-    TerminationSignals::handle([] { AppDelegate::applicationWillTerminate(); });
+    handleTerminationSignals([] { AppDelegate::applicationWillTerminate(); });
     qInstallMessageHandler(&handleMessage);
 
     auto toolkitArguments = ToolkitDisplay::preferX11(std::vector<char*>(argv, argv + argc));

@@ -66,7 +66,7 @@ void printSession(const Terminal& terminal, const QJsonObject& session)
 // What the running agent has replied; empty where none replies.
 QJsonObject objectOf(const QByteArray& reply)
 {
-    return Json::read(reply).object.value_or(QJsonObject());
+    return readJson(reply).object.value_or(QJsonObject());
 }
 
 int printStatus(const Terminal& terminal, const Invocation& invocation)

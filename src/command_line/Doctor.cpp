@@ -144,7 +144,7 @@ void checkSettings(Doctor& doctor)
     if (facts.owner != 0 || (facts.mode & kWritableForOthers) != 0) {
         doctor.warn("doctor.settingsOwner"_L1, {path, ownersAndMode(path, facts), enrol()});
     }
-    const auto dictionary = PropertyList::readDictionary(path);
+    const auto dictionary = readPropertyList(path);
     if (!dictionary) {
         doctor.warn("doctor.settingsDamaged"_L1, {path, enrol()});
         return;

@@ -27,7 +27,7 @@ void write(std::FILE* file, const QString& line)
 Terminal::Terminal() : m_language(languageKey(languageFor(preferredLanguages())))
 {
     if (const auto path = MainBundle::resourcePath(u"commands"_s, u"json"_s)) {
-        m_texts = Json::read(RegularFile::read(*path).bytes).object.value_or(QJsonObject());
+        m_texts = readJson(RegularFile::read(*path).bytes).object.value_or(QJsonObject());
     }
 }
 

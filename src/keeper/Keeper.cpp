@@ -91,7 +91,7 @@ void Keeper::run()
     if (result == SessionLock::Result::Failed) {
         say(u"goes on without a lock: there can be no file"_s);
     }
-    TerminationSignals::handle([&lock, grace = m_intervals.forAgentsEnd] {
+    handleTerminationSignals([&lock, grace = m_intervals.forAgentsEnd] {
         isEnding = true;
         lock.release(); // another keeper need not wait for this one's agent
         ChildProcess::endRunning(grace);
@@ -109,7 +109,7 @@ void Keeper::run()
         }
     }
     // Else the agent would stay outside, and be left behind at the log-out.
-    DesktopScope::await(m_intervals.forScope);
+    awaitDesktopScope(m_intervals.forScope);
     endProgram(keep());
 }
 

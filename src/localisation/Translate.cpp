@@ -183,7 +183,7 @@ struct Decoded {
 
 Decoded decode(const QByteArray& bytes)
 {
-    const auto [root, error] = Json::read(bytes);
+    const auto [root, error] = readJson(bytes);
     if (!root) {
         return {nullptr, error};
     }

@@ -77,7 +77,7 @@ std::optional<Record> decode(QStringView json,
                              const std::pair<QLatin1StringView, Types Record::*>&... fields)
 {
     Record record;
-    const auto object = Json::read(json.toUtf8()).object;
+    const auto object = readJson(json.toUtf8()).object;
     return object && readFields(*object, record, fields...) ? std::optional(std::move(record))
                                                             : std::nullopt;
 }

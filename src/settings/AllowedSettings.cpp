@@ -18,7 +18,7 @@ QString allowedSettingsPath()
 
 std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
 {
-    const auto document = Json::read(text).object;
+    const auto document = readJson(text).object;
     if (!document || !document->value("settings"_L1).isObject()) {
         return std::nullopt;
     }

@@ -52,7 +52,7 @@ void OemOptions::add(const QString& file)
     if (!QFileInfo::exists(file)) {
         return;
     }
-    const auto list = PropertyList::readDictionary(file);
+    const auto list = readPropertyList(file);
     if (!list) {
         m_warnings.append({file, QString(),
                            u"%1 cannot be read as a property list with a dictionary"_s.arg(file)});

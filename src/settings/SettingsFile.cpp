@@ -33,7 +33,7 @@ StoredSettings readBackendSettings(const QString& path)
     if (!QFileInfo::exists(path)) {
         return {std::nullopt, u"File %1 is not present"_s.arg(path)};
     }
-    const auto dictionary = PropertyList::readDictionary(path);
+    const auto dictionary = readPropertyList(path);
     if (!dictionary) {
         return {std::nullopt, u"Unable to get dictionary from path"_s};
     }

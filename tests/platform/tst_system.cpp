@@ -60,7 +60,7 @@ private Q_SLOTS:
     {
         QVERIFY(writeFile(m_file, "<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
                                   "<key>managed</key><true/></dict></plist>\n"));
-        QCOMPARE(PropertyList::readDictionary(m_file), (QVariantMap{{u"managed"_s, true}}));
+        QCOMPARE(readPropertyList(m_file), (QVariantMap{{u"managed"_s, true}}));
     }
 
     void onlyRegularFilesAreRead()

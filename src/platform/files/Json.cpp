@@ -76,7 +76,7 @@ QByteArray withEscapedMarks(const QByteArray& text)
 
 } // namespace
 
-Json::Document Json::read(const QByteArray& text)
+JsonDocument readJson(const QByteArray& text)
 {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(withEscapedMarks(text), &error);

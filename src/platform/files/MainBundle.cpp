@@ -45,7 +45,7 @@ std::optional<QString> MainBundle::infoText(const QString& key)
 {
     static std::optional<QVariantMap> last;
     if (!last || !isReplaced()) {
-        if (auto info = PropertyList::readDictionary(path() + u"/Info.plist"_s)) {
+        if (auto info = readPropertyList(path() + u"/Info.plist"_s)) {
             last = std::move(info);
         }
     }

@@ -182,7 +182,7 @@ QVariantMap dictionary(plist_t node)
 
 } // namespace
 
-std::optional<QVariantMap> PropertyList::readDictionary(const QString& path)
+std::optional<QVariantMap> readPropertyList(const QString& path)
 {
     auto [state, bytes, error] = RegularFile::read(path, kMaximumSize);
     if (bytes.startsWith("\xEF\xBB\xBF")) {

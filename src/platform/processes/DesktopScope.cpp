@@ -9,7 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-void DesktopScope::await(std::chrono::milliseconds limit)
+void awaitDesktopScope(std::chrono::milliseconds limit)
 {
     constexpr std::chrono::milliseconds kBetweenLooks(50);
     if (!qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(u"GNOME"_s)) {

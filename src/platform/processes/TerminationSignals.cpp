@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-void TerminationSignals::handle(std::function<void()> handler)
+void handleTerminationSignals(std::function<void()> handler)
 {
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGCHLD, SIG_DFL); // else the system reaps the children, and no status ever comes

@@ -2,8 +2,6 @@
 
 #include <functional>
 
-namespace TerminationSignals {
-
 // Calls the handler for each SIGTERM, SIGINT and SIGHUP from now on, on a thread of its own that a
 // busy main thread can't delay. Where the system has no thread left these signals keep their
 // default action.
@@ -12,6 +10,4 @@ namespace TerminationSignals {
 // thread that is started afterwards inherits that. SIGPIPE is ignored from then on too: a broken
 // link is reported where it is written to. SIGCHLD, which the program may have inherited ignored,
 // is not: the system would reap the children, and their statuses would be lost.
-void handle(std::function<void()> handler);
-
-} // namespace TerminationSignals
+void handleTerminationSignals(std::function<void()> handler);
