@@ -2,8 +2,8 @@
 
 #include "platform/bus/BusConnection.h"
 #include "platform/files/Descriptor.h"
-#include "platform/files/DisplayEnvironment.h"
 #include "platform/files/SessionLock.h"
+#include "platform/files/X11Display.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
@@ -61,8 +61,9 @@ quint32 launchTime()
 // A lock for each display, as the toolkit chooses it.
 QString lockName()
 {
-    const QString x11 = DisplayEnvironment::x11();
-    return u"vantoryAgent-%1.lock"_s.arg(x11.isEmpty() ? DisplayEnvironment::wayland() : x11);
+    const QString x11 = x11Display();
+    return u"vantoryAgent-%1.lock"_s.arg(x11.isEmpty() ? qEnvironmentVariable("WAYLAND_DISPLAY")
+                                                       : x11);
 }
 
 int onPresent(sd_bus_message* call, void*, sd_bus_error*)

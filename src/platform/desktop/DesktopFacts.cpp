@@ -3,8 +3,8 @@
 #include "platform/bus/BusConnection.h"
 #include "platform/desktop/X11.h"
 #include "platform/display/DisplayConnection.h"
-#include "platform/files/DisplayEnvironment.h"
 #include "platform/files/FilePaths.h"
+#include "platform/files/X11Display.h"
 #include "platform/threads/Thread.h"
 
 #include <QDir>
@@ -104,8 +104,8 @@ bool canUseWayland()
 void askDisplay(DesktopFacts& facts)
 {
     using Display = DesktopFacts::Display;
-    const QString x11 = DisplayEnvironment::x11();
-    const QString wayland = DisplayEnvironment::wayland();
+    const QString x11 = x11Display();
+    const QString wayland = qEnvironmentVariable("WAYLAND_DISPLAY");
     const XServer server = x11.isEmpty() ? XServer::Unreachable : askXServer();
     facts.showsStatusIcons = server == XServer::WithTray;
     facts.displayName = x11.isEmpty() ? wayland : x11;

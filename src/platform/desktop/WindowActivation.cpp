@@ -1,7 +1,6 @@
 #include "platform/desktop/WindowActivation.h"
 
 #include "platform/desktop/X11.h"
-#include "platform/files/DisplayEnvironment.h"
 #include "platform/threads/MainQueue.h"
 
 #include <QApplication>
@@ -197,7 +196,7 @@ bool WindowActivation::mayUserBeElsewhere()
     }
     const auto used = X11::lastUse();
     if (!used) {
-        return !DisplayEnvironment::wayland().isEmpty();
+        return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
     }
     // The clock wraps.
     const auto isLater = [](quint32 one, quint32 other) { return qint32(one - other) > 0; };

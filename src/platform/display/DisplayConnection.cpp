@@ -1,6 +1,6 @@
 #include "platform/display/DisplayConnection.h"
 
-#include "platform/files/DisplayEnvironment.h"
+#include "platform/files/X11Display.h"
 
 #include <QByteArray>
 #include <QDeadlineTimer>
@@ -27,8 +27,8 @@ DisplayConnection::~DisplayConnection()
 
 QString DisplayConnection::name()
 {
-    const QString wayland = DisplayEnvironment::wayland();
-    return wayland.isEmpty() ? DisplayEnvironment::x11() : wayland;
+    const QString wayland = qEnvironmentVariable("WAYLAND_DISPLAY");
+    return wayland.isEmpty() ? x11Display() : wayland;
 }
 
 QString DisplayConnection::keeperLock()
@@ -62,7 +62,7 @@ bool DisplayConnection::open(milliseconds limit)
 Descriptor DisplayConnection::connectToWayland()
 {
     // As libwayland reads it: a name in the runtime directory, or a path.
-    const QString name = DisplayEnvironment::wayland();
+    const QString name = qEnvironmentVariable("WAYLAND_DISPLAY");
     const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     const QByteArray path = QFile::encodeName(name.startsWith(u'/') ? name : folder + u'/' + name);
     sockaddr_un address = {};

@@ -1,16 +1,11 @@
-#include "platform/files/DisplayEnvironment.h"
+#include "platform/files/X11Display.h"
 
 #include <algorithm>
 
-QString DisplayEnvironment::x11()
+QString x11Display()
 {
     // HOST:DISPLAY.SCREEN
     const QString name = qEnvironmentVariable("DISPLAY");
     const qsizetype dot = name.indexOf(u'.', std::max(name.lastIndexOf(u':'), qsizetype(0)));
     return dot < 0 ? name : name.first(dot);
-}
-
-QString DisplayEnvironment::wayland()
-{
-    return qEnvironmentVariable("WAYLAND_DISPLAY");
 }
