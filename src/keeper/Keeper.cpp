@@ -1,7 +1,6 @@
 #include "keeper/Keeper.h"
 
 #include "platform/display/DisplayTimeout.h"
-#include "platform/files/MainBundle.h"
 #include "platform/files/SessionLock.h"
 #include "platform/network/SocketOwners.h"
 #include "platform/processes/DesktopScope.h"
@@ -33,22 +32,6 @@ void say(const QString& text)
 {
     const QByteArray line = "vantoryAgentKeeper: " + text.toUtf8() + '\n';
     std::fputs(line.constData(), stderr);
-}
-
-QString agentPath()
-{
-    static const QString path = MainBundle::path() + u"/vantoryAgent"_s;
-    return path;
-}
-
-// Whether the package has gone.
-bool isRemoved()
-{
-    const bool isThere = QFileInfo::exists(agentPath());
-    if (!isThere) {
-        say(u"the agent was removed"_s);
-    }
-    return !isThere;
 }
 
 bool endedWith(const ChildProcess::Result& result, int status)
@@ -120,9 +103,7 @@ int Keeper::keep()
     while (awaitService()) {
         const auto begin = std::chrono::steady_clock::now();
         const auto result = ChildProcess::run(
-            agentPath(), arguments,
-            {.inherited = m_kept.isOpen() ? std::optional(m_kept.descriptor()) : std::nullopt,
-             .endsWithProgram = true});
+            m_agent, arguments, {.inherited = m_kept.descriptor(), .endsWithProgram = true});
         if (isEnding) {
             waitForProgramEnd();
         }
@@ -133,9 +114,7 @@ int Keeper::keep()
         if (endedWith(result, kArgumentsRefused)) {
             return kArgumentsRefused;
         }
-        const auto lasted = std::chrono::steady_clock::now() - begin;
-        if (m_display.isGoneWithin(
-                waitAfter(result, std::chrono::floor<std::chrono::milliseconds>(lasted)))) {
+        if (m_display.isGoneWithin(waitAfter(result, std::chrono::steady_clock::now() - begin))) {
             break;
         }
     }
@@ -143,7 +122,7 @@ int Keeper::keep()
 }
 
 std::chrono::milliseconds Keeper::waitAfter(const ChildProcess::Result& result,
-                                            std::chrono::milliseconds lasted)
+                                            std::chrono::nanoseconds lasted)
 {
     if (endedWith(result, kAnotherRuns)) {
         return m_intervals.besideAnother;
@@ -183,6 +162,16 @@ bool Keeper::awaitService()
             return false;
         }
     }
+}
+
+// Whether the package has gone.
+bool Keeper::isRemoved() const
+{
+    const bool isThere = QFileInfo::exists(m_agent);
+    if (!isThere) {
+        say(u"the agent was removed"_s);
+    }
+    return !isThere;
 }
 
 // Says an error when it first occurs, not each time.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/display/DisplayConnection.h"
+#include "platform/files/MainBundle.h"
 #include "platform/files/MemoryFile.h"
 #include "platform/processes/ChildProcess.h"
 
@@ -49,9 +50,11 @@ private:
     int keep();
     [[nodiscard]] bool awaitService();
     [[nodiscard]] std::chrono::milliseconds waitAfter(const ChildProcess::Result& result,
-                                                      std::chrono::milliseconds lasted);
+                                                      std::chrono::nanoseconds lasted);
+    [[nodiscard]] bool isRemoved() const;
     void sayError(const ChildProcess::Result& result);
 
+    const QString m_agent = MainBundle::path() + QLatin1StringView("/vantoryAgent");
     const QStringList m_arguments;
     const Intervals m_intervals;
     DisplayConnection m_display;

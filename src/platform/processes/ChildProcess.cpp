@@ -59,7 +59,7 @@ Descriptor pipeWith(const QByteArray& bytes)
 }
 
 ChildProcess::Child spawn(const QString& program, const QStringList& arguments,
-                          const QByteArray& inputBytes, std::optional<int> inherited)
+                          const QByteArray& inputBytes, int inherited)
 {
     std::vector<QByteArray> texts = {QFile::encodeName(program)};
     for (const QString& argument : arguments) {
@@ -89,8 +89,8 @@ ChildProcess::Child spawn(const QString& program, const QStringList& arguments,
     ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     ::posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
     int last = STDERR_FILENO;
-    if (inherited) {
-        ::posix_spawn_file_actions_adddup2(&files, *inherited, ++last);
+    if (inherited >= 0) {
+        ::posix_spawn_file_actions_adddup2(&files, inherited, ++last);
     }
     ::posix_spawn_file_actions_addclosefrom_np(&files, last + 1);
 

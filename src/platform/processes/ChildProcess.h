@@ -33,8 +33,8 @@ struct Options {
     QByteArray input = {};
     // After this time the child and its process group are killed.
     std::optional<std::chrono::milliseconds> limit = {};
-    // A descriptor of ours that is the child's number 3.
-    std::optional<int> inherited = {};
+    // A descriptor of ours that is the child's number 3; none where it is negative.
+    int inherited = -1;
     // Whether endRunning() ends it.
     bool endsWithProgram = false;
 };
