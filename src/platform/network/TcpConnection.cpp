@@ -48,10 +48,7 @@ void TcpConnection::start(Handlers handlers, std::chrono::milliseconds endTimeou
 
 void TcpConnection::resume()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_isReady = true;
-    }
+    m_isReady = true;
     wake();
 }
 
@@ -161,7 +158,6 @@ void TcpConnection::deliver()
         m_incoming.pop_front();
         m_waitingBytes -= cost(data);
         if (m_handlers.received(data)) {
-            const std::lock_guard lock(m_mutex);
             m_isReady = true;
         }
     }
@@ -207,7 +203,6 @@ bool TcpConnection::exchange()
     if (descriptors[2].revents != 0) {
         m_awaited.close();
         if (std::exchange(m_then, nullptr)()) {
-            const std::lock_guard lock(m_mutex);
             m_isReady = true;
         }
     }

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <functional>
@@ -107,13 +108,16 @@ private:
     Descriptor m_awaited;
     std::function<bool()> m_then;
 
+    // Whether the owner may get the next receive. Two threads never change it at once: the one that
+    // takes a receive sets it to false, and whoever answers for that one to true.
+    std::atomic_bool m_isReady = true;
+
     std::mutex m_mutex;  // guards what follows
     Descriptor m_socket; // set once, when connected, by the thread that reads and polls it
     std::optional<QString> m_readError;
     std::optional<Clock::time_point> m_endSeen; // written by the thread only, as the error
     std::deque<Outgoing> m_outgoing;
     std::deque<qsizetype> m_sent; // sizes of messages whose sending is still to be reported
-    bool m_isReady = true;
     bool m_cancelled = false;
 
     std::jthread m_thread; // joined before the rest goes
