@@ -120,8 +120,8 @@ int main(int argc, char* argv[])
     auto toolkitArguments = ToolkitDisplay::preferX11(std::vector<char*>(argv, argv + argc));
     auto count = static_cast<int>(toolkitArguments.size());
     toolkitArguments.push_back(nullptr);
-    // Without one, the toolkit would wait here for the session bus for ever (Qt 6.8).
-    Thread::mustBeAvailable("the toolkit");
+    // Without one more, the toolkit would wait here for the session bus for ever (Qt 6.8).
+    Thread::start("the toolkit", [] {}).join();
     std::optional<DisplayTimeout> timeout(std::in_place, std::chrono::seconds(30), [] {
         CommandLine::sayNoDisplay(u"it does not answer"_s);
         endProgram(EXIT_FAILURE);

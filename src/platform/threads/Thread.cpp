@@ -26,8 +26,3 @@ std::jthread Thread::start(const std::string& name, std::function<void()> work)
     }
     return thread;
 }
-
-void Thread::mustBeAvailable(const std::string& name)
-{
-    start(name, [] {}).join();
-}

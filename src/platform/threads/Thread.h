@@ -13,7 +13,4 @@ namespace Thread {
 // Likewise, but a program that can't do without this thread ends and says so.
 [[nodiscard]] std::jthread start(const std::string& name, std::function<void()> work);
 
-// Ends the program in the same way where the system has no thread left at this moment.
-void mustBeAvailable(const std::string& name);
-
 } // namespace Thread
