@@ -47,13 +47,8 @@ Descriptor openLock(const QString& name, int flags)
     return file;
 }
 
-struct flock wholeFile()
-{
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    return lock;
-}
+constexpr struct flock kWholeFile = {
+    .l_type = F_WRLCK, .l_whence = SEEK_SET, .l_start = 0, .l_len = 0, .l_pid = 0};
 
 } // namespace
 
@@ -63,8 +58,7 @@ SessionLock::Result SessionLock::take(const QString& name)
     if (!file.isOpen()) {
         return Result::Failed;
     }
-    struct flock lock = wholeFile();
-    if (::fcntl(file.value(), F_OFD_SETLK, &lock) != 0) {
+    if (::fcntl(file.value(), F_OFD_SETLK, &kWholeFile) != 0) {
         return errno == EAGAIN || errno == EACCES ? Result::Busy : Result::Failed;
     }
     m_file = std::move(file);
@@ -74,7 +68,7 @@ SessionLock::Result SessionLock::take(const QString& name)
 bool SessionLock::isTaken(const QString& name)
 {
     const Descriptor file = openLock(name, 0);
-    struct flock lock = wholeFile();
+    struct flock lock = kWholeFile;
     return file.isOpen() && ::fcntl(file.value(), F_OFD_GETLK, &lock) == 0 &&
            lock.l_type != F_UNLCK;
 }
