@@ -18,11 +18,9 @@ QString allowedSettingsPath()
 
 std::optional<AllowedData> allowedSettingsFrom(const QByteArray& text)
 {
-    const auto document = readJson(text).object;
-    if (!document || !document->value("settings"_L1).isObject()) {
-        return std::nullopt;
-    }
-    const QJsonObject object = document->value("settings"_L1).toObject();
+    // Where there is no such object it is empty, and lacks what is required.
+    const QJsonObject object =
+        readJson(text).object.value_or(QJsonObject()).value("settings"_L1).toObject();
     AllowedSettings result;
     AllowedData& data = result.settings;
     const std::pair<const char*, bool&> required[] = {
