@@ -11,12 +11,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace {
-
-constexpr qsizetype kPiece = 16'384;
-
-} // namespace
-
 Descriptor RegularFile::open(const QString& path, int flags, unsigned int mode)
 {
     Descriptor file(::open(QFile::encodeName(path).constData(),
@@ -43,6 +37,7 @@ RegularFile::Content RegularFile::read(const QString& path, qsizetype limit)
     file.open(descriptor.value(), QIODevice::ReadOnly | QIODevice::Unbuffered);
     // Piece by piece: the toolkit sets aside all that it may read, and a large block that comes and
     // goes leaves the allocator with larger ones for good.
+    constexpr qsizetype kPiece = 16'384;
     QByteArray bytes;
     for (QByteArray piece; bytes.size() <= limit; bytes += piece) {
         piece = file.read(std::min(limit + 1 - bytes.size(), kPiece));
