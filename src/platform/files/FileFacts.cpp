@@ -1,19 +1,15 @@
 #include "platform/files/FileFacts.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 FileFacts FileFacts::of(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
-    const auto may = [&name](int what) {
-        return ::faccessat(AT_FDCWD, name.constData(), what, AT_EACCESS) == 0;
-    };
     FileFacts facts;
     struct stat named = {};
     if (::lstat(name.constData(), &named) != 0) {
@@ -32,7 +28,8 @@ FileFacts FileFacts::of(const QString& path)
     facts.mode = status.st_mode & 07777U;
     facts.hasOtherNames =
         S_ISLNK(named.st_mode) || (S_ISREG(status.st_mode) && status.st_nlink > 1);
-    facts.isReadable = may(R_OK);
-    facts.isWritable = may(W_OK);
+    const QFileInfo info(path);
+    facts.isReadable = info.isReadable();
+    facts.isWritable = info.isWritable();
     return facts;
 }
