@@ -35,11 +35,13 @@ void ActivityJournal::tell(const Activity& activity)
     if (activity.kind == Activity::Kind::Message) {
         return;
     }
+    // Asked once: the account database may be a directory service, which can take long.
+    static const QString account = Account::loginName();
     const bool isCommand = activity.kind == Activity::Kind::Command;
     const auto& [id, text] = kEntries[static_cast<int>(activity.kind) + (activity.status ? 1 : 0)];
     QString details = isCommand ? activity.text.left(kLongestCommand) : activity.name;
     JournalFields fields = {{"MESSAGE_ID", QString::fromLatin1(id)},
-                            {"VANTORY_ACCOUNT", Account::loginName()},
+                            {"VANTORY_ACCOUNT", account},
                             {"VANTORY_SESSION", QString::number(activity.session)},
                             {isCommand ? "VANTORY_COMMAND" : "VANTORY_OPERATOR", details}};
     const QJsonObject json = activity.toJson();
