@@ -1,6 +1,7 @@
 #include "agent_core/ActivityLog.h"
 
 #include "agent_core/ActivityJournal.h"
+#include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
 
 #include <algorithm>
@@ -27,12 +28,32 @@ Activity activityOf(Kind kind, const SessionInfo& session)
 
 } // namespace
 
-ActivityLog::ActivityLog(LabelSource labels, MemoryFile kept, QObject* parent)
-    : QObject(parent), m_labels(std::move(labels)), m_kept(std::move(kept))
+ActivityLog::ActivityLog(MemoryFile kept, QObject* parent)
+    : QObject(parent), m_kept(std::move(kept))
 {
     if (m_kept.isOpen()) {
         readKept();
     }
+    listen();
+}
+
+void ActivityLog::listen()
+{
+    const SessionList& sessions = AppDelegate::state().sessions;
+    const AgentEvents& events = AppDelegate::state().events;
+    const auto noteAs = [this](Kind kind) {
+        return [this, kind](const SessionInfo& session) { note(activityOf(kind, session)); };
+    };
+    connect(&sessions, &SessionList::began, this, noteAs(Kind::SessionBegan));
+    connect(&sessions, &SessionList::ranBefore, this, &ActivityLog::noteRunning);
+    connect(&sessions, &SessionList::hasNotEnded, this, noteAs(Kind::SessionNotEnded));
+    connect(&sessions, &SessionList::ended, this, noteAs(Kind::SessionEnded));
+    connect(&sessions, &SessionList::reported, this, &ActivityLog::noteReport);
+    connect(&events, &AgentEvents::requestNoted, this, &ActivityLog::noteRequest);
+    connect(&events, &AgentEvents::messageShown, this, &ActivityLog::noteMessage);
+    connect(&events, &AgentEvents::commandBegan, this, &ActivityLog::noteCommand);
+    connect(&events, &AgentEvents::commandEnded, this, &ActivityLog::finishCommand);
+    connect(&events, &AgentEvents::screenLockChanged, this, &ActivityLog::setScreenLocked);
 }
 
 void ActivityLog::readKept()
@@ -86,11 +107,6 @@ void ActivityLog::note(Activity activity, bool isOlder)
     }
 }
 
-void ActivityLog::noteSession(Kind kind, const SessionInfo& session)
-{
-    note(activityOf(kind, session));
-}
-
 void ActivityLog::noteRunning(const SessionInfo& session)
 {
     const auto open = m_activities.openSessions();
@@ -102,10 +118,10 @@ void ActivityLog::noteRunning(const SessionInfo& session)
 }
 
 // A session of an earlier run may have ended between that run and this one.
-void ActivityLog::noteReport(const QList<SessionInfo>& sessions)
+void ActivityLog::noteReport()
 {
     for (Activity& open : m_activities.openSessions()) {
-        if (!isListed(open.session, sessions)) {
+        if (!isListed(open.session, AppDelegate::state().sessions.all())) {
             note({.kind = Kind::SessionEnded, .session = open.session, .name = open.name}, true);
         }
     }
@@ -168,8 +184,7 @@ void ActivityLog::setScreenLocked(bool isLocked)
 void ActivityLog::show()
 {
     if (!m_window) {
-        m_window = std::make_unique<ActivityWindow>(
-            m_labels, [this]() -> const ActivityList& { return m_activities; });
+        m_window = std::make_unique<ActivityWindow>(&AppDelegate::labels, m_activities);
         connect(m_window.get(), &ActivityWindow::seen, this, &ActivityLog::markSeen);
     }
     m_window->present();

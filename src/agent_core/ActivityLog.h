@@ -1,6 +1,5 @@
 #pragma once
 
-#include "localisation/Translate.h"
 #include "platform/files/MemoryFile.h"
 #include "records/ActivityList.h"
 #include "records/SessionInfo.h"
@@ -22,22 +21,12 @@ class ActivityLog : public QObject {
     Q_OBJECT
 
 public:
-    ActivityLog(LabelSource labels, MemoryFile kept, QObject* parent);
+    // Listens to what happens to the agent from now on.
+    ActivityLog(MemoryFile kept, QObject* parent);
 
     [[nodiscard]] bool isScreenLocked() const { return m_isScreenLocked; }
     [[nodiscard]] const ActivityList& activities() const { return m_activities; }
 
-    void noteSession(Activity::Kind kind, const SessionInfo& session);
-    // One that began before this run.
-    void noteRunning(const SessionInfo& session);
-    // The service has reported all sessions for the first time.
-    void noteReport(const QList<SessionInfo>& sessions);
-    void noteRequest(qint64 session, const QString& controlName, Activity::Kind kind,
-                     Activity::By by);
-    void noteMessage(const QObject* window, const QString& from, const QString& text);
-    void noteCommand(quint64 command, qint64 session, const QString& text);
-    void finishCommand(quint64 command, qint64 status);
-    void setScreenLocked(bool isLocked);
     // The menu's action, and the status window's button.
     void show();
     // Emits unseenChanged() as things stand, for those who have just connected.
@@ -54,15 +43,25 @@ Q_SIGNALS:
     void unseenChanged(bool hasUnseen);
 
 private:
+    void listen();
     void readKept();
     void keep(const QByteArray& record);
     void edit(const std::function<bool(Activity&)>& change);
     // `isOlder`: it happened before this run, so nobody is told.
     void note(Activity activity, bool isOlder = false);
+    // One that began before this run.
+    void noteRunning(const SessionInfo& session);
+    // The service has reported all sessions for the first time.
+    void noteReport();
+    void noteRequest(qint64 session, const QString& controlName, Activity::Kind kind,
+                     Activity::By by);
+    void noteMessage(const QObject* window, const QString& from, const QString& text);
+    void noteCommand(quint64 command, qint64 session, const QString& text);
+    void finishCommand(quint64 command, qint64 status);
+    void setScreenLocked(bool isLocked);
     void tellAbsence();
     void markSeen();
 
-    const LabelSource m_labels;
     MemoryFile m_kept;
     ActivityList m_activities;
     QHash<quint64, quint64> m_running; // the entries of the commands

@@ -1,20 +1,29 @@
 #include "agent_core/DesktopNotifier.h"
 
+#include "agent_core/ActivityLog.h"
 #include "agent_state/AppDelegate.h"
 #include "localisation/ShownText.h"
 #include "platform/desktop/Announcements.h"
+#include "platform/desktop/StatusItem.h"
 #include "platform/desktop/WindowActivation.h"
+#include "platform/files/AtomicFile.h"
+#include "platform/files/FilePaths.h"
 #include "platform/files/MainBundle.h"
+#include "platform/threads/Worker.h"
 #include "records/Intervals.h"
 #include "settings/AllowedSettings.h"
 #include "windows/ConnectionStatus.h"
 #include "windows/UserAcknowlegement.h"
+
+#include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using Kind = Activity::Kind;
 
 namespace {
 
@@ -30,10 +39,14 @@ constexpr qint64 kReadAfter = 10'000; // milliseconds
 // So many lines about sessions are kept, to be shown or counted.
 constexpr qsizetype kMostNews = 100;
 
-// "Session began: Ann Carter".
-QString lineFor(Activity::Kind kind, const QString& text, const JsonData::Info& labels)
+JsonData::Info labels()
 {
-    return ShownText::line(Activity{.kind = kind}.event(labels) + u": "_s + text, kLongestLine);
+    return AppDelegate::labels().value_or(englishFallback());
+}
+
+const ConnectionStatus& statusWindow()
+{
+    return *AppDelegate::state().connectionStatus;
 }
 
 QString text(const QStringList& lines)
@@ -45,65 +58,111 @@ QString text(const QStringList& lines)
     return shown.join(u'\n');
 }
 
+// The file that says that the user was told that no panel shows the icon.
+QString iconNote()
+{
+    return FilePaths::userState(u"told-about-the-icon"_s);
+}
+
+void rememberIcon()
+{
+    Worker::run([] {
+        constexpr unsigned int kMode = 0600;
+        QDir().mkpath(QFileInfo(iconNote()).path());
+        // Where it can't be written the user is told again, in a later run.
+        [[maybe_unused]] const auto error = AtomicFile::write(iconNote(), {}, kMode);
+    });
+}
+
 } // namespace
 
-DesktopNotifier::DesktopNotifier(LabelSource labels, const QString& applicationName,
-                                 const ConnectionStatus& status,
-                                 const UserAcknowledgement& question, QObject* parent)
-    : QObject(parent), m_labels(std::move(labels)), m_status(status), m_question(question),
-      m_notifications(applicationName,
+DesktopNotifier::DesktopNotifier(ActivityLog& log, QObject* parent)
+    : QObject(parent), m_log(log),
+      m_notifications(AppDelegate::options.oemName,
                       MainBundle::resourcePath(u"vantoryAgent"_s, u"png"_s).value_or(QString()))
 {
     m_sessionTimer.setSingleShot(true);
     m_sessionTimer.setInterval(kUntilInPlace);
-    m_questionTimer.setInterval(kUntilInPlace);
     m_sessionTimer.callOnTimeout(this, &DesktopNotifier::showSessions);
+    m_questionTimer.setInterval(kUntilInPlace);
     m_questionTimer.callOnTimeout(this, &DesktopNotifier::lookAtQuestion);
-    connect(&m_status, &ConnectionStatus::cameUp, this, [this] {
-        m_notifications.letPass(Notifications::Place::Absence);
+    m_iconTimer.setSingleShot(true);
+    m_iconTimer.setInterval(Intervals::current().untilIconHint);
+    m_iconTimer.callOnTimeout(this, &DesktopNotifier::lookForIcon);
+    connect(&m_notifications, &Notifications::activated, this, &DesktopNotifier::open);
+    connect(&m_notifications, &Notifications::taken, this, [](Place place) {
+        if (place == Place::Icon) {
+            rememberIcon();
+        }
+    });
+    listen();
+    if (!AppDelegate::isAtLoginWindow()) {
+        m_iconTimer.start();
+    }
+}
+
+void DesktopNotifier::listen()
+{
+    const AgentState& agent = AppDelegate::state();
+    const auto tell = [this](Kind kind) {
+        return [this, kind](const SessionInfo& session) { tellSession(kind, session); };
+    };
+    connect(&agent.sessions, &SessionList::began, this, tell(Kind::SessionBegan));
+    connect(&agent.sessions, &SessionList::hasNotEnded, this, tell(Kind::SessionNotEnded));
+    connect(&agent.sessions, &SessionList::ended, this, tell(Kind::SessionEnded));
+    connect(&statusWindow(), &ConnectionStatus::cameUp, this, [this] {
+        m_notifications.letPass(Place::Absence);
         if (std::all_of(m_news.cbegin(), m_news.cend(),
                         [](const News& news) { return news.hasRow; })) {
-            m_notifications.withdraw(Notifications::Place::Sessions); // the window says it now
+            m_notifications.withdraw(Place::Sessions); // the window says it now
         }
         if (m_sessionTimer.isActive()) {
             m_sessionTimer.start(); // it is not in its place yet
         }
     });
-    connect(&m_notifications, &Notifications::activated, this, &DesktopNotifier::activated);
-    connect(&m_notifications, &Notifications::taken, this, [this](Notifications::Place place) {
-        if (place == Notifications::Place::Icon) {
-            Q_EMIT missingIconTold();
-        }
-    });
+    const auto* const question = agent.userAcknowledge.get();
+    connect(question, &UserAcknowledgement::asked, this, &DesktopNotifier::askQuestion);
+    connect(question, &UserAcknowledgement::answered, this, &DesktopNotifier::withdrawQuestion);
+    connect(question, &UserAcknowledgement::withdrawn, this, &DesktopNotifier::tellWithdrawal);
+    connect(&m_log, &ActivityLog::absenceEnded, this, &DesktopNotifier::tellAbsence);
+    connect(&m_log, &ActivityLog::shown, this,
+            [this] { m_notifications.withdraw(Place::Absence); });
+    connect(&agent.events, &AgentEvents::loginWindowLeft, this, [this] { m_iconTimer.start(); });
+    connect(&agent.events, &AgentEvents::ending, this, &DesktopNotifier::stop);
 }
 
-void DesktopNotifier::tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser)
+void DesktopNotifier::tellSession(Kind kind, const SessionInfo& session)
 {
-    const QString line =
-        lineFor(kind, session.remoteControlUser, m_labels().value_or(englishFallback()));
+    // What happens behind a locked screen is told at the unlocking.
+    if (AppDelegate::isAtLoginWindow() || m_log.isScreenLocked()) {
+        return;
+    }
+    const QString line = ShownText::line(
+        Activity{.kind = kind}.event(labels()) + u": "_s + session.remoteControlUser, kLongestLine);
     // Said whatever the account says about showing: sighted users have the icon.
     Announcements::say(line);
-    if (isByUser) {
+    if (kind == Kind::SessionEnded &&
+        AppDelegate::state().sessions.isEndExpected(session.session)) {
         return;
     }
     if (!m_sinceNews.isValid() || m_sinceNews.elapsed() > kReadAfter) {
         m_news.clear();
     }
     m_sinceNews.start();
-    const QList<SessionInfo>& listed = m_status.sessions();
+    const QList<SessionInfo>& listed = statusWindow().sessions();
     const auto place = std::find_if(listed.cbegin(), listed.cend(), [&](const SessionInfo& other) {
         return other.session == session.session;
     });
     // A session that has ended is no longer listed: it counts as having stood last.
     const bool hasRow = place - listed.cbegin() < ConnectionStatus::kRows;
-    m_news.prepend({line, kind == Activity::Kind::SessionNotEnded, hasRow});
+    m_news.prepend({line, kind == Kind::SessionNotEnded, hasRow});
     m_news.resize(std::min(m_news.size(), kMostNews));
     m_sessionTimer.start();
 }
 
 void DesktopNotifier::showSessions()
 {
-    const bool isInSight = WindowActivation::isInSight(m_status);
+    const bool isInSight = WindowActivation::isInSight(statusWindow());
     if (!isInSight && AppDelegate::state().connectionShowTimer.isActive()) {
         m_sessionTimer.start(); // the window is about to come up
         return;
@@ -120,9 +179,8 @@ void DesktopNotifier::showSessions()
     }
     if (hasNew) {
         const QString newest = lines.takeFirst();
-        m_notifications.show(Notifications::Place::Sessions,
-                             {newest, text(lines),
-                              m_labels().value_or(englishFallback()).Connection.conn_status_title});
+        m_notifications.show(Place::Sessions,
+                             {newest, text(lines), labels().Connection.conn_status_title});
     }
 }
 
@@ -131,26 +189,23 @@ void DesktopNotifier::askQuestion()
     withdrawQuestion(); // another one's
     m_sinceQuestion.start();
     m_questionTimer.start();
-    Announcements::say(m_labels().value_or(englishFallback()).UserAck.user_ack_title + u'\n' +
-                           questionText(),
+    Announcements::say(labels().UserAck.user_ack_title + u'\n' + questionText(),
                        Announcements::About::Question);
 }
 
 // The question, and that it has taken another one's place.
-QString DesktopNotifier::questionText() const
+QString DesktopNotifier::questionText()
 {
-    QString text = ShownText::line(m_question.question(), kLongestQuestion);
-    if (m_question.replacesAnother) {
-        text += u'\n' + m_labels().value_or(englishFallback()).UserAck.replaced;
-    }
-    return text;
+    const UserAcknowledgement& question = *AppDelegate::state().userAcknowledge;
+    const QString text = ShownText::line(question.question(), kLongestQuestion);
+    return question.replacesAnother ? text + u'\n' + labels().UserAck.replaced : text;
 }
 
 void DesktopNotifier::lookAtQuestion()
 {
     std::optional<bool> stays;
-    if (!WindowActivation::isInSight(m_question)) {
-        stays = !WindowActivation::isInSight(m_status);
+    if (!WindowActivation::isInSight(*AppDelegate::state().userAcknowledge)) {
+        stays = !WindowActivation::isInSight(statusWindow());
     } else if (m_sinceQuestion.hasExpired(Intervals::current().untilQuestionNotification.count())) {
         stays = false;
     }
@@ -158,57 +213,40 @@ void DesktopNotifier::lookAtQuestion()
         return;
     }
     if (stays) {
-        const QString title = m_labels().value_or(englishFallback()).UserAck.user_ack_title;
-        m_notifications.show(Notifications::Place::Question,
-                             {title, questionText(), title, *stays});
+        const QString title = labels().UserAck.user_ack_title;
+        m_notifications.show(Place::Question, {title, questionText(), title, *stays});
     } else {
-        m_notifications.withdraw(Notifications::Place::Question);
+        m_notifications.withdraw(Place::Question);
     }
-}
-
-void DesktopNotifier::tellMissingIcon()
-{
-    const JsonData::Info labels = m_labels().value_or(englishFallback());
-    m_notifications.show(Notifications::Place::Icon,
-                         {labels.Connection.noIcon, labels.Connection.noIconHow,
-                          labels.Connection.conn_status_title});
-}
-
-void DesktopNotifier::stop()
-{
-    m_sessionTimer.stop();
-    m_questionTimer.stop();
-    Announcements::withdraw(Announcements::About::Question);
-    m_notifications.withdrawAll();
 }
 
 void DesktopNotifier::withdrawQuestion()
 {
     m_questionTimer.stop();
     m_questionStays.reset();
-    m_notifications.withdraw(Notifications::Place::Question);
+    m_notifications.withdraw(Place::Question);
     Announcements::withdraw(Announcements::About::Question);
 }
 
 void DesktopNotifier::tellWithdrawal()
 {
     m_questionTimer.stop();
-    const QString text = m_labels().value_or(englishFallback()).UserAck.withdrawn;
-    m_notifications.show(Notifications::Place::Question, {text, {}, {}});
+    const QString text = labels().UserAck.withdrawn;
+    m_notifications.show(Place::Question, {text, {}, {}});
     Announcements::say(text, Announcements::About::Question);
 }
 
 void DesktopNotifier::tellAbsence(const QList<Activity>& activities)
 {
-    const JsonData::Info labels = m_labels().value_or(englishFallback());
+    const JsonData::Info texts = labels();
     QStringList lines;
     QStringList commands;
     for (const Activity& activity : activities) {
-        if (activity.kind == Activity::Kind::Command) {
+        if (activity.kind == Kind::Command) {
             commands.append(activity.text);
         } else {
             lines.append(ShownText::line(activity.time.toString(u"HH:mm "_s) +
-                                             activity.event(labels) + u": "_s + activity.details(),
+                                             activity.event(texts) + u": "_s + activity.details(),
                                          kLongestLine));
         }
     }
@@ -216,18 +254,54 @@ void DesktopNotifier::tellAbsence(const QList<Activity>& activities)
         const QString count = QString::number(commands.size());
         lines.insert(std::min(lines.size(), kMostLines - 1),
                      ShownText::line(
-                         labels.Activity.command + u" ("_s + count + u"): "_s +
+                         texts.Activity.command + u" ("_s + count + u"): "_s +
                              commands.first(std::min<qsizetype>(commands.size(), 5)).join(u"; "_s),
                          kLongestLine));
     }
-    m_notifications.show(
-        Notifications::Place::Absence,
-        {labels.Activity.away, text(lines), labels.Activity.title, !m_status.isSeen()});
-    lines.prepend(labels.Activity.away);
+    m_notifications.show(Place::Absence, {texts.Activity.away, text(lines), texts.Activity.title,
+                                          !statusWindow().isSeen()});
+    lines.prepend(texts.Activity.away);
     Announcements::say(text(lines));
 }
 
-void DesktopNotifier::withdrawAbsence()
+void DesktopNotifier::lookForIcon()
 {
-    m_notifications.withdraw(Notifications::Place::Absence);
+    if (m_log.isScreenLocked()) { // nobody would see it
+        m_iconTimer.start();
+        return;
+    }
+    const auto tell = [this](bool isTold) {
+        if (!isTold && !AppDelegate::isTerminating() &&
+            !AppDelegate::state().statusBarItem->hasPlace()) {
+            const auto texts = labels().Connection;
+            m_notifications.show(Place::Icon,
+                                 {texts.noIcon, texts.noIconHow, texts.conn_status_title});
+        }
+    };
+    // A home directory may hang.
+    Worker::runThen([] { return QFileInfo::exists(iconNote()); }, this, tell);
+}
+
+void DesktopNotifier::open(Place place)
+{
+    if (AppDelegate::isTerminating()) {
+        return;
+    }
+    WindowActivation::noteAction(0); // the click does not say when it was
+    if (place == Place::Question) {
+        AppDelegate::state().userAcknowledge->present();
+    } else if (place == Place::Absence) {
+        m_log.show();
+    } else {
+        AppDelegate::connectionDisplay();
+    }
+}
+
+void DesktopNotifier::stop()
+{
+    m_sessionTimer.stop();
+    m_questionTimer.stop();
+    m_iconTimer.stop();
+    Announcements::withdraw(Announcements::About::Question);
+    m_notifications.withdrawAll();
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "localisation/Translate.h"
 #include "platform/desktop/Notifications.h"
 #include "records/Activity.h"
 #include "records/SessionInfo.h"
@@ -12,52 +11,20 @@
 
 #include <optional>
 
-class ConnectionStatus;
-class UserAcknowledgement;
+class ActivityLog;
 
 // Tells the user by desktop notifications what no window of the agent tells them at that moment: a
-// session's begin and end, a question, what happened while the screen was locked. Screen readers
-// say it in any case. A desktop without notifications shows none of this, and nothing else changes.
-// While the status window is in sight, which notifications may cover, they go by themselves. Main
-// thread.
+// session's begin and end, a question, what happened while the screen was locked; and once, also
+// over several runs, that no panel shows the icon. Screen readers say what happens in any case. A
+// desktop without notifications shows none of this, and nothing else changes. While the status
+// window is in sight, which notifications may cover, they go by themselves. Main thread.
 class DesktopNotifier : public QObject {
-    Q_OBJECT
-
 public:
-    // The windows, which outlive this.
-    DesktopNotifier(LabelSource labels, const QString& applicationName,
-                    const ConnectionStatus& status, const UserAcknowledgement& question,
-                    QObject* parent);
-
-    // Something happened to a session. What happens at the same time is shown together. Left out is
-    // what the user has done, what the status window shows and, where the account wants no window
-    // when a session begins, everything else; but not that a session has failed to end.
-    void tellSession(Activity::Kind kind, const SessionInfo& session, bool isByUser);
-
-    // The dialog asks. A notification tells of it only while the dialog is not in sight, or when it
-    // has not been answered for a while.
-    void askQuestion();
-    void withdrawQuestion();
-    // The service has withdrawn the question, and the user is told so. There is nothing to open.
-    void tellWithdrawal();
-
-    // What happened while the user was away, whatever the account wants.
-    void tellAbsence(const QList<Activity>& activities);
-    void withdrawAbsence(); // the user has the list before them
-
-    // No panel shows the icon: tells how to see it, and what works without it.
-    void tellMissingIcon();
-
-    // The program is ending: its notifications go, and none comes any more.
-    void stop();
-
-Q_SIGNALS:
-    // The user has clicked a notification.
-    void activated(Notifications::Place place);
-    // The desktop has accepted the notification about the icon.
-    void missingIconTold();
+    // Listens to the sessions, the question and the log, which outlive this.
+    DesktopNotifier(ActivityLog& log, QObject* parent);
 
 private:
+    using Place = Notifications::Place;
     struct News {
         QString line;
         bool isFailure;
@@ -65,13 +32,30 @@ private:
         bool isTold = false;
     };
 
+    void listen();
+    // What happens to sessions at the same time is shown together. Left out is what the user has
+    // done, what the status window shows and, where the account wants no window when a session
+    // begins, everything else; but not that a session has failed to end.
+    void tellSession(Activity::Kind kind, const SessionInfo& session);
     void showSessions();
-    [[nodiscard]] QString questionText() const;
+    // The dialog asks. A notification tells of it only while the dialog is not in sight, or when it
+    // has not been answered for a while.
+    void askQuestion();
+    [[nodiscard]] static QString questionText();
     void lookAtQuestion();
+    void withdrawQuestion();
+    // The service has withdrawn the question, and the user is told so. There is nothing to open.
+    void tellWithdrawal();
+    // What happened while the user was away, whatever the account wants.
+    void tellAbsence(const QList<Activity>& activities);
+    // Where no panel shows the icon: tells how to see it, and what works without it.
+    void lookForIcon();
+    // The user has clicked a notification.
+    void open(Place place);
+    // The program is ending: its notifications go, and none comes any more.
+    void stop();
 
-    const LabelSource m_labels;
-    const ConnectionStatus& m_status;
-    const UserAcknowledgement& m_question;
+    ActivityLog& m_log;
     Notifications m_notifications;
     QList<News> m_news; // of sessions, the newest first
     QElapsedTimer m_sinceNews;
@@ -79,4 +63,5 @@ private:
     QElapsedTimer m_sinceQuestion;
     QTimer m_questionTimer;              // while the question is open
     std::optional<bool> m_questionStays; // its notification; none: there is none
+    QTimer m_iconTimer;
 };

@@ -74,9 +74,9 @@ QTreeWidgetItem* itemFor(const Activity& activity, const JsonData::Info& labels,
 
 } // namespace
 
-ActivityWindow::ActivityWindow(LabelSource labels, Source activities)
+ActivityWindow::ActivityWindow(LabelSource labels, const ActivityList& activities)
     : AgentWindow(Qt::Window, kUsualButtons | Qt::WindowMinMaxButtonsHint, std::move(labels)),
-      m_activities(std::move(activities))
+      m_activities(activities)
 {
     m_fillTimer.setSingleShot(true);
     m_fillTimer.setInterval(kGathering);
@@ -115,7 +115,6 @@ void ActivityWindow::update()
 void ActivityWindow::fill()
 {
     const JsonData::Info labels = m_labels().value_or(englishFallback());
-    const ActivityList& activities = m_activities();
     setWindowTitle(u"vantory - "_s + labels.Activity.title);
     Mnemonics::setTexts({{m_ui->Quit, labels.Common.quit}});
     QTreeWidget& entries = *m_ui->entries;
@@ -124,13 +123,14 @@ void ActivityWindow::fill()
                              labels.Activity.status});
     const int scrolled = entries.verticalScrollBar()->value();
     entries.clear();
-    for (const Activity& activity : activities.all()) {
+    for (const Activity& activity : m_activities.all()) {
         entries.insertTopLevelItem(0, itemFor(activity, labels, font()));
     }
     entries.verticalScrollBar()->setValue(scrolled);
-    QString since = labels.Activity.since + u' ' + timeText(activities.since());
-    if (activities.dropped() > 0) {
-        since += u'\n' + labels.Activity.earlier + u": "_s + QString::number(activities.dropped());
+    QString since = labels.Activity.since + u' ' + timeText(m_activities.since());
+    if (m_activities.dropped() > 0) {
+        since +=
+            u'\n' + labels.Activity.earlier + u": "_s + QString::number(m_activities.dropped());
     }
     m_ui->since->setText(since);
 }

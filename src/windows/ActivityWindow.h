@@ -7,8 +7,6 @@
 #include <QDialog>
 #include <QTimer>
 
-#include <functional>
-
 // The list of what happened to this computer: sessions, requests for control and who answered them,
 // messages, and commands that the service ran. The newest stands first; what happened while the
 // user was away is bold until the window is closed. There is one from the first showing on. Main
@@ -17,9 +15,8 @@ class ActivityWindow : public AgentWindow<QDialog, class Ui_ActivityWindow> {
     Q_OBJECT
 
 public:
-    using Source = std::function<const ActivityList&()>;
-
-    ActivityWindow(LabelSource labels, Source activities);
+    // The list outlives this.
+    ActivityWindow(LabelSource labels, const ActivityList& activities);
 
     // Brings the window up because the user asks for it.
     void present();
@@ -37,6 +34,6 @@ private:
     void fill();
     void copyDetails();
 
-    const Source m_activities;
+    const ActivityList& m_activities;
     QTimer m_fillTimer;
 };

@@ -216,7 +216,7 @@ private:
         list.put({.kind = Activity::Kind::Command,
                   .time = now,
                   .text = u"/usr/bin/systemctl restart cups.service && journalctl --unit cups"_s});
-        ActivityWindow activity(m_source, [&list]() -> const ActivityList& { return list; });
+        ActivityWindow activity(m_source, list);
         activity.present();
         look(u"what-happened"_s, "ActivityWindow");
     }
