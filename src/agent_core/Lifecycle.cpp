@@ -9,12 +9,12 @@
 #include "platform/desktop/ToolkitDisplay.h"
 #include "platform/desktop/ToolkitTranslation.h"
 #include "platform/desktop/WindowActivation.h"
+#include "platform/processes/ChildProcess.h"
 #include "platform/processes/ProgramEnd.h"
 #include "platform/threads/MainQueue.h"
 #include "platform/threads/Worker.h"
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
-#include "service_link/RemoteCommands.h"
 #include "settings/ServiceAccounts.h"
 #include "windows/AboutController.h"
 #include "windows/Bundle+extensions.h"
@@ -317,7 +317,7 @@ void AppDelegate::applicationWillTerminate()
     if (asksForRestart) {
         send(Protocol::message(Protocol::kRequestRestart));
     }
-    RemoteCommands::endRunning();
+    ChildProcess::endRunning(std::chrono::seconds(1)); // a remote command
     if (asksForRestart) {
         // Time for the request to leave before the process ends.
         std::this_thread::sleep_until(end);

@@ -33,12 +33,9 @@ RemoteCommands::Started startShell(const QString& script, StatusLog statusLog)
 
 QString withoutQuotes(const QString& word)
 {
-    for (const QChar quote : {u'\'', u'"'}) {
-        if (word.size() > 1 && word.startsWith(quote) && word.endsWith(quote)) {
-            return word.sliced(1, word.size() - 2);
-        }
-    }
-    return word;
+    const bool isQuoted = word.size() > 1 && word.front() == word.back() &&
+                          (word.front() == u'\'' || word.front() == u'"');
+    return isQuoted ? word.sliced(1, word.size() - 2) : word;
 }
 
 } // namespace
@@ -64,34 +61,23 @@ RemoteCommands::Started RemoteCommands::executeApplication(const QString& text)
     return startShell(text, StatusLog::Omitted);
 }
 
-void RemoteCommands::endRunning()
-{
-    ChildProcess::endRunning(std::chrono::seconds(1));
-}
-
 QString RemoteCommands::getCommand(QStringView command)
 {
     QString word;
-    bool isInSingleQuotes = false;
-    bool isInDoubleQuotes = false;
+    QString openQuotes;
     bool isEscaped = false;
     for (const QChar c : command) {
-        if (c == u'\'' || c == u'"') {
-            bool& isInQuotes = c == u'\'' ? isInSingleQuotes : isInDoubleQuotes;
-            word += c;
-            if (isInQuotes) {
-                break;
-            }
-            isInQuotes = true;
-        } else if (c == u'\\') {
-            isEscaped = true;
-            word += c;
-        } else if (c == u' ' && !isEscaped && !isInSingleQuotes && !isInDoubleQuotes) {
+        if (c == u' ' && !isEscaped && openQuotes.isEmpty()) {
             break;
-        } else {
-            isEscaped = false;
-            word += c;
         }
+        word += c;
+        if (openQuotes.contains(c)) {
+            break;
+        }
+        if (c == u'\'' || c == u'"') {
+            openQuotes += c;
+        }
+        isEscaped = c == u'\\';
     }
     return word;
 }

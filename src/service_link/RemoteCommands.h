@@ -28,11 +28,6 @@ struct Started {
 // Starts any command line in the foreground. Unlike the other operation it logs no status.
 [[nodiscard]] Started executeApplication(const QString& text);
 
-// Ends the command that is running: asks its process group, and kills what is left a second later.
-// No other starts afterwards; the result is 1. What earlier commands have left in the background
-// goes on. Returns when all have ended.
-void endRunning();
-
 // The first word of a command line. A blank between quotes or after a backslash belongs to the
 // word; the quotes and the backslash stay in it. A quote after a backslash is still a quote.
 [[nodiscard]] QString getCommand(QStringView command);
