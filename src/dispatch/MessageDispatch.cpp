@@ -23,21 +23,15 @@ struct Received {
     bool& isDecoded;
 };
 
-// Posts an operation with the decoded value, if there is one.
-template <typename Value, typename Parameter>
-void post(const Received& received, const std::optional<Value>& value, void (*operation)(Parameter))
-{
-    received.isDecoded = value.has_value();
-    if (value) {
-        AppDelegate::post([operation, decoded = *value] { operation(decoded); });
-    }
-}
-
-// Decodes the payload and passes it to the operation.
+// Decodes the payload, and posts the operation with the value, if there is one.
 template <auto decode, auto operation>
 void pass(const Received& received)
 {
-    post(received, decode(received.payload), operation);
+    const auto value = decode(received.payload);
+    received.isDecoded = value.has_value();
+    if (value) {
+        AppDelegate::post([decoded = *value] { operation(decoded); });
+    }
 }
 
 void disconnectAllSessions(const Received& received)
@@ -145,7 +139,7 @@ constexpr Entry kEntries[] = {
     {Protocol::kDisconnectedSession,
      [](const Received& received) {
          printLog(u"session not connected"_s);
-         post(received, parseInteger64(received.payload), &AppDelegate::sessionDisconnected);
+         pass<&parseInteger64, &AppDelegate::sessionDisconnected>(received);
      }},
     {Protocol::kCloseAcknowledgement,
      [](const Received& received) {
