@@ -149,16 +149,16 @@ void ActivityLog::noteMessage(const QObject* window, const QString& from, const 
     });
 }
 
-void ActivityLog::noteCommand(quint64 command, qint64 session, const QString& text)
+void ActivityLog::noteCommand(qint64 session, const QString& text)
 {
     note({.kind = Kind::Command, .session = session, .text = text.trimmed(), .isRunning = true});
-    m_running.insert(command, m_activities.lastNumber());
+    m_command = m_activities.lastNumber();
 }
 
-void ActivityLog::finishCommand(quint64 command, qint64 status)
+void ActivityLog::finishCommand(qint64 status)
 {
-    edit([number = m_running.take(command), status](Activity& activity) {
-        if (activity.number != number) {
+    edit([this, status](Activity& activity) {
+        if (activity.number != m_command) {
             return false;
         }
         activity.status = status;

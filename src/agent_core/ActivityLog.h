@@ -5,7 +5,6 @@
 #include "records/SessionInfo.h"
 #include "windows/ActivityWindow.h"
 
-#include <QHash>
 #include <QObject>
 
 #include <functional>
@@ -56,15 +55,15 @@ private:
     void noteRequest(qint64 session, const QString& controlName, Activity::Kind kind,
                      Activity::By by);
     void noteMessage(const QObject* window, const QString& from, const QString& text);
-    void noteCommand(quint64 command, qint64 session, const QString& text);
-    void finishCommand(quint64 command, qint64 status);
+    void noteCommand(qint64 session, const QString& text);
+    void finishCommand(qint64 status);
     void setScreenLocked(bool isLocked);
     void tellAbsence();
     void markSeen();
 
     MemoryFile m_kept;
     ActivityList m_activities;
-    QHash<quint64, quint64> m_running; // the entries of the commands
+    quint64 m_command = 0; // the entry of the one that runs
     bool m_isScreenLocked = false;
     std::unique_ptr<ActivityWindow> m_window; // from the first showing on
 };

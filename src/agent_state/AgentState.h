@@ -64,9 +64,9 @@ Q_SIGNALS:
                       Activity::By by);
     // Its window lives until it is closed.
     void messageShown(const QObject* window, const QString& from, const QString& text);
-    // A remote command runs, or has ended. Numbers tell the commands of this run apart.
-    void commandBegan(quint64 command, qint64 session, const QString& text);
-    void commandEnded(quint64 command, qint64 status);
+    // A remote command runs, or has ended. The link handles no other meanwhile.
+    void commandBegan(qint64 session, const QString& text);
+    void commandEnded(qint64 status);
     void screenLockChanged(bool isLocked);
     void loginWindowLeft();
     // The program is ending: nobody is told anything any more.

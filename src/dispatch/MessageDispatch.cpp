@@ -86,8 +86,6 @@ void requestChat(const Received& received)
     }
 }
 
-quint64 lastCommand = 0; // of this run; only the link's thread uses it
-
 template <RemoteCommands::Started (*start)(const QString&)>
 void execute(const Received& received)
 {
@@ -98,18 +96,15 @@ void execute(const Received& received)
         AppDelegate::send(Protocol::message(Protocol::kResultCommandFailedToRead));
         return;
     }
-    const quint64 command = ++lastCommand;
     RemoteCommands::Started started = start(info->exec);
-    AppDelegate::post([command, session = info->session, text = info->exec] {
-        Q_EMIT AppDelegate::state().events.commandBegan(command, session, text);
+    AppDelegate::post([info = *info] {
+        Q_EMIT AppDelegate::state().events.commandBegan(info.session, info.exec);
     });
     received.result.awaited = std::move(started.end);
-    received.result.rest = [command, session = info->session, wait = started.wait] {
+    received.result.rest = [session = info->session, wait = started.wait] {
         const int status = wait();
         AppDelegate::send(Protocol::resultCommand(session, status));
-        AppDelegate::post([command, status] {
-            Q_EMIT AppDelegate::state().events.commandEnded(command, status);
-        });
+        AppDelegate::post([status] { Q_EMIT AppDelegate::state().events.commandEnded(status); });
     };
 }
 
