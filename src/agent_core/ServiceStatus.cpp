@@ -26,18 +26,10 @@ void AppDelegate::setManaged(bool isManaged)
     state().connectionStatus->isManaged = isManaged;
 }
 
-void AppDelegate::gatewayConnected(const QString& name)
+void AppDelegate::gatewayReported(const std::optional<QString>& name)
 {
-    setGatewayConnected(true);
-    state().connectionStatus->gateway_name = name;
-    updateSystemTrayIcon();
-    redrawIfVisible();
-}
-
-void AppDelegate::gatewayDisconnected()
-{
-    setGatewayConnected(false);
-    state().connectionStatus->gateway_name.clear();
+    setGatewayConnected(name.has_value());
+    state().connectionStatus->gateway_name = name.value_or(QString());
     updateSystemTrayIcon();
     redrawIfVisible();
 }

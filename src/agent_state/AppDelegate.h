@@ -93,8 +93,8 @@ public:
 
     // --- ServiceStatus.cpp: what the service reports about the gateway and the sessions ---
 
-    static void gatewayConnected(const QString& name);
-    static void gatewayDisconnected();
+    // The gateway's name; none where the service has lost it.
+    static void gatewayReported(const std::optional<QString>& name);
     static void accountInvalid();
     static void sessionConnected(const SessionInfo& session);
     static void sessionDisconnected(qint64 session);

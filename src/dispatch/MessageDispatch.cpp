@@ -34,6 +34,15 @@ void pass(const Received& received)
     }
 }
 
+void loseGateway(const Received& received)
+{
+    printLog(u"gateway not connected"_s);
+    if (received.text != Protocol::kDisconnectedGateway) {
+        printLog(u"gateway not connected: "_s + received.payload.toString());
+    }
+    AppDelegate::post([] { AppDelegate::gatewayReported(std::nullopt); });
+}
+
 void disconnectAllSessions(const Received& received)
 {
     printLog(u"disconnect all sessions"_s);
@@ -115,21 +124,12 @@ struct Entry {
 
 // The first that matches handles the message.
 constexpr Entry kEntries[] = {
-    {Protocol::kDisconnectedGateway,
-     [](const Received&) {
-         printLog(u"gateway not connected"_s);
-         AppDelegate::post(&AppDelegate::gatewayDisconnected);
-     }},
+    {Protocol::kDisconnectedGateway, &loseGateway},
     {Protocol::kDisconnectAllSessions, &disconnectAllSessions},
     {Protocol::kAccountInvalid,
      [](const Received&) { AppDelegate::post(&AppDelegate::accountInvalid); }},
     {Protocol::kUserAcknowledgement, &userAcknowledgement},
-    {Protocol::kDisconnectedGatewayReason,
-     [](const Received& received) {
-         printLog(u"gateway not connected"_s);
-         printLog(u"gateway not connected: "_s + received.payload.toString());
-         AppDelegate::post(&AppDelegate::gatewayDisconnected);
-     }},
+    {Protocol::kDisconnectedGatewayReason, &loseGateway},
     {Protocol::kConnectedSession, &connectedSession},
     {Protocol::kDisconnectedSession,
      [](const Received& received) {
@@ -153,7 +153,7 @@ constexpr Entry kEntries[] = {
      [](const Received& received) {
          printLog(u"gateway connected"_s);
          AppDelegate::post(
-             [name = received.payload.toString()] { AppDelegate::gatewayConnected(name); });
+             [name = received.payload.toString()] { AppDelegate::gatewayReported(name); });
      }},
     {Protocol::kStatus,
      [](const Received& received) {
