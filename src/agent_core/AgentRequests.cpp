@@ -75,12 +75,12 @@ void AgentRequests::serve(const ActivityLog& log)
                          .history = [&log] { return textOf(log.activities().toJson()); },
                          .endSession =
                              [](qint64 session) {
-                                 const bool isListed =
+                                 const bool isThere =
                                      !AppDelegate::isTerminating() &&
-                                     AppDelegate::state().sessions.contains(session);
-                                 if (isListed) {
+                                     isListed(session, AppDelegate::state().sessions.all());
+                                 if (isThere) {
                                      AppDelegate::endSession(session);
                                  }
-                                 return isListed;
+                                 return isThere;
                              }});
 }

@@ -3,15 +3,11 @@
 #include "records/Intervals.h"
 
 #include <algorithm>
-
-bool SessionList::contains(qint64 session) const
-{
-    return isListed(session, m_sessions);
-}
+#include <utility>
 
 void SessionList::add(const SessionInfo& session)
 {
-    if (!contains(session.session)) {
+    if (!isListed(session.session, m_sessions)) {
         m_sessions.append(session);
         Q_EMIT added(session);
         tellListed(session, true);
@@ -37,13 +33,13 @@ void SessionList::replace(const QList<SessionInfo>& sessions)
         Q_EMIT removed(session.session);
     }
     for (const SessionInfo& session : sessions) {
-        if (!contains(session.session)) {
+        if (!isListed(session.session, m_sessions)) {
             m_sessions.append(session);
             Q_EMIT added(session);
         }
     }
     for (const SessionInfo& session : before) {
-        if (!contains(session.session)) {
+        if (!isListed(session.session, m_sessions)) {
             tellEnded(session);
         }
     }
@@ -53,7 +49,7 @@ void SessionList::replace(const QList<SessionInfo>& sessions)
     }
     const QList<qint64> expected = m_expectedEnds.keys();
     for (const qint64 session : expected) {
-        if (!contains(session)) {
+        if (!isListed(session, m_sessions)) {
             forgetEnd(session);
         }
     }
@@ -69,16 +65,12 @@ void SessionList::expectEnd(qint64 session)
     end.isTold = end.isTold && !std::exchange(end.hasFailed, false);
 }
 
-bool SessionList::isOlder(const SessionInfo& session) const
-{
-    return session.sessionDate ? *session.sessionDate < m_start : !m_hasReport;
-}
-
 void SessionList::tellListed(const SessionInfo& session, bool isNew)
 {
+    const bool isOlder = session.sessionDate ? *session.sessionDate < m_start : !m_hasReport;
     const auto end = m_expectedEnds.find(session.session);
     if (end == m_expectedEnds.end()) {
-        if (isNew && isOlder(session)) {
+        if (isNew && isOlder) {
             Q_EMIT ranBefore(session);
         } else if (isNew) {
             Q_EMIT began(session);
@@ -93,9 +85,7 @@ void SessionList::tellListed(const SessionInfo& session, bool isNew)
 void SessionList::tellEnded(const SessionInfo& session)
 {
     const auto end = m_expectedEnds.find(session.session);
-    const bool isNews =
-        end == m_expectedEnds.end() || !std::exchange(end->isTold, true) || end->hasFailed;
-    if (isNews) {
+    if (end == m_expectedEnds.end() || !std::exchange(end->isTold, true) || end->hasFailed) {
         Q_EMIT ended(session);
     }
 }

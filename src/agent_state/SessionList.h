@@ -14,7 +14,6 @@ class SessionList : public QObject {
 public:
     [[nodiscard]] const QList<SessionInfo>& all() const { return m_sessions; }
     [[nodiscard]] bool isEmpty() const { return m_sessions.isEmpty(); }
-    [[nodiscard]] bool contains(qint64 session) const;
 
     // A number that is listed already is not added again.
     void add(const SessionInfo& session);
@@ -53,7 +52,6 @@ private:
         bool hasFailed = false; // hasNotEnded() was emitted
     };
 
-    [[nodiscard]] bool isOlder(const SessionInfo& session) const;
     void tellListed(const SessionInfo& session, bool isNew);
     void tellEnded(const SessionInfo& session);
 
