@@ -50,11 +50,6 @@ QString asRoot(const Credentials& credentials, std::initializer_list<Pieces> com
     return script;
 }
 
-fs::path systemPath(const QString& path)
-{
-    return fs::path(QFile::encodeName(path).toStdString());
-}
-
 // Runs a script that holds a password, and wipes it. Everybody may read the file that it writes,
 // whatever the agent's own umask is.
 void runInShell(QString script, const QString& purpose)
@@ -78,18 +73,6 @@ void removeWithOwnRights(const fs::path& path)
         std::printf("%s: %s\n", path.c_str(), error.message().c_str());
         std::fflush(stdout);
     }
-}
-
-// All entries, hidden ones too; none where the directory can't be read.
-std::vector<fs::path> entries(const fs::path& directory)
-{
-    std::vector<fs::path> paths;
-    std::error_code error;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error)) {
-        paths.push_back(entry->path());
-    }
-    return paths;
 }
 
 } // namespace
@@ -117,15 +100,17 @@ void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credential
 void PrivilegedSettings::replace(const Credentials& credentials, const BackendSettings& setting)
 {
     const QString settingsPath = backendSettingsPath();
-    const fs::path settingsFile = systemPath(settingsPath);
-    for (const fs::path& entry : entries(settingsFile.parent_path())) {
-        if (entry.filename() == settingsFile.filename()) {
+    const fs::path settingsFile = QFile(settingsPath).filesystemFileName();
+    std::error_code error; // a directory that can't be read counts as empty
+    for (fs::directory_iterator entry(settingsFile.parent_path(), error), end;
+         !error && entry != end; entry.increment(error)) {
+        if (entry->path().filename() == settingsFile.filename()) {
             removeAsRoot(credentials, settingsPath);
         } else {
-            removeWithOwnRights(entry);
+            removeWithOwnRights(entry->path());
         }
     }
-    removeWithOwnRights(systemPath(olderSettingsPath()));
+    removeWithOwnRights(QFile(olderSettingsPath()).filesystemFileName());
     createSettingsPlistAsRoot(credentials, setting);
 }
 
