@@ -25,8 +25,7 @@ std::shared_ptr<Credentials> keep(const QString& username, const QString& passwo
 
 void AppDelegate::setUI()
 {
-    const auto known = labels();
-    state().settingsTexts = known ? SettingsTexts::from(*known) : SettingsTexts();
+    state().settingsTexts = {.labels = labels().value_or(englishFallback())};
     // A machine without settings counts as managed.
     if (QFileInfo::exists(backendSettingsPath())) {
         if (const auto stored = read_BackendSettingsPlist(backendSettingsPath())) {

@@ -311,6 +311,14 @@ JsonData::Info englishFallback()
     labels.Connection.ready = u"Agent ready"_s;
     labels.Connection.no_gateway = u"No gateway available"_s;
     labels.Connection.account_invalid = u"Account is blocked or no longer exists"_s;
+    labels.Common.start = u"Start"_s;
+    labels.Common.apply = u"Apply"_s;
+    labels.error.accountIdTitle = u"Account Identifier is incorrect"_s;
+    labels.error.accountIdMsg = u"Account Identifier must be an UUID."_s;
+    labels.error.sessionCodeTitle = u"Session code is incorrect"_s;
+    labels.error.sessionCodeMsg = u"Session code must be a number of 6 digits."_s;
+    labels.error.regionTitle = u"Region is incorrect."_s;
+    labels.error.regionMsg1 = u"Unable to connect to"_s;
     return labels;
 }
 

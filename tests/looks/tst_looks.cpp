@@ -187,7 +187,7 @@ private:
 
     void settings()
     {
-        SettingsWindow settings(SettingsTexts::from(*m_source()));
+        SettingsWindow settings({.labels = *m_source()});
         for (const bool isManaged : {true, false}) {
             settings.showSettings(
                 {isManaged, u"123456"_s, u"5d3ac8a4-7a34-4f0f-9d3c-6b0e4b7f9a11"_s, {}});
