@@ -304,6 +304,7 @@ JsonData::Info englishFallback()
     labels.Common.cancel = u"Cancel"_s;
     labels.Common.ok = u"OK"_s;
     labels.MainMenu.settings = u"Settings"_s;
+    labels.Main.control = u"Control"_s;
     labels.Settings.managed = u"Centrally managed agent"_s;
     labels.Settings.sessionCode = u"Session code"_s;
     labels.Settings.accountId = u"Account identifier"_s;
