@@ -5,6 +5,7 @@
 #include "records/Intervals.h"
 #include "service_link/Protocol.h"
 #include "settings/SettingsFile.h"
+#include "windows/ConnectionStatus.h"
 #include "windows/SecurityAccess.h"
 #include "windows/SettingsWindow.h"
 
@@ -82,6 +83,7 @@ void AppDelegate::waitingSettings()
 void AppDelegate::prepareSettingsWindow()
 {
     updateSettings();
+    window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
     // The first enrolment stays possible even where later changes are forbidden.
     window->showLock(options.displayChange || window->entries().accountId.isEmpty());
 }
@@ -89,7 +91,8 @@ void AppDelegate::prepareSettingsWindow()
 void AppDelegate::updateSettings()
 {
     if (const auto stored = read_BackendSettingsPlist(backendSettingsPath())) {
-        setManaged(stored->managed);
+        state().isManaged = stored->managed;
+        state().connectionStatus->isManaged = stored->managed;
         settingsWindow().showSettings(*stored);
     } else {
         settingsWindow().showNoSettings();
@@ -101,13 +104,11 @@ void AppDelegate::enableSettings()
 {
     settingsWindow().setLocked(false);
     window->inputGuard.ignoreHeldKey(); // the Return that entered the password must not press Apply
-    window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
 }
 
 void AppDelegate::disableSettings()
 {
     settingsWindow().setLocked(true);
-    window->showDisplayOptions(options.displayAgentType, options.displayPlatform);
 }
 
 void AppDelegate::managedCheck()

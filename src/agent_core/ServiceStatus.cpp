@@ -20,12 +20,6 @@ void AppDelegate::setGatewayConnected(bool isConnected)
     state().connectionStatus->gatewayConnectionStatus = isConnected;
 }
 
-void AppDelegate::setManaged(bool isManaged)
-{
-    state().isManaged = isManaged;
-    state().connectionStatus->isManaged = isManaged;
-}
-
 void AppDelegate::gatewayReported(const std::optional<QString>& name)
 {
     setGatewayConnected(name.has_value());

@@ -100,8 +100,6 @@ public:
     static void sessionDisconnected(qint64 session);
     static void removeConnectionSession(qint64 session);
     static void allSessionsDisconnected();
-    // Whether the agent is managed centrally, as the settings file says.
-    static void setManaged(bool isManaged);
     // None where the report did not decode; the window is shown or redrawn all the same.
     static void statusReceived(const std::optional<StatusInfo>& status);
 
