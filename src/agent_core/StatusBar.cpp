@@ -144,7 +144,7 @@ void AppDelegate::updateSystemTrayIcon()
     }
     const QList<SessionInfo>& sessions = state().sessions.all();
     const QString icon = iconName(state().gatewayConnectionStatus, !sessions.isEmpty());
-    if (std::exchange(state().statusBarLook.icon, icon) != icon) {
+    if (std::exchange(state().statusBarIcon, icon) != icon) {
         state().statusBarItem->setIcon(statusIcon(icon));
     }
     const QString symbol = sessions.size() > 1 ? u"person.crop.circle.fill.badge.plus"_s
@@ -161,7 +161,7 @@ void AppDelegate::updateToolTip()
     }
     const QString text =
         ShownText::line(toolTip(labels().value_or(englishFallback())), kLongestToolTip);
-    if (std::exchange(state().statusBarLook.toolTip, text) != text) {
+    if (std::exchange(state().statusBarToolTip, text) != text) {
         state().statusBarItem->setToolTip(text);
     }
 }

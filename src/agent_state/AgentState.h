@@ -48,12 +48,6 @@ struct AgentOptions {
     Language language = Language::English;
 };
 
-// What the status bar shows; the panel is told only of changes.
-struct StatusBarLook {
-    QString icon;
-    QString toolTip;
-};
-
 // What happens, for those who listen, besides the signals of the session list and of the windows.
 class AgentEvents : public QObject {
     Q_OBJECT
@@ -98,7 +92,9 @@ struct AgentState {
 
     std::unique_ptr<QMenu> statusBarMenu;
     std::unique_ptr<StatusItem> statusBarItem;
-    StatusBarLook statusBarLook;
+    // What the icon shows; the panel is told only of changes.
+    QString statusBarIcon;
+    QString statusBarToolTip;
 
     QTimer connectionShowTimer;
     QTimer connectionNotShowTimer;

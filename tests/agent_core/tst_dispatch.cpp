@@ -127,17 +127,16 @@ private Q_SLOTS:
             }
             return result.join(u'|');
         };
-        const auto icon = [] { return AppDelegate::state().statusBarLook.icon; };
+        const auto icon = [] { return AppDelegate::state().statusBarIcon; };
         QCOMPARE(titles(), nobody);
-        QCOMPARE(AppDelegate::state().statusBarLook.toolTip, u"KRD – No gateway available"_s);
+        QCOMPARE(AppDelegate::state().statusBarToolTip, u"KRD – No gateway available"_s);
         QVERIFY(m_agent->send(connected(7, "A & <b>B</b>")));
         QVERIFY(m_agent->send(connected(8, "B")));
         QCOMPARE(titles(), u"Settings|Permissions|Connection: A && <b>B</b> , B|-|About"_s);
         QCOMPARE(icon(), u"appIcon-22-disconnected"_s); // which is more than in session
         QVERIFY(m_agent->send("connected_gateway=gw"));
         QCOMPARE(icon(), u"appIcon-22-session"_s);
-        QCOMPARE(AppDelegate::state().statusBarLook.toolTip,
-                 u"KRD – In session: A & <b>B</b> , B"_s);
+        QCOMPARE(AppDelegate::state().statusBarToolTip, u"KRD – In session: A & <b>B</b> , B"_s);
         AppDelegate::state().statusBarMenu->actions().at(2)->trigger();
         QVERIFY(AppDelegate::state().connectionStatus->isSeen());
         // The window has no row for a third session.
