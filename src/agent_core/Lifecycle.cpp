@@ -343,17 +343,12 @@ void AppDelegate::withdrawNotifications()
 
 void AppDelegate::leaveDesktop()
 {
-    AgentState& agent = state();
+    // The timers need not stop: from here on whileRunning() lets none of them do anything.
     if (!ToolkitDisplay::isGone) {
-        agent.statusBarItem.reset();
+        state().statusBarItem.reset();
         WindowActivation::hideAll();
     }
-    Q_EMIT agent.events.ending();
-    for (QTimer* const timer :
-         {&agent.connectionShowTimer, &agent.connectionNotShowTimer, &agent.settingsShowTimer,
-          &agent.connnectionStatusTimer, &agent.userTimer}) {
-        timer->stop();
-    }
+    Q_EMIT state().events.ending();
 }
 
 std::function<void()> AppDelegate::whileRunning(std::function<void()> action)
