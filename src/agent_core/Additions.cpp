@@ -1,5 +1,4 @@
 #include "agent_core/ActivityLog.h"
-#include "agent_core/AgentRequests.h"
 #include "agent_core/DesktopNotifier.h"
 #include "agent_state/AppDelegate.h"
 #include "localisation/ShownText.h"
@@ -71,5 +70,5 @@ void AppDelegate::makeAdditions()
     addEndOfAll(texts.Connection.endAll);
     showWayTo(log, texts.Activity.away);
     new DesktopNotifier(*log, this);
-    AgentRequests::serve(*log);
+    serveRequests(*log);
 }

@@ -1,5 +1,3 @@
-#include "agent_core/AgentRequests.h"
-
 #include "agent_core/ActivityLog.h"
 #include "agent_state/AppDelegate.h"
 #include "platform/bus/RunningAgent.h"
@@ -10,6 +8,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -63,24 +63,22 @@ QByteArray status()
 
 } // namespace
 
-void AgentRequests::serve(const ActivityLog& log)
+void AppDelegate::serveRequests(const ActivityLog& log)
 {
-    RunningAgent::serve({.present =
-                             [](quint32 time) {
-                                 WindowActivation::noteAction(time);
-                                 AppDelegate::whileRunning (&AppDelegate::connectionDisplay)();
-                                 return AppDelegate::options.portUI;
-                             },
-                         .status = &status,
-                         .history = [&log] { return textOf(log.activities().toJson()); },
-                         .endSession =
-                             [](qint64 session) {
-                                 const bool isThere =
-                                     !AppDelegate::isTerminating() &&
-                                     isListed(session, AppDelegate::state().sessions.all());
-                                 if (isThere) {
-                                     AppDelegate::endSession(session);
-                                 }
-                                 return isThere;
-                             }});
+    RunningAgent::Requests requests;
+    requests.present = [](quint32 time) {
+        WindowActivation::noteAction(time);
+        whileRunning (&AppDelegate::connectionDisplay)();
+        return options.portUI;
+    };
+    requests.status = &status;
+    requests.history = [&log] { return textOf(log.activities().toJson()); };
+    requests.endSession = [](qint64 session) {
+        const bool canEnd = !isTerminating() && isListed(session, state().sessions.all());
+        if (canEnd) {
+            endSession(session);
+        }
+        return canEnd;
+    };
+    RunningAgent::serve(std::move(requests));
 }

@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 
+class ActivityLog;
 class SettingsWindow;
 struct Credentials;
 
@@ -192,6 +193,9 @@ private:
     void startTimers();
     // Additions.cpp: those who listen, as children of this object.
     void makeAdditions();
+    // AgentRequests.cpp: serves calls from the user's other programs, over the session bus. Once;
+    // the log outlives the main loop.
+    static void serveRequests(const ActivityLog& log);
 
     static void setGatewayConnected(bool isConnected);
     static void showLaterIfHidden();
