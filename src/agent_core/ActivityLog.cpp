@@ -1,8 +1,8 @@
 #include "agent_core/ActivityLog.h"
 
-#include "agent_core/ActivityJournal.h"
 #include "agent_state/AppDelegate.h"
 #include "logging/Logs.h"
+#include "platform/accounts/Account.h"
 
 #include <algorithm>
 #include <utility>
@@ -24,6 +24,58 @@ Activity activityOf(Kind kind, const SessionInfo& session)
             .time = hasDate ? sessionDateTime(*session.sessionDate).toLocalTime() : QDateTime(),
             .session = session.session,
             .name = session.remoteControlUser};
+}
+
+// In the journal.
+constexpr qsizetype kLongestCommand = 256;
+
+// What the journal says of an activity.
+struct JournalEntry {
+    const char* id;       // the catalog's, too
+    const char16_t* text; // with the details
+};
+
+// In the order of Activity::Kind, then the end of a command.
+constexpr JournalEntry kJournalEntries[] = {
+    {"10ec20e8b56c42c6bac489fb94a2a63b", u"session began: %1"},
+    {"a88f90ec8fd04c88901d621f7e6d0fcb", u"session ended: %1"},
+    {"9b71c1055c484eaf8370a2aacf8b41be", u"session has not ended: %1"},
+    {"c624873415e9406fab3b75c73fe1d8cc", u"request accepted: %1"},
+    {"4ccf427a69a644849407746398354a46", u"request declined: %1"},
+    {"9c2ee0eedab74030b151a2edacc03152", u"request waits: %1"},
+    {},
+    {"91ed2d134af14561894e7c44d2144b27", u"command began: %1"},
+    {"fed0bdf8738c40f1880c0894bc429bdd", u"command ended: %1"},
+};
+
+// An entry of the system's journal, by which an administrator can ask who was in session, who was
+// let in by whom, and which commands ran; packaging/vantoryAgent.catalog explains it. No text of a
+// message, and of a command the first 256 characters.
+void tellJournal(const Activity& activity)
+{
+    if (activity.kind == Activity::Kind::Message) {
+        return;
+    }
+    const bool isCommand = activity.kind == Activity::Kind::Command;
+    const auto& [id, text] =
+        kJournalEntries[static_cast<int>(activity.kind) + (activity.status ? 1 : 0)];
+    // Asked once: the account database may be a directory service, which can take long.
+    static const QString account = Account::loginName();
+    QString details = isCommand ? activity.text.left(kLongestCommand) : activity.name;
+    JournalFields fields = {{"MESSAGE_ID", QString::fromLatin1(id)},
+                            {"VANTORY_ACCOUNT", account},
+                            {"VANTORY_SESSION", QString::number(activity.session)},
+                            {isCommand ? "VANTORY_COMMAND" : "VANTORY_OPERATOR", details}};
+    const QJsonObject json = activity.toJson();
+    for (const auto& [name, key] :
+         {std::pair{"VANTORY_BY", "by"_L1}, {"VANTORY_STATUS", "status"_L1}}) {
+        if (json.contains(key)) {
+            const QString value = json[key].toVariant().toString();
+            fields.append({name, value});
+            details += u" ("_s + value + u')';
+        }
+    }
+    printJournal(QString::fromUtf16(text).arg(details), fields);
 }
 
 } // namespace
@@ -101,7 +153,7 @@ void ActivityLog::note(Activity activity, bool isOlder)
     }
     activity.isUnseen = activity.isUnseen || (m_isScreenLocked && !isOlder);
     keep(m_activities.put(activity));
-    ActivityJournal::tell(activity);
+    tellJournal(activity);
     if (activity.isUnseen) {
         Q_EMIT unseenChanged(true);
     }
@@ -163,7 +215,7 @@ void ActivityLog::finishCommand(qint64 status)
         }
         activity.status = status;
         activity.isRunning = false;
-        ActivityJournal::tell(activity);
+        tellJournal(activity);
         return true;
     });
 }
