@@ -112,8 +112,7 @@ void DesktopNotifier::listen()
     connect(&agent.sessions, &SessionList::ended, this, tell(Kind::SessionEnded));
     connect(&statusWindow(), &ConnectionStatus::cameUp, this, [this] {
         m_notifications.letPass(Place::Absence);
-        if (std::all_of(m_news.cbegin(), m_news.cend(),
-                        [](const News& news) { return news.hasRow; })) {
+        if (std::ranges::all_of(m_news, &News::hasRow)) {
             m_notifications.withdraw(Place::Sessions); // the window says it now
         }
         if (m_sessionTimer.isActive()) {
@@ -150,11 +149,9 @@ void DesktopNotifier::tellSession(Kind kind, const SessionInfo& session)
     }
     m_sinceNews.start();
     const QList<SessionInfo>& listed = statusWindow().sessions();
-    const auto place = std::find_if(listed.cbegin(), listed.cend(), [&](const SessionInfo& other) {
-        return other.session == session.session;
-    });
+    const auto place = std::ranges::find(listed, session.session, &SessionInfo::session);
     // A session that has ended is no longer listed: it counts as having stood last.
-    const bool hasRow = place - listed.cbegin() < ConnectionStatus::kRows;
+    const bool hasRow = place - listed.begin() < ConnectionStatus::kRows;
     m_news.prepend({line, kind == Kind::SessionNotEnded, hasRow});
     m_news.resize(std::min(m_news.size(), kMostNews));
     m_sessionTimer.start();

@@ -5,6 +5,7 @@
 #include "windows/MessageInbox.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -47,8 +48,7 @@ void closeOldestIfFull()
         return;
     }
     const auto oldest =
-        std::find_if(state.messageInbox.cbegin(), state.messageInbox.cend(),
-                     [](const MessageInbox* message) { return !message->isActiveWindow(); });
+        std::ranges::find_if_not(std::as_const(state.messageInbox), &MessageInbox::isActiveWindow);
     ++state.messagesNotShown;
     (*oldest)->stopMessage();
 }

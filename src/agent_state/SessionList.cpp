@@ -16,9 +16,7 @@ void SessionList::add(const SessionInfo& session)
 
 void SessionList::remove(qint64 session)
 {
-    const auto found =
-        std::find_if(m_sessions.cbegin(), m_sessions.cend(),
-                     [session](const SessionInfo& listed) { return listed.session == session; });
+    const auto found = std::ranges::find(std::as_const(m_sessions), session, &SessionInfo::session);
     if (found != m_sessions.cend()) {
         const SessionInfo gone = m_sessions.takeAt(found - m_sessions.cbegin());
         Q_EMIT removed(session);

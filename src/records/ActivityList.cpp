@@ -56,18 +56,15 @@ void ActivityList::dropOne()
 {
     const QList<Activity> open = openSessions();
     const auto worth = [&open](const Activity& kept) {
-        const bool isOpen = std::any_of(open.cbegin(), open.cend(), [&](const Activity& session) {
-            return session.number == kept.number;
-        });
+        const bool isOpen = std::ranges::find(open, kept.number, &Activity::number) != open.end();
         // Without its end, a session that has ended would count as open.
         return isOpen || kept.kind == Kind::SessionEnded ? 3
                : kept.isUnseen                           ? 1 + (kept.kind != Kind::Command)
                                                          : 0;
     };
     // Of the older half: what has just happened is never the first to go.
-    m_all.erase(std::min_element(
-        m_all.cbegin(), m_all.cbegin() + (m_all.size() + 1) / 2,
-        [&](const Activity& one, const Activity& other) { return worth(one) < worth(other); }));
+    const auto half = m_all.cbegin() + (m_all.size() + 1) / 2;
+    m_all.erase(std::ranges::min_element(m_all.cbegin(), half, {}, worth));
     ++m_dropped;
 }
 

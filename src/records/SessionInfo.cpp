@@ -13,8 +13,7 @@ constexpr qint64 kReferenceDate = 978'307'200'000;
 
 bool isListed(qint64 session, const QList<SessionInfo>& sessions)
 {
-    return std::any_of(sessions.cbegin(), sessions.cend(),
-                       [session](const SessionInfo& listed) { return listed.session == session; });
+    return std::ranges::find(sessions, session, &SessionInfo::session) != sessions.end();
 }
 
 double sessionDateNow()
