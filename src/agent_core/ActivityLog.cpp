@@ -86,11 +86,6 @@ ActivityLog::ActivityLog(MemoryFile kept, QObject* parent)
     if (m_kept.isOpen()) {
         readKept();
     }
-    listen();
-}
-
-void ActivityLog::listen()
-{
     const SessionList& sessions = AppDelegate::state().sessions;
     const AgentEvents& events = AppDelegate::state().events;
     const auto noteAs = [this](Kind kind) {

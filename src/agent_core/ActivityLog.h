@@ -42,7 +42,6 @@ Q_SIGNALS:
     void unseenChanged(bool hasUnseen);
 
 private:
-    void listen();
     void readKept();
     void keep(const QByteArray& record);
     void edit(const std::function<bool(Activity&)>& change);

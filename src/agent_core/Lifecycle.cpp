@@ -75,8 +75,6 @@ void note(const QString& message)
 
 std::unique_ptr<Client> AppDelegate::client;
 
-AgentState::AgentState() = default;
-
 AgentState::~AgentState()
 {
     qDeleteAll(messageInbox);
@@ -160,7 +158,9 @@ void AppDelegate::applicationDidFinishLaunching()
     makeWindows();
     systemTray();
     makeAdditions();
-    startTimers();
+    state().settingsShowTimer.start(Intervals::current().untilSettings);
+    requestStatusLater();
+    state().userTimer.start(Intervals::current().userUpdate);
 }
 
 void AppDelegate::readConsoleUser()
@@ -248,14 +248,6 @@ void AppDelegate::connectTimers()
         }
         updateUser();
     }));
-}
-
-void AppDelegate::startTimers()
-{
-    const Intervals& intervals = Intervals::current();
-    state().settingsShowTimer.start(intervals.untilSettings);
-    requestStatusLater();
-    state().userTimer.start(intervals.userUpdate);
 }
 
 void AppDelegate::requestStatusLater()

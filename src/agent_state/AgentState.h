@@ -69,7 +69,6 @@ Q_SIGNALS:
 
 // Main thread. Lives as long as the one AppDelegate object, which makes and deletes it.
 struct AgentState {
-    AgentState();
     ~AgentState();
 
     bool isManaged = true; // changes only when the settings file is read

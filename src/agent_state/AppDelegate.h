@@ -190,7 +190,6 @@ private:
     void startClient();
     void makeWindows();
     void connectTimers();
-    void startTimers();
     // Additions.cpp: those who listen, as children of this object.
     void makeAdditions();
     // AgentRequests.cpp: serves calls from the user's other programs, over the session bus. Once;
