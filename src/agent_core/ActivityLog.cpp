@@ -156,8 +156,7 @@ void ActivityLog::note(Activity activity, bool isOlder)
 
 void ActivityLog::noteRunning(const SessionInfo& session)
 {
-    const auto open = m_activities.openSessions();
-    if (std::none_of(open.cbegin(), open.cend(), [&](const Activity& listed) {
+    if (std::ranges::none_of(m_activities.openSessions(), [&](const Activity& listed) {
             return listed.session == session.session && listed.name == session.remoteControlUser;
         })) {
         note(activityOf(Kind::SessionBegan, session), true);

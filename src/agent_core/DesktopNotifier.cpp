@@ -58,20 +58,27 @@ QString text(const QStringList& lines)
     return shown.join(u'\n');
 }
 
+// The question, and that it has taken another one's place.
+QString questionText()
+{
+    const UserAcknowledgement& question = *AppDelegate::state().userAcknowledge;
+    const QString line = ShownText::line(question.question(), kLongestQuestion);
+    return question.replacesAnother ? line + u'\n' + labels().UserAck.replaced : line;
+}
+
 // The file that says that the user was told that no panel shows the icon.
 QString iconNote()
 {
     return FilePaths::userState(u"told-about-the-icon"_s);
 }
 
+// Takes as long as the home directory does. Where it can't be written the user is told again, in a
+// later run.
 void rememberIcon()
 {
-    Worker::run([] {
-        constexpr unsigned int kMode = 0600;
-        QDir().mkpath(QFileInfo(iconNote()).path());
-        // Where it can't be written the user is told again, in a later run.
-        [[maybe_unused]] const auto error = AtomicFile::write(iconNote(), {}, kMode);
-    });
+    constexpr unsigned int kMode = 0600;
+    QDir().mkpath(QFileInfo(iconNote()).path());
+    [[maybe_unused]] const auto error = AtomicFile::write(iconNote(), {}, kMode);
 }
 
 } // namespace
@@ -92,7 +99,7 @@ DesktopNotifier::DesktopNotifier(ActivityLog& log, QObject* parent)
     connect(&m_notifications, &Notifications::activated, this, &DesktopNotifier::open);
     connect(&m_notifications, &Notifications::taken, this, [](Place place) {
         if (place == Place::Icon) {
-            rememberIcon();
+            Worker::run(&rememberIcon);
         }
     });
     listen();
@@ -188,14 +195,6 @@ void DesktopNotifier::askQuestion()
     m_questionTimer.start();
     Announcements::say(labels().UserAck.user_ack_title + u'\n' + questionText(),
                        Announcements::About::Question);
-}
-
-// The question, and that it has taken another one's place.
-QString DesktopNotifier::questionText()
-{
-    const UserAcknowledgement& question = *AppDelegate::state().userAcknowledge;
-    const QString text = ShownText::line(question.question(), kLongestQuestion);
-    return question.replacesAnother ? text + u'\n' + labels().UserAck.replaced : text;
 }
 
 void DesktopNotifier::lookAtQuestion()

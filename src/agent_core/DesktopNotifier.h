@@ -41,7 +41,6 @@ private:
     // The dialog asks. A notification tells of it only while the dialog is not in sight, or when it
     // has not been answered for a while.
     void askQuestion();
-    [[nodiscard]] static QString questionText();
     void lookAtQuestion();
     void withdrawQuestion();
     // The service has withdrawn the question, and the user is told so. There is nothing to open.
