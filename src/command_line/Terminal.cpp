@@ -50,17 +50,13 @@ QString Terminal::text(QLatin1StringView key, const QStringList& values) const
     if (form.isEmpty()) {
         return ShownText::line((QStringList(QString(key)) + values).join(u' '), kLongestValue);
     }
-    QString result;
-    for (qsizetype place = 0; place < form.size(); ++place) {
-        const int number = form.at(place) == u'%' && place + 1 < form.size()
-                               ? form.at(place + 1).digitValue()
-                               : -1;
-        if (number >= 1 && number <= values.size()) {
-            result += ShownText::line(values.at(number - 1), kLongestValue);
-            ++place;
-        } else {
-            result += form.at(place);
-        }
+    const QStringList pieces = form.split(u'%');
+    QString result = pieces.constFirst();
+    for (const QString& piece : pieces.sliced(1)) {
+        const int number = piece.isEmpty() ? 0 : piece.front().digitValue();
+        const bool isPlace = number >= 1 && number <= values.size();
+        result += isPlace ? ShownText::line(values.at(number - 1), kLongestValue) + piece.sliced(1)
+                          : u'%' + piece;
     }
     return result;
 }
