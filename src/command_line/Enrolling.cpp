@@ -10,7 +10,6 @@
 
 #include <QStringList>
 
-#include <algorithm>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -19,27 +18,7 @@ namespace {
 
 constexpr unsigned int kMode = 0644;
 
-// None where the entry is neither a session code nor an account identifier.
-std::optional<BackendSettings> settingsOf(const QString& entry)
-{
-    for (const auto& settings : {BackendSettings{false, entry, {}, {}}, {true, {}, entry, {}}}) {
-        if (!settings.invalidEntry()) {
-            return settings;
-        }
-    }
-    return std::nullopt;
-}
-
-// How the settings file names a region; none for an unknown region.
-std::optional<QString> regionOf(const QString& name)
-{
-    if (name.isEmpty() || name == "production"_L1) {
-        return QString();
-    }
-    return name == "staging"_L1 || name == "testing"_L1 ? std::optional(name) : std::nullopt;
-}
-
-// Returns whether nothing went wrong.
+// Says what went wrong, if anything, and returns whether nothing did.
 bool succeeded(const Terminal& terminal, const QString& path, const std::optional<QString>& error)
 {
     if (error) {
@@ -56,30 +35,22 @@ bool isAsWritten(const QString& path)
            facts.group == 0 && facts.mode == kMode;
 }
 
-// The service's files of the account before.
-QStringList accountFiles()
-{
-    return {allowedSettingsPath(), olderSettingsPath()};
-}
-
-bool remove(const Terminal& terminal, const QString& path)
-{
-    return succeeded(terminal, path, AtomicFile::remove(path));
-}
-
 } // namespace
 
 int Enrolling::enrol(const Terminal& terminal, const Invocation& invocation)
 {
-    auto settings = settingsOf(invocation.value);
-    if (!settings) {
+    BackendSettings settings;
+    settings.managed = invocation.value.size() != 6; // no session code is longer or shorter
+    (settings.managed ? settings.accountId : settings.sessionCode) = invocation.value;
+    if (settings.invalidEntry()) {
         return terminal.printError("enrol.badEntry"_L1, {invocation.value}, Terminal::WrongUse);
     }
-    const auto platform = regionOf(invocation.region);
-    if (!platform) {
+    // The settings file does not name production.
+    const bool isProduction = invocation.region == "production"_L1;
+    settings.platform = isProduction ? QString() : invocation.region;
+    if (!QStringList{QString(), u"staging"_s, u"testing"_s}.contains(settings.platform)) {
         return terminal.printError("enrol.badRegion"_L1, {invocation.region}, Terminal::WrongUse);
     }
-    settings->platform = *platform;
     if (Account::uid() != 0) {
         return terminal.printError("enrol.onlyRoot"_L1);
     }
@@ -87,13 +58,17 @@ int Enrolling::enrol(const Terminal& terminal, const Invocation& invocation)
     if (isAsWritten(path) && readBackendSettings(path).settings == settings) {
         return terminal.say("enrol.same"_L1);
     }
-    const QByteArray bytes = (settingsPropertyList(*settings) + u'\n').toUtf8();
-    // In this order: after a failure the next try does not find the new settings.
-    const QStringList old = accountFiles();
-    const bool isDone = std::all_of(old.cbegin(), old.cend(),
-                                    [&](const QString& file) { return remove(terminal, file); }) &&
-                        succeeded(terminal, path, AtomicFile::write(path, bytes, kMode));
-    return isDone ? terminal.say("enrol.done"_L1) : Terminal::Failed;
+    const QByteArray bytes = (settingsPropertyList(settings) + u'\n').toUtf8();
+    // In this order: after a failure the next try does not find the new settings. First the
+    // service's files of the account before.
+    for (const QString& old : {allowedSettingsPath(), olderSettingsPath()}) {
+        if (!succeeded(terminal, old, AtomicFile::remove(old))) {
+            return Terminal::Failed;
+        }
+    }
+    return succeeded(terminal, path, AtomicFile::write(path, bytes, kMode))
+               ? terminal.say("enrol.done"_L1)
+               : Terminal::Failed;
 }
 
 int Enrolling::unenrol(const Terminal& terminal, const Invocation&)
@@ -103,18 +78,16 @@ int Enrolling::unenrol(const Terminal& terminal, const Invocation&)
     }
     bool isDone = true;
     bool wasEnrolled = false;
-    const QStringList paths = accountFiles() << backendSettingsPath();
-    for (const QString& path : paths) {
+    for (const QString& path :
+         {allowedSettingsPath(), olderSettingsPath(), backendSettingsPath()}) {
         const bool wasThere = FileFacts::of(path).kind != FileFacts::Kind::Missing;
-        if (!remove(terminal, path)) {
+        if (!succeeded(terminal, path, AtomicFile::remove(path))) {
             isDone = false;
         } else if (wasThere) {
             terminal.say("enrol.removed"_L1, {path});
             wasEnrolled = true;
         }
     }
-    if (!isDone) {
-        return Terminal::Failed;
-    }
-    return terminal.say(wasEnrolled ? "enrol.taken"_L1 : "enrol.none"_L1);
+    return isDone ? terminal.say(wasEnrolled ? "enrol.taken"_L1 : "enrol.none"_L1)
+                  : Terminal::Failed;
 }
