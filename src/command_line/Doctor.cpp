@@ -20,8 +20,6 @@
 #include <QRegularExpression>
 #include <QStorageInfo>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -76,11 +74,6 @@ bool checkReadable(Doctor& doctor, const QString& path, const FileFacts& facts)
     return isOrdinary && facts.isReadable;
 }
 
-bool isThere(const FileFacts& facts)
-{
-    return facts.kind != Kind::Missing && facts.kind != Kind::Hidden;
-}
-
 void checkPreferences(Doctor& doctor)
 {
     const QString path = FilePaths::library(u"Preferences/vantoryAgent"_s);
@@ -130,14 +123,10 @@ void checkSettings(Doctor& doctor)
 {
     const QString path = backendSettingsPath();
     const FileFacts facts = FileFacts::of(path);
-    if (facts.kind == Kind::Hidden) {
-        return; // the folder is the problem
-    }
-    if (facts.kind == Kind::Missing) {
+    if (facts.kind == Kind::Missing) { // if it is hidden, the folder is the problem
         doctor.warn("doctor.notEnrolled"_L1, {enrol()});
-        return;
     }
-    if (!checkReadable(doctor, path, facts)) {
+    if (!facts.isThere() || !checkReadable(doctor, path, facts)) {
         return;
     }
     constexpr unsigned int kWritableForOthers = 022;
@@ -158,7 +147,7 @@ void checkAllowedSettings(Doctor& doctor)
 {
     const QString path = allowedSettingsPath();
     const FileFacts facts = FileFacts::of(path);
-    if (isThere(facts) && checkReadable(doctor, path, facts) &&
+    if (facts.isThere() && checkReadable(doctor, path, facts) &&
         !allowedSettingsFrom(RegularFile::read(path).bytes)) {
         doctor.warn("doctor.allowedDamaged"_L1, {path});
     }
@@ -177,7 +166,7 @@ void checkLogs(Doctor& doctor)
     for (const QString& name : {u"/vantoryAgent.stdout"_s, u"/vantoryAgent.stderr"_s}) {
         const QString path = folder + name;
         const FileFacts file = FileFacts::of(path);
-        if (isThere(file) &&
+        if (file.isThere() &&
             (file.kind != Kind::Regular || file.hasOtherNames || (file.mode & 0666) != 0666)) {
             // -T: another account may have made a link to a directory there.
             doctor.warn("doctor.notALog"_L1,
@@ -217,12 +206,9 @@ void checkService(Doctor& doctor, const QStringList& arguments, const OemOptions
 // The application folder, and the options of those who ship and deploy the program.
 void checkInstallation(Doctor& doctor, const OemOptions& options)
 {
-    const QStringList keys = {u"CFBundleName"_s, u"CFBundleShortVersionString"_s,
-                              u"CFBundleVersion"_s};
-    const bool hasInfo = std::all_of(keys.cbegin(), keys.cend(), [](const QString& key) {
-        return MainBundle::infoText(key).has_value();
-    });
-    if (!hasInfo) {
+    if (!MainBundle::infoText(u"CFBundleName"_s) ||
+        !MainBundle::infoText(u"CFBundleShortVersionString"_s) ||
+        !MainBundle::infoText(u"CFBundleVersion"_s)) {
         doctor.warn("doctor.resource"_L1, {MainBundle::path() + u"/Info.plist"_s});
     }
     if (!isLanguageDocumentWhole()) {

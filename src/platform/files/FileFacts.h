@@ -7,7 +7,7 @@
 // What the file system says of a name, for a diagnosis of what is wrong with it. A symbolic link
 // is followed. Any thread.
 struct FileFacts {
-    enum class Kind {
+    enum class Kind { // first those that are not there
         Missing,
         Hidden, // in a folder that this process may not enter
         Regular,
@@ -16,6 +16,7 @@ struct FileFacts {
     };
 
     [[nodiscard]] static FileFacts of(const QString& path);
+    [[nodiscard]] bool isThere() const { return kind >= Kind::Regular; }
 
     Kind kind = Kind::Missing;
     std::uint32_t owner = 0; // UID and GID
