@@ -20,7 +20,6 @@
 #include <QLocale>
 #include <QSet>
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -211,35 +210,27 @@ int printHelp(const Terminal& terminal, const Invocation&)
     return Terminal::Done;
 }
 
-// The toolkit's own options, of which session managers, desktops and developers make use.
-void addToolkitOptions(QCommandLineParser& parser)
+void addOptions(QCommandLineParser& parser)
 {
-    for (const char* name : {"platform", "platformpluginpath", "platformtheme", "plugin", "display",
-                             "name", "title", "icon", "geometry", "qwindowgeometry", "qwindowtitle",
-                             "qwindowicon", "style", "stylesheet", "session", "font", "fn"}) {
-        parser.addOption(QCommandLineOption(QString::fromLatin1(name), QString(), u"value"_s));
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    for (const Option& option : kOptions) {
+        parser.addOption(QCommandLineOption(QString(option.name), QString(), option.value));
     }
-    for (const char* name : {"reverse", "sync", "nograb", "dograb", "widgetcount"}) {
-        parser.addOption(QCommandLineOption(QString::fromLatin1(name)));
-    }
-}
-
-QString optionName(const QString& argument)
-{
-    return argument.section(u'=', 0, 0);
+    parser.addOption(QCommandLineOption(u"kept"_s));
+    // The toolkit's own, of which session managers, desktops and developers make use: for the
+    // parser one option with many names.
+    parser.addOption({u"platform platformpluginpath platformtheme plugin display name title icon "
+                      "geometry qwindowgeometry qwindowtitle qwindowicon style stylesheet session "
+                      "font fn"_s.split(u' '),
+                      QString(), u"value"_s});
+    parser.addOption(QCommandLineOption(u"reverse sync nograb dograb widgetcount"_s.split(u' ')));
 }
 
 // Words that are no option belong to the agent ("port=N") or to nobody, and are no error.
 Invocation invocationOf(const QStringList& arguments)
 {
     QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    for (const Option& option : kOptions) {
-        parser.addOption(QCommandLineOption(QString(option.name), QString(), option.value));
-    }
-    parser.addOption(QCommandLineOption(u"kept"_s));
-    addToolkitOptions(parser);
-
+    addOptions(parser);
     Invocation invocation;
     invocation.arguments = arguments;
     const auto invalid = [&](const QString& option, QLatin1StringView error) {
@@ -249,14 +240,13 @@ Invocation invocationOf(const QStringList& arguments)
     };
     if (!parser.parse(QStringList(QString()) + arguments)) {
         const QStringList unknown = parser.unknownOptionNames();
-        const auto isOption = [&](const QString& argument) {
-            return argument.startsWith(u'-') &&
-                   (unknown.isEmpty() || optionName(argument).endsWith(unknown.constFirst()));
-        };
-        // The last one where a value is missing.
-        const auto at = std::find_if(arguments.crbegin(), arguments.crend(), isOption);
-        return invalid(at == arguments.crend() ? QString() : optionName(*at),
-                       unknown.isEmpty() ? "usage.wrongUse"_L1 : "usage.unknownOption"_L1);
+        QString wrong; // the last one where a value is missing
+        for (const QString& argument : arguments) {
+            const QString name = argument.section(u'=', 0, 0);
+            const bool isMeant = unknown.isEmpty() || name.endsWith(unknown.constFirst());
+            wrong = name.startsWith(u'-') && isMeant ? name : wrong;
+        }
+        return invalid(wrong, unknown.isEmpty() ? "usage.wrongUse"_L1 : "usage.unknownOption"_L1);
     }
     invocation.isJson = parser.isSet(u"json"_s);
     invocation.isKept = parser.isSet(u"kept"_s);
