@@ -17,11 +17,12 @@
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QList>
 #include <QLocale>
-#include <QSet>
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -136,12 +137,12 @@ int endSession(const Terminal& terminal, const Invocation& invocation)
                     : terminal.printError("end.unknown"_L1, {number});
 }
 
-QSet<qint64> sessionsIn(const QJsonObject& status)
+QList<qint64> sessionsIn(const QJsonObject& status)
 {
-    QSet<qint64> numbers;
+    QList<qint64> numbers;
     const QJsonArray sessions = status["sessions"_L1].toArray();
     for (const QJsonValue& session : sessions) {
-        numbers.insert(session["session"_L1].toInteger());
+        numbers.append(session["session"_L1].toInteger());
     }
     return numbers;
 }
@@ -152,7 +153,7 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     if (status.isEmpty()) {
         return terminal.printError("status.notRunning"_L1);
     }
-    const QSet<qint64> sessions = sessionsIn(status);
+    const QList<qint64> sessions = sessionsIn(status);
     bool isSilent = false;
     for (const qint64 session : sessions) {
         const auto isEnded = RunningAgent::endSession(session);
@@ -168,8 +169,9 @@ int endAllSessions(const Terminal& terminal, const Invocation&)
     constexpr std::chrono::seconds kUntilReported(5);
     std::this_thread::sleep_for(kUntilReported);
     const QJsonObject later = objectOf(RunningAgent::status());
-    const QSet<qint64> again = sessionsIn(later) & sessions;
-    for (const qint64 session : again) {
+    QList<qint64> again = sessionsIn(later);
+    again.removeIf([&](qint64 session) { return !sessions.contains(session); });
+    for (const qint64 session : std::as_const(again)) {
         terminal.printError("end.again"_L1, {QString::number(session)});
     }
     if (isSilent || later.isEmpty()) {
