@@ -54,7 +54,7 @@ void userAcknowledgement(const Received& received)
 {
     printLog(received.text);
     const QStringList pieces = received.payload.toString().split(u';', Qt::SkipEmptyParts);
-    const auto session = pieces.size() == 3 ? parseInteger64(pieces.at(0)) : std::nullopt;
+    const auto session = pieces.size() == 3 ? parseInteger<qint64>(pieces.at(0)) : std::nullopt;
     received.isDecoded = session.has_value();
     if (!session) {
         return;
@@ -86,8 +86,8 @@ void requestChat(const Received& received)
     if (pieces.size() < 2) {
         fatalState(u"request_chat= without a session"_s);
     }
-    const auto token = parseInteger32(pieces.at(0));
-    const auto session = parseInteger32(pieces.at(1));
+    const auto token = parseInteger<qint32>(pieces.at(0));
+    const auto session = parseInteger<qint32>(pieces.at(1));
     received.isDecoded = token && session;
     if (received.isDecoded) {
         AppDelegate::post(
@@ -134,7 +134,7 @@ constexpr Entry kEntries[] = {
     {Protocol::kDisconnectedSession,
      [](const Received& received) {
          printLog(u"session not connected"_s);
-         pass<&parseInteger64, &AppDelegate::sessionDisconnected>(received);
+         pass<&parseInteger<qint64>, &AppDelegate::sessionDisconnected>(received);
      }},
     {Protocol::kCloseAcknowledgement,
      [](const Received& received) {
@@ -143,7 +143,7 @@ constexpr Entry kEntries[] = {
      }},
     {Protocol::kReceiveMessage, &pass<&decode_message, &AppDelegate::showMessageInbox>},
     {Protocol::kRequestChat, &requestChat},
-    {Protocol::kCloseChat, &pass<&parseInteger32, &AppDelegate::closeChat>},
+    {Protocol::kCloseChat, &pass<&parseInteger<qint32>, &AppDelegate::closeChat>},
     {Protocol::kReceiveChat, &pass<&decode_chat_message, &AppDelegate::receiveChat>},
     {Protocol::kChatJoinedMember, &pass<&decode_chat_member, &AppDelegate::chatMemberJoined>},
     {Protocol::kChatLeftMember, &pass<&decode_chat_member, &AppDelegate::chatMemberLeft>},

@@ -20,6 +20,6 @@ std::optional<BackendSettings::Entry> BackendSettings::invalidEntry() const
         return isAccountId(accountId) ? std::nullopt : std::optional(Entry::AccountId);
     }
     // One of the six characters may be a sign.
-    const bool isCode = sessionCode.size() == 6 && parseInteger32(sessionCode);
+    const bool isCode = sessionCode.size() == 6 && parseInteger<qint32>(sessionCode);
     return isCode ? std::nullopt : std::optional(Entry::SessionCode);
 }

@@ -3,8 +3,6 @@
 #include "localisation/Numbers.h"
 #include "settings/OemOptions.h"
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 PortArgument PortArgument::of(const QStringList& arguments)
@@ -13,10 +11,8 @@ PortArgument PortArgument::of(const QStringList& arguments)
     PortArgument result;
     for (const QString& argument : arguments) {
         if (argument.startsWith(prefix)) {
-            const auto number = parseInteger64(QStringView(argument).sliced(prefix.size()));
-            const bool isPort = number && std::in_range<quint16>(*number);
-            result.port = isPort ? std::optional(static_cast<quint16>(*number)) : std::nullopt;
-            result.invalid = isPort ? QString() : argument;
+            result.port = parseInteger<quint16>(QStringView(argument).sliced(prefix.size()));
+            result.invalid = result.port ? QString() : argument;
         }
     }
     return result;

@@ -27,10 +27,10 @@ private Q_SLOTS:
 
     void integers()
     {
-        QCOMPARE(parseInteger64(u"-9223372036854775808"), std::numeric_limits<qint64>::min());
-        QVERIFY(!parseInteger32(u"2147483648"));
+        QCOMPARE(parseInteger<qint64>(u"-9223372036854775808"), std::numeric_limits<qint64>::min());
+        QVERIFY(!parseInteger<qint32>(u"2147483648"));
         for (const char* const bad : {"", " 5", "5\n", "5.0", "\u0665", "9223372036854775808"}) {
-            QVERIFY2(!parseInteger64(QString::fromUtf8(bad)), bad);
+            QVERIFY2(!parseInteger<qint64>(QString::fromUtf8(bad)), bad);
         }
     }
 
