@@ -49,8 +49,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const QString line = ShownText::line(text, count);
     requireSafe(ShownText::line(text) + u'a' + line, u'a');
     require(line.size() <= count + 1, "a line is as long as it may be");
-    const QString item = ShownText::menuItem(text, count);
-    require(QString(item).remove("&&"_L1).count(u'&') == 0, "no letter of a menu is a shortcut");
     const QString tip = ShownText::toolTip(text);
     requireSafe(tip, u'\n');
     const bool isMarkup = tip.startsWith("<p style="_L1) && tip.count(u'<') == 2;

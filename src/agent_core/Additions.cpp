@@ -1,9 +1,9 @@
 #include "agent_core/ActivityLog.h"
 #include "agent_core/DesktopNotifier.h"
 #include "agent_state/AppDelegate.h"
-#include "localisation/ShownText.h"
 #include "platform/desktop/Announcements.h"
 #include "platform/desktop/BundleImages.h"
+#include "window_kit/Mnemonics.h"
 #include "windows/ConnectionStatus.h"
 
 #include <QAction>
@@ -16,8 +16,8 @@ namespace {
 // A line at the menu's end, which is shown only while there is something to do.
 QAction* addHiddenItem(const QString& symbol, const QString& title)
 {
-    QAction* const item = AppDelegate::state().statusBarMenu->addAction(
-        BundleImages::icon(symbol), ShownText::menuItem(title, title.size()));
+    QAction* const item = AppDelegate::state().statusBarMenu->addAction(BundleImages::icon(symbol),
+                                                                        Mnemonics::plain(title));
     item->setVisible(false);
     return item;
 }

@@ -6,6 +6,7 @@
 #include "platform/files/MainBundle.h"
 #include "platform/processes/ChildProcess.h"
 #include "platform/threads/Worker.h"
+#include "window_kit/Mnemonics.h"
 #include "window_kit/Pictures.h"
 #include "window_kit/WindowRules.h"
 #include "windows/AboutController.h"
@@ -73,7 +74,7 @@ public:
 // Changes the item in place: a panel may have the menu open. It is told only of changes.
 void updateItem(QAction* item, const QString& title, const QString& symbol)
 {
-    item->setText(ShownText::menuItem(title, kLongestItem));
+    item->setText(Mnemonics::plain(ShownText::line(title, kLongestItem)));
     item->setToolTip(title.size() > kLongestItem ? ShownText::toolTip(title) : QString());
     const QIcon icon = BundleImages::icon(symbol);
     if (icon.cacheKey() != item->icon().cacheKey()) {
@@ -114,7 +115,8 @@ void AppDelegate::systemTray()
     }
     const JsonData::Info titles = labels().value_or(JsonData::Info());
 
-    auto menu = std::make_unique<QMenu>(ShownText::menuItem(options.oemName, kLongestItem));
+    auto menu =
+        std::make_unique<QMenu>(Mnemonics::plain(ShownText::line(options.oemName, kLongestItem)));
     menu->setToolTipsVisible(true);
     auto* const style = new MenuStyle;
     style->setParent(menu.get());

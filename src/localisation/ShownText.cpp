@@ -174,11 +174,6 @@ QString ShownText::line(const QString& text, qsizetype longest)
     return start(text, u' ', longest);
 }
 
-QString ShownText::menuItem(const QString& text, qsizetype longest)
-{
-    return line(text, longest).replace(u'&', "&&"_L1);
-}
-
 QString ShownText::toolTip(const QString& text)
 {
     QString tip = start(text, u'\n', kLongestToolTip);

@@ -6,8 +6,8 @@
 
 // Text from outside (names, messages), made safe to show. Any thread.
 //
-// In what shown(), line(), menuItem() and toolTip() return, control characters, halves of surrogate
-// pairs and the characters that the text engine keeps for itself are replacement characters.
+// In what shown(), line() and toolTip() return, control characters, halves of surrogate pairs and
+// the characters that the text engine keeps for itself are replacement characters.
 // Explicit direction changes (UAX #9: embeddings, overrides, isolates) are removed, so that text is
 // read in the order in which it was written, and so are combining marks beyond eight in a row,
 // which would be painted over the lines around.
@@ -26,9 +26,6 @@ namespace ShownText {
 
 // Likewise, at most so many UTF-16 code units, then '…'. It is cut between two characters.
 [[nodiscard]] QString line(const QString& text, qsizetype longest);
-
-// Likewise for a menu, where a single '&' would mark a shortcut.
-[[nodiscard]] QString menuItem(const QString& text, qsizetype longest);
 
 // For tool tips, which guess whether a text is markup and do not break the lines of plain text.
 // Up to 20 line breaks stay, more are shown as '↵'; long lines are wrapped, and what goes beyond
