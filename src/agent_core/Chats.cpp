@@ -71,7 +71,7 @@ bool evictChatIfFull()
                 return (mustHaveEnded ? window->hasEnded() : !window->isVisible()) &&
                        !window->isActiveWindow();
             };
-            if (std::all_of(windows.cbegin(), windows.cend(), canGo)) {
+            if (std::ranges::all_of(windows, canGo)) {
                 if (chat->isVisible()) {
                     reportClosed(chat->token); // else the service has been told
                 }

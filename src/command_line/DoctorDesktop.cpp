@@ -51,7 +51,7 @@ void warnOfPanel(Doctor& doctor, const QStringList& desktopNames)
     }
     if (isDesktop("GNOME"_L1)) {
         doctor.warn("doctor.noPanelGnome"_L1, {u"gnome-shell-extension-appindicator"_s});
-    } else if (std::any_of(std::begin(kBare), std::end(kBare), isDesktop)) {
+    } else if (std::ranges::any_of(kBare, isDesktop)) {
         doctor.warn("doctor.noPanelBar"_L1);
     } else {
         doctor.warn("doctor.noPanel"_L1);

@@ -156,7 +156,7 @@ QString breakable(QStringView text)
 bool ShownText::isSeen(QStringView name)
 {
     const auto start = name.first(std::min<qsizetype>(name.size(), 16)).toUcs4().mid(0, 8);
-    return std::any_of(start.cbegin(), start.cend(), &leavesInk);
+    return std::ranges::any_of(start, &leavesInk);
 }
 
 QString ShownText::shown(const QString& text)

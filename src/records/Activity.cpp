@@ -70,9 +70,8 @@ QJsonObject Activity::toJson() const
 
 std::optional<Activity> Activity::fromJson(const QJsonObject& json)
 {
-    const auto* const kind =
-        std::find_if(std::begin(kKinds), std::end(kKinds),
-                     [&](const auto& known) { return json["kind"_L1].toString() == known.name; });
+    const auto* const kind = std::ranges::find_if(
+        kKinds, [&](const auto& known) { return json["kind"_L1].toString() == known.name; });
     const auto* const by =
         std::find(std::begin(kAnswerers), std::end(kAnswerers), json["by"_L1].toString(u"user"_s));
     Activity activity;
