@@ -21,135 +21,80 @@ namespace {
 
 using Info = JsonData::Info;
 
-struct Label {
-    const char16_t* section;
-    const char16_t* key;
-    QString& (*field)(Info&);
-    const char16_t* english; // what stands for it in a document that lacks it; null: none may
+// A section of the labels of one language.
+struct Section {
+    QStringView name;
+    QList<QStringView> keys;
+    QList<QString*> fields;
 };
 
-#define LABEL_AS(section, key, field, english)                                                     \
-    Label                                                                                          \
-    {                                                                                              \
-        u## #section, u## #key, [](Info& info) -> QString& { return info.section.field; }, english \
-    }
-#define LABEL(section, key) LABEL_AS(section, key, key, nullptr)
-#define EXTRA(section, key, english) LABEL_AS(section, key, key, english)
+// In the document's order, and then ours.
+QList<Section> sectionsOf(Info& labels)
+{
+    const auto section = [](auto& texts) {
+        return Section{texts.kName, QStringView(texts.kKeys).split(u", "), texts.fields()};
+    };
+    return {section(labels.Common),   section(labels.MainMenu),   section(labels.Main),
+            section(labels.UserAck),  section(labels.Connection), section(labels.About),
+            section(labels.Message),  section(labels.Chat),       section(labels.Settings),
+            section(labels.Security), section(labels.error),      section(labels.Activity)};
+}
 
-// In the document's order; those that a document may lack come behind.
-const Label kLabels[] = {
-    LABEL(Common, quit),
-    LABEL(Common, select),
-    LABEL(Common, cancel),
-    LABEL(Common, apply),
-    LABEL(Common, start),
-    LABEL(Common, restart),
-    LABEL(Common, refresh),
-    LABEL(Common, terminate),
-    LABEL(Common, ok),
-    LABEL(Common, reset),
-    LABEL(Common, reject),
-    LABEL(Common, accept),
-    LABEL(Common, _import),
-    LABEL_AS(Common, export, export_, nullptr),
-    LABEL(Common, send),
-    LABEL(Common, update),
-    LABEL(MainMenu, permissions),
-    LABEL(MainMenu, connection),
-    LABEL(MainMenu, settings),
-    LABEL(MainMenu, status),
-    LABEL(Main, agent),
-    LABEL(Main, control),
-    LABEL(UserAck, user_ack_title),
-    LABEL(UserAck, user_ack_desc),
-    LABEL(Connection, agent),
-    LABEL(Connection, ready),
-    LABEL(Connection, account_invalid),
-    LABEL(Connection, no_gateway),
-    LABEL(Connection, conn_status_title),
-    LABEL(Connection, device),
-    LABEL(Connection, abort_connection_label),
-    LABEL(About, about),
-    LABEL(About, agent),
-    LABEL(About, version),
-    LABEL(About, build),
-    LABEL(Message, received),
-    LABEL(Message, from),
-    LABEL(Message, automatic),
-    LABEL(Message, seconds),
-    LABEL(Chat, chat),
-    LABEL(Chat, joined),
-    LABEL(Chat, left),
-    LABEL(Settings, managed),
-    LABEL(Settings, sessionCode),
-    LABEL(Settings, accountId),
-    LABEL(Settings, platform),
-    LABEL(Security, username),
-    LABEL(Security, password),
-    LABEL(error, regionTitle),
-    LABEL(error, regionMsg1),
-    LABEL(error, regionMsg2),
-    LABEL(error, accountIdTitle),
-    LABEL(error, accountIdMsg),
-    LABEL(error, sessionCodeTitle),
-    LABEL(error, sessionCodeMsg),
-    EXTRA(UserAck, replaced, u"This request takes the place of the one before."),
-    EXTRA(UserAck, withdrawn, u"The request was withdrawn"),
-    EXTRA(Connection, endAll, u"End all sessions"),
-    EXTRA(Connection, inSession, u"In session"),
-    EXTRA(Connection, notEnded, u"Not ended"),
-    EXTRA(Connection, session, u"Session %1"),
-    EXTRA(Connection, noIcon, u"No panel shows the agent’s icon"),
-    EXTRA(
-        Connection, noIconHow,
+// What stands for the keys that a document may lack. It may not lack those that are empty here.
+Info textsOfOurs()
+{
+    Info labels;
+    labels.UserAck.replaced = u"This request takes the place of the one before."_s;
+    labels.UserAck.withdrawn = u"The request was withdrawn"_s;
+    labels.Connection.endAll = u"End all sessions"_s;
+    labels.Connection.inSession = u"In session"_s;
+    labels.Connection.notEnded = u"Not ended"_s;
+    labels.Connection.session = u"Session %1"_s;
+    labels.Connection.noIcon = u"No panel shows the agent’s icon"_s;
+    labels.Connection.noIconHow =
         u"The icon says who is in session. To see it, add a system tray to the panel, or in GNOME "
         u"switch on the extension AppIndicator. “vantory Agent”, started again, opens its window "
-        u"at any time."),
-    EXTRA(Message, information, u"Information"),
-    EXTRA(Message, question, u"Question"),
-    EXTRA(Message, caution, u"Caution"),
-    EXTRA(Message, stop, u"Important warning"),
-    EXTRA(Message, more, u"%1 earlier messages were closed"),
-    EXTRA(Message, one, u"An earlier message was closed"),
-    EXTRA(Chat, transcript, u"Conversation"),
-    EXTRA(Chat, field, u"Message"),
-    EXTRA(Settings, unlock, u"Unlock"),
-    EXTRA(Settings, lock, u"Lock"),
-    EXTRA(Settings, locked, u"Locked: only an administrator can change these settings."),
-    EXTRA(Settings, fixed, u"These settings can’t be changed on this computer."),
-    EXTRA(Security, wrong, u"The name or the password is wrong."),
-    EXTRA(Security, checking, u"Checking…"),
-    EXTRA(Activity, title, u"What happened"),
-    EXTRA(Activity, away, u"While you were away"),
-    EXTRA(Activity, began, u"Session began"),
-    EXTRA(Activity, ended, u"Session ended"),
-    EXTRA(Activity, notEnded, u"Session has not ended"),
-    EXTRA(Activity, accepted, u"Request accepted on your behalf"),
-    EXTRA(Activity, acceptedByYou, u"You accepted a request"),
-    EXTRA(Activity, declined, u"You declined a request"),
-    EXTRA(Activity, waits, u"A request waits for your answer"),
-    EXTRA(Activity, message, u"Message"),
-    EXTRA(Activity, command, u"Command"),
-    EXTRA(Activity, running, u"Running"),
-    EXTRA(Activity, status, u"Status"),
-    EXTRA(Activity, time, u"Time"),
-    EXTRA(Activity, event, u"Event"),
-    EXTRA(Activity, details, u"Details"),
-    EXTRA(Activity, since, u"Listed since"),
-    EXTRA(Activity, earlier, u"Earlier entries that are not shown"),
-};
-
-#undef EXTRA
-#undef LABEL
-#undef LABEL_AS
-
-using InfoField = Info JsonData::*;
+        u"at any time."_s;
+    labels.Message.information = u"Information"_s;
+    labels.Message.question = u"Question"_s;
+    labels.Message.caution = u"Caution"_s;
+    labels.Message.stop = u"Important warning"_s;
+    labels.Message.more = u"%1 earlier messages were closed"_s;
+    labels.Message.one = u"An earlier message was closed"_s;
+    labels.Chat.transcript = u"Conversation"_s;
+    labels.Chat.field = u"Message"_s;
+    labels.Settings.unlock = u"Unlock"_s;
+    labels.Settings.lock = u"Lock"_s;
+    labels.Settings.locked = u"Locked: only an administrator can change these settings."_s;
+    labels.Settings.fixed = u"These settings can’t be changed on this computer."_s;
+    labels.Security.wrong = u"The name or the password is wrong."_s;
+    labels.Security.checking = u"Checking…"_s;
+    labels.Activity.title = u"What happened"_s;
+    labels.Activity.away = u"While you were away"_s;
+    labels.Activity.began = u"Session began"_s;
+    labels.Activity.ended = u"Session ended"_s;
+    labels.Activity.notEnded = u"Session has not ended"_s;
+    labels.Activity.accepted = u"Request accepted on your behalf"_s;
+    labels.Activity.acceptedByYou = u"You accepted a request"_s;
+    labels.Activity.declined = u"You declined a request"_s;
+    labels.Activity.waits = u"A request waits for your answer"_s;
+    labels.Activity.message = u"Message"_s;
+    labels.Activity.command = u"Command"_s;
+    labels.Activity.running = u"Running"_s;
+    labels.Activity.status = u"Status"_s;
+    labels.Activity.time = u"Time"_s;
+    labels.Activity.event = u"Event"_s;
+    labels.Activity.details = u"Details"_s;
+    labels.Activity.since = u"Listed since"_s;
+    labels.Activity.earlier = u"Earlier entries that are not shown"_s;
+    return labels;
+}
 
 struct Record {
     const char16_t* key;    // in the documents
     const char16_t* prefix; // of the user's preference
     Language language;
-    InfoField info;
+    Info JsonData::*info;
 };
 
 // The first stands for a language that has none.
@@ -165,9 +110,7 @@ const Record kRecords[] = {
 
 const Record& recordOf(Language language)
 {
-    const auto* const found =
-        std::find_if(std::begin(kRecords), std::end(kRecords),
-                     [&](const Record& record) { return record.language == language; });
+    const auto* const found = std::ranges::find(kRecords, language, &Record::language);
     return found == std::end(kRecords) ? kRecords[0] : *found;
 }
 
@@ -191,14 +134,18 @@ Decoded decode(const QByteArray& bytes)
     for (const Record& record : kRecords) {
         const QString language = QString::fromUtf16(record.key);
         const QJsonObject info = root->value(language).toObject();
-        for (const auto& [section, key, field, english] : kLabels) {
-            const QJsonValue text =
-                info.value(QStringView(section)).toObject().value(QStringView(key));
-            if (!text.isString() && english == nullptr) {
-                return {nullptr, u"no text at %1.%2.%3"_s.arg(language, QString::fromUtf16(section),
-                                                              QString::fromUtf16(key))};
+        Info& labels = (*document).*record.info;
+        labels = textsOfOurs();
+        for (const auto& [name, keys, fields] : sectionsOf(labels)) {
+            const QJsonObject section = info.value(name).toObject();
+            for (qsizetype i = 0; i < fields.size(); ++i) {
+                const QStringView key = keys[i] == u"export_" ? QStringView(u"export") : keys[i];
+                const QJsonValue text = section.value(key);
+                if (!text.isString() && fields[i]->isEmpty()) {
+                    return {nullptr, u"no text at %1.%2.%3"_s.arg(language, name, key)};
+                }
+                *fields[i] = text.toString(*fields[i]);
             }
-            field((*document).*record.info) = text.toString(QString::fromUtf16(english));
         }
     }
     return {std::move(document), QString()};
@@ -297,10 +244,7 @@ bool isLanguageDocumentWhole()
 
 JsonData::Info englishFallback()
 {
-    JsonData::Info labels;
-    for (const Label& label : kLabels) {
-        label.field(labels) = QString::fromUtf16(label.english);
-    }
+    JsonData::Info labels = textsOfOurs();
     labels.Common.cancel = u"Cancel"_s;
     labels.Common.ok = u"OK"_s;
     labels.MainMenu.settings = u"Settings"_s;

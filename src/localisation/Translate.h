@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -11,55 +12,48 @@
 // lists its records in another one.
 enum class Language { English, French, Italian, Spanish, German, Korean, Portuguese };
 
+// A section of one language's labels: VANTORY_LABEL_SECTION(Main, agent, control) is a structure
+// Main of two texts, which knows what it and its fields are called, and a field Main of that type.
+// Sections and fields bear the names of the document's keys. Only "export" is a word that the
+// language keeps for itself, so its field has an underscore behind it.
+#define VANTORY_LABEL_SECTION(section, ...)                                                        \
+    struct section {                                                                               \
+        static constexpr auto kName = u"" #section;                                                \
+        static constexpr auto kKeys = u"" #__VA_ARGS__;                                            \
+        QString __VA_ARGS__;                                                                       \
+        [[nodiscard]] QList<QString*> fields() { return pointersTo(__VA_ARGS__); }                 \
+    } section
+
 // The language label document: every text that the user sees, in seven languages side by side.
-// Sections and fields bear their keys' names, oddities included ("error" in lower case, "_import"
-// with its underscore): the keys are the installation's, which supplies the document. Only "export"
-// is a word that the language keeps for itself, so its field has an underscore behind it.
+// Oddities of sections and keys stay ("error" in lower case, "_import" with its underscore): they
+// are the installation's, which supplies the document.
 struct JsonData {
     // One language.
     struct Info {
-        struct Common {
-            QString quit, select, cancel, apply, start, restart, refresh, terminate, ok, reset,
-                reject, accept, _import, export_, send, update;
-        } Common;
-        struct MainMenu {
-            QString permissions, connection, settings, status;
-        } MainMenu;
-        struct Main {
-            QString agent, control;
-        } Main;
-        struct UserAck {
-            QString user_ack_title, user_ack_desc, replaced, withdrawn;
-        } UserAck;
-        struct Connection {
-            QString agent, ready, account_invalid, no_gateway, conn_status_title, device,
-                abort_connection_label, endAll, inSession, notEnded, session, noIcon, noIconHow;
-        } Connection;
-        struct About {
-            QString about, agent, version, build;
-        } About;
-        struct Message {
-            QString received, from, automatic, seconds, information, question, caution, stop,
-                more, // "%1" stands for a number
-                one;
-        } Message;
-        struct Chat {
-            QString chat, joined, left, transcript, field;
-        } Chat;
-        struct Settings {
-            QString managed, sessionCode, accountId, platform, unlock, lock, locked, fixed;
-        } Settings;
-        struct Security {
-            QString username, password, wrong, checking;
-        } Security;
-        struct Activity {
-            QString title, away, began, ended, notEnded, accepted, acceptedByYou, declined, waits,
-                message, command, running, status, time, event, details, since, earlier;
-        } Activity;
-        struct error {
-            QString regionTitle, regionMsg1, regionMsg2, accountIdTitle, accountIdMsg,
-                sessionCodeTitle, sessionCodeMsg;
-        } error;
+        VANTORY_LABEL_SECTION(Common, quit, select, cancel, apply, start, restart, refresh,
+                              terminate, ok, reset, reject, accept, _import, export_, send, update);
+        VANTORY_LABEL_SECTION(MainMenu, permissions, connection, settings, status);
+        VANTORY_LABEL_SECTION(Main, agent, control);
+        VANTORY_LABEL_SECTION(UserAck, user_ack_title, user_ack_desc, replaced, withdrawn);
+        VANTORY_LABEL_SECTION(Connection, agent, ready, account_invalid, no_gateway,
+                              conn_status_title, device, abort_connection_label, endAll, inSession,
+                              notEnded, session, noIcon, noIconHow);
+        VANTORY_LABEL_SECTION(About, about, agent, version, build);
+        // In "more", "%1" stands for a number.
+        VANTORY_LABEL_SECTION(Message, received, from, automatic, seconds, information, question,
+                              caution, stop, more, one);
+        VANTORY_LABEL_SECTION(Chat, chat, joined, left, transcript, field);
+        VANTORY_LABEL_SECTION(Settings, managed, sessionCode, accountId, platform, unlock, lock,
+                              locked, fixed);
+        VANTORY_LABEL_SECTION(Security, username, password, wrong, checking);
+        VANTORY_LABEL_SECTION(Activity, title, away, began, ended, notEnded, accepted,
+                              acceptedByYou, declined, waits, message, command, running, status,
+                              time, event, details, since, earlier);
+        VANTORY_LABEL_SECTION(error, regionTitle, regionMsg1, regionMsg2, accountIdTitle,
+                              accountIdMsg, sessionCodeTitle, sessionCodeMsg);
+
+    private:
+        static QList<QString*> pointersTo(auto&... fields) { return {&fields...}; }
     };
 
     Info En, Fr, Es, It, Ge, Ko, Pt;
