@@ -4,6 +4,7 @@
 #include "platform/accounts/LocalAccounts.h"
 #include "platform/processes/ChildProcess.h"
 #include "platform/processes/SecretText.h"
+#include "platform/processes/SystemPrograms.h"
 #include "settings/SettingsFile.h"
 
 #include <QFile>
@@ -15,12 +16,12 @@
 #include <vector>
 
 using namespace Qt::StringLiterals;
+using namespace SystemPrograms;
 
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr QStringView kSudo = u"/usr/bin/sudo";
 constexpr std::chrono::minutes kLongestShell(1);
 
 using Pieces = std::vector<QStringView>;
@@ -56,7 +57,7 @@ void runInShell(QString script, const QString& purpose)
 {
     ChildProcess::Options options = {.input = script.toUtf8(), .limit = kLongestShell};
     const auto result =
-        ChildProcess::run(u"/bin/bash"_s, PrivilegedSettings::shellArguments(), options);
+        ChildProcess::run(kBash.toString(), PrivilegedSettings::shellArguments(), options);
     SecretText::wipe(options.input);
     SecretText::wipe(script);
     if (!result.status) {
@@ -85,15 +86,14 @@ bool authenticateLocalAdminUser(const QString& username, const QString& password
 
 void PrivilegedSettings::removeAsRoot(const Credentials& credentials, const QString& path)
 {
-    runInShell(asRoot(credentials, {{u"/bin/rm \"", path, u"\""}}), u"remove the settings"_s);
+    runInShell(asRoot(credentials, {{kRm, u" \"", path, u"\""}}), u"remove the settings"_s);
 }
 
 void PrivilegedSettings::createSettingsPlistAsRoot(const Credentials& credentials,
                                                    const BackendSettings& setting)
 {
-    const QString usual = u"/usr/sbin/chown"_s;
-    const QString chown = QFile::exists(usual) ? usual : u"/usr/bin/chown"_s;
-    runInShell(writing(credentials, settingsPropertyList(setting), backendSettingsPath(), chown),
+    runInShell(writing(credentials, settingsPropertyList(setting), backendSettingsPath(),
+                       SystemPrograms::chown()),
                u"write the settings"_s);
 }
 
@@ -123,5 +123,5 @@ QString PrivilegedSettings::writing(const Credentials& credentials, const QStrin
                                     const QString& path, const QString& chown)
 {
     return asRoot(credentials,
-                  {{u"/bin/echo \"", text, u"\" > ", path, u" ; "}, {chown, u" root  ", path}});
+                  {{kEcho, u" \"", text, u"\" > ", path, u" ; "}, {chown, u" root  ", path}});
 }

@@ -2,6 +2,7 @@
 
 #include "logging/Logs.h"
 #include "platform/processes/ChildProcess.h"
+#include "platform/processes/SystemPrograms.h"
 
 #include <QFileInfo>
 
@@ -17,8 +18,8 @@ enum class StatusLog { Written, Omitted };
 RemoteCommands::Started startShell(const QString& script, StatusLog statusLog)
 {
     // The last argument is the script's name in the shell's own messages.
-    const auto child =
-        ChildProcess::start(u"/bin/sh"_s, {u"-c"_s, script, u"&"_s}, {.endsWithProgram = true});
+    const auto child = ChildProcess::start(SystemPrograms::kSh.toString(),
+                                           {u"-c"_s, script, u"&"_s}, {.endsWithProgram = true});
     const auto wait = [child, statusLog] {
         const auto result = ChildProcess::wait(child);
         if (!result.status) {

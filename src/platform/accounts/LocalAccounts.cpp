@@ -4,6 +4,7 @@
 #include "platform/accounts/AccountDatabase.h"
 #include "platform/processes/ChildProcess.h"
 #include "platform/processes/SecretText.h"
+#include "platform/processes/SystemPrograms.h"
 
 #include <QByteArray>
 
@@ -96,9 +97,10 @@ bool doesPamAccept(const QByteArray& name, QByteArray& password)
 bool doesSuAccept(const QByteArray& name, const QByteArray& password)
 {
     ChildProcess::Options options = {.input = password + '\n', .limit = kLongestAnswer};
-    const auto result = ChildProcess::run(
-        u"/bin/su"_s, {u"-s"_s, u"/bin/sh"_s, u"-c"_s, u":"_s, u"--"_s, QString::fromUtf8(name)},
-        options);
+    const auto result = ChildProcess::run(SystemPrograms::kSu.toString(),
+                                          {u"-s"_s, SystemPrograms::kSh.toString(), u"-c"_s, u":"_s,
+                                           u"--"_s, QString::fromUtf8(name)},
+                                          options);
     SecretText::wipe(options.input);
     return result.status == 0;
 }
