@@ -37,8 +37,7 @@ void Journal::send(Priority priority, const Fields& fields)
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     const QByteArray path = QFile::encodeName(FilePaths::system(u"/run/systemd/journal/socket"_s));
-    // Not connected, so it serves a journal that has started anew, too.
-    static const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!socket.isOpen() || path.size() >= qsizetype(sizeof address.sun_path)) {
         return;
     }
