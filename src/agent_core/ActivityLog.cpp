@@ -21,7 +21,7 @@ Activity activityOf(Kind kind, const SessionInfo& session)
 {
     const bool hasDate = kind == Kind::SessionBegan && session.sessionDate.value_or(-1) >= 0;
     return {.kind = kind,
-            .time = hasDate ? sessionDateTime(*session.sessionDate).toLocalTime() : QDateTime(),
+            .time = hasDate ? sessionDateTime(*session.sessionDate) : QDateTime(),
             .session = session.session,
             .name = session.remoteControlUser};
 }
@@ -138,7 +138,7 @@ void ActivityLog::edit(const std::function<bool(Activity&)>& change)
 void ActivityLog::note(Activity activity, bool isOlder)
 {
     if (!activity.time.isValid()) {
-        activity.time = QDateTime::currentDateTime();
+        activity.time = QDateTime::currentDateTimeUtc();
     }
     for (QString* const text : {&activity.name, &activity.text}) {
         if (text->size() > kLongestText) {

@@ -241,7 +241,7 @@ void DesktopNotifier::tellAbsence(const QList<Activity>& activities)
         if (activity.kind == Kind::Command) {
             commands.append(activity.text);
         } else {
-            lines.append(ShownText::line(activity.time.toString(u"HH:mm "_s) +
+            lines.append(ShownText::line(activity.time.toLocalTime().toString(u"HH:mm "_s) +
                                              activity.event(texts) + u": "_s + activity.details(),
                                          kLongestLine));
         }

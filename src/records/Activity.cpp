@@ -75,8 +75,7 @@ std::optional<Activity> Activity::fromJson(const QJsonObject& json)
     const auto* const by =
         std::find(std::begin(kAnswerers), std::end(kAnswerers), json["by"_L1].toString(u"user"_s));
     Activity activity;
-    activity.time =
-        QDateTime::fromString(json["time"_L1].toString(), Qt::ISODateWithMs).toLocalTime();
+    activity.time = QDateTime::fromString(json["time"_L1].toString(), Qt::ISODateWithMs);
     if (kind == std::end(kKinds) || by == std::end(kAnswerers) || !activity.time.isValid()) {
         return std::nullopt;
     }

@@ -29,8 +29,9 @@ constexpr int kDetails = 2; // the column
 constexpr std::chrono::milliseconds kGathering(100);
 
 // Today's without the date. Short, so that names have room beside it.
-QString timeText(const QDateTime& time)
+QString timeText(const QDateTime& utc)
 {
+    const QDateTime time = utc.toLocalTime();
     return time.date() == QDate::currentDate()
                ? time.toString(u"HH:mm:ss"_s)
                : QLocale(preferredLanguages().constFirst()).toString(time, QLocale::ShortFormat);
