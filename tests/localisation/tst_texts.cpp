@@ -71,7 +71,9 @@ private Q_SLOTS:
         QVERIFY(writeFile(app, "#!/bin/sh\nsleep $1\n: > \"$0.done\"\n"));
         QFile::setPermissions(app, QFile::ReadOwner | QFile::ExeOwner);
         const auto statusOf = [](const QString& line) {
-            return RemoteCommands::executeCommand(line).wait();
+            int result = -1;
+            RemoteCommands::executeCommand(line).wait([&](int status) { result = status; });
+            return result;
         };
         QCOMPARE(statusOf(u"/nowhere/x 2>/dev/null"_s), 127);
         QCOMPARE(statusOf(u'\'' + app + u"x' 5"_s), 4);
