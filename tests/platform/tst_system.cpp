@@ -1,6 +1,5 @@
 #include "WriteFile.h"
 #include "platform/files/Descriptor.h"
-#include "platform/files/PropertyList.h"
 #include "platform/files/RegularFile.h"
 #include "platform/files/SessionLock.h"
 #include "platform/network/SocketOwners.h"
@@ -55,14 +54,6 @@ class TestSystem : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // The settings as the agent writes them, where the shell drops the quotes of the head.
-    void propertyLists()
-    {
-        QVERIFY(writeFile(m_file, "<?xml version=1.0 encoding=UTF-8?>\n<plist version=1.0>\n<dict>"
-                                  "<key>managed</key><true/></dict></plist>\n"));
-        QCOMPARE(readPropertyList(m_file), (QVariantMap{{u"managed"_s, true}}));
-    }
-
     void onlyRegularFilesAreRead()
     {
         using RegularFile::State;
