@@ -119,11 +119,7 @@ private Q_SLOTS:
         QCOMPARE(ShownText::toolTip(text), QString(shown).replace(QChar(0x2028), u'\n'));
         QCOMPARE(ShownText::line(text), QString(shown).replace(QChar(0x2028), u' '));
         QCOMPARE(ShownText::firstCharacters(kFamily.repeated(200), 128), kFamily.repeated(128));
-        QCOMPARE(ShownText::line(u"A && <b>B</b>"_s, 12), u"A && <b>B</b…"_s);
         QCOMPARE(ShownText::line(kFamily.repeated(2'000), 12), kFamily + u'…');
-        QCOMPARE(ShownText::toolTip(u"<b>B</b>\n&"_s + QString(80, u'c')),
-                 u"<p style=\"white-space:pre-wrap\">&lt;b&gt;B&lt;/b&gt;\n&amp;"_s +
-                     QString(79, u'c') + u"\u200Bc</p>"_s);
     }
 
     void isSeen()
@@ -133,9 +129,7 @@ private Q_SLOTS:
               u"\u115F\u1160\u3164\uFFA0\u2800\uE000"_s, u"\u0301\u202E\u0001\U000E0041"_s}) {
             QVERIFY2(!ShownText::isSeen(name), qPrintable(name.toHtmlEscaped()));
         }
-        for (const QString& name : {u"."_s, u"\u200F\u05D0"_s, u"\u1112\u1161"_s, kFamily}) {
-            QVERIFY2(ShownText::isSeen(name), qPrintable(name));
-        }
+        QVERIFY(ShownText::isSeen(kFamily));
     }
 
 private:
