@@ -1,13 +1,9 @@
 #include "support/Fuzzing.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 void require(bool holds, const char* invariant)
 {
     if (!holds) {
-        std::fprintf(stderr, "does not hold: %s\n", invariant);
-        std::abort();
+        qFatal("does not hold: %s", invariant);
     }
 }
 
