@@ -5,11 +5,11 @@
 #include "windows/UserAcknowlegement.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QProcess>
 #include <QTest>
 #include <QWindow>
 
-#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -45,9 +45,7 @@ const QString kUserTime = u"_NET_WM_USER_TIME"_s;
 
 quint32 serverTime()
 {
-    using namespace std::chrono;
-    const auto since = steady_clock::now().time_since_epoch();
-    return static_cast<quint32>(duration_cast<milliseconds>(since).count());
+    return static_cast<quint32>(QDeadlineTimer::current().deadline());
 }
 
 // Whether the window manager has it above all others.
