@@ -1,3 +1,4 @@
+#include "platform/network/SocketOwners.h"
 #include "platform/threads/Worker.h"
 #include "service_link/ClientConnection.h"
 
@@ -28,7 +29,7 @@ private Q_SLOTS:
     void init()
     {
         m_messages.clear();
-        QVERIFY(m_server.listen(QHostAddress::LocalHost));
+        QVERIFY(m_server.listen()); // at both kinds of addresses, in one socket
         makeConnection(m_server.serverPort());
     }
 
@@ -103,6 +104,7 @@ private Q_SLOTS:
             QSKIP("the machine has no IPv6");
         }
         QVERIFY(startOther(u"takes"_s, u"127.0.0.1"_s, m_server.serverPort()));
+        QCOMPARE(SocketOwners::listenersAt(m_server.serverPort())->size(), 2);
         makeConnection(m_server.serverPort());
         QVERIFY(start());
         m_peer->write("hello");
