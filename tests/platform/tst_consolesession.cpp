@@ -87,28 +87,10 @@ private Q_SLOTS:
                           {u"GetUser %1"_s.arg(::getuid()), object(u"/user"_s)},
                           {kOwn, object(u"/process"_s)},
                           {kActive, placeOf(u"front"_s)},
-                          {u"/user Display"_s, placeOf(u"main"_s)},
-                          {u"/front Name"_s, u"ann"_s}};
+                          {u"/user Display"_s, placeOf(u"main"_s)}};
         for (const QString& session : kSessions) {
             knowSession(session, false, u"user"_s, false);
         }
-    }
-
-    void consoleUser()
-    {
-        const auto user = [this] { return resultOf(&ConsoleSession::consoleUser); };
-        QCOMPARE(user(), u"ann"_s);
-        knowSession(u"/front"_s, true, u"greeter"_s, false);
-        QCOMPARE(user(), u"ann"_s); // the agent is at work in /process
-        m_logind.known[u"/process Type"_s] = u"tty"_s;
-        m_logind.known[u"/main Class"_s] = u"manager"_s;
-        QCOMPARE(user(), u"loginwindow"_s);
-        knowSession(u"/process"_s, false, u"greeter"_s, false);
-        knowSession(u"/front"_s, true, u"user"_s, false);
-        QCOMPARE(user(), u"loginwindow"_s);
-        m_logind.known.remove(u"/process User"_s);
-        m_logind.known[kActive] = placeOf({});
-        QCOMPARE(user(), std::nullopt);
     }
 
     // Only a session of this user's with a screen says that it is locked, and no other user may be
