@@ -64,11 +64,10 @@ public:
     [[nodiscard]] QString text() const { return last.arguments().value(4).toString(); }
     [[nodiscard]] int expires() const { return last.arguments().value(7).toInt(); }
 
-    // A signal about a notification, of the server or of somebody else.
-    static void tell(const QDBusConnection& sender, const QString& name, uint id)
+    void tell(const QString& name, uint id) const
     {
         auto signal = QDBusMessage::createSignal(kPath, kService, name);
-        sender.send(signal << id << QString::fromLatin1("default"));
+        bus.send(signal << id << QString::fromLatin1("default"));
     }
 
 private:
