@@ -57,9 +57,9 @@ private Q_SLOTS:
         asks.stop(); // the one of the start
         for (const char* const idle :
              {"Status={}", "#####status={}", "account_invalidconnected_gateway=x", "\xff\xfe",
-              "request_chat=5,x", "user_acknowledgement=1;srv", "receive_message={\"from\":1}",
-              "receive_chat={}", "disconnected_session=8 ", "connected_session={\"session\":7",
-              "status={\"accountIsValid\":true}"}) {
+              "request_chat=5,4294967304", "user_acknowledgement=1;srv",
+              "receive_message={\"from\":1}", "receive_chat={}", "disconnected_session=8 ",
+              "connected_session={\"session\":7", "status={\"accountIsValid\":true}"}) {
             QVERIFY(m_agent->send("close_chat=99") && !asks.isActive());
             QVERIFY(m_agent->send(idle) && asks.isActive());
             asks.stop();

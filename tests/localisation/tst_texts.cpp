@@ -1,5 +1,4 @@
 #include "WriteFile.h"
-#include "localisation/Numbers.h"
 #include "localisation/ShownText.h"
 #include "localisation/Translate.h"
 #include "service_link/PayloadRecords.h"
@@ -10,8 +9,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -24,15 +21,6 @@ class TestTexts : public QObject {
 
 private Q_SLOTS:
     void initTestCase() { qputenv("VANTORY_ROOT", QFile::encodeName(m_root.path())); }
-
-    void integers()
-    {
-        QCOMPARE(parseInteger<qint64>(u"-9223372036854775808"), std::numeric_limits<qint64>::min());
-        QVERIFY(!parseInteger<qint32>(u"2147483648"));
-        for (const char* const bad : {"", " 5", "5\n", "5.0", "\u0665", "9223372036854775808"}) {
-            QVERIFY2(!parseInteger<qint64>(QString::fromUtf8(bad)), bad);
-        }
-    }
 
     // The service begins a message at each "#####".
     void namesHoldNoMarker()
@@ -55,14 +43,6 @@ private Q_SLOTS:
               R"("icon":1,"timeout":9223372036854775808)"_L1}) {
             QVERIFY2(!decode(bad), bad.data());
         }
-        const auto status = [](const QString& date) {
-            return decode_status(
-                uR"({"accountIsValid":true,"gateway":"g","sessionId":"s","sessions":[{"session":7,)"
-                uR"("remoteDevice":"d","remoteControlUser":"u"%1}]})"_s.arg(date));
-        };
-        QVERIFY(!status({}).value().sessions.at(0).sessionDate);
-        QCOMPARE(status(uR"(,"sessionDate":12.5)"_s).value().sessions.at(0).sessionDate, 12.5);
-        QVERIFY(!status(uR"(,"sessionDate":"2001")"_s));
     }
 
     void commandStatuses()
