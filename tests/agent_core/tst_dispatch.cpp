@@ -19,10 +19,10 @@ QString state()
 {
     const ConnectionStatus& window = *AppDelegate::state().connectionStatus;
     const auto valid = window.accountIsValid;
-    return u"%1 '%2' account %3 %4"_s.arg(
-        AppDelegate::state().gatewayConnectionStatus ? u"linked"_s : u"not linked"_s,
-        window.gateway_name, valid ? (*valid ? u"valid"_s : u"invalid"_s) : u"unknown"_s,
-        AgentFixture::sessionLists());
+    return u"%1, %2 '%3' account %4 %5"_s.arg(
+        AppDelegate::state().gatewayConnectionStatus ? u"on"_s : u"off"_s,
+        AppDelegate::state().statusBarIcon.section(u'-', 2), window.gateway_name,
+        valid ? (*valid ? u"valid"_s : u"invalid"_s) : u"unknown"_s, AgentFixture::sessionLists());
 }
 
 } // namespace
@@ -35,13 +35,18 @@ private Q_SLOTS:
     void messages()
     {
         const std::pair<QByteArray, QString> steps[] = {
-            {connected(7, ""), u"not linked '' account unknown [7Session 7][7Session 7]"_s},
-            {connected(7, "A"), u"not linked '' account unknown [7Session 7][7Session 7]"_s},
+            {connected(7, ""), u"off, disconnected '' account unknown [7Session 7][7Session 7]"_s},
+            {connected(7, "A"), u"off, disconnected '' account unknown [7Session 7][7Session 7]"_s},
             {"connected_gateway=aconnected_gateway=gw", // two commands in one read
-             u"linked 'aconnected_gateway=gw' account unknown [7Session 7][7Session 7]"_s},
+             u"on, session 'aconnected_gateway=gw' account unknown [7Session 7][7Session 7]"_s},
             {status(session(8, "B") + ',' + session(8, "C")),
-             u"linked 'gw' account valid [8B][8B]"_s},
-            {status({}, "x", "false"), u"not linked 'gw' account invalid [8B][8B]"_s},
+             u"on, session 'gw' account valid [8B][8B]"_s},
+            {"account_invalid", u"off, session 'gw' account invalid [8B][8B]"_s},
+            {status(session(8, "B")), u"on, session 'gw' account valid [8B][8B]"_s},
+            {"disconnected_gateway=why", u"off, disconnected '' account valid [8B][8B]"_s},
+            {"connected_gateway=gw", u"on, session 'gw' account valid [8B][8B]"_s},
+            {status({}, "x", "false"), u"off, session 'gw' account invalid [8B][8B]"_s},
+            {"disconnected_gateway", u"off, disconnected '' account invalid [8B][8B]"_s},
         };
         AppDelegate::updateUser(); // nobody is in session
         for (const auto& [message, after] : steps) {
