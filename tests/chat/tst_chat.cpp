@@ -149,6 +149,25 @@ private Q_SLOTS:
         QCOMPARE(m_field->text().mid(23, 3), u"한하a"_s);
     }
 
+    // Each window sends the last line that it shows.
+    void chatsAreApart()
+    {
+        open();
+        QVERIFY(m_agent->send("request_chat=6,7") && receive(u"Bob"_s, u"five"_s));
+        QVERIFY(m_agent->send(told("receive_chat=", u"Eve"_s, u"six"_s).replace('5', '6')));
+        for (QWidget* const window : QApplication::topLevelWidgets()) {
+            if (auto* const field = window->findChild<QLineEdit*>(u"Message"_s)) {
+                QVERIFY(AgentFixture::waitUntilHeard(window));
+                field->setText(
+                    window->findChild<ChatTranscript*>()->document()->lastBlock().text());
+                QTest::keyClick(field, Qt::Key_Return);
+            }
+        }
+        const QByteArray sent = m_agent->takeSent().join();
+        QVERIFY(sent.contains(R"(send_chat={"message":"five","token":5})") &&
+                sent.contains(R"(send_chat={"message":"six","token":6})"));
+    }
+
     void closing()
     {
         for (const auto& [byQuit, mayLeave] :
