@@ -37,7 +37,6 @@ LINES = [
     (r"^src/(?!platform/)", r"#include <((?!unicode/).*\.h|csignal|Q(t?)DBus.*)>",
      "only the platform asks the system"),
     (r"\.h$", r'#include (<.*\.h>|"ui_)|^using namespace', "not in a header"),
-    (r"\.(cpp|h)$", r'QStringLiteral|QLatin1String\(|"_qs\b', 'texts are u""_s or ""_L1'),
     (r"^src/", r"\bSIGNAL\(|\bprocessEvents\(|\bsender\(\)|\bon_\w+_\w+\(",
      "an old Qt habit"),
 ]
