@@ -1,6 +1,7 @@
 """The program in a directory of its own, as ./commands and ./doctor run it, and what it may say."""
 import json
 import os
+import pathlib
 import shutil
 import subprocess
 import tempfile
@@ -8,8 +9,7 @@ import tempfile
 SUPPORT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support")
 BUNDLE = os.environ["VANTORY_BUILD"] + "/vantoryAgent.app"
 IS_ROOT = os.geteuid() == 0
-with open(f"{BUNDLE}/Resources/commands.json", encoding="utf-8") as document:
-    TEXTS = json.load(document)
+TEXTS = json.loads(pathlib.Path(f"{BUNDLE}/Resources/commands.json").read_text(encoding="utf-8"))
 
 
 def text(key, *values, language="En"):
@@ -43,8 +43,7 @@ class Program(tempfile.TemporaryDirectory):
                                 env=os.environ | own | (environment or {}), **options)
 
     def log(self, name):
-        with open(f"{self.logs}/vantoryAgent.{name}", encoding="utf-8") as log:
-            return log.read()
+        return pathlib.Path(f"{self.logs}/vantoryAgent.{name}").read_text(encoding="utf-8")
 
     def run(self, *arguments, **options):
         """The exit status, and the lines of standard output and standard error."""
