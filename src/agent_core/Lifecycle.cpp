@@ -335,12 +335,17 @@ void AppDelegate::withdrawNotifications()
 
 void AppDelegate::leaveDesktop()
 {
-    // The timers need not stop: from here on whileRunning() lets none of them do anything.
+    AgentState& agent = state();
     if (!ToolkitDisplay::isGone) {
-        state().statusBarItem.reset();
+        agent.statusBarItem.reset();
         WindowActivation::hideAll();
     }
-    Q_EMIT state().events.ending();
+    Q_EMIT agent.events.ending();
+    for (QTimer* const timer :
+         {&agent.connectionShowTimer, &agent.connectionNotShowTimer, &agent.settingsShowTimer,
+          &agent.connnectionStatusTimer, &agent.userTimer}) {
+        timer->stop();
+    }
 }
 
 std::function<void()> AppDelegate::whileRunning(std::function<void()> action)
