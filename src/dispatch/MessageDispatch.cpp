@@ -111,10 +111,9 @@ void execute(const Received& received)
     });
     received.result.awaited = std::move(started.end);
     received.result.rest = [session = info->session, wait = started.wait] {
-        wait([session](int status) {
-            AppDelegate::send(Protocol::resultCommand(session, status));
-            AppDelegate::post([=] { Q_EMIT AppDelegate::state().events.commandEnded(status); });
-        });
+        const int status = wait();
+        AppDelegate::send(Protocol::resultCommand(session, status));
+        AppDelegate::post([status] { Q_EMIT AppDelegate::state().events.commandEnded(status); });
     };
 }
 

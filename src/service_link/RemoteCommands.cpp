@@ -20,14 +20,14 @@ RemoteCommands::Started startShell(const QString& script, StatusLog statusLog)
     // The last argument is the script's name in the shell's own messages.
     const auto child = ChildProcess::start(SystemPrograms::kSh.toString(),
                                            {u"-c"_s, script, u"&"_s}, {.endsWithProgram = true});
-    const auto wait = [child, statusLog](const std::function<void(int)>& reply) {
+    const auto wait = [child, statusLog] {
         const auto result = ChildProcess::wait(child);
-        reply(result.status.value_or(kCouldNotStart)); // the service waits for it, not for the log
         if (!result.status) {
             printErrorLog(result.error);
         } else if (statusLog == StatusLog::Written) {
             printLog(u"status="_s + QString::number(*result.status));
         }
+        return result.status.value_or(kCouldNotStart);
     };
     return {wait, ChildProcess::endOf(child)};
 }
@@ -47,7 +47,7 @@ RemoteCommands::Started RemoteCommands::executeCommand(const QString& text)
         text.contains("/Applications/"_L1) && text.contains(".app/Contents/MacOS/"_L1);
     if (isApplicationStart) {
         if (!QFileInfo::exists(withoutQuotes(getCommand(text)))) {
-            return {[](const auto& reply) { reply(kNoSuchApplication); }};
+            return {[] { return kNoSuchApplication; }};
         }
         // In the background: the shell ends at once.
         return startShell(text + u" &"_s, StatusLog::Written);

@@ -12,9 +12,9 @@
 namespace RemoteCommands {
 
 struct Started {
-    // Waits for the shell's end and replies with its exit status, or the number of the signal that
-    // it died of, or 1 where it could not be started. Once.
-    std::function<void(const std::function<void(int status)>& reply)> wait;
+    // Waits for the shell's end and returns its exit status, or the number of the signal that it
+    // died of, or 1 where it could not be started. Once.
+    std::function<int()> wait;
     // Becomes readable at that end. Closed if there is nothing to wait for, or no descriptor is
     // free.
     Descriptor end = {};

@@ -51,9 +51,7 @@ private Q_SLOTS:
         QVERIFY(writeFile(app, "#!/bin/sh\nsleep $1\n: > \"$0.done\"\n"));
         QFile::setPermissions(app, QFile::ReadOwner | QFile::ExeOwner);
         const auto statusOf = [](const QString& line) {
-            int result = -1;
-            RemoteCommands::executeCommand(line).wait([&](int status) { result = status; });
-            return result;
+            return RemoteCommands::executeCommand(line).wait();
         };
         QCOMPARE(statusOf(u"/nowhere/x 2>/dev/null"_s), 127);
         QCOMPARE(statusOf(u'\'' + app + u"x' 5"_s), 4);
