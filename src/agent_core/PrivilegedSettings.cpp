@@ -101,13 +101,17 @@ void PrivilegedSettings::replace(const Credentials& credentials, const BackendSe
 {
     const QString settingsPath = backendSettingsPath();
     const fs::path settingsFile = QFile(settingsPath).filesystemFileName();
-    std::error_code error; // a directory that can't be read counts as empty
+    std::vector<fs::path> entries; // what comes while they are removed stays
+    std::error_code error;         // a directory that can't be read counts as empty
     for (fs::directory_iterator entry(settingsFile.parent_path(), error), end;
          !error && entry != end; entry.increment(error)) {
-        if (entry->path().filename() == settingsFile.filename()) {
+        entries.push_back(entry->path());
+    }
+    for (const fs::path& entry : entries) {
+        if (entry.filename() == settingsFile.filename()) {
             removeAsRoot(credentials, settingsPath);
         } else {
-            removeWithOwnRights(entry->path());
+            removeWithOwnRights(entry);
         }
     }
     removeWithOwnRights(QFile(olderSettingsPath()).filesystemFileName());
