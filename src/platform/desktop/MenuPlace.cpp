@@ -17,6 +17,9 @@ void MenuPlace::popUp(QMenu& menu, QRect icon)
     }
     const QRect whole = screen->geometry();
     const QRect free = screen->availableGeometry();
+    icon = QRect(QPoint(std::clamp(icon.left(), whole.left(), whole.right()),
+                        std::clamp(icon.top(), whole.top(), whole.bottom())),
+                 icon.size());
     icon.setBottom(std::max(icon.bottom(), free.top() - 1));
     icon.setTop(std::min(icon.top(), free.bottom() + 1));
     const QSize size = menu.sizeHint();

@@ -169,5 +169,5 @@ void StatusNotifierItem::popUpMenu()
     // The icon lies under the user's pointer. Some hosts tell a place within their own window, or
     // none, so theirs counts only where the pointer's place is not known (native Wayland).
     const QPoint place = X11::connection() != nullptr ? QCursor::pos() : m_place;
-    MenuPlace::popUp(m_content.menu, QRect(place, QSize(1, 1)));
+    MenuPlace::popUp(m_content.menu, QRect(place, place));
 }

@@ -141,6 +141,8 @@ void TrayIcon::contentChanged()
     if (m_window) {
         m_window->update();
         m_window->setPlainToolTip(m_content.toolTip);
+    } else if (m_selection != XCB_ATOM_NONE) {
+        dock(); // a tray may have come without saying so
     }
 }
 
