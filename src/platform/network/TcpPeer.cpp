@@ -25,11 +25,11 @@ std::array<sockaddr_storage, 2> loopbackAddresses(quint16 port)
 {
     std::array<sockaddr_storage, 2> addresses = {};
     auto& v4 = reinterpret_cast<sockaddr_in&>(addresses[0]);
-    v4.sin_family = AF_INET;
+    addresses[0].ss_family = AF_INET;
     v4.sin_port = htons(port);
     v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     auto& v6 = reinterpret_cast<sockaddr_in6&>(addresses[1]);
-    v6.sin6_family = AF_INET6;
+    addresses[1].ss_family = AF_INET6;
     v6.sin6_port = htons(port);
     v6.sin6_addr = in6addr_loopback;
     return addresses;
