@@ -45,7 +45,7 @@ QString Activity::statusText(const JsonData::Info& labels) const
 QJsonObject Activity::toJson() const
 {
     QJsonObject json{{u"kind"_s, kKinds[static_cast<int>(kind)].name},
-                     {u"time"_s, time.toUTC().toString(Qt::ISODateWithMs)},
+                     {u"time"_s, time.toString(Qt::ISODateWithMs)},
                      {u"unseen"_s, isUnseen}};
     if (kind != Kind::Command) {
         json.insert(u"name"_s, name);

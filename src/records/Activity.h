@@ -24,10 +24,10 @@ struct Activity {
     enum class By { User, LockedScreen };
 
     Kind kind = Kind::SessionBegan;
-    QDateTime time = {};
-    qint64 session = 0; // of all but messages
-    QString name = {};  // the operator's, or the message's sender
-    QString text = {};  // the command, or the message
+    QDateTime time = {}; // in UTC
+    qint64 session = 0;  // of all but messages
+    QString name = {};   // the operator's, or the message's sender
+    QString text = {};   // the command, or the message
     By by = By::User;
     std::optional<qint64> status = std::nullopt; // of a command that has ended
     bool isRunning = false;                      // the command

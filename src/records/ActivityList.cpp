@@ -2,6 +2,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QTimeZone>
 
 #include <algorithm>
 
@@ -101,7 +102,7 @@ QJsonObject ActivityList::toJson() const
     for (const Activity& activity : m_all) {
         entries.append(activity.toJson());
     }
-    return {{u"since"_s, m_since.toUTC().toString(Qt::ISODateWithMs)},
+    return {{u"since"_s, m_since.toString(Qt::ISODateWithMs)},
             {u"dropped"_s, m_dropped},
             {u"entries"_s, entries}};
 }
@@ -145,7 +146,8 @@ std::optional<ActivityList> ActivityList::fromRecords(const QByteArray& records)
             list.m_told = static_cast<quint64>(change["told"_L1].toInteger());
         }
         if (begin == 0) {
-            list.m_since = QDateTime::fromMSecsSinceEpoch(change["since"_L1].toInteger());
+            list.m_since =
+                QDateTime::fromMSecsSinceEpoch(change["since"_L1].toInteger(), QTimeZone::utc());
             list.m_dropped = change["dropped"_L1].toInteger();
         }
         begin += line.size();

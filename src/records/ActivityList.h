@@ -44,7 +44,7 @@ private:
     void dropOne();
 
     QList<Activity> m_all;
-    QDateTime m_since = QDateTime::currentDateTime();
+    QDateTime m_since = QDateTime::currentDateTimeUtc();
     qint64 m_dropped = 0;
     quint64 m_last = 0;
     quint64 m_told = 0; // the last one of which the user was told

@@ -276,7 +276,7 @@ private Q_SLOTS:
     // whole or not at all.
     void damagedListsAreDropped()
     {
-        const QDateTime now = QDateTime::currentDateTime();
+        const QDateTime now = QDateTime::currentDateTimeUtc();
         ActivityList list;
         list.put({.time = now, .session = 7, .name = u"Ann"_s});
         for (int i = 1; i < 1'200; ++i) {

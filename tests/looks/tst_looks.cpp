@@ -209,7 +209,7 @@ private:
     void activity()
     {
         ActivityList list;
-        const auto now = QDateTime::currentDateTime();
+        const auto now = QDateTime::currentDateTimeUtc();
         for (const auto kind : {Activity::Kind::SessionNotEnded, Activity::Kind::RequestAccepted}) {
             list.put({.kind = kind, .time = now.addDays(-1), .name = kName});
         }
