@@ -72,6 +72,9 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     Pictures::show(*m_ui->icon, kind != nullptr ? QString::fromUtf16(kind->picture) : QString());
     m_ui->icon->setVisible(!m_ui->icon->pixmap(Qt::ReturnByValue).isNull());
     timeout = seconds;
+    if (timeout >= 1) {
+        timer.start(Intervals::current().clock);
+    }
     translateAnew();
     m_ui->TimeLabel->setText(
         arrivalTime(QDateTime::currentDateTime(), preferredLanguages().constFirst()));
@@ -84,10 +87,6 @@ void MessageInbox::set(const QString& from, const QString& text, qint64 seconds,
     const QString said = sender + u'\n' + ShownText::shown(text.left(kMostSaid));
     const QString word = m_ui->kind->text();
     Announcements::say(word.isEmpty() ? said : word + u'\n' + said);
-    if (timeout >= 1) {
-        timer.start(Intervals::current().clock);
-        translateAnew(); // the count-down, too
-    }
 }
 
 void MessageInbox::present()
