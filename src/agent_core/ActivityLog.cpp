@@ -60,7 +60,7 @@ void tellJournal(const Activity& activity)
     const auto& [id, text] =
         kJournalEntries[static_cast<int>(activity.kind) + (activity.status ? 1 : 0)];
     // Asked once: the account database may be a directory service, which can take long.
-    static const QString account = Account::loginName();
+    static const QString& account = *new QString(Account::loginName());
     QString details = isCommand ? activity.text.left(kLongestCommand) : activity.name;
     JournalFields fields = {{"MESSAGE_ID", QString::fromLatin1(id)},
                             {"VANTORY_ACCOUNT", account},

@@ -20,7 +20,8 @@ class ActivityLog;
 // window is in sight, which notifications may cover, they go by themselves. Main thread.
 class DesktopNotifier : public QObject {
 public:
-    // Listens to the sessions, the question and the log, which outlive this.
+    // Listens to the sessions, the question and the log, which it no longer uses while it is
+    // deleted.
     DesktopNotifier(ActivityLog& log, QObject* parent);
 
 private:

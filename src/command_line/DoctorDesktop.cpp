@@ -14,7 +14,6 @@
 #include <QStandardPaths>
 
 #include <algorithm>
-#include <iterator>
 
 using namespace Qt::StringLiterals;
 

@@ -11,6 +11,9 @@
 
 #include <QStringList>
 
+#include <optional>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {

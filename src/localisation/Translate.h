@@ -62,6 +62,8 @@ struct JsonData {
     [[nodiscard]] const Info& info(Language language) const;
 };
 
+#undef VANTORY_LABEL_SECTION
+
 // As in the user's preference: "en". Any thread.
 [[nodiscard]] QString languageCode(Language language);
 

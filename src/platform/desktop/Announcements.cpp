@@ -222,8 +222,8 @@ private:
 Announcer& announcer()
 {
     MainQueue::assertMainThread();
-    static auto* const announcer = new Announcer;
-    return *announcer;
+    static Announcer& theOne = *new Announcer;
+    return theOne;
 }
 
 } // namespace
