@@ -128,7 +128,7 @@ bool Pictures::showLogo(const QWidget& window, bool mayBeCustom)
         picture = customLogo(custom.bytes, scale);
     }
     if (!isCustom) {
-        const bool isDark = logo->palette().color(QPalette::Window).lightness() < 128;
+        const bool isDark = window.palette().color(QPalette::Window).lightness() < 128;
         picture = BundleImages::pixmap(isDark ? u"image-dark"_s : u"image-light"_s, kLogo, scale);
     }
     if (!picture.isNull()) {

@@ -232,6 +232,11 @@ private:
             QApplication::setPalette(palette);
             QTest::qWait(1);
             found += faultsOfColours(*window);
+            const auto* const logo = window->findChild<QLabel*>(u"logo"_s);
+            const auto ours = BundleImages::pixmap(u"image-"_s + look, {160, 36}, 1).toImage();
+            if (logo != nullptr && logo->pixmap().toImage() != ours) {
+                found += look + u" logo"_s;
+            }
             const QString pictures = qEnvironmentVariable("VANTORY_PICTURES");
             if (!pictures.isEmpty()) {
                 QVERIFY(window->grab().save(u"%1/%2-%3-%4.png"_s.arg(
