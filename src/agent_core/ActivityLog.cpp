@@ -26,7 +26,7 @@ Activity activityOf(Kind kind, const SessionInfo& session)
             .name = session.remoteControlUser};
 }
 
-// In the journal.
+// Of a command, in the journal.
 constexpr qsizetype kLongestCommand = 256;
 
 // What the journal says of an activity.

@@ -20,8 +20,7 @@ class ActivityLog;
 // window is in sight, which notifications may cover, they go by themselves. Main thread.
 class DesktopNotifier : public QObject {
 public:
-    // Listens to the sessions, the question and the log, which it no longer uses while it is
-    // deleted.
+    // Listens to the sessions, the question and the log; its destructor uses none of them.
     DesktopNotifier(ActivityLog& log, QObject* parent);
 
 private:

@@ -233,7 +233,9 @@ private:
             QTest::qWait(1);
             found += faultsOfColours(*window);
             const auto* const logo = window->findChild<QLabel*>(u"logo"_s);
-            const auto ours = BundleImages::pixmap(u"image-"_s + look, {160, 36}, 1).toImage();
+            const auto ours =
+                BundleImages::pixmap(u"image-"_s + look, {160, 36}, window->devicePixelRatioF())
+                    .toImage();
             if (logo != nullptr && logo->pixmap().toImage() != ours) {
                 found += look + u" logo"_s;
             }
